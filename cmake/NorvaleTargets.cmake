@@ -1,0 +1,51 @@
+# What every target of this project shares, and the functions that the folders use to add theirs.
+
+# norvale_target_defaults(TARGET): language level, warnings, hidden symbols, sanitizers.
+function(norvale_target_defaults target)
+    target_compile_features(${target} PUBLIC cxx_std_17)
+    set_target_properties(${target} PROPERTIES
+        CXX_EXTENSIONS OFF CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON POSITION_INDEPENDENT_CODE ON AUTOMOC ON)
+    target_compile_definitions(${target} PRIVATE QT_DEPRECATED_WARNINGS QT_NO_FOREACH)
+    target_compile_options(${target} PRIVATE -Wall -Wextra $<$<BOOL:${NORVALE_WERROR}>:-Werror>)
+    if(NORVALE_SANITIZE)
+        target_compile_options(${target} PRIVATE -fsanitize=${NORVALE_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+        target_link_options(${target} PUBLIC -fsanitize=${NORVALE_SANITIZE})
+    endif()
+endfunction()
+
+# norvale_room(NAME USES ROOM... SOURCES FILE... HEADERS FILE...): a room of src/. USES names the lower rooms that it may
+# include (a test holds the includes against it); HEADERS are its exported headers, relative to include/Norvale.
+function(norvale_room name)
+    cmake_parse_arguments(room "" "" "USES;SOURCES;HEADERS" ${ARGN})
+    list(TRANSFORM room_HEADERS PREPEND "${PROJECT_SOURCE_DIR}/include/Norvale/")
+    list(TRANSFORM room_SOURCES PREPEND "${CMAKE_CURRENT_SOURCE_DIR}/")
+    target_sources(norvale_objects PRIVATE ${room_SOURCES} ${room_HEADERS})
+    set_property(GLOBAL APPEND PROPERTY NORVALE_ROOMS ${name})
+    set_property(GLOBAL PROPERTY NORVALE_ROOM_${name}_USES "${room_USES}")
+endfunction()
+
+# norvale_add_test(ROOM NAME SOURCES FILE... [LIBRARIES TARGET...] [SHARED] [DATA] [LABELS ...]): a Qt Test program
+# tests/ROOM/NAME. It links the library's objects (NorvaleInternal), or with SHARED the library as a host sees it.
+function(norvale_add_test room name)
+    cmake_parse_arguments(arg "SHARED" "TIMEOUT" "SOURCES;LIBRARIES;DEPENDS;LABELS" ${ARGN})
+    if(NOT arg_SOURCES)
+        set(arg_SOURCES ${name}.cpp)
+    endif()
+    if(NOT arg_TIMEOUT)
+        set(arg_TIMEOUT 120)
+    endif()
+    add_executable(${name} ${arg_SOURCES})
+    norvale_target_defaults(${name})
+    if(arg_SHARED)
+        target_link_libraries(${name} PRIVATE Norvale)
+    else()
+        target_link_libraries(${name} PRIVATE NorvaleInternal)
+    endif()
+    target_link_libraries(${name} PRIVATE NorvaleTestSupport Qt5::Test ${arg_LIBRARIES})
+    if(arg_DEPENDS)
+        add_dependencies(${name} ${arg_DEPENDS})
+    endif()
+    add_test(NAME ${room}.${name} COMMAND ${name})
+    set_tests_properties(${room}.${name} PROPERTIES TIMEOUT ${arg_TIMEOUT} LABELS "${room};${arg_LABELS}"
+        ENVIRONMENT "QT_QPA_PLATFORM=offscreen;LC_ALL=C.UTF-8")
+endfunction()

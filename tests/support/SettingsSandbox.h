@@ -1,0 +1,34 @@
+#pragma once
+
+#include <QtCore/QTemporaryDir>
+
+/**
+ * Redirects every settings store and data folder of the process into a temporary folder for as long as it lives.
+ *
+ * Construct it before the first QSettings and before anything asks QStandardPaths: the user's and the machine's real
+ * settings are then neither read nor written. Child processes inherit the redirection through the environment.
+ */
+class SettingsSandbox
+{
+public:
+    SettingsSandbox();
+    ~SettingsSandbox();
+
+    SettingsSandbox(const SettingsSandbox&) = delete;
+    SettingsSandbox& operator=(const SettingsSandbox&) = delete;
+
+    /// Absolute path of the temporary folder; fixtures may put files of their own below it.
+    QString path() const;
+
+    /// Stores @p folder as the record of the installation folder.
+    void setInstallDir(const QString& folder);
+
+    /// Writes one value of the machine-wide product settings.
+    void setMachineValue(const QString& key, const QVariant& value);
+
+    /// Removes one value of the machine-wide product settings.
+    void removeMachineValue(const QString& key);
+
+private:
+    QTemporaryDir m_dir;
+};
