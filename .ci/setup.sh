@@ -1,0 +1,43 @@
+# Sourced by the scripts of the root: where things are, how packages come onto the machine, how a build is made.
+# Works on Debian 12; elsewhere the packages are expected to be there.
+
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+jobs=$(nproc)
+
+packages_build="g++ cmake ninja-build ccache qtbase5-dev qttools5-dev qttools5-dev-tools zlib1g-dev"
+packages_test="libxml2-utils doxygen"
+packages_bench="libbenchmark-dev nlohmann-json3-dev rapidjson-dev libspdlog-dev"
+packages_fuzz="clang llvm libclang-rt-dev"
+
+# need PACKAGE...: installs what is missing of these Debian packages.
+need() {
+    command -v dpkg-query >/dev/null || return 0
+    local missing="" package
+    for package in "$@"; do
+        dpkg-query -W -f '${Status}' "$package" 2>/dev/null | grep -q 'ok installed' || missing="$missing $package"
+    done
+    [ -n "$missing" ] || return 0
+    local as_root=""
+    [ "$(id -u)" = 0 ] || as_root=sudo
+    echo "Installing:$missing"
+    $as_root apt-get update -qq
+    # shellcheck disable=SC2086
+    DEBIAN_FRONTEND=noninteractive $as_root apt-get install -y -qq --no-install-recommends $missing >/dev/null
+}
+
+# build PRESET [CMAKE ARGUMENT...]: configures and builds, quiet unless it fails.
+build() {
+    local preset=$1 log="$root/build/$1.log"
+    shift
+    mkdir -p "$root/build"
+    if [ -z "${CMAKE_CXX_COMPILER_LAUNCHER:-}" ] && command -v ccache >/dev/null; then
+        export CMAKE_CXX_COMPILER_LAUNCHER=ccache
+    fi
+    echo "Building ($preset) ..."
+    if ! (cd "$root" && cmake --preset "$preset" "$@" && cmake --build --preset "$preset" -j "$jobs") >"$log" 2>&1; then
+        grep -nE 'error|Error|FAILED|undefined reference' "$log" | head -n 40
+        tail -n 40 "$log"
+        echo "The build failed; the whole output is in $log" >&2
+        return 1
+    fi
+}

@@ -1,0 +1,104 @@
+#!/usr/bin/env bash
+# Builds and tests everything. Installs what it needs from Debian's packages.
+#
+#   ./test.sh               all tests
+#   ./test.sh --asan        all tests under the address and undefined behaviour sanitizers
+#   ./test.sh --tsan        the threaded tests under the thread sanitizer
+#   ./test.sh --fuzz [S]    every fuzzer for S seconds (30)
+#   ./test.sh --bench       the benchmarks: a table of ratios, then one GOAL line for each goal
+#
+# The folder of the JSON documents that the benchmarks read: NORVALE_BENCH_DATA, else ../shared/bench-data.
+set -euo pipefail
+. "$(dirname "$0")/.ci/setup.sh"
+
+# run_tests PRESET [CTEST ARGUMENT...]: the closing line is 'N passed, N failed'.
+run_tests() {
+    local preset=$1 report="$root/build/$1.tests" status=0 total failed
+    shift
+    ctest --test-dir "$root/build/$preset" --output-on-failure -j "$jobs" "$@" | tee "$report" || status=$?
+    total=$(sed -nE 's/^.* tests failed out of ([0-9]+)$/\1/p; s/^No tests were found.*$/0/p' "$report" | tail -n 1)
+    failed=$(sed -nE 's/^.*, ([0-9]+) tests failed out of .*$/\1/p' "$report" | tail -n 1)
+    echo "$((${total:-0} - ${failed:-0})) passed, ${failed:-0} failed"
+    [ "$status" = 0 ] && [ "${total:-0}" -gt 0 ]
+}
+
+run_fuzzers() {
+    local seconds=$1 passed=0 failed=0 fuzzer name work
+    for fuzzer in "$root"/build/fuzz/fuzz/fuzz_*; do
+        [ -f "$fuzzer" ] && [ -x "$fuzzer" ] || continue
+        name=${fuzzer##*/fuzz_}
+        work="$root/build/fuzz/findings/$name"
+        mkdir -p "$work/corpus"
+        echo "fuzz_$name: $seconds seconds"
+        if (cd "$work" && "$fuzzer" -max_total_time="$seconds" -rss_limit_mb=2048 -timeout=10 -print_final_stats=1 -verbosity=0 \
+            corpus "$root/fuzz/$name/corpus" >run.log 2>&1); then
+            sed -nE 's/^stat::number_of_executed_units: +([0-9]+)$/  \1 inputs, no finding/p' "$work/run.log"
+            passed=$((passed + 1))
+        else
+            tail -n 60 "$work/run.log"
+            echo "  a finding: see $work"
+            failed=$((failed + 1))
+        fi
+    done
+    echo "$passed passed, $failed failed"
+    [ "$failed" = 0 ] && [ "$passed" -gt 0 ]
+}
+
+run_benches() {
+    local data=$1 out="$root/build/bench.out" bench
+    : >"$out"
+    for bench in "$root"/build/release/bench/*/bench_*; do
+        [ -f "$bench" ] && [ -x "$bench" ] || continue
+        echo "== ${bench##*/}"
+        (unset TZ; NORVALE_BENCH_DATA="$data" "$bench") 2>&1 | tee -a "$out"
+    done
+    echo
+    echo "| goal | measured | asked for | |"
+    echo "|---|---|---|---|"
+    sed -nE 's/^GOAL ([^ ]+) ([^ ]+) ([^ ]+) (held|short)$/| \1 | \2 | \3 | \4 |/p' "$out"
+    echo
+    grep '^GOAL ' "$out"
+}
+
+case "${1:-}" in
+"")
+    # shellcheck disable=SC2086
+    need $packages_build $packages_test
+    build dev
+    run_tests dev
+    ;;
+--asan)
+    # shellcheck disable=SC2086
+    need $packages_build $packages_test
+    build asan
+    export ASAN_OPTIONS=detect_leaks=1:abort_on_error=0:detect_stack_use_after_return=1
+    export LSAN_OPTIONS=suppressions="$root/tests/support/lsan.supp":print_suppressions=0
+    export UBSAN_OPTIONS=print_stacktrace=1
+    run_tests asan -LE house
+    ;;
+--tsan)
+    # shellcheck disable=SC2086
+    need $packages_build $packages_test
+    build tsan
+    export TSAN_OPTIONS=suppressions="$root/tests/support/tsan.supp":halt_on_error=0:second_deadlock_stack=1
+    run_tests tsan -L threads
+    ;;
+--fuzz)
+    # shellcheck disable=SC2086
+    need $packages_build $packages_fuzz
+    build fuzz
+    run_fuzzers "${2:-30}"
+    ;;
+--bench)
+    data=${NORVALE_BENCH_DATA:-$root/../shared/bench-data}
+    [ -d "$data" ] || { echo "No folder $data: name that of the JSON documents in NORVALE_BENCH_DATA" >&2; exit 2; }
+    # shellcheck disable=SC2086
+    need $packages_build $packages_bench
+    build release -DNORVALE_BENCH_DATA="$(cd "$data" && pwd)"
+    run_benches "$(cd "$data" && pwd)"
+    ;;
+*)
+    sed -nE 's/^# ?//p' "$0" | sed 1d
+    [ "$1" = --help ] || exit 2
+    ;;
+esac

@@ -1,0 +1,21 @@
+# Holds every manifest and feature catalogue of the examples and of the laid-out suite against the schemas of docs/schema.
+file(GLOB_RECURSE manifests "${SOURCE}/examples/*/Manifest.xml" "${BINARY}/suite/plugins/*/Manifest.xml"
+    "${SOURCE}/docs/examples/Manifest.xml")
+file(GLOB_RECURSE catalogues "${BINARY}/suite/plugins/features.xml" "${SOURCE}/docs/examples/features.xml"
+    "${SOURCE}/docs/examples/repository.xml")
+
+function(check schema least)
+    list(LENGTH ARGN count)
+    if(count LESS least)
+        message(FATAL_ERROR "${count} documents for ${schema}, expected at least ${least}")
+    endif()
+    execute_process(COMMAND "${XMLLINT}" --noout --nonet --schema "${SOURCE}/docs/schema/${schema}" ${ARGN}
+        RESULT_VARIABLE result ERROR_VARIABLE text)
+    if(NOT result EQUAL 0)
+        message(FATAL_ERROR "${text}")
+    endif()
+    message(STATUS "${count} documents agree with ${schema}")
+endfunction()
+
+check(Manifest.xsd 1 ${manifests})
+check(features.xsd 1 ${catalogues})
