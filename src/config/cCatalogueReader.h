@@ -1,0 +1,48 @@
+#pragma once
+
+#include "config/cUpdateLocation.h"
+
+#include <QtCore/QSharedPointer>
+#include <QtCore/QString>
+
+class QByteArray;
+class QDomElement;
+class QDomNode;
+class cFeatureCatalogue;
+class cFeatureInstance;
+class cFeaturePlugin;
+
+/**
+ * Reads catalogue documents (`features.xml`, `repository.xml`) into a feature catalogue. What is read is added to the
+ * features that the catalogue already holds; a feature or plugin that comes twice is one with the union of its parts.
+ */
+class cCatalogueReader
+{
+public:
+    /// @p location goes into every source read; null for a document from the local disk.
+    explicit cCatalogueReader(cFeatureCatalogue& catalogue,
+                              const QSharedPointer<cUpdateLocation>& location = QSharedPointer<cUpdateLocation>());
+
+    /// False only when the bytes are not well-formed or nested too deeply; errorString() then says where and why.
+    [[nodiscard]] bool read(const QByteArray& xml);
+
+    /// False only when @p node is not a document; otherwise true, however much of the content was usable.
+    [[nodiscard]] bool read(const QDomNode& node);
+
+    /// "line L, column C: message" of the last failure.
+    QString errorString() const { return m_errorString; }
+
+private:
+    void readRoot(const QDomElement& root);
+    void readFeature(const QDomElement& element);
+    static void readDisplayName(const QDomElement& element, cFeatureInstance& feature);
+    static void readDependencies(const QDomElement& element, cFeatureInstance& feature);
+    void readPlugins(const QDomElement& element, cFeatureInstance& feature) const;
+    void readPlugin(const QDomElement& element, cFeatureInstance& feature) const;
+    void readPackage(const QDomElement& element, cFeaturePlugin& plugin) const;
+
+    cFeatureCatalogue& m_catalogue;
+    QSharedPointer<cUpdateLocation> m_location;
+    QString m_repository;
+    QString m_errorString;
+};

@@ -1,0 +1,17 @@
+#pragma once
+
+#include "config/cUpdateLocation.h"
+
+#include <QtCore/QSharedPointer>
+#include <QtCore/QString>
+
+/**
+ * Where a plugin package can be fetched: the text of a `source` element and the location of the document that held it.
+ */
+struct cFeatureSource
+{
+    /// Null for a document read from the local disk.
+    QSharedPointer<cUpdateLocation> location;
+    /// As written; a relative one is resolved against the location when the package is fetched.
+    QString source;
+};
