@@ -1,0 +1,10 @@
+#include "core/InstallRecord.h"
+
+#include "core/Settings.h"
+
+#include <QtCore/QString>
+
+QString installRecord()
+{
+    return cMachineSettings().value(QStringLiteral("InstallDir")).toString();
+}
