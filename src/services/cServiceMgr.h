@@ -1,0 +1,69 @@
+#pragma once
+
+#include <Norvale/IServiceMgr.h>
+
+#include "services/cListenerRegistry.h"
+#include "services/cServiceRegistry.h"
+
+#include <atomic>
+
+/**
+ * The service manager: registers, looks up and calls services, and delivers events to listeners.
+ *
+ * No lock is held while foreign code runs: service methods, listeners, message handlers, and the connect and disconnect
+ * notifications of a QObject. What a registered object does when it is destroyed reaches the manager directly, in the
+ * thread that destroys it and before its address can be used again.
+ *
+ * Calls with fewer than ten values go through `IServiceMgr`, which declares the shorter forms.
+ */
+class cServiceMgr : public IServiceMgr
+{
+    Q_OBJECT
+
+public:
+    /// Becomes the manager that `IServiceMgr::instance()` answers, until it is destroyed.
+    cServiceMgr();
+    ~cServiceMgr() override;
+
+    /// The manager of the process; null when there is none.
+    static cServiceMgr* current();
+
+    /// From now on registerService and addListener do nothing; calls and events go on. It is not taken back.
+    void setClosed();
+    /// Drops every service and listener record. The objects are not touched.
+    void releaseAll();
+
+    void verifyAPI(QString service_id, QString version) override;
+    void verifyAPI2(const QMetaObject* pMO, QString version) override;
+    void registerService(QObject* pObject) override;
+    void unregisterService(QObject* pObject) override;
+    bool invoke(QString serviceId, QString method, QGenericReturnArgument ret, QGenericArgument val0,
+                QGenericArgument val1, QGenericArgument val2, QGenericArgument val3, QGenericArgument val4,
+                QGenericArgument val5, QGenericArgument val6, QGenericArgument val7, QGenericArgument val8,
+                QGenericArgument val9) override;
+    bool invoke(QString serviceId, QString method, QGenericArgument val0, QGenericArgument val1, QGenericArgument val2,
+                QGenericArgument val3, QGenericArgument val4, QGenericArgument val5, QGenericArgument val6,
+                QGenericArgument val7, QGenericArgument val8, QGenericArgument val9) override;
+    void addListener(QString eventset, QObject* pListener, QString prefix) override;
+    void removeListener(QString eventset, QObject* pListener) override;
+    void notify(QString eventset, QString event, QGenericArgument val0, QGenericArgument val1, QGenericArgument val2,
+                QGenericArgument val3, QGenericArgument val4, QGenericArgument val5, QGenericArgument val6,
+                QGenericArgument val7, QGenericArgument val8, QGenericArgument val9) override;
+    bool serviceExists(QString serviceId) override;
+    QStringList serviceList() override;
+    QObject* serviceFromServiceName(QString serviceId) override;
+
+public Q_SLOTS:
+    /// Unregisters a service that is being destroyed, if its class still tells its id at that moment.
+    void onServiceDestroyed(QObject* object);
+    /// Withdraws every registration of a listener that is being destroyed.
+    void onListenerDestroyed(QObject* object);
+
+private:
+    static void announce(const QString& serviceId);
+    void logFailedCall(const QString& serviceId, const QString& method);
+
+    cServiceRegistry m_services;
+    cListenerRegistry m_listeners;
+    std::atomic<bool> m_isClosed{false};
+};
