@@ -1,0 +1,257 @@
+#pragma once
+
+#include <Norvale/NorvaleGlobal.h>
+#include <Norvale/cVersion.h>
+
+#include <QtCore/QList>
+#include <QtCore/QObject>
+#include <QtCore/QString>
+#include <QtCore/QStringList>
+
+/**
+ * What the plugin manager knows about one installed plugin; a value that may be copied and kept.
+ *
+ * Everything but name, version, folder and state comes from the plugin's manifest and is empty, false or 0 before that
+ * has been read.
+ */
+struct cPluginInfo
+{
+    /// The life of a plugin, in order. A plugin whose start fails falls back to Ordered.
+    enum State {
+        Registered, ///< An installed feature names it; it has no place in the start order yet.
+        Ordered,    ///< It has its place in the start order.
+        Loaded,     ///< Its library is loaded.
+        Started,    ///< Its start succeeded.
+        Stopped     ///< It has been stopped; its library stays loaded.
+    };
+
+    QString name;             ///< The plugin's name; case-sensitive.
+    cVersion version;         ///< The plugin's version.
+    QString category;         ///< The load category; empty when it has none.
+    bool autoload = false;    ///< It is loaded at start-up whatever the load categories are.
+    int order = 0;            ///< Its place in the start order, counted from 1; 0 when it has none.
+    State state = Registered; ///< How far the plugin has come.
+    QStringList dependencies; ///< The dependency texts in manifest order, "name" or "name:number".
+    QStringList services;     ///< The services that the plugin declares, in manifest order.
+    QString folder;           ///< The plugin's folder: an absolute path with forward slashes.
+};
+
+/**
+ * Is told when the plugin manager begins and ends one of its longer steps; a host makes its start-up trace from it.
+ *
+ * The host makes and owns the observer and registers it with IPluginMgr::setObserver(). All calls come from the
+ * thread of the plugin manager. Spans nest: a plugin that loads another one from its start has the other's spans
+ * inside its own. An observer must not load, start or stop plugins, and must not throw.
+ */
+class IPluginObserver
+{
+public:
+    /// The steps that are told of.
+    enum Span {
+        ReadManifest, ///< Reading the plugin's Manifest.xml.
+        LoadLibrary,  ///< Loading the plugin's library and calling its entry function.
+        StartPlugin,  ///< Starting the plugin: search path, translation and IPlugin::start().
+        StopPlugin    ///< IPlugin::stop().
+    };
+
+    virtual ~IPluginObserver() = default;
+
+    /**
+     * A step begins.
+     *
+     * @param span which step.
+     * @param plugin the plugin's name.
+     */
+    virtual void spanBegin(Span span, const QString& plugin) = 0;
+
+    /**
+     * The step that was begun last, and not ended yet, ends.
+     *
+     * @param span which step.
+     * @param plugin the plugin's name.
+     * @param ok true when the step succeeded; always true for StopPlugin unless the plugin threw an exception.
+     */
+    virtual void spanEnd(Span span, const QString& plugin, bool ok) = 0;
+};
+
+/**
+ * The plugin manager: knows the installed plugins, orders them by their dependencies, loads, starts and stops them.
+ *
+ * There is one for each process. `Corvane::initialize` makes it, and it lives until the process ends. A host drives it
+ * through `Corvane::setLoadCategories`, `Corvane::startNormal` and `Corvane::stopNormal`; plugins ask it for further
+ * plugins:
+ *
+ * @code
+ * if (!IPluginMgr::instance()->loadByService("com.example.spelling"))
+ *     context->log().warning() << "no spelling today" << Qt::endl;
+ * @endcode
+ *
+ * It lives in the host's main thread, and all loading, starting and stopping happens there. Other threads may only
+ * emit DoLoad() and DoLoadByService(), with a null result pointer: the signals are connected automatically, so they
+ * arrive as queued calls. Until StartNormal() has come as far as the connections, the signals do nothing.
+ *
+ * No function tells its failures by more than its result; the reason is logged, once, to the channel "PluginMgr".
+ *
+ * The order of the virtual functions, and of the signals and slots in the meta-object, is fixed.
+ */
+class NORVALE_EXPORT IPluginMgr : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// Forgets the instance: instance() answers null from then on.
+    ~IPluginMgr() override;
+
+    /**
+     * The plugin manager of the process.
+     *
+     * @return the manager, or null before `Corvane::initialize`. Owned by the framework; may be asked for from any
+     *         thread.
+     */
+    static IPluginMgr* instance();
+
+    /**
+     * Loads a plugin, with what it depends on, by emitting DoLoad().
+     *
+     * @param name the plugin's name; case-sensitive.
+     * @return true when the plugin's library is loaded, also when it had been loaded before. False when there is no
+     *         such plugin, when it or something that it depends on cannot be loaded or started, and before the
+     *         signals are connected. Called in another thread than the manager's it queues the request and returns
+     *         false, since the outcome is not known yet.
+     */
+    bool load(const QString& name);
+
+    /**
+     * Loads the plugin that provides a service, by emitting DoLoadByService().
+     *
+     * @param service a service name as the plugins' manifests declare it.
+     * @return as load(); false also when no manifest declares the service.
+     */
+    bool loadByService(const QString& service);
+
+signals:
+    /**
+     * Asks for a plugin to be loaded by its name.
+     *
+     * @param name the plugin's name.
+     * @param ok receives the result, as load() returns it; may be null. It must be null when the signal is emitted in
+     *        another thread than the manager's, for the call is queued then and the result comes later.
+     */
+    void DoLoad(QString name, bool* ok);
+
+    /**
+     * Asks for the plugin that provides a service to be loaded.
+     *
+     * @param service the service's name.
+     * @param ok receives the result; as in DoLoad().
+     */
+    void DoLoadByService(QString service, bool* ok);
+
+    /// Asks for a restart. The manager connects it to OnRestart(), which does nothing.
+    void DoRestart();
+
+public slots:
+    /// Does nothing here; a host that wants a listing of the plugins supplies its own or asks plugins().
+    virtual void dumpPlugins() = 0;
+
+    /**
+     * Loads a plugin by its name: its dependencies first, in manifest order, then its library, then its start.
+     *
+     * @param name the plugin's name.
+     * @param ok receives the result, as load() returns it; may be null.
+     */
+    void OnLoad(QString name, bool* ok);
+
+protected:
+    /**
+     * Loads a plugin by its name; what OnLoad() calls.
+     *
+     * @param name the plugin's name.
+     * @return the result of the load, as load() describes it.
+     */
+    virtual bool loadPlugin(QString name) = 0;
+
+    /**
+     * Looks up which plugin declares a service.
+     *
+     * @param service the service's name.
+     * @return the plugin's name; empty when no manifest that was read declares the service.
+     */
+    virtual QString pluginOfService(QString service) const = 0;
+
+    /**
+     * Loads the plugin that provides a service; what OnLoadByService() calls.
+     *
+     * @param service the service's name.
+     * @return the result of the load, as loadByService() describes it.
+     */
+    virtual bool loadPluginByService(QString service) = 0;
+
+public slots:
+    /**
+     * Loads the plugin that provides a service.
+     *
+     * @param service the service's name.
+     * @param ok receives the result, as loadByService() returns it; may be null.
+     */
+    void OnLoadByService(QString service, bool* ok);
+
+    /// Does nothing here; a host that needs restarts on request connects DoRestart() to a slot of its own.
+    virtual void OnRestart() = 0;
+
+public:
+    /**
+     * Brings the installed plugins up: publishes them, reads their manifests, orders them, connects the signals, and
+     * loads "ZentraSettings", each load category in turn and the autoload plugins.
+     *
+     * Called once, by `Corvane::startNormal`. A plugin that cannot be loaded does not make it fail. A set of plugins
+     * that cannot be ordered, because a dependency is absent or because plugins depend on each other in a circle,
+     * ends the process with the fatal message "Cannot start under this circumstances."; the reason has been logged.
+     *
+     * @return false when the installed plugins cannot be published, when the feature "Core" is not installed, when a
+     *         manifest is faulty or has another runtime API version than IPlugin::RuntimeApiVersion, and when a
+     *         service is declared twice. No plugin has been loaded then, and the signals are not connected.
+     */
+    virtual bool StartNormal() = 0;
+
+    /**
+     * Stops the started plugins in exactly the reverse order of their start; their libraries stay loaded.
+     *
+     * The service manager refuses new services and listeners from the beginning on, and drops all it has at the end.
+     * Called once, by `Corvane::stopNormal`.
+     */
+    virtual void StopNormal() = 0;
+
+    /**
+     * Finds out what is installed without starting anything: publishes the installed plugins, reads their manifests,
+     * and gives each its place in the start order.
+     *
+     * It goes on over what is faulty, so that one call logs every fault. StartNormal() may follow; it does not read
+     * the manifests a second time, and refuses to start when one was faulty.
+     *
+     * @return true when the installed plugins could be published, every manifest was read without fault and every
+     *         plugin could be ordered.
+     */
+    virtual bool discover() = 0;
+
+    /**
+     * The plugins that the installed features name, in the order in which they were registered, each once.
+     *
+     * @return empty before discover() or StartNormal().
+     */
+    virtual QList<cPluginInfo> plugins() const = 0;
+
+    /**
+     * Registers the observer that is told of the manager's steps.
+     *
+     * @param observer not owned; must live until it is replaced. Null, which is the default, costs nothing.
+     */
+    virtual void setObserver(IPluginObserver* observer) = 0;
+
+protected:
+    /// Makes this object the process's plugin manager and registers `bool*` with the meta-type system.
+    IPluginMgr();
+
+private:
+    Q_DISABLE_COPY(IPluginMgr)
+};
