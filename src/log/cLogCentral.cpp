@@ -1,0 +1,134 @@
+#include <Norvale/cLogCentral.h>
+
+#include "log/cLogCentralData.h"
+#include "log/cLogImpl.h"
+
+#include <QtCore/QMutexLocker>
+
+namespace {
+
+/// Switches a channel that is not registered: it lives only for as long as that takes.
+void storeSwitchOf(const QString& name, bool isEnabled)
+{
+    cLogImpl channel(name);
+    channel.setEnabled(isEnabled);
+    channel.storeSwitch();
+}
+
+void switchLog(cLogCentralData& central, const QString& name, bool isEnabled)
+{
+    const QMutexLocker locker(&central.lock);
+    if (cLogImpl* channel = central.channels.value(name)) {
+        channel->setEnabled(isEnabled);
+        channel->storeSwitch();
+    } else {
+        storeSwitchOf(name, isEnabled);
+    }
+}
+
+} // namespace
+
+cLogCentral::cLogCentral() : d(new cLogCentralData)
+{
+    qRegisterMetaType<debugType>("debugType");
+    qRegisterMetaType<Qt::HANDLE>("Qt::HANDLE");
+}
+
+cLogCentral::~cLogCentral()
+{
+    delete d;
+}
+
+bool cLogCentral::initialize()
+{
+    return instance() != nullptr;
+}
+
+cLogCentral* cLogCentral::instance()
+{
+    // Never destroyed: other static objects may log until the very end.
+    static cLogCentral* const central = new cLogCentral;
+    return central;
+}
+
+cLog cLogCentral::log(const QString& name)
+{
+    cLogCentralData& central = *instance()->d;
+    const QMutexLocker locker(&central.lock);
+    if (name.isEmpty())
+        return cLog();
+    cLogImpl*& channel = central.channels[name];
+    if (!channel)
+        channel = new cLogImpl(name);
+    return cLog(*channel);
+}
+
+cLog cLogCentral::sysLog()
+{
+    instance();
+    return cLog();
+}
+
+void cLogCentral::enableLog(const QString& name)
+{
+    switchLog(*instance()->d, name, true);
+}
+
+void cLogCentral::disableLog(const QString& name)
+{
+    switchLog(*instance()->d, name, false);
+}
+
+void cLogCentral::saveLogSettings()
+{
+    cLogCentralData& central = *instance()->d;
+    const QMutexLocker locker(&central.lock);
+    for (const cLogImpl* channel : qAsConst(central.channels))
+        channel->storeSwitch();
+}
+
+void cLogCentral::setLogFile(const QString& path)
+{
+    cLogCentralData& central = *instance()->d;
+    QMutexLocker locker(&central.lock);
+    if (!path.isEmpty() && central.isFileOpen(path))
+        return;
+    central.closeFile();
+    if (path.isEmpty() || central.openFile(path))
+        return;
+    locker.unlock(); // a message handler of the host may log
+    qFatal("Failed to open log file %s", path.toLatin1().constData());
+}
+
+void cLogCentral::setDebuggerOutput(bool isOn)
+{
+    cLogCentralData& central = *instance()->d;
+    const QMutexLocker locker(&central.lock);
+    central.isDebuggerOutputOn = isOn;
+}
+
+void cLogCentral::addHook(QObject* object, const char* method)
+{
+    if (!object || !method)
+        return;
+    cLogCentralData& central = *instance()->d;
+    const QMutexLocker locker(&central.lock);
+    if (central.hooks.contains(object))
+        central.hooks.replace(object, method);
+    else
+        central.hooks.set(object, method,
+                          QObject::connect(object, &QObject::destroyed, [object] { removeHook(object); }));
+}
+
+void cLogCentral::removeHook(QObject* object)
+{
+    cLogCentralData& central = *instance()->d;
+    central.lockedUnlessHeld([&] { central.hooks.remove(object); });
+}
+
+QList<cLogEntry> cLogCentral::history()
+{
+    cLogCentralData& central = *instance()->d;
+    const QMutexLocker locker(&central.lock);
+    return central.history;
+}

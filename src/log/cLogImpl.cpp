@@ -1,0 +1,98 @@
+#include "log/cLogImpl.h"
+
+#include <QtCore/QSettings>
+#include <QtCore/QVariant>
+
+namespace {
+
+QString settingsGroup(const QString& channel)
+{
+    return QLatin1String("Log/") + channel;
+}
+
+const QString& switchKey()
+{
+    static const QString key = QStringLiteral("enabled");
+    return key;
+}
+
+/// Made after the settings have been read, so the statics that they need are destroyed after this one.
+struct StoreAtUnload
+{
+    const cLogImpl& channel;
+    ~StoreAtUnload() { channel.storeSwitch(); }
+};
+
+} // namespace
+
+cLogImpl::cLogImpl(const QString& name, SwitchReading reading)
+    : m_name(name), m_ownLine(new cLogLine), m_line(m_ownLine.get()), m_reading(reading)
+{
+    if (m_reading == ReadNow)
+        readSwitch();
+}
+
+cLogImpl::~cLogImpl()
+{
+    storeSwitch();
+}
+
+cLogImpl& cLogImpl::system()
+{
+    // Never destroyed: other static objects may log until the very end.
+    static cLogImpl* const channel = new cLogImpl(QStringLiteral("!"), ReadAtFirstUse);
+    return *channel;
+}
+
+void cLogImpl::setEnabled(bool isEnabled)
+{
+    readSwitchAtFirstUse();
+    m_isEnabled.store(isEnabled, std::memory_order_relaxed);
+}
+
+void cLogImpl::storeSwitch() const
+{
+    QSettings settings;
+    settings.beginGroup(settingsGroup(m_name));
+    settings.setValue(switchKey(), isEnabled());
+    settings.endGroup();
+}
+
+QIODevice* cLogImpl::openLine()
+{
+    readSwitchAtFirstUse();
+    for (;;) {
+        cLogLine& current = line();
+        current.lock();
+        if (&current == &line()) {
+            current.open();
+            return current.device();
+        }
+        current.unlock(); // assigned to another place while this thread waited
+    }
+}
+
+void cLogImpl::assign(const cLogImpl& other)
+{
+    m_isEnabled.store(other.isEnabled(), std::memory_order_relaxed);
+    m_name = other.m_name;
+    m_line.store(other.m_line.load(std::memory_order_acquire), std::memory_order_release);
+}
+
+void cLogImpl::readSwitch()
+{
+    QSettings settings;
+    settings.beginGroup(settingsGroup(m_name));
+    m_isEnabled.store(settings.value(switchKey(), true).toBool(), std::memory_order_relaxed);
+    settings.endGroup();
+}
+
+void cLogImpl::readSwitchAtFirstUse()
+{
+    if (m_reading == ReadNow)
+        return;
+    std::call_once(m_firstUse, [this] {
+        readSwitch();
+        static const StoreAtUnload store{*this};
+    });
+}

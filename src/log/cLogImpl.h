@@ -1,0 +1,61 @@
+#pragma once
+
+#include "log/cLogLine.h"
+
+#include <QtCore/QString>
+
+#include <atomic>
+#include <memory>
+#include <mutex>
+
+/**
+ * A log channel: its switch, its name, and the place where its lines are composed.
+ *
+ * Assigning one line to another makes two channels share that place. It is therefore reached through a pointer, and
+ * lives as long as the channel that made it.
+ *
+ * The name is read and changed with the central's lock held.
+ */
+class cLogImpl
+{
+public:
+    enum SwitchReading { ReadNow, ReadAtFirstUse };
+
+    explicit cLogImpl(const QString& name, SwitchReading reading = ReadNow);
+    cLogImpl(const cLogImpl&) = delete;
+    cLogImpl& operator=(const cLogImpl&) = delete;
+
+    /// Stores the switch in the settings.
+    virtual ~cLogImpl();
+
+    /// The system channel, "!": reads its switch when it is first used, and stores it when the library is unloaded.
+    static cLogImpl& system();
+
+    const QString& name() const { return m_name; }
+
+    bool isEnabled() const { return m_isEnabled.load(std::memory_order_relaxed); }
+    void setEnabled(bool isEnabled);
+
+    /// Writes the switch to the user's settings.
+    void storeSwitch() const;
+
+    /// Where the channel's lines are composed at present.
+    cLogLine& line() const { return *m_line.load(std::memory_order_acquire); }
+
+    /// Waits for the line before it to end and starts one. @return the device to stream it into.
+    QIODevice* openLine();
+
+    /// Becomes the same as @p other in switch, name and place of composing; the central's lock is held.
+    void assign(const cLogImpl& other);
+
+private:
+    void readSwitch();
+    void readSwitchAtFirstUse();
+
+    std::atomic<bool> m_isEnabled{true};
+    QString m_name;
+    const std::unique_ptr<cLogLine> m_ownLine;
+    std::atomic<cLogLine*> m_line;
+    const SwitchReading m_reading;
+    std::once_flag m_firstUse;
+};
