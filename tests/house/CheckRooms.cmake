@@ -1,4 +1,5 @@
 # Fails when a file of src/ROOM includes a room that its CMakeLists.txt does not name, or a room names one above it.
+cmake_minimum_required(VERSION 3.16)
 include("${ROOMS}")
 set(faults 0)
 set(lower)
