@@ -1,0 +1,32 @@
+# What an installation holds: the exported headers, the library, the reference host, and a CMake package that works from
+# wherever the whole is moved to.
+option(NORVALE_INSTALL "Install the library, the host and the CMake package" ${NORVALE_IS_TOP})
+if(NOT NORVALE_INSTALL)
+    return()
+endif()
+
+include(CMakePackageConfigHelpers)
+set(package_dir "${CMAKE_INSTALL_LIBDIR}/cmake/Norvale")
+
+install(DIRECTORY "${PROJECT_SOURCE_DIR}/include/Norvale" DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}" FILES_MATCHING PATTERN "*.h")
+
+set(programs)
+if(TARGET VCore)
+    set(programs VCore)
+    # found by its place beside the library, not by a path of the machine that built it
+    file(RELATIVE_PATH to_library "/${CMAKE_INSTALL_BINDIR}" "/${CMAKE_INSTALL_LIBDIR}")
+    set_target_properties(VCore PROPERTIES INSTALL_RPATH "$ORIGIN/${to_library}")
+endif()
+install(TARGETS Norvale ${programs} EXPORT NorvaleExports
+    RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}"
+    LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}"
+    ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}")
+install(EXPORT NorvaleExports NAMESPACE Norvale:: DESTINATION "${package_dir}")
+
+configure_package_config_file("${PROJECT_SOURCE_DIR}/cmake/NorvaleConfig.cmake.in"
+    "${PROJECT_BINARY_DIR}/package/NorvaleConfig.cmake" INSTALL_DESTINATION "${package_dir}")
+write_basic_package_version_file("${PROJECT_BINARY_DIR}/package/NorvaleConfigVersion.cmake" COMPATIBILITY SameMajorVersion)
+install(FILES
+    "${PROJECT_BINARY_DIR}/package/NorvaleConfig.cmake" "${PROJECT_BINARY_DIR}/package/NorvaleConfigVersion.cmake"
+    "${PROJECT_SOURCE_DIR}/cmake/NorvalePlugin.cmake" "${PROJECT_SOURCE_DIR}/cmake/NorvaleManifest.cmake"
+    DESTINATION "${package_dir}")

@@ -1,0 +1,236 @@
+# What a plugin author's CMakeLists.txt calls: norvale_add_plugin makes a plugin folder, norvale_add_feature names the
+# plugins that a suite has. Together they lay out a folder that a host can take as its installation folder:
+#
+#   <root>/plugins/features.xml
+#   <root>/plugins/Greeter-1.00.000/Manifest.xml
+#   <root>/plugins/Greeter-1.00.000/Greeter.so            (Greeter.dll on Windows)
+#   <root>/plugins/Greeter-1.00.000/ts/strings_de_DE.qm
+#
+# The root is DESTINATION, else the variable NORVALE_SUITE_DIR, else "suite" in the build folder.
+cmake_policy(VERSION 3.16)
+include("${CMAKE_CURRENT_LIST_DIR}/NorvaleManifest.cmake")
+
+# _norvale_suite_root(OUT [ROOT]): the absolute root of the suite that is laid out.
+function(_norvale_suite_root out)
+    set(root "${ARGN}")
+    if(NOT root)
+        set(root "${NORVALE_SUITE_DIR}")
+    endif()
+    if(NOT root)
+        set(root "${CMAKE_BINARY_DIR}/suite")
+    endif()
+    get_filename_component(root "${root}" ABSOLUTE BASE_DIR "${CMAKE_CURRENT_BINARY_DIR}")
+    set(${out} "${root}" PARENT_SCOPE)
+endfunction()
+
+# norvale_add_plugin(NAME name VERSION version SOURCES file...
+#     [MANIFEST file | [AUTOLOAD] [CATEGORY category] [API_VERSION n] [PARAMS json]
+#                      [DEPENDENCIES plugin...] [SERVICES service...]]
+#     [FUNCTION entry] [TRANSLATIONS strings_<locale>.ts...] [FILES file...] [LIBRARIES target...] [DESTINATION root])
+#
+# Builds the library `name` (a target of this name, which can be given further properties) and puts it into the folder
+# <root>/plugins/<name>-<version> together with its manifest, its compiled translations (ts/) and the FILES.
+#
+#   MANIFEST      a manifest of your own. It is held against the other arguments, and a fault stops the configuration.
+#                 Without it one is written from the arguments of the second line.
+#   AUTOLOAD      the plugin is loaded at every start; CATEGORY: when the host asks for this load category. With neither,
+#                 it is loaded when somebody needs it or a service of it.
+#   API_VERSION   the number of the plugin's own interface.
+#   PARAMS        a JSON document that the plugin gets from its context.
+#   DEPENDENCIES  names of plugins that are started before this one.
+#   SERVICES      the services that the plugin registers; asking for one of them loads the plugin.
+#   FUNCTION      the exported function that returns the plugin object; createPlugin unless given.
+#   TRANSLATIONS  Qt Linguist sources; the one of the machine's locale is installed when the plugin starts.
+function(norvale_add_plugin)
+    cmake_parse_arguments(arg "AUTOLOAD" "NAME;VERSION;MANIFEST;CATEGORY;API_VERSION;PARAMS;FUNCTION;DESTINATION"
+        "SOURCES;DEPENDENCIES;SERVICES;TRANSLATIONS;FILES;LIBRARIES" ${ARGN})
+    _norvale_check_plugin_arguments()
+    _norvale_suite_root(root ${arg_DESTINATION})
+    set(folder "${root}/plugins/${arg_NAME}-${version}")
+
+    add_library(${arg_NAME} MODULE ${arg_SOURCES})
+    target_link_libraries(${arg_NAME} PRIVATE Norvale::Norvale ${arg_LIBRARIES})
+    target_compile_features(${arg_NAME} PRIVATE cxx_std_17)
+    # the empty generator expression keeps multi-configuration generators from adding a folder
+    set_target_properties(${arg_NAME} PROPERTIES
+        PREFIX "" DEBUG_POSTFIX "" OUTPUT_NAME "${arg_NAME}" LIBRARY_OUTPUT_DIRECTORY "${folder}$<1:>"
+        AUTOMOC ON CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON
+        NORVALE_VERSION "${version}" NORVALE_ROOT "${root}")
+    _norvale_plugin_manifest()
+    _norvale_plugin_translations()
+    foreach(file IN LISTS arg_FILES)
+        get_filename_component(name "${file}" NAME)
+        _norvale_plugin_file("${file}" "${name}")
+    endforeach()
+    set_target_properties(${arg_NAME} PROPERTIES NORVALE_SERVICES "${services}")
+endfunction()
+
+# The steps of norvale_add_plugin, in its scope.
+
+macro(_norvale_check_plugin_arguments)
+    foreach(key NAME VERSION SOURCES)
+        if(NOT arg_${key})
+            message(FATAL_ERROR "norvale_add_plugin: ${key} is missing")
+        endif()
+    endforeach()
+    if(arg_UNPARSED_ARGUMENTS)
+        message(FATAL_ERROR "norvale_add_plugin(${arg_NAME}): unknown arguments: ${arg_UNPARSED_ARGUMENTS}")
+    endif()
+    if(NOT arg_NAME MATCHES "^[A-Za-z0-9_.+-]+$")
+        message(FATAL_ERROR "norvale_add_plugin: \"${arg_NAME}\" cannot be the name of a plugin: it names a folder and a target")
+    endif()
+    _norvale_canonical_version(version "${arg_VERSION}")
+    if(NOT version)
+        message(FATAL_ERROR "norvale_add_plugin(${arg_NAME}): VERSION \"${arg_VERSION}\" is not one to three numbers")
+    endif()
+    if(NOT arg_FUNCTION)
+        set(arg_FUNCTION createPlugin)
+    endif()
+    foreach(key AUTOLOAD CATEGORY API_VERSION PARAMS DEPENDENCIES SERVICES)
+        if(arg_MANIFEST AND arg_${key})
+            message(FATAL_ERROR "norvale_add_plugin(${arg_NAME}): ${key} stands in the MANIFEST, do not give both")
+        endif()
+    endforeach()
+endmacro()
+
+# Writes the manifest or takes the given one; either is checked, so that both fail with the same words.
+macro(_norvale_plugin_manifest)
+    set(identity NAME "${arg_NAME}" VERSION "${version}" FILENAME "${arg_NAME}" FUNCTION "${arg_FUNCTION}")
+    if(arg_MANIFEST)
+        get_filename_component(manifest "${arg_MANIFEST}" ABSOLUTE)
+        set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${manifest}")
+    else()
+        set(manifest "${CMAKE_CURRENT_BINARY_DIR}/${arg_NAME}.manifest/Manifest.xml")
+        set(options "")
+        if(arg_AUTOLOAD)
+            set(options AUTOLOAD)
+        endif()
+        norvale_write_manifest("${manifest}" ${identity} ${options} CATEGORY "${arg_CATEGORY}"
+            API_VERSION "${arg_API_VERSION}" PARAMS "${arg_PARAMS}" DEPENDENCIES ${arg_DEPENDENCIES} SERVICES ${arg_SERVICES})
+    endif()
+    norvale_check_manifest(faults "${manifest}" ${identity})
+    if(faults)
+        string(REPLACE ";" "\n  ${manifest}:" faults "${faults}")
+        message(FATAL_ERROR "norvale_add_plugin(${arg_NAME}):\n  ${manifest}:${faults}")
+    endif()
+    set(services "${faults_SERVICES}")
+    _norvale_plugin_file("${manifest}" Manifest.xml)
+endmacro()
+
+# Copies a file into the plugin's folder when the plugin is built and whenever the file has changed.
+macro(_norvale_plugin_file from to)
+    get_filename_component(source "${from}" ABSOLUTE)
+    add_custom_command(OUTPUT "${folder}/${to}"
+        COMMAND ${CMAKE_COMMAND} -E copy "${source}" "${folder}/${to}"
+        DEPENDS "${source}" COMMENT "${arg_NAME}: ${to}" VERBATIM)
+    target_sources(${arg_NAME} PRIVATE "${folder}/${to}")
+endmacro()
+
+macro(_norvale_plugin_translations)
+    if(arg_TRANSLATIONS)
+        get_target_property(qt_bin Qt5::qmake IMPORTED_LOCATION)
+        get_filename_component(qt_bin "${qt_bin}" DIRECTORY)
+        find_program(NORVALE_LRELEASE NAMES lrelease-qt5 lrelease HINTS "${qt_bin}")
+        if(NOT NORVALE_LRELEASE)
+            message(FATAL_ERROR "norvale_add_plugin(${arg_NAME}): TRANSLATIONS need Qt's lrelease (Debian: qttools5-dev-tools)")
+        endif()
+    endif()
+    foreach(file IN LISTS arg_TRANSLATIONS)
+        get_filename_component(name "${file}" NAME)
+        if(NOT name MATCHES "^(strings_[A-Za-z_]+)\\.ts$")
+            message(FATAL_ERROR "norvale_add_plugin(${arg_NAME}): ${name} must be named strings_<locale>.ts, as strings_de_DE.ts")
+        endif()
+        set(compiled "${folder}/ts/${CMAKE_MATCH_1}.qm")
+        get_filename_component(source "${file}" ABSOLUTE)
+        add_custom_command(OUTPUT "${compiled}"
+            COMMAND ${CMAKE_COMMAND} -E make_directory "${folder}/ts"
+            COMMAND "${NORVALE_LRELEASE}" -silent "${source}" -qm "${compiled}"
+            DEPENDS "${source}" COMMENT "${arg_NAME}: translation ${CMAKE_MATCH_1}" VERBATIM)
+        target_sources(${arg_NAME} PRIVATE "${compiled}")
+    endforeach()
+endmacro()
+
+# norvale_add_feature(NAME name VERSION version PLUGINS plugin...
+#     [DEPENDENCIES feature...] [DISPLAYNAMES language text...] [DESTINATION root])
+#
+# Enters a feature with these plugins (made by norvale_add_plugin before) into <root>/plugins/features.xml. A host starts
+# only a suite that has a feature named "Core". The target `suite` builds everything that the features name.
+function(norvale_add_feature)
+    cmake_parse_arguments(arg "" "NAME;VERSION;DESTINATION" "PLUGINS;DEPENDENCIES;DISPLAYNAMES" ${ARGN})
+    _norvale_suite_root(root ${arg_DESTINATION})
+    _norvale_canonical_version(version "${arg_VERSION}")
+    if(NOT arg_NAME OR NOT version OR arg_UNPARSED_ARGUMENTS)
+        message(FATAL_ERROR "norvale_add_feature(NAME ${arg_NAME} VERSION ${arg_VERSION}): NAME and a VERSION of one to three "
+            "numbers are needed; unknown: \"${arg_UNPARSED_ARGUMENTS}\"")
+    endif()
+    _norvale_xml_escape(name "${arg_NAME}")
+    set(xml "  <feature name=\"${name}\" version=\"${version}\" active=\"true\">\n")
+    while(arg_DISPLAYNAMES)
+        list(GET arg_DISPLAYNAMES 0 language)
+        list(GET arg_DISPLAYNAMES 1 text)
+        list(REMOVE_AT arg_DISPLAYNAMES 0 1)
+        _norvale_xml_escape(text "${text}")
+        string(APPEND xml "    <displayname lang=\"${language}\">${text}</displayname>\n")
+    endwhile()
+    if(arg_DEPENDENCIES)
+        list(TRANSFORM arg_DEPENDENCIES REPLACE "(.+)" "      <feature name=\"\\1\"/>\n")
+        string(CONCAT dependencies ${arg_DEPENDENCIES})
+        string(APPEND xml "    <dependencies>\n${dependencies}    </dependencies>\n")
+    endif()
+    string(APPEND xml "    <plugins>\n")
+    foreach(plugin IN LISTS arg_PLUGINS)
+        _norvale_enter_plugin()
+    endforeach()
+    _norvale_enter_feature("${root}" "${xml}    </plugins>\n  </feature>\n")
+    add_dependencies(${suite} ${arg_PLUGINS})
+endfunction()
+
+# One plugin of a feature. Two that name one service would keep the whole suite from starting.
+macro(_norvale_enter_plugin)
+    set(plugin_root "")
+    if(TARGET ${plugin})
+        get_target_property(plugin_root ${plugin} NORVALE_ROOT)
+        get_target_property(plugin_version ${plugin} NORVALE_VERSION)
+        get_target_property(plugin_services ${plugin} NORVALE_SERVICES)
+    endif()
+    if(NOT plugin_root STREQUAL root)
+        message(FATAL_ERROR "norvale_add_feature(${arg_NAME}): ${plugin} is no plugin of the suite ${root}")
+    endif()
+    foreach(service IN LISTS plugin_services)
+        get_property(owner GLOBAL PROPERTY "NORVALE_SERVICE ${root} ${service}")
+        if(owner AND NOT owner STREQUAL plugin)
+            message(FATAL_ERROR "norvale_add_feature(${arg_NAME}): ${owner} and ${plugin} both declare the service \"${service}\"")
+        endif()
+        set_property(GLOBAL PROPERTY "NORVALE_SERVICE ${root} ${service}" ${plugin})
+    endforeach()
+    string(APPEND xml "      <plugin name=\"${plugin}\" version=\"${plugin_version}\"/>\n")
+endmacro()
+
+# Adds a feature to the catalogue of the root, which is written once, when all features are known. The first suite of a
+# build has the target `suite`, a further one `suite_<name of its root>`.
+function(_norvale_enter_feature root xml)
+    get_property(suite GLOBAL PROPERTY "NORVALE_SUITE ${root}")
+    if(NOT suite)
+        set(suite suite)
+        if(TARGET suite)
+            get_filename_component(name "${root}" NAME)
+            set(suite "suite_${name}")
+        endif()
+        set(catalogue "${CMAKE_CURRENT_BINARY_DIR}/${suite}.features.xml")
+        file(GENERATE OUTPUT "${catalogue}" CONTENT "<?xml version=\"1.0\" encoding=\"UTF-8\"?>
+<repository>
+$<TARGET_PROPERTY:${suite},NORVALE_FEATURES></repository>
+")
+        add_custom_command(OUTPUT "${root}/plugins/features.xml"
+            COMMAND ${CMAKE_COMMAND} -E copy "${catalogue}" "${root}/plugins/features.xml"
+            DEPENDS "${catalogue}" COMMENT "features.xml of ${root}" VERBATIM)
+        add_custom_target(${suite} ALL DEPENDS "${root}/plugins/features.xml")
+        set_property(GLOBAL PROPERTY "NORVALE_SUITE ${root}" ${suite})
+    endif()
+    get_target_property(features ${suite} NORVALE_FEATURES)
+    if(NOT features)
+        set(features "")
+    endif()
+    set_target_properties(${suite} PROPERTIES NORVALE_FEATURES "${features}${xml}")
+    set(suite ${suite} PARENT_SCOPE)
+endfunction()
