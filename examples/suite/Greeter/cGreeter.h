@@ -1,0 +1,22 @@
+#pragma once
+
+#include <QtCore/QObject>
+
+/**
+ * The service "Greeter": greets people in the language of the machine, and remembers them from one run to the next.
+ *
+ * Every greeting is told as the event "Greeted" (name) of the event set "GreeterEvents".
+ */
+class cGreeter : public QObject
+{
+    Q_OBJECT
+    Q_CLASSINFO("service", "Greeter")
+
+public:
+    /// Greets @p name; an empty name greets whom the setting "Greeter/Name" names.
+    Q_INVOKABLE QString greet(const QString& name);
+
+private:
+    /// Counts a visit of @p name in the settings and gives its number.
+    int countVisit(const QString& name);
+};
