@@ -1,0 +1,40 @@
+#include "ExitCode.h"
+
+#include <QtCore/QStringList>
+
+namespace {
+
+struct Meaning
+{
+    ExitCode code;
+    const char* text;
+};
+
+constexpr Meaning Meanings[] = {
+    {ExitCode::Ok, "done; for a run: started, served and stopped in order"},
+    {ExitCode::Usage, "the command line was not understood"},
+    {ExitCode::InitialiseFailed, "the framework could not be initialised"},
+    {ExitCode::StartFailed, "the suite could not be started"},
+    {ExitCode::NoCore, "the feature \"Core\" is not installed"},
+    {ExitCode::HostRunning, "another host of this installation is running"},
+    {ExitCode::NoHost, "no host of this installation is running"},
+    {ExitCode::CallFailed, "the running host answered with an error"},
+    {ExitCode::Timeout, "the running host did not answer in time"},
+    {ExitCode::Restart, "the suite asks to be set up anew with the stored setup program"},
+    {ExitCode::SocketFailed, "the local socket or its lock could not be had"},
+    {ExitCode::Fatal, "the framework met a fatal condition"},
+    {ExitCode::HardStop, "ended hard by a second stop signal"},
+    {ExitCode::FileFailed, "the log or trace file could not be written"},
+    {ExitCode::ConnectionLost, "the running host closed the connection before it had answered"},
+    {ExitCode::LoopEnded, "a plugin ended the event loop with another code than 0"},
+};
+
+} // namespace
+
+QString exitCodeTable()
+{
+    QStringList lines;
+    for (const Meaning& meaning : Meanings)
+        lines.append(QStringLiteral("  %1  %2").arg(int(meaning.code), 2).arg(QLatin1String(meaning.text)));
+    return lines.join(QLatin1Char('\n'));
+}

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <QtCore/QString>
+
+/// How the program ends. The numbers are part of its interface: scripts tell the ends apart by them, so none is ever
+/// reused.
+enum class ExitCode {
+    Ok = 0,
+    Usage = 2,
+    InitialiseFailed = 3,
+    StartFailed = 4,
+    NoCore = 5,
+    HostRunning = 6,
+    NoHost = 7,
+    CallFailed = 8,
+    Timeout = 9,
+    Restart = 10,
+    SocketFailed = 11,
+    Fatal = 12,
+    HardStop = 13,
+    FileFailed = 14,
+    ConnectionLost = 15,
+    LoopEnded = 16
+};
+
+/// The exit codes with their meaning, a line each, as the help text shows them.
+QString exitCodeTable();

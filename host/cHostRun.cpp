@@ -1,0 +1,158 @@
+#include "cHostRun.h"
+
+#include "FatalEnd.h"
+#include "Terminal.h"
+#include "cHostHandler.h"
+#include "cHostService.h"
+#include "cStopSignals.h"
+#include "wire/cHostAddress.h"
+
+#include <Norvale/Corvane.h>
+#include <Norvale/IConfigMgr.h>
+#include <Norvale/IPluginMgr.h>
+
+#include <QtCore/QCoreApplication>
+#include <QtCore/QFile>
+#include <QtXml/QDomDocument>
+
+namespace {
+
+// A request to set up anew belongs to the run that made it.
+void forgetRestartRequests()
+{
+    if (Corvane::restartOption() != Corvane::NoRestart)
+        Corvane::setRestartOption(Corvane::NoRestart);
+    if (!Corvane::restartSetupFilename().isEmpty())
+        Corvane::setRestartSetupFilename(QString());
+}
+
+bool isRestartRequested()
+{
+    return Corvane::restartOption() != Corvane::NoRestart || !Corvane::restartSetupFilename().isEmpty();
+}
+
+// A catalogue that cannot be read says nothing about the feature "Core"; an absent one is that of a fresh machine.
+bool isCoreMissing()
+{
+    const QString catalogue = Corvane::velmiraFolderOrFile(Corvane::FeaturesFile);
+    QDomDocument document;
+    const bool isReadable = !QFile::exists(catalogue) || Corvane::FileReadDom(catalogue, document, false);
+    return isReadable && !IConfigMgr::isFeatureInstalled(QStringLiteral("Core"));
+}
+
+} // namespace
+
+cHostRun::cHostRun(const QStringList& categories, const QString& tracePath)
+    : m_categories(categories), m_tracePath(tracePath)
+{
+    FatalEnd::setLastAct([this] { writeTrace(); });
+}
+
+cHostRun::~cHostRun()
+{
+    FatalEnd::setLastAct({});
+}
+
+ExitCode cHostRun::run()
+{
+    m_stopSignals = std::make_unique<cStopSignals>();
+    QObject::connect(m_stopSignals.get(), &cStopSignals::stopRequested, qApp, &QCoreApplication::quit);
+    ExitCode code = takeAddress();
+    if (code != ExitCode::Ok)
+        return code;
+    code = initialise();
+    if (code == ExitCode::Ok)
+        code = start();
+    if (code == ExitCode::Ok) {
+        code = serve();
+        stop();
+    }
+    m_handler.reset();
+    m_service.reset();
+    m_server.close();
+    if (!writeTrace() && code == ExitCode::Ok)
+        return ExitCode::FileFailed;
+    return code;
+}
+
+ExitCode cHostRun::takeAddress()
+{
+    Corvane::initializeFolderOrFile();
+    const QString folder = Corvane::velmiraFolderOrFile(Corvane::CoreFolder);
+    switch (m_server.listen(cHostAddress::ofInstallation(folder))) {
+    case cHostServer::Listening:
+        return ExitCode::Ok;
+    case cHostServer::HostIsAlive:
+        Terminal::reason(QStringLiteral("another host of %1 is running: %2").arg(folder, m_server.errorString()));
+        return ExitCode::HostRunning;
+    case cHostServer::Failed:
+        break;
+    }
+    Terminal::reason(m_server.errorString());
+    return ExitCode::SocketFailed;
+}
+
+ExitCode cHostRun::initialise()
+{
+    forgetRestartRequests();
+    m_trace.begin(QStringLiteral("initialise"));
+    const bool ok = Corvane::initialize();
+    m_trace.end(ok);
+    if (!ok) {
+        Terminal::reason(QStringLiteral("the framework could not be initialised"));
+        return ExitCode::InitialiseFailed;
+    }
+    if (!m_tracePath.isEmpty())
+        IPluginMgr::instance()->setObserver(&m_trace);
+    m_service = std::make_unique<cHostService>(&m_server);
+    m_handler = std::make_unique<cHostHandler>(&m_server);
+    return ExitCode::Ok;
+}
+
+ExitCode cHostRun::start()
+{
+    Corvane::setLoadCategories(m_categories);
+    m_trace.begin(QStringLiteral("start the suite"));
+    const bool ok = Corvane::startNormal();
+    m_trace.end(ok);
+    if (ok)
+        return ExitCode::Ok;
+    IPluginMgr::instance()->setObserver(nullptr);
+    if (isCoreMissing()) {
+        Terminal::reason(QStringLiteral("the feature \"Core\" is not installed in %1")
+                             .arg(Corvane::velmiraFolderOrFile(Corvane::CoreFolder)));
+        return ExitCode::NoCore;
+    }
+    Terminal::reason(QStringLiteral("the suite could not be started; the log lines above tell why"));
+    return ExitCode::StartFailed;
+}
+
+ExitCode cHostRun::serve()
+{
+    const int loopCode = QCoreApplication::exec();
+    if (loopCode != 0) {
+        Terminal::reason(QStringLiteral("a plugin ended the event loop with the code %1").arg(loopCode));
+        return ExitCode::LoopEnded;
+    }
+    if (!isRestartRequested())
+        return ExitCode::Ok;
+    Terminal::reason(QStringLiteral("the suite asks to be set up anew with %1").arg(Corvane::restartSetupFilename()));
+    return ExitCode::Restart;
+}
+
+void cHostRun::stop()
+{
+    m_trace.begin(QStringLiteral("stop the suite"));
+    Corvane::stopNormal();
+    m_trace.end(true);
+    IPluginMgr::instance()->setObserver(nullptr);
+}
+
+bool cHostRun::writeTrace() const
+{
+    QString error;
+    if (m_tracePath.isEmpty() || m_trace.write(m_tracePath, &error))
+        return true;
+    Terminal::reason(error);
+    return false;
+}

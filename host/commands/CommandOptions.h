@@ -1,0 +1,40 @@
+#pragma once
+
+#include "ExitCode.h"
+#include "wire/cHostAddress.h"
+#include "wire/cHostClient.h"
+
+#include <QtCore/QCommandLineOption>
+#include <QtCore/QList>
+#include <QtCore/QStringList>
+
+class QCommandLineParser;
+
+/// The options that several commands share, and what follows from their values.
+namespace CommandOptions {
+
+extern const char Categories[];
+extern const char Log[];
+extern const char Trace[];
+extern const char Json[];
+extern const char Timeout[];
+
+/// All of them, as the parser takes them.
+QList<QCommandLineOption> all();
+
+/// The load categories, without empty ones.
+QStringList categories(const QCommandLineParser& line);
+
+/// Shows the log on the terminal and opens the log file if one is named. @return false when it cannot be written.
+[[nodiscard]] bool openLog(const QCommandLineParser& line);
+
+/// The time limit in milliseconds; negative when the option holds none.
+int timeout(const QCommandLineParser& line);
+
+/// The address of the host of this installation.
+cHostAddress address();
+
+/// Prints why @p client did not get its answers, and gives the exit code.
+ExitCode failure(cHostClient::Outcome outcome, const cHostClient& client);
+
+} // namespace CommandOptions

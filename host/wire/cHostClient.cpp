@@ -1,0 +1,72 @@
+#include "wire/cHostClient.h"
+
+#include "wire/cHostAddress.h"
+
+#include <Norvale/cMessageSocket.h>
+
+#include <QtCore/QJsonDocument>
+
+cHostClient::cHostClient(int milliseconds) : m_deadline(milliseconds) {}
+
+cHostClient::Outcome cHostClient::connectTo(const cHostAddress& address)
+{
+    if (!address.isValid()) {
+        m_error = address.errorString();
+        return NoHost;
+    }
+    m_socket.connectToServer(address.socketName());
+    if (m_socket.waitForConnected(int(m_deadline.remainingTime())))
+        return Done;
+    m_error = QStringLiteral("no host listens on %1: %2").arg(address.socketName(), m_socket.errorString());
+    return m_socket.error() == QLocalSocket::SocketTimeoutError ? TimedOut : NoHost;
+}
+
+cHostClient::Outcome cHostClient::ask(const QByteArray& message, const AnswerFunction& onAnswer)
+{
+    if (!sendAll(message))
+        return fail();
+    while (!takeAnswers(onAnswer)) {
+        if (m_decoder.hasFailed()) {
+            m_error = m_decoder.errorString();
+            return Lost;
+        }
+        if (m_socket.bytesAvailable() == 0 && !m_socket.waitForReadyRead(int(m_deadline.remainingTime())))
+            return fail();
+        m_decoder.append(m_socket.readAll());
+    }
+    return Done;
+}
+
+cHostClient::Outcome cHostClient::fail()
+{
+    if (m_deadline.hasExpired()) {
+        m_error = QStringLiteral("the host did not answer in time");
+        return TimedOut;
+    }
+    m_error = QStringLiteral("the host ended the connection: %1").arg(m_socket.errorString());
+    return Lost;
+}
+
+bool cHostClient::sendAll(const QByteArray& message)
+{
+    cMessageSocket(&m_socket).writeMessage(message);
+    while (m_socket.bytesToWrite() > 0)
+        if (!m_socket.waitForBytesWritten(int(m_deadline.remainingTime())))
+            return false;
+    return true;
+}
+
+// True once the closing message was among them.
+bool cHostClient::takeAnswers(const AnswerFunction& onAnswer)
+{
+    QByteArray text;
+    while (m_decoder.next(&text)) {
+        const QJsonObject answer = QJsonDocument::fromJson(text).object();
+        const QString command = answer.value(QStringLiteral("command")).toString();
+        if (command == QLatin1String("HANDLED"))
+            return true;
+        if (command != QLatin1String("NEWSERVICE"))
+            onAnswer(text, answer);
+    }
+    return false;
+}

@@ -1,0 +1,123 @@
+#include "wire/cHostServer.h"
+
+#include "wire/cClientConnection.h"
+
+#include <Norvale/cDebug.h>
+#include <Norvale/cLog.h>
+#include <Norvale/cLogCentral.h>
+
+#include <QtCore/QTextStream>
+#include <QtCore/QThread>
+#include <QtNetwork/QLocalServer>
+#include <QtNetwork/QLocalSocket>
+
+#include <algorithm>
+
+cHostServer::cHostServer(QObject* parent) : QObject(parent), m_server(new QLocalServer(this))
+{
+    m_server->setSocketOptions(QLocalServer::UserAccessOption);
+    connect(m_server, &QLocalServer::newConnection, this, &cHostServer::acceptClients);
+}
+
+cHostServer::~cHostServer()
+{
+    close();
+}
+
+cHostServer::Outcome cHostServer::listen(const cHostAddress& address)
+{
+    if (!address.isValid()) {
+        m_error = address.errorString();
+        return Failed;
+    }
+    if (!takeLock(address.lockPath()))
+        return m_lock->error() == QLockFile::LockFailedError ? HostIsAlive : Failed;
+    QLocalServer::removeServer(address.socketName());
+    if (m_server->listen(address.socketName()))
+        return Listening;
+    m_error = QStringLiteral("cannot listen on %1: %2").arg(address.socketName(), m_server->errorString());
+    m_lock->unlock();
+    return Failed;
+}
+
+bool cHostServer::takeLock(const QString& path)
+{
+    m_lock = std::make_unique<QLockFile>(path);
+    m_lock->setStaleLockTime(0); // stale when its process is gone, never by its age
+    if (m_lock->tryLock(0))
+        return true;
+    qint64 pid = 0;
+    QString host;
+    QString program;
+    if (m_lock->error() == QLockFile::LockFailedError && m_lock->getLockInfo(&pid, &host, &program))
+        m_error = QStringLiteral("the lock %1 is held by process %2 (%3)").arg(path).arg(pid).arg(program);
+    else
+        m_error = QStringLiteral("cannot take the lock %1").arg(path);
+    return false;
+}
+
+bool cHostServer::send(int connectionId, const QByteArray& payload)
+{
+    if (QThread::currentThread() != thread()) {
+        QMetaObject::invokeMethod(
+            this, [=] { send(connectionId, payload); }, Qt::QueuedConnection);
+        return true;
+    }
+    cClientConnection* client = m_clients.value(connectionId);
+    return client && client->send(payload);
+}
+
+void cHostServer::broadcast(const QByteArray& payload)
+{
+    if (QThread::currentThread() != thread()) {
+        QMetaObject::invokeMethod(
+            this, [=] { broadcast(payload); }, Qt::QueuedConnection);
+        return;
+    }
+    for (const int id : connectionIds())
+        send(id, payload);
+}
+
+QList<int> cHostServer::connectionIds() const
+{
+    QList<int> ids = m_clients.keys();
+    std::sort(ids.begin(), ids.end());
+    return ids;
+}
+
+void cHostServer::close()
+{
+    m_server->close();
+    for (cClientConnection* client : qAsConst(m_clients)) {
+        client->close();
+        client->deleteLater();
+    }
+    m_clients.clear();
+    if (m_lock)
+        m_lock->unlock();
+}
+
+void cHostServer::acceptClients()
+{
+    while (QLocalSocket* socket = m_server->nextPendingConnection()) {
+        if (m_clients.size() >= MaxClients) {
+            cLogCentral::log(QStringLiteral("VCore")).warning() << "a client was turned away: too many" << Qt::endl;
+            socket->abort();
+            socket->deleteLater();
+            continue;
+        }
+        auto* client = new cClientConnection(++m_lastId, socket, this);
+        m_clients.insert(client->id(), client);
+        connect(client, &cClientConnection::messageReceived, this, &cHostServer::messageReceived);
+        connect(client, &cClientConnection::closed, this, &cHostServer::forget);
+    }
+}
+
+void cHostServer::forget(int connectionId, const QString& reason)
+{
+    if (cClientConnection* client = m_clients.take(connectionId))
+        client->deleteLater();
+    if (!reason.isEmpty())
+        cLogCentral::log(QStringLiteral("VCore")).warning()
+            << qPrintable(QStringLiteral("connection %1 was ended: %2").arg(connectionId).arg(reason)) << Qt::endl;
+}
