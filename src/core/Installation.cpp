@@ -3,6 +3,8 @@
 #include "core/InstallRecord.h"
 #include "core/Settings.h"
 
+#include <Norvale/cVersion.h>
+
 #include <QtCore/QDir>
 #include <QtCore/QStandardPaths>
 
@@ -29,7 +31,8 @@ QString dataFolder()
 
 bool Corvane::initializeFolderOrFile()
 {
-    root().setPath(QDir::fromNativeSeparators(installRecord()));
+    // The constructor, unlike setPath(), takes an empty path for the current directory.
+    root() = QDir(QDir::fromNativeSeparators(installRecord()));
     root().makeAbsolute();
     // QDir works out its absolute path when first asked; asking here leaves nothing to be written by later readers.
     const QString path = root().absolutePath();
@@ -77,6 +80,12 @@ QString Corvane::velmiraFolderOrFile(VelmFolderOrFile value)
     default:
         return QString();
     }
+}
+
+QDir Corvane::pluginDir(const QString& name, const QString& version)
+{
+    const QDir plugins(velmiraFolderOrFile(PluginsFolder));
+    return QDir(plugins.absoluteFilePath(name + QLatin1Char('-') + cVersion(version).toString()));
 }
 
 QString Corvane::currentVersion()
