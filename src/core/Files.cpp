@@ -1,5 +1,7 @@
 #include <Norvale/Corvane.h>
 
+#include "core/cXmlGuard.h"
+
 #include <QtCore/QDir>
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
@@ -48,7 +50,11 @@ bool Corvane::FileReadDom(const QString& path, QDomDocument& doc, bool namespace
 {
     bool isRead = false;
     const QByteArray bytes = FileReadAll(path, &isRead);
-    return isRead && doc.setContent(bytes, namespaceProcessing);
+    if (!isRead)
+        return false;
+    if (!namespaceProcessing)
+        return cXmlGuard::readDom(bytes, doc, nullptr);
+    return cXmlGuard::isReadable(bytes, nullptr) && doc.setContent(bytes, true);
 }
 
 bool Corvane::SaveDomToFile(QDomDocument& doc, const QString& path)

@@ -1,0 +1,105 @@
+#include "core/cXmlGuard.h"
+
+#include <QtXml/QDomDocument>
+#include <QtXml/QXmlContentHandler>
+#include <QtXml/QXmlInputSource>
+#include <QtXml/QXmlSimpleReader>
+
+// QDomDocument::setContent(QByteArray) is built on Qt's SAX reader. Using the same reader here, with a filter between it
+// and the DOM, gives the same answers in one pass. Qt 6 has neither: this file is the seam.
+QT_WARNING_PUSH
+QT_WARNING_DISABLE_DEPRECATED
+
+namespace {
+
+/// Passes everything on to the DOM's handler, and stops the reader at the first element that is nested too deeply.
+class cDepthFilter : public QXmlContentHandler
+{
+public:
+    void setNext(QXmlContentHandler* next) { m_next = next; }
+
+    bool startElement(const QString& uri, const QString& localName, const QString& name,
+                      const QXmlAttributes& attributes) override
+    {
+        m_isTooDeep = ++m_depth > cXmlGuard::MaxDepth;
+        return !m_isTooDeep && m_next->startElement(uri, localName, name, attributes);
+    }
+    bool endElement(const QString& uri, const QString& localName, const QString& name) override
+    {
+        --m_depth;
+        return m_next->endElement(uri, localName, name);
+    }
+    QString errorString() const override
+    {
+        return m_isTooDeep ? QStringLiteral("elements nested deeper than %1 levels").arg(cXmlGuard::MaxDepth)
+                           : m_next->errorString();
+    }
+
+    void setDocumentLocator(QXmlLocator* locator) override { m_next->setDocumentLocator(locator); }
+    bool startDocument() override { return m_next->startDocument(); }
+    bool endDocument() override { return m_next->endDocument(); }
+    bool startPrefixMapping(const QString& prefix, const QString& uri) override
+    {
+        return m_next->startPrefixMapping(prefix, uri);
+    }
+    bool endPrefixMapping(const QString& prefix) override { return m_next->endPrefixMapping(prefix); }
+    bool characters(const QString& text) override { return m_next->characters(text); }
+    bool ignorableWhitespace(const QString& text) override { return m_next->ignorableWhitespace(text); }
+    bool processingInstruction(const QString& target, const QString& data) override
+    {
+        return m_next->processingInstruction(target, data);
+    }
+    bool skippedEntity(const QString& name) override { return m_next->skippedEntity(name); }
+
+private:
+    QXmlContentHandler* m_next = nullptr;
+    int m_depth = 0;
+    bool m_isTooDeep = false;
+};
+
+/// The reader as QDomDocument sets it up for a document without namespace processing.
+class cGuardedReader : public QXmlSimpleReader
+{
+public:
+    cGuardedReader()
+    {
+        setFeature(QStringLiteral("http://xml.org/sax/features/namespaces"), false);
+        setFeature(QStringLiteral("http://xml.org/sax/features/namespace-prefixes"), true);
+        setFeature(QStringLiteral("http://trolltech.com/xml/features/report-whitespace-only-CharData"), false);
+    }
+
+    void setContentHandler(QXmlContentHandler* handler) override
+    {
+        m_filter.setNext(handler);
+        QXmlSimpleReader::setContentHandler(&m_filter);
+    }
+
+private:
+    cDepthFilter m_filter;
+};
+
+} // namespace
+
+bool cXmlGuard::readDom(const QByteArray& xml, QDomDocument& document, QString* reason)
+{
+    QXmlInputSource source;
+    source.setData(xml);
+    cGuardedReader reader;
+    QString message;
+    int line = 0;
+    int column = 0;
+    if (document.setContent(&source, &reader, &message, &line, &column))
+        return true;
+    document = QDomDocument();
+    if (reason)
+        *reason = QStringLiteral("line %1, column %2: %3").arg(QString::number(line), QString::number(column), message);
+    return false;
+}
+
+bool cXmlGuard::isReadable(const QByteArray& xml, QString* reason)
+{
+    QDomDocument probe;
+    return readDom(xml, probe, reason);
+}
+
+QT_WARNING_POP
