@@ -53,15 +53,15 @@ public:
     /** A string; @p utf8 is NUL-terminated UTF-8 text, null gives the empty string. */
     cJsonValue(const char* utf8);
     /** A string. */
-    cJsonValue(const QString& text);
+    cJsonValue(const QString& text) : m_type(StringType), m_string(text) {}
     /** A signed integer. */
-    cJsonValue(const int& number);
+    cJsonValue(const int& number) noexcept : m_type(IntType), m_int(number) {}
     /** An unsigned integer. */
-    cJsonValue(const unsigned int& number);
+    cJsonValue(const unsigned int& number) noexcept : m_type(UIntType), m_uint(number) {}
     /** A double. */
-    cJsonValue(const double& number);
+    cJsonValue(const double& number) noexcept : m_type(DoubleType), m_double(number) {}
     /** A boolean. */
-    cJsonValue(const bool& truth);
+    cJsonValue(const bool& truth) noexcept : m_type(BooleanType), m_bool(truth) {}
     /** Whatever `fromVariant` makes of @p v. */
     cJsonValue(const QVariant& v);
     /** Copies all slots; strings, arrays and objects are shared until one side changes them. */

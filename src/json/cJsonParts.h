@@ -2,6 +2,8 @@
 
 #include <Norvale/cJsonValue.h>
 
+#include <cstring>
+
 /// The slots of a value, for the room that reads, compares and writes them. The exported class has no such access.
 class cJsonParts
 {
@@ -10,10 +12,35 @@ public:
     static const QVector<cJsonValue>& array(const cJsonValue& v) { return v.m_array; }
     static const QMap<QString, cJsonValue>& object(const cJsonValue& v) { return v.m_object; }
 
+    /// Moves the bytes of @p from into @p to, which owns nothing. @p from may then only be forgotten.
+    static void relocate(const cJsonValue* from, cJsonValue& to) { copyBytes(from, &to, 1); }
+
+    /// Makes @p v an array of the @p count values at @p from, of which it takes the bytes; @p v owns nothing yet.
+    static void takeElements(cJsonValue& v, const cJsonValue* from, int count)
+    {
+        QVector<cJsonValue> elements(count);
+        copyBytes(from, elements.data(), count);
+        v.m_type = ArrayType;
+        v.m_array.swap(elements);
+    }
+
+    /// Makes @p v, which owns nothing yet, an object of @p members.
+    static void takeMembers(cJsonValue& v, QMap<QString, cJsonValue>&& members)
+    {
+        v.m_type = ObjectType;
+        v.m_object.swap(members);
+    }
+
     static cJsonValue fromVariant(cJsonValue&& start, const QVariant& v);
 
 private:
     struct FromVariantLevel;
+
+    // A default value owns nothing, so that its bytes can be replaced without destroying it first.
+    static void copyBytes(const cJsonValue* from, cJsonValue* to, int count)
+    {
+        std::memcpy(static_cast<void*>(to), static_cast<const void*>(from), size_t(count) * sizeof(cJsonValue));
+    }
 
     static void setScalar(cJsonValue& v, JsonValueType type);
     static void takeVariant(cJsonValue& v, const QVariant& from);

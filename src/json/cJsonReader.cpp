@@ -2,9 +2,11 @@
 
 #include <Norvale/cJsonValue.h>
 
-#include "json/PlainJsonReader.h"
+#include "json/cJsonParser.h"
 
 #include <QtCore/QIODevice>
+
+#include <new>
 
 cJsonReader::cJsonReader(const char* text) : m_input(text) {}
 
@@ -20,10 +22,17 @@ cJsonReader::~cJsonReader() = default;
 
 cJsonReader& cJsonReader::operator=(const cJsonReader& other) = default;
 
+// A text of many millions of elements may need more than a container can hold; that is a failure like any other.
 cJsonValue cJsonReader::parse(bool* ok)
 {
     bool isRead = false;
-    cJsonValue document = PlainJsonReader(m_input).parse(&isRead);
+    cJsonValue document;
+    try {
+        cJsonParser parser(m_input.constData(), m_input.constData() + m_input.size());
+        isRead = parser.read(document);
+    } catch (const std::bad_alloc&) {
+        document = cJsonValue();
+    }
     if (ok)
         *ok = isRead;
     return document;

@@ -3,19 +3,10 @@
 #include <QtCore/QVariant>
 
 #include <algorithm>
+#include <limits>
 #include <stdexcept>
 
 cJsonValue::cJsonValue(const char* utf8) : m_type(StringType), m_string(QString::fromUtf8(utf8)) {}
-
-cJsonValue::cJsonValue(const QString& text) : m_type(StringType), m_string(text) {}
-
-cJsonValue::cJsonValue(const int& number) : m_type(IntType), m_int(number) {}
-
-cJsonValue::cJsonValue(const unsigned int& number) : m_type(UIntType), m_uint(number) {}
-
-cJsonValue::cJsonValue(const double& number) : m_type(DoubleType), m_double(number) {}
-
-cJsonValue::cJsonValue(const bool& truth) : m_type(BooleanType), m_bool(truth) {}
 
 cJsonValue::cJsonValue(const QVariant& v)
 {

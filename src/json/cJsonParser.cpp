@@ -1,0 +1,301 @@
+#include "json/cJsonParser.h"
+
+#include "json/JsonNumber.h"
+#include "json/JsonScan.h"
+#include "json/JsonText.h"
+#include "json/cJsonParts.h"
+
+#include <algorithm>
+#include <cstring>
+
+bool cJsonParser::read(cJsonValue& document)
+{
+    Outcome outcome = readValue();
+    while (outcome == ValueFollows || (outcome == ValueDone && m_levels.size() > 0))
+        outcome = outcome == ValueFollows ? readValue() : goOn();
+    if (outcome == Failed)
+        closeFailed();
+    document = m_values.size() > 0 ? std::move(m_values.last()) : cJsonValue();
+    return outcome == ValueDone;
+}
+
+cJsonParser::Outcome cJsonParser::readValue()
+{
+    for (;;) {
+        m_at = JsonScan::skipSpaces(m_at, m_end);
+        const char first = m_at < m_end ? *m_at : '\0';
+        if (first == '"')
+            return readString();
+        if (first == '[')
+            return openArray();
+        if (first == '{')
+            return openObject();
+        if (first == '-' || (first >= '0' && first <= '9'))
+            return readNumber();
+        if (first != '/')
+            return readWord();
+        if (nextToken() != CommentToken)
+            return failValue();
+    }
+}
+
+cJsonParser::Outcome cJsonParser::readString()
+{
+    bool isPlain = false;
+    const char* const begin = m_at + 1;
+    const char* const end = JsonText::findClosingQuote(begin, m_end, &isPlain);
+    QString text;
+    m_at = end ? end + 1 : m_end;
+    if (!end || !JsonText::decode(begin, end, isPlain, text))
+        return failValue();
+    m_values.push(text);
+    return ValueDone;
+}
+
+cJsonParser::Outcome cJsonParser::readNumber()
+{
+    const JsonNumber::Number number = JsonNumber::decode(m_at, m_end);
+    switch (number.type) {
+    case IntType:
+        m_values.push(int(number.asInt));
+        return ValueDone;
+    case UIntType:
+        m_values.push(uint(number.asUInt));
+        return ValueDone;
+    case DoubleType:
+        m_values.push(number.asDouble);
+        return ValueDone;
+    default:
+        return failValue();
+    }
+}
+
+cJsonParser::Outcome cJsonParser::readWord()
+{
+    switch (nextToken()) {
+    case TrueToken:
+        m_values.push(true);
+        return ValueDone;
+    case FalseToken:
+        m_values.push(false);
+        return ValueDone;
+    case NullToken:
+        m_values.push();
+        return ValueDone;
+    default:
+        return failValue();
+    }
+}
+
+cJsonParser::Outcome cJsonParser::openArray()
+{
+    ++m_at;
+    m_levels.push(Level{m_values.size(), m_names.size(), true});
+    m_at = JsonScan::skipSpaces(m_at, m_end);
+    if (m_at == m_end || *m_at != ']')
+        return ValueFollows;
+    ++m_at;
+    return close();
+}
+
+cJsonParser::Outcome cJsonParser::openObject()
+{
+    ++m_at;
+    m_levels.push(Level{m_values.size(), m_names.size(), false});
+    return readName();
+}
+
+// Behind the opening bracket or a comma. The name of the last member counts here: only when it is empty, as it also is
+// before the first member, may the object end.
+cJsonParser::Outcome cJsonParser::readName()
+{
+    m_at = JsonScan::skipSpaces(m_at, m_end);
+    while (m_at < m_end && *m_at == '/') {
+        if (nextToken() != CommentToken)
+            return fail("Missing '}' or object member name");
+        m_at = JsonScan::skipSpaces(m_at, m_end);
+    }
+    const char first = m_at < m_end ? *m_at++ : '\0';
+    if (first == '}' && (m_names.size() == m_levels.last().names || m_names.last().isEmpty()))
+        return close();
+    bool isPlain = false;
+    const char* const begin = m_at;
+    const char* const end = first == '"' ? JsonText::findClosingQuote(begin, m_end, &isPlain) : nullptr;
+    if (!end)
+        return fail("Missing '}' or object member name");
+    m_at = end + 1;
+    return decodeName(begin, end, isPlain);
+}
+
+cJsonParser::Outcome cJsonParser::decodeName(const char* begin, const char* end, bool isPlain)
+{
+    QString decoded;
+    if (!isPlain && !JsonText::decodeEscaped(begin, end, decoded))
+        return Failed;
+    m_at = JsonScan::skipSpaces(m_at, m_end);
+    if (m_at == m_end || *m_at++ != ':')
+        return fail("Missing ':' after object member name");
+    m_names.push(isPlain ? m_nameCache.name(begin, end) : decoded);
+    return ValueFollows;
+}
+
+cJsonParser::Outcome cJsonParser::goOn()
+{
+    m_at = JsonScan::skipSpaces(m_at, m_end);
+    const char first = m_at < m_end ? *m_at : '\0';
+    return m_levels.last().isArray ? goOnInArray(first) : goOnInObject(first);
+}
+
+cJsonParser::Outcome cJsonParser::goOnInArray(char first)
+{
+    if (first != ',' && first != ']')
+        return fail("Missing ',' or ']' in array declaration");
+    ++m_at;
+    return first == ',' ? ValueFollows : close();
+}
+
+cJsonParser::Outcome cJsonParser::goOnInObject(char first)
+{
+    if (first == '/')
+        return goOnBehindComment();
+    if (first != ',' && first != '}')
+        return fail("Missing ',' or '}' in object declaration");
+    ++m_at;
+    return first == ',' ? readName() : close();
+}
+
+// Whatever follows the comment but a closing bracket counts as the comma: the rule only looks at the token before it.
+cJsonParser::Outcome cJsonParser::goOnBehindComment()
+{
+    Token token = nextToken();
+    if (token != CommentToken)
+        return fail("Missing ',' or '}' in object declaration");
+    while (token == CommentToken)
+        token = nextToken();
+    return token == ObjectEnd ? close() : readName();
+}
+
+// The innermost level is complete: its content becomes one value of the level around it.
+cJsonParser::Outcome cJsonParser::close()
+{
+    const Level level = m_levels.last();
+    const int count = int(m_values.size() - level.values);
+    cJsonValue* const values = m_values.at(level.values);
+    cJsonValue container;
+    if (level.isArray)
+        cJsonParts::takeElements(container, values, count);
+    else
+        cJsonParts::takeMembers(container, m_mapBuilder.build(m_names.at(level.names), values, count));
+    m_values.forget(level.values);
+    while (m_names.size() > level.names)
+        m_names.pop();
+    m_levels.pop();
+    m_values.push(std::move(container));
+    return ValueDone;
+}
+
+// The texts say what is wrong; the flag is all that is told to the caller, so this is where they end.
+cJsonParser::Outcome cJsonParser::fail(const char* message)
+{
+    Q_UNUSED(message)
+    return Failed;
+}
+
+// The element or member was there before its value was read, so it stays, as null; a member that came before under the
+// same name keeps its value.
+cJsonParser::Outcome cJsonParser::failValue()
+{
+    if (m_levels.size() > 0 && !m_levels.last().isArray) {
+        const QString* const first = m_names.at(m_levels.last().names);
+        const QString* const name = m_names.at(m_names.size() - 1);
+        if (std::find(first, name, *name) != name) {
+            m_names.pop();
+            return Failed;
+        }
+    }
+    m_values.push();
+    return Failed;
+}
+
+void cJsonParser::closeFailed()
+{
+    while (m_levels.size() > 0) {
+        skipBehind(m_levels.last().isArray ? ArrayEnd : ObjectEnd);
+        close();
+    }
+}
+
+void cJsonParser::skipBehind(Token closing)
+{
+    Token token = nextToken();
+    while (token != closing && token != EndOfInput)
+        token = nextToken();
+}
+
+cJsonParser::Token cJsonParser::nextToken()
+{
+    m_at = JsonScan::skipSpaces(m_at, m_end);
+    const char first = m_at < m_end ? *m_at++ : '\0';
+    switch (first) {
+    case '\0':
+        return EndOfInput;
+    case '{':
+        return ObjectBegin;
+    case '}':
+        return ObjectEnd;
+    case '[':
+        return ArrayBegin;
+    case ']':
+        return ArrayEnd;
+    case ',':
+        return ArraySeparator;
+    case ':':
+        return MemberSeparator;
+    case '"':
+        return stringToken();
+    case '/':
+        return commentToken();
+    case 't':
+        return wordToken("rue", 3, TrueToken);
+    case 'f':
+        return wordToken("alse", 4, FalseToken);
+    case 'n':
+        return wordToken("ull", 3, NullToken);
+    default:
+        if (first != '-' && (first < '0' || first > '9'))
+            return ErrorToken;
+        m_at = JsonNumber::findEnd(m_at, m_end);
+        return NumberToken;
+    }
+}
+
+cJsonParser::Token cJsonParser::stringToken()
+{
+    bool isPlain = false;
+    const char* const end = JsonText::findClosingQuote(m_at, m_end, &isPlain);
+    m_at = end ? end + 1 : m_end;
+    return end ? StringToken : ErrorToken;
+}
+
+cJsonParser::Token cJsonParser::wordToken(const char* rest, int size, Token token)
+{
+    if (m_end - m_at < size || std::memcmp(m_at, rest, size_t(size)) != 0)
+        return ErrorToken;
+    m_at += size;
+    return token;
+}
+
+cJsonParser::Token cJsonParser::commentToken()
+{
+    const char second = m_at < m_end ? *m_at++ : '\0';
+    if (second == '/') {
+        m_at = std::find_if(m_at, m_end, [](char c) { return c == '\r' || c == '\n'; });
+        return CommentToken;
+    }
+    if (second != '*')
+        return ErrorToken;
+    static const char close[] = {'*', '/'};
+    const char* const found = std::search(m_at, m_end, close, close + 2);
+    m_at = found == m_end ? m_end : found + 2;
+    return found == m_end ? ErrorToken : CommentToken;
+}

@@ -1,0 +1,83 @@
+#pragma once
+
+#include "json/cJsonMapBuilder.h"
+#include "json/cJsonNameCache.h"
+#include "json/cJsonScratch.h"
+
+/**
+ * One reading of a JSON text.
+ *
+ * Arrays and objects that are still open stand on a list of levels instead of the call stack. Their elements and
+ * members are collected on a scratch stack and moved into a container of exact size when the closing bracket has been
+ * read. After a failure the open levels are closed with what they have, from the innermost outwards.
+ */
+class cJsonParser
+{
+public:
+    /// A reading of @p begin to @p end, which must outlive it.
+    cJsonParser(const char* begin, const char* end) : m_at(begin), m_end(end) {}
+
+    /// Reads one value, and comments before it, into @p document. @return whether it was complete.
+    bool read(cJsonValue& document);
+
+private:
+    enum Token {
+        EndOfInput,
+        ObjectBegin,
+        ObjectEnd,
+        ArrayBegin,
+        ArrayEnd,
+        StringToken,
+        NumberToken,
+        TrueToken,
+        FalseToken,
+        NullToken,
+        ArraySeparator,
+        MemberSeparator,
+        CommentToken,
+        ErrorToken
+    };
+
+    /// What came of reading a value, of going on behind one, or of opening a container.
+    enum Outcome { Failed, ValueFollows, ValueDone };
+
+    /// An open array or object: where its values and, for an object, its names begin on the scratch stacks.
+    struct Level
+    {
+        quint32 values;
+        quint32 names;
+        bool isArray;
+    };
+
+    Outcome readValue();
+    Outcome readString();
+    Outcome readNumber();
+    Outcome readWord();
+    Outcome openArray();
+    Outcome openObject();
+    Outcome readName();
+    Outcome decodeName(const char* begin, const char* end, bool isPlain);
+    Outcome goOn();
+    Outcome goOnInArray(char first);
+    Outcome goOnInObject(char first);
+    Outcome goOnBehindComment();
+    Outcome close();
+
+    static Outcome fail(const char* message);
+    Outcome failValue();
+    void closeFailed();
+    void skipBehind(Token closing);
+
+    Token nextToken();
+    Token stringToken();
+    Token wordToken(const char* rest, int size, Token token);
+    Token commentToken();
+
+    const char* m_at;
+    const char* m_end;
+    cJsonScratch<cJsonValue> m_values;
+    cJsonScratch<QString> m_names;
+    cJsonScratch<Level> m_levels;
+    cJsonNameCache m_nameCache;
+    cJsonMapBuilder m_mapBuilder;
+};
