@@ -5,8 +5,8 @@
 #include <QtXml/QXmlInputSource>
 #include <QtXml/QXmlSimpleReader>
 
-// QDomDocument::setContent(QByteArray) is built on Qt's SAX reader. Using the same reader here, with a filter between it
-// and the DOM, gives the same answers in one pass. Qt 6 has neither: this file is the seam.
+// QDomDocument::setContent(QByteArray) is built on Qt's SAX reader. Using the same reader here, with a filter between
+// it and the DOM, gives the same answers in one pass. Qt 6 has neither: this file is the seam.
 QT_WARNING_PUSH
 QT_WARNING_DISABLE_DEPRECATED
 
@@ -78,12 +78,30 @@ private:
     cDepthFilter m_filter;
 };
 
+/// Qt's reader checks each declared entity against all others, recurses into the content models of elements, and
+/// replaces every reference by up to 4,096 characters, which may be a thousand elements.
+bool hasCostlyDeclarations(const QString& text)
+{
+    if (!text.contains(QLatin1String("<!ENTITY")) && !text.contains(QLatin1String("<!ELEMENT")) &&
+        !text.contains(QLatin1String("<!ATTLIST")))
+        return false;
+    return text.count(QLatin1Char('&')) + text.count(QLatin1Char('%')) > cXmlGuard::MaxReferences ||
+           text.count(QLatin1String("<!")) > cXmlGuard::MaxDeclarations ||
+           text.count(QLatin1Char('(')) > cXmlGuard::MaxDeclarations;
+}
+
 } // namespace
 
 bool cXmlGuard::readDom(const QByteArray& xml, QDomDocument& document, QString* reason)
 {
     QXmlInputSource source;
     source.setData(xml);
+    if (hasCostlyDeclarations(source.data())) {
+        document = QDomDocument();
+        if (reason)
+            *reason = QStringLiteral("line 1, column 1: too much depends on the document's own declarations");
+        return false;
+    }
     cGuardedReader reader;
     QString message;
     int line = 0;
