@@ -59,9 +59,8 @@ public slots:
     void onProgress(QString fname, qint64 bytesReceived, qint64 bytesTotal);
 
 private:
-    bool collect(class cPublication& publication) const;
-    bool readFeatures(QString* reason);
-    void reportLoading(const QString& reason);
+    /// What is wrong with the features file; empty when it has been read.
+    QString readFeatures(const QString& path);
 
     cPluginMgr& m_plugins;
     cLog m_log;
@@ -70,5 +69,5 @@ private:
     qint64 m_overallBase = 0;
     qint64 m_overallTotal = 0;
     QString m_overallLabel;
-    QString m_reportedReason; // of the last load; empty when it succeeded
+    QString m_reportedFault; // of the last load; empty when it succeeded
 };

@@ -19,9 +19,9 @@ inline bool operator==(const cVersionKey& left, const cVersionKey& right)
 
 inline uint qHash(const cVersionKey& key, uint seed = 0)
 {
-    QtPrivate::QHashCombine combine;
-    seed = combine(seed, key.name);
-    seed = combine(seed, key.version.major());
-    seed = combine(seed, key.version.minor());
-    return combine(seed, key.version.build());
+    // Versions of one name differ in a component or two, mostly by little: a multiplication keeps them apart.
+    uint hash = qHash(key.name, seed);
+    for (const qint32 component : {key.version.major(), key.version.minor(), key.version.build()})
+        hash = hash * 31 + uint(component);
+    return hash;
 }
