@@ -1,7 +1,7 @@
 #include "plugins/cCmdLine.h"
 
 cCmdLine::cCmdLine(const cCmdLine& other)
-    : m_command(other.m_command), m_params(other.m_params), m_condition(other.m_condition)
+    : QObject(), m_command(other.m_command), m_params(other.m_params), m_condition(other.m_condition)
 {
 }
 

@@ -83,14 +83,25 @@ public:
     /// Why the last operation that returned false did so; names the file.
     const QString& errorString() const { return m_errorString; }
 
-private:
-    friend class cPluginMgr;
+    // Bookkeeping of the plugin manager.
 
     /// How far the manager has come with the manifest; it only moves on.
     enum class ManifestState { Unread, Accepted, Faulty };
+    ManifestState manifestState() const { return m_manifestState; }
+    void setManifestState(ManifestState state) { m_manifestState = state; }
 
+    /// How far the run of the plugin has come. Loading lasts while the library's own initialisation runs.
+    enum class RunState { Idle, Loading, Started, Stopped };
+    RunState runState() const { return m_runState; }
+    void setRunState(RunState state) { m_runState = state; }
+
+    /// An installed feature names the plugin in this run.
+    bool isRegistered() const { return m_isRegistered; }
+    void setRegistered(bool isRegistered) { m_isRegistered = isRegistered; }
+
+private:
     bool fail(const QString& reason);
-    bool callEntryFunction(const QString& file);
+    bool callEntryFunction();
     void registerSearchPath();
     void installTranslation();
 
@@ -105,10 +116,7 @@ private:
     qint32 m_state = 0;
     QString m_errorString;
 
-    // Kept by the plugin manager.
-    bool m_isRegistered = false;     // an installed feature names it in this run
-    bool m_isLibraryLoading = false; // the library is being loaded right now
-    bool m_isInStartedList = false;
-    bool m_isStopped = false;
     ManifestState m_manifestState = ManifestState::Unread;
+    RunState m_runState = RunState::Idle;
+    bool m_isRegistered = false;
 };

@@ -1,20 +1,18 @@
 #pragma once
 
-#include "plugins/cPluginInstance.h"
+#include "plugins/cPluginRegistry.h"
 
 #include <Norvale/IPluginMgr.h>
 #include <Norvale/cLog.h>
 #include <Norvale/cVersion.h>
 
-#include <QtCore/QHash>
 #include <QtCore/QList>
 #include <QtCore/QMap>
-#include <QtCore/QPair>
-#include <QtCore/QSharedPointer>
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 
 class IInstalledPlugins;
+class cLoadPath;
 class cServiceMgr;
 
 /**
@@ -28,7 +26,7 @@ class cPluginMgr : public IPluginMgr
     Q_OBJECT
 
 public:
-    using Plugin = QSharedPointer<cPluginInstance>;
+    using Plugin = cPluginRegistry::Plugin;
 
     cPluginMgr();
     ~cPluginMgr() override;
@@ -43,16 +41,16 @@ public:
     void setLoadCategories(const QStringList& categories) { m_loadCategories = categories; }
 
     /// Begins a new publication: no record counts as registered until it is registered again. The load list stays.
-    void clearAllowed();
+    void clearAllowed() { m_registry.clearAllowed(); }
 
     /// Registers a plugin for this run and appends its record to the load list, also when it stands there already.
-    void registerPlugin(const QString& name, const cVersion& version);
+    void registerPlugin(const QString& name, const cVersion& version) { m_registry.registerPlugin(name, version); }
 
     /// The record of exactly that name and version; made, with the folder of an installed plugin, if there is none.
-    Plugin findOrMake(const QString& name, const cVersion& version);
+    Plugin findOrMake(const QString& name, const cVersion& version) { return m_registry.findOrMake(name, version); }
 
     /// @return true when a record of exactly that name and version has been made.
-    bool isKnown(const QString& name, const cVersion& version) const;
+    bool isKnown(const QString& name, const cVersion& version) const { return m_registry.isKnown(name, version); }
 
     bool StartNormal() override;
     void StopNormal() override;
@@ -69,43 +67,35 @@ protected:
     bool loadPluginByService(QString service) override;
 
 private:
-    using Key = QPair<QString, cVersion>;
-    struct PendingLoad;
-
     bool publish();
-    bool bringUp();
     bool isCoreInstalled();
-    bool readManifests(bool goOnOverFaults);
+    bool readManifests();
     bool readManifest(cPluginInstance& plugin);
-    bool acceptManifest(cPluginInstance& plugin);
+    bool isApiVersionRight(const cPluginInstance& plugin);
     bool enterServices(const cPluginInstance& plugin);
     bool orderPlugins();
     void connectSignals();
     void loadByCategories();
-    void loadCategory(const QString& category);
-    void loadAutoload();
+    void loadCategory(const QList<Plugin>& plugins, const QString& category);
+    void requestLoad(const QString& name);
 
-    Plugin findByName(const QString& name) const;
     bool loadWithDependencies(const Plugin& plugin);
-    bool descend(QList<PendingLoad>& path);
+    bool descendTo(const QString& dependency, cLoadPath& path);
     bool loadAndStart(const Plugin& plugin);
     bool loadLibrary(cPluginInstance& plugin);
     bool start(cPluginInstance& plugin);
-    void withdrawServices(const cPluginInstance& plugin);
+    QStringList unregisteredServices(const cPluginInstance& plugin) const;
+    void withdraw(const QStringList& services);
     void stop(cPluginInstance& plugin);
     bool refuse(const QString& reason);
 
-    QList<Plugin> m_loadList;       // as registered; a record may stand in it more than once
-    QMap<Key, Plugin> m_allPlugins; // every record ever made
-    QList<Plugin> m_startedList;    // in the order of the starts
+    cPluginRegistry m_registry;
+    QList<Plugin> m_startedList; // in the order of the starts
     QStringList m_loadCategories;
     QMap<QString, QString> m_serviceMap; // service name -> name of the plugin that declares it
-
-    QHash<QString, QList<Plugin>> m_loadListByName; // index of m_loadList: each record once, in list order
     IInstalledPlugins* m_installed = nullptr;
     cServiceMgr* m_services = nullptr;
     IPluginObserver* m_observer = nullptr;
-    bool m_isStarting = false;
     bool m_isStopping = false;
     cLog m_log;
 };

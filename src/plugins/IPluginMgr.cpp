@@ -1,0 +1,71 @@
+#include <Norvale/IPluginMgr.h>
+
+#include <Norvale/cLogCentral.h>
+
+#include <QtCore/QMetaMethod>
+#include <QtCore/QMetaType>
+#include <QtCore/QThread>
+
+namespace {
+
+IPluginMgr* s_instance = nullptr;
+
+/// A signal that nobody has been connected to is a request that nobody hears.
+void reportUnheard(const QString& wanted)
+{
+    cLogCentral::log(QStringLiteral("PluginMgr")).warning().noquote()
+        << wanted << "is not loaded: the plugins have not been started" << Qt::endl;
+}
+
+} // namespace
+
+IPluginMgr::IPluginMgr()
+{
+    qRegisterMetaType<bool*>("bool*");
+    s_instance = this;
+}
+
+IPluginMgr::~IPluginMgr()
+{
+    if (s_instance == this)
+        s_instance = nullptr;
+}
+
+IPluginMgr* IPluginMgr::instance()
+{
+    return s_instance;
+}
+
+bool IPluginMgr::load(const QString& name)
+{
+    if (!isSignalConnected(QMetaMethod::fromSignal(&IPluginMgr::DoLoad)))
+        reportUnheard(name);
+    bool isLoaded = false;
+    const bool isOwnThread = thread() == QThread::currentThread();
+    emit DoLoad(name, isOwnThread ? &isLoaded : nullptr);
+    return isLoaded;
+}
+
+bool IPluginMgr::loadByService(const QString& service)
+{
+    if (!isSignalConnected(QMetaMethod::fromSignal(&IPluginMgr::DoLoadByService)))
+        reportUnheard(QStringLiteral("the plugin of the service ") + service);
+    bool isLoaded = false;
+    const bool isOwnThread = thread() == QThread::currentThread();
+    emit DoLoadByService(service, isOwnThread ? &isLoaded : nullptr);
+    return isLoaded;
+}
+
+void IPluginMgr::OnLoad(QString name, bool* ok)
+{
+    const bool isLoaded = loadPlugin(name);
+    if (ok)
+        *ok = isLoaded;
+}
+
+void IPluginMgr::OnLoadByService(QString service, bool* ok)
+{
+    const bool isLoaded = loadPluginByService(service);
+    if (ok)
+        *ok = isLoaded;
+}
