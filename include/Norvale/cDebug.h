@@ -69,6 +69,8 @@ public:
     virtual ~cDebug();
 
 private:
+    cDebug(cLogImpl& channel, debugType level, cLogLine& line);
+
     cLogImpl& m_channel;
     debugType m_level;
     cLogLine* m_line; ///< Where this line is composed, and

@@ -25,6 +25,12 @@ inline int owners(const QDebug& debug)
     return stream ? stream->ref : 0;
 }
 
+/// True when both share one stream.
+inline bool isSame(const QDebug& a, const QDebug& b)
+{
+    return privateStream(a) == privateStream(b);
+}
+
 /// The text stream below @p debug, which has not been moved from.
 inline QTextStream& textStream(const QDebug& debug)
 {

@@ -1,6 +1,27 @@
 #include "log/LineText.h"
 
-#include <QtCore/QDateTime>
+#include <cstring>
+
+namespace {
+
+void append(LineText::Bytes& line, const QByteArray& bytes)
+{
+    line.append(bytes.constData(), bytes.size());
+}
+
+/// Copies whole words for as long as they are plain ASCII, and moves @p from on. @return the end of the copy.
+char* copyAscii(char* to, const char*& from, const char* end)
+{
+    for (quint64 word; end - from >= int(sizeof word); from += sizeof word, to += sizeof word) {
+        std::memcpy(&word, from, sizeof word);
+        if (word & Q_UINT64_C(0x8080808080808080))
+            break;
+        std::memcpy(to, &word, sizeof word);
+    }
+    return to;
+}
+
+} // namespace
 
 namespace LineText {
 
@@ -15,11 +36,50 @@ QString forDebugger(Qt::HANDLE threadId, const QString& channel, const QString& 
            message;
 }
 
-QByteArray forFile(const QDateTime& time, const QString& channel, Qt::HANDLE threadId, const QString& message)
+void appendFilePrefix(Bytes& line, const QByteArray& time, const QByteArray& channel, Qt::HANDLE threadId)
 {
-    const QString line = time.toString(Qt::TextDate) + QLatin1Char('-') + channel + QLatin1Char('(') +
-                         QString::number(quintptr(threadId), 16) + QLatin1String("):") + message;
-    return line.toUtf8();
+    append(line, time);
+    line.append('-');
+    append(line, channel);
+    line.append('(');
+    appendHex(line, quintptr(threadId));
+    line.append("):", 2);
+}
+
+void appendHex(Bytes& line, quintptr number)
+{
+    char digits[2 * sizeof number];
+    char* const end = digits + sizeof digits;
+    char* first = end;
+    do {
+        *--first = "0123456789abcdef"[number & 0xf];
+        number >>= 4;
+    } while (number);
+    line.append(first, int(end - first));
+}
+
+void appendLatin1(Bytes& line, const char* text, int length)
+{
+    const int size = line.size();
+    line.resize(size + 2 * length); // a byte above 127 becomes two
+    const char* const end = text + length;
+    char* to = copyAscii(line.data() + size, text, end);
+    for (; text != end; ++text) {
+        const uchar byte = uchar(*text);
+        if (byte < 0x80) {
+            *to++ = char(byte);
+        } else {
+            *to++ = char(0xc0 | (byte >> 6));
+            *to++ = char(0x80 | (byte & 0x3f));
+        }
+    }
+    line.resize(int(to - line.data()));
+}
+
+int messageLength(const QByteArray& text)
+{
+    const void* const zero = std::memchr(text.constData(), 0, size_t(text.size()));
+    return zero ? int(static_cast<const char*>(zero) - text.constData()) : text.size();
 }
 
 } // namespace LineText

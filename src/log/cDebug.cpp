@@ -1,29 +1,15 @@
 #include <Norvale/cDebug.h>
 #include <Norvale/cLogCentral.h>
 
-#include "log/DebugStream.h"
 #include "log/cLogCentralData.h"
 #include "log/cLogImpl.h"
 
 #include <QtCore/QMutexLocker>
 
-namespace {
+cDebug::cDebug(cLogImpl& channel, debugType level) : cDebug(channel, level, channel.lockLine()) {}
 
-/// Text that was not flushed begins the channel's next line; only the last owner of the stream gives it away.
-void flushLeftover(const QDebug& debug)
-{
-    if (DebugStream::owners(debug) == 1)
-        DebugStream::textStream(debug).flush();
-}
-
-} // namespace
-
-cDebug::cDebug(cLogImpl& channel, debugType level)
-    : QDebug(channel.openLine())
-    , m_channel(channel)
-    , m_level(level)
-    , m_line(&channel.line())
-    , m_number(m_line->openNumber())
+cDebug::cDebug(cLogImpl& channel, debugType level, cLogLine& line)
+    : QDebug(line.open()), m_channel(channel), m_level(level), m_line(&line), m_number(line.openNumber())
 {
 }
 
@@ -34,16 +20,13 @@ cDebug::cDebug(const cDebug& other)
 
 cDebug& cDebug::operator=(const cDebug& other)
 {
-    if (&other.m_channel.line() != m_line) {
-        {
-            cLogCentralData& central = *cLogCentral::instance()->d;
-            const QMutexLocker locker(&central.lock);
-            m_channel.assign(other.m_channel);
-        }
-        // Nobody can reach the old lock any more, but threads may be waiting for it.
-        if (m_line->claim(m_number))
-            m_line->unlock();
+    if (&m_channel != &other.m_channel) {
+        const QMutexLocker locker(&cLogCentral::instance()->d->lock);
+        m_channel.assign(other.m_channel);
     }
+    // Nobody can reach the old lock any more, but threads may be waiting for it.
+    if (m_line != &m_channel.line() && m_line->claim(m_number))
+        m_line->unlock();
     m_line = other.m_line;
     m_number = other.m_number;
     m_level = other.m_level;
@@ -57,8 +40,7 @@ cDebug::~cDebug()
     const bool isToUnlock = isFirst || line.lockUnlessHeld();
     if (m_level != debugInfo || m_channel.isEnabled())
         cLogCentral::instance()->d->output(&m_channel, m_level, line.text());
-    line.clear();
-    flushLeftover(*this);
+    line.clear(std::move(*this)); // while the lock is held: its owners are counted, its leftover flushed
     if (isToUnlock)
         line.unlock();
 }

@@ -26,6 +26,13 @@ void switchLog(cLogCentralData& central, const QString& name, bool isEnabled)
     }
 }
 
+/// The central outlives the library's static objects, so the end of its file's buffer must not wait for it.
+struct FlushAtUnload
+{
+    cLogCentralData& central;
+    ~FlushAtUnload() { central.flushForGood(); }
+};
+
 } // namespace
 
 cLogCentral::cLogCentral() : d(new cLogCentralData)
@@ -94,7 +101,10 @@ void cLogCentral::setLogFile(const QString& path)
     if (!path.isEmpty() && central.isFileOpen(path))
         return;
     central.closeFile();
-    if (path.isEmpty() || central.openFile(path))
+    if (path.isEmpty())
+        return;
+    static const FlushAtUnload flush{central};
+    if (central.openFile(path))
         return;
     locker.unlock(); // a message handler of the host may log
     qFatal("Failed to open log file %s", path.toLatin1().constData());

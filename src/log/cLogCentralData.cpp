@@ -10,6 +10,12 @@ namespace {
 
 constexpr int historyLimit = 10000;
 
+/// How long the unloading of the library waits for a line that is being written, in milliseconds.
+constexpr int unloadPatience = 1000;
+
+/// A long message is converted in pieces of this many bytes.
+constexpr int pieceLimit = 65536;
+
 } // namespace
 
 Qt::HANDLE cLogCentralData::currentThread()
@@ -24,12 +30,15 @@ void cLogCentralData::output(const cLogImpl* channel, debugType level, const QBy
     const QMutexLocker locker(&lock);
     if (!isDebuggerOutputOn && !m_file)
         return;
-    const cLogEntry entry{channel->name(), currentThread(), QDateTime::currentDateTime(), level,
-                          LineText::message(text)};
+    const qint64 time = QDateTime::currentMSecsSinceEpoch();
     if (isDebuggerOutputOn)
-        showEntry(entry);
-    if (m_file)
-        writeToFile(entry);
+        showEntry(
+            {channel->name(), currentThread(), QDateTime::fromMSecsSinceEpoch(time), level, LineText::message(text)});
+    if (!m_file)
+        return;
+    writeToFile(channel->utf8Name(), time, text);
+    if (level != debugInfo || m_isFlushedAlways)
+        m_file->flush(); // the reason of a fatal end is on disk
 }
 
 void cLogCentralData::showEntry(const cLogEntry& entry)
@@ -43,11 +52,19 @@ void cLogCentralData::showEntry(const cLogEntry& entry)
         history.removeFirst();
 }
 
-void cLogCentralData::writeToFile(const cLogEntry& entry)
+void cLogCentralData::writeToFile(const QByteArray& channel, qint64 time, const QByteArray& text)
 {
-    m_file->write(LineText::forFile(entry.time, entry.channel, entry.threadId, entry.message));
-    if (entry.level != debugInfo)
-        m_file->flush();
+    LineText::Bytes line;
+    LineText::appendFilePrefix(line, m_timeText.at(time), channel, currentThread());
+    const char* message = text.constData();
+    const char* const end = message + LineText::messageLength(text);
+    do {
+        const int length = int(qMin<qptrdiff>(end - message, pieceLimit));
+        LineText::appendLatin1(line, message, length);
+        m_file->write(line.constData(), line.size());
+        line.clear();
+        message += length;
+    } while (message != end);
 }
 
 void cLogCentralData::closeFile()
@@ -57,6 +74,17 @@ void cLogCentralData::closeFile()
     m_file->flush();
     m_file->close();
     m_file.reset();
+}
+
+void cLogCentralData::flushForGood()
+{
+    // A thread that ends the process may hold the lock, as a hook that is called directly does.
+    if (!lock.tryLock(unloadPatience))
+        return;
+    m_isFlushedAlways = true;
+    if (m_file)
+        m_file->flush();
+    lock.unlock();
 }
 
 bool cLogCentralData::openFile(const QString& path)

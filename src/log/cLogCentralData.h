@@ -1,6 +1,7 @@
 #pragma once
 
 #include "log/cLogHooks.h"
+#include "log/cTimeText.h"
 
 #include <QtCore/QFile>
 #include <QtCore/QMap>
@@ -30,6 +31,9 @@ public:
     /// Closes the log file; the lock is held.
     void closeFile();
 
+    /// Writes out what the log file still buffers, and from now on each line at once: the library is unloaded.
+    void flushForGood();
+
     /// Opens a log file. @return false when that fails; the lock is held.
     bool openFile(const QString& path);
 
@@ -51,8 +55,10 @@ private:
     static Qt::HANDLE currentThread();
 
     void showEntry(const cLogEntry& entry);
-    void writeToFile(const cLogEntry& entry);
+    void writeToFile(const QByteArray& channel, qint64 time, const QByteArray& text);
 
     std::unique_ptr<QFile> m_file;
+    cTimeText m_timeText;
+    bool m_isFlushedAlways = false;
     std::atomic<Qt::HANDLE> m_caller{nullptr}; ///< The thread that calls the hooks at present.
 };

@@ -26,7 +26,7 @@ struct StoreAtUnload
 } // namespace
 
 cLogImpl::cLogImpl(const QString& name, SwitchReading reading)
-    : m_name(name), m_ownLine(new cLogLine), m_line(m_ownLine.get()), m_reading(reading)
+    : m_name(name), m_utf8Name(name.toUtf8()), m_ownLine(new cLogLine), m_line(m_ownLine.get()), m_reading(reading)
 {
     if (m_reading == ReadNow)
         readSwitch();
@@ -58,16 +58,14 @@ void cLogImpl::storeSwitch() const
     settings.endGroup();
 }
 
-QIODevice* cLogImpl::openLine()
+cLogLine& cLogImpl::lockLine()
 {
     readSwitchAtFirstUse();
     for (;;) {
         cLogLine& current = line();
         current.lock();
-        if (&current == &line()) {
-            current.open();
-            return current.device();
-        }
+        if (&current == &line())
+            return current;
         current.unlock(); // assigned to another place while this thread waited
     }
 }
@@ -76,6 +74,7 @@ void cLogImpl::assign(const cLogImpl& other)
 {
     m_isEnabled.store(other.isEnabled(), std::memory_order_relaxed);
     m_name = other.m_name;
+    m_utf8Name = other.m_utf8Name;
     m_line.store(other.m_line.load(std::memory_order_acquire), std::memory_order_release);
 }
 

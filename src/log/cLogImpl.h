@@ -32,6 +32,7 @@ public:
     static cLogImpl& system();
 
     const QString& name() const { return m_name; }
+    const QByteArray& utf8Name() const { return m_utf8Name; }
 
     bool isEnabled() const { return m_isEnabled.load(std::memory_order_relaxed); }
     void setEnabled(bool isEnabled);
@@ -42,8 +43,8 @@ public:
     /// Where the channel's lines are composed at present.
     cLogLine& line() const { return *m_line.load(std::memory_order_acquire); }
 
-    /// Waits for the line before it to end and starts one. @return the device to stream it into.
-    QIODevice* openLine();
+    /// Waits for the line before it to end. @return where the next one is to be composed, locked.
+    cLogLine& lockLine();
 
     /// Becomes the same as @p other in switch, name and place of composing; the central's lock is held.
     void assign(const cLogImpl& other);
@@ -54,6 +55,7 @@ private:
 
     std::atomic<bool> m_isEnabled{true};
     QString m_name;
+    QByteArray m_utf8Name;
     const std::unique_ptr<cLogLine> m_ownLine;
     std::atomic<cLogLine*> m_line;
     const SwitchReading m_reading;

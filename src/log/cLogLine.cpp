@@ -2,8 +2,17 @@
 
 #include <QtCore/QThread>
 
-cLogLine::cLogLine() : m_buffer(&m_text)
+namespace {
+
+/// The bytes of a line keep their memory from line to line, unless one was long.
+constexpr int usualCapacity = 512;
+constexpr int keptCapacity = 65536;
+
+} // namespace
+
+cLogLine::cLogLine() : m_buffer(&m_text), m_stream(m_buffer)
 {
+    m_text.reserve(usualCapacity);
     m_buffer.open(QIODevice::ReadWrite | QIODevice::Text);
 }
 
@@ -28,9 +37,10 @@ bool cLogLine::lockUnlessHeld()
     return true;
 }
 
-void cLogLine::open()
+const QDebug& cLogLine::open()
 {
     m_openNumber.store(++m_lastNumber, std::memory_order_relaxed);
+    return m_stream.start();
 }
 
 bool cLogLine::claim(quint64 number)
@@ -38,8 +48,14 @@ bool cLogLine::claim(quint64 number)
     return m_openNumber.compare_exchange_strong(number, 0, std::memory_order_relaxed);
 }
 
-void cLogLine::clear()
+void cLogLine::clear(QDebug debug)
 {
-    m_text.clear();
+    if (m_text.capacity() > keptCapacity) {
+        m_text.clear();
+        m_text.reserve(usualCapacity);
+    } else {
+        m_text.resize(0);
+    }
     m_buffer.seek(0);
+    m_stream.settle(std::move(debug));
 }
