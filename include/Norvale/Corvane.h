@@ -151,8 +151,8 @@ NORVALE_EXPORT QByteArray FileReadAll(const QString& path, bool* ok = nullptr);
  * @param path absolute path, or relative to the current directory.
  * @param doc receives the document; after a failure its content is of no use.
  * @param namespaceProcessing whether prefixes are resolved to namespaces.
- * @return false when the file cannot be read, is not well-formed, or nests its elements absurdly deep. Nothing is
- * logged.
+ * @return false when the file cannot be read, is not well-formed, nests its elements more than a thousand deep, or
+ * makes excessive use of declarations of its own. Nothing is logged.
  */
 NORVALE_EXPORT bool FileReadDom(const QString& path, QDomDocument& doc, bool namespaceProcessing);
 

@@ -52,6 +52,8 @@ private slots:
         refused("not well-formed", "<a><b></a>");
         refused("empty", "");
         refused("nested a million deep", nested(1000000));
+        const QByteArray model = QByteArray(1000000, '(') + "b" + QByteArray(1000000, ')');
+        refused("content model nested a million deep", "<!DOCTYPE a [<!ELEMENT a " + model + ">]><a/>");
     }
     void readDom()
     {
