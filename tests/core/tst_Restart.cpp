@@ -32,7 +32,7 @@ private slots:
     void restartEndsTheEventLoop()
     {
         QTimer::singleShot(0, &Corvane::restart);
-        QTimer::singleShot(30000, qApp, [] { QCoreApplication::exit(1); });
+        QTimer::singleShot(30000, QCoreApplication::instance(), [] { QCoreApplication::exit(1); });
         QCOMPARE(QCoreApplication::exec(), 0);
     }
     void launchDetached_data()
