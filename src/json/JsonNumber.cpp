@@ -1,14 +1,16 @@
 #include "json/JsonNumber.h"
 
+#include "json/JsonDecimal.h"
+
 #include <array>
 #include <charconv>
-#include <limits>
 
 namespace {
 
-/// A number that has reached these takes no further digit as an integer; the token is then read as a double.
+// An integer that has reached its limit takes no further digit; the token is then read as a double.
 constexpr quint32 NegativeLimit = 214748364;
 constexpr quint32 PositiveLimit = 429496729;
+constexpr quint32 UIntBegin = 2147483648;
 
 constexpr std::array<bool, 256> numberBytes()
 {
@@ -19,6 +21,18 @@ constexpr std::array<bool, 256> numberBytes()
 }
 
 constexpr std::array<bool, 256> s_isNumberByte = numberBytes();
+
+quint32 limitOf(bool isNegative)
+{
+    return isNegative ? NegativeLimit : PositiveLimit;
+}
+
+JsonNumber::Number integer(quint32 value, bool isNegative)
+{
+    if (isNegative)
+        return JsonNumber::Number(-qint32(value));
+    return value < UIntBegin ? JsonNumber::Number(qint32(value)) : JsonNumber::Number(value);
+}
 
 JsonNumber::Number decodeDouble(const char* begin, const char* end)
 {
@@ -36,24 +50,33 @@ const char* JsonNumber::findEnd(const char* at, const char* end)
     return at;
 }
 
+// The number is known from its digits at once; tokens of any other form are left to the rules one by one.
 JsonNumber::Number JsonNumber::decode(const char*& at, const char* end)
 {
     const char* const begin = at;
-    const bool isNegative = *begin == '-';
-    const quint32 limit = isNegative ? NegativeLimit : PositiveLimit;
-    quint32 value = 0;
-    at += isNegative ? 1 : 0;
-    for (; at < end && s_isNumberByte[quint8(*at)]; ++at) {
-        const quint32 digit = quint8(*at) - quint32('0');
-        if (digit > 9 || value >= limit) {
-            at = findEnd(at, end);
-            return decodeDouble(begin, at);
-        }
-        value = value * 10 + digit;
+    const JsonDecimal::Decimal decimal = JsonDecimal::scan(at, end);
+    if (decimal.isSimple) {
+        if (decimal.isInteger && decimal.digits < quint64(limitOf(decimal.isNegative)) * 10)
+            return integer(quint32(decimal.digits), decimal.isNegative);
+        bool isExact = false;
+        const double number = JsonDecimal::toDouble(decimal.digits, decimal.exponent, &isExact);
+        if (isExact)
+            return Number(decimal.isNegative ? -number : number);
     }
-    if (isNegative)
-        return Number(-qint32(value));
-    return value <= quint32(std::numeric_limits<qint32>::max()) ? Number(qint32(value)) : Number(value);
+    at = findEnd(at, end);
+    return decodePlain(begin, at);
+}
+
+JsonNumber::Number JsonNumber::decodePlain(const char* begin, const char* end)
+{
+    const bool isNegative = *begin == '-';
+    quint32 value = 0;
+    for (const char* at = isNegative ? begin + 1 : begin; at < end; ++at) {
+        if (*at < '0' || *at > '9' || value >= limitOf(isNegative))
+            return decodeDouble(begin, end);
+        value = value * 10 + quint32(*at - '0');
+    }
+    return integer(value, isNegative);
 }
 
 // What the standard conversion takes whole, without error and with a value that is not zero, has the same value in

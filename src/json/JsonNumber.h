@@ -24,6 +24,9 @@ struct Number
 /// Decodes the token that starts at @p at, a minus sign or a digit, and moves @p at behind it.
 Number decode(const char*& at, const char* end);
 
+/// Decodes the token @p begin to @p end by the rules one by one: the plain way of `decode`.
+Number decodePlain(const char* begin, const char* end);
+
 /// The end of the token of which @p at is a byte.
 const char* findEnd(const char* at, const char* end);
 

@@ -44,10 +44,20 @@ cJsonParser::Outcome cJsonParser::readString()
     bool isPlain = false;
     const char* const begin = m_at + 1;
     const char* const end = JsonText::findClosingQuote(begin, m_end, &isPlain);
-    QString text;
     m_at = end ? end + 1 : m_end;
-    if (!end || !JsonText::decode(begin, end, isPlain, text))
+    if (!end)
         return failValue();
+    const bool isShort = end - begin <= MaxKnownString;
+    const QString* const known = isShort ? m_knownStrings.find(begin, end) : nullptr;
+    if (known) {
+        m_values.push(*known);
+        return ValueDone;
+    }
+    QString text;
+    if (!JsonText::decode(begin, end, isPlain, text))
+        return failValue();
+    if (isShort)
+        m_knownStrings.insert(begin, end, text);
     m_values.push(text);
     return ValueDone;
 }
@@ -129,13 +139,18 @@ cJsonParser::Outcome cJsonParser::readName()
 
 cJsonParser::Outcome cJsonParser::decodeName(const char* begin, const char* end, bool isPlain)
 {
+    const QString* name = m_knownNames.find(begin, end);
     QString decoded;
-    if (!isPlain && !JsonText::decodeEscaped(begin, end, decoded))
-        return Failed;
+    if (!name) {
+        if (!JsonText::decode(begin, end, isPlain, decoded))
+            return Failed;
+        m_knownNames.insert(begin, end, decoded);
+        name = &decoded;
+    }
     m_at = JsonScan::skipSpaces(m_at, m_end);
     if (m_at == m_end || *m_at++ != ':')
         return fail("Missing ':' after object member name");
-    m_names.push(isPlain ? m_nameCache.name(begin, end) : decoded);
+    m_names.push(*name);
     return ValueFollows;
 }
 
@@ -181,16 +196,18 @@ cJsonParser::Outcome cJsonParser::close()
     const Level level = m_levels.last();
     const int count = int(m_values.size() - level.values);
     cJsonValue* const values = m_values.at(level.values);
-    cJsonValue container;
-    if (level.isArray)
-        cJsonParts::takeElements(container, values, count);
-    else
-        cJsonParts::takeMembers(container, m_mapBuilder.build(m_names.at(level.names), values, count));
-    m_values.forget(level.values);
-    while (m_names.size() > level.names)
-        m_names.pop();
+    if (level.isArray) {
+        QVector<cJsonValue> elements = cJsonParts::takeElements(values, count);
+        m_values.forget(level.values);
+        cJsonParts::setArray(m_values.push(), elements);
+    } else {
+        QMap<QString, cJsonValue> members = m_mapBuilder.build(m_names.at(level.names), values, count);
+        m_values.forget(level.values);
+        cJsonParts::setObject(m_values.push(), members);
+        while (m_names.size() > level.names)
+            m_names.pop();
+    }
     m_levels.pop();
-    m_values.push(std::move(container));
     return ValueDone;
 }
 

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "json/cJsonMapBuilder.h"
-#include "json/cJsonNameCache.h"
 #include "json/cJsonScratch.h"
+#include "json/cJsonTextCache.h"
 
 /**
  * One reading of a JSON text.
@@ -73,11 +73,15 @@ private:
     Token wordToken(const char* rest, int size, Token token);
     Token commentToken();
 
+    /// Longer strings come again too seldom to be looked for.
+    static constexpr int MaxKnownString = 1024;
+
     const char* m_at;
     const char* m_end;
     cJsonScratch<cJsonValue> m_values;
     cJsonScratch<QString> m_names;
     cJsonScratch<Level> m_levels;
-    cJsonNameCache m_nameCache;
+    cJsonTextCache<8> m_knownNames;
+    cJsonTextCache<9> m_knownStrings;
     cJsonMapBuilder m_mapBuilder;
 };

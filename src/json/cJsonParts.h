@@ -15,17 +15,23 @@ public:
     /// Moves the bytes of @p from into @p to, which owns nothing. @p from may then only be forgotten.
     static void relocate(const cJsonValue* from, cJsonValue& to) { copyBytes(from, &to, 1); }
 
-    /// Makes @p v an array of the @p count values at @p from, of which it takes the bytes; @p v owns nothing yet.
-    static void takeElements(cJsonValue& v, const cJsonValue* from, int count)
+    /// The @p count values at @p from, of which it takes the bytes.
+    static QVector<cJsonValue> takeElements(const cJsonValue* from, int count)
     {
         QVector<cJsonValue> elements(count);
         copyBytes(from, elements.data(), count);
+        return elements;
+    }
+
+    /// Makes @p v an array of @p elements, which get what it had.
+    static void setArray(cJsonValue& v, QVector<cJsonValue>& elements)
+    {
         v.m_type = ArrayType;
         v.m_array.swap(elements);
     }
 
-    /// Makes @p v, which owns nothing yet, an object of @p members.
-    static void takeMembers(cJsonValue& v, QMap<QString, cJsonValue>&& members)
+    /// Makes @p v an object of @p members, which get what it had.
+    static void setObject(cJsonValue& v, QMap<QString, cJsonValue>& members)
     {
         v.m_type = ObjectType;
         v.m_object.swap(members);

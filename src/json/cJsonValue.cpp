@@ -28,18 +28,6 @@ cJsonValue& cJsonValue::operator=(cJsonValue&& other) noexcept
     return *this;
 }
 
-void cJsonValue::swap(cJsonValue& other) noexcept
-{
-    std::swap(m_type, other.m_type);
-    std::swap(m_int, other.m_int);
-    std::swap(m_uint, other.m_uint);
-    std::swap(m_double, other.m_double);
-    m_string.swap(other.m_string);
-    std::swap(m_bool, other.m_bool);
-    m_array.swap(other.m_array);
-    m_object.swap(other.m_object);
-}
-
 int cJsonValue::toInt() const
 {
     switch (m_type) {

@@ -1,0 +1,90 @@
+#pragma once
+
+#include <QtCore/QString>
+
+#include <array>
+#include <cstring>
+#include <utility>
+
+/**
+ * Texts by their bytes, so that one that comes again is neither decoded nor allocated, and the same text is the same
+ * shared string. There are two places for each hash; a newer text pushes the older one out.
+ */
+template <int SlotBits>
+class cJsonTextCache
+{
+public:
+    /// The text decoded from @p begin to @p end; null when it is not known. It lives until the next `insert`.
+    const QString* find(const char* begin, const char* end);
+
+    /// Keeps @p text, which was decoded from @p begin to @p end; these bytes must outlive the cache.
+    void insert(const char* begin, const char* end, const QString& text);
+
+private:
+    struct Entry
+    {
+        const char* bytes = nullptr;
+        size_t size = 0;
+        QString text;
+
+        bool holds(const char* begin, size_t length) const
+        {
+            return size == length && bytes && std::memcmp(bytes, begin, length) == 0;
+        }
+    };
+
+    std::array<Entry, 2>& slotOf(const char* begin, size_t size);
+
+    std::array<std::array<Entry, 2>, 1 << SlotBits> m_slots;
+};
+
+namespace JsonHash {
+
+template <typename Word>
+inline quint64 word(const char* at)
+{
+    Word bytes;
+    std::memcpy(&bytes, at, sizeof bytes);
+    return bytes;
+}
+
+/// Length and first, middle and last bytes: texts of one document that agree in these are mostly the same.
+inline quint64 ofText(const char* begin, size_t size)
+{
+    quint64 mix = size;
+    if (size >= 8)
+        mix +=
+            word<quint64>(begin) * 7 + word<quint64>(begin + size / 2 - 4) * 127 + word<quint64>(begin + size - 8) * 31;
+    else if (size >= 4)
+        mix += (word<quint32>(begin) << 32) + (word<quint32>(begin + size - 4) << 3);
+    else if (size > 0)
+        mix += (word<quint8>(begin) << 24) + (word<quint8>(begin + size / 2) << 16) +
+               (word<quint8>(begin + size - 1) << 8);
+    return mix * Q_UINT64_C(0x9E3779B97F4A7C15);
+}
+
+} // namespace JsonHash
+
+template <int SlotBits>
+inline auto cJsonTextCache<SlotBits>::slotOf(const char* begin, size_t size) -> std::array<Entry, 2>&
+{
+    return m_slots[JsonHash::ofText(begin, size) >> (64 - SlotBits)];
+}
+
+template <int SlotBits>
+inline const QString* cJsonTextCache<SlotBits>::find(const char* begin, const char* end)
+{
+    const size_t size = size_t(end - begin);
+    std::array<Entry, 2>& slot = slotOf(begin, size);
+    if (slot[0].holds(begin, size))
+        return &slot[0].text;
+    return slot[1].holds(begin, size) ? &slot[1].text : nullptr;
+}
+
+template <int SlotBits>
+inline void cJsonTextCache<SlotBits>::insert(const char* begin, const char* end, const QString& text)
+{
+    std::array<Entry, 2>& slot = slotOf(begin, size_t(end - begin));
+    slot[1] = std::move(slot[0]);
+    slot[0] = Entry{begin, size_t(end - begin), text};
+}
