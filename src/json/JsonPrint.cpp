@@ -4,6 +4,7 @@
 #include <Norvale/cJsonValue.h>
 #include <Norvale/cJsonWriter.h>
 
+#include "json/JsonEscape.h"
 #include "json/cJsonParts.h"
 
 #include <QtCore/QDebug>
@@ -38,30 +39,6 @@ struct OpenLevel
 
 using OpenLevels = QVarLengthArray<OpenLevel, 64>;
 
-bool isContainer(const cJsonValue& v)
-{
-    return v.isArray() || v.isObject();
-}
-
-QByteArray escaped(QString text)
-{
-    text.replace(QLatin1Char('\\'), QLatin1String("\\\\"));
-    text.replace(QLatin1Char('"'), QLatin1String("\\\""));
-    text.replace(QLatin1Char('\b'), QLatin1String("\\b"));
-    text.replace(QLatin1Char('\f'), QLatin1String("\\f"));
-    text.replace(QLatin1Char('\n'), QLatin1String("\\n"));
-    text.replace(QLatin1Char('\r'), QLatin1String("\\r"));
-    text.replace(QLatin1Char('\t'), QLatin1String("\\t"));
-    QString ascii;
-    for (const QChar unit : qAsConst(text)) {
-        if (unit.unicode() > 127)
-            ascii += QString::asprintf("\\u%04x", uint(unit.unicode()));
-        else
-            ascii += unit;
-    }
-    return ascii.toLatin1();
-}
-
 void writeScalar(QTextStream& s, const cJsonValue& v)
 {
     switch (v.type()) {
@@ -78,7 +55,7 @@ void writeScalar(QTextStream& s, const cJsonValue& v)
         s << v.toDouble();
         return;
     case StringType:
-        s << '"' << escaped(cJsonParts::string(v)) << '"';
+        s << '"' << JsonEscape::plain(cJsonParts::string(v)) << '"';
         return;
     case BooleanType:
         s << (v.toBool() ? "true" : "false");
@@ -101,7 +78,7 @@ void indentMember(QTextStream& s, const OpenLevel& open, qint64 level, int inden
     if (open.isArray())
         return;
     s << '"' << open.member.key() << "\" : ";
-    if (isContainer(open.child())) {
+    if (cJsonParts::isNested(open.child())) {
         s << Qt::endl;
         pad(s, level, indent);
     }
@@ -111,7 +88,7 @@ void indentMember(QTextStream& s, const OpenLevel& open, qint64 level, int inden
 
 QTextStream& cJsonValue::serialize(QTextStream& s) const
 {
-    if (!isContainer(*this)) {
+    if (!cJsonParts::isNested(*this)) {
         writeScalar(s, *this);
         return s;
     }
@@ -131,7 +108,7 @@ QTextStream& cJsonValue::serialize(QTextStream& s) const
             s << '"' << top.member.key() << "\":";
         const cJsonValue& child = top.child();
         top.advance();
-        if (isContainer(child)) {
+        if (cJsonParts::isNested(child)) {
             s << (child.isArray() ? '[' : '{');
             levels.append(OpenLevel(child));
         } else {
@@ -143,7 +120,7 @@ QTextStream& cJsonValue::serialize(QTextStream& s) const
 
 void cJsonValue::prettySerialize(QTextStream& s, int indent, int level) const
 {
-    if (!isContainer(*this)) {
+    if (!cJsonParts::isNested(*this)) {
         writeScalar(s, *this);
         return;
     }
@@ -166,7 +143,7 @@ void cJsonValue::prettySerialize(QTextStream& s, int indent, int level) const
         indentMember(s, top, depth, indent);
         const cJsonValue& child = top.child();
         top.advance();
-        if (isContainer(child)) {
+        if (cJsonParts::isNested(child)) {
             s << (child.isArray() ? '[' : '{') << Qt::endl;
             levels.append(OpenLevel(child));
         } else {

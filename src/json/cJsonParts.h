@@ -8,6 +8,7 @@
 class cJsonParts
 {
 public:
+    static bool isNested(const cJsonValue& v) { return v.m_type == ArrayType || v.m_type == ObjectType; }
     static const QString& string(const cJsonValue& v) { return v.m_string; }
     static const QVector<cJsonValue>& array(const cJsonValue& v) { return v.m_array; }
     static const QMap<QString, cJsonValue>& object(const cJsonValue& v) { return v.m_object; }

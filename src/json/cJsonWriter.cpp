@@ -2,10 +2,16 @@
 
 #include <Norvale/cJsonValue.h>
 
+#include "json/cJsonByteWriter.h"
+
+#include <QtCore/QTextCodec>
 #include <QtCore/QTextStream>
 
 QByteArray cJsonWriter::serialize(const cJsonValue& v)
 {
+    cJsonByteWriter writer(QTextCodec::codecForLocale());
+    if (writer.write(v))
+        return writer.takeText();
     QByteArray text;
     QTextStream stream(&text, QIODevice::ReadWrite);
     v.serialize(stream);

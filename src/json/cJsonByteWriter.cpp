@@ -1,0 +1,218 @@
+#include "json/cJsonByteWriter.h"
+
+#include "json/JsonDouble.h"
+#include "json/JsonEscape.h"
+#include "json/cJsonParts.h"
+
+#include <QtCore/QTextCodec>
+#include <QtCore/QVarLengthArray>
+
+#include <charconv>
+#include <cstring>
+
+namespace {
+
+// Numbers of encodings at the assigned numbers authority. In these each character is encoded by itself.
+constexpr int MibLatin1 = 4;
+constexpr int MibUtf8 = 106;
+
+/// Strings are written in steps of this many units, so that no more than their escapes need is reserved.
+constexpr int StringStep = 2048;
+
+/// Whether text in ASCII is the same bytes in @p codec.
+bool keepsAscii(QTextCodec* codec)
+{
+    if (codec->mibEnum() == MibUtf8 || codec->mibEnum() == MibLatin1)
+        return true;
+    QByteArray ascii;
+    for (char c = 0; c >= 0 && c < 127; ++c)
+        ascii += c;
+    QTextCodec::ConverterState state(QTextCodec::IgnoreHeader);
+    return codec->fromUnicode(reinterpret_cast<const QChar*>(QString::fromLatin1(ascii).constData()), ascii.size(),
+                              &state) == ascii;
+}
+
+/// Whether each surrogate has its other half; what becomes of one that has none depends on what is written next.
+bool isWellFormed(const QString& text)
+{
+    for (int i = 0; i < text.size(); ++i) {
+        if (!text.at(i).isSurrogate())
+            continue;
+        if (!text.at(i).isHighSurrogate() || i + 1 == text.size() || !text.at(i + 1).isLowSurrogate())
+            return false;
+        ++i;
+    }
+    return true;
+}
+
+} // namespace
+
+bool cJsonByteWriter::write(const cJsonValue& v)
+{
+    if (!keepsAscii(m_codec))
+        return false;
+    grow(SmallSize);
+    if (!cJsonParts::isNested(v)) {
+        writeScalar(v);
+        return !m_isUnable;
+    }
+    QVarLengthArray<Level, 64> levels;
+    const cJsonValue* nested = &v;
+    do {
+        if (nested) {
+            reserve(SmallSize);
+            writeByte(nested->isArray() ? '[' : '{');
+            levels.append(open(*nested));
+        } else {
+            levels.removeLast();
+            if (levels.isEmpty())
+                break;
+        }
+        nested = levels.last().isArray ? writeElements(levels.last()) : writeMembers(levels.last());
+    } while (!m_isUnable);
+    return !m_isUnable;
+}
+
+QByteArray cJsonByteWriter::takeText()
+{
+    m_text.resize(int(m_out - m_text.constData()));
+    m_out = m_limit = nullptr;
+    return std::move(m_text);
+}
+
+cJsonByteWriter::Level cJsonByteWriter::open(const cJsonValue& v)
+{
+    const QVector<cJsonValue>& elements = cJsonParts::array(v);
+    const Members& members = cJsonParts::object(v);
+    return {elements.constBegin(), elements.constEnd(), members.constBegin(), members.constEnd(), v.isArray(), false};
+}
+
+/// Goes on in an array. @return the nested element that comes next, null when the array has been closed.
+const cJsonValue* cJsonByteWriter::writeElements(Level& level)
+{
+    while (level.at != level.end) {
+        reserve(SmallSize);
+        if (level.isBegun)
+            writeByte(',');
+        level.isBegun = true;
+        const cJsonValue& element = *level.at++;
+        if (cJsonParts::isNested(element))
+            return &element;
+        writeScalar(element);
+    }
+    reserve(SmallSize);
+    writeByte(']');
+    return nullptr;
+}
+
+/// Goes on in an object. @return the nested member that comes next, null when the object has been closed.
+const cJsonValue* cJsonByteWriter::writeMembers(Level& level)
+{
+    while (level.member != level.memberEnd) {
+        reserve(SmallSize);
+        if (level.isBegun)
+            writeByte(',');
+        level.isBegun = true;
+        writeKey(level.member.key());
+        const cJsonValue& member = level.member.value();
+        ++level.member;
+        if (cJsonParts::isNested(member))
+            return &member;
+        writeScalar(member);
+    }
+    reserve(SmallSize);
+    writeByte('}');
+    return nullptr;
+}
+
+// The caller has reserved room for what is small.
+void cJsonByteWriter::writeScalar(const cJsonValue& v)
+{
+    switch (v.type()) {
+    case NullType:
+        return writeBytes("null", 4);
+    case IntType:
+        m_out = std::to_chars(m_out, m_limit, v.toInt()).ptr;
+        return;
+    case UIntType:
+        m_out = std::to_chars(m_out, m_limit, v.toUInt()).ptr;
+        return;
+    case DoubleType:
+        return writeDouble(v.toDouble());
+    case StringType:
+        return writeString(cJsonParts::string(v));
+    case BooleanType:
+        return v.toBool() ? writeBytes("true", 4) : writeBytes("false", 5);
+    default:
+        m_isUnable = true;
+    }
+}
+
+void cJsonByteWriter::writeDouble(double number)
+{
+    char* const end = JsonDouble::write(number, m_out);
+    if (end) {
+        m_out = end;
+        return;
+    }
+    const QByteArray text = JsonDouble::plain(number);
+    writeBytes(text.constData(), text.size());
+}
+
+void cJsonByteWriter::writeString(const QString& text)
+{
+    writeByte('"');
+    for (int done = 0; done < text.size(); done += StringStep) {
+        const int count = qMin(StringStep, text.size() - done);
+        reserve(count * JsonEscape::MaxUnit + JsonEscape::Slack);
+        m_out = JsonEscape::write(text.constData() + done, count, m_out);
+    }
+    reserve(SmallSize);
+    writeByte('"');
+}
+
+void cJsonByteWriter::writeKey(const QString& key)
+{
+    reserve(key.size() + SmallSize);
+    writeByte('"');
+    char* const end = JsonEscape::copyAscii(key.constData(), key.size(), m_out);
+    if (end)
+        m_out = end;
+    else
+        writeEncodedKey(key);
+    reserve(SmallSize);
+    writeByte('"');
+    writeByte(':');
+}
+
+void cJsonByteWriter::writeEncodedKey(const QString& key)
+{
+    if ((m_codec->mibEnum() != MibUtf8 && m_codec->mibEnum() != MibLatin1) || !isWellFormed(key)) {
+        m_isUnable = true;
+        return;
+    }
+    QTextCodec::ConverterState state(QTextCodec::IgnoreHeader);
+    const QByteArray encoded = m_codec->fromUnicode(key.constData(), key.size(), &state);
+    reserve(encoded.size() + SmallSize);
+    writeBytes(encoded.constData(), encoded.size());
+}
+
+void cJsonByteWriter::writeBytes(const char* bytes, int size)
+{
+    std::memcpy(m_out, bytes, size_t(size));
+    m_out += size;
+}
+
+void cJsonByteWriter::reserve(int size)
+{
+    if (Q_UNLIKELY(m_limit - m_out < size))
+        grow(size);
+}
+
+void cJsonByteWriter::grow(int size)
+{
+    const int used = m_out ? int(m_out - m_text.constData()) : 0;
+    m_text.resize(qMax(used + size, m_text.size() * 2));
+    m_out = m_text.data() + used;
+    m_limit = m_text.data() + m_text.size();
+}
