@@ -26,15 +26,19 @@ bool isTokenByte(char c)
     return isDigit(c) || c == '.' || c == 'e' || c == 'E' || c == '+' || c == '-';
 }
 
+constexpr quint64 s_integerPowers[] = {1, 10, 100, 1000, 10000, 100000, 1000000, 10000000, 100000000};
+
 /// Appends the digits at @p at to @p digits. @return how many; digits beyond 19 make the number worthless, not the
 /// count.
 int appendDigits(const char*& at, const char* end, quint64& digits)
 {
     const char* const begin = at;
-    quint64 eight = 0;
-    while (end - at >= 8 && JsonDecimal::eightDigits(at, &eight)) {
-        digits = digits * 100000000 + eight;
-        at += 8;
+    quint64 number = 0;
+    int count = 8;
+    while (count == 8 && end - at >= 8) {
+        count = JsonDecimal::leadingDigits(at, &number);
+        digits = digits * s_integerPowers[count] + number;
+        at += count;
     }
     for (; at < end && isDigit(*at); ++at)
         digits = digits * 10 + quint64(*at - '0');
@@ -94,41 +98,45 @@ double divided(quint64 digits, int power)
 
 } // namespace
 
-quint64 JsonDecimal::plainDigits(const char* at, int count)
+int JsonDecimal::leadingDigitsPlain(const char* at, int size, quint64* number)
 {
-    quint64 number = 0;
-    for (int i = 0; i < count; ++i)
-        number = number * 10 + quint64(at[i] - '0');
-    return number;
+    int count = 0;
+    for (*number = 0; count < size && isDigit(at[count]); ++count)
+        *number = *number * 10 + quint64(at[count] - '0');
+    return count;
 }
 
-// Eight bytes are eight lanes of one word: the first test is that each has the high half 3 and stays so when 6 is
-// added, then neighbours are joined to numbers of two, four and eight digits.
-bool JsonDecimal::eightDigits(const char* at, quint64* number)
-{
 #if Q_BYTE_ORDER == Q_LITTLE_ENDIAN
+
+// Eight bytes are eight lanes of one word. A digit has the high half 3 and keeps it when 6 is added; a carry only
+// reaches lanes behind one that is no digit. The digits are moved up behind zeros, then neighbours are joined to
+// numbers of two, four and eight digits.
+int JsonDecimal::leadingDigits(const char* at, quint64* number)
+{
+    constexpr quint64 High = Q_UINT64_C(0xF0F0F0F0F0F0F0F0);
+    constexpr quint64 Zeros = Q_UINT64_C(0x3030303030303030);
+    constexpr quint64 Pairs = Q_UINT64_C(0x000000FF000000FF);
     quint64 bytes;
     std::memcpy(&bytes, at, sizeof bytes);
-    const quint64 high = Q_UINT64_C(0xF0F0F0F0F0F0F0F0);
-    const quint64 threes = Q_UINT64_C(0x3030303030303030);
-    if ((bytes & high) != threes || ((bytes + Q_UINT64_C(0x0606060606060606)) & high) != threes)
-        return false;
-    bytes -= threes;
+    const quint64 others = ((bytes & High) ^ Zeros) | (((bytes + Q_UINT64_C(0x0606060606060606)) & High) ^ Zeros);
+    const int count = others ? int(qCountTrailingZeroBits(others)) / 8 : 8;
+    bytes -= Zeros;
+    bytes = count > 0 ? bytes << (64 - 8 * count) : 0;
     bytes = bytes * 10 + (bytes >> 8);
-    const quint64 pairs = Q_UINT64_C(0x000000FF000000FF);
     *number = quint32(
-        ((bytes & pairs) * Q_UINT64_C(0x000F424000000064) + ((bytes >> 16) & pairs) * Q_UINT64_C(0x0000271000000001)) >>
+        ((bytes & Pairs) * Q_UINT64_C(0x000F424000000064) + ((bytes >> 16) & Pairs) * Q_UINT64_C(0x0000271000000001)) >>
         32);
-    return true;
-#else
-    for (int i = 0; i < 8; ++i) {
-        if (!isDigit(at[i]))
-            return false;
-    }
-    *number = plainDigits(at, 8);
-    return true;
-#endif
+    return count;
 }
+
+#else
+
+int JsonDecimal::leadingDigits(const char* at, quint64* number)
+{
+    return leadingDigitsPlain(at, 8, number);
+}
+
+#endif
 
 JsonDecimal::Decimal JsonDecimal::scan(const char*& at, const char* end)
 {

@@ -23,11 +23,13 @@ struct Decimal
  */
 Decimal scan(const char*& at, const char* end);
 
-/// The number that @p count digits at @p at make; the plain way of `eightDigits`.
-quint64 plainDigits(const char* at, int count);
+/**
+ * How many of the eight bytes at @p at are digits before the first that is none, and the number that they make.
+ */
+int leadingDigits(const char* at, quint64* number);
 
-/// Whether the eight bytes at @p at are digits, and the number they make.
-bool eightDigits(const char* at, quint64* number);
+/// The plain way of `leadingDigits`, for any number of bytes.
+int leadingDigitsPlain(const char* at, int size, quint64* number);
 
 /**
  * The double nearest to @p digits * 10^ @p exponent, ties to even.

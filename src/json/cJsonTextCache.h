@@ -6,38 +6,6 @@
 #include <cstring>
 #include <utility>
 
-/**
- * Texts by their bytes, so that one that comes again is neither decoded nor allocated, and the same text is the same
- * shared string. There are two places for each hash; a newer text pushes the older one out.
- */
-template <int SlotBits>
-class cJsonTextCache
-{
-public:
-    /// The text decoded from @p begin to @p end; null when it is not known. It lives until the next `insert`.
-    const QString* find(const char* begin, const char* end);
-
-    /// Keeps @p text, which was decoded from @p begin to @p end; these bytes must outlive the cache.
-    void insert(const char* begin, const char* end, const QString& text);
-
-private:
-    struct Entry
-    {
-        const char* bytes = nullptr;
-        size_t size = 0;
-        QString text;
-
-        bool holds(const char* begin, size_t length) const
-        {
-            return size == length && bytes && std::memcmp(bytes, begin, length) == 0;
-        }
-    };
-
-    std::array<Entry, 2>& slotOf(const char* begin, size_t size);
-
-    std::array<std::array<Entry, 2>, 1 << SlotBits> m_slots;
-};
-
 namespace JsonHash {
 
 template <typename Word>
@@ -63,7 +31,55 @@ inline quint64 ofText(const char* begin, size_t size)
     return mix * Q_UINT64_C(0x9E3779B97F4A7C15);
 }
 
+/// Whether @p size bytes are the same; most texts are a few words long.
+inline bool areSame(const char* a, const char* b, size_t size)
+{
+    if (size >= 8) {
+        size_t i = 0;
+        for (; i + 8 < size; i += 8) {
+            if (word<quint64>(a + i) != word<quint64>(b + i))
+                return false;
+        }
+        return word<quint64>(a + size - 8) == word<quint64>(b + size - 8);
+    }
+    if (size >= 4)
+        return word<quint32>(a) == word<quint32>(b) && word<quint32>(a + size - 4) == word<quint32>(b + size - 4);
+    return std::memcmp(a, b, size) == 0;
+}
+
 } // namespace JsonHash
+
+/**
+ * Texts by their bytes, so that one that comes again is neither decoded nor allocated, and the same text is the same
+ * shared string. There are two places for each hash; a newer text pushes the older one out.
+ */
+template <int SlotBits>
+class cJsonTextCache
+{
+public:
+    /// The text decoded from @p begin to @p end; null when it is not known. It lives until the next `insert`.
+    const QString* find(const char* begin, const char* end);
+
+    /// Keeps @p text, which was decoded from @p begin to @p end; these bytes must outlive the cache.
+    void insert(const char* begin, const char* end, const QString& text);
+
+private:
+    struct Entry
+    {
+        const char* bytes = nullptr;
+        size_t size = 0;
+        QString text;
+
+        bool holds(const char* begin, size_t length) const
+        {
+            return size == length && bytes && JsonHash::areSame(bytes, begin, length);
+        }
+    };
+
+    std::array<Entry, 2>& slotOf(const char* begin, size_t size);
+
+    std::array<std::array<Entry, 2>, 1 << SlotBits> m_slots;
+};
 
 template <int SlotBits>
 inline auto cJsonTextCache<SlotBits>::slotOf(const char* begin, size_t size) -> std::array<Entry, 2>&
