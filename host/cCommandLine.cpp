@@ -12,6 +12,7 @@
 namespace {
 
 const QString Help = QStringLiteral("help");
+const QString HelpAll = QStringLiteral("help-all");
 const QString Version = QStringLiteral("version");
 
 QString nameOf(const cCommand& command)
@@ -38,7 +39,8 @@ cCommandLine::cCommandLine()
         m_parser.addOptions(command->ownOptions());
     }
     m_parser.addOptions(CommandOptions::all());
-    m_parser.addPositionalArgument(QStringLiteral("SERVICE METHOD [ARG...]"), QStringLiteral("What --call calls."),
+    m_parser.addPositionalArgument(QStringLiteral("SERVICE"),
+                                   QStringLiteral("Service, method and arguments of --call."),
                                    QStringLiteral("[SERVICE METHOD [ARG...]]"));
 }
 
@@ -50,7 +52,7 @@ ExitCode cCommandLine::run(const QStringList& arguments)
     cCommand* command = nullptr;
     if (!m_parser.parse(arguments))
         complaint = m_parser.errorText();
-    else if (m_parser.isSet(Help))
+    else if (m_parser.isSet(Help) || m_parser.isSet(HelpAll))
         return Terminal::answer(helpText()), ExitCode::Ok;
     else if (m_parser.isSet(Version))
         return Terminal::answer(QStringLiteral("VCore ") + QCoreApplication::applicationVersion()), ExitCode::Ok;

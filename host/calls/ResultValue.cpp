@@ -9,9 +9,24 @@
 #include <QtCore/QJsonObject>
 #include <QtCore/QSequentialIterable>
 
-#include <limits>
-
 namespace {
+
+// Readers of JSON take numbers as doubles, which tell integers apart up to here; larger ones travel as text.
+constexpr qlonglong MaxExactInteger = Q_INT64_C(9007199254740992);
+
+QJsonValue integerToJson(qlonglong number)
+{
+    if (number >= -MaxExactInteger && number <= MaxExactInteger)
+        return number;
+    return QString::number(number);
+}
+
+QJsonValue integerToJson(qulonglong number)
+{
+    if (number <= qulonglong(MaxExactInteger))
+        return qlonglong(number);
+    return QString::number(number);
+}
 
 bool listToJson(const QVariant& value, QJsonValue* json, int depth)
 {
@@ -80,14 +95,11 @@ bool ResultValue::toJson(const QVariant& value, QJsonValue* json, int depth)
     case QMetaType::UInt:
     case QMetaType::Long:
     case QMetaType::LongLong:
-        *json = value.toLongLong();
+        *json = integerToJson(value.toLongLong());
         return true;
     case QMetaType::ULong:
     case QMetaType::ULongLong:
-        if (value.toULongLong() > qulonglong(std::numeric_limits<qlonglong>::max()))
-            *json = double(value.toULongLong());
-        else
-            *json = value.toLongLong();
+        *json = integerToJson(value.toULongLong());
         return true;
     case QMetaType::Float:
     case QMetaType::Double:

@@ -22,10 +22,10 @@ bool belongsToUserAlone(const QString& folder)
 
 QString cHostAddress::userFolder(QString* error)
 {
-    const QString runtime = QFile::decodeName(qgetenv("XDG_RUNTIME_DIR"));
+    QString runtime = QFile::decodeName(qgetenv("XDG_RUNTIME_DIR"));
     if (QDir::isAbsolutePath(runtime) && belongsToUserAlone(runtime))
         return runtime;
-    const QString folder = QDir(QDir::tempPath()).absoluteFilePath(QStringLiteral("vcore-%1").arg(::getuid()));
+    QString folder = QDir(QDir::tempPath()).absoluteFilePath(QStringLiteral("vcore-%1").arg(::getuid()));
     if (::mkdir(QFile::encodeName(folder).constData(), S_IRWXU) != 0 && errno != EEXIST) {
         *error =
             QStringLiteral("cannot make the folder %1: %2").arg(folder, QString::fromLocal8Bit(std::strerror(errno)));
