@@ -1,0 +1,43 @@
+#pragma once
+
+#include <Norvale/cJsonValue.h>
+
+#include <QtCore/QMetaType>
+#include <QtCore/QObject>
+#include <QtCore/QStringList>
+#include <QtCore/QThread>
+#include <QtCore/QUrl>
+#include <QtCore/QVariant>
+
+/// Methods of the kinds that calls by name have to cope with.
+class cTextService : public QObject
+{
+    Q_OBJECT
+    Q_CLASSINFO("service", "Text")
+
+public:
+    Q_INVOKABLE QString upper(const QString& text) { return text.toUpper(); }
+    Q_INVOKABLE QString kind(int) { return QStringLiteral("int"); }
+    Q_INVOKABLE QString kind(const QString&) { return QStringLiteral("text"); }
+    Q_INVOKABLE QString kind(bool, double) { return QStringLiteral("bool, double"); }
+    Q_INVOKABLE int add(int a, int b = 1) { return a + b; }
+    Q_INVOKABLE qlonglong longer(qlonglong number) { return number; }
+    Q_INVOKABLE double third() { return 1.0 / 3; }
+    Q_INVOKABLE QString digits() { return QStringLiteral("007"); }
+    Q_INVOKABLE void nothing() {}
+    Q_INVOKABLE QStringList reversed(const QStringList& list) { return {list.crbegin(), list.crend()}; }
+    Q_INVOKABLE QVariantMap pair(const QVariant& a, const QVariant& b) { return {{"a \"a\"", a}, {"b", b}}; }
+    Q_INVOKABLE cJsonValue member(const cJsonValue& object) { return object.get("member", cJsonValue()); }
+    Q_INVOKABLE QString host(const QUrl& url) { return url.host(); }
+    Q_INVOKABLE QString joined(int a, int b, int c, int d, int e, int f, int g, int h, int i, int j)
+    {
+        return QStringLiteral("%1%2%3%4%5%6%7%8%9").arg(a).arg(b).arg(c).arg(d).arg(e).arg(f).arg(g).arg(h).arg(i) +
+               QString::number(j);
+    }
+    Q_INVOKABLE QString filled(int size) { return QString(size, QLatin1Char('x')); }
+    Q_INVOKABLE void sleep(int milliseconds) { QThread::msleep(ulong(milliseconds)); }
+    Q_INVOKABLE QThread* unknown() { return nullptr; }
+
+signals:
+    void changed();
+};
