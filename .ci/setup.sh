@@ -4,10 +4,11 @@
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 jobs=$(nproc)
 
-packages_build="g++ cmake ninja-build ccache qtbase5-dev qttools5-dev qttools5-dev-tools zlib1g-dev"
+packages_build="g++ cmake ninja-build ccache qtbase5-dev qttools5-dev-tools zlib1g-dev"
 packages_test="libxml2-utils doxygen"
 packages_bench="libbenchmark-dev nlohmann-json3-dev rapidjson-dev libspdlog-dev"
 packages_fuzz="clang llvm libclang-rt-dev"
+packages_demo="jq"
 
 # need PACKAGE...: installs what is missing of these Debian packages.
 need() {
@@ -25,7 +26,7 @@ need() {
     DEBIAN_FRONTEND=noninteractive $as_root apt-get install -y -qq --no-install-recommends $missing >/dev/null
 }
 
-# build PRESET [CMAKE ARGUMENT...]: configures and builds, quiet unless it fails.
+# build PRESET [CMAKE ARGUMENT...]: configures and builds, quiet unless it fails. The variable `targets` narrows it.
 build() {
     local preset=$1 log="$root/build/$1.log"
     shift
@@ -34,7 +35,7 @@ build() {
         export CMAKE_CXX_COMPILER_LAUNCHER=ccache
     fi
     echo "Building ($preset) ..."
-    if ! (cd "$root" && cmake --preset "$preset" "$@" && cmake --build --preset "$preset" -j "$jobs") >"$log" 2>&1; then
+    if ! (cd "$root" && cmake --preset "$preset" "$@" && cmake --build --preset "$preset" -j "$jobs" ${targets:+-t $targets}) >"$log" 2>&1; then
         grep -nE 'error|Error|FAILED|undefined reference' "$log" | head -n 40
         tail -n 40 "$log"
         echo "The build failed; the whole output is in $log" >&2
