@@ -15,8 +15,11 @@ indented() { sed 's/^/   /'; }
 
 # show COMMAND...: prints the command as a person would type it, then what it answers.
 show() {
+    local argument
     printf '%s$ VCore' "$dim"
-    printf ' %q' "$@"
+    for argument in "$@"; do
+        case $argument in *[!A-Za-z0-9/_,.-]*) printf " '%s'" "$argument" ;; *) printf ' %s' "$argument" ;; esac
+    done
     printf '%s\n' "$plain"
     "$host" "$@" 2>/dev/null | indented
 }
@@ -64,9 +67,10 @@ stop_host() {
     [ "$status" = 0 ]
 }
 
-# timeline CATEGORY...: the spans of the trace as bars on one scale.
+# timeline CATEGORY...: the spans of the start-up as bars on one scale.
 timeline() {
-    jq -r --args '.traceEvents[] | select(.cat as $c | $ARGS.positional | index($c)) | [.ts, .dur, .name] | @tsv' "$@" \
+    jq -r --args '(.traceEvents[] | select(.name == "start the suite") | .ts + .dur) as $end | .traceEvents[] |
+        select(.ts < $end and (.cat as $c | $ARGS.positional | index($c))) | [.ts, .dur, .name] | @tsv' "$@" \
         <"$demo/trace.json" | sort -n | awk -F'\t' '
         { start[NR] = $1; took[NR] = $2; name[NR] = $3; if ($1 + $2 > end) end = $1 + $2; if (NR == 1) first = $1 }
         END {
