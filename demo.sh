@@ -69,8 +69,8 @@ stop_host() {
 
 # timeline CATEGORY...: the spans of the start-up as bars on one scale.
 timeline() {
-    jq -r --args '(.traceEvents[] | select(.name == "start the suite") | .ts + .dur) as $end | .traceEvents[] |
-        select(.ts < $end and (.cat as $c | $ARGS.positional | index($c))) | [.ts, .dur, .name] | @tsv' "$@" \
+    jq -r --args '(.traceEvents[] | select(.name == "start the suite") | .ts + .dur) as $limit | .traceEvents[] |
+        select(.ts < $limit and (.cat as $c | $ARGS.positional | index($c))) | [.ts, .dur, .name] | @tsv' "$@" \
         <"$demo/trace.json" | sort -n | awk -F'\t' '
         { start[NR] = $1; took[NR] = $2; name[NR] = $3; if ($1 + $2 > end) end = $1 + $2; if (NR == 1) first = $1 }
         END {
