@@ -15,10 +15,10 @@ struct Handler : Corvane::ILocalSocketMessageHandler
     void handleMessage(int connectionId, const cJsonValue& message) override
     {
         journal << name + QString::number(connectionId) + message.toString();
-        if (toRegister)
-            Corvane::registerLocalSocketMessageHandler(toRegister);
         if (toUnregister)
             Corvane::unregisterLocalSocketMessageHandler(toUnregister);
+        if (toRegister)
+            Corvane::registerLocalSocketMessageHandler(toRegister);
     }
 
     QString name;
@@ -56,13 +56,14 @@ private slots:
     {
         Handler a("a");
         Handler leaving("l");
+        Handler last("z");
         Handler coming("c");
-        Corvane::registerLocalSocketMessageHandler(&a);
-        Corvane::registerLocalSocketMessageHandler(&leaving);
-        a.toRegister = &coming;
+        for (Handler* handler : {&a, &leaving, &last})
+            Corvane::registerLocalSocketMessageHandler(handler);
         a.toUnregister = &leaving;
-        QCOMPARE(dispatch(1), QStringList({"a1x", "l1x"}));
-        QCOMPARE(dispatch(2), QStringList({"a2x", "c2x"}));
+        a.toRegister = &coming;
+        QCOMPARE(dispatch(1), QStringList({"a1x", "l1x", "z1x"}));
+        QCOMPARE(dispatch(2), QStringList({"a2x", "z2x", "c2x"}));
     }
 };
 
