@@ -57,14 +57,14 @@ public:
      * @param service_id the id of the service; nothing happens when it is unknown or its object is gone.
      * @param version the version that the caller was built against.
      */
-    Q_INVOKABLE virtual void verifyAPI(QString service_id, QString version) = 0;
+    Q_INVOKABLE virtual void verifyAPI(const QString& service_id, const QString& version) = 0;
 
     /**
      * Hook for a check of a version against a class. It does nothing now, and never has an effect on the registry.
      * @param pMO the meta-object of the service's class.
      * @param version the version that the caller was built against.
      */
-    Q_INVOKABLE virtual void verifyAPI2(const QMetaObject* pMO, QString version) = 0;
+    Q_INVOKABLE virtual void verifyAPI2(const QMetaObject* pMO, const QString& version) = 0;
 
     /**
      * Publishes an object as a service, and announces it.
@@ -114,12 +114,12 @@ public:
      *         method for these types; the reason goes to the log channel "ServiceMgr" as a warning.
      */
     Q_INVOKABLE virtual bool
-    invoke(QString serviceId, QString method, QGenericReturnArgument ret, QGenericArgument val0 = QGenericArgument(),
-           QGenericArgument val1 = QGenericArgument(), QGenericArgument val2 = QGenericArgument(),
-           QGenericArgument val3 = QGenericArgument(), QGenericArgument val4 = QGenericArgument(),
-           QGenericArgument val5 = QGenericArgument(), QGenericArgument val6 = QGenericArgument(),
-           QGenericArgument val7 = QGenericArgument(), QGenericArgument val8 = QGenericArgument(),
-           QGenericArgument val9 = QGenericArgument()) = 0;
+    invoke(const QString& serviceId, const QString& method, QGenericReturnArgument ret,
+           QGenericArgument val0 = QGenericArgument(), QGenericArgument val1 = QGenericArgument(),
+           QGenericArgument val2 = QGenericArgument(), QGenericArgument val3 = QGenericArgument(),
+           QGenericArgument val4 = QGenericArgument(), QGenericArgument val5 = QGenericArgument(),
+           QGenericArgument val6 = QGenericArgument(), QGenericArgument val7 = QGenericArgument(),
+           QGenericArgument val8 = QGenericArgument(), QGenericArgument val9 = QGenericArgument()) = 0;
 
     /**
      * Calls a method of a service by name, at once and in the calling thread, and drops its result.
@@ -141,7 +141,7 @@ public:
      * @return true when the method was called; false, with the reason in the log, when it was not.
      */
     Q_INVOKABLE virtual bool
-    invoke(QString serviceId, QString method, QGenericArgument val0 = QGenericArgument(),
+    invoke(const QString& serviceId, const QString& method, QGenericArgument val0 = QGenericArgument(),
            QGenericArgument val1 = QGenericArgument(), QGenericArgument val2 = QGenericArgument(),
            QGenericArgument val3 = QGenericArgument(), QGenericArgument val4 = QGenericArgument(),
            QGenericArgument val5 = QGenericArgument(), QGenericArgument val6 = QGenericArgument(),
@@ -158,8 +158,8 @@ public:
      * @param pListener the listener, not owned. Ignored when it is null, and while plugins are being stopped.
      * @param prefix what stands before the event's name in the names of the methods.
      */
-    Q_INVOKABLE virtual void addListener(QString eventset, QObject* pListener,
-                                         QString prefix = QStringLiteral("on")) = 0;
+    Q_INVOKABLE virtual void addListener(const QString& eventset, QObject* pListener,
+                                         const QString& prefix = QStringLiteral("on")) = 0;
 
     /**
      * Withdraws every registration of an object in one event set.
@@ -170,7 +170,7 @@ public:
      * @param eventset the name of the event set.
      * @param pListener the listener. It may have been destroyed: then its address is compared, and not followed.
      */
-    Q_INVOKABLE virtual void removeListener(QString eventset, QObject* pListener) = 0;
+    Q_INVOKABLE virtual void removeListener(const QString& eventset, QObject* pListener) = 0;
 
     /**
      * Delivers an event to the listeners of a set, the one added last first.
@@ -194,7 +194,7 @@ public:
      * @param val9 the tenth value.
      */
     Q_INVOKABLE virtual void
-    notify(QString eventset, QString event, QGenericArgument val0 = QGenericArgument(),
+    notify(const QString& eventset, const QString& event, QGenericArgument val0 = QGenericArgument(),
            QGenericArgument val1 = QGenericArgument(), QGenericArgument val2 = QGenericArgument(),
            QGenericArgument val3 = QGenericArgument(), QGenericArgument val4 = QGenericArgument(),
            QGenericArgument val5 = QGenericArgument(), QGenericArgument val6 = QGenericArgument(),
@@ -206,7 +206,7 @@ public:
      * @param serviceId the id.
      * @return true also when the object has been destroyed and not been unregistered.
      */
-    Q_INVOKABLE virtual bool serviceExists(QString serviceId) = 0;
+    Q_INVOKABLE virtual bool serviceExists(const QString& serviceId) = 0;
 
     /**
      * The ids of all registered services.
@@ -220,7 +220,7 @@ public:
      * @return the object, owned by whoever registered it; null when the id is unknown or the object is gone. Another
      *         thread may destroy it at any time, unless the two have agreed otherwise.
      */
-    Q_INVOKABLE virtual QObject* serviceFromServiceName(QString serviceId) = 0;
+    Q_INVOKABLE virtual QObject* serviceFromServiceName(const QString& serviceId) = 0;
 
 protected:
     IServiceMgr();

@@ -7,7 +7,7 @@
 
 void cListenerRegistry::add(const Record& record)
 {
-    const cReadMostlyLock::Writer writer(m_lock);
+    const QWriteLocker writer(&m_lock);
     m_sets[record->eventset()].append(record);
     m_ofListener[record->address()].append(record);
 }
@@ -15,7 +15,7 @@ void cListenerRegistry::add(const Record& record)
 void cListenerRegistry::remove(const QString& eventset, const QObject* listener)
 {
     Records withdrawn;
-    const cReadMostlyLock::Writer writer(m_lock);
+    const QWriteLocker writer(&m_lock);
     const auto all = m_ofListener.find(listener);
     if (all == m_ofListener.end())
         return;
@@ -31,7 +31,7 @@ void cListenerRegistry::remove(const QString& eventset, const QObject* listener)
 void cListenerRegistry::removeEverywhere(const QObject* listener)
 {
     Records withdrawn;
-    const cReadMostlyLock::Writer writer(m_lock);
+    const QWriteLocker writer(&m_lock);
     withdrawn = m_ofListener.take(listener);
     withdrawAll(withdrawn);
 }
@@ -39,7 +39,7 @@ void cListenerRegistry::removeEverywhere(const QObject* listener)
 void cListenerRegistry::clear()
 {
     QMap<QString, Records> dropped;
-    const cReadMostlyLock::Writer writer(m_lock);
+    const QWriteLocker writer(&m_lock);
     dropped.swap(m_sets);
     m_ofListener.clear();
     for (const Records& records : qAsConst(dropped)) {
@@ -50,13 +50,13 @@ void cListenerRegistry::clear()
 
 cListenerRegistry::Records cListenerRegistry::ofSet(const QString& eventset) const
 {
-    const cReadMostlyLock::Reader reader(m_lock);
+    const QReadLocker reader(&m_lock);
     return m_sets.value(eventset);
 }
 
 bool cListenerRegistry::hasLiving(const QObject* listener) const
 {
-    const cReadMostlyLock::Reader reader(m_lock);
+    const QReadLocker reader(&m_lock);
     const Records records = m_ofListener.value(listener);
     return std::any_of(records.begin(), records.end(), [](const Record& record) { return record->target(); });
 }

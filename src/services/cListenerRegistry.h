@@ -1,9 +1,8 @@
 #pragma once
 
-#include "services/cReadMostlyLock.h"
-
 #include <QtCore/QHash>
 #include <QtCore/QMap>
+#include <QtCore/QReadWriteLock>
 #include <QtCore/QSharedPointer>
 #include <QtCore/QString>
 #include <QtCore/QVector>
@@ -39,7 +38,7 @@ private:
     void withdrawAll(const Records& records);
     void removeFromSet(const Record& record);
 
-    mutable cReadMostlyLock m_lock; ///< guards both members below
+    mutable QReadWriteLock m_lock; ///< guards both members below
     QMap<QString, Records> m_sets;
     QHash<const QObject*, Records> m_ofListener; ///< the same records, so that a listener is found without a search
 };

@@ -7,7 +7,7 @@
 /**
  * One registered service. It never changes after its construction, so any thread may read it.
  *
- * The object is not owned. It is held by a guarded pointer beside its address: once it is destroyed, `object()` is
+ * The object is not owned. It is held by a guarded pointer beside its address: once it is destroyed, `guard()` is
  * null.
  */
 class cServiceInstance : public QObject
@@ -17,9 +17,9 @@ class cServiceInstance : public QObject
 public:
     explicit cServiceInstance(QObject* service);
 
-    QString name() const { return m_name; }
+    const QString& name() const { return m_name; }
     /// The service; null once it is gone.
-    QObject* object() const { return m_guard.data(); }
+    const QPointer<QObject>& guard() const { return m_guard; }
     /// The address of the service, to be compared only: it stays when the service is gone.
     const QObject* address() const { return m_service; }
     bool isThreadSafe() const { return m_isThreadSafe; }

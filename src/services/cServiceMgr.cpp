@@ -1,6 +1,10 @@
 #include "services/cServiceMgr.h"
 
-#include "services/cEventCall.h"
+#include <Norvale/Corvane.h>
+#include <Norvale/cJsonValue.h>
+#include <Norvale/cLogCentral.h>
+
+#include "services/cMethodCall.h"
 #include "services/cNotificationInstance.h"
 #include "services/cServiceInstance.h"
 
@@ -10,7 +14,7 @@ std::atomic<cServiceMgr*> s_current{nullptr};
 
 } // namespace
 
-cServiceMgr::cServiceMgr()
+cServiceMgr::cServiceMgr() : m_log(cLogCentral::log(QStringLiteral("ServiceMgr")))
 {
     s_current.store(this, std::memory_order_release);
 }
@@ -38,13 +42,13 @@ void cServiceMgr::releaseAll()
     m_listeners.clear();
 }
 
-void cServiceMgr::verifyAPI(QString service_id, QString version)
+void cServiceMgr::verifyAPI(const QString& service_id, const QString& version)
 {
     if (const QObject* service = m_services.object(service_id))
         verifyAPI2(service->metaObject(), version);
 }
 
-void cServiceMgr::verifyAPI2(const QMetaObject*, QString) {}
+void cServiceMgr::verifyAPI2(const QMetaObject*, const QString&) {}
 
 void cServiceMgr::registerService(QObject* pObject)
 {
@@ -66,29 +70,28 @@ void cServiceMgr::unregisterService(QObject* pObject)
         disconnect(pObject, &QObject::destroyed, this, &cServiceMgr::onServiceDestroyed);
 }
 
-bool cServiceMgr::invoke(QString serviceId, QString method, QGenericReturnArgument ret, QGenericArgument val0,
-                         QGenericArgument val1, QGenericArgument val2, QGenericArgument val3, QGenericArgument val4,
-                         QGenericArgument val5, QGenericArgument val6, QGenericArgument val7, QGenericArgument val8,
-                         QGenericArgument val9)
+bool cServiceMgr::invoke(const QString& serviceId, const QString& method, QGenericReturnArgument ret,
+                         QGenericArgument val0, QGenericArgument val1, QGenericArgument val2, QGenericArgument val3,
+                         QGenericArgument val4, QGenericArgument val5, QGenericArgument val6, QGenericArgument val7,
+                         QGenericArgument val8, QGenericArgument val9)
 {
     QObject* service = m_services.object(serviceId);
-    const bool isCalled =
-        service && QMetaObject::invokeMethod(service, method.toLatin1().constData(), Qt::DirectConnection, ret, val0,
-                                             val1, val2, val3, val4, val5, val6, val7, val8, val9);
+    const cMethodCall::Values values{val0, val1, val2, val3, val4, val5, val6, val7, val8, val9};
+    const bool isCalled = service && cMethodCall(method, values).callDirectly(service, ret);
     if (!isCalled)
-        logFailedCall(serviceId, method);
+        warnOfFailedCall(serviceId, method);
     return isCalled;
 }
 
-bool cServiceMgr::invoke(QString serviceId, QString method, QGenericArgument val0, QGenericArgument val1,
+bool cServiceMgr::invoke(const QString& serviceId, const QString& method, QGenericArgument val0, QGenericArgument val1,
                          QGenericArgument val2, QGenericArgument val3, QGenericArgument val4, QGenericArgument val5,
                          QGenericArgument val6, QGenericArgument val7, QGenericArgument val8, QGenericArgument val9)
 {
-    return invoke(serviceId, method, QGenericReturnArgument(), val0, val1, val2, val3, val4, val5, val6, val7, val8,
-                  val9);
+    return cServiceMgr::invoke(serviceId, method, QGenericReturnArgument(), val0, val1, val2, val3, val4, val5, val6,
+                               val7, val8, val9);
 }
 
-void cServiceMgr::addListener(QString eventset, QObject* pListener, QString prefix)
+void cServiceMgr::addListener(const QString& eventset, QObject* pListener, const QString& prefix)
 {
     if (!pListener || m_isClosed)
         return;
@@ -96,7 +99,7 @@ void cServiceMgr::addListener(QString eventset, QObject* pListener, QString pref
     connect(pListener, &QObject::destroyed, this, &cServiceMgr::onListenerDestroyed, Qt::DirectConnection);
 }
 
-void cServiceMgr::removeListener(QString eventset, QObject* pListener)
+void cServiceMgr::removeListener(const QString& eventset, QObject* pListener)
 {
     // The watch exists only as long as a registration does, so a listener without one needs no disconnect: it may be
     // gone, and must not be followed.
@@ -105,22 +108,22 @@ void cServiceMgr::removeListener(QString eventset, QObject* pListener)
     m_listeners.remove(eventset, pListener);
 }
 
-void cServiceMgr::notify(QString eventset, QString event, QGenericArgument val0, QGenericArgument val1,
+void cServiceMgr::notify(const QString& eventset, const QString& event, QGenericArgument val0, QGenericArgument val1,
                          QGenericArgument val2, QGenericArgument val3, QGenericArgument val4, QGenericArgument val5,
                          QGenericArgument val6, QGenericArgument val7, QGenericArgument val8, QGenericArgument val9)
 {
     const cListenerRegistry::Records records = m_listeners.ofSet(eventset);
     if (records.isEmpty())
         return;
-    const cEventCall::Values values{val0, val1, val2, val3, val4, val5, val6, val7, val8, val9};
-    const cEventCall call(event, values);
+    const cMethodCall::Values values{val0, val1, val2, val3, val4, val5, val6, val7, val8, val9};
+    const cMethodCall call(event, values);
     for (auto record = records.crbegin(); record != records.crend(); ++record) {
         if (QObject* listener = (*record)->target())
             call.deliver(listener, (*record)->prefix());
     }
 }
 
-bool cServiceMgr::serviceExists(QString serviceId)
+bool cServiceMgr::serviceExists(const QString& serviceId)
 {
     return m_services.contains(serviceId);
 }
@@ -130,7 +133,7 @@ QStringList cServiceMgr::serviceList()
     return m_services.ids();
 }
 
-QObject* cServiceMgr::serviceFromServiceName(QString serviceId)
+QObject* cServiceMgr::serviceFromServiceName(const QString& serviceId)
 {
     return m_services.object(serviceId);
 }
@@ -145,6 +148,21 @@ void cServiceMgr::onListenerDestroyed(QObject* object)
     m_listeners.removeEverywhere(object);
 }
 
-void cServiceMgr::announce(const QString&) {}
+void cServiceMgr::announce(const QString& serviceId)
+{
+    cJsonValue message(ObjectType);
+    message[QStringLiteral("command")] = QStringLiteral("NEWSERVICE");
+    message[QStringLiteral("service_id")] = serviceId;
+    Corvane::handleLocalSocketMessage(-1, message);
+}
 
-void cServiceMgr::logFailedCall(const QString&, const QString&) {}
+void cServiceMgr::warnOfFailedCall(const QString& serviceId, const QString& method) const
+{
+    QString reason = QStringLiteral("no service is registered under this id");
+    if (m_services.object(serviceId))
+        reason = QStringLiteral("the service has no such method for the given values");
+    else if (m_services.contains(serviceId))
+        reason = QStringLiteral("the service has been destroyed without being unregistered");
+    m_log.warning().noquote() << QStringLiteral("Cannot call %1 of service %2: %3.").arg(method, serviceId, reason)
+                              << Qt::endl;
+}

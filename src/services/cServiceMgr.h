@@ -1,6 +1,7 @@
 #pragma once
 
 #include <Norvale/IServiceMgr.h>
+#include <Norvale/cLog.h>
 
 #include "services/cListenerRegistry.h"
 #include "services/cServiceRegistry.h"
@@ -33,25 +34,25 @@ public:
     /// Drops every service and listener record. The objects are not touched.
     void releaseAll();
 
-    void verifyAPI(QString service_id, QString version) override;
-    void verifyAPI2(const QMetaObject* pMO, QString version) override;
+    void verifyAPI(const QString& service_id, const QString& version) override;
+    void verifyAPI2(const QMetaObject* pMO, const QString& version) override;
     void registerService(QObject* pObject) override;
     void unregisterService(QObject* pObject) override;
-    bool invoke(QString serviceId, QString method, QGenericReturnArgument ret, QGenericArgument val0,
+    bool invoke(const QString& serviceId, const QString& method, QGenericReturnArgument ret, QGenericArgument val0,
                 QGenericArgument val1, QGenericArgument val2, QGenericArgument val3, QGenericArgument val4,
                 QGenericArgument val5, QGenericArgument val6, QGenericArgument val7, QGenericArgument val8,
                 QGenericArgument val9) override;
-    bool invoke(QString serviceId, QString method, QGenericArgument val0, QGenericArgument val1, QGenericArgument val2,
-                QGenericArgument val3, QGenericArgument val4, QGenericArgument val5, QGenericArgument val6,
-                QGenericArgument val7, QGenericArgument val8, QGenericArgument val9) override;
-    void addListener(QString eventset, QObject* pListener, QString prefix) override;
-    void removeListener(QString eventset, QObject* pListener) override;
-    void notify(QString eventset, QString event, QGenericArgument val0, QGenericArgument val1, QGenericArgument val2,
-                QGenericArgument val3, QGenericArgument val4, QGenericArgument val5, QGenericArgument val6,
-                QGenericArgument val7, QGenericArgument val8, QGenericArgument val9) override;
-    bool serviceExists(QString serviceId) override;
+    bool invoke(const QString& serviceId, const QString& method, QGenericArgument val0, QGenericArgument val1,
+                QGenericArgument val2, QGenericArgument val3, QGenericArgument val4, QGenericArgument val5,
+                QGenericArgument val6, QGenericArgument val7, QGenericArgument val8, QGenericArgument val9) override;
+    void addListener(const QString& eventset, QObject* pListener, const QString& prefix) override;
+    void removeListener(const QString& eventset, QObject* pListener) override;
+    void notify(const QString& eventset, const QString& event, QGenericArgument val0, QGenericArgument val1,
+                QGenericArgument val2, QGenericArgument val3, QGenericArgument val4, QGenericArgument val5,
+                QGenericArgument val6, QGenericArgument val7, QGenericArgument val8, QGenericArgument val9) override;
+    bool serviceExists(const QString& serviceId) override;
     QStringList serviceList() override;
-    QObject* serviceFromServiceName(QString serviceId) override;
+    QObject* serviceFromServiceName(const QString& serviceId) override;
 
 public Q_SLOTS:
     /// Unregisters a service that is being destroyed, if its class still tells its id at that moment.
@@ -61,9 +62,10 @@ public Q_SLOTS:
 
 private:
     static void announce(const QString& serviceId);
-    void logFailedCall(const QString& serviceId, const QString& method);
+    void warnOfFailedCall(const QString& serviceId, const QString& method) const;
 
     cServiceRegistry m_services;
     cListenerRegistry m_listeners;
+    const cLog m_log;
     std::atomic<bool> m_isClosed{false};
 };

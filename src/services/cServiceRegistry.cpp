@@ -1,48 +1,64 @@
 #include "services/cServiceRegistry.h"
 
+#include "services/cServiceCache.h"
 #include "services/cServiceInstance.h"
 
 void cServiceRegistry::insert(const QSharedPointer<cServiceInstance>& record)
 {
     QSharedPointer<cServiceInstance> superseded;
-    const cReadMostlyLock::Writer writer(m_lock);
+    const QWriteLocker writer(&m_lock);
     QSharedPointer<cServiceInstance>& place = m_records[record->name()];
     superseded.swap(place);
     place = record;
-    m_index.insert(record->name(), record.data());
+    m_index.insert(record.data());
+    m_state.store(nextState(), std::memory_order_release);
 }
 
 QSharedPointer<cServiceInstance> cServiceRegistry::take(const QString& id)
 {
-    const cReadMostlyLock::Writer writer(m_lock);
-    if (m_index.remove(id) == 0)
+    const QWriteLocker writer(&m_lock);
+    if (!m_index.remove(id))
         return {};
+    m_state.store(nextState(), std::memory_order_release);
     return m_records.take(id);
 }
 
 void cServiceRegistry::clear()
 {
     Records dropped;
-    const cReadMostlyLock::Writer writer(m_lock);
+    const QWriteLocker writer(&m_lock);
     dropped.swap(m_records);
     m_index.clear();
+    m_state.store(nextState(), std::memory_order_release);
 }
 
 bool cServiceRegistry::contains(const QString& id) const
 {
-    const cReadMostlyLock::Reader reader(m_lock);
-    return m_index.contains(id);
+    const QReadLocker reader(&m_lock);
+    return m_index.find(id);
 }
 
 QObject* cServiceRegistry::object(const QString& id) const
 {
-    const cReadMostlyLock::Reader reader(m_lock);
-    const cServiceInstance* record = m_index.value(id);
-    return record ? record->object() : nullptr;
+    cServiceCache::Entry& known = cServiceCache::ofThread().entryFor(id);
+    if (known.state != m_state.load(std::memory_order_acquire) || known.id != id) {
+        const QReadLocker reader(&m_lock);
+        known.id = id;
+        const cServiceInstance* record = m_index.find(id);
+        known.object = record ? record->guard() : QPointer<QObject>();
+        known.state = m_state.load(std::memory_order_relaxed);
+    }
+    return known.object.data();
 }
 
 QStringList cServiceRegistry::ids() const
 {
-    const cReadMostlyLock::Reader reader(m_lock);
+    const QReadLocker reader(&m_lock);
     return m_records.keys();
+}
+
+quint64 cServiceRegistry::nextState()
+{
+    static std::atomic<quint64> last{0};
+    return last.fetch_add(1, std::memory_order_relaxed) + 1;
 }

@@ -1,19 +1,23 @@
 #pragma once
 
-#include "services/cReadMostlyLock.h"
+#include "services/cServiceIndex.h"
 
-#include <QtCore/QHash>
 #include <QtCore/QMap>
+#include <QtCore/QReadWriteLock>
 #include <QtCore/QSharedPointer>
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 
+#include <atomic>
+
+class QObject;
 class cServiceInstance;
 
 /**
  * The registered services by their ids, at most one an id. Any thread may use it.
  *
  * Only the registry's own data is touched under its lock; a record that is dropped is destroyed after it is released.
+ * A look-up that the thread has done before, with nothing changed since, takes no lock.
  */
 class cServiceRegistry
 {
@@ -32,9 +36,12 @@ public:
 
 private:
     using Records = QMap<QString, QSharedPointer<cServiceInstance>>;
-    using Index = QHash<QString, const cServiceInstance*>;
 
-    mutable cReadMostlyLock m_lock; ///< guards both members below
+    static quint64 nextState();
+
+    mutable QReadWriteLock m_lock; ///< guards the members below
     Records m_records;
-    Index m_index; ///< the same records for look-ups whose cost does not grow with the number of services
+    cServiceIndex m_index; ///< the same records, for look-ups whose cost does not grow with the number of services
+    /// The number of the present state, changed under the lock for writing; threads compare it with what they remember.
+    std::atomic<quint64> m_state{nextState()};
 };

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <QtCore/QObject>
+#include <QtCore/QString>
+#include <QtCore/QVarLengthArray>
+
+#include <array>
+
+/**
+ * A call by name with its values, made once and carried to one object or to several.
+ *
+ * It finds and calls a method as `QMetaObject::invokeMethod` does, with two differences: an object that lacks the
+ * method is no matter for standard error, where `invokeMethod` would tell of each; and what is the same for all
+ * objects is done once.
+ */
+class cMethodCall
+{
+public:
+    static constexpr int MaxValues = 10;
+    using Values = std::array<QGenericArgument, MaxValues>;
+
+    /// @p name is taken as Latin-1, other characters as '?'. The values must outlive the call.
+    cMethodCall(const QString& name, const Values& values);
+
+    /// Calls the method of @p object, at once and in this thread.
+    /// @return false when it has no such method for these types; @p result is then untouched.
+    bool callDirectly(QObject* object, QGenericReturnArgument result) const;
+
+    /// Calls the method of @p object whose name is @p prefix + name, at once or queued, whichever its thread asks for.
+    /// @return false when it has no such method for these types.
+    bool deliver(QObject* object, const QString& prefix) const;
+
+private:
+    using Text = QVarLengthArray<char, 256>;
+
+    static void appendLatin1(Text& text, const QString& string);
+    bool call(QObject* object, const char* signature, Qt::ConnectionType type, QGenericReturnArgument result) const;
+
+    const Values& m_values;
+    Text m_signature; ///< such as "changed(QString,int)", with the zero at its end
+};
