@@ -65,6 +65,7 @@ public:
         m_pieces = pieces;
         m_arrived.clear();
     }
+    qint64 taken() const { return m_taken; }
     qint64 bytesAvailable() const override { return QIODevice::bytesAvailable() + m_arrived.size(); }
     bool waitForReadyRead(int) override
     {
@@ -80,12 +81,14 @@ protected:
         const int count = int(qMin<qint64>(size, m_arrived.size()));
         std::memcpy(data, m_arrived.constData(), size_t(count));
         m_arrived.remove(0, count);
+        m_taken += count;
         return count;
     }
 
 private:
     QList<QByteArray> m_pieces;
     QByteArray m_arrived;
+    qint64 m_taken = 0; ///< bytes that were read so far, of all inputs
 };
 
 cPieceSocket& connectedSocket()
@@ -112,9 +115,9 @@ QList<QByteArray> readMessages(const QList<QByteArray>& pieces)
     QList<QByteArray> payloads;
     do {
         while (messages.messageAvailable()) {
-            const qint64 before = socket.bytesAvailable();
+            const qint64 before = socket.taken();
             payloads.append(messages.readMessage());
-            if (socket.bytesAvailable() == before)
+            if (socket.taken() == before)
                 return payloads; // the flag of a failed wait sticks
         }
     } while (socket.waitForReadyRead(0));
