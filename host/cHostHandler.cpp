@@ -8,7 +8,6 @@
 
 #include <Norvale/cJsonValue.h>
 
-#include <QtCore/QCoreApplication>
 #include <QtCore/QJsonObject>
 
 #include <exception>
@@ -17,12 +16,15 @@ namespace {
 
 const QString RequestMember = QStringLiteral("request");
 
-// Only a text or number can be a request: it is repeated in every answer.
+// It is repeated in every answer, an error about too long an answer among them, so it must be short itself.
+constexpr int MaxRequestLength = 256;
+
 QJsonValue requestOf(const cJsonValue& message)
 {
     const cJsonValue& request = WireText::memberOf(message, RequestMember);
+    const bool isShortText = request.isString() && request.toString().size() <= MaxRequestLength;
     QJsonValue value(QJsonValue::Undefined);
-    if ((request.isString() || request.isNumber()) && !WireText::toQt(request, &value))
+    if ((isShortText || request.isNumber()) && !WireText::toQt(request, &value))
         return QJsonValue::Undefined;
     return value;
 }
@@ -52,7 +54,7 @@ void cHostHandler::handleMessage(int connectionId, const cJsonValue& message)
         answer(connectionId, message, QStringLiteral("RESULT"), {{QStringLiteral("value"), SuiteReport::collect()}});
     } else if (command == QLatin1String("QUIT")) {
         answer(connectionId, message, QStringLiteral("RESULT"), {{QStringLiteral("value"), true}});
-        QMetaObject::invokeMethod(qApp, "quit", Qt::QueuedConnection);
+        emit quitRequested();
     }
 }
 

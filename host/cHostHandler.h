@@ -25,6 +25,10 @@ public:
 
     void handleMessage(int connectionId, const cJsonValue& message) override;
 
+signals:
+    /// A client asks for the end of the host.
+    void quitRequested();
+
 private:
     void handlePayload(int connectionId, const QByteArray& payload);
     bool dispatch(int connectionId, const cJsonValue& message, QString* fault);

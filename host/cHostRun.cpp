@@ -56,7 +56,7 @@ cHostRun::~cHostRun()
 ExitCode cHostRun::run()
 {
     m_stopSignals = std::make_unique<cStopSignals>();
-    QObject::connect(m_stopSignals.get(), &cStopSignals::stopRequested, qApp, &QCoreApplication::quit);
+    stopOn(m_stopSignals.get(), &cStopSignals::stopRequested);
     ExitCode code = takeAddress();
     if (code != ExitCode::Ok)
         return code;
@@ -73,6 +73,17 @@ ExitCode cHostRun::run()
     if (!writeTrace() && code == ExitCode::Ok)
         return ExitCode::FileFailed;
     return code;
+}
+
+// Queued, so that whoever asks gets on with what it does, such as answering, before the loop ends.
+template <typename Sender, typename Signal>
+void cHostRun::stopOn(Sender* sender, Signal signal)
+{
+    const auto stop = [this] {
+        m_isStopRequested = true;
+        QCoreApplication::quit();
+    };
+    QObject::connect(sender, signal, &m_server, stop, Qt::QueuedConnection);
 }
 
 ExitCode cHostRun::takeAddress()
@@ -106,6 +117,9 @@ ExitCode cHostRun::initialise()
         IPluginMgr::instance()->setObserver(&m_trace);
     m_service = std::make_unique<cHostService>(&m_server);
     m_handler = std::make_unique<cHostHandler>(&m_server);
+    stopOn(m_service.get(), &cHostService::quitRequested);
+    stopOn(m_handler.get(), &cHostHandler::quitRequested);
+    stopOn(IPluginMgr::instance(), &IPluginMgr::DoRestart);
     return ExitCode::Ok;
 }
 
@@ -129,7 +143,7 @@ ExitCode cHostRun::start()
 
 ExitCode cHostRun::serve()
 {
-    const int loopCode = QCoreApplication::exec();
+    const int loopCode = m_isStopRequested ? 0 : QCoreApplication::exec();
     if (loopCode != 0) {
         Terminal::reason(QStringLiteral("a plugin ended the event loop with the code %1").arg(loopCode));
         return ExitCode::LoopEnded;

@@ -27,6 +27,8 @@ public:
     ExitCode run();
 
 private:
+    template <typename Sender, typename Signal>
+    void stopOn(Sender* sender, Signal signal);
     ExitCode takeAddress();
     ExitCode initialise();
     ExitCode start();
@@ -38,6 +40,7 @@ private:
     const QString m_tracePath;
     cTraceWriter m_trace;
     cHostServer m_server;
+    bool m_isStopRequested = false; ///< remembered, since a request during the start finds no loop that it could end
     std::unique_ptr<cStopSignals> m_stopSignals;
     std::unique_ptr<cHostService> m_service;
     std::unique_ptr<cHostHandler> m_handler;

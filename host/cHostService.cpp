@@ -5,8 +5,6 @@
 
 #include <Norvale/IServiceMgr.h>
 
-#include <QtCore/QCoreApplication>
-
 cHostService::cHostService(cHostServer* server) : m_server(server)
 {
     IServiceMgr::instance()->registerService(this);
@@ -38,9 +36,4 @@ QVariantList cHostService::connections() const
     for (const int id : m_server->connectionIds())
         ids.append(id);
     return ids;
-}
-
-void cHostService::quit()
-{
-    QMetaObject::invokeMethod(qApp, "quit", Qt::QueuedConnection);
 }

@@ -32,8 +32,12 @@ public:
     /// Ids of the clients that are connected, ascending.
     Q_INVOKABLE QVariantList connections() const;
 
-    /// Ends the host in order, once the event loop runs again.
-    Q_INVOKABLE void quit();
+    /// Ends the host in order, once the event loop runs again. From any thread.
+    Q_INVOKABLE void quit() { emit quitRequested(); }
+
+signals:
+    /// A plugin or client asks for the end of the host.
+    void quitRequested();
 
 private:
     cHostServer* m_server;
