@@ -35,7 +35,7 @@ class tst_VCoreRun : public QObject
 
 private slots:
     void init() { m_fixture.useSuite(QStringLiteral(VCORE_TEST_SUITE)); }
-    void cleanup() { qunsetenv("VCORE_TEST_HANG"); }
+    void cleanup();
 
     void endsWithTheCodeOf_data();
     void endsWithTheCodeOf();
@@ -44,6 +44,7 @@ private slots:
     void listsWhatIsInstalled();
     void listsFaultyPlugins();
     void listsTheRunningHost();
+    void stopsAfterASignalDuringTheStart();
     void secondSignalEndsAHangingStop();
     void refusesASecondHost();
     void takesOverFromAKilledHost();
@@ -51,6 +52,12 @@ private slots:
 private:
     HostFixture m_fixture;
 };
+
+void tst_VCoreRun::cleanup()
+{
+    qunsetenv("VCORE_TEST_HANG");
+    qunsetenv("VCORE_TEST_GO_ON");
+}
 
 void tst_VCoreRun::endsWithTheCodeOf_data()
 {
@@ -184,6 +191,25 @@ void tst_VCoreRun::listsTheRunningHost()
     QVERIFY2(table.contains("Text, VCore"), qPrintable(table));
     QCOMPARE(m_fixture.run({"--send", R"({"command":"QUIT"})"}).code, 0);
     QCOMPARE(HostFixture::exitCodeOf(*host), 0);
+}
+
+// A plugin that serves events while it starts also serves the signal, when there is no loop yet that it could end.
+void tst_VCoreRun::stopsAfterASignalDuringTheStart()
+{
+#ifndef Q_OS_UNIX
+    QSKIP("SIGTERM is needed");
+#endif
+    const QString goOn = m_fixture.path("goOn");
+    qputenv("VCORE_TEST_GO_ON", QFile::encodeName(goOn));
+    QFile::remove(m_fixture.path("journal"));
+    QProcess host;
+    host.start(VCORE_PROGRAM, QStringList());
+    QTRY_VERIFY_WITH_TIMEOUT(m_fixture.journal().contains("start Base"), 10000);
+    host.terminate();
+    QTest::qWait(100); // for the signal to be served before the start goes on; if it is not, the test proves less
+    QVERIFY(QFile(goOn).open(QIODevice::WriteOnly));
+    QCOMPARE(HostFixture::exitCodeOf(host), 0);
+    QCOMPARE(m_fixture.journal(), QStringList({"start Base", "stop Base"}));
 }
 
 void tst_VCoreRun::secondSignalEndsAHangingStop()

@@ -20,10 +20,12 @@ private slots:
     void givesUpAfterTheTimeLimit();
     void answers_data();
     void answers();
+    void announcesServicesToAllClients();
     void takesFramesInPieces();
     void endsOnlyTheFaultyConnection_data();
     void endsOnlyTheFaultyConnection();
     void servesOthersBesideAClientThatDoesNotRead();
+    void hearsAClientThatLeavesAtOnce();
 
 private:
     HostFixture m_fixture;
@@ -123,6 +125,10 @@ void tst_VCoreWire::answers_data()
     row("nobody's command", R"({"command":"X","request":"\u00e9"})", {"{\"command\":\"HANDLED\",\"request\":\"é\"}"});
     row("UTF-8 and a number as request", "{\"command\":\"é\",\"request\":7}", {R"({"command":"HANDLED","request":7})"});
     row("a list is no request", R"({"command":"X","request":[7]})", {handled});
+    row("a long request, and no answer to it that fits",
+        R"({"command":"CALL","service_id":"Text","method":"filled","args":[16777200],"request":")" +
+            QByteArray(257, 'r') + "\"}",
+        {R"({"command":"ERROR","error":"answer_too_large","text":"the answer has 16777248 bytes"})", handled});
     row("a command that is no text", R"({"command":{"a":1}})", {handled});
     row("NEWSERVICE of a client", R"({"command":"NEWSERVICE","service_id":"Fake"})", {handled});
     row("call", R"({"command":"CALL","service_id":"Text","method":"add","args":[1,2],"request":1})",
@@ -149,6 +155,21 @@ void tst_VCoreWire::answers()
     QFETCH(QByteArrayList, answers);
     const auto client = m_fixture.connectClient(frame(message));
     QCOMPARE(framesUntil(*client, "HANDLED"), QList<QByteArray>(answers));
+}
+
+void tst_VCoreWire::announcesServicesToAllClients()
+{
+    const auto first = m_fixture.connectClient(frame(R"({"command":"X"})"));
+    const auto second = m_fixture.connectClient(frame(R"({"command":"X"})"));
+    QVERIFY(!framesUntil(*first, "HANDLED").isEmpty());
+    QVERIFY(!framesUntil(*second, "HANDLED").isEmpty());
+    // the client that causes it takes the announcement for no answer
+    const HostFixture::Ended sent = m_fixture.run({"--send", R"({"command":"ANNOUNCE"})"});
+    QCOMPARE(sent.output, QString());
+    QCOMPARE(sent.code, 0);
+    for (QLocalSocket* socket : {first.get(), second.get()})
+        QCOMPARE(framesUntil(*socket, "Announced"),
+                 QList<QByteArray>({R"({"command":"NEWSERVICE","service_id":"Announced"})"}));
 }
 
 void tst_VCoreWire::takesFramesInPieces()
@@ -194,6 +215,17 @@ void tst_VCoreWire::servesOthersBesideAClientThatDoesNotRead()
         received += lazy->readAll().size();
     QVERIFY(isEnded(*lazy));
     QVERIFY2(received < qint64(tooMany) * MebiByte, qPrintable(QString::number(received)));
+}
+
+void tst_VCoreWire::hearsAClientThatLeavesAtOnce()
+{
+    const auto watcher = m_fixture.connectClient(frame(R"({"command":"X"})"));
+    QVERIFY(!framesUntil(*watcher, "HANDLED").isEmpty());
+    {
+        const auto hasty = m_fixture.connectClient(frame(R"({"command":"ANNOUNCE"})"));
+        hasty->disconnectFromServer();
+    }
+    QVERIFY(!framesUntil(*watcher, "NEWSERVICE").isEmpty());
 }
 
 QTEST_GUILESS_MAIN(tst_VCoreWire)

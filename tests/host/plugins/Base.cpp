@@ -7,6 +7,8 @@
 #include <Norvale/IPlugin.h>
 #include <Norvale/IServiceMgr.h>
 
+#include <QtCore/QCoreApplication>
+
 #include <memory>
 
 class cAnnouncedService : public QObject
@@ -40,6 +42,9 @@ public:
     bool start(IPluginContext*) override
     {
         note("start Base");
+        const QString goOn = QFile::decodeName(qgetenv("VCORE_TEST_GO_ON"));
+        while (!goOn.isEmpty() && !QFile::exists(goOn))
+            QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
         m_service = std::make_unique<cTextService>();
         m_echo = std::make_unique<cEcho>();
         IServiceMgr::instance()->registerService(m_service.get());
