@@ -31,13 +31,12 @@ void cCommands::handleMessage(int connectionId, const cJsonValue& message)
     noteInJournal(QStringLiteral("client %1 asks to %2").arg(connectionId).arg(command));
 
     cJsonValue answer(ObjectType);
-    answer.insert("command", "ANSWER").insert("to", command);
     cJsonValue value;
     const QString error = (this->*work)(message, value);
     if (error.isEmpty())
-        answer.insert("value", value);
+        answer.insert("command", "RESULT").insert("value", value);
     else
-        answer.insert("error", error);
+        answer.insert("command", "ERROR").insert("error", "command_failed").insert("text", error);
     if (message.contains("request"))
         answer.insert("request", message[QStringLiteral("request")]);
     services()->invoke("VCore", "send", Q_ARG(int, connectionId),

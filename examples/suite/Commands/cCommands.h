@@ -13,8 +13,9 @@
  * | COUNT    | text    | {"words":..,"sentences":..,"characters":..}; loads the plugin WordCount when it is first asked
  * | | JOURNAL  | lines   | the newest lines of the journal |
  *
- * The answer is {"command":"ANSWER","to":command,"value":..}, or has "error" in place of "value"; a "request" of the
- * message is repeated. Other commands are left to other handlers.
+ * The answer has the form of the host's own: {"command":"RESULT","value":..}, or
+ * {"command":"ERROR","error":..,"text":..}; a "request" of the message is repeated. Other commands are left to other
+ * handlers.
  */
 class cCommands : public Corvane::ILocalSocketMessageHandler
 {
