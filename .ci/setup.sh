@@ -32,7 +32,8 @@ build() {
     shift
     mkdir -p "$root/build"
     if [ -z "${CMAKE_CXX_COMPILER_LAUNCHER:-}" ] && command -v ccache >/dev/null; then
-        export CMAKE_CXX_COMPILER_LAUNCHER=ccache
+        # Clones in different folders share what was compiled.
+        export CMAKE_CXX_COMPILER_LAUNCHER=ccache CCACHE_BASEDIR="$root" CCACHE_NOHASHDIR=1
     fi
     echo "Building ($preset) ..."
     if ! (cd "$root" && cmake --preset "$preset" "$@" && cmake --build --preset "$preset" -j "$jobs" ${targets:+-t $targets}) >"$log" 2>&1; then

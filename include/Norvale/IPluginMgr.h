@@ -129,7 +129,7 @@ public:
      */
     bool loadByService(const QString& service);
 
-signals:
+Q_SIGNALS:
     /**
      * Asks for a plugin to be loaded by its name.
      *
@@ -150,7 +150,7 @@ signals:
     /// Asks for a restart. The manager connects it to OnRestart(), which does nothing.
     void DoRestart();
 
-public slots:
+public Q_SLOTS:
     /// Does nothing here; a host that wants a listing of the plugins supplies its own or asks plugins().
     virtual void dumpPlugins() = 0;
 
@@ -187,7 +187,7 @@ protected:
      */
     virtual bool loadPluginByService(QString service) = 0;
 
-public slots:
+public Q_SLOTS:
     /**
      * Loads the plugin that provides a service.
      *
