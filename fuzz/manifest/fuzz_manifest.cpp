@@ -1,0 +1,57 @@
+// Reads the bytes as a plugin's Manifest.xml, and orders plugins made of what they say.
+
+#include "plugins/cDependencyOrder.h"
+#include "plugins/cManifest.h"
+#include "plugins/cManifestReader.h"
+#include "plugins/cPluginInstance.h"
+#include "plugins/cVariableExpander.h"
+
+#include <cstdint>
+#include <cstdlib>
+
+namespace {
+
+void require(bool isTrue)
+{
+    if (!isTrue)
+        std::abort();
+}
+
+void checkManifest(const cManifest& manifest)
+{
+    for (const QString& service : manifest.services)
+        require(!service.isEmpty());
+    for (const QString& dependency : manifest.dependencies)
+        require(!dependency.isEmpty() && !dependency.startsWith(QLatin1String("Core:")));
+}
+
+// The plugins are named after the services, and each gets the dependencies from its own place on.
+void checkOrder(const cManifest& manifest)
+{
+    const int count = qMin(manifest.services.size(), 200);
+    cDependencyOrder order;
+    for (int i = 0; i < count; ++i)
+        order.addRecord(manifest.services.at(i), manifest.dependencies.mid(i, 20));
+    const int placed = order.order().size();
+    require((placed == count) == order.reasons().isEmpty());
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
+{
+    const QByteArray bytes(reinterpret_cast<const char*>(data), int(size));
+    cPluginInstance plugin(QStringLiteral("$(PluginDir)"), cVersion(QStringLiteral("1.2.3")));
+    plugin.setFolder(QStringLiteral("/suite/$(PluginName)"));
+    cManifest manifest;
+    cManifestReader reader(plugin, manifest);
+    const bool isRead = reader.read(bytes, QStringLiteral("Manifest.xml"));
+    require(isRead == reader.errorString().isEmpty());
+    checkManifest(manifest);
+    checkOrder(manifest);
+
+    const QString text = QString::fromLatin1(bytes);
+    const QString expanded = plugin.expandVariables(text);
+    require(expanded.size() <= text.size() + cVariableExpander::MaxGrowth);
+    return 0;
+}
