@@ -56,6 +56,11 @@ bool cPluginSuite::publishInstalledPlugins()
     return isPublishable;
 }
 
+void cPluginSuite::want(const QStringList& names)
+{
+    qApp->setProperty("wanted", names);
+}
+
 QStringList cPluginSuite::journal()
 {
     return qApp->property("journal").toStringList();

@@ -28,6 +28,9 @@ public:
     bool publishInstalledPlugins() override;
     bool isFeatureInstalled(const QString& name) const override { return hasCore && name == QLatin1String("Core"); }
 
+    /// Which plugins the fixtures that load others ask for.
+    static void want(const QStringList& names);
+
     /// What the plugins have noted since the suite was made.
     static QStringList journal();
 

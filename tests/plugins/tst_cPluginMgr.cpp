@@ -224,7 +224,7 @@ void tst_cPluginMgr::plugInThatAsksForOthersWhileStarting()
     // First's start asks for itself, for one that depends on it, and for Behind. Behind waits for Asks, whose start
     // asks for Behind in turn: that start is the one that counts.
     Suite suite;
-    qApp->setProperty("wanted", QStringList({"First", "NeedsFirst", "Behind"}));
+    Suite::want({"First", "NeedsFirst", "Behind"});
     suite.add("First", "loadsOther");
     suite.add("NeedsFirst", "plain", Suite::dependsOn({"First"}), "");
     suite.add("Asks", "loadsOther", "", "");
@@ -237,7 +237,7 @@ void tst_cPluginMgr::plugInThatAsksForOthersWhileStarting()
     QCOMPARE(journal.filter("is not loaded"), QStringList());
     QCOMPARE(journal.filter("is loaded").size(), 6);
 
-    qApp->setProperty("wanted", QStringList("Hasty"));
+    Suite::want({"Hasty"});
     QVERIFY(suite.manager.load("Hasty"));
     QCOMPARE(Suite::journal().mid(journal.size()), QStringList({"refused", "start Hasty"}));
 }
@@ -336,7 +336,7 @@ void tst_cPluginMgr::observer()
     Suite suite;
     cTrace trace;
     suite.manager.setObserver(&trace);
-    qApp->setProperty("wanted", QStringList("B"));
+    Suite::want({"B"});
     suite.add("A", "loadsOther");
     suite.add("B", "startFails", "", "");
     QVERIFY(suite.manager.StartNormal());
