@@ -1,0 +1,117 @@
+// The start-up of a suite, from features.xml to the last plugin started, beside the least that it could be: reading
+// each manifest once, parsing it once as a stream, and loading and calling each library. Each round of either is a
+// process of its own, so that every library is really loaded; what is measured is the start alone, not the process.
+
+#include "Goals.h"
+#include "cSampleSuite.h"
+
+#include <Norvale/Corvane.h>
+#include <Norvale/IPlugin.h>
+#include <Norvale/IPluginMgr.h>
+
+#include <QtCore/QCoreApplication>
+#include <QtCore/QElapsedTimer>
+#include <QtCore/QFile>
+#include <QtCore/QProcess>
+#include <QtCore/QXmlStreamReader>
+
+#include <dlfcn.h>
+
+namespace {
+
+constexpr int PluginCount = 200;
+
+/// What a child measures, in nanoseconds; negative when not every plugin came up.
+using Measure = qint64 (*)();
+
+qint64 startFramework()
+{
+    if (!Corvane::initialize())
+        return -1;
+    QElapsedTimer timer;
+    timer.start();
+    const bool isStarted = Corvane::startNormal();
+    const qint64 elapsed = timer.nsecsElapsed();
+    int started = 0;
+    for (const cPluginInfo& info : IPluginMgr::instance()->plugins())
+        started += info.state == cPluginInfo::Started;
+    return isStarted && started == PluginCount ? elapsed : -1;
+}
+
+bool readOnce(const QString& path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return false;
+    QXmlStreamReader reader(file.readAll());
+    while (!reader.atEnd())
+        reader.readNext();
+    return !reader.hasError();
+}
+
+bool loadOnce(const QString& path)
+{
+    void* library = dlopen(QFile::encodeName(path).constData(), RTLD_NOW);
+    const auto entry = library ? reinterpret_cast<IPlugin* (*)()>(dlsym(library, "createPlugin")) : nullptr;
+    return entry && entry();
+}
+
+qint64 startBare()
+{
+    const QStringList folders = cSampleSuite::folders(cSampleSuite::rootOfThisProcess(), PluginCount);
+    int started = 0;
+    QElapsedTimer timer;
+    timer.start();
+    for (const QString& folder : folders)
+        started += readOnce(folder + QLatin1String("/Manifest.xml")) && loadOnce(folder + QLatin1String("/small.so"));
+    const qint64 elapsed = timer.nsecsElapsed();
+    return started == PluginCount ? elapsed : -1;
+}
+
+void runInChild(benchmark::State& state, const cSampleSuite& suite, const QString& way)
+{
+    const QString program = QCoreApplication::applicationFilePath();
+    for (auto _ : state) {
+        QProcess child;
+        child.setProcessEnvironment(suite.environment());
+        child.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        child.start(program, {QStringLiteral("--child"), way});
+        child.waitForFinished(-1);
+        const qint64 elapsed = child.readAllStandardOutput().trimmed().toLongLong();
+        if (elapsed <= 0) {
+            state.SkipWithError("not every plugin came up");
+            return;
+        }
+        state.SetIterationTime(double(elapsed) / 1e9);
+    }
+}
+
+int measureInChild(Measure measure)
+{
+    std::printf("%lld\n", static_cast<long long>(measure()));
+    return 0;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    QCoreApplication application(argc, argv);
+    if (argc == 3 && qstrcmp(argv[1], "--child") == 0)
+        return measureInChild(qstrcmp(argv[2], "framework") == 0 ? startFramework : startBare);
+
+    const cSampleSuite suite(PluginCount);
+    const auto add = [&](const char* name, const char* way) {
+        benchmark::RegisterBenchmark(
+            name, [&suite, way](benchmark::State& state) { runInChild(state, suite, QString::fromLatin1(way)); })
+            ->UseManualTime()
+            ->Iterations(3)
+            ->Repetitions(15)
+            ->Unit(benchmark::kMillisecond);
+    };
+    add("startup/bare", "bare");
+    add("startup/framework", "framework");
+    Goals goals;
+    goals.atMost("startup_200_plugins", "startup/framework", "startup/bare", 1.6);
+    return runBenchmarks(argc, argv, goals);
+}
