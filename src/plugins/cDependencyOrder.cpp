@@ -1,50 +1,52 @@
 #include "plugins/cDependencyOrder.h"
 
+#include "plugins/cNameIndex.h"
+#include "plugins/cPlaceSet.h"
 #include "plugins/cPluginDependency.h"
 
 #include <algorithm>
-#include <functional>
-#include <queue>
+#include <numeric>
 #include <utility>
 
 int cDependencyOrder::addRecord(const QString& name, const QStringList& dependencies)
 {
-    const int number = int(m_records.size());
-    Record record;
-    record.name = name;
-    record.dependencies = dependencies;
-    m_records.push_back(std::move(record));
-    if (!m_firstByName.contains(name))
-        m_firstByName.insert(name, number);
-    addPlace(number);
-    return number;
+    m_names.push_back(name);
+    m_dependencies.push_back(dependencies);
+    addPlace(count() - 1);
+    return count() - 1;
 }
 
 void cDependencyOrder::addPlace(int record)
 {
-    m_records[record].places.append(m_length++);
+    m_list.push_back(record);
 }
 
-// A time is a place counted on through the passes: the number of the pass times the length of the list, plus the place.
 QVector<int> cDependencyOrder::order()
 {
     resolve();
-    using Due = std::pair<qint64, int>;
-    std::priority_queue<Due, std::vector<Due>, std::greater<Due>> due;
-    for (int number = 0; number < int(m_records.size()); ++number) {
-        if (m_records[number].missing == 0)
-            due.emplace(m_records[number].places.first(), number);
+    cPlaceSet dueInThisPass(int(m_list.size()));
+    cPlaceSet dueInNextPass(int(m_list.size()));
+    for (int record = 0; record < count(); ++record) {
+        if (m_missing[record] == 0)
+            dueInNextPass.insert(*m_places.group(record).begin());
     }
     QVector<int> placed;
-    placed.reserve(int(m_records.size()));
-    while (!due.empty()) {
-        const auto [time, number] = due.top();
-        due.pop();
-        m_records[number].isPlaced = true;
-        placed.append(number);
-        for (int dependent : qAsConst(m_records[number].dependents)) {
-            if (--m_records[dependent].missing == 0)
-                due.emplace(nextTime(dependent, time), dependent);
+    placed.reserve(count());
+    for (int before = Absent; placed.size() != before;) {
+        before = placed.size();
+        std::swap(dueInThisPass, dueInNextPass);
+        for (int place = dueInThisPass.takeFrom(0); place != Absent; place = dueInThisPass.takeFrom(place)) {
+            placed.append(m_list[place]);
+            m_isPlaced[m_list[place]] = true;
+            for (int dependent : m_dependents.group(m_list[place])) {
+                if (--m_missing[dependent] > 0)
+                    continue;
+                const int next = placeBehind(dependent, place);
+                if (next != Absent)
+                    dueInThisPass.insert(next);
+                else
+                    dueInNextPass.insert(*m_places.group(dependent).begin());
+            }
         }
     }
     return placed;
@@ -52,40 +54,62 @@ QVector<int> cDependencyOrder::order()
 
 void cDependencyOrder::resolve()
 {
-    for (int number = 0; number < int(m_records.size()); ++number) {
-        Record& record = m_records[number];
-        for (const QString& text : qAsConst(record.dependencies)) {
-            const int provider = m_firstByName.value(cPluginDependency(text).name(), Absent);
-            record.providers.append(provider);
-            if (provider != Absent)
-                m_records[provider].dependents.append(number);
+    const cNameIndex index(m_names);
+    std::vector<int> dependents; // who has the dependency of the same place in m_providers
+    m_providersBegin.push_back(0);
+    for (int record = 0; record < count(); ++record) {
+        for (const QString& text : m_dependencies[record]) {
+            m_providers.push_back(index.find(cPluginDependency::nameOf(text)));
+            dependents.push_back(record);
         }
-        record.missing = record.providers.size();
+        m_missing.push_back(m_dependencies[record].size());
+        m_providersBegin.push_back(int(m_providers.size()));
+    }
+    m_dependents.build(count(), m_providers, dependents);
+    std::vector<int> places(m_list.size());
+    std::iota(places.begin(), places.end(), 0);
+    m_places.build(count(), m_list, places);
+    m_isPlaced.resize(m_names.size());
+}
+
+void cDependencyOrder::cGroups::build(int count, const std::vector<int>& keys, const std::vector<int>& values)
+{
+    m_begin.assign(size_t(count) + 1, 0);
+    for (int key : keys) {
+        if (key != Absent)
+            ++m_begin[key];
+    }
+    // First where each group ends; filling from the back moves that to where it begins.
+    std::partial_sum(m_begin.begin(), m_begin.end(), m_begin.begin());
+    m_values.resize(size_t(m_begin.back()));
+    for (size_t i = keys.size(); i-- > 0;) {
+        if (keys[i] != Absent)
+            m_values[--m_begin[keys[i]]] = values[i];
     }
 }
 
-qint64 cDependencyOrder::nextTime(int record, qint64 after) const
+int cDependencyOrder::placeBehind(int record, int place) const
 {
-    const QVector<int>& places = m_records[record].places;
-    const qint64 passBegin = after - after % m_length;
-    const auto next = std::upper_bound(places.begin(), places.end(), int(after - passBegin));
-    return next == places.end() ? passBegin + m_length + places.first() : passBegin + *next;
+    const auto places = m_places.group(record);
+    const int* next = std::upper_bound(places.begin(), places.end(), place);
+    return next == places.end() ? Absent : *next;
 }
 
 QStringList cDependencyOrder::reasons() const
 {
     QStringList lines;
-    for (const Record& record : m_records) {
-        for (int i = 0; i < record.providers.size(); ++i) {
-            if (record.providers.at(i) == Absent)
+    for (int record = 0; record < count(); ++record) {
+        for (int i = m_providersBegin[record]; i < m_providersBegin[record + 1]; ++i) {
+            const QString& text = m_dependencies[record].at(i - m_providersBegin[record]);
+            if (m_providers[i] == Absent)
                 lines.append(QStringLiteral("%1 depends on %2, which is not installed")
-                                 .arg(record.name, cPluginDependency(record.dependencies.at(i)).name()));
+                                 .arg(m_names[record], cPluginDependency(text).name()));
         }
     }
     // From each record that is left to the first that it waits for: a walk that meets its own trace has found a cycle.
-    std::vector<int> walkOf(m_records.size(), Absent);
-    for (int start = 0; start < int(m_records.size()); ++start) {
-        int at = m_records[start].isPlaced ? Absent : start;
+    std::vector<int> walkOf(m_names.size(), Absent);
+    for (int start = 0; start < count(); ++start) {
+        int at = m_isPlaced[start] ? Absent : start;
         while (at != Absent && walkOf[at] == Absent) {
             walkOf[at] = start;
             at = firstLeftProvider(at);
@@ -98,18 +122,18 @@ QStringList cDependencyOrder::reasons() const
 
 int cDependencyOrder::firstLeftProvider(int record) const
 {
-    for (int provider : m_records[record].providers) {
-        if (provider != Absent && !m_records[provider].isPlaced)
-            return provider;
+    for (int i = m_providersBegin[record]; i < m_providersBegin[record + 1]; ++i) {
+        if (m_providers[i] != Absent && !m_isPlaced[m_providers[i]])
+            return m_providers[i];
     }
     return Absent;
 }
 
 QString cDependencyOrder::describeCycle(int member) const
 {
-    QStringList names{m_records[member].name};
+    QStringList names{m_names[member]};
     for (int at = firstLeftProvider(member); at != member; at = firstLeftProvider(at))
-        names.append(m_records[at].name);
-    names.append(m_records[member].name);
+        names.append(m_names[at]);
+    names.append(m_names[member]);
     return QStringLiteral("plugins depend on each other in a circle: ") + names.join(QStringLiteral(" -> "));
 }

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <QtCore/QHash>
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 #include <QtCore/QVector>
@@ -26,7 +25,7 @@ public:
     /// Appends a place of a record that stands in the list already.
     void addPlace(int record);
 
-    /// The records that can be placed, in the order of their start.
+    /// The records that can be placed, in the order of their start. Called once.
     QVector<int> order();
 
     /// After order(), a line for each reason why records are left: an absent dependency, or the names along a cycle.
@@ -36,23 +35,42 @@ public:
 private:
     static constexpr int Absent = -1;
 
-    struct Record
+    /// Numbers in groups, one behind the other: with ten thousand plugins a list for each would be all over the memory.
+    class cGroups
     {
-        QString name;
-        QStringList dependencies; // as written in the manifest
-        QVector<int> providers;   // the record that each dependency needs; Absent when there is none
-        QVector<int> dependents;  // the records that need this one, one entry for each dependency
-        QVector<int> places;      // ascending
-        int missing = 0;          // how many dependencies have not been placed
-        bool isPlaced = false;
+    public:
+        struct Group
+        {
+            const int* first;
+            const int* last;
+            const int* begin() const { return first; }
+            const int* end() const { return last; }
+        };
+
+        /// Puts the number `values[i]` into the group `keys[i]`, in this order, except where the key is Absent.
+        void build(int count, const std::vector<int>& keys, const std::vector<int>& values);
+        Group group(int key) const { return {m_values.data() + m_begin[key], m_values.data() + m_begin[key + 1]}; }
+
+    private:
+        std::vector<int> m_begin;
+        std::vector<int> m_values;
     };
 
+    int count() const { return int(m_names.size()); }
     void resolve();
-    qint64 nextTime(int record, qint64 after) const;
+    int placeBehind(int record, int place) const;
     int firstLeftProvider(int record) const;
     QString describeCycle(int member) const;
 
-    std::vector<Record> m_records;
-    int m_length = 0; // of the load list
-    QHash<QString, int> m_firstByName;
+    std::vector<QString> m_names;
+    std::vector<QStringList> m_dependencies; // as written in the manifests
+    std::vector<int> m_list;                 // the record at each place
+
+    // Made by order().
+    std::vector<int> m_providers;      // the record that each dependency needs, those of the first record first
+    std::vector<int> m_providersBegin; // where those of a record begin
+    cGroups m_dependents;              // the records that need a record, once for each dependency
+    cGroups m_places;                  // the places of a record, ascending
+    std::vector<int> m_missing;        // how many dependencies of a record have not been placed
+    std::vector<bool> m_isPlaced;
 };

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QtCore/QString>
+#include <QtCore/QStringView>
 
 /**
  * One dependency of a plugin, made from its text: "name:N", or "name" alone, which means number 1.
@@ -9,6 +10,9 @@ class cPluginDependency
 {
 public:
     explicit cPluginDependency(const QString& text);
+
+    /// The name alone, within @p text.
+    static QStringView nameOf(const QString& text);
 
     const QString& name() const { return m_name; }
 
