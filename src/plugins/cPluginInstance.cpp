@@ -1,8 +1,8 @@
 #include "plugins/cPluginInstance.h"
 
-#include "core/Settings.h"
 #include "plugins/LibrarySuffix.h"
 #include "plugins/cManifestReader.h"
+#include "plugins/cTranslationLocale.h"
 #include "plugins/cVariableExpander.h"
 
 #include <Norvale/IPlugin.h>
@@ -83,6 +83,8 @@ bool cPluginInstance::readCommandLines(const QDomElement& element, QList<cCmdLin
 
 QString cPluginInstance::expandVariables(const QString& text) const
 {
+    if (!text.contains(QLatin1String("$(")))
+        return text;
     return cVariableExpander(m_folder, m_name, m_version.toString()).expand(text);
 }
 
@@ -166,8 +168,8 @@ void cPluginInstance::registerSearchPath()
 
 void cPluginInstance::installTranslation()
 {
-    const QString locale = cMachineSettings().value(QLatin1String(SettingsKey::Locale)).toString();
-    const QString file = m_folder + QLatin1String("/ts/strings_") + locale + QLatin1String(".qm");
+    const QString file =
+        m_folder + QLatin1String("/ts/strings_") + cTranslationLocale::current() + QLatin1String(".qm");
     if (QFileInfo::exists(file) && m_translator.load(file))
         QCoreApplication::installTranslator(&m_translator);
 }

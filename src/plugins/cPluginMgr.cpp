@@ -4,6 +4,7 @@
 #include "plugins/cDependencyOrder.h"
 #include "plugins/cLoadPath.h"
 #include "plugins/cObserverSpan.h"
+#include "plugins/cTranslationLocale.h"
 #include "services/cServiceMgr.h"
 
 #include <Norvale/Corvane.h>
@@ -175,6 +176,7 @@ void cPluginMgr::connectSignals()
 
 void cPluginMgr::loadByCategories()
 {
+    const cTranslationLocale openSettings;
     // The settings are always there before anything else.
     requestLoad(QStringLiteral("ZentraSettings"));
     const QList<Plugin> plugins = m_registry.loadList();

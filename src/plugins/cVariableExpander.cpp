@@ -17,8 +17,6 @@ QString cVariableExpander::expand(QString text)
 
 bool cVariableExpander::expandOnce(QString& text)
 {
-    if (!text.contains(QLatin1String("$(")))
-        return false;
     bool isChanged = replaceAll(text, QStringLiteral("$(PluginDir)"), m_nativeFolder);
     isChanged = replaceAll(text, QStringLiteral("$(PluginName)"), m_name) || isChanged;
     isChanged = replaceAll(text, QStringLiteral("$(PluginVersion)"), m_version) || isChanged;
