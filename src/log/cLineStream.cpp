@@ -20,7 +20,7 @@ bool cLineStream::renew()
 {
     QTextStream& text = DebugStream::textStream(*m_stream);
     if (DebugStream::owners(*m_stream) > 1 || text.device() != &m_device || text.status() != QTextStream::Ok ||
-        text.generateByteOrderMark() || text.codec() != QTextCodec::codecForLocale() || text.locale() != QLocale::c())
+        text.codec() != QTextCodec::codecForLocale() || text.locale() != QLocale::c())
         return false;
     flush();
     m_stream->resetFormat();

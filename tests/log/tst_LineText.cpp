@@ -95,57 +95,48 @@ void tst_LineText::timeIsThatOfQDateTime()
 
 namespace {
 
-/// One of many values and manipulators, chosen by @p kind.
-void stream(QDebug& debug, int kind, int value)
+/// Manipulators of a caller's own, which may do what they like with the stream.
+QTextStream& inLatin1(QTextStream& stream)
 {
-    switch (kind) {
-    case 0:
-        debug << value;
-        break;
-    case 1:
-        debug << value * 0.37;
-        break;
-    case 2:
-        debug << "text";
-        break;
-    case 3:
-        debug << QString(QChar(value % 0xd800));
-        break;
-    case 4:
-        debug << QByteArray("a\"b");
-        break;
-    case 5:
-        debug << QList<int>{value, 2};
-        break;
-    case 6:
-        debug << Qt::hex << Qt::showbase;
-        break;
-    case 7:
-        debug << qSetFieldWidth(value % 12) << qSetPadChar(QLatin1Char('*'));
-        break;
-    case 8:
-        debug << Qt::fixed << qSetRealNumberPrecision(value % 9);
-        break;
-    case 9:
-        debug.nospace();
-        break;
-    case 10:
-        debug.noquote();
-        break;
-    case 11:
-        debug << QChar(0xd83d);
-        break;
-    case 12:
-        debug << Qt::left << Qt::uppercasedigits;
-        break;
-    case 13:
-        debug << Qt::flush;
-        break;
-    default:
-        debug << Qt::endl;
-        break;
-    }
+    stream.setCodec("ISO-8859-1");
+    return stream;
 }
+QTextStream& inGerman(QTextStream& stream)
+{
+    stream.setLocale(QLocale(QLocale::German));
+    return stream;
+}
+QTextStream& toNothing(QTextStream& stream)
+{
+    stream.setDevice(nullptr);
+    return stream;
+}
+
+/// One of many values and manipulators.
+using Streaming = void (*)(QDebug& debug, int value);
+
+const Streaming streamings[] = {
+    [](QDebug& debug, int value) { debug << value; },
+    [](QDebug& debug, int value) { debug << value * 0.37; },
+    [](QDebug& debug, int) { debug << "text"; },
+    [](QDebug& debug, int value) { debug << QString(QChar(value % 0xd800)); },
+    [](QDebug& debug, int) { debug << QByteArray("a\"b"); },
+    [](QDebug& debug, int value) {
+        debug << QList<int>{value, 2};
+    },
+    [](QDebug& debug, int) { debug << Qt::hex << Qt::showbase; },
+    [](QDebug& debug, int value) { debug << qSetFieldWidth(value % 12) << qSetPadChar(QLatin1Char('*')); },
+    [](QDebug& debug, int value) { debug << Qt::fixed << qSetRealNumberPrecision(value % 9); },
+    [](QDebug& debug, int) { debug.nospace(); },
+    [](QDebug& debug, int) { debug.noquote().verbosity(7); },
+    [](QDebug& debug, int) { debug << QChar(0xd83d) << Qt::flush; }, // half a character
+    [](QDebug& debug, int) { debug << Qt::left << Qt::uppercasedigits; },
+    [](QDebug& debug, int) { debug << Qt::flush; },
+    [](QDebug& debug, int) { debug << Qt::endl; },
+    [](QDebug& debug, int) { debug << inLatin1; },
+    [](QDebug& debug, int) { debug << inGerman; },
+    [](QDebug& debug, int) { debug << Qt::flush << toNothing; },
+};
 
 } // namespace
 
@@ -160,18 +151,15 @@ void tst_LineText::streamIsAsGoodAsNew()
         QDebug ours(lines.start());
         QDebug plain(&fresh);
         for (int items = m_random.bounded(8); items > 0; --items) {
-            const int kind = m_random.bounded(15);
+            const Streaming streaming = streamings[m_random.bounded(int(std::size(streamings)))];
             const int value = m_random.bounded(1000000);
-            stream(ours, kind, value);
-            stream(plain, kind, value);
+            streaming(ours, value);
+            streaming(plain, value);
         }
         lines.settle(std::move(ours));
         QDebug(std::move(plain)).nospace();
         if (kept.data() != fresh.data())
-            QFAIL(qPrintable(
-                QStringLiteral("line %1: %2 is not %3")
-                    .arg(i)
-                    .arg(QString::fromUtf8(kept.data().right(60)), QString::fromUtf8(fresh.data().right(60)))));
+            QFAIL(qPrintable(QString::number(i)));
         if (kept.size() > 4096) {
             kept.buffer().clear();
             fresh.buffer().clear();

@@ -8,43 +8,6 @@
 #include <memory>
 #include <optional>
 
-namespace {
-
-/// Manipulators of a caller's own, which may do what they like with the stream.
-QTextStream& toLatin1(QTextStream& stream)
-{
-    stream.setCodec("ISO-8859-1");
-    return stream;
-}
-
-QTextStream& toGerman(QTextStream& stream)
-{
-    stream.setLocale(QLocale(QLocale::German));
-    return stream;
-}
-
-QTextStream& withMark(QTextStream& stream)
-{
-    stream.setGenerateByteOrderMark(true);
-    return stream;
-}
-
-/// Half a character: the converter waits for the other half.
-QTextStream& halfCharacter(QTextStream& stream)
-{
-    return stream << QChar(0xd83d) << Qt::flush;
-}
-
-QTextStream& toNothing(QTextStream& stream)
-{
-    stream.setDevice(nullptr);
-    return stream;
-}
-
-} // namespace
-
-Q_DECLARE_METATYPE(QTextStreamFunction)
-
 class tst_cLog : public QObject
 {
     Q_OBJECT
@@ -59,7 +22,6 @@ private slots:
     void lateCopyEndsTheLineOfItsThread();
     void assignmentMakesTheChannelsTheSame();
     void assignmentLetsWaitingThreadsOn();
-    void everyLineBeginsFresh_data();
     void everyLineBeginsFresh();
     void slicedCopyMayOutliveTheLine();
     void longLineIsWhole();
@@ -192,31 +154,16 @@ void tst_cLog::assignmentLetsWaitingThreadsOn()
     QVERIFY(m_file->closeAndStrip().endsWith(QStringLiteral("]waited \n")));
 }
 
-void tst_cLog::everyLineBeginsFresh_data()
-{
-    QTest::addColumn<QTextStreamFunction>("change");
-    QTest::newRow("nothing") << QTextStreamFunction(Qt::bin);
-    QTest::newRow("base") << QTextStreamFunction(Qt::hex);
-    QTest::newRow("sign") << QTextStreamFunction(Qt::forcesign);
-    QTest::newRow("codec") << QTextStreamFunction(toLatin1);
-    QTest::newRow("locale") << QTextStreamFunction(toGerman);
-    QTest::newRow("byte order mark") << QTextStreamFunction(withMark);
-    QTest::newRow("end of the stream's use") << QTextStreamFunction(toNothing);
-    QTest::newRow("half a character") << QTextStreamFunction(halfCharacter);
-}
-
 void tst_cLog::everyLineBeginsFresh()
 {
-    QFETCH(QTextStreamFunction, change);
-    const QString umlaut(QChar(0xe4));
-    m_log.info().nospace().noquote().verbosity(7) << change << qSetFieldWidth(9) << 1;
-    m_log.info() << Qt::endl; // the leftover is in this one
-    QCOMPARE(m_log.info().verbosity(), 2);
-    m_log.warning() << 1234567 << 1.5 << umlaut << Qt::endl;
-    const QByteArray last = m_file->close().split('\n').at(1);
-    // the bytes of the locale's codec, as Latin-1, in UTF-8
-    const QByteArray bytes = QTextCodec::codecForLocale()->fromUnicode(umlaut);
-    QCOMPARE(last.mid(last.lastIndexOf("):") + 2), "1234567 1.5 \"" + QString::fromLatin1(bytes).toUtf8() + "\" ");
+    const cLog log = cLogCentral::log(QStringLiteral("fresh"));
+    log.info().nospace().noquote().verbosity(7) << Qt::hex << qSetFieldWidth(3) << 255 << Qt::reset << Qt::endl;
+    QCOMPARE(log.info().verbosity(), 2);
+    log.info() << 255 << QString(QChar(0xe4)) << Qt::endl;
+    // the bytes of the locale's codec, each a character
+    const QByteArray bytes = QTextCodec::codecForLocale()->fromUnicode(QString(QChar(0xe4)));
+    QCOMPARE(m_file->closeAndStrip(),
+             QStringLiteral("[fresh] ff\n[fresh][fresh]255 \"%1\" \n").arg(QString::fromLatin1(bytes)));
 }
 
 void tst_cLog::slicedCopyMayOutliveTheLine()

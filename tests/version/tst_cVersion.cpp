@@ -8,7 +8,6 @@ class tst_cVersion : public QObject
 private slots:
     void reads_data();
     void reads();
-    void printsWhatItReadsAgain();
     void orders_data();
     void orders();
 };
@@ -53,15 +52,8 @@ void tst_cVersion::reads()
     QTEST(version.minor(), "minor");
     QTEST(version.build(), "build");
     QTEST(version.toString(), "printed");
-}
-
-void tst_cVersion::printsWhatItReadsAgain()
-{
-    for (const char* text : {"0.0.0", "1.2.3", "1.02.003", "12.345.6789", "2147483647.0.1"}) {
-        const cVersion version{QString::fromLatin1(text)};
+    if (version >= cVersion() && version.minor() >= 0 && version.build() >= 0)
         QVERIFY(cVersion(version.toString()) == version);
-    }
-    QCOMPARE(cVersion().toString(), QStringLiteral("0.00.000"));
 }
 
 void tst_cVersion::orders_data()
