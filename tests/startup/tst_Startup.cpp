@@ -32,7 +32,8 @@ private:
     {
         QStringList journal;
         QString log;
-        QProcess::ExitStatus status;
+        bool hasCrashed;
+        int exitCode;
     };
     Outcome run(const QStringList& plugins, const QStringList& steps);
     static void install(const QString& folder, const QStringList& plugins);
@@ -42,7 +43,8 @@ private:
 
 static void note(const QString& text)
 {
-    qApp->setProperty("journal", qApp->property("journal").toStringList() << text);
+    QCoreApplication* application = QCoreApplication::instance();
+    application->setProperty("journal", application->property("journal").toStringList() << text);
 }
 
 /// Notes what reaches it in the child.
@@ -105,7 +107,7 @@ static int runChild(const QStringList& arguments)
     cWitness witness;
     for (const QString& step : arguments.mid(2))
         takeStep(step, witness);
-    const QByteArray journal = qApp->property("journal").toStringList().join('\n').toUtf8();
+    const QByteArray journal = QCoreApplication::instance()->property("journal").toStringList().join('\n').toUtf8();
     std::fwrite(journal.constData(), 1, size_t(journal.size()), stdout);
     return 0;
 }
@@ -157,11 +159,12 @@ tst_Startup::Outcome tst_Startup::run(const QStringList& plugins, const QStringL
     QProcess child;
     child.start(QCoreApplication::applicationFilePath(), QStringList(folder.filePath("log")) + steps);
     if (!child.waitForFinished())
-        return {{"did not end"}, QString(), QProcess::CrashExit};
+        return {{"did not end"}, QString(), true, 0};
     QFile log(folder.filePath("log"));
     const QString lines = log.open(QIODevice::ReadOnly) ? QString::fromUtf8(log.readAll()) : QString();
     return {QString::fromUtf8(child.readAllStandardOutput()).split('\n', Qt::SkipEmptyParts),
-            lines + QString::fromUtf8(child.readAllStandardError()), child.exitStatus()};
+            lines + QString::fromUtf8(child.readAllStandardError()), child.exitStatus() == QProcess::CrashExit,
+            child.exitCode()};
 }
 
 void tst_Startup::starts_data()
@@ -220,14 +223,14 @@ void tst_Startup::starts()
     QFETCH(QString, logged);
     const Outcome outcome = run(plugins, steps);
     QCOMPARE(outcome.journal.join(", "), journal.join(", "));
-    QCOMPARE(outcome.status, QProcess::NormalExit);
+    QVERIFY2(!outcome.hasCrashed && outcome.exitCode == 0, qPrintable(outcome.log));
     QVERIFY2(outcome.log.contains(logged), qPrintable(outcome.log));
 }
 
 void tst_Startup::endsTheProcessWhenNothingCanBeOrdered()
 {
     const Outcome outcome = run({"A 1.0 needs=B", "B 1.0 needs=A"}, {"initialize", "start"});
-    QCOMPARE(outcome.status, QProcess::CrashExit);
+    QVERIFY(outcome.hasCrashed);
     QVERIFY(outcome.log.contains("Cannot start under this circumstances."));
 }
 
