@@ -3,8 +3,9 @@
 
 cmake_policy(VERSION 3.16)
 
-# The plugin interface of this framework; a manifest with any other number is refused at start.
-set(NORVALE_RUNTIME_API_VERSION 13)
+# The plugin interface of this framework; a manifest with any other number is refused at start. Kept where the functions
+# find it from every folder of a project.
+set(NORVALE_RUNTIME_API_VERSION 13 CACHE INTERNAL "")
 
 # _norvale_canonical_version(OUT TEXT): TEXT in the form that names plugin folders, 1.2.3 as 1.02.003; empty when TEXT is
 # no version of one to three numbers.

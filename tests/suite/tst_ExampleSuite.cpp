@@ -190,6 +190,8 @@ void tst_ExampleSuite::answersMessages_data()
     row("greet nobody known", R"({"command":"GREET"})", R"({"command":"RESULT","value":"Hello, stranger!"})");
     row("placeholders are no code", R"({"command":"GREET","name":"%1 %2"})",
         R"({"command":"RESULT","value":"Hello, %1 %2!"})");
+    row("a request that is none", R"({"command":"GREET","name":"Ada","request":{"a\"":1}})",
+        R"({"command":"RESULT","value":"Hello, Ada!"})");
     row("a name that is none", R"({"command":"GREET","name":{"a":[]}})",
         R"({"command":"RESULT","value":"Hello, stranger!"})");
     row("remember", R"({"command":"REMEMBER","name":"\u00dcmit \"U\""})", R"({"command":"RESULT","value":true})");

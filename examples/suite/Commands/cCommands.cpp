@@ -37,8 +37,9 @@ void cCommands::handleMessage(int connectionId, const cJsonValue& message)
         answer.insert("command", "RESULT").insert("value", value);
     else
         answer.insert("command", "ERROR").insert("error", "command_failed").insert("text", error);
-    if (message.contains("request"))
-        answer.insert("request", message[QStringLiteral("request")]);
+    const cJsonValue request = message.get("request", cJsonValue());
+    if (request.isString() || request.isNumber())
+        answer.insert("request", request);
     services()->invoke("VCore", "send", Q_ARG(int, connectionId),
                        Q_ARG(QString, QString::fromLatin1(cJsonWriter::serialize(answer))));
 }

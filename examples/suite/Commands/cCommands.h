@@ -10,12 +10,12 @@
  * |---|---|---|
  * | GREET    | name    | a greeting |
  * | REMEMBER | name    | true; who is greeted when a GREET names nobody |
- * | COUNT    | text    | {"words":..,"sentences":..,"characters":..}; loads the plugin WordCount when it is first asked
- * | | JOURNAL  | lines   | the newest lines of the journal |
+ * | COUNT    | text    | {"words":..,"sentences":..,"characters":..}; the first one loads the plugin WordCount |
+ * | JOURNAL  | lines   | the newest lines of the journal |
  *
  * The answer has the form of the host's own: {"command":"RESULT","value":..}, or
- * {"command":"ERROR","error":..,"text":..}; a "request" of the message is repeated. Other commands are left to other
- * handlers.
+ * {"command":"ERROR","error":..,"text":..}; a "request" of the message, a text or number, is repeated. Other commands
+ * are left to other handlers.
  */
 class cCommands : public Corvane::ILocalSocketMessageHandler
 {

@@ -3,10 +3,14 @@
 #include <Norvale/IServiceMgr.h>
 #include <QtCore/QUrl>
 
+namespace {
+constexpr int LongestName = 100; // each guest has a line in the settings for good
+}
+
 QString cGreeter::greet(const QString& name)
 {
     IServiceMgr* services = IServiceMgr::instance();
-    QString guest = name;
+    QString guest = name.left(LongestName);
     if (guest.isEmpty())
         services->invoke("Settings", "value", Q_RETURN_ARG(QString, guest), Q_ARG(QString, "Greeter/Name"),
                          Q_ARG(QString, tr("stranger")));

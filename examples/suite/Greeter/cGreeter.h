@@ -13,7 +13,8 @@ class cGreeter : public QObject
     Q_CLASSINFO("service", "Greeter")
 
 public:
-    /// Greets @p name; an empty name greets whom the setting "Greeter/Name" names.
+    /// Greets @p name, of which it takes the first hundred characters; an empty name greets whom the setting
+    /// "Greeter/Name" names.
     Q_INVOKABLE QString greet(const QString& name);
 
 private:
