@@ -1,9 +1,21 @@
 #include "services/cServiceCache.h"
 
-cServiceCache& cServiceCache::ofThread()
+namespace {
+
+/// Outlives the cache, as nothing destroys it.
+thread_local bool s_isCacheGone = false;
+
+} // namespace
+
+cServiceCache* cServiceCache::ofThread()
 {
     static thread_local cServiceCache cache;
-    return cache;
+    return s_isCacheGone ? nullptr : &cache;
+}
+
+cServiceCache::~cServiceCache()
+{
+    s_isCacheGone = true;
 }
 
 std::size_t cServiceCache::slotOf(const QString& id)

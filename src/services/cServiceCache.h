@@ -14,8 +14,10 @@
 class cServiceCache
 {
 public:
-    /// The cache of the calling thread.
-    static cServiceCache& ofThread();
+    /// The cache of the calling thread; null when the thread is past the end of it, in the last destructors of all.
+    static cServiceCache* ofThread();
+
+    ~cServiceCache();
 
     struct Entry
     {

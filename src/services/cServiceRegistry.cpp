@@ -40,12 +40,16 @@ bool cServiceRegistry::contains(const QString& id) const
 
 QObject* cServiceRegistry::object(const QString& id) const
 {
-    cServiceCache::Entry& known = cServiceCache::ofThread().entryFor(id);
+    cServiceCache* cache = cServiceCache::ofThread();
+    if (!cache) {
+        const QReadLocker reader(&m_lock);
+        return find(id).data();
+    }
+    cServiceCache::Entry& known = cache->entryFor(id);
     if (known.state != m_state.load(std::memory_order_acquire) || known.id != id) {
         const QReadLocker reader(&m_lock);
         known.id = id;
-        const cServiceInstance* record = m_index.find(id);
-        known.object = record ? record->guard() : QPointer<QObject>();
+        known.object = find(id);
         known.state = m_state.load(std::memory_order_relaxed);
     }
     return known.object.data();
@@ -61,4 +65,10 @@ quint64 cServiceRegistry::nextState()
 {
     static std::atomic<quint64> last{0};
     return last.fetch_add(1, std::memory_order_relaxed) + 1;
+}
+
+QPointer<QObject> cServiceRegistry::find(const QString& id) const
+{
+    const cServiceInstance* record = m_index.find(id);
+    return record ? record->guard() : QPointer<QObject>();
 }

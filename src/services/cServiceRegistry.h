@@ -3,6 +3,7 @@
 #include "services/cServiceIndex.h"
 
 #include <QtCore/QMap>
+#include <QtCore/QPointer>
 #include <QtCore/QReadWriteLock>
 #include <QtCore/QSharedPointer>
 #include <QtCore/QString>
@@ -38,6 +39,8 @@ private:
     using Records = QMap<QString, QSharedPointer<cServiceInstance>>;
 
     static quint64 nextState();
+    /// The guarded object of the record of @p id. The lock is held.
+    QPointer<QObject> find(const QString& id) const;
 
     mutable QReadWriteLock m_lock; ///< guards the members below
     Records m_records;
