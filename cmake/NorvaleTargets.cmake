@@ -15,6 +15,9 @@ function(norvale_target_defaults target)
         target_compile_options(${target} PRIVATE -fsanitize=${NORVALE_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
         target_link_options(${target} PUBLIC -fsanitize=${NORVALE_SANITIZE})
     endif()
+    if(NORVALE_BUILD_FUZZ)
+        target_compile_options(${target} PRIVATE -fsanitize=fuzzer-no-link) # the coverage that leads the fuzzers
+    endif()
 endfunction()
 
 # norvale_room(NAME USES ROOM... SOURCES FILE... HEADERS FILE...): a room of src/. USES names the lower rooms that it may
