@@ -33,13 +33,14 @@ class NORVALE_EXPORT cJsonReader
 {
 public:
     /** A reader of @p text, NUL-terminated bytes, which are copied. */
-    cJsonReader(const char* text);
+    explicit cJsonReader(const char* text);
     /** A reader of @p text as Latin-1; characters outside it are lost. */
-    cJsonReader(const QString& text);
+    explicit cJsonReader(const QString& text);
     /** A reader of the bytes @p text. */
-    cJsonReader(const QByteArray& text);
-    /** A reader of all that @p device, open for reading, has left; it is read now and not kept. */
-    cJsonReader(QIODevice* device);
+    explicit cJsonReader(const QByteArray& text);
+    /** A reader of all that @p device, open for reading, has left; it is read now and not kept. Null gives an empty
+     * text. */
+    explicit cJsonReader(QIODevice* device);
     /** A reader of the same text as @p other. */
     cJsonReader(const cJsonReader& other);
     virtual ~cJsonReader();

@@ -111,10 +111,13 @@ QByteArray JsonEscape::plain(QString text)
     text.replace(QLatin1Char('\t'), QLatin1String("\\t"));
     QString ascii;
     for (const QChar unit : qAsConst(text)) {
-        if (unit.unicode() > 127)
-            ascii += QString::asprintf("\\u%04x", uint(unit.unicode()));
-        else
+        if (unit.unicode() <= 127) {
             ascii += unit;
+            continue;
+        }
+        ascii += QLatin1String("\\u");
+        for (int shift = 12; shift >= 0; shift -= 4)
+            ascii += QLatin1Char(hexDigit((unit.unicode() >> shift) & 15));
     }
     return ascii.toLatin1();
 }

@@ -2,54 +2,28 @@
 
 #include "json/JsonDouble.h"
 #include "json/JsonEscape.h"
+#include "json/JsonKeyCodec.h"
 #include "json/cJsonParts.h"
 
-#include <QtCore/QTextCodec>
 #include <QtCore/QVarLengthArray>
 
 #include <charconv>
 #include <cstring>
+#include <limits>
 
 namespace {
 
-// Numbers of encodings at the assigned numbers authority. In these each character is encoded by itself.
-constexpr int MibLatin1 = 4;
-constexpr int MibUtf8 = 106;
+/// A byte array holds less than 2 GiB.
+constexpr int MaxSize = std::numeric_limits<int>::max() - 64;
 
 /// Strings are written in steps of this many units, so that no more than their escapes need is reserved.
 constexpr int StringStep = 2048;
-
-/// Whether text in ASCII is the same bytes in @p codec.
-bool keepsAscii(QTextCodec* codec)
-{
-    if (codec->mibEnum() == MibUtf8 || codec->mibEnum() == MibLatin1)
-        return true;
-    QByteArray ascii;
-    for (char c = 0; c >= 0 && c < 127; ++c)
-        ascii += c;
-    QTextCodec::ConverterState state(QTextCodec::IgnoreHeader);
-    return codec->fromUnicode(reinterpret_cast<const QChar*>(QString::fromLatin1(ascii).constData()), ascii.size(),
-                              &state) == ascii;
-}
-
-/// Whether each surrogate has its other half; what becomes of one that has none depends on what is written next.
-bool isWellFormed(const QString& text)
-{
-    for (int i = 0; i < text.size(); ++i) {
-        if (!text.at(i).isSurrogate())
-            continue;
-        if (!text.at(i).isHighSurrogate() || i + 1 == text.size() || !text.at(i + 1).isLowSurrogate())
-            return false;
-        ++i;
-    }
-    return true;
-}
 
 } // namespace
 
 bool cJsonByteWriter::write(const cJsonValue& v)
 {
-    if (!keepsAscii(m_codec))
+    if (!JsonKeyCodec::keepsAscii())
         return false;
     grow(SmallSize);
     if (!cJsonParts::isNested(v)) {
@@ -187,12 +161,8 @@ void cJsonByteWriter::writeKey(const QString& key)
 
 void cJsonByteWriter::writeEncodedKey(const QString& key)
 {
-    if ((m_codec->mibEnum() != MibUtf8 && m_codec->mibEnum() != MibLatin1) || !isWellFormed(key)) {
-        m_isUnable = true;
-        return;
-    }
-    QTextCodec::ConverterState state(QTextCodec::IgnoreHeader);
-    const QByteArray encoded = m_codec->fromUnicode(key.constData(), key.size(), &state);
+    QByteArray encoded;
+    m_isUnable = !JsonKeyCodec::encode(key, encoded) || m_isUnable;
     reserve(encoded.size() + SmallSize);
     writeBytes(encoded.constData(), encoded.size());
 }
@@ -212,7 +182,9 @@ void cJsonByteWriter::reserve(int size)
 void cJsonByteWriter::grow(int size)
 {
     const int used = m_out ? int(m_out - m_text.constData()) : 0;
-    m_text.resize(qMax(used + size, m_text.size() * 2));
+    if (size > MaxSize - used)
+        qBadAlloc(); // as a byte array does that would grow beyond its size
+    m_text.resize(used + qMax(size, qMin(used, MaxSize - used)));
     m_out = m_text.data() + used;
     m_limit = m_text.data() + m_text.size();
 }

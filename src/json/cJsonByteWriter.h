@@ -4,8 +4,6 @@
 
 #include <QtCore/QByteArray>
 
-class QTextCodec;
-
 /**
  * Writes the compact form straight into bytes, the same bytes as a text stream with default settings.
  *
@@ -15,9 +13,6 @@ class QTextCodec;
 class cJsonByteWriter
 {
 public:
-    /// @p codec the encoding of the stream.
-    explicit cJsonByteWriter(QTextCodec* codec) : m_codec(codec) {}
-
     /// Writes @p v. @return whether it could; nothing of the text may be used otherwise.
     bool write(const cJsonValue& v);
 
@@ -54,7 +49,6 @@ private:
     /// Room for a number, a word, a bracket, a comma and whatever stands beside them.
     static constexpr int SmallSize = 32;
 
-    QTextCodec* m_codec;
     QByteArray m_text;
     char* m_out = nullptr; ///< the end of what has been written; there is room up to `m_limit`
     char* m_limit = nullptr;

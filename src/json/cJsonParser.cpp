@@ -58,7 +58,7 @@ cJsonParser::Outcome cJsonParser::readString()
         return failValue();
     if (isShort)
         m_knownStrings.insert(begin, end, text);
-    m_values.push(text);
+    cJsonParts::setString(m_values.push(), text);
     return ValueDone;
 }
 
@@ -126,7 +126,7 @@ cJsonParser::Outcome cJsonParser::readName()
         m_at = JsonScan::skipSpaces(m_at, m_end);
     }
     const char first = m_at < m_end ? *m_at++ : '\0';
-    if (first == '}' && (m_names.size() == m_levels.last().names || m_names.last().isEmpty()))
+    if (first == '}' && (m_names.size() == m_levels.last().names || m_names.last()->isEmpty()))
         return close();
     bool isPlain = false;
     const char* const begin = m_at;
@@ -134,24 +134,27 @@ cJsonParser::Outcome cJsonParser::readName()
     if (!end)
         return fail("Missing '}' or object member name");
     m_at = end + 1;
-    return decodeName(begin, end, isPlain);
-}
-
-cJsonParser::Outcome cJsonParser::decodeName(const char* begin, const char* end, bool isPlain)
-{
-    const QString* name = m_knownNames.find(begin, end);
-    QString decoded;
-    if (!name) {
-        if (!JsonText::decode(begin, end, isPlain, decoded))
-            return Failed;
-        m_knownNames.insert(begin, end, decoded);
-        name = &decoded;
-    }
+    const QString* const name = decodeName(begin, end, isPlain);
+    if (!name)
+        return Failed;
     m_at = JsonScan::skipSpaces(m_at, m_end);
     if (m_at == m_end || *m_at++ != ':')
         return fail("Missing ':' after object member name");
-    m_names.push(*name);
+    m_names.push(name);
     return ValueFollows;
+}
+
+/// The name that stands from @p begin to @p end; null when it cannot be decoded.
+const QString* cJsonParser::decodeName(const char* begin, const char* end, bool isPlain)
+{
+    if (const QString* const* const known = m_knownNames.find(begin, end))
+        return *known;
+    QString decoded;
+    if (!JsonText::decode(begin, end, isPlain, decoded))
+        return nullptr;
+    m_decodedNames.push_back(decoded);
+    m_knownNames.insert(begin, end, &m_decodedNames.back());
+    return &m_decodedNames.back();
 }
 
 cJsonParser::Outcome cJsonParser::goOn()
@@ -203,9 +206,8 @@ cJsonParser::Outcome cJsonParser::close()
     } else {
         QMap<QString, cJsonValue> members = m_mapBuilder.build(m_names.at(level.names), values, count);
         m_values.forget(level.values);
+        m_names.forget(level.names);
         cJsonParts::setObject(m_values.push(), members);
-        while (m_names.size() > level.names)
-            m_names.pop();
     }
     m_levels.pop();
     return ValueDone;
@@ -223,9 +225,9 @@ cJsonParser::Outcome cJsonParser::fail(const char* message)
 cJsonParser::Outcome cJsonParser::failValue()
 {
     if (m_levels.size() > 0 && !m_levels.last().isArray) {
-        const QString* const first = m_names.at(m_levels.last().names);
-        const QString* const name = m_names.at(m_names.size() - 1);
-        if (std::find(first, name, *name) != name) {
+        const QString* const* const first = m_names.at(m_levels.last().names);
+        const QString* const* const last = m_names.at(m_names.size() - 1);
+        if (std::any_of(first, last, [=](const QString* earlier) { return *earlier == **last; })) {
             m_names.pop();
             return Failed;
         }

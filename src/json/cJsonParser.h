@@ -4,6 +4,8 @@
 #include "json/cJsonScratch.h"
 #include "json/cJsonTextCache.h"
 
+#include <deque>
+
 /**
  * One reading of a JSON text.
  *
@@ -56,7 +58,7 @@ private:
     Outcome openArray();
     Outcome openObject();
     Outcome readName();
-    Outcome decodeName(const char* begin, const char* end, bool isPlain);
+    const QString* decodeName(const char* begin, const char* end, bool isPlain);
     Outcome goOn();
     Outcome goOnInArray(char first);
     Outcome goOnInObject(char first);
@@ -79,9 +81,10 @@ private:
     const char* m_at;
     const char* m_end;
     cJsonScratch<cJsonValue> m_values;
-    cJsonScratch<QString> m_names;
+    cJsonScratch<const QString*> m_names;
     cJsonScratch<Level> m_levels;
-    cJsonTextCache<8> m_knownNames;
-    cJsonTextCache<9> m_knownStrings;
+    std::deque<QString> m_decodedNames; ///< all that `m_names` and the map builder point to
+    cJsonTextCache<const QString*, 8> m_knownNames;
+    cJsonTextCache<QString, 9> m_knownStrings;
     cJsonMapBuilder m_mapBuilder;
 };

@@ -20,8 +20,16 @@ public:
     static QVector<cJsonValue> takeElements(const cJsonValue* from, int count)
     {
         QVector<cJsonValue> elements(count);
-        copyBytes(from, elements.data(), count);
+        if (count > 0)
+            copyBytes(from, elements.data(), count);
         return elements;
+    }
+
+    /// Makes @p v the string @p text, which gets what it had.
+    static void setString(cJsonValue& v, QString& text)
+    {
+        v.m_type = StringType;
+        v.m_string.swap(text);
     }
 
     /// Makes @p v an array of @p elements, which get what it had.

@@ -14,7 +14,7 @@ cJsonReader::cJsonReader(const QString& text) : m_input(text.toLatin1()) {}
 
 cJsonReader::cJsonReader(const QByteArray& text) : m_input(text) {}
 
-cJsonReader::cJsonReader(QIODevice* device) : m_input(device->readAll()) {}
+cJsonReader::cJsonReader(QIODevice* device) : m_input(device ? device->readAll() : QByteArray()) {}
 
 cJsonReader::cJsonReader(const cJsonReader& other) = default;
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <QtCore/QString>
+#include <QtCore/QtGlobal>
 
 #include <array>
 #include <cstring>
@@ -50,25 +50,27 @@ inline bool areSame(const char* a, const char* b, size_t size)
 } // namespace JsonHash
 
 /**
- * Texts by their bytes, so that one that comes again is neither decoded nor allocated, and the same text is the same
- * shared string. There are two places for each hash; a newer text pushes the older one out.
+ * Decoded texts by their bytes, so that one that comes again is neither decoded nor allocated. There are two places for
+ * each hash; a newer text pushes the older one out.
+ *
+ * @tparam Text what is known of a text; its default value stands for nothing.
  */
-template <int SlotBits>
+template <typename Text, int SlotBits>
 class cJsonTextCache
 {
 public:
     /// The text decoded from @p begin to @p end; null when it is not known. It lives until the next `insert`.
-    const QString* find(const char* begin, const char* end);
+    const Text* find(const char* begin, const char* end);
 
     /// Keeps @p text, which was decoded from @p begin to @p end; these bytes must outlive the cache.
-    void insert(const char* begin, const char* end, const QString& text);
+    void insert(const char* begin, const char* end, const Text& text);
 
 private:
     struct Entry
     {
         const char* bytes = nullptr;
         size_t size = 0;
-        QString text;
+        Text text{};
 
         bool holds(const char* begin, size_t length) const
         {
@@ -81,14 +83,14 @@ private:
     std::array<std::array<Entry, 2>, 1 << SlotBits> m_slots;
 };
 
-template <int SlotBits>
-inline auto cJsonTextCache<SlotBits>::slotOf(const char* begin, size_t size) -> std::array<Entry, 2>&
+template <typename Text, int SlotBits>
+inline auto cJsonTextCache<Text, SlotBits>::slotOf(const char* begin, size_t size) -> std::array<Entry, 2>&
 {
     return m_slots[JsonHash::ofText(begin, size) >> (64 - SlotBits)];
 }
 
-template <int SlotBits>
-inline const QString* cJsonTextCache<SlotBits>::find(const char* begin, const char* end)
+template <typename Text, int SlotBits>
+inline const Text* cJsonTextCache<Text, SlotBits>::find(const char* begin, const char* end)
 {
     const size_t size = size_t(end - begin);
     std::array<Entry, 2>& slot = slotOf(begin, size);
@@ -97,8 +99,8 @@ inline const QString* cJsonTextCache<SlotBits>::find(const char* begin, const ch
     return slot[1].holds(begin, size) ? &slot[1].text : nullptr;
 }
 
-template <int SlotBits>
-inline void cJsonTextCache<SlotBits>::insert(const char* begin, const char* end, const QString& text)
+template <typename Text, int SlotBits>
+inline void cJsonTextCache<Text, SlotBits>::insert(const char* begin, const char* end, const Text& text)
 {
     std::array<Entry, 2>& slot = slotOf(begin, size_t(end - begin));
     slot[1] = std::move(slot[0]);

@@ -4,12 +4,11 @@
 
 #include "json/cJsonByteWriter.h"
 
-#include <QtCore/QTextCodec>
 #include <QtCore/QTextStream>
 
 QByteArray cJsonWriter::serialize(const cJsonValue& v)
 {
-    cJsonByteWriter writer(QTextCodec::codecForLocale());
+    cJsonByteWriter writer;
     if (writer.write(v))
         return writer.takeText();
     QByteArray text;

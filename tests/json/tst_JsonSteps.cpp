@@ -181,13 +181,13 @@ void tst_JsonSteps::maps()
     for (int i = 0; i < Inputs / 10; ++i) {
         const int count = below(6);
         const int first = below(2);
-        QString keys[6];
+        const QString* keys[6];
         cJsonValue* const values = static_cast<cJsonValue*>(std::malloc(sizeof(cJsonValue) * 6));
         cJsonMapBuilder::Map plain;
         for (int k = 0; k < count; ++k) {
-            keys[k] = names[i % 5 == 0 ? below(6) : (first + k) % 6];
+            keys[k] = &names[i % 5 == 0 ? below(6) : (first + k) % 6];
             new (values + k) cJsonValue(QString::number(k));
-            plain.insert(keys[k], values[k]);
+            plain.insert(*keys[k], values[k]);
         }
         QVERIFY(builder.build(keys, values, count) == plain); // the values' bytes are in the map now
         std::free(static_cast<void*>(values));
