@@ -79,6 +79,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     const cJsonValue again = reader.parse();
     require(document == again && document.equivalentTo(again), "two readings are equal", text);
     require(document.containedIn(again) == document.isObject(), "an object is contained in itself", text);
+    // Long texts are read with what has been read before in mind.
+    bool isLongOk = false;
+    require(cJsonReader(QByteArray(5000, ' ') + text).parse(&isLongOk) == document && isLongOk == ok,
+            "length does not matter", text);
     const QByteArray written = cJsonWriter::serialize(document);
     require(streamed(document) == written, "writer and stream give the same bytes", text);
     document.prettyPrint(0);

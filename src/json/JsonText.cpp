@@ -4,6 +4,8 @@
 
 #include <QtCore/QVarLengthArray>
 
+#include <array>
+
 namespace {
 
 /// What the letter of an escape stands for; 0 when it is none of the one-letter escapes.
@@ -29,27 +31,29 @@ char meaningOf(char letter)
     }
 }
 
-int hexDigit(char c)
+/// The value of each byte as a hex digit, -1 for those that are none.
+constexpr std::array<qint8, 256> hexDigits()
 {
-    if (c >= '0' && c <= '9')
-        return c - '0';
-    const char lower = char(c | 0x20);
-    return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
+    std::array<qint8, 256> table{};
+    for (qint8& value : table)
+        value = -1;
+    for (int i = 0; i < 10; ++i)
+        table[size_t('0' + i)] = qint8(i);
+    for (int i = 0; i < 6; ++i)
+        table[size_t('a' + i)] = table[size_t('A' + i)] = qint8(10 + i);
+    return table;
 }
 
-/// Four hex digits at @p at as a UTF-16 unit; -1 when they are none or too few.
+constexpr std::array<qint8, 256> s_hexDigits = hexDigits();
+
+/// Four hex digits at @p at as a UTF-16 unit; negative when they are none or too few.
 int hexUnit(const char* at, const char* end)
 {
     if (end - at < 4)
         return -1;
-    int unit = 0;
-    for (int i = 0; i < 4; ++i) {
-        const int digit = hexDigit(at[i]);
-        if (digit < 0)
-            return -1;
-        unit = unit * 16 + digit;
-    }
-    return unit;
+    const int digits[] = {s_hexDigits[quint8(at[0])], s_hexDigits[quint8(at[1])], s_hexDigits[quint8(at[2])],
+                          s_hexDigits[quint8(at[3])]};
+    return digits[0] * 4096 | digits[1] * 256 | digits[2] * 16 | digits[3];
 }
 
 using Units = QVarLengthArray<ushort, 512>;

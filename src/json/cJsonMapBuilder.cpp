@@ -5,6 +5,21 @@
 #include <algorithm>
 #include <numeric>
 
+namespace {
+
+/// An odd number without a pattern, whose multiples spread over the high bits.
+constexpr quint64 HashFactor = Q_UINT64_C(0x9E3779B97F4A7C15);
+
+} // namespace
+
+cJsonMapBuilder::cJsonMapBuilder(int shapeBits, int knownBits)
+    : m_shapeShift(64 - shapeBits)
+    , m_knownShift(64 - knownBits)
+    , m_shapes(size_t(1) << shapeBits)
+    , m_known(size_t(1) << knownBits)
+{
+}
+
 cJsonMapBuilder::Map cJsonMapBuilder::buildPlain(const QString* const* names, cJsonValue* values, int count)
 {
     Map map;
@@ -15,7 +30,7 @@ cJsonMapBuilder::Map cJsonMapBuilder::buildPlain(const QString* const* names, cJ
 
 cJsonMapBuilder::Map cJsonMapBuilder::build(const QString* const* names, cJsonValue* values, int count)
 {
-    if (count < MinShape || count > MaxShape)
+    if (count == 0 || count > MaxShape)
         return buildPlain(names, values, count);
     Shape& shape = slotOf(names, count);
     if (!matches(shape, names, count)) {
@@ -27,13 +42,13 @@ cJsonMapBuilder::Map cJsonMapBuilder::build(const QString* const* names, cJsonVa
     // Names that come twice in one object leave the map shorter than the text.
     if (shape.skeleton.size() != count)
         return buildPlain(names, values, count);
-    return fill(shape, values);
+    return isRepeating(shape) ? share(shape, values) : fill(shape, values);
 }
 
 cJsonMapBuilder::Shape& cJsonMapBuilder::slotOf(const QString* const* names, int count)
 {
     const quint64 ends = quint64(quintptr(names[0])) + quint64(quintptr(names[count - 1])) * 31 + quint64(count);
-    return m_shapes[(ends * Q_UINT64_C(0x9E3779B97F4A7C15)) >> (64 - SlotBits)];
+    return m_shapes[size_t((ends * HashFactor) >> m_shapeShift)];
 }
 
 bool cJsonMapBuilder::matches(const Shape& shape, const QString* const* names, int count)
@@ -43,9 +58,9 @@ bool cJsonMapBuilder::matches(const Shape& shape, const QString* const* names, i
 
 void cJsonMapBuilder::remember(Shape& shape, const QString* const* names, int count)
 {
+    shape = Shape();
     shape.names.assign(names, names + count);
-    shape.sorted.clear();
-    shape.skeleton.clear();
+    shape.number = ++m_lastShape;
 }
 
 void cJsonMapBuilder::makeSkeleton(Shape& shape)
@@ -65,4 +80,39 @@ cJsonMapBuilder::Map cJsonMapBuilder::fill(const Shape& shape, cJsonValue* value
     for (auto member = map.begin(); member != map.end(); ++member)
         cJsonParts::relocate(values + *source++, *member);
     return map;
+}
+
+/// Whether objects of @p shape are worth looking for: not when fewer than one in eight has been found so far.
+bool cJsonMapBuilder::isRepeating(const Shape& shape)
+{
+    return shape.objects < 64 || shape.repeated >= shape.objects / 8;
+}
+
+cJsonMapBuilder::Map cJsonMapBuilder::share(Shape& shape, cJsonValue* values)
+{
+    const int count = int(shape.sorted.size());
+    quint64 hash = shape.number;
+    for (int i = 0; i < count; ++i)
+        hash = (hash ^ cJsonParts::contentWord(values[i])) * HashFactor;
+    KnownMap& known = m_known[size_t(hash >> m_knownShift)];
+    ++shape.objects;
+    if (known.hash != hash || known.shape != shape.number || !holds(known.map, shape, values)) {
+        known = KnownMap{hash, shape.number, fill(shape, values)};
+        return known.map;
+    }
+    ++shape.repeated;
+    std::for_each(values, values + count, [](cJsonValue& value) { value.~cJsonValue(); });
+    return known.map;
+}
+
+// What the known map refers to is alive, so an equal address is an equal content.
+bool cJsonMapBuilder::holds(const Map& map, const Shape& shape, const cJsonValue* values)
+{
+    auto source = shape.sorted.begin();
+    for (const cJsonValue& known : map) {
+        const cJsonValue& value = values[*source++];
+        if (known.type() != value.type() || cJsonParts::contentWord(known) != cJsonParts::contentWord(value))
+            return false;
+    }
+    return true;
 }

@@ -8,6 +8,19 @@
 #include <algorithm>
 #include <cstring>
 
+cJsonParser::Known::Known(int textBits)
+    : names(qBound(4, textBits - 7, 8))
+    , strings(qBound(3, textBits - 9, 9))
+    , maps(qBound(2, textBits - 10, 6), qBound(2, textBits - 10, 8))
+{
+}
+
+cJsonParser::cJsonParser(const char* begin, const char* end) : m_at(begin), m_end(end)
+{
+    if (end - begin > MaxShortText)
+        m_known.emplace(32 - int(qCountLeadingZeroBits(quint32(end - begin))));
+}
+
 bool cJsonParser::read(cJsonValue& document)
 {
     Outcome outcome = readValue();
@@ -47,8 +60,8 @@ cJsonParser::Outcome cJsonParser::readString()
     m_at = end ? end + 1 : m_end;
     if (!end)
         return failValue();
-    const bool isShort = end - begin <= MaxKnownString;
-    const QString* const known = isShort ? m_knownStrings.find(begin, end) : nullptr;
+    const bool isKept = m_known && m_known->strings.isUseful() && end - begin <= MaxKnownString;
+    const QString* const known = isKept ? m_known->strings.find(begin, end) : nullptr;
     if (known) {
         m_values.push(*known);
         return ValueDone;
@@ -56,8 +69,8 @@ cJsonParser::Outcome cJsonParser::readString()
     QString text;
     if (!JsonText::decode(begin, end, isPlain, text))
         return failValue();
-    if (isShort)
-        m_knownStrings.insert(begin, end, text);
+    if (isKept)
+        m_known->strings.insert(begin, end, text);
     cJsonParts::setString(m_values.push(), text);
     return ValueDone;
 }
@@ -147,13 +160,16 @@ cJsonParser::Outcome cJsonParser::readName()
 /// The name that stands from @p begin to @p end; null when it cannot be decoded.
 const QString* cJsonParser::decodeName(const char* begin, const char* end, bool isPlain)
 {
-    if (const QString* const* const known = m_knownNames.find(begin, end))
+    const bool isKept = m_known && m_known->names.isUseful();
+    const QString* const* const known = isKept ? m_known->names.find(begin, end) : nullptr;
+    if (known)
         return *known;
     QString decoded;
     if (!JsonText::decode(begin, end, isPlain, decoded))
         return nullptr;
     m_decodedNames.push_back(decoded);
-    m_knownNames.insert(begin, end, &m_decodedNames.back());
+    if (isKept)
+        m_known->names.insert(begin, end, &m_decodedNames.back());
     return &m_decodedNames.back();
 }
 
@@ -204,7 +220,9 @@ cJsonParser::Outcome cJsonParser::close()
         m_values.forget(level.values);
         cJsonParts::setArray(m_values.push(), elements);
     } else {
-        QMap<QString, cJsonValue> members = m_mapBuilder.build(m_names.at(level.names), values, count);
+        const QString* const* const names = m_names.at(level.names);
+        QMap<QString, cJsonValue> members =
+            m_known ? m_known->maps.build(names, values, count) : cJsonMapBuilder::buildPlain(names, values, count);
         m_values.forget(level.values);
         m_names.forget(level.names);
         cJsonParts::setObject(m_values.push(), members);

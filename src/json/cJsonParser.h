@@ -5,6 +5,7 @@
 #include "json/cJsonTextCache.h"
 
 #include <deque>
+#include <optional>
 
 /**
  * One reading of a JSON text.
@@ -17,7 +18,7 @@ class cJsonParser
 {
 public:
     /// A reading of @p begin to @p end, which must outlive it.
-    cJsonParser(const char* begin, const char* end) : m_at(begin), m_end(end) {}
+    cJsonParser(const char* begin, const char* end);
 
     /// Reads one value, and comments before it, into @p document. @return whether it was complete.
     bool read(cJsonValue& document);
@@ -51,6 +52,17 @@ private:
         bool isArray;
     };
 
+    /// What has been read before and may come again.
+    struct Known
+    {
+        cJsonTextCache<const QString*> names;
+        cJsonTextCache<QString> strings;
+        cJsonMapBuilder maps;
+
+        /// As much as pays off for a text of 2^ @p textBits bytes.
+        explicit Known(int textBits);
+    };
+
     Outcome readValue();
     Outcome readString();
     Outcome readNumber();
@@ -77,6 +89,7 @@ private:
 
     /// Longer strings come again too seldom to be looked for.
     static constexpr int MaxKnownString = 1024;
+    static constexpr int MaxShortText = 2048;
 
     const char* m_at;
     const char* m_end;
@@ -84,7 +97,5 @@ private:
     cJsonScratch<const QString*> m_names;
     cJsonScratch<Level> m_levels;
     std::deque<QString> m_decodedNames; ///< all that `m_names` and the map builder point to
-    cJsonTextCache<const QString*, 8> m_knownNames;
-    cJsonTextCache<QString, 9> m_knownStrings;
-    cJsonMapBuilder m_mapBuilder;
+    std::optional<Known> m_known;       ///< not for short texts, which would take longer to set it up than to read
 };

@@ -13,6 +13,32 @@ public:
     static const QVector<cJsonValue>& array(const cJsonValue& v) { return v.m_array; }
     static const QMap<QString, cJsonValue>& object(const cJsonValue& v) { return v.m_object; }
 
+    /**
+     * The content of a value that has none but that of its type, in one word: numbers as they are, strings, arrays and
+     * objects as the address of what they share. Values of one type with the same word are equal.
+     */
+    static quint64 contentWord(const cJsonValue& v)
+    {
+        switch (v.m_type) {
+        case IntType:
+            return quint32(v.m_int);
+        case UIntType:
+            return v.m_uint;
+        case DoubleType:
+            return bits(v.m_double);
+        case StringType:
+            return quintptr(v.m_string.constData());
+        case BooleanType:
+            return v.m_bool;
+        case ArrayType:
+            return quintptr(v.m_array.constData());
+        case ObjectType:
+            return v.m_object.isEmpty() ? 0 : quintptr(&*v.m_object.constBegin());
+        default:
+            return 0;
+        }
+    }
+
     /// Moves the bytes of @p from into @p to, which owns nothing. @p from may then only be forgotten.
     static void relocate(const cJsonValue* from, cJsonValue& to) { copyBytes(from, &to, 1); }
 
@@ -50,6 +76,13 @@ public:
 
 private:
     struct FromVariantLevel;
+
+    static quint64 bits(double number)
+    {
+        quint64 word;
+        std::memcpy(&word, &number, sizeof word);
+        return word;
+    }
 
     // A default value owns nothing, so that its bytes can be replaced without destroying it first.
     static void copyBytes(const cJsonValue* from, cJsonValue* to, int count)

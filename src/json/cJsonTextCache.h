@@ -5,6 +5,7 @@
 #include <array>
 #include <cstring>
 #include <utility>
+#include <vector>
 
 namespace JsonHash {
 
@@ -51,14 +52,20 @@ inline bool areSame(const char* a, const char* b, size_t size)
 
 /**
  * Decoded texts by their bytes, so that one that comes again is neither decoded nor allocated. There are two places for
- * each hash; a newer text pushes the older one out.
+ * each hash; a newer text pushes the older one out. Where fewer than one in eight is found, it is not asked any more.
  *
  * @tparam Text what is known of a text; its default value stands for nothing.
  */
-template <typename Text, int SlotBits>
+template <typename Text>
 class cJsonTextCache
 {
 public:
+    /// A cache of 2^ @p slotBits pairs of places; @p slotBits is at least 1.
+    explicit cJsonTextCache(int slotBits) : m_shift(64 - slotBits), m_slots(size_t(1) << slotBits) {}
+
+    /// Whether it is still worth asking.
+    bool isUseful() const { return m_asked < 128 || m_found >= m_asked / 8; }
+
     /// The text decoded from @p begin to @p end; null when it is not known. It lives until the next `insert`.
     const Text* find(const char* begin, const char* end);
 
@@ -78,31 +85,36 @@ private:
         }
     };
 
-    std::array<Entry, 2>& slotOf(const char* begin, size_t size);
+    using Slot = std::array<Entry, 2>;
 
-    std::array<std::array<Entry, 2>, 1 << SlotBits> m_slots;
+    Slot& slotOf(const char* begin, size_t size) { return m_slots[size_t(JsonHash::ofText(begin, size) >> m_shift)]; }
+
+    int m_shift;
+    quint32 m_asked = 0;
+    quint32 m_found = 0;
+    std::vector<Slot> m_slots;
 };
 
-template <typename Text, int SlotBits>
-inline auto cJsonTextCache<Text, SlotBits>::slotOf(const char* begin, size_t size) -> std::array<Entry, 2>&
-{
-    return m_slots[JsonHash::ofText(begin, size) >> (64 - SlotBits)];
-}
-
-template <typename Text, int SlotBits>
-inline const Text* cJsonTextCache<Text, SlotBits>::find(const char* begin, const char* end)
+template <typename Text>
+inline const Text* cJsonTextCache<Text>::find(const char* begin, const char* end)
 {
     const size_t size = size_t(end - begin);
-    std::array<Entry, 2>& slot = slotOf(begin, size);
-    if (slot[0].holds(begin, size))
-        return &slot[0].text;
-    return slot[1].holds(begin, size) ? &slot[1].text : nullptr;
+    Slot& slot = slotOf(begin, size);
+    ++m_asked;
+    for (const Entry& entry : slot) {
+        if (entry.holds(begin, size)) {
+            ++m_found;
+            return &entry.text;
+        }
+    }
+    return nullptr;
 }
 
-template <typename Text, int SlotBits>
-inline void cJsonTextCache<Text, SlotBits>::insert(const char* begin, const char* end, const Text& text)
+template <typename Text>
+inline void cJsonTextCache<Text>::insert(const char* begin, const char* end, const Text& text)
 {
-    std::array<Entry, 2>& slot = slotOf(begin, size_t(end - begin));
+    const size_t size = size_t(end - begin);
+    Slot& slot = slotOf(begin, size);
     slot[1] = std::move(slot[0]);
-    slot[0] = Entry{begin, size_t(end - begin), text};
+    slot[0] = Entry{begin, size, text};
 }
