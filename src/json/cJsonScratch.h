@@ -52,7 +52,7 @@ public:
 private:
     void grow()
     {
-        const quint32 capacity = m_capacity ? m_capacity * 2 : 64;
+        const quint32 capacity = m_capacity ? m_capacity * 2 : 16;
         void* const values = std::realloc(static_cast<void*>(m_values), size_t(capacity) * sizeof(T));
         if (!values)
             throw std::bad_alloc();
