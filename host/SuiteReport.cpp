@@ -62,7 +62,7 @@ QString cell(const QJsonValue& value)
     if (value.isDouble())
         return QString::number(value.toInt());
     QStringList items;
-    for (const QJsonValue& item : value.toArray())
+    for (const auto& item : value.toArray())
         items.append(item.toString());
     return value.isArray() ? items.join(QStringLiteral(", ")) : value.toString();
 }
@@ -70,7 +70,7 @@ QString cell(const QJsonValue& value)
 QString table(const QJsonArray& objects, const QStringList& members)
 {
     cTextTable table(members);
-    for (const QJsonValue& object : objects) {
+    for (const auto& object : objects) {
         QStringList cells;
         for (const QString& member : members)
             cells.append(cell(object.toObject().value(member)));

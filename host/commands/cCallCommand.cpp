@@ -38,11 +38,10 @@ bool readArguments(const QStringList& texts, bool areJson, QJsonArray* arguments
 void printResult(const QJsonObject& answer, bool asJson)
 {
     const QJsonValue value = answer.value(QStringLiteral("value"));
-    if (asJson)
-        Terminal::answer(jsonText(value));
-    else if (value.isString())
+    const bool isNothing = answer.value(QStringLiteral("type")) == QLatin1String("void");
+    if (value.isString() && !asJson)
         Terminal::answer(value.toString());
-    else if (answer.value(QStringLiteral("type")) != QLatin1String("void"))
+    else if (asJson || !isNothing)
         Terminal::answer(jsonText(value));
 }
 
