@@ -1,0 +1,19 @@
+#pragma once
+
+#include <QtTest/QTestData>
+#include <QtTest/QtTest>
+
+/// The columns of a test's data table; a call adds a row:
+/// `const Rows<QString, int> row("text", "number"); row("nothing", "", 0);`
+template <typename... Columns>
+class Rows
+{
+public:
+    template <typename... Names>
+    explicit Rows(Names... names)
+    {
+        (QTest::addColumn<Columns>(names), ...);
+    }
+
+    void operator()(const char* name, const Columns&... values) const { (QTest::newRow(name) << ... << values); }
+};
