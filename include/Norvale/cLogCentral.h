@@ -107,7 +107,8 @@ public:
      * An object of the thread that writes the line is called directly, with the central's lock held, so it must not
      * log; one of another thread is called through that thread's event loop.
      *
-     * @param object the hook. It is not owned; its destruction removes it. Null is ignored.
+     * @param object the hook. It is not owned; its destruction removes it. Remove it earlier yourself when other
+     * threads may log while it is being destroyed. Null is ignored.
      * @param method plain name of the method, without signature; only the pointer is kept, so it must stay valid. A
      * name given earlier for the same object is replaced.
      */

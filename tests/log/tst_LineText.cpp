@@ -106,6 +106,11 @@ QTextStream& inGerman(QTextStream& stream)
     stream.setLocale(QLocale(QLocale::German));
     return stream;
 }
+/// The conversion keeps the half until the other one arrives.
+QTextStream& halfCharacter(QTextStream& stream)
+{
+    return stream << QChar(0xd83d) << Qt::flush;
+}
 QTextStream& toNothing(QTextStream& stream)
 {
     stream.setDevice(nullptr);
@@ -129,7 +134,7 @@ const Streaming streamings[] = {
     [](QDebug& debug, int value) { debug << Qt::fixed << qSetRealNumberPrecision(value % 9); },
     [](QDebug& debug, int) { debug.nospace(); },
     [](QDebug& debug, int) { debug.noquote().verbosity(7); },
-    [](QDebug& debug, int) { debug << QChar(0xd83d) << Qt::flush; }, // half a character
+    [](QDebug& debug, int) { debug << halfCharacter; },
     [](QDebug& debug, int) { debug << Qt::left << Qt::uppercasedigits; },
     [](QDebug& debug, int) { debug << Qt::flush; },
     [](QDebug& debug, int) { debug << Qt::endl; },

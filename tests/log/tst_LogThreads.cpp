@@ -133,10 +133,10 @@ void tst_LogThreads::fileMayChangeMeanwhile()
 
 void tst_LogThreads::hooksMayComeAndGo()
 {
-    QThread other;
-    other.start();
     CountingHook steady;
+    QThread other;
     steady.moveToThread(&other);
+    other.start();
     cLogCentral::addHook(&steady, "onLine");
     cLogCentral::setDebuggerOutput(true);
     QAtomicInt written;

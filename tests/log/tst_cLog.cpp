@@ -151,7 +151,7 @@ void tst_cLog::assignmentLetsWaitingThreadsOn()
         to = from;
     }
     QVERIFY(waiting->wait(60000));
-    QVERIFY(m_file->closeAndStrip().endsWith(QStringLiteral("]waited \n")));
+    QVERIFY(m_file->closeAndStrip().contains(QStringLiteral("]waited \n")));
 }
 
 void tst_cLog::everyLineBeginsFresh()
