@@ -177,6 +177,22 @@ void tst_JsonSteps::escape()
 void tst_JsonSteps::maps()
 {
     const QString names[] = {"delta", "alpha", "charlie", "bravo", "", "echo"};
+    const cJsonValue array = cJsonValue().append(1);
+    const cJsonValue choices[] = {cJsonValue(),
+                                  true,
+                                  false,
+                                  0,
+                                  1,
+                                  1u,
+                                  0.0,
+                                  1.0,
+                                  "x",
+                                  "",
+                                  array,
+                                  cJsonValue(array).append(2),
+                                  cJsonValue(ArrayType),
+                                  cJsonValue(ObjectType),
+                                  cJsonValue().insert("a", 1)};
     cJsonMapBuilder builder(2, 2);
     for (int i = 0; i < Inputs / 10; ++i) {
         const int count = below(6);
@@ -186,7 +202,7 @@ void tst_JsonSteps::maps()
         cJsonMapBuilder::Map plain;
         for (int k = 0; k < count; ++k) {
             keys[k] = &names[i % 5 == 0 ? below(6) : (first + k) % 6];
-            new (values + k) cJsonValue(QString::number(k));
+            new (values + k) cJsonValue(choices[below(i % 7 ? 15 : 3)]);
             plain.insert(*keys[k], values[k]);
         }
         QVERIFY(builder.build(keys, values, count) == plain); // the values' bytes are in the map now
