@@ -8,6 +8,13 @@
 #include <numeric>
 #include <utility>
 
+void cDependencyOrder::reserve(int records, int places)
+{
+    m_names.reserve(size_t(records));
+    m_dependencies.reserve(size_t(records));
+    m_list.reserve(size_t(places));
+}
+
 int cDependencyOrder::addRecord(const QString& name, const QStringList& dependencies)
 {
     m_names.push_back(name);
@@ -54,25 +61,31 @@ QVector<int> cDependencyOrder::order()
 
 void cDependencyOrder::resolve()
 {
+    size_t dependencies = 0;
+    for (const QStringList& texts : m_dependencies)
+        dependencies += size_t(texts.size());
     const cNameIndex index(m_names);
     std::vector<int> dependents; // who has the dependency of the same place in m_providers
-    m_providersBegin.push_back(0);
+    dependents.reserve(dependencies);
+    m_providers.reserve(dependencies);
+    m_providersBegin.reserve(m_names.size() + 1);
+    m_missing.reserve(m_names.size());
     for (int record = 0; record < count(); ++record) {
-        for (const QString& text : m_dependencies[record]) {
+        m_providersBegin.push_back(int(m_providers.size()));
+        for (const QString& text : qAsConst(m_dependencies[record])) {
             m_providers.push_back(index.find(cPluginDependency::nameOf(text)));
             dependents.push_back(record);
         }
         m_missing.push_back(m_dependencies[record].size());
-        m_providersBegin.push_back(int(m_providers.size()));
     }
-    m_dependents.build(count(), m_providers, dependents);
-    std::vector<int> places(m_list.size());
-    std::iota(places.begin(), places.end(), 0);
-    m_places.build(count(), m_list, places);
+    m_providersBegin.push_back(int(m_providers.size()));
+    m_dependents.build(count(), m_providers, [&](size_t i) { return dependents[i]; });
+    m_places.build(count(), m_list, [](size_t i) { return int(i); });
     m_isPlaced.resize(m_names.size());
 }
 
-void cDependencyOrder::cGroups::build(int count, const std::vector<int>& keys, const std::vector<int>& values)
+template <typename ValueOf>
+void cDependencyOrder::cGroups::build(int count, const std::vector<int>& keys, ValueOf valueOf)
 {
     m_begin.assign(size_t(count) + 1, 0);
     for (int key : keys) {
@@ -84,7 +97,7 @@ void cDependencyOrder::cGroups::build(int count, const std::vector<int>& keys, c
     m_values.resize(size_t(m_begin.back()));
     for (size_t i = keys.size(); i-- > 0;) {
         if (keys[i] != Absent)
-            m_values[--m_begin[keys[i]]] = values[i];
+            m_values[--m_begin[keys[i]]] = valueOf(i);
     }
 }
 

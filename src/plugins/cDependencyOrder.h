@@ -19,6 +19,9 @@
 class cDependencyOrder
 {
 public:
+    /// Makes room for as many records and places; more are welcome.
+    void reserve(int records, int places);
+
     /// Appends a record to the load list. @return the record's number, counted from 0.
     int addRecord(const QString& name, const QStringList& dependencies);
 
@@ -47,8 +50,9 @@ private:
             const int* end() const { return last; }
         };
 
-        /// Puts the number `values[i]` into the group `keys[i]`, in this order, except where the key is Absent.
-        void build(int count, const std::vector<int>& keys, const std::vector<int>& values);
+        /// Puts the number `valueOf(i)` into the group `keys[i]`, in this order, except where the key is Absent.
+        template <typename ValueOf>
+        void build(int count, const std::vector<int>& keys, ValueOf valueOf);
         Group group(int key) const { return {m_values.data() + m_begin[key], m_values.data() + m_begin[key + 1]}; }
 
     private:

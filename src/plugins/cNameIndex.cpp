@@ -3,7 +3,7 @@
 #include <QtCore/QtMath>
 
 cNameIndex::cNameIndex(const std::vector<QString>& names)
-    : m_names(names), m_slots(qNextPowerOfTwo(quint32(2 * names.size() + 1)), Slot{0, Absent})
+    : m_names(names), m_slots(qNextPowerOfTwo(quint32(names.size() + names.size() / 2)), Slot{0, Absent})
 {
     for (int place = 0; place < int(names.size()); ++place) {
         const uint hash = qHash(QStringView(names[place]));

@@ -32,5 +32,5 @@ private:
     size_t slotOf(QStringView name, uint hash) const;
 
     const std::vector<QString>& m_names;
-    std::vector<Slot> m_slots; // their number is a power of two, at least twice that of the names
+    std::vector<Slot> m_slots; // a power of two, at least half as many again as names
 };

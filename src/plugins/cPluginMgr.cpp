@@ -148,7 +148,9 @@ bool cPluginMgr::orderPlugins()
     cDependencyOrder order;
     QVector<Plugin> records;
     QHash<const cPluginInstance*, int> numbers;
-    for (const Plugin& plugin : m_registry.loadList()) {
+    const QList<Plugin> loadList = m_registry.loadList();
+    order.reserve(loadList.size(), loadList.size());
+    for (const Plugin& plugin : loadList) {
         const auto known = numbers.constFind(plugin.data());
         if (known != numbers.constEnd()) {
             order.addPlace(*known);
