@@ -40,7 +40,7 @@ bool openForWriting(QFile& file)
 QByteArray Corvane::FileReadAll(const QString& path, bool* ok)
 {
     QFile file(path);
-    const bool isOpen = file.exists() && file.open(QIODevice::ReadOnly);
+    const bool isOpen = file.open(QIODevice::ReadOnly); // fails also when there is no such file
     if (ok)
         *ok = isOpen;
     return isOpen ? file.readAll() : QByteArray();
