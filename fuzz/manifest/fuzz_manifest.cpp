@@ -5,6 +5,7 @@
 #include "plugins/cManifestReader.h"
 #include "plugins/cPluginInstance.h"
 #include "plugins/cVariableExpander.h"
+#include "plugins/cXmlTreeReader.h"
 
 #include <cstdint>
 #include <cstdlib>
@@ -36,6 +37,29 @@ void checkOrder(const cManifest& manifest)
     require((placed == count) == order.reasons().isEmpty());
 }
 
+bool isEqual(const cXmlElement& left, const cXmlElement& right)
+{
+    if (left.isNull() || right.isNull())
+        return left.isNull() && right.isNull();
+    if (left.tag() != right.tag() || left.text() != right.text())
+        return false;
+    cXmlElement other = right.firstChild();
+    for (cXmlElement child = left.firstChild(); !child.isNull(); child = child.nextSibling()) {
+        if (!isEqual(child, other))
+            return false;
+        other = other.nextSibling();
+    }
+    return other.isNull();
+}
+
+void checkPlainWay(const QByteArray& bytes)
+{
+    cXmlTree plain;
+    cXmlTree byDom;
+    if (cXmlTreeReader::readPlain(bytes, plain))
+        require(cXmlTreeReader::readByDom(bytes, byDom, nullptr) && isEqual(plain.root(), byDom.root()));
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
@@ -49,6 +73,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     require(isRead == reader.errorString().isEmpty());
     checkManifest(manifest);
     checkOrder(manifest);
+    checkPlainWay(bytes);
 
     const QString text = QString::fromLatin1(bytes);
     const QString expanded = plugin.expandVariables(text);

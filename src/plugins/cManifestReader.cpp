@@ -1,14 +1,11 @@
 #include "plugins/cManifestReader.h"
 
-#include "core/cXmlGuard.h"
 #include "plugins/cManifest.h"
 #include "plugins/cPluginInstance.h"
+#include "plugins/cXmlTreeReader.h"
 
 #include <Norvale/Corvane.h>
 #include <Norvale/cJsonReader.h>
-
-#include <QtXml/QDomDocument>
-#include <QtXml/QDomElement>
 
 bool cManifestReader::readFile(const QString& path)
 {
@@ -23,66 +20,65 @@ bool cManifestReader::readFile(const QString& path)
 bool cManifestReader::read(const QByteArray& xml, const QString& path)
 {
     m_path = path;
-    QDomDocument document;
+    cXmlTree tree;
     QString reason;
-    if (!cXmlGuard::readDom(xml, document, &reason)) {
+    if (!cXmlTreeReader::read(xml, tree, &reason)) {
         m_errorString = QStringLiteral("%1, %2").arg(path, reason);
         return false;
     }
-    const QString tag = QStringLiteral("plugin");
-    for (QDomElement plugin = document.documentElement().firstChildElement(tag); !plugin.isNull();
-         plugin = plugin.nextSiblingElement(tag)) {
+    for (cXmlElement plugin = tree.root().firstChild(u"plugin"); !plugin.isNull();
+         plugin = plugin.nextSibling(u"plugin")) {
         if (!readPlugin(plugin))
             return false;
     }
     return true;
 }
 
-bool cManifestReader::readPlugin(const QDomElement& plugin)
+bool cManifestReader::readPlugin(const cXmlElement& plugin)
 {
     readAttributes(plugin);
-    for (QDomElement child = plugin.firstChildElement(); !child.isNull(); child = child.nextSiblingElement()) {
-        const QString tag = child.tagName();
-        if (tag == QLatin1String("start") && !readStart(child))
+    for (cXmlElement child = plugin.firstChild(); !child.isNull(); child = child.nextSibling()) {
+        const QStringView tag = child.tag();
+        if (tag == u"start" && !readStart(child))
             return false;
-        if (tag == QLatin1String("services") && !readServices(child))
+        if (tag == u"services" && !readServices(child))
             return false;
-        if (tag == QLatin1String("dependencies"))
+        if (tag == u"dependencies")
             readDependencies(child);
-        if (tag == QLatin1String("deployment"))
+        if (tag == u"deployment")
             readDeployment(child);
     }
     return true;
 }
 
-void cManifestReader::readAttributes(const QDomElement& plugin)
+void cManifestReader::readAttributes(const cXmlElement& plugin)
 {
     // What one element has made an autoload plugin stays one.
     if (!m_manifest.autoload)
-        m_manifest.autoload = plugin.attribute(QStringLiteral("autoload")) == QLatin1String("true");
-    m_manifest.loadCategory = plugin.attribute(QStringLiteral("load_category"));
-    m_manifest.apiVersion = plugin.attribute(QStringLiteral("api_version")).toInt();
-    m_manifest.runtimeApiVersion = plugin.attribute(QStringLiteral("runtime_api_version")).toInt();
+        m_manifest.autoload = plugin.attribute(u"autoload") == QLatin1String("true");
+    m_manifest.loadCategory = plugin.attribute(u"load_category");
+    m_manifest.apiVersion = plugin.attribute(u"api_version").toInt();
+    m_manifest.runtimeApiVersion = plugin.attribute(u"runtime_api_version").toInt();
 }
 
-bool cManifestReader::readStart(const QDomElement& start)
+bool cManifestReader::readStart(const cXmlElement& start)
 {
-    for (QDomElement child = start.firstChildElement(); !child.isNull(); child = child.nextSiblingElement()) {
-        if (child.tagName() == QLatin1String("library"))
+    for (cXmlElement child = start.firstChild(); !child.isNull(); child = child.nextSibling()) {
+        if (child.tag() == u"library")
             readLibrary(child);
-        if (child.tagName() == QLatin1String("params") && !readParams(child))
+        if (child.tag() == u"params" && !readParams(child))
             return false;
     }
     return true;
 }
 
-void cManifestReader::readLibrary(const QDomElement& library)
+void cManifestReader::readLibrary(const cXmlElement& library)
 {
-    m_manifest.libraryPath = m_plugin.folder() + QLatin1Char('/') + library.attribute(QStringLiteral("filename"));
-    m_manifest.entryFunction = library.attribute(QStringLiteral("function"));
+    m_manifest.libraryPath = m_plugin.folder() + QLatin1Char('/') + library.attribute(u"filename");
+    m_manifest.entryFunction = library.attribute(u"function");
 }
 
-bool cManifestReader::readParams(const QDomElement& params)
+bool cManifestReader::readParams(const cXmlElement& params)
 {
     cJsonValue value;
     if (!cJsonReader::parse(params.text(), value))
@@ -91,11 +87,10 @@ bool cManifestReader::readParams(const QDomElement& params)
     return true;
 }
 
-void cManifestReader::readDependencies(const QDomElement& dependencies)
+void cManifestReader::readDependencies(const cXmlElement& dependencies)
 {
-    const QString tag = QStringLiteral("dependency");
-    for (QDomElement child = dependencies.firstChildElement(tag); !child.isNull();
-         child = child.nextSiblingElement(tag)) {
+    for (cXmlElement child = dependencies.firstChild(u"dependency"); !child.isNull();
+         child = child.nextSibling(u"dependency")) {
         const QString text = child.text();
         // Texts that begin with "Core:" name parts of the core, which are always there.
         if (!text.isEmpty() && !text.startsWith(QLatin1String("Core:")))
@@ -103,10 +98,9 @@ void cManifestReader::readDependencies(const QDomElement& dependencies)
     }
 }
 
-bool cManifestReader::readServices(const QDomElement& services)
+bool cManifestReader::readServices(const cXmlElement& services)
 {
-    const QString tag = QStringLiteral("service");
-    for (QDomElement child = services.firstChildElement(tag); !child.isNull(); child = child.nextSiblingElement(tag)) {
+    for (cXmlElement child = services.firstChild(u"service"); !child.isNull(); child = child.nextSibling(u"service")) {
         const QString text = child.text();
         if (text.isEmpty())
             return failAt(child, QStringLiteral("a service is empty"));
@@ -115,26 +109,23 @@ bool cManifestReader::readServices(const QDomElement& services)
     return true;
 }
 
-void cManifestReader::readDeployment(const QDomElement& deployment)
+void cManifestReader::readDeployment(const cXmlElement& deployment)
 {
     const QString builtFor = QStringLiteral("x64");
-    if (deployment.attribute(QStringLiteral("platform"), builtFor) != builtFor)
+    if (deployment.attribute(u"platform", builtFor) != builtFor)
         return;
-    const auto readFirst = [&](const QString& tag, QList<cCmdLine>& target) {
-        const QDomElement first = deployment.firstChildElement(tag).firstChildElement(QStringLiteral("cmdline"));
+    const auto readFirst = [&](QStringView tag, QList<cCmdLine>& target) {
+        const cXmlElement first = deployment.firstChild(tag).firstChild(u"cmdline");
         if (!first.isNull())
             m_plugin.readCommandLines(first, target);
     };
-    readFirst(QStringLiteral("install"), m_manifest.installCommandLines);
-    readFirst(QStringLiteral("uninstall"), m_manifest.uninstallCommandLines);
+    readFirst(u"install", m_manifest.installCommandLines);
+    readFirst(u"uninstall", m_manifest.uninstallCommandLines);
 }
 
-bool cManifestReader::failAt(const QDomElement& element, const QString& reason)
+bool cManifestReader::failAt(const cXmlElement& element, const QString& reason)
 {
-    m_errorString = QStringLiteral("%1, line %2, column %3: %4")
-                        .arg(m_path)
-                        .arg(element.lineNumber())
-                        .arg(element.columnNumber())
-                        .arg(reason);
+    m_errorString =
+        QStringLiteral("%1, line %2, column %3: %4").arg(m_path).arg(element.line()).arg(element.column()).arg(reason);
     return false;
 }

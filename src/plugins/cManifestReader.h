@@ -3,7 +3,7 @@
 #include <QtCore/QByteArray>
 #include <QtCore/QString>
 
-class QDomElement;
+class cXmlElement;
 class cPluginInstance;
 struct cManifest;
 
@@ -27,15 +27,15 @@ public:
     const QString& errorString() const { return m_errorString; }
 
 private:
-    bool readPlugin(const QDomElement& plugin);
-    void readAttributes(const QDomElement& plugin);
-    bool readStart(const QDomElement& start);
-    void readLibrary(const QDomElement& library);
-    bool readParams(const QDomElement& params);
-    void readDependencies(const QDomElement& dependencies);
-    bool readServices(const QDomElement& services);
-    void readDeployment(const QDomElement& deployment);
-    bool failAt(const QDomElement& element, const QString& reason);
+    bool readPlugin(const cXmlElement& plugin);
+    void readAttributes(const cXmlElement& plugin);
+    bool readStart(const cXmlElement& start);
+    void readLibrary(const cXmlElement& library);
+    bool readParams(const cXmlElement& params);
+    void readDependencies(const cXmlElement& dependencies);
+    bool readServices(const cXmlElement& services);
+    void readDeployment(const cXmlElement& deployment);
+    bool failAt(const cXmlElement& element, const QString& reason);
 
     cPluginInstance& m_plugin;
     cManifest& m_manifest;

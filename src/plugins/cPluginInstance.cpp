@@ -4,13 +4,13 @@
 #include "plugins/cManifestReader.h"
 #include "plugins/cTranslationLocale.h"
 #include "plugins/cVariableExpander.h"
+#include "plugins/cXmlTree.h"
 
 #include <Norvale/IPlugin.h>
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>
-#include <QtXml/QDomElement>
 
 #include <exception>
 
@@ -64,18 +64,16 @@ bool cPluginInstance::readManifest()
     return reader.readFile(m_folder + QLatin1String("/Manifest.xml")) || fail(reader.errorString());
 }
 
-bool cPluginInstance::readCommandLines(const QDomElement& element, QList<cCmdLine>& target)
+bool cPluginInstance::readCommandLines(const cXmlElement& element, QList<cCmdLine>& target)
 {
-    const QString param = QStringLiteral("param");
-    for (QDomElement line = element; !line.isNull(); line = line.nextSiblingElement(QStringLiteral("cmdline"))) {
+    for (cXmlElement line = element; !line.isNull(); line = line.nextSibling(u"cmdline")) {
         QStringList params;
-        for (QDomElement child = line.firstChildElement(param); !child.isNull();
-             child = child.nextSiblingElement(param))
-            params.append(expandVariables(child.text()));
+        for (cXmlElement param = line.firstChild(u"param"); !param.isNull(); param = param.nextSibling(u"param"))
+            params.append(expandVariables(param.text()));
         cCmdLine record;
-        record.setCommand(expandVariables(line.attribute(QStringLiteral("program"))));
+        record.setCommand(expandVariables(line.attribute(u"program")));
         record.setParams(params);
-        record.setCondition(line.attribute(QStringLiteral("condition")));
+        record.setCondition(line.attribute(u"condition"));
         target.append(record);
     }
     return true;
@@ -85,7 +83,7 @@ QString cPluginInstance::expandVariables(const QString& text) const
 {
     if (!text.contains(QLatin1String("$(")))
         return text;
-    return cVariableExpander(m_folder, m_name, m_version.toString()).expand(text);
+    return cVariableExpander(*this).expand(text);
 }
 
 bool cPluginInstance::loadLibrary()

@@ -12,7 +12,7 @@
 #include <QtCore/QTranslator>
 
 class IPlugin;
-class QDomElement;
+class cXmlElement;
 
 /**
  * The record of one plugin: its identity, what its manifest says, its library, and the object that the library made.
@@ -40,7 +40,7 @@ public:
     [[nodiscard]] virtual bool readManifest();
 
     /// Appends a command line for @p element and for each later sibling of that name to @p target. Always true.
-    virtual bool readCommandLines(const QDomElement& element, QList<cCmdLine>& target);
+    virtual bool readCommandLines(const cXmlElement& element, QList<cCmdLine>& target);
 
     /// @p text with its variables replaced, see cVariableExpander.
     virtual QString expandVariables(const QString& text) const;

@@ -1,11 +1,8 @@
 #include "plugins/cVariableExpander.h"
 
-#include <QtCore/QDir>
+#include "plugins/cPluginInstance.h"
 
-cVariableExpander::cVariableExpander(const QString& folder, const QString& name, const QString& version)
-    : m_nativeFolder(QDir::toNativeSeparators(folder)), m_name(name), m_version(version)
-{
-}
+#include <QtCore/QDir>
 
 QString cVariableExpander::expand(QString text)
 {
@@ -17,18 +14,25 @@ QString cVariableExpander::expand(QString text)
 
 bool cVariableExpander::expandOnce(QString& text)
 {
-    bool isChanged = replaceAll(text, QStringLiteral("$(PluginDir)"), m_nativeFolder);
-    isChanged = replaceAll(text, QStringLiteral("$(PluginName)"), m_name) || isChanged;
-    isChanged = replaceAll(text, QStringLiteral("$(PluginVersion)"), m_version) || isChanged;
+    bool isChanged =
+        replaceAll(text, QStringLiteral("$(PluginDir)"), [&] { return QDir::toNativeSeparators(m_plugin.folder()); });
+    isChanged = replaceAll(text, QStringLiteral("$(PluginName)"), [&] { return m_plugin.name(); }) || isChanged;
+    isChanged = replaceAll(text, QStringLiteral("$(PluginVersion)"), [&] { return m_plugin.version().toString(); }) ||
+                isChanged;
     return replaceEnvironment(text) || isChanged;
 }
 
-bool cVariableExpander::replaceAll(QString& text, const QString& variable, const QString& value) const
+/// @p value is called only when there is something to replace.
+template <typename Value>
+bool cVariableExpander::replaceAll(QString& text, const QString& variable, Value value) const
 {
     const int count = text.count(variable);
-    if (count == 0 || value == variable || !hasRoomFor(text, qint64(count) * (value.size() - variable.size())))
+    if (count == 0)
         return false;
-    text.replace(variable, value);
+    const QString replacement = value();
+    if (replacement == variable || !hasRoomFor(text, qint64(count) * (replacement.size() - variable.size())))
+        return false;
+    text.replace(variable, replacement);
     return true;
 }
 

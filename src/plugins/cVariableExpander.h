@@ -3,6 +3,8 @@
 #include <QtCore/QProcessEnvironment>
 #include <QtCore/QString>
 
+class cPluginInstance;
+
 /**
  * Replaces the variables in the command lines of one plugin's manifest.
  *
@@ -23,20 +25,19 @@ public:
     /// Far above what a command line of any system can hold (32,767 characters on Windows, 2 MiB on Linux in all).
     static constexpr int MaxGrowth = 1024 * 1024;
 
-    cVariableExpander(const QString& folder, const QString& name, const QString& version);
+    explicit cVariableExpander(const cPluginInstance& plugin) : m_plugin(plugin) {}
 
     QString expand(QString text);
 
 private:
     bool expandOnce(QString& text);
-    bool replaceAll(QString& text, const QString& variable, const QString& value) const;
+    template <typename Value>
+    bool replaceAll(QString& text, const QString& variable, Value value) const;
     bool replaceEnvironment(QString& text);
     QString environmentValue(const QString& name);
     bool hasRoomFor(const QString& text, qint64 added) const;
 
-    QString m_nativeFolder;
-    QString m_name;
-    QString m_version;
+    const cPluginInstance& m_plugin;
     QProcessEnvironment m_environment; // fetched when the first variable of it turns up
     bool m_isEnvironmentFetched = false;
     qint64 m_maxLength = 0;

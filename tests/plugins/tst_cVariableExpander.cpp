@@ -1,3 +1,4 @@
+#include "plugins/cPluginInstance.h"
 #include "plugins/cVariableExpander.h"
 
 #include <QtTest/QtTest>
@@ -59,9 +60,9 @@ void tst_cVariableExpander::expands_data()
 void tst_cVariableExpander::expands()
 {
     QFETCH(QString, text);
-    QTEST(
-        cVariableExpander(QStringLiteral("/suite/Foo"), QStringLiteral("Foo"), QStringLiteral("1.02.003")).expand(text),
-        "expected");
+    cPluginInstance plugin(QStringLiteral("Foo"), cVersion(QStringLiteral("1.2.3")));
+    plugin.setFolder(QStringLiteral("/suite/Foo"));
+    QTEST(cVariableExpander(plugin).expand(text), "expected");
 }
 
 void tst_cVariableExpander::ends_data()
@@ -86,7 +87,8 @@ void tst_cVariableExpander::ends()
 {
     QFETCH(QString, text);
     QFETCH(QString, name);
-    const QString result = cVariableExpander(QStringLiteral("/suite"), name, QStringLiteral("1.00.000")).expand(text);
+    const cPluginInstance plugin(name, cVersion());
+    const QString result = cVariableExpander(plugin).expand(text);
     QVERIFY(!result.isEmpty());
     QVERIFY(result.size() <= text.size() + cVariableExpander::MaxGrowth);
 }
