@@ -58,7 +58,7 @@ private slots:
         QTest::addColumn<QByteArray>("wire");
 
         QTest::newRow("abc") << QByteArray("abc") << QByteArray("\x03\0\0\0abc", 7);
-        for (int size : {0, 255, 256, 65536, 65537, 300000})
+        for (int size : {0, 255, 256, 65536, 300000})
             QTest::addRow("%d bytes", size) << QByteArray(size, 'x') << frame(QByteArray(size, 'x'));
     }
     void write()
