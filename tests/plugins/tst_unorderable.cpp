@@ -46,6 +46,10 @@ void tst_unorderable::endsTheProcess()
     QTemporaryDir dir;
     const QString logFile = dir.filePath(QStringLiteral("log.txt"));
     QProcess child;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    for (const char* variable : {"TMPDIR", "TEMP"}) // a process that is ended does not clear up behind itself
+        environment.insert(QString::fromLatin1(variable), dir.path());
+    child.setProcessEnvironment(environment);
     child.start(QCoreApplication::applicationFilePath(), QStringList(logFile) + dependencies);
     QVERIFY(child.waitForFinished());
     QFile log(logFile);
