@@ -1,0 +1,173 @@
+#include <Norvale/Corvane.h>
+#include <Norvale/cJsonValue.h>
+#include <Rows.h>
+#include <SettingsSandbox.h>
+
+#include <QtCore/QRandomGenerator>
+#include <QtXml/QDomDocument>
+
+#include <functional>
+
+struct Handler : Corvane::ILocalSocketMessageHandler
+{
+    ~Handler() override { Corvane::unregisterLocalSocketMessageHandler(this); }
+    void handleMessage(int id, const cJsonValue& text) override { note(QString::number(id) + text.toString()); }
+    std::function<void(const QString&)> note;
+};
+
+class tst_Corvane : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void cleanup() { m_sandbox.removeMachineValue("ConfigMgr"); }
+    void foldersAndFiles()
+    {
+        const QString root = m_sandbox.path() + "/suite";
+        m_sandbox.setInstallDir(root + "/x/..");
+        QVERIFY(Corvane::initializeFolderOrFile() && Corvane::initializeFolderOrFile());
+        QCOMPARE(QDir::searchPaths("core"), QStringList(root));
+        // A path stands at the place of its value; it begins in the root (~) or in the data folder (@).
+        const QString expected = "~,~,~,~/plugins,@/Dropbox,~/Bootstrap,~/Repository,@,@,,,~/plugins/features.xml,"
+                                 "@/Dropbox/repository.xml,~/Bootstrap/repository.xml,~/Repository/VelmDev.xml,"
+                                 "@/settings.json,,,,,~/VCore.exe,~/VRestart.exe,~/VInstall.exe,";
+        QStringList paths;
+        for (int value = 0; value < 24; ++value)
+            paths << Corvane::velmiraFolderOrFile(Corvane::VelmFolderOrFile(value));
+        const QString data = QStandardPaths::writableLocation(QStandardPaths::AppLocalDataLocation);
+        QCOMPARE(paths.replaceInStrings(root, "~").replaceInStrings(data, "@"), expected.split(','));
+        QVERIFY2(!QFile::exists(root), "nothing is created");
+
+        m_sandbox.removeMachineValue("InstallDir");
+        QVERIFY(Corvane::initializeFolderOrFile());
+        QCOMPARE(Corvane::velmiraFolderOrFile(Corvane::CoreFolder), QDir::currentPath());
+    }
+    void translate_data()
+    {
+        // Each word is a string: the name of its locale, its id, its text.
+        const Rows<QString, QString, QString, QString> row("locale", "root", "strings", "text");
+        row("current behind the default", "de_DE", "t defaultlocale='en_US'", "en_US:X:Hello de_DE:X:Hallo", "Hallo");
+        row("no default, other locales", "fr_FR", "t", "de_DE:X:Hallo :X:1 fr_FR:x:2", "X");
+        row("last default match", "fr_FR", "t defaultlocale='en_US'", "en_US:X:1 en_US:X:2 en_US:Y:3 de_DE:X:4", "2");
+        row("first current match", "fr_FR", "t", "fr_FR:Y:1 fr_FR:X:2 fr_FR:X:3", "2");
+        row("empty current text beats the default", "de_DE", "t defaultlocale='en_US'", "en_US:X:Hello de_DE:X:", "X");
+        row("locale unset, unnamed locale", "", "t", ":X:1", "1");
+    }
+    void translate()
+    {
+        QFETCH(QString, locale);
+        QFETCH(QString, root);
+        QFETCH(QString, strings);
+        m_sandbox.setMachineValue("ConfigMgr/Locale", locale);
+        const QString element = R"(<locale name="\1"><string id="\2">\3</string></locale>)";
+        strings.replace(QRegularExpression("(\\S*):(\\S+):(\\S*)"), element);
+        QDomDocument doc;
+        QVERIFY(doc.setContent("<" + root + ">" + strings + "</t>"));
+        QTEST(Corvane::translate(doc.documentElement(), "X"), "text");
+    }
+    void expandPath_data()
+    {
+        const Rows<QVariantMap, QString, QString> row("settings", "path", "expanded");
+        row("every one", {{"Locale", "de_AT"}}, "$(locale)$(language)$(country)$(region)$(platform)",
+            "de_ATdeATvarkelx64");
+        row("other case, unknown, unclosed", {{"Locale", "de"}}, "$(Region)$(x)$(locale", "$(Region)$(x)$(locale");
+        row("value names itself twice", {{"Region", "$(region)$(region)x"}}, "$(region)", "xx");
+        row("made by a replacement", {{"Region", "$(plat"}}, "$(region)form)", "x64");
+        row("values name each other", {{"Locale", "$(region)"}, {"Region", "$(locale)"}}, "$(locale)", "$(locale)");
+        row("a hundred passes", {}, QString("$(platform)").repeated(101), QString("x64").repeated(100) + "$(platform)");
+    }
+    void expandPath()
+    {
+        QFETCH(QVariantMap, settings);
+        QFETCH(QString, path);
+        for (const QString& name : settings.keys())
+            m_sandbox.setMachineValue("ConfigMgr/" + name, settings.value(name));
+        QTEST(Corvane::expandPath(path), "expanded");
+    }
+    void readFiles()
+    {
+        const QByteArray bytes("a\r\nb\0c\n", 7);
+        bool isRead = false;
+        QVERIFY(Corvane::FileReadAll(file(bytes), &isRead) == bytes && isRead);
+        QVERIFY(Corvane::FileReadAll(m_sandbox.path(), &isRead).isEmpty() && !isRead);
+        QVERIFY(Corvane::FileReadAll(file(""), &isRead).isEmpty() && isRead);
+        QVERIFY(Corvane::FileReadAll(file("") + "/missing", &isRead).isEmpty() && !isRead);
+
+        QDomDocument doc;
+        const QByteArrayList refused{"", "<a><b></a>", QByteArray("<a>").repeated(1000000),
+                                     "<!DOCTYPE a [<!ELEMENT a " + QByteArray(1000000, '(') + ">]><a/>"};
+        for (bool hasNamespaces : {false, true}) {
+            QVERIFY(Corvane::FileReadDom(file("<p:a xmlns:p='urn:p'/>"), doc, hasNamespaces));
+            QCOMPARE(doc.documentElement().namespaceURI(), QString(hasNamespaces ? "urn:p" : ""));
+            for (const QByteArray& xml : refused)
+                QVERIFY2(!Corvane::FileReadDom(file(xml), doc, hasNamespaces), xml.left(40));
+        }
+    }
+    void saveDocuments()
+    {
+        for (const QString& path : {m_sandbox.path() + "/below/missing/folders.xml", file(QByteArray(4096, 'x'))}) {
+            QDomDocument doc;
+            QVERIFY(doc.setContent(QByteArray("<a><b name='\xc3\xa4'/></a>")));
+            QVERIFY2(Corvane::SaveDomToFile(doc, path), qPrintable(path));
+            QCOMPARE(Corvane::FileReadAll(path).replace("\r\n", "\n").replace('\'', '"'),
+                     QByteArray("<?xml version=\"1.0\" encoding=\"utf-8\"?>\n<a>\n  <b name=\"\xc3\xa4\"/>\n</a>\n"));
+            // What is read is declared already; it is declared again all the same, and cannot be read any more.
+            QVERIFY(Corvane::FileReadDom(path, doc, false) && Corvane::SaveDomToFile(doc, path));
+            QVERIFY(Corvane::FileReadAll(path).count("<?xml") == 2 && !Corvane::FileReadDom(path, doc, false));
+            QVERIFY2(!Corvane::SaveDomToFile(doc, path + "/in a file"), qPrintable(path));
+        }
+    }
+    void handlersChangeFromTheNextMessage()
+    {
+        QStringList journal;
+        Handler a, b, c;
+        a.note = [&](const QString& message) { journal << "a" + message; };
+        c.note = [&](const QString& message) { journal << "c" + message; };
+        b.note = [&](const QString& message) {
+            journal << "b" + message;
+            Corvane::unregisterLocalSocketMessageHandler(&a);
+            Corvane::registerLocalSocketMessageHandler(&c);
+        };
+        for (Handler* handler : {&b, &a, &b})
+            Corvane::registerLocalSocketMessageHandler(handler);
+        Corvane::handleLocalSocketMessage(-1, cJsonValue("x"));
+        Corvane::handleLocalSocketMessage(2, cJsonValue("y"));
+        QCOMPARE(journal, QStringList({"b-1x", "a-1x", "b2y", "c2y"}));
+    }
+    void launchDetached()
+    {
+        const QFileInfo program(LAUNCHED_PROGRAM);
+        QVERIFY(QDir::setCurrent(program.path() + "/.."));
+        for (const QString& name : {program.filePath(), program.dir().dirName() + "/" + program.fileName()}) {
+            const QString report = m_sandbox.path() + QString("/report %1").arg(name.size());
+            QVERIFY(Corvane::launchDetached(name, {report, "two words", "", "\"quoted\""}));
+            QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(report), 30000);
+            QCOMPARE(Corvane::FileReadAll(report), (program.canonicalPath() + "\ntwo words\n\n\"quoted\"").toUtf8());
+        }
+        QVERIFY2(!Corvane::launchDetached("cmake", {}), "PATH is not looked through");
+    }
+    void everyPixelIsSwizzled()
+    {
+        unsigned char in[860];
+        QRandomGenerator(1).generate(std::begin(in), std::end(in));
+        std::vector<unsigned char> out(960, 0xaa);
+        Corvane::SwizzleForDrell(out.data(), in);
+        for (int y = 0; y < 48; ++y) {
+            for (int x = 0; x < 160; ++x)
+                QCOMPARE(bool(out[y / 8 * 160 + x] & 1 << y % 8), y < 43 && in[y * 20 + x / 8] & 0x80 >> x % 8);
+        }
+    }
+
+private:
+    /// A file of this content.
+    QString file(const QByteArray& content) const
+    {
+        QFile file(m_sandbox.path() + "/file");
+        return file.open(QIODevice::WriteOnly) && file.write(content) == content.size() ? file.fileName() : QString();
+    }
+
+    SettingsSandbox m_sandbox;
+};
+
+QTEST_GUILESS_MAIN(tst_Corvane)
+#include "tst_Corvane.moc"
