@@ -1,0 +1,139 @@
+#include "config/cConfigurationMgr.h"
+#include "config/cUpdateMgr.h"
+#include "plugins/cPluginMgr.h"
+
+#include <Norvale/Corvane.h>
+#include <Norvale/cLogCentral.h>
+#include <Rows.h>
+#include <SettingsSandbox.h>
+
+static const char TwoFeatures[] =
+    "<r name='main' version='1.2'><feature name='Core' active='true'><displayname lang='de'>Kern</displayname><plugins>"
+    "<plugin name='A' version='1.0'/><plugin name='B' version='2.0'/></plugins></feature>"
+    "<feature name='Extra'><plugins><plugin name='A' version='1.0'/><plugin name='C'/></plugins></feature></r>";
+
+/// The configuration manager with its facade, and the update manager.
+class tst_Managers : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init()
+    {
+        m_sandbox.setInstallDir(m_sandbox.path() + "/" + QTest::currentTestFunction());
+        QVERIFY(Corvane::initializeFolderOrFile());
+        cLogCentral::setDebuggerOutput(true);
+    }
+    void publishesWhatIsInMemory()
+    {
+        // The host's own setting must make no difference: every feature here is of another repository.
+        QSettings().setValue("ConfigMgr/RepositoryName", "elsewhere");
+        QVERIFY(m_manager->publishInstalledPlugins() && m_manager->publishInstalledPlugins());
+        QCOMPARE(logged("does not exist"), 1);
+        writeFeatures("<r>\n<feature></r>");
+        QVERIFY(m_manager->publishInstalledPlugins() && m_plugins.plugins().isEmpty());
+        QCOMPARE(logged("line 2, column 13: "), 1);
+
+        writeFeatures(TwoFeatures);
+        QVERIFY(m_manager->publishInstalledPlugins());
+        writeFeatures(
+            "<r><feature><plugins><plugin name='A'/><plugin name='A' version='1.0'/></plugins></feature></r>");
+        QVERIFY(m_manager->publishInstalledPlugins() && m_plugins.isKnown("B", cVersion("2.0")));
+        QVERIFY(m_manager->loadFeatures() && !m_manager->publishInstalledPlugins());
+        QVERIFY2(m_plugins.plugins().size() == 3, "a clash leaves the plugin manager alone");
+    }
+    void writesTheFeaturesFile()
+    {
+        m_sandbox.setMachineValue("ConfigMgr/RepositoryVersion", "7.08.009");
+        const auto feature = QSharedPointer<cFeatureInstance>::create("Core", cVersion("1.0"), false, "main");
+        QVERIFY(m_manager->saveFeatures({feature}) && m_manager->saveFeatures({feature}) && m_manager->loadFeatures());
+        QCOMPARE(m_manager->installed().version().toString(), QString("7.08.009"));
+
+        const QString path = Corvane::velmiraFolderOrFile(Corvane::FeaturesFile);
+        QVERIFY(QFile::remove(path) && QDir().mkpath(path));
+        QVERIFY(!m_manager->saveFeatures({feature}));
+        QCOMPARE(logged("Cannot write the features file"), 1);
+    }
+    void addsUpProgress()
+    {
+        QSignalSpy spy(m_manager.data(), SIGNAL(progress(QString, qint64, qint64)));
+        m_manager->setOverallProgress("all", 100, 1000);
+        m_manager->onProgress("a.zip", 1, 2);
+        m_manager->setOverallProgress("all", 100, 0);
+        m_manager->onProgress("a.zip", 3, 4);
+        m_manager->setOverallProgress("", 100, 1000);
+        m_manager->onProgress("b.zip", 5, -1);
+        const QList<QVariantList> expected{{"all", 101LL, 1000LL}, {"a.zip", 3LL, 4LL}, {"b.zip", 5LL, -1LL}};
+        QCOMPARE(QList<QVariantList>(spy), expected);
+
+        m_manager->connectProgressSlot(nullptr, SLOT(x()));
+        m_manager->connectProgressSlot(this, nullptr);
+        m_manager->connectProgressSlot(this, SLOT(noSuchSlot(QString)));
+        QCOMPARE(logged("Progress is not connected: no receiver"), 3);
+    }
+    void resolvesPathsOfALocation_data()
+    {
+        const Rows<QString, QString, QString> row("url", "path", "resolved");
+        row("dots and double slashes fold", "http://h//a/b", "./c//../../d/", "http://h/a/d");
+        row("query, user and port stay", "http://u@h:81?k=v#f", "x", "http://u@h:81/x?k=v#f");
+        row("percent signs and spaces", "http://h/50%25%20off", "a%b c", "http://h/50%25%20off/a%25b%20c");
+        row("not resolved as a URL", "http://h/s", "http://other/x", "http://h/s/http:/other/x");
+    }
+    void resolvesPathsOfALocation()
+    {
+        QFETCH(QString, url);
+        QFETCH(QString, path);
+        QTEST(cUpdateLocation(QUrl(url)).resolve(path).toString(QUrl::FullyEncoded), "resolved");
+    }
+    void loadsLocationsInKeyOrder()
+    {
+        QSettings settings;
+        settings.setValue("UpdateMgr/Locations/b", QVariantMap{{"url", QUrl("http://b")}, {"priority", -3}});
+        settings.setValue("UpdateMgr/Locations/a", QVariantMap{{"url", "http://a"}, {"priority", "9"}});
+        settings.setValue("UpdateMgr/Locations/nested/c", QVariantMap{{"priority", "high"}});
+        settings.setValue("UpdateMgr/Locations/text", "http://d");
+        cUpdateMgr manager;
+        QStringList found;
+        for (int i = 0; i < 2; ++i)
+            manager.loadLocations();
+        for (const auto& location : manager.locations())
+            found << location->url().toString() + " " + QString::number(location->priority());
+        QCOMPARE(found, (QStringList{"http://a 9", "http://b -3", " 0", " 0"}));
+    }
+    void answersThroughTheFacadeUntilItEnds()
+    {
+        writeFeatures(TwoFeatures);
+        QVERIFY(m_manager->loadFeatures());
+        const cFeatureInfo core = IConfigMgr::installedFeatures().first();
+        const QStringList texts{core.name, core.version.toString(), core.repository, core.displayNames.value("de")};
+        QCOMPARE(texts + core.plugins, QString("Core 0.00.000 main Kern A-1.00.000 B-2.00.000").split(' '));
+        QVERIFY(core.active && IConfigMgr::isFeatureInstalled("Extra") && !IConfigMgr::isFeatureInstalled("core"));
+
+        m_manager.reset();
+        QVERIFY(!IConfigMgr::isFeatureInstalled("Core") && IConfigMgr::installedFeatures().isEmpty());
+        IConfigMgr::connectProgressSlot(this, SLOT(init()));
+        QCOMPARE(logged("the library is not initialized"), 1);
+    }
+
+private:
+    static void writeFeatures(const QByteArray& xml)
+    {
+        QFile file(Corvane::velmiraFolderOrFile(Corvane::FeaturesFile));
+        QVERIFY(QFileInfo(file).dir().mkpath(".") && file.open(QIODevice::WriteOnly) && file.write(xml) == xml.size());
+    }
+    /// How many warnings and errors of the room contain @p part.
+    static int logged(const QString& part)
+    {
+        int count = 0;
+        for (const cLogEntry& entry : cLogCentral::history())
+            count += entry.channel == "ConfigurationMgr" && entry.level != debugInfo && entry.message.contains(part);
+        return count;
+    }
+
+    SettingsSandbox m_sandbox;
+    cPluginMgr m_plugins;
+    QScopedPointer<cConfigurationMgr> m_manager{new cConfigurationMgr(m_plugins)};
+};
+
+QTEST_GUILESS_MAIN(tst_Managers)
+#include "tst_Managers.moc"
