@@ -15,9 +15,6 @@ function(norvale_target_defaults target)
         target_compile_options(${target} PRIVATE -fsanitize=${NORVALE_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
         target_link_options(${target} PUBLIC -fsanitize=${NORVALE_SANITIZE})
     endif()
-    if(NORVALE_BUILD_FUZZ)
-        target_compile_options(${target} PRIVATE -fsanitize=fuzzer-no-link) # the coverage that leads the fuzzers
-    endif()
 endfunction()
 
 # norvale_room(NAME USES ROOM... SOURCES FILE... HEADERS FILE...): a room of src/. USES names the lower rooms that it may
@@ -31,8 +28,10 @@ function(norvale_room name)
     set_property(GLOBAL PROPERTY NORVALE_ROOM_${name}_USES "${room_USES}")
 endfunction()
 
-# norvale_add_test(ROOM NAME SOURCES FILE... [LIBRARIES TARGET...] [SHARED] [DATA] [LABELS ...]): a Qt Test program
-# tests/ROOM/NAME. It links the library's objects (NorvaleInternal), or with SHARED the library as a host sees it.
+# norvale_add_test(ROOM NAME [SOURCES FILE...] [LIBRARIES TARGET...] [DEPENDS TARGET...] [SHARED] [TIMEOUT SECONDS]
+# [LABELS LABEL...]): a Qt Test program
+# tests/ROOM/NAME. It links the library's objects (NorvaleInternal), or with SHARED the library as a host sees it. What
+# carries the label "threads" is built by the target `threaded_tests` too, for the thread sanitizer.
 function(norvale_add_test room name)
     cmake_parse_arguments(arg "SHARED" "TIMEOUT" "SOURCES;LIBRARIES;DEPENDS;LABELS" ${ARGN})
     if(NOT arg_SOURCES)
@@ -51,6 +50,9 @@ function(norvale_add_test room name)
     target_link_libraries(${name} PRIVATE NorvaleTestSupport Qt5::Test ${arg_LIBRARIES})
     if(arg_DEPENDS)
         add_dependencies(${name} ${arg_DEPENDS})
+    endif()
+    if("threads" IN_LIST arg_LABELS)
+        add_dependencies(threaded_tests ${name})
     endif()
     add_test(NAME ${room}.${name} COMMAND ${name})
     set_tests_properties(${room}.${name} PROPERTIES TIMEOUT ${arg_TIMEOUT} LABELS "${room};${arg_LABELS}"
