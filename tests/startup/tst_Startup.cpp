@@ -23,16 +23,15 @@ static void write(const QString& path, const QString& text)
 /// A plugin is its name, its version, its feature, and perhaps the plugin that it needs. Without any, there is nothing.
 static void install(const QString& folder, const QStringList& plugins)
 {
-    const QString manifest =
-        "<m><plugin autoload='true' runtime_api_version='13'><start><library filename='it' function='create'/></start>"
-        "<dependencies><dependency>%1</dependency></dependencies></plugin></m>";
+    const QString xml = "<m><plugin autoload='true' runtime_api_version='13'><dependencies><dependency>%1</dependency>"
+                        "</dependencies><start><library filename='it' function='create'/></start></plugin></m>";
     QString features;
     for (const QString& plugin : plugins) {
         const QStringList words = plugin.split(' ');
         features += QString("<feature name='%3'><plugins><plugin name='%1' version='%2'/></plugins></feature>")
                         .arg(words.at(0), words.at(1), words.at(2));
         const QString home = folder + "/plugins/" + words.at(0) + "-" + cVersion(words.at(1)).toString();
-        write(home + "/Manifest.xml", manifest.arg(words.value(3)));
+        write(home + "/Manifest.xml", xml.arg(words.value(3)));
         QVERIFY(QFile::copy(words.at(0) == "Fails" ? FAILING_PLUGIN : PLAIN_PLUGIN, home + "/it" + LibrarySuffix));
         write(folder + "/plugins/features.xml", "<r>" + features + "</r>");
     }
@@ -47,7 +46,7 @@ class tst_Startup : public QObject
     Q_OBJECT
 
 public slots:
-    void note(const QString& text) { qApp->setProperty("journal", qApp->property("journal").toStringList() << text); }
+    void note(const QString& text) { m_app->setProperty("journal", m_app->property("journal").toStringList() << text); }
     void onProgress(QString name, qint64 now, qint64 all) { note(name + QString(" %1/%2").arg(now).arg(all)); }
     void takeStep(const QString& step)
     {
@@ -106,20 +105,22 @@ private slots:
         QTEST(QString(child.readAllStandardOutput()), "journal");
         QVERIFY2(child.exitCode() == 0 && log.contains(logged), qPrintable(log));
     }
+
+private:
+    QObject* const m_app = QCoreApplication::instance();
 };
 
 int main(int argc, char** argv)
 {
     QCoreApplication application(argc, argv);
     tst_Startup test;
-    const QStringList arguments = QCoreApplication::arguments();
-    if (!arguments.contains("initialize"))
+    if (!application.arguments().contains("initialize"))
         return QTest::qExec(&test, argc, argv);
     QCoreApplication::setOrganizationName("NorvaleTests");
     QCoreApplication::setApplicationName("Fixture");
-    cLogCentral::setLogFile(arguments.at(1));
+    cLogCentral::setLogFile(application.arguments().at(1));
     QSettings().setValue("ConfigMgr/RestartOption", 7);
-    for (const QString& step : arguments.mid(2))
+    for (const QString& step : application.arguments().mid(2))
         test.takeStep(step);
     return std::fputs(qPrintable(application.property("journal").toStringList().join(", ")), stdout) < 0;
 }
