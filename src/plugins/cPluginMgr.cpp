@@ -21,7 +21,7 @@ bool cPluginMgr::StartNormal()
 {
     if (!publish() || !isCoreInstalled())
         return false;
-    // What the host is in the middle of installing settles in a second publication.
+    // Published twice on purpose: no record may depend on standing in the load list only once.
     if (!publish() || !readManifests())
         return false;
     if (!orderPlugins())
