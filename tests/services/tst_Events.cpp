@@ -1,3 +1,4 @@
+#include "AtOnce.h"
 #include "SettingsSandbox.h"
 
 #include "services/cServiceMgr.h"
@@ -7,37 +8,22 @@
 #include <functional>
 #include <memory>
 #include <new>
-#include <utility>
-
-namespace {
-
-int s_messages = 0;
-
-void countMessage(QtMsgType, const QMessageLogContext&, const QString&)
-{
-    ++s_messages;
-}
-
-} // namespace
 
 /// Notes what it is told in a journal that it shares with others, under its name.
-class cSampleListener : public QObject
+class cListener : public QObject
 {
     Q_OBJECT
 
 public:
-    cSampleListener(const QString& name, QStringList& journal) : m_journal(journal) { setObjectName(name); }
+    cListener(const QString& name, QStringList& journal) : m_journal(journal) { setObjectName(name); }
 
-    std::function<void()> whenChanged; ///< done once
-    QThread* thread = nullptr;         ///< where it was told last
+    std::function<void()> whenChanged = [] {};
 
 public Q_SLOTS:
     void onChanged()
     {
-        note(QStringLiteral("changed"));
-        thread = QThread::currentThread();
-        if (const auto action = std::exchange(whenChanged, nullptr))
-            action();
+        note("changed");
+        whenChanged();
     }
     void onNamed(const QString& name) { note(name); }
     void handleDone(int result) { note(QString::number(result)); }
@@ -47,7 +33,7 @@ public Q_SLOTS:
     }
 
 private:
-    void note(const QString& what) { m_journal << objectName() + QLatin1Char(' ') + what; }
+    void note(const QString& what) { m_journal << objectName() + ' ' + what; }
 
     QStringList& m_journal;
 };
@@ -57,164 +43,152 @@ class tst_Events : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void init() { m_mgr = std::make_unique<cServiceMgr>(); }
-    void cleanup()
-    {
-        m_mgr.reset();
-        m_journal.clear();
-    }
-
+    void cleanup() { m_manager.releaseAll(); }
     void lastAddedIsCalledFirst();
-    void valuesArrive();
-    void whoCannotHearIsSkippedSilently();
+    void valuesArriveWhereTheyFit();
     void changesDuringAnEvent();
-    void destroyedListenerLeavesEverySet();
     void removingDropsTheWatch();
     void otherThreadGetsAQueuedCall();
+    void listenersMayComeAndGo();
     void closedManagerTakesNoListener();
 
 private:
-    IServiceMgr& mgr() { return *m_mgr; }
     QStringList heard(const QString& set);
 
     SettingsSandbox m_sandbox;
-    std::unique_ptr<cServiceMgr> m_mgr;
+    cServiceMgr m_manager;
+    IServiceMgr& m_mgr = m_manager;
     QStringList m_journal;
+    cListener m_a{"A", m_journal}, m_b{"B", m_journal};
 };
 
 /// What the listeners note when "Changed" of @p set is raised.
 QStringList tst_Events::heard(const QString& set)
 {
     m_journal.clear();
-    mgr().notify(set, "Changed");
+    m_mgr.notify(set, "Changed");
     return m_journal;
 }
 
 void tst_Events::lastAddedIsCalledFirst()
 {
-    cSampleListener a("A", m_journal), b("B", m_journal), c("C", m_journal);
     QCOMPARE(heard("S"), QStringList());
-    mgr().addListener("S", &a);
-    mgr().addListener("T", &c);
-    mgr().addListener("S", &b);
+    m_mgr.addListener("S", &m_a);
+    m_mgr.addListener("T", &m_b);
+    m_mgr.addListener("S", &m_b);
     QCOMPARE(heard("S"), QStringList({"B changed", "A changed"}));
-    QCOMPARE(heard("T"), QStringList("C changed"));
-
-    mgr().addListener("S", &a);
+    QCOMPARE(heard("T"), QStringList("B changed"));
+    m_mgr.addListener("S", &m_a);
     QCOMPARE(heard("S"), QStringList({"A changed", "B changed", "A changed"}));
-    mgr().removeListener("S", &a);
+    m_mgr.removeListener("S", &m_a);
     QCOMPARE(heard("S"), QStringList("B changed"));
 }
 
-void tst_Events::valuesArrive()
+/// Who has no such method is skipped, without a message.
+void tst_Events::valuesArriveWhereTheyFit()
 {
-    cSampleListener a("A", m_journal);
-    mgr().addListener("S", &a);
-    mgr().addListener("S", &a, "handle");
-    mgr().notify("S", "Done", Q_ARG(int, 7));
-    const QString name = QString::fromUtf8("Gr\u00fcn");
-    mgr().notify("S", "Named", Q_ARG(QString, name));
-    mgr().notify("S", "Named", Q_ARG(const QString&, name));
-    const QString last("!");
-    mgr().notify("S", "Ten", Q_ARG(int, 1), Q_ARG(int, 2), Q_ARG(int, 3), Q_ARG(int, 4), Q_ARG(int, 5), Q_ARG(int, 6),
-                 Q_ARG(int, 7), Q_ARG(int, 8), Q_ARG(int, 9), Q_ARG(QString, last));
-    QCOMPARE(m_journal, QStringList({"A 7", "A " + name, "A " + name, "A 45!"}));
-}
-
-void tst_Events::whoCannotHearIsSkippedSilently()
-{
-    cSampleListener a("A", m_journal), b("B", m_journal);
+    static int s_messages = 0;
+    const QtMessageHandler before =
+        qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) { ++s_messages; });
     QObject deaf;
-    mgr().addListener("S", &a);
-    mgr().addListener("S", &deaf);
-    mgr().addListener("S", &b, "");
-    mgr().addListener("S", nullptr);
-    s_messages = 0;
-    const QtMessageHandler before = qInstallMessageHandler(countMessage);
-    mgr().notify("S", "Changed");
-    mgr().notify("S", "Changed", Q_ARG(int, 1));
-    mgr().notify("S", "Absent");
-    mgr().notify("S", "");
+    m_mgr.addListener("S", nullptr);
+    m_mgr.addListener("S", &deaf);
+    m_mgr.addListener("S", &m_a);
+    m_mgr.addListener("S", &m_a, "handle");
+    m_mgr.addListener("S", &m_b, "");
+    heard("S");
+    m_mgr.notify("S", "Changed", Q_ARG(int, 1));
+    m_mgr.notify("S", "");
+    m_mgr.notify("S", "Done", Q_ARG(int, 7));
+    const QString name = QString::fromUtf8("Gr\u00fcn"), last = "!";
+    m_mgr.notify("S", "Named", Q_ARG(QString, name));
+    m_mgr.notify("S", "Named", Q_ARG(const QString&, name));
+    m_mgr.notify("S", "Ten", Q_ARG(int, 1), Q_ARG(int, 2), Q_ARG(int, 3), Q_ARG(int, 4), Q_ARG(int, 5), Q_ARG(int, 6),
+                 Q_ARG(int, 7), Q_ARG(int, 8), Q_ARG(int, 9), Q_ARG(QString, last));
     qInstallMessageHandler(before);
-    QCOMPARE(m_journal, QStringList("A changed"));
+    QCOMPARE(m_journal, QStringList({"A changed", "A 7", "A " + name, "A " + name, "A 45!"}));
     QCOMPARE(s_messages, 0);
 }
 
 void tst_Events::changesDuringAnEvent()
 {
-    cSampleListener first("first", m_journal), removed("removed", m_journal), added("added", m_journal);
-    auto destroyed = std::make_unique<cSampleListener>("destroyed", m_journal);
-    mgr().addListener("S", &removed);
-    mgr().addListener("S", destroyed.get());
-    mgr().addListener("S", &first);
+    cListener first("first", m_journal);
+    auto destroyed = std::make_unique<cListener>("destroyed", m_journal);
+    m_mgr.addListener("S", &m_a);
+    m_mgr.addListener("S", destroyed.get());
+    m_mgr.addListener("S", &first);
     first.whenChanged = [&] {
-        first.whenChanged = nullptr;
-        mgr().removeListener("S", &removed);
+        m_mgr.removeListener("S", &m_a);
         destroyed.reset();
-        mgr().addListener("S", &added);
+        m_mgr.addListener("S", &m_b);
     };
     QCOMPARE(heard("S"), QStringList("first changed"));
-    QCOMPARE(heard("S"), QStringList({"added changed", "first changed"}));
-}
-
-void tst_Events::destroyedListenerLeavesEverySet()
-{
-    cSampleListener stays("stays", m_journal);
-    auto goes = std::make_unique<cSampleListener>("goes", m_journal);
-    for (const char* set : {"S", "T"}) {
-        mgr().addListener(set, goes.get());
-        mgr().addListener(set, &stays);
-        mgr().addListener(set, goes.get());
-    }
-    goes.reset();
-    QCOMPARE(heard("S"), QStringList("stays changed"));
-    QCOMPARE(heard("T"), QStringList("stays changed"));
+    QCOMPARE(heard("S"), QStringList({"B changed", "first changed"}));
 }
 
 void tst_Events::removingDropsTheWatch()
 {
-    alignas(cSampleListener) char place[sizeof(cSampleListener)];
-    auto* unwatched = new (place) cSampleListener("unwatched", m_journal);
-    mgr().addListener("S", unwatched);
-    mgr().addListener("T", unwatched);
-    mgr().removeListener("S", unwatched);
+    alignas(cListener) char place[sizeof(cListener)];
+    auto* unwatched = new (place) cListener("unwatched", m_journal);
+    m_mgr.addListener("S", unwatched);
+    m_mgr.addListener("T", unwatched);
+    m_mgr.removeListener("S", unwatched);
     QCOMPARE(heard("T"), QStringList("unwatched changed"));
-    unwatched->~cSampleListener();
+    unwatched->~cListener();
 
     // The registration in T has outlived its listener. It is skipped, also when another one gets the same address.
     QCOMPARE(heard("T"), QStringList());
-    auto* next = new (place) cSampleListener("next", m_journal);
+    auto* next = new (place) cListener("next", m_journal);
     QCOMPARE(heard("T"), QStringList());
-    next->~cSampleListener();
-    mgr().removeListener("T", unwatched);
-    mgr().removeListener("T", unwatched);
+    next->~cListener();
+    m_mgr.removeListener("T", unwatched);
     QCOMPARE(heard("T"), QStringList());
 }
 
 void tst_Events::otherThreadGetsAQueuedCall()
 {
-    QThread worker;
-    cSampleListener listener("A", m_journal);
-    listener.moveToThread(&worker);
-    mgr().addListener("S", &listener);
-    QCOMPARE(heard("S"), QStringList());
-    listener.whenChanged = [&] { worker.quit(); };
-    worker.start();
-    QVERIFY(worker.wait());
-    QCOMPARE(listener.thread, &worker);
-    QCOMPARE(m_journal, QStringList("A changed"));
+    m_mgr.addListener("S", &m_a);
+    m_journal.clear();
+    std::thread([&] { m_mgr.notify("S", "Named", Q_ARG(QString, QString(3, 'x'))); }).join();
+    QCOMPARE(m_journal, QStringList());
+    QCoreApplication::processEvents();
+    QCOMPARE(m_journal, QStringList("A xxx"));
 }
 
+/// Threads add, remove, destroy and notify listeners of their own, at once and partly in one set. A destroyed one
+/// leaves every set, however often it was there.
+void tst_Events::listenersMayComeAndGo()
+{
+    atOnce(4, [&](int thread) {
+        const QString own = QString::number(thread);
+        for (int i = 0; i < 5000; ++i) {
+            QStringList journal;
+            cListener stays("stays", journal);
+            auto goes = std::make_unique<cListener>("goes", journal);
+            for (cListener* listener : {goes.get(), &stays, goes.get()})
+                m_mgr.addListener(own, listener);
+            m_mgr.addListener("Shared", goes.get()); // of which nobody raises an event while it is destroyed
+            m_mgr.notify(own, "Changed");
+            goes.reset();
+            m_mgr.notify(own, "Changed");
+            m_mgr.removeListener(own, &stays);
+            m_mgr.notify(own, "Changed");
+            QCOMPARE(journal.join(", "), "goes changed, stays changed, goes changed, stays changed");
+        }
+    });
+    QCOMPARE(heard("Shared"), QStringList());
+}
+
+/// It comes last, as a manager is not opened again.
 void tst_Events::closedManagerTakesNoListener()
 {
-    cSampleListener before("before", m_journal), after("after", m_journal);
-    mgr().addListener("S", &before);
-    m_mgr->setClosed();
-    mgr().addListener("S", &after);
-    QCOMPARE(heard("S"), QStringList("before changed"));
-    m_mgr->releaseAll();
+    m_mgr.addListener("S", &m_a);
+    m_manager.setClosed();
+    m_mgr.addListener("S", &m_b);
+    QCOMPARE(heard("S"), QStringList("A changed"));
+    m_manager.releaseAll();
     QCOMPARE(heard("S"), QStringList());
-    mgr().removeListener("S", &before);
+    m_mgr.removeListener("S", &m_a);
 }
 
 QTEST_GUILESS_MAIN(tst_Events)

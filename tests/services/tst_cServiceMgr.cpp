@@ -1,276 +1,276 @@
-#include "SampleServices.h"
+#include "AtOnce.h"
+#include "LogFile.h"
+#include "Rows.h"
 #include "SettingsSandbox.h"
+#include "cNamedService.h"
 
 #include <Norvale/Corvane.h>
 #include <Norvale/cJsonValue.h>
-#include <Norvale/cLogCentral.h>
 
 #include "services/cServiceInstance.h"
 #include "services/cServiceMgr.h"
 
-#include <QtCore/QFile>
 #include <QtCore/QMetaMethod>
-#include <QtTest/QtTest>
 
 #include <memory>
+#include <random>
+#include <vector>
 
-namespace {
-
-/// Notes the messages that it gets, as "connection command service".
-class cMessageNotes : public Corvane::ILocalSocketMessageHandler
+/// Names no id, so it cannot be registered.
+class cUnnamed : public QObject
 {
-public:
-    cMessageNotes() { Corvane::registerLocalSocketMessageHandler(this); }
-    ~cMessageNotes() override { Corvane::unregisterLocalSocketMessageHandler(this); }
-
-    void handleMessage(int connectionId, const cJsonValue& message) override
-    {
-        notes << QStringLiteral("%1 %2 %3")
-                     .arg(QString::number(connectionId), message[QStringLiteral("command")].toString(),
-                          message[QStringLiteral("service_id")].toString());
-    }
-
-    QStringList notes;
+    Q_OBJECT
 };
 
-QStringList forms(const QString& name, const QString& before)
+class cAlarm : public QObject
 {
-    QStringList signatures;
-    for (int values = 10; values >= 0; --values) {
-        QString signature = name + QLatin1Char('(') + before;
-        for (int i = 0; i < values; ++i)
-            signature += QStringLiteral(",QGenericArgument");
-        signatures << signature + QLatin1Char(')');
+    Q_OBJECT
+    Q_CLASSINFO("service", "Alarm")
+
+public:
+    int rung = 0;
+
+public Q_SLOTS:
+    void ring() { ++rung; }
+};
+
+class cClock : public QObject
+{
+    Q_OBJECT
+    Q_CLASSINFO("threadsafe", "true")
+    Q_CLASSINFO("service", "Clock")
+
+public:
+    Q_INVOKABLE int now() { return 12; }
+    Q_INVOKABLE int add(int hours) { return 12 + hours; }
+    Q_INVOKABLE QString add(const QString& text) { return "12" + text; }
+    /// Works on the registry from inside a call.
+    Q_INVOKABLE bool handOverTo(QObject* alarm)
+    {
+        IServiceMgr::instance()->unregisterService(this);
+        IServiceMgr::instance()->registerService(alarm);
+        return IServiceMgr::instance()->invoke("Alarm", "ring");
     }
-    return signatures;
-}
+    void notInvokable() {}
+};
 
-} // namespace
+class cSecondClock : public QObject
+{
+    Q_OBJECT
+    Q_CLASSINFO("service", "Clock")
+    Q_CLASSINFO("threadsafe", "True")
+};
 
-class tst_cServiceMgr : public QObject
+/// Its own id is hidden by the base class's.
+class cDerivedClock : public cClock
+{
+    Q_OBJECT
+    Q_CLASSINFO("service", "DerivedClock")
+};
+
+class tst_cServiceMgr : public QObject, private Corvane::ILocalSocketMessageHandler
 {
     Q_OBJECT
 
-private Q_SLOTS:
-    void initTestCase();
-    void init() { m_mgr = std::make_unique<cServiceMgr>(); }
-    void cleanup() { m_mgr.reset(); }
+public:
+    tst_cServiceMgr() { Corvane::registerLocalSocketMessageHandler(this); }
+    ~tst_cServiceMgr() override { Corvane::unregisterLocalSocketMessageHandler(this); }
 
+private Q_SLOTS:
+    void init()
+    {
+        m_mgr.registerService(&m_clock);
+        m_announced.clear();
+    }
+    void cleanup() { m_manager.releaseAll(); }
     void metaObjectListsTheOperationsInOrder();
     void registersUnderTheId_data();
     void registersUnderTheId();
-    void laterRegistrationSupersedes();
+    void registryAgreesWithAHash();
     void invoke_data();
     void invoke();
-    void overloadsAreResolvedByType();
     void serviceMayWorkOnTheRegistry();
     void destroyedServiceAnswersNullAndFalse();
+    void callsWhileTheRegistryChanges();
     void closedManagerKeepsServingUntilReleased();
 
 private:
-    IServiceMgr& mgr() { return *m_mgr; }
-    QString takeLog() { return QString::fromUtf8(m_log.readAll()); }
+    void handleMessage(int connectionId, const cJsonValue& message) override
+    {
+        m_announced << message["command"].toString() + QString::number(connectionId) + message["service_id"].toString();
+    }
 
     SettingsSandbox m_sandbox;
-    std::unique_ptr<cServiceMgr> m_mgr;
-    QFile m_log;
+    cServiceMgr m_manager;
+    IServiceMgr& m_mgr = m_manager;
+    cClock m_clock; ///< registered, unless a test withdraws it
+    cAlarm m_alarm;
+    QStringList m_announced;
 };
 
-void tst_cServiceMgr::initTestCase()
-{
-    QVERIFY(!IServiceMgr::instance());
-    init();
-    QCOMPARE(IServiceMgr::instance(), m_mgr.get());
-    cleanup();
-    QVERIFY(!IServiceMgr::instance());
-    m_log.setFileName(m_sandbox.path() + QStringLiteral("/log.txt"));
-    cLogCentral::setLogFile(m_log.fileName());
-    QVERIFY(m_log.open(QIODevice::ReadOnly));
-}
-
+/// Each with the number of its values.
 void tst_cServiceMgr::metaObjectListsTheOperationsInOrder()
 {
-    const QString call = QStringLiteral("QString,QString");
-    QStringList expected{"verifyAPI(QString,QString)", "verifyAPI2(const QMetaObject*,QString)",
-                         "registerService(QObject*)", "unregisterService(QObject*)"};
-    expected += forms("invoke", call + ",QGenericReturnArgument") + forms("invoke", call);
-    expected << "addListener(QString,QObject*,QString)"
-             << "addListener(QString,QObject*)"
-             << "removeListener(QString,QObject*)";
-    expected += forms("notify", call);
-    expected << "serviceExists(QString)"
-             << "serviceList()"
-             << "serviceFromServiceName(QString)";
-
-    const QMetaObject& meta = IServiceMgr::staticMetaObject;
+    QStringList expected{"verifyAPI 2", "verifyAPI2 2", "registerService 1", "unregisterService 1"};
+    const auto expectForms = [&](const QString& name, int most) {
+        for (int count = most; count >= most - 10; --count)
+            expected << name.arg(count);
+    };
+    expectForms("invoke %1", 13); // with a place for the result
+    expectForms("invoke %1", 12);
+    expected << QStringList{"addListener 3", "addListener 2", "removeListener 2"};
+    expectForms("notify %1", 12);
+    expected << QStringList{"serviceExists 1", "serviceList 0", "serviceFromServiceName 1"};
     QStringList actual;
+    const QMetaObject& meta = IServiceMgr::staticMetaObject;
     for (int i = meta.methodOffset(); i < meta.methodCount(); ++i)
-        actual << QString::fromLatin1(meta.method(i).methodSignature());
+        actual << QString("%1 %2").arg(QString(meta.method(i).name())).arg(meta.method(i).parameterCount());
     QCOMPARE(actual, expected);
-
-    bool exists = true;
-    QVERIFY(QMetaObject::invokeMethod(m_mgr.get(), "serviceExists", Q_RETURN_ARG(bool, exists),
-                                      Q_ARG(QString, QStringLiteral("Clock"))));
-    QVERIFY(!exists);
 }
 
 void tst_cServiceMgr::registersUnderTheId_data()
 {
-    QTest::addColumn<QObject*>("service");
-    QTest::addColumn<QStringList>("ids");
-    QTest::addColumn<bool>("isThreadSafe");
-
-    QTest::newRow("no object") << static_cast<QObject*>(nullptr) << QStringList() << false;
-    QTest::newRow("no id") << static_cast<QObject*>(new cUnnamed) << QStringList() << false;
-    QTest::newRow("thread-safe") << static_cast<QObject*>(new cClock) << QStringList("Clock") << true;
-    QTest::newRow("other spelling of true") << static_cast<QObject*>(new cSecondClock) << QStringList("Clock") << false;
-    QTest::newRow("base class wins") << static_cast<QObject*>(new cDerivedClock) << QStringList("Clock") << true;
-    QTest::newRow("without a flag") << static_cast<QObject*>(new cAlarm) << QStringList("Alarm") << false;
+    const Rows<QObject*, QString, bool> row("service", "id", "isThreadSafe");
+    row("no object", nullptr, "", false);
+    row("no id", new cUnnamed, "", false);
+    row("thread-safe", new cClock, "Clock", true);
+    row("other spelling of true", new cSecondClock, "Clock", false);
+    row("base class wins", new cDerivedClock, "Clock", true);
+    row("without a flag", new cAlarm, "Alarm", false);
 }
 
+/// A later one supersedes one that is there, and whoever has the id may withdraw it: the object is not compared.
 void tst_cServiceMgr::registersUnderTheId()
 {
     QFETCH(QObject*, service);
-    QFETCH(QStringList, ids);
-    QFETCH(bool, isThreadSafe);
+    QFETCH(QString, id);
     const std::unique_ptr<QObject> owner(service);
-    const cMessageNotes messages;
-
-    mgr().registerService(service);
-    QCOMPARE(mgr().serviceList(), ids);
-    if (service)
-        QCOMPARE(cServiceInstance(service).isThreadSafe(), isThreadSafe);
-    if (!ids.isEmpty()) {
-        QCOMPARE(mgr().serviceFromServiceName(ids.first()), service);
-        QCOMPARE(messages.notes, QStringList("-1 NEWSERVICE " + ids.first()));
-    }
-    mgr().unregisterService(service);
-    QVERIFY(mgr().serviceList().isEmpty());
+    m_mgr.registerService(service);
+    QCOMPARE(m_mgr.serviceList(), id == "Alarm" ? QStringList({"Alarm", "Clock"}) : QStringList("Clock"));
+    QCOMPARE(m_mgr.serviceFromServiceName(id), id.isEmpty() ? nullptr : service);
+    QCOMPARE(m_announced, id.isEmpty() ? QStringList() : QStringList("NEWSERVICE-1" + id));
+    QTEST(service && cServiceInstance(service).isThreadSafe(), "isThreadSafe");
+    m_mgr.unregisterService(service ? service : &m_clock);
+    m_mgr.unregisterService(id == "Clock" ? &m_alarm : static_cast<QObject*>(&m_clock));
+    QVERIFY(m_mgr.serviceList().isEmpty());
 }
 
-void tst_cServiceMgr::laterRegistrationSupersedes()
+/// Random registrations, withdrawals and look-ups, with two services for each id, while both grow and shrink.
+void tst_cServiceMgr::registryAgreesWithAHash()
 {
-    cClock first;
-    cSecondClock second;
-    const cMessageNotes messages;
-    mgr().registerService(&first);
-    QCOMPARE(mgr().serviceFromServiceName("Clock"), &first);
-    mgr().registerService(&second);
-    QCOMPARE(mgr().serviceList(), QStringList("Clock"));
-    QCOMPARE(mgr().serviceFromServiceName("Clock"), &second);
-    QCOMPARE(messages.notes, QStringList({"-1 NEWSERVICE Clock", "-1 NEWSERVICE Clock"}));
-    // Whoever has the id may withdraw the service; the object is not compared.
-    mgr().unregisterService(&first);
-    QVERIFY(!mgr().serviceExists("Clock"));
-    QVERIFY(!mgr().serviceFromServiceName("Clock"));
+    constexpr int Ids = 3000, Steps = 400000;
+    std::vector<std::unique_ptr<cNamedService>> services;
+    for (int i = 0; i < 2 * Ids; ++i)
+        services.push_back(std::make_unique<cNamedService>("Id" + QByteArray::number(i % Ids)));
+    QHash<QString, QObject*> expected{{"Clock", &m_clock}};
+    std::mt19937 random(7);
+    for (int step = 0; step < Steps; ++step) {
+        const auto& service = services[random() % services.size()];
+        const bool isGrowing = step / (Steps / 8) % 2 == 0;
+        if (random() % 4 < (isGrowing ? 3u : 1u)) {
+            m_mgr.registerService(service.get());
+            expected.insert(cServiceInstance::idOf(service.get()), service.get());
+        } else {
+            m_mgr.unregisterService(service.get());
+            expected.remove(cServiceInstance::idOf(service.get()));
+        }
+        const QString asked = "Id" + QString::number(random() % Ids);
+        QCOMPARE(m_mgr.serviceFromServiceName(asked), expected.value(asked));
+        QCOMPARE(m_mgr.serviceExists(asked), expected.contains(asked));
+    }
+    QStringList ids = expected.keys();
+    ids.sort();
+    QCOMPARE(m_mgr.serviceList(), ids);
 }
 
 void tst_cServiceMgr::invoke_data()
 {
-    QTest::addColumn<QString>("id");
-    QTest::addColumn<QString>("method");
-    QTest::addColumn<int>("answer");
-    QTest::addColumn<QString>("reason");
-
-    QTest::newRow("called") << "Clock"
-                            << "now" << 12 << QString();
-    QTest::newRow("unknown id") << "Cuckoo"
-                                << "now" << -1 << "no service is registered";
-    QTest::newRow("unknown method") << "Clock"
-                                    << "tomorrow" << -1 << "no such method";
-    QTest::newRow("method with parentheses") << "Clock"
-                                             << "now()" << -1 << "no such method";
-    QTest::newRow("method without a name") << "Clock"
-                                           << "" << -1 << "no such method";
-    QTest::newRow("method beyond Latin-1") << "Clock" << QString::fromUtf8("n\u014dw") << -1 << "no such method";
-    QTest::newRow("values missing") << "Clock"
-                                    << "add" << -1 << "no such method";
-    QTest::newRow("plain C++ function") << "Clock"
-                                        << "notInvokable" << -1 << "no such method";
-    QTest::newRow("result of another type") << "Clock"
-                                            << "handOverTo" << -1 << "no such method";
+    const QString noMethod = "Clock: the service has no such method";
+    const Rows<QString, QString, QString> row("id", "method", "reason");
+    row("called", "Clock", "now", "");
+    row("unknown id", "Cuckoo", "now", "Cuckoo: no service is registered");
+    row("unknown method", "Clock", "tomorrow", noMethod);
+    row("method with parentheses", "Clock", "now()", noMethod);
+    row("method without a name", "Clock", "", noMethod);
+    row("method beyond Latin-1", "Clock", QString::fromUtf8("n\u014dw"), noMethod);
+    row("values missing", "Clock", "add", noMethod);
+    row("plain C++ function", "Clock", "notInvokable", noMethod);
+    row("result of another type", "Clock", "handOverTo", noMethod);
 }
 
 void tst_cServiceMgr::invoke()
 {
     QFETCH(QString, id);
     QFETCH(QString, method);
-    QFETCH(int, answer);
     QFETCH(QString, reason);
-    cClock clock;
-    mgr().registerService(&clock);
-    takeLog();
-
+    const LogFile file;
     int result = -1;
-    QCOMPARE(mgr().invoke(id, method, Q_RETURN_ARG(int, result)), reason.isEmpty());
-    QCOMPARE(result, answer);
-    const QString log = takeLog();
-    QCOMPARE(log.count(QLatin1Char('\n')), reason.isEmpty() ? 0 : 1);
-    QVERIFY2(log.contains(reason) && (reason.isEmpty() || log.contains(id)), qPrintable(log));
-    QCOMPARE(mgr().invoke(id, method), reason.isEmpty());
+    QCOMPARE(m_mgr.invoke(id, method, Q_RETURN_ARG(int, result)), reason.isEmpty());
+    QCOMPARE(result, reason.isEmpty() ? 12 : -1);
+    QCOMPARE(file.lines().count('\n'), reason.isEmpty() ? 0 : 1);
+    QVERIFY2(file.lines().contains(reason), qPrintable(file.lines()));
+    QCOMPARE(m_mgr.invoke(id, method), reason.isEmpty());
 }
 
-void tst_cServiceMgr::overloadsAreResolvedByType()
-{
-    cClock clock;
-    mgr().registerService(&clock);
-    int hours = 0;
-    QVERIFY(mgr().invoke("Clock", "add", Q_RETURN_ARG(int, hours), Q_ARG(int, 3)));
-    QCOMPARE(hours, 15);
-    QString text;
-    // a type name that is not written in its normal form
-    const QString minutes = QStringLiteral("30");
-    QVERIFY(mgr().invoke("Clock", "add", Q_RETURN_ARG(QString, text), Q_ARG(const QString&, minutes)));
-    QCOMPARE(text, QStringLiteral("1230"));
-}
-
+/// And the types of the values choose the method, also by names that are not in their normal form.
 void tst_cServiceMgr::serviceMayWorkOnTheRegistry()
 {
-    cClock clock;
-    cAlarm alarm;
-    mgr().registerService(&clock);
+    QString text;
+    const QString minutes = "30";
+    QVERIFY(m_mgr.invoke("Clock", "add", Q_RETURN_ARG(QString, text), Q_ARG(const QString&, minutes)));
+    QCOMPARE(text, "1230");
     bool isHandedOver = false;
-    QVERIFY(mgr().invoke("Clock", "handOverTo", Q_RETURN_ARG(bool, isHandedOver), Q_ARG(QObject*, &alarm)));
-    QVERIFY(isHandedOver);
-    QCOMPARE(alarm.rung(), 1);
-    QCOMPARE(mgr().serviceList(), QStringList("Alarm"));
+    QVERIFY(m_mgr.invoke("Clock", "handOverTo", Q_RETURN_ARG(bool, isHandedOver), Q_ARG(QObject*, &m_alarm)));
+    QVERIFY(isHandedOver && m_alarm.rung == 1);
+    QCOMPARE(m_mgr.serviceList(), QStringList("Alarm"));
 }
 
 void tst_cServiceMgr::destroyedServiceAnswersNullAndFalse()
 {
-    auto clock = std::make_unique<cClock>();
-    mgr().registerService(clock.get());
-    QVERIFY(mgr().invoke("Clock", "now"));
-    clock.reset();
+    const LogFile file;
+    m_mgr.registerService(std::make_unique<cClock>().get());
     // By the time it is destroyed its class no longer tells the id, so the record stays.
-    QVERIFY(mgr().serviceExists("Clock"));
-    QVERIFY(!mgr().serviceFromServiceName("Clock"));
-    takeLog();
-    QVERIFY(!mgr().invoke("Clock", "now"));
-    QVERIFY(takeLog().contains("destroyed"));
-    mgr().verifyAPI("Clock", "1.0");
-
-    cClock next;
-    mgr().registerService(&next);
-    QVERIFY(mgr().invoke("Clock", "now"));
+    QVERIFY(m_mgr.serviceExists("Clock"));
+    QVERIFY(!m_mgr.serviceFromServiceName("Clock"));
+    QVERIFY(!m_mgr.invoke("Clock", "now"));
+    QVERIFY(file.lines().contains("destroyed"));
+    m_mgr.verifyAPI("Clock", "1.0");
+    m_mgr.registerService(&m_clock);
+    QVERIFY(m_mgr.invoke("Clock", "now"));
 }
 
+/// One thread registers and withdraws a service over and over, all call one that stays, look up and list.
+void tst_cServiceMgr::callsWhileTheRegistryChanges()
+{
+    std::atomic<int> wrong{0};
+    atOnce(4, [&](int thread) {
+        for (int i = 0; i < 20000; ++i) {
+            int hours = 0;
+            wrong += !m_mgr.invoke("Clock", "add", Q_RETURN_ARG(int, hours), Q_ARG(int, i)) || hours != 12 + i;
+            wrong += !m_mgr.serviceList().contains("Clock");
+            const QObject* found = m_mgr.serviceFromServiceName("Alarm");
+            wrong += found && found != &m_alarm;
+            if (thread > 0)
+                continue;
+            m_mgr.registerService(&m_alarm);
+            wrong += m_mgr.serviceFromServiceName("Alarm") != &m_alarm;
+            m_mgr.unregisterService(&m_alarm);
+            wrong += m_mgr.serviceFromServiceName("Alarm") != nullptr;
+        }
+    });
+    QCOMPARE(wrong.load(), 0);
+}
+
+/// It comes last, as a manager is not opened again.
 void tst_cServiceMgr::closedManagerKeepsServingUntilReleased()
 {
-    cClock clock, late;
-    cAlarm alarm;
-    mgr().registerService(&clock);
-    mgr().registerService(&alarm);
-    m_mgr->setClosed();
-    const cMessageNotes messages;
-    mgr().registerService(&late);
-    QCOMPARE(mgr().serviceFromServiceName("Clock"), &clock);
-    QCOMPARE(messages.notes, QStringList());
-    QVERIFY(mgr().invoke("Clock", "now"));
-    QCOMPARE(mgr().serviceList(), QStringList({"Alarm", "Clock"}));
-    m_mgr->releaseAll();
-    QCOMPARE(mgr().serviceList(), QStringList());
-    QVERIFY(!mgr().serviceFromServiceName("Clock"));
+    m_manager.setClosed();
+    m_mgr.registerService(std::make_unique<cClock>().get());
+    QCOMPARE(m_announced, QStringList());
+    QVERIFY(m_mgr.invoke("Clock", "now"));
+    m_manager.releaseAll();
+    QCOMPARE(m_mgr.serviceList(), QStringList());
+    QVERIFY(!m_mgr.serviceFromServiceName("Clock"));
 }
 
 QTEST_GUILESS_MAIN(tst_cServiceMgr)
