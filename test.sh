@@ -45,12 +45,12 @@ run_fuzzers() {
 }
 
 run_benches() {
-    local data=$1 out="$root/build/bench.out" bench
+    local out="$root/build/bench.out" bench
     : >"$out"
     for bench in "$root"/build/release/bench/*/bench_*; do
         [ -f "$bench" ] && [ -x "$bench" ] || continue
         echo "== ${bench##*/}"
-        (unset TZ; NORVALE_BENCH_DATA="$data" "$bench") 2>&1 | tee -a "$out"
+        (unset TZ; "$bench") 2>&1 | tee -a "$out"
     done
     echo
     echo "| goal | measured | asked for | |"
@@ -96,7 +96,7 @@ case "${1:-}" in
     # shellcheck disable=SC2086
     need $packages_build $packages_bench
     build release -DNORVALE_BENCH_DATA="$(cd "$data" && pwd)"
-    run_benches "$(cd "$data" && pwd)"
+    run_benches
     ;;
 *)
     sed -nE 's/^# ?//p' "$0" | sed 1d
