@@ -18,6 +18,9 @@
 class Goals : public benchmark::ConsoleReporter
 {
 public:
+    /// Without colours: their last escape sequence would stand before the first goal.
+    Goals() : ConsoleReporter(OO_Tabular) {}
+
     /// @p ratio at least (or at most) @p target; the ratio is `time(over) / time(under)`.
     void atLeast(std::string name, std::string over, std::string under, double target)
     {
