@@ -45,17 +45,11 @@ start_host() {
     "$host" --categories base,ui --log "$demo/vcore.log" --trace "$demo/trace.json" >"$demo/host.out" 2>"$demo/host.err" &
     host_pid=$!
     trap 'kill -TERM $host_pid 2>/dev/null || true' EXIT
-    # A client that connects while the suite starts waits for it; before that there is no host to connect to.
-    local tries=0
-    until "$host" --timeout 10 --call Settings keys >/dev/null 2>&1; do
-        tries=$((tries + 1))
-        if [ $tries -gt 100 ] || ! kill -0 $host_pid 2>/dev/null; then
-            cat "$demo/host.err" >&2
-            say "The host did not start." >&2
-            exit 1
-        fi
-        sleep 0.1
-    done
+    if ! "$host" --wait --timeout 20 --call Settings keys >/dev/null 2>&1; then
+        cat "$demo/host.err" >&2
+        say "The host did not start." >&2
+        exit 1
+    fi
 }
 
 stop_host() {

@@ -16,6 +16,7 @@ const char Log[] = "log";
 const char Trace[] = "trace";
 const char Json[] = "json";
 const char Timeout[] = "timeout";
+const char Wait[] = "wait";
 
 QList<QCommandLineOption> all()
 {
@@ -29,7 +30,9 @@ QList<QCommandLineOption> all()
             {QLatin1String(Json),
              QStringLiteral("With --list and --call: print JSON. With --call the ARGs are JSON, too.")},
             {QLatin1String(Timeout), QStringLiteral("Wait so long for the running host, 30 seconds unless given."),
-             QStringLiteral("SECONDS"), QStringLiteral("30")}};
+             QStringLiteral("SECONDS"), QStringLiteral("30")},
+            {QLatin1String(Wait),
+             QStringLiteral("With --send and --call: wait for a host that does not run yet, up to the time limit.")}};
 }
 
 QStringList categories(const QCommandLineParser& line)
@@ -72,6 +75,11 @@ cHostAddress address()
 {
     Corvane::initializeFolderOrFile();
     return cHostAddress::ofInstallation(Corvane::velmiraFolderOrFile(Corvane::CoreFolder));
+}
+
+cHostClient::Outcome connectToHost(const QCommandLineParser& line, cHostClient* client)
+{
+    return line.isSet(QLatin1String(Wait)) ? client->waitFor(address()) : client->connectTo(address());
 }
 
 ExitCode failure(cHostClient::Outcome outcome, const cHostClient& client)

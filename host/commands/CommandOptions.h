@@ -18,6 +18,7 @@ extern const char Log[];
 extern const char Trace[];
 extern const char Json[];
 extern const char Timeout[];
+extern const char Wait[];
 
 /// All of them, as the parser takes them.
 QList<QCommandLineOption> all();
@@ -33,6 +34,9 @@ int timeout(const QCommandLineParser& line);
 
 /// The address of the host of this installation.
 cHostAddress address();
+
+/// Connects @p client to the host of this installation; one that is yet to come is waited for if that is asked for.
+cHostClient::Outcome connectToHost(const QCommandLineParser& line, cHostClient* client);
 
 /// Prints why @p client did not get its answers, and gives the exit code.
 ExitCode failure(cHostClient::Outcome outcome, const cHostClient& client);

@@ -55,7 +55,8 @@ QCommandLineOption cCallCommand::option() const
 
 QStringList cCallCommand::understands() const
 {
-    return {QLatin1String(CommandOptions::Json), QLatin1String(CommandOptions::Timeout)};
+    return {QLatin1String(CommandOptions::Json), QLatin1String(CommandOptions::Timeout),
+            QLatin1String(CommandOptions::Wait)};
 }
 
 ExitCode cCallCommand::run(const QCommandLineParser& line)
@@ -72,7 +73,7 @@ ExitCode cCallCommand::run(const QCommandLineParser& line)
                               {QStringLiteral("args"), arguments},
                               {QStringLiteral("request"), Request}};
     cHostClient client(timeout);
-    cHostClient::Outcome outcome = client.connectTo(CommandOptions::address());
+    cHostClient::Outcome outcome = CommandOptions::connectToHost(line, &client);
     ExitCode code = ExitCode::CallFailed;
     if (outcome == cHostClient::Done)
         outcome = client.ask(WireText::write(message), [&](const QByteArray&, const QJsonObject& answer) {

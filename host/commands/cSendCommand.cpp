@@ -19,7 +19,7 @@ QCommandLineOption cSendCommand::option() const
 
 QStringList cSendCommand::understands() const
 {
-    return {QLatin1String(CommandOptions::Timeout)};
+    return {QLatin1String(CommandOptions::Timeout), QLatin1String(CommandOptions::Wait)};
 }
 
 ExitCode cSendCommand::run(const QCommandLineParser& line)
@@ -28,7 +28,7 @@ ExitCode cSendCommand::run(const QCommandLineParser& line)
     if (timeout < 0)
         return ExitCode::Usage;
     cHostClient client(timeout);
-    cHostClient::Outcome outcome = client.connectTo(CommandOptions::address());
+    cHostClient::Outcome outcome = CommandOptions::connectToHost(line, &client);
     bool hasError = false;
     if (outcome == cHostClient::Done)
         outcome = client.ask(line.value(OptionName).toUtf8(), [&](const QByteArray& text, const QJsonObject& answer) {

@@ -5,6 +5,7 @@
 #include <Norvale/cMessageSocket.h>
 
 #include <QtCore/QJsonDocument>
+#include <QtCore/QThread>
 
 cHostClient::cHostClient(int milliseconds) : m_deadline(milliseconds) {}
 
@@ -19,6 +20,17 @@ cHostClient::Outcome cHostClient::connectTo(const cHostAddress& address)
         return Done;
     m_error = QStringLiteral("no host listens on %1: %2").arg(address.socketName(), m_socket.errorString());
     return m_socket.error() == QLocalSocket::SocketTimeoutError ? TimedOut : NoHost;
+}
+
+cHostClient::Outcome cHostClient::waitFor(const cHostAddress& address)
+{
+    constexpr unsigned long MillisecondsBetweenTries = 50;
+    Outcome outcome = connectTo(address);
+    while (outcome == NoHost && address.isValid() && !m_deadline.hasExpired()) {
+        QThread::msleep(MillisecondsBetweenTries);
+        outcome = connectTo(address);
+    }
+    return outcome;
 }
 
 cHostClient::Outcome cHostClient::ask(const QByteArray& message, const AnswerFunction& onAnswer)

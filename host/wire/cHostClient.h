@@ -32,6 +32,9 @@ public:
 
     Outcome connectTo(const cHostAddress& address);
 
+    /// As connectTo(), but a host that does not listen yet is waited for, up to the limit.
+    Outcome waitFor(const cHostAddress& address);
+
     /// Sends @p message and hands each answer to @p onAnswer. Announcements are no answers and are skipped.
     Outcome ask(const QByteArray& message, const AnswerFunction& onAnswer);
 

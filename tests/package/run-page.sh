@@ -29,7 +29,6 @@ script() {
         /^```$/ && inside { print close_with; inside = is_shell = 0; next }
         inside {
             print
-            if (is_shell && /&$/)   print "wait_for_host"
             if (is_shell && /QUIT/) print "wait $!"
         }' "$page"
 }
@@ -47,15 +46,6 @@ printed() {
     while IFS= read -r line; do
         grep -qxF -e "$line" output || { echo "not printed: $line"; exit 1; }
     done
-}
-
-wait_for_host() {
-    for _ in $(seq 300); do
-        "$NORVALE/bin/VCore" --call VCore connections >/dev/null 2>&1 && return
-        sleep 0.1
-    done
-    echo "no host answers"
-    return 1
 }
 
 rm -rf "$folder"
