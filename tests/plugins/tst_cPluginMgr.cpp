@@ -1,362 +1,238 @@
-#include "cPluginSuite.h"
-#include <SettingsSandbox.h>
+#include "plugins/IInstalledPlugins.h"
+#include "plugins/LibrarySuffix.h"
+#include "plugins/cPluginMgr.h"
+#include "services/cServiceMgr.h"
 
 #include <Norvale/Corvane.h>
+#include <Norvale/IPluginContext.h>
+#include <Norvale/cJsonValue.h>
 #include <Norvale/cLogCentral.h>
+#include <Rows.h>
+#include <SettingsSandbox.h>
 
 #include <QtCore/QDir>
-#include <QtCore/QThread>
-#include <QtTest/QtTest>
+#include <QtCore/QRegularExpression>
 
-/// Hears the completed categories, and notes what had been started by then.
-class cCategoryListener : public QObject
+#include <thread>
+
+static void write(const QString& path, const QByteArray& content)
+{
+    QFile file(path);
+    QVERIFY(QFileInfo(path).dir().mkpath(".") && file.open(QFile::WriteOnly) && file.write(content) == content.size());
+}
+
+/// A small installation on disk, with the managers that run it. All that happens is noted in one journal, which is a
+/// property of the application object, so that the plugins write in it, too.
+class cPluginSuite : public QObject, public IInstalledPlugins, public IPluginObserver
 {
     Q_OBJECT
 
-public slots:
-    void onLoadPluginCategoryCompleted(const QString& category)
+public:
+    /// A plugin is its name, the library of its fixture and what its manifest says (`auto`, `needs:P`, `gives:S`); or
+    /// its name and a manifest as it stands.
+    explicit cPluginSuite(const QStringList& plugins)
     {
-        heard.append(category + QLatin1Char('@') + QString::number(cPluginSuite::journal().size()));
+        sandbox.setInstallDir(sandbox.path());
+        Corvane::initializeFolderOrFile();
+        cLogCentral::setDebuggerOutput(true); // or there is no history
+        manager.setInstalledPlugins(this);
+        manager.setServiceMgr(&services);
+        qApp->setProperty("journal", QStringList());
+        qApp->setProperty("pluginMgr", QVariant::fromValue<QObject*>(&manager));
+        qApp->setProperty("serviceMgr", QVariant::fromValue<QObject*>(&services));
+        for (const QString& plugin : plugins)
+            install(plugin.section(' ', 0, 0), plugin.section(' ', 1));
+    }
+    void install(const QString& name, const QString& what)
+    {
+        const QString library = what.section(' ', 0, 0);
+        QString manifest = "<m><plugin runtime_api_version='13' autoload='%1'>%2 <start><library filename='%3' "
+                           "function='create'/></start></plugin></m>";
+        manifest = what.startsWith('<') ? what : manifest.arg(what.contains(" auto") ? "true" : "", what, library);
+        manifest.replace(QRegularExpression("needs:(\\S+)"),
+                         "<dependencies><dependency>\\1</dependency></dependencies>");
+        manifest.replace(QRegularExpression("gives:(\\S+)"), "<services><service>\\1</service></services>");
+        names.append(name);
+        write(folderOf(name) + "/Manifest.xml", manifest.toUtf8());
+        QFile::copy(FIXTURE_DIR "/" + library + LibrarySuffix, folderOf(name) + "/" + library + LibrarySuffix);
+    }
+    QString folderOf(const QString& name) const { return sandbox.path() + "/plugins/" + name + "-1.00.000"; }
+    static QStringList journal() { return qApp->property("journal").toStringList(); }
+    static void note(const QString& text) { qApp->setProperty("journal", journal() << text); }
+
+    bool publishInstalledPlugins() override
+    {
+        ++publications;
+        manager.clearAllowed();
+        for (const QString& name : qAsConst(names))
+            manager.registerPlugin(name, cVersion("1.0.0"));
+        return true;
+    }
+    bool isFeatureInstalled(const QString& name) const override { return name == "Core"; }
+    void spanBegin(Span span, const QString& plugin) override { note(QString("<") + "mlsp"[span] + plugin); }
+    void spanEnd(Span, const QString&, bool ok) override { note(ok ? ">" : "!>"); }
+
+public slots:
+    // The steps of a row; what stands behind the first word is given to them.
+    void discover(QString) { note(manager.discover() ? "discovered" : "faulty"); }
+    void start(QString) { note(manager.StartNormal() ? "started" : "not started"); }
+    void stop(QString) { manager.StopNormal(); }
+    void load(QString name) { note(manager.load(name) ? name + " there" : "no " + name); }
+    void serve(QString service) { note(manager.loadByService(service) ? service + " there" : "no " + service); }
+    void want(QString plugins) { qApp->setProperty("wanted", plugins.split(' ')); }
+    void observe(QString) { manager.setObserver(this); }
+    void uninstall(QString name) { names.removeOne(name); }
+    void removeManifest(QString name) { QVERIFY(QFile::remove(folderOf(name) + "/Manifest.xml")); }
+    void events(QString) { QCoreApplication::processEvents(); }
+    void askInThread(QString name)
+    {
+        bool isLoaded = true;
+        std::thread([&] {
+            emit manager.DoLoad(name, nullptr);
+            isLoaded = manager.loadByService(name);
+        }).join();
+        note(isLoaded ? "at once" : "not at once");
+    }
+    void tearTranslation(QString name)
+    {
+        write(folderOf(name) + "/ts/strings_xx_XX.qm", "\x3c\xb8\x64\x18");
+        sandbox.setMachineValue("ConfigMgr/Locale", "xx_XX");
+    }
+    /// The publications, and of each plugin its place in the order, its state, and a mark when its folder is searched.
+    void list(QString)
+    {
+        const char* const states[] = {"Registered", "Ordered", "Loaded", "Started", "Stopped"};
+        QString text = QString::number(publications);
+        for (const cPluginInfo& info : manager.plugins())
+            text += QString(" %1:%2:%3").arg(info.name).arg(info.order).arg(states[info.state]) +
+                    (QDir::searchPaths(info.name).contains(folderOf(info.name)) ? "*" : "");
+        note(text + " " + services.serviceList().join(' '));
     }
 
 public:
-    QStringList heard;
+    SettingsSandbox sandbox;
+    QStringList names;
+    int publications = 0;
+    cServiceMgr services;
+    cPluginMgr manager;
 };
 
-/// Writes the spans down as brackets.
-class cTrace : public IPluginObserver
-{
-public:
-    void spanBegin(Span span, const QString& plugin) override { text += QLatin1Char("mlsp"[span]) + plugin + "("; }
-    void spanEnd(Span, const QString&, bool ok) override { text += ok ? QLatin1String(")") : QLatin1String("!)"); }
-
-    QString text;
-};
-
+/// The plugin manager and its records, with real plugin libraries. Sets that cannot be ordered end the process; that is
+/// seen from outside, in the host's tests.
 class tst_cPluginMgr : public QObject
 {
     Q_OBJECT
 
 private slots:
-    void initTestCase();
-    void startsDependenciesFirstAndStopsInReverse();
-    void loadsByCategoryInTurn();
-    void loadsOnRequest();
-    void loadsOnRequestOfAnotherThread();
-    void startRefused_data();
-    void startRefused();
-    void loadRefused_data();
-    void loadRefused();
-    void plugInThatAsksForOthersWhileStarting();
-    void withdrawsServicesOfAFailedStart();
-    void exceptionInStop();
-    void longChainOfDependencies();
-    void discoverStartsNothing();
-    void onlyTheLastPublicationCounts();
-    void observer();
-    void metaObject();
+    void runs_data()
+    {
+        const Rows<QStringList, QStringList, QStringList, QString> row("plugins", "steps", "logged", "journal");
+        // In the order are C, I and ZentraSettings, then B and A at their second places.
+        row("dependencies first, stop in reverse",
+            {"A plain auto needs:C needs:B:2 needs:Core:Net", "B plain needs:C", "C plain", "I plain",
+             "ZentraSettings plain"},
+            {"start", "list", "stop", "stop"}, {},
+            "start ZentraSettings, start C, start B, start A, started, "
+            "2 A:5:Started* B:4:Started* C:1:Started* I:2:Ordered ZentraSettings:3:Started* , "
+            "stop A, stop B, stop C, stop ZentraSettings");
+        row("on request", {"A plain gives:a"}, {"load A", "start", "serve b", "serve a", "load A", "load a"},
+            {"have not been started", "for the service b: none declares it"},
+            "no A, started, no b, start A, a there, A there, no a");
+        row("on request of another thread", {"A plain", "B plain gives:A"}, {"start", "askInThread A", "events"}, {},
+            "started, not at once, start A, start B");
 
-private:
-    SettingsSandbox m_sandbox;
+        // What stays loaded without a plugin object does not keep those that need it from loading.
+        const QStringList steps{"start", "load F", "list", "load NeedsF"};
+        for (const auto& [fixture, reason] :
+             {std::pair("entryMissing", "\"create\""), {"entryNull", "answers null"}, {"throwsInEntry", "threw"}})
+            row(fixture, {QString("F ") + fixture, "NeedsF plain needs:F"}, steps, {reason},
+                "started, no F, 2 F:1:Loaded NeedsF:2:Ordered , start NeedsF, NeedsF there");
+        const QString failed = "NeedsF is not loaded: a dependency failed (NeedsF -> F)";
+        row("no library", {"F none", "NeedsF plain needs:F"}, steps, {failed, "does not exist", "does not exist"},
+            "started, no F, 2 F:1:Ordered NeedsF:2:Ordered , no NeedsF");
+        for (const auto& [fixture, reason] :
+             {std::pair("startFails", "returned false"), {"throwsInStart", "out of paper"}})
+            row(fixture, {QString("F ") + fixture, "NeedsF plain needs:F"}, steps, {failed, reason, reason},
+                "started, start F, no F, 2 F:1:Ordered* NeedsF:2:Ordered , start F, no NeedsF");
+        row("throwsInStop", {"A plain auto", "T throwsInStop auto"}, {"start", "stop", "list"},
+            {"T-1.00.000 did not stop properly"},
+            "start A, start T, started, stop T, stop A, 2 A:1:Stopped* T:2:Stopped* ");
+        row("leavesService", {"L leavesService gives:left"}, {"start", "load L", "list"}, {"withdrew the service left"},
+            "started, start L, no L, 2 L:1:Ordered* ");
+        row("torn translation", {"A plain auto"}, {"tearTranslation A", "start"}, {}, "start A, started");
+
+        // First asks for itself, for one that depends on it, and for Behind. Behind waits for Asks, whose start asks
+        // for Behind in turn: that start is the one that counts.
+        row("asks for others while starting",
+            {"First loadsOther auto", "Needs plain needs:First", "Asks loadsOther", "Behind plain needs:Asks"},
+            {"want First Needs Behind", "start"}, {},
+            "start First, First there, start Needs, Needs there, start Asks, First there, Needs there, "
+            "start Behind, Behind there, Behind there, started");
+        row("asks for itself while loading", {"Hasty loadsWhileLoading"}, {"want Hasty", "start", "load Hasty"},
+            {"asks for itself"}, "started, no Hasty, start Hasty, Hasty there");
+        row("spans", {"A loadsOther auto", "B startFails"}, {"want B", "observe", "start", "stop"}, {},
+            "<mA, >, <mB, >, <lA, >, <sA, start A, <lB, >, <sB, start B, !>, no B, >, started, <pA, stop A, >");
+
+        row("discovering starts nothing", {"A plain auto gives:a", "B plain needs:A"}, {"discover", "list", "start"},
+            {}, "discovered, 1 A:1:Ordered B:2:Ordered , start A, started");
+        row("all faults are told at once, and remembered",
+            {"A plain auto needs:B needs:Absent", "B plain auto", "Old <m><plugin runtime_api_version='12'/></m>",
+             "Torn <m>", "Lost plain", "X plain gives:S", "Y plain gives:S", "Z plain gives:Z gives:Z"},
+            {"removeManifest Lost", "discover", "list", "start", "load B"},
+            {"version 12", "manifest of Torn-1.00.000", "A depends on Absent, which is not installed",
+             "Lost-1.00.000/Manifest.xml is missing", "the service S is declared twice: by X and by Y",
+             "the service Z is declared twice: by Z and by Z", "Old-1.00.000 has been found faulty before",
+             "Torn-1.00.000 has been found faulty before"},
+            "faulty, 1 A:0:Registered B:1:Ordered Old:2:Ordered Torn:3:Ordered Lost:4:Ordered X:5:Ordered Y:6:Ordered "
+            "Z:7:Ordered , not started, no B");
+        row("only the last publication counts", {"Gone <m>", "A plain auto"},
+            {"discover", "uninstall Gone", "start", "load Gone"}, {}, "faulty, start A, started, no Gone");
+        QStringList chain; // of which only the last one has a library
+        for (int i = 0; i < 1000; ++i)
+            chain.append(QString("%1 <m><plugin runtime_api_version='13'> needs:%2 </plugin></m>").arg(i).arg(i + 1));
+        row("long chain", chain << "1000 plain", {"start", "load 0"},
+            {"999-1.00.000 is not loaded: its manifest names no library"}, "started, start 1000, no 0");
+    }
+    void runs()
+    {
+        QFETCH(QStringList, plugins);
+        QFETCH(QStringList, steps);
+        QFETCH(QStringList, logged);
+        const int begin = cLogCentral::history().size();
+        cPluginSuite suite(plugins);
+        for (const QString& step : steps)
+            QVERIFY(QMetaObject::invokeMethod(&suite, step.section(' ', 0, 0).toLatin1(),
+                                              Q_ARG(QString, step.section(' ', 1))));
+        QTEST(suite.journal().join(", "), "journal");
+        QStringList lines;
+        for (const cLogEntry& line : cLogCentral::history().mid(begin))
+            lines.append(line.channel == "PluginMgr" ? line.message : QString());
+        for (const QString& text : logged)
+            QVERIFY2(lines.filter(text).size() == logged.count(text), qPrintable(text));
+    }
+    void record()
+    {
+        cPluginSuite suite({"Foo plain needs:B needs:C gives:a",
+                            "Bar <m><plugin><start><params>{\"a\":1}</params></start></plugin></m>"});
+        cPluginInstance plugin("Foo", cVersion("1.0"));
+        plugin.setFolder("#Default");
+        QCOMPARE(plugin.folder(), QString("#Default"));
+        plugin.setFolder("#default");
+        QCOMPARE(plugin.folder(), QString("core:plugins/Foo-1.00.000"));
+        QVERIFY(plugin.readManifest() && plugin.readManifest()); // the later reading replaces
+        QCOMPARE(plugin.dependencies() + plugin.services(), QStringList({"B", "C", "a"}));
+        QVERIFY(plugin.loadLibrary() && plugin.isLibraryLoaded() && plugin.hasPluginObject());
+        QVERIFY(plugin.unloadLibrary() && !plugin.hasPluginObject() && !plugin.start());
+        QCOMPARE(plugin.errorString(), QString("it has no plugin object"));
+
+        const cPluginContext own(plugin);
+        const IPluginContext& context = own;
+        plugin.setFolder(suite.folderOf("Bar"));
+        QVERIFY(plugin.readManifest() && context.name() == "Foo" && context.params()["a"] == 1);
+        context.log().warning() << "hello" << Qt::endl;
+        QCOMPARE(cLogCentral::history().last().channel, QString("Foo"));
+    }
 };
-
-using Suite = cPluginSuite;
-
-void tst_cPluginMgr::initTestCase()
-{
-    cLogCentral::setDebuggerOutput(true); // or there is no history
-}
-
-void tst_cPluginMgr::startsDependenciesFirstAndStopsInReverse()
-{
-    Suite suite;
-    suite.add("A", "plain", Suite::dependsOn({"C", "B:2", "Core:Net"}));
-    suite.add("B", "plain", Suite::dependsOn({"C"}), "");
-    suite.add("C", "plain", "", "");
-    suite.add("Idle", "plain", "", "");
-    suite.add("ZentraSettings", "plain", "", "");
-    QVERIFY(suite.manager.StartNormal());
-    QCOMPARE(suite.publications, 2);
-    QCOMPARE(Suite::journal(), QStringList({"start ZentraSettings", "start C", "start B", "start A"}));
-    QCOMPARE(QDir::searchPaths("A"), QStringList(suite.folderOf("A")));
-
-    const QList<cPluginInfo> infos = suite.manager.plugins();
-    QCOMPARE(infos.size(), 5);
-    QCOMPARE(infos.at(0).dependencies, QStringList({"C", "B:2"}));
-    QCOMPARE(infos.at(0).order, 5); // C, Idle, ZentraSettings, then B and A at their second places
-    QCOMPARE(infos.at(0).state, cPluginInfo::Started);
-    QCOMPARE(infos.at(3).state, cPluginInfo::Ordered);
-
-    suite.manager.StopNormal();
-    QCOMPARE(Suite::journal().mid(4), QStringList({"stop A", "stop B", "stop C", "stop ZentraSettings"}));
-    QCOMPARE(suite.manager.plugins().at(0).state, cPluginInfo::Stopped);
-    suite.manager.StopNormal();
-    QCOMPARE(Suite::journal().size(), 8);
-}
-
-void tst_cPluginMgr::loadsByCategoryInTurn()
-{
-    Suite suite;
-    cCategoryListener listener;
-    suite.services.addListener("PluginMgrEvents", &listener, "on");
-    suite.add("Auto", "plain");
-    suite.add("U1", "plain", "", "load_category='ui'");
-    suite.add("D1", "plain", "", "load_category='data'");
-    suite.add("U2", "plain", "", "load_category='ui'");
-    suite.add("Other", "plain", "", "load_category='UI'");
-    suite.manager.setLoadCategories({"data", "nobody", "ui"});
-    QVERIFY(suite.manager.StartNormal());
-    QCOMPARE(Suite::journal(), QStringList({"start D1", "start U1", "start U2", "start Auto"}));
-    QCOMPARE(listener.heard, QStringList({"data@1", "nobody@1", "ui@3"}));
-    QCOMPARE(suite.linesWith("ZentraSettings is not loaded"), 1);
-}
-
-void tst_cPluginMgr::loadsOnRequest()
-{
-    Suite suite;
-    suite.add("A", "plain", Suite::provides("a.service"), "");
-    QVERIFY(!suite.manager.load("A"));
-    QCOMPARE(suite.linesWith("have not been started"), 1);
-    QVERIFY(suite.manager.StartNormal());
-    QVERIFY(!suite.manager.loadByService("b.service"));
-    QVERIFY(suite.manager.loadByService("a.service"));
-    QVERIFY(suite.manager.load("A"));
-    emit suite.manager.DoLoad("A", nullptr);
-    QVERIFY(!suite.manager.load("a"));
-    QCOMPARE(Suite::journal(), QStringList("start A"));
-    QCOMPARE(suite.linesWith("b.service"), 1);
-}
-
-void tst_cPluginMgr::loadsOnRequestOfAnotherThread()
-{
-    Suite suite;
-    suite.add("A", "plain", "", "");
-    suite.add("B", "plain", Suite::provides("b"), "");
-    QVERIFY(suite.manager.StartNormal());
-    bool isLoadedAtOnce = true;
-    QScopedPointer<QThread> thread(QThread::create([&] {
-        emit suite.manager.DoLoad("A", nullptr);
-        isLoadedAtOnce = suite.manager.loadByService("b");
-    }));
-    thread->start();
-    QVERIFY(thread->wait());
-    QVERIFY(!isLoadedAtOnce && Suite::journal().isEmpty());
-    QCoreApplication::processEvents();
-    QCOMPARE(Suite::journal(), QStringList({"start A", "start B"}));
-}
-
-void tst_cPluginMgr::startRefused_data()
-{
-    QTest::addColumn<QByteArray>("manifest"); // null: none at all
-    QTest::addColumn<QString>("reason");
-
-    QTest::newRow("no manifest") << QByteArray() << "Manifest.xml is missing";
-    QTest::newRow("not XML") << QByteArray("<m>") << "Bad-1.00.000/Manifest.xml, line 1, column 4";
-    QTest::newRow("older API") << QByteArray("<m><plugin runtime_api_version='12'/></m>") << "version 12";
-    QTest::newRow("no plugin element") << QByteArray("<m/>") << "version 0";
-    QTest::newRow("service of another")
-        << QByteArray("<m><plugin runtime_api_version='13'><services><service>X</service></services></plugin></m>")
-        << "the service X is declared twice: by Good and by Bad";
-    QTest::newRow("service twice")
-        << QByteArray(
-               "<m><plugin runtime_api_version='13'><services><service>Y</service><service>Y</service></services>"
-               "</plugin></m>")
-        << "the service Y is declared twice: by Bad and by Bad";
-}
-
-void tst_cPluginMgr::startRefused()
-{
-    QFETCH(QByteArray, manifest);
-    QFETCH(QString, reason);
-    Suite suite;
-    suite.add("Good", "plain", Suite::provides("X"));
-    suite.addManifest("Bad", manifest);
-    if (manifest.isNull())
-        QVERIFY(QFile::remove(suite.folderOf("Bad") + "/Manifest.xml"));
-    QVERIFY(!suite.manager.StartNormal());
-    QCOMPARE(suite.linesWith(reason), 1);
-    QVERIFY(!suite.manager.load("Good"));
-    QVERIFY(Suite::journal().isEmpty());
-}
-
-void tst_cPluginMgr::loadRefused_data()
-{
-    QTest::addColumn<QString>("fixture");
-    QTest::addColumn<QString>("reason");
-    QTest::addColumn<bool>("staysLoaded"); // so that it counts as loaded from then on
-    QTest::addColumn<QStringList>("journal");
-
-    QTest::newRow("no library") << "none"
-                                << "does not exist" << false << QStringList();
-    QTest::newRow("entry missing") << "entryMissing"
-                                   << "\"create\"" << true << QStringList();
-    QTest::newRow("entry null") << "entryNull"
-                                << "answers null" << true << QStringList();
-    QTest::newRow("throws in entry") << "throwsInEntry"
-                                     << "threw an exception" << true << QStringList();
-    QTest::newRow("start fails") << "startFails"
-                                 << "returned false" << false << QStringList({"start F", "start F"});
-    QTest::newRow("throws in start") << "throwsInStart"
-                                     << "out of paper" << false << QStringList({"start F", "start F"});
-}
-
-void tst_cPluginMgr::loadRefused()
-{
-    QFETCH(QString, fixture);
-    QFETCH(QString, reason);
-    QFETCH(bool, staysLoaded);
-    QFETCH(QStringList, journal);
-    Suite suite;
-    suite.add("F", fixture, "", "");
-    suite.add("NeedsF", "plain", Suite::dependsOn({"F"}), "");
-    QVERIFY(suite.manager.StartNormal());
-    QVERIFY(!suite.manager.load("F"));
-    QCOMPARE(suite.linesWith(reason), 1);
-    QCOMPARE(suite.manager.plugins().at(0).state, staysLoaded ? cPluginInfo::Loaded : cPluginInfo::Ordered);
-    QCOMPARE(suite.manager.load("NeedsF"), staysLoaded);
-    QCOMPARE(suite.linesWith("NeedsF is not loaded: a dependency failed (NeedsF -> F)"), int(!staysLoaded));
-    QCOMPARE(Suite::journal(), staysLoaded ? QStringList("start NeedsF") : journal);
-    QCOMPARE(QDir::searchPaths("F").filter(suite.folderOf("F")).size(), journal.isEmpty() ? 0 : 1);
-}
-
-void tst_cPluginMgr::plugInThatAsksForOthersWhileStarting()
-{
-    // First's start asks for itself, for one that depends on it, and for Behind. Behind waits for Asks, whose start
-    // asks for Behind in turn: that start is the one that counts.
-    Suite suite;
-    Suite::want({"First", "NeedsFirst", "Behind"});
-    suite.add("First", "loadsOther");
-    suite.add("NeedsFirst", "plain", Suite::dependsOn({"First"}), "");
-    suite.add("Asks", "loadsOther", "", "");
-    suite.add("Behind", "plain", Suite::dependsOn({"Asks"}), "");
-    suite.add("Hasty", "loadsWhileLoading", "", "");
-    QVERIFY(suite.manager.StartNormal());
-    const QStringList journal = Suite::journal();
-    QCOMPARE(journal.count("start Behind"), 1);
-    QCOMPARE(journal.count("start NeedsFirst"), 1);
-    QCOMPARE(journal.filter("is not loaded"), QStringList());
-    QCOMPARE(journal.filter("is loaded").size(), 6);
-
-    Suite::want({"Hasty"});
-    QVERIFY(suite.manager.load("Hasty"));
-    QCOMPARE(Suite::journal().mid(journal.size()), QStringList({"refused", "start Hasty"}));
-}
-
-void tst_cPluginMgr::withdrawsServicesOfAFailedStart()
-{
-    Suite suite;
-    suite.add("L", "leavesService", Suite::provides("left"), "");
-    QVERIFY(suite.manager.StartNormal());
-    QVERIFY(!suite.manager.load("L"));
-    QCOMPARE(suite.services.serviceList(), QStringList());
-    QCOMPARE(suite.linesWith("withdrew the service left"), 1);
-}
-
-void tst_cPluginMgr::exceptionInStop()
-{
-    Suite suite;
-    suite.add("A", "plain");
-    suite.add("T", "throwsInStop");
-    QVERIFY(suite.manager.StartNormal());
-    suite.manager.StopNormal();
-    QCOMPARE(Suite::journal().mid(2), QStringList({"stop T", "stop A"}));
-    QCOMPARE(suite.linesWith("T-1.00.000 did not stop properly"), 1);
-}
-
-// Only the last one of the chain has a library, so the chain is walked down and nothing is loaded but that.
-void tst_cPluginMgr::longChainOfDependencies()
-{
-    const int length = 1000;
-    Suite suite;
-    for (int i = 0; i < length; ++i)
-        suite.addManifest(QString::number(i), "<m><plugin runtime_api_version='13'><dependencies><dependency>" +
-                                                  QByteArray::number(i + 1) +
-                                                  "</dependency></dependencies></plugin></m>");
-    suite.add(QString::number(length), "plain", "", "");
-    QVERIFY(suite.manager.StartNormal());
-    QCOMPARE(suite.manager.plugins().at(0).order, length + 1);
-    QVERIFY(!suite.manager.load("0"));
-    QCOMPARE(Suite::journal(), QStringList("start 1000"));
-    QCOMPARE(suite.linesWith("999-1.00.000 is not loaded: its manifest names no library"), 1);
-}
-
-void tst_cPluginMgr::discoverStartsNothing()
-{
-    Suite suite;
-    suite.add("A", "plain", Suite::dependsOn({"B", "Absent"}) + Suite::provides("a"));
-    suite.add("B", "plain");
-    suite.addManifest("Old", "<m><plugin runtime_api_version='12'/></m>");
-    suite.addManifest("Torn", "<m>");
-    QVERIFY(!suite.manager.discover());
-    QVERIFY(Suite::journal().isEmpty());
-    QCOMPARE(suite.linesWith("runtime API version 12"), 1);
-    QCOMPARE(suite.linesWith("manifest of Torn-1.00.000"), 1);
-    QCOMPARE(suite.linesWith("A depends on Absent, which is not installed"), 1);
-    const QList<cPluginInfo> infos = suite.manager.plugins();
-    QCOMPARE(infos.at(0).order, 0);
-    QCOMPARE(infos.at(0).services, QStringList("a"));
-    QCOMPARE(infos.at(1).order, 1);
-    QCOMPARE(infos.at(1).state, cPluginInfo::Ordered);
-
-    QVERIFY(!suite.manager.StartNormal());
-    QCOMPARE(suite.linesWith("found faulty before"), 2);
-
-    Suite sound;
-    sound.add("A", "plain", Suite::provides("a"));
-    QVERIFY(sound.manager.discover());
-    QVERIFY(sound.manager.StartNormal());
-    QCOMPARE(Suite::journal(), QStringList("start A"));
-}
-
-void tst_cPluginMgr::onlyTheLastPublicationCounts()
-{
-    Suite suite;
-    suite.addManifest("Gone", "<m>");
-    QVERIFY(!suite.manager.discover());
-    suite.names.clear();
-    suite.add("A", "plain");
-    QVERIFY(suite.manager.StartNormal());
-    QVERIFY(!suite.manager.load("Gone"));
-    QVERIFY(suite.manager.isKnown("Gone", cVersion("1.0")));
-
-    Suite without;
-    without.hasCore = false;
-    QVERIFY(!without.manager.StartNormal());
-    QCOMPARE(without.publications, 1);
-    QCOMPARE(without.linesWith("\"Core\" is not installed"), 1);
-
-    Suite broken;
-    broken.isPublishable = false;
-    QVERIFY(!broken.manager.StartNormal());
-    QCOMPARE(broken.publications, 1);
-}
-
-void tst_cPluginMgr::observer()
-{
-    Suite suite;
-    cTrace trace;
-    suite.manager.setObserver(&trace);
-    Suite::want({"B"});
-    suite.add("A", "loadsOther");
-    suite.add("B", "startFails", "", "");
-    QVERIFY(suite.manager.StartNormal());
-    suite.manager.StopNormal();
-    QCOMPARE(trace.text, QStringLiteral("mA()mB()lA()sA(lB()sB(!))pA()"));
-}
-
-void tst_cPluginMgr::metaObject()
-{
-    const QMetaObject& meta = IPluginMgr::staticMetaObject;
-    QStringList methods;
-    for (int i = meta.methodOffset(); i < meta.methodCount(); ++i)
-        methods.append(QString::fromLatin1(meta.method(i).methodSignature()));
-    QCOMPARE(methods,
-             QStringList({"DoLoad(QString,bool*)", "DoLoadByService(QString,bool*)", "DoRestart()", "dumpPlugins()",
-                          "OnLoad(QString,bool*)", "OnLoadByService(QString,bool*)", "OnRestart()"}));
-    QVERIFY(!IPluginMgr::instance());
-    Suite suite;
-    QCOMPARE(IPluginMgr::instance(), &suite.manager);
-}
 
 QTEST_GUILESS_MAIN(tst_cPluginMgr)
 #include "tst_cPluginMgr.moc"

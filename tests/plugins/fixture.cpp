@@ -1,0 +1,78 @@
+#include <Norvale/IPlugin.h>
+#include <Norvale/IPluginContext.h>
+
+#include <QtCore/QCoreApplication>
+#include <QtCore/QStringList>
+#include <QtCore/QVariant>
+
+#include <stdexcept>
+
+/// A service that nobody withdraws.
+class cLeftService : public QObject
+{
+    Q_OBJECT
+    Q_CLASSINFO("service", "left")
+};
+
+/// A type of this library: nothing of it may be touched once the library is unloaded.
+struct sFailure : std::runtime_error
+{
+    using std::runtime_error::runtime_error;
+};
+
+/// What it does depends on the name of the library that it is compiled for. The journal, the plugins to ask for and the
+/// managers are properties of the application object.
+class cFixture : public IPlugin
+{
+public:
+    cFixture()
+    {
+        if (is("loadsWhileLoading"))
+            askForOthers(true);
+    }
+    bool start(IPluginContext* context) override
+    {
+        note("start " + context->name());
+        if (is("throwsInStart"))
+            throw sFailure("out of paper");
+        if (is("loadsOther"))
+            askForOthers(false);
+        if (is("leavesService"))
+            QMetaObject::invokeMethod(managerOf("serviceMgr"), "registerService", Q_ARG(QObject*, new cLeftService));
+        return !is("startFails") && !is("leavesService");
+    }
+    void stop(IPluginContext* context) override
+    {
+        note("stop " + context->name());
+        if (is("throwsInStop"))
+            throw 42;
+    }
+    static bool is(const char* library) { return qstrcmp(FIXTURE, library) == 0; }
+
+private:
+    /// The answer expected is not @p before.
+    static void askForOthers(bool before)
+    {
+        for (const QString& name : qApp->property("wanted").toStringList()) {
+            bool isLoaded = before;
+            QMetaObject::invokeMethod(managerOf("pluginMgr"), "DoLoad", Q_ARG(QString, name), Q_ARG(bool*, &isLoaded));
+            note(isLoaded ? name + " there" : "no " + name);
+        }
+    }
+    static QObject* managerOf(const char* name) { return qApp->property(name).value<QObject*>(); }
+    static void note(const QString& text)
+    {
+        qApp->setProperty("journal", qApp->property("journal").toStringList() << text);
+    }
+};
+
+static cFixture s_plugin;
+
+extern "C" Q_DECL_EXPORT IPlugin* create()
+{
+    if (cFixture::is("throwsInEntry"))
+        throw 42;
+    return cFixture::is("entryNull") ? nullptr : &s_plugin;
+}
+
+#include "fixture.moc"

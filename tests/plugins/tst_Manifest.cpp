@@ -1,0 +1,210 @@
+#include "plugins/cManifest.h"
+#include "plugins/cManifestReader.h"
+#include "plugins/cPluginDependency.h"
+#include "plugins/cPluginInstance.h"
+#include "plugins/cVariableExpander.h"
+#include "plugins/cXmlTreeReader.h"
+
+#include <Norvale/cJsonValue.h>
+#include <Rows.h>
+
+#include <QtCore/QDir>
+#include <QtCore/QRandomGenerator>
+
+/// The manifest as text, with what differs from the defaults; where it is refused, the line comes first.
+static QString read(const QByteArray& xml)
+{
+    cPluginInstance plugin("Foo", cVersion("1.2"));
+    plugin.setFolder("/F");
+    cManifest manifest;
+    cManifestReader reader(plugin, manifest);
+    QStringList parts(reader.read(xml, "/F/Manifest.xml") ? "" : reader.errorString().section(", column", 0, 0));
+    parts << (manifest.autoload ? "auto" : "") << manifest.loadCategory << QString::number(manifest.apiVersion)
+          << QString::number(manifest.runtimeApiVersion) << manifest.libraryPath << manifest.entryFunction
+          << manifest.dependencies.join(',') << manifest.services.join(',') << manifest.params.get("a", "").toString();
+    for (const auto& lines : {manifest.installCommandLines, manifest.uninstallCommandLines}) {
+        for (const cCmdLine& line : lines)
+            parts << line.property("command").toString() + "|" + line.property("params").toStringList().join(',') +
+                         "|" + line.property("condition").toString();
+    }
+    parts.removeAll("0");
+    return parts.join(' ').simplified();
+}
+
+/// Forms of documents: a capital stands for any of its forms.
+static const QMap<char, QList<QByteArray>> Forms{
+    {'H',
+     {"", "<?xml version=\"1.0\" encoding=\"utf-8\"?>",
+      "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>\n"}},
+    {'E', {"<pA/>", "<pA>C</p>", "<pluginA >C</plugin\n>", "<x:yA\n/>", "<_z.1A>C</_z.1 >", "<Y-2A>C</Y-2>"}},
+    {'C', {"S", "SES", "SESES", "SESESES"}},
+    {'A', {"", " a=\"V\"", "\nb = \"V\"", "\t c=\"V\" a= \"V\""}},
+    {'V', {"", "P", "PP", "PPP"}},
+    {'P', QByteArray("x~ ~\xc3\xa4~\xe2\x82\xac~\xf0\x9f\x98\x80~>~]]~'~/~=~\xc2\xa0~\xe2\x80\xa8~\x7f").split('~')},
+    {'S', {"", "W", "P", "PWP", "WPW"}},
+    {'W', {"", " ", "\n", "\t", "  \n"}}};
+
+static QByteArray expand(QRandomGenerator& random, const QByteArray& form, int depth)
+{
+    QByteArray text;
+    for (char c : form) {
+        const auto forms = Forms.constFind(c);
+        if (forms == Forms.constEnd())
+            text += c;
+        else
+            text += expand(random, forms->at(depth < 0 && c == 'E' ? 0 : random.bounded(forms->size())),
+                           depth - (c == 'E'));
+    }
+    return text;
+}
+
+static QByteArray randomDocument(QRandomGenerator& random)
+{
+    const QList<QByteArray> spoilers =
+        QByteArray("&amp;~&#32;~&x;~<!-- x -->~<![CDATA[ ]]>~<?x y?>~\r\n~\n~<~>~/~\"~'~=~ ~a~&~\xe4~\x01~?~!")
+            .split('~');
+    QByteArray xml = expand(random, "HEW", 3);
+    if (random.bounded(3) == 0)
+        xml.insert(random.bounded(xml.size() + 1), spoilers.at(random.bounded(spoilers.size())));
+    return random.bounded(20) == 0 ? xml.left(random.bounded(xml.size())) : xml;
+}
+
+static QString textOf(const cXmlElement& element)
+{
+    QStringList parts{element.tag().toString(), element.attribute(u"a"), element.attribute(u"b", "-"),
+                      element.attribute(u"c"),  element.text(),          QString::number(element.line())};
+    for (cXmlElement child = element.firstChild(); !child.isNull(); child = child.nextSibling())
+        parts.append(textOf(child));
+    return "<" + parts.join('|') + ">";
+}
+
+/// The manifest of a plugin: its XML read in two ways, what it says, and the variables in its command lines.
+class tst_Manifest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void plainWayAgreesWithDom()
+    {
+        QRandomGenerator random(20110213);
+        const int count = 100000;
+        int plain = 0;
+        for (int i = 0; i < count; ++i) {
+            const QByteArray xml = randomDocument(random);
+            cXmlTree tree;
+            if (!cXmlTreeReader::readPlain(xml, tree))
+                continue;
+            ++plain;
+            cXmlTree domTree;
+            QVERIFY2(cXmlTreeReader::readByDom(xml, domTree, nullptr), xml.constData());
+            QCOMPARE(xml + textOf(tree.root()).toUtf8(), xml + textOf(domTree.root()).toUtf8());
+        }
+        QVERIFY2(plain > count / 2 && plain < count * 9 / 10, QByteArray::number(plain));
+    }
+    void reads_data()
+    {
+        const Rows<QByteArray, QString> row("xml", "expected");
+        row("everything", R"xml(<?xml version="1.0" encoding="utf-8"?><any>
+            <plugin name="x" version="9.9" autoload="true" load_category="ui" api_version="4" runtime_api_version="13">
+            <services><service>S1</service><other/><service>S2</service></services>
+            <start><params>{"a": "b"}</params><library filename="foo" function="make"/></start>
+            <dependencies><dependency>Bar:2</dependency><dependency>Core:Net</dependency><dependency/>
+            <dependency>core:Net</dependency></dependencies><deployment><install><cmdline program="$(PluginDir)/run"
+            condition="$(PluginName)"><param>-v</param><param>$(PluginVersion)
+            </param></cmdline><other/><cmdline program="two"/></install><install><cmdline program="never"/></install>
+            <uninstall><cmdline program="away"/></uninstall></deployment>
+            <services><service>S3</service></services></plugin></any>)xml",
+            "auto ui 4 13 /F/foo make Bar:2,core:Net S1,S2,S3 b "
+            "/F/run|-v,1.02.000 |$(PluginName) two|| away||");
+        row("no plugin element", "<m><Plugin autoload='true'/><n><plugin autoload='true'/></n></m>", "");
+        row("no values", "<m><plugin autoload='True' api_version='abc' runtime_api_version='13x'/></m>", "");
+        row("autoload stays, defaults overwrite",
+            "<m><plugin autoload='true' load_category='a' api_version='3'/><plugin autoload='false'/></m>", "auto");
+        row("last library counts",
+            "<m><plugin><start><library filename='a' function='f'/><library/></start></plugin></m>", "/F/");
+        row("each deployment of this platform adds", // and none of another
+            "<m><plugin><deployment><install><cmdline program='p'/></install></deployment>"
+            "<deployment platform=''><install><cmdline program='n'/></install></deployment>"
+            "<deployment platform='x86'><install><cmdline program='n'/></install></deployment>"
+            "<deployment platform='x64'><install><cmdline program='q'/></install></deployment></plugin></m>",
+            "p|| q||");
+        row("text of inner elements counts",
+            "<m><plugin><services><service>a&lt;<b>c</b><!-- d --><![CDATA[&]]>\xe4</service></services></plugin></m>",
+            QString::fromUtf8("a<c&\xef\xbf\xbd"));
+        row("garbage", QByteArray("\x7f\x45LF\0\xff\xfe<", 9), "/F/Manifest.xml, line 1");
+        row("not closed", "<m>\n<plugin></m>", "/F/Manifest.xml, line 2");
+        row("service empty", "<m><plugin><services>\n<service>a</service>\n<service/></services></plugin></m>",
+            "/F/Manifest.xml, line 3 a");
+        row("params not JSON",
+            "<m><plugin api_version='2'><start>\n<params>{</params><library filename='a'/></start></plugin></m>",
+            "/F/Manifest.xml, line 2 2");
+        const auto levels = [](int n) { return QByteArray("<n>").repeated(n) + "{}" + QByteArray("</n>").repeated(n); };
+        row("deep in params", "<m><plugin><start><params>" + levels(900) + "</params></start></plugin></m>", "");
+        row("a million levels", levels(1000000), "/F/Manifest.xml, line 1");
+        row("a million levels, not closed", levels(1000000).left(3000000), "/F/Manifest.xml, line 1");
+        row("a hundred thousand siblings",
+            "<m><plugin><services>" + QByteArray("<service>s</service>").repeated(100000) + "</services></plugin></m>",
+            "s" + QString(",s").repeated(99999));
+        QByteArray bomb = "<!DOCTYPE m [<!ENTITY a 'aaaaaaaaaa'>";
+        const QByteArray level = "<!ENTITY B '" + QByteArray("&A;").repeated(10) + "'>";
+        for (char name = 'b'; name < 'm'; ++name)
+            bomb += QByteArray(level).replace('A', char(name - 1)).replace('B', name);
+        row("entities that expand to a terabyte", bomb + "]><m><plugin load_category='&l;'/>&l;</m>",
+            "/F/Manifest.xml, line 1");
+    }
+    void reads()
+    {
+        QFETCH(QByteArray, xml);
+        QTEST(read(xml), "expected");
+    }
+    void dependency()
+    {
+        QString text;
+        for (const char* written : {"Foo:2", "Foo", "Foo:x", "Foo:1:2", ":3"})
+            text += QString("%1=%2 ").arg(cPluginDependency(written).name()).arg(cPluginDependency(written).number());
+        QCOMPARE(text, QString("Foo=2 Foo=1 Foo=0 Foo=0 =3 "));
+    }
+    void expands_data()
+    {
+        qputenv("NT_TEMP", "/var/tmp");
+        qputenv("NT_NESTED", "<$(PluginName)>");
+        qputenv("NT_HALF", "$(Plugin");
+        qputenv("NT_GROWS", "x$(env.NT_GROWS)");
+        qputenv("NT_PING", "$(env.NT_PONG)");
+        qputenv("NT_PONG", "$(env.NT_PING)");
+        const Rows<QString, QString> row("text", "expected"); // null: it ends, within bounds
+        row("plain", "a $ ( ) b", "a $ ( ) b");
+        row("each of the plugin", "$(PluginDir)|$(PluginName)|$(PluginVersion)|$(PluginName)",
+            QDir::toNativeSeparators("/suite/Foo") + "|Foo|1.02.003|Foo");
+        row("case matters", "$(pluginname)$(ENV.NT_TEMP)", "$(pluginname)$(ENV.NT_TEMP)");
+        row("environment", "$(env.NT_TEMP)$(env.NT_TEMP)\\$(PluginName)", "/var/tmp/var/tmp\\Foo");
+        row("not set", "[$(env.NT_NOT_SET)]", "[]");
+        row("no end", "$(env.PATH", "$(env.PATH");
+        row("malformed shields what follows", "$(env.)$(env.NT_TEMP)$(PluginName)", "$(env.)$(env.NT_TEMP)Foo");
+        row("variable in a name", "$(env.NT_$(PluginName))", "");
+        row("value with a variable", "$(env.NT_NESTED)", "<Foo>");
+        row("variable made of value and text", "$(env.NT_HALF)Name)", "Foo");
+        for (const char* endless : {"$(env.NT_GROWS)", "$(env.NT_PING)"})
+            row(endless, endless, QString());
+        row("many variables", QString("$(env.NT_TEMP)").repeated(20000), QString());
+    }
+    void expands()
+    {
+        QFETCH(QString, text);
+        QFETCH(QString, expected);
+        cPluginInstance plugin("Foo", cVersion("1.2.3"));
+        plugin.setFolder("/suite/Foo");
+        const QString expanded = cVariableExpander(plugin).expand(text);
+        QVERIFY(expected.isNull() ? !expanded.isEmpty() : expanded == expected);
+        QVERIFY(expanded.size() <= text.size() + cVariableExpander::MaxGrowth);
+    }
+    void expandsPluginThatDoublesItself()
+    {
+        const cPluginInstance plugin("$(PluginName)$(PluginName)", cVersion());
+        const int size = cVariableExpander(plugin).expand("$(PluginName)").size();
+        QVERIFY(size > 0 && size <= 13 + cVariableExpander::MaxGrowth);
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_Manifest)
+#include "tst_Manifest.moc"
