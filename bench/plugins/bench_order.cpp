@@ -6,15 +6,12 @@
 // heart.
 
 #include "Goals.h"
+#include "KeepMemory.h"
 #include "cProcessorTime.h"
 
 #include "plugins/cDependencyOrder.h"
 
 #include <QtCore/QRandomGenerator>
-
-#ifdef __GLIBC__
-#include <malloc.h>
-#endif
 
 namespace {
 
@@ -98,16 +95,6 @@ void orderPlugins(benchmark::State& state, MakeGraph make, int count)
         state.SetIterationTime(time.elapsed() / suites.size());
     }
     state.SetItemsProcessed(state.iterations() * count);
-}
-
-/// Memory that one round gives back is not taken from the process, so that the next one need not ask for it again: that
-/// happens to large suites only, and is the system's time and not the ordering's.
-void keepMemory()
-{
-#ifdef __GLIBC__
-    mallopt(M_MMAP_THRESHOLD, 1 << 30);
-    mallopt(M_TRIM_THRESHOLD, 1 << 30);
-#endif
 }
 
 void add(Goals& goals, const std::string& kind, MakeGraph make)

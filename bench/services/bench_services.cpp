@@ -1,5 +1,6 @@
 #include "BenchObjects.h"
 #include "Goals.h"
+#include "KeepMemory.h"
 #include "cNamedService.h"
 
 #include <Norvale/IServiceMgr.h>
@@ -222,6 +223,7 @@ void declareRegistry(Goals& goals)
 
 int main(int argc, char** argv)
 {
+    keepMemory();
     // The repetitions of all benchmarks take turns, so that what else the machine does meets each of them alike.
     char interleaved[] = "--benchmark_enable_random_interleaving=true";
     std::vector<char*> arguments(argv, argv + argc);

@@ -89,7 +89,8 @@ private:
     /// Google Benchmark appends settings such as "/repeats:5" or "/real_time" to the name that was registered.
     static std::string plainName(std::string name)
     {
-        for (const char* suffix : {"/min_time:", "/iterations:", "/repeats:", "/real_time", "/process_time", "/manual_time"}) {
+        for (const char* suffix :
+             {"/min_time:", "/iterations:", "/repeats:", "/real_time", "/process_time", "/manual_time"}) {
             const size_t at = name.find(suffix);
             if (at != std::string::npos)
                 name.erase(at);

@@ -16,9 +16,9 @@
  * (`NORVALE_STATIC`).
  */
 #if defined(NORVALE_STATIC)
-#    define NORVALE_EXPORT
+#define NORVALE_EXPORT
 #elif defined(NORVALE_BUILD)
-#    define NORVALE_EXPORT Q_DECL_EXPORT
+#define NORVALE_EXPORT Q_DECL_EXPORT
 #else
-#    define NORVALE_EXPORT Q_DECL_IMPORT
+#define NORVALE_EXPORT Q_DECL_IMPORT
 #endif

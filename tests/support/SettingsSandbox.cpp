@@ -15,7 +15,8 @@ SettingsSandbox::SettingsSandbox()
     qputenv("XDG_CACHE_HOME", QFile::encodeName(m_dir.filePath(QStringLiteral("cache"))));
     qputenv("XDG_RUNTIME_DIR", QFile::encodeName(m_dir.filePath(QStringLiteral("run"))));
     QDir().mkpath(m_dir.filePath(QStringLiteral("run")));
-    QFile::setPermissions(m_dir.filePath(QStringLiteral("run")), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    QFile::setPermissions(m_dir.filePath(QStringLiteral("run")),
+                          QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
     QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, QString::fromLocal8Bit(user));
     QSettings::setPath(QSettings::NativeFormat, QSettings::SystemScope, QString::fromLocal8Bit(machine));
     QCoreApplication::setOrganizationName(QStringLiteral("NorvaleTests"));
