@@ -2,6 +2,9 @@
 
 #include "services/cServiceInstance.h"
 
+#include <algorithm>
+#include <utility>
+
 namespace {
 
 constexpr std::size_t LeastPlaces = 16;
@@ -10,22 +13,23 @@ constexpr std::size_t LeastPlaces = 16;
 
 cServiceIndex::cServiceIndex() : m_places(LeastPlaces) {}
 
-void cServiceIndex::insert(const cServiceInstance* record)
+QSharedPointer<cServiceInstance> cServiceIndex::insert(const QSharedPointer<cServiceInstance>& record)
 {
     const uint hash = qHash(record->name());
     Place& place = m_places[placeOf(record->name(), hash)];
-    const bool isNew = !place.record;
-    place = {hash, record};
-    if (isNew && ++m_count * 2 > m_places.size())
+    const Place superseded = std::exchange(place, {hash, record});
+    if (!superseded.record && ++m_count * 2 > m_places.size())
         grow();
+    return superseded.record;
 }
 
-bool cServiceIndex::remove(const QString& id)
+QSharedPointer<cServiceInstance> cServiceIndex::take(const QString& id)
 {
     std::size_t free = placeOf(id, qHash(id));
-    if (!m_places[free].record)
-        return false;
-    m_places[free].record = nullptr;
+    QSharedPointer<cServiceInstance> taken;
+    taken.swap(m_places[free].record);
+    if (!taken)
+        return taken;
     --m_count;
     // What lies behind the new gap moves up into it, unless its own place lies behind the gap too: a search ends at a
     // free place, so there must be none between a record and the place that its hash names.
@@ -33,17 +37,28 @@ bool cServiceIndex::remove(const QString& id)
         const std::size_t mask = m_places.size() - 1;
         if (((i - m_places[i].hash) & mask) < ((i - free) & mask))
             continue;
-        m_places[free] = m_places[i];
-        m_places[i].record = nullptr;
+        m_places[free] = std::exchange(m_places[i], Place());
         free = i;
     }
-    return true;
+    return taken;
 }
 
-void cServiceIndex::clear()
+QStringList cServiceIndex::ids() const
 {
-    m_places.assign(LeastPlaces, Place());
-    m_count = 0;
+    QStringList ids;
+    ids.reserve(int(m_count));
+    for (const Place& place : m_places) {
+        if (place.record)
+            ids.append(place.record->name());
+    }
+    std::sort(ids.begin(), ids.end());
+    return ids;
+}
+
+void cServiceIndex::swap(cServiceIndex& other)
+{
+    m_places.swap(other.m_places);
+    std::swap(m_count, other.m_count);
 }
 
 std::size_t cServiceIndex::placeOf(const QString& id, uint hash) const
@@ -58,12 +73,12 @@ void cServiceIndex::grow()
 {
     std::vector<Place> old(m_places.size() * 2);
     old.swap(m_places);
-    for (const Place& moved : old) {
+    for (Place& moved : old) {
         if (!moved.record)
             continue;
         std::size_t place = moved.hash & (m_places.size() - 1);
         while (m_places[place].record)
             place = next(place);
-        m_places[place] = moved;
+        m_places[place] = std::move(moved);
     }
 }

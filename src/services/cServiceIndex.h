@@ -1,14 +1,16 @@
 #pragma once
 
 #include <QtCore/QHash>
+#include <QtCore/QSharedPointer>
 #include <QtCore/QString>
+#include <QtCore/QStringList>
 
 #include <vector>
 
 class cServiceInstance;
 
 /**
- * Finds a record by its id. It does not own the records, and is not locked.
+ * Holds the records and finds each by its id, at most one an id. It is not locked.
  *
  * A table of places of its own, twice as many as records at least: a record lies at the first free place from the one
  * that the hash of its id names. The hash is kept beside it, so a look-up touches the table, which is small, and then
@@ -19,18 +21,21 @@ class cServiceIndex
 public:
     cServiceIndex();
 
-    const cServiceInstance* find(const QString& id) const { return m_places[placeOf(id, qHash(id))].record; }
-    /// Enters @p record under its name, in the place of one that is there.
-    void insert(const cServiceInstance* record);
-    /// @return whether there was a record of this name.
-    bool remove(const QString& id);
-    void clear();
+    const cServiceInstance* find(const QString& id) const { return m_places[placeOf(id, qHash(id))].record.data(); }
+    /// Enters @p record under its name. @return the one that it supersedes, null when there was none.
+    QSharedPointer<cServiceInstance> insert(const QSharedPointer<cServiceInstance>& record);
+    /// @return the record that was there under @p id; null when there was none.
+    QSharedPointer<cServiceInstance> take(const QString& id);
+    /// All ids in ascending order. They are put in order when they are asked for: that is seldom, and an order kept at
+    /// every registration would cost the more the more services there are.
+    QStringList ids() const;
+    void swap(cServiceIndex& other);
 
 private:
     struct Place
     {
         uint hash = 0;
-        const cServiceInstance* record = nullptr; ///< null for a free place
+        QSharedPointer<cServiceInstance> record; ///< null for a free place
     };
 
     std::size_t next(std::size_t place) const { return (place + 1) & (m_places.size() - 1); }

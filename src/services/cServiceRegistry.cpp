@@ -7,35 +7,31 @@ void cServiceRegistry::insert(const QSharedPointer<cServiceInstance>& record)
 {
     QSharedPointer<cServiceInstance> superseded;
     const QWriteLocker writer(&m_lock);
-    QSharedPointer<cServiceInstance>& place = m_records[record->name()];
-    superseded.swap(place);
-    place = record;
-    m_index.insert(record.data());
+    superseded = m_records.insert(record);
     m_state.store(nextState(), std::memory_order_release);
 }
 
 QSharedPointer<cServiceInstance> cServiceRegistry::take(const QString& id)
 {
     const QWriteLocker writer(&m_lock);
-    if (!m_index.remove(id))
-        return {};
-    m_state.store(nextState(), std::memory_order_release);
-    return m_records.take(id);
+    const QSharedPointer<cServiceInstance> taken = m_records.take(id);
+    if (taken)
+        m_state.store(nextState(), std::memory_order_release);
+    return taken;
 }
 
 void cServiceRegistry::clear()
 {
-    Records dropped;
+    cServiceIndex dropped;
     const QWriteLocker writer(&m_lock);
     dropped.swap(m_records);
-    m_index.clear();
     m_state.store(nextState(), std::memory_order_release);
 }
 
 bool cServiceRegistry::contains(const QString& id) const
 {
     const QReadLocker reader(&m_lock);
-    return m_index.find(id);
+    return m_records.find(id);
 }
 
 QObject* cServiceRegistry::object(const QString& id) const
@@ -58,7 +54,7 @@ QObject* cServiceRegistry::object(const QString& id) const
 QStringList cServiceRegistry::ids() const
 {
     const QReadLocker reader(&m_lock);
-    return m_records.keys();
+    return m_records.ids();
 }
 
 quint64 cServiceRegistry::nextState()
@@ -69,6 +65,6 @@ quint64 cServiceRegistry::nextState()
 
 QPointer<QObject> cServiceRegistry::find(const QString& id) const
 {
-    const cServiceInstance* record = m_index.find(id);
+    const cServiceInstance* record = m_records.find(id);
     return record ? record->guard() : QPointer<QObject>();
 }

@@ -2,7 +2,6 @@
 
 #include "services/cServiceIndex.h"
 
-#include <QtCore/QMap>
 #include <QtCore/QPointer>
 #include <QtCore/QReadWriteLock>
 #include <QtCore/QSharedPointer>
@@ -36,15 +35,12 @@ public:
     QStringList ids() const;
 
 private:
-    using Records = QMap<QString, QSharedPointer<cServiceInstance>>;
-
     static quint64 nextState();
     /// The guarded object of the record of @p id. The lock is held.
     QPointer<QObject> find(const QString& id) const;
 
     mutable QReadWriteLock m_lock; ///< guards the members below
-    Records m_records;
-    cServiceIndex m_index; ///< the same records, for look-ups whose cost does not grow with the number of services
+    cServiceIndex m_records;
     /// The number of the present state, changed under the lock for writing; threads compare it with what they remember.
     std::atomic<quint64> m_state{nextState()};
 };
