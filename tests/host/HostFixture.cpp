@@ -1,17 +1,14 @@
 #include "HostFixture.h"
 
 #include "wire/cFrameDecoder.h"
+#include "wire/cHostAddress.h"
 
 #include <QtCore/QDeadlineTimer>
 #include <QtCore/QDir>
 #include <QtCore/QFile>
-#include <QtCore/QThread>
+#include <QtCore/QJsonDocument>
 #include <QtCore/QtEndian>
 #include <QtNetwork/QLocalSocket>
-
-#ifdef Q_OS_UNIX
-#include <csignal>
-#endif
 
 namespace {
 
@@ -34,8 +31,6 @@ HostFixture::HostFixture()
     qputenv("VCORE_TEST_JOURNAL", QFile::encodeName(path(QStringLiteral("journal"))));
 }
 
-HostFixture::~HostFixture() = default;
-
 void HostFixture::useSuite(const QString& folder)
 {
     m_suite = folder;
@@ -44,8 +39,7 @@ void HostFixture::useSuite(const QString& folder)
 
 QString HostFixture::makeSuite(const QString& feature, const QMap<QString, QString>& manifests)
 {
-    const QString root = path(QStringLiteral("made"));
-    QDir(root).removeRecursively();
+    const QString root = path(QStringLiteral("suite%1").arg(++m_madeSuites));
     QString plugins;
     for (auto it = manifests.begin(); it != manifests.end(); ++it) {
         plugins += QStringLiteral("<plugin name=\"%1\" version=\"1.00.000\"/>").arg(it.key());
@@ -67,37 +61,46 @@ HostFixture::Ended HostFixture::run(const QStringList& arguments) const
             QString::fromUtf8(process.readAllStandardError())};
 }
 
-std::unique_ptr<QProcess> HostFixture::serve(const QStringList& arguments)
+void HostFixture::start(const QStringList& arguments)
 {
     QFile::remove(path(QStringLiteral("journal")));
-    auto host = std::make_unique<QProcess>();
-    host->setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    host->start(QStringLiteral(VCORE_PROGRAM), arguments);
+    m_host = std::make_unique<QProcess>();
+    m_host->setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    m_host->start(QStringLiteral(VCORE_PROGRAM), arguments);
+}
+
+bool HostFixture::serve(const QStringList& arguments)
+{
+    start(arguments);
     const QDeadlineTimer deadline(Patience);
-    while (!deadline.hasExpired() && !host->waitForFinished(20)) {
+    while (!deadline.hasExpired() && !m_host->waitForFinished(20)) {
         const auto client = connectClient(frame(R"({"command":"LIST"})"));
         if (client->state() == QLocalSocket::ConnectedState && !framesUntil(*client, "HANDLED").isEmpty())
-            return host;
+            return true;
     }
-    host->kill();
-    host->waitForFinished();
-    return nullptr;
+    return false;
 }
 
-int HostFixture::stop(QProcess& host)
+int HostFixture::quit()
 {
-    host.terminate();
-    return exitCodeOf(host);
+    run({QStringLiteral("--send"), QStringLiteral(R"({"command":"QUIT"})")});
+    return exitCodeOf(*m_host);
 }
 
-int HostFixture::exitCodeOf(QProcess& host)
+int HostFixture::exitCodeOf(QProcess& process)
 {
-    if (host.state() != QProcess::NotRunning && !host.waitForFinished(Patience)) {
-        host.kill();
-        host.waitForFinished();
+    if (process.state() != QProcess::NotRunning && !process.waitForFinished(Patience)) {
+        process.kill();
+        process.waitForFinished();
         return -1;
     }
-    return host.exitStatus() == QProcess::NormalExit ? host.exitCode() : -1;
+    return process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
+}
+
+QJsonArray HostFixture::spansOf(const QString& trace)
+{
+    QFile file(trace);
+    return QJsonDocument::fromJson(file.open(QIODevice::ReadOnly) ? file.readAll() : "")["traceEvents"].toArray();
 }
 
 std::unique_ptr<QLocalSocket> HostFixture::connectClient(const QByteArray& bytes) const

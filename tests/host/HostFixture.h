@@ -1,14 +1,17 @@
 #pragma once
 
+#include "ExitCode.h"
 #include "SettingsSandbox.h"
-#include "wire/cHostAddress.h"
 
+#include <QtCore/QJsonArray>
 #include <QtCore/QProcess>
 #include <QtCore/QStringList>
 
 #include <memory>
 
 class QLocalSocket;
+
+Q_DECLARE_METATYPE(ExitCode)
 
 /// A sandbox in which real hosts run as child processes, on the suite that the build has made or on one of the test's
 /// own.
@@ -23,23 +26,34 @@ public:
     };
 
     HostFixture();
-    ~HostFixture();
 
     /// Makes @p folder the installation; the suite of the build unless a test asks for another one.
     void useSuite(const QString& folder);
 
-    /// Writes an installation whose feature @p feature has the plugins of @p manifests (name to text of `plugin`).
+    /// Writes another installation, whose feature @p feature has the plugins of @p manifests (name to text of
+    /// `plugin`).
     QString makeSuite(const QString& feature, const QMap<QString, QString>& manifests);
 
-    /// Runs VCore to its end.
+    /// Runs VCore to its end, with the words of @p line as arguments, or with those given.
+    Ended run(const QString& line) const { return run(line.split(QLatin1Char(' '), Qt::SkipEmptyParts)); }
     Ended run(const QStringList& arguments) const;
 
-    /// Starts a host and waits until it serves. Null when it does not; then lastReasons() tells more.
-    std::unique_ptr<QProcess> serve(const QStringList& arguments = {});
+    /// Starts the host of the fixture, with an empty journal.
+    void start(const QStringList& arguments = {});
 
-    /// Ends a host as the system would, and gives its exit code; -1 when it crashed or did not end.
-    static int stop(QProcess& host);
-    static int exitCodeOf(QProcess& host);
+    /// The same, and waits until it serves. @return false when it does not; its reasons are in the test's output.
+    bool serve(const QStringList& arguments = {});
+
+    QProcess& host() { return *m_host; }
+
+    /// Ends the host as a client does. @return as exitCodeOf().
+    int quit();
+
+    /// Waits for the end of a process. @return its exit code; -1 when it crashed or did not end.
+    static int exitCodeOf(QProcess& process);
+
+    /// The spans in a trace that a host wrote, in order of their begin.
+    static QJsonArray spansOf(const QString& trace);
 
     /// Connects a client, and sends the bytes given.
     std::unique_ptr<QLocalSocket> connectClient(const QByteArray& bytes = {}) const;
@@ -52,6 +66,8 @@ public:
 private:
     SettingsSandbox m_sandbox;
     QString m_suite;
+    int m_madeSuites = 0;
+    std::unique_ptr<QProcess> m_host;
 };
 
 /// One frame with @p payload.

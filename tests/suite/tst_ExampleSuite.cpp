@@ -81,10 +81,8 @@ private slots:
 private:
     void serve(const QStringList& arguments = WithCategories);
     QString call(const QStringList& words) const;
-    int quit();
 
     HostFixture m_fixture;
-    std::unique_ptr<QProcess> m_host;
 };
 
 void tst_ExampleSuite::init()
@@ -96,14 +94,12 @@ void tst_ExampleSuite::init()
 
 void tst_ExampleSuite::cleanup()
 {
-    if (m_host)
-        QCOMPARE(quit(), 0);
+    QCOMPARE(m_fixture.quit(), 0);
 }
 
 void tst_ExampleSuite::serve(const QStringList& arguments)
 {
-    m_host = m_fixture.serve(arguments);
-    QVERIFY(m_host);
+    QVERIFY(m_fixture.serve(arguments));
 }
 
 /// What a service method returned, as the host prints it.
@@ -111,14 +107,6 @@ QString tst_ExampleSuite::call(const QStringList& words) const
 {
     const HostFixture::Ended ended = m_fixture.run(QStringList{"--call"} + words);
     return ended.code == 0 ? ended.output.trimmed() : "failed: " + ended.reasons;
-}
-
-/// Ends the host as a client does; its exit code.
-int tst_ExampleSuite::quit()
-{
-    const std::unique_ptr<QProcess> host = std::move(m_host);
-    m_fixture.run({"--send", R"({"command":"QUIT"})"});
-    return HostFixture::exitCodeOf(*host);
 }
 
 void tst_ExampleSuite::startsAndStopsInOrder_data()
@@ -146,7 +134,7 @@ void tst_ExampleSuite::startsAndStopsInOrder()
     serve(arguments + QStringList{"--trace", trace});
     if (!called.isEmpty())
         QCOMPARE(call(called), QString("2"));
-    QCOMPARE(quit(), 0);
+    QCOMPARE(m_fixture.quit(), 0);
 
     QCOMPARE(pluginsInTrace(trace, "start"), order);
     std::reverse(order.begin(), order.end());
@@ -232,7 +220,7 @@ void tst_ExampleSuite::keepsSettingsOverARestart()
     serve();
     QCOMPARE(call({"Settings", "setValue", "Greeter/Name", "Ümit \"U\" \\"}), QString("true"));
     QCOMPARE(call({"Greeter", "greet", ""}), QString("Hello, Ümit \"U\" \\!"));
-    QCOMPARE(quit(), 0);
+    QCOMPARE(m_fixture.quit(), 0);
     serve();
     QCOMPARE(call({"Greeter", "greet", ""}), QString("Welcome back, Ümit \"U\" \\! This is visit number 2."));
     QCOMPARE(call({"Settings", "remove", "Greeter/Name"}), QString("true"));
@@ -275,7 +263,7 @@ void tst_ExampleSuite::journalTellsWhatHappened()
 {
     serve();
     m_fixture.run({"--send", R"({"command":"GREET","name":"Ada\nPlugins: x"})"});
-    QCOMPARE(quit(), 0);
+    QCOMPARE(m_fixture.quit(), 0);
     QStringList lines;
     for (const QString& line : QString::fromUtf8(contentOf(dataFile("journal.log"))).split('\n', Qt::SkipEmptyParts))
         lines.append(line.section("  ", 1).replace(QRegularExpression("client \\d+"), "a client"));

@@ -13,9 +13,10 @@
 class cTextService : public QObject
 {
     Q_OBJECT
-    Q_CLASSINFO("service", "Text")
+    Q_CLASSINFO("service", SERVICE_NAME)
 
 public:
+    Q_INVOKABLE QString name() { return QStringLiteral(PLUGIN_NAME); }
     Q_INVOKABLE QString upper(const QString& text) { return text.toUpper(); }
     Q_INVOKABLE QString kind(int) { return QStringLiteral("int"); }
     Q_INVOKABLE QString kind(const QString&) { return QStringLiteral("text"); }
@@ -29,10 +30,9 @@ public:
     Q_INVOKABLE QVariantMap pair(const QVariant& a, const QVariant& b) { return {{"a \"a\"", a}, {"b", b}}; }
     Q_INVOKABLE cJsonValue member(const cJsonValue& object) { return object.get("member", cJsonValue()); }
     Q_INVOKABLE QString host(const QUrl& url) { return url.host(); }
-    Q_INVOKABLE QString joined(int a, int b, int c, int d, int e, int f, int g, int h, int i, int j)
+    Q_INVOKABLE QStringList ten(int a, int b, int c, int d, int e, int f, int g, int h, int i, const QString& j)
     {
-        return QStringLiteral("%1%2%3%4%5%6%7%8%9").arg(a).arg(b).arg(c).arg(d).arg(e).arg(f).arg(g).arg(h).arg(i) +
-               QString::number(j);
+        return {QString::number(a + b + c + d + e + f + g + h + i), j};
     }
     Q_INVOKABLE QString filled(int size) { return QString(size, QLatin1Char('x')); }
     Q_INVOKABLE void sleep(int milliseconds) { QThread::msleep(ulong(milliseconds)); }
