@@ -1,28 +1,21 @@
 #include "HostFixture.h"
+#include "Rows.h"
 
 #include <QtCore/QDir>
-#include <QtCore/QJsonArray>
 #include <QtCore/QJsonDocument>
 #include <QtCore/QJsonObject>
 #include <QtCore/QSettings>
 #include <QtCore/QStandardPaths>
-#include <QtTest/QtTest>
 
 #include <algorithm>
 
 namespace {
 const QStringList WithCategories{"--categories", "base,ui"};
 
-/// A file of the host's data folder, which hangs on the names of the application.
+/// A file of the host's data folder.
 QString dataFile(const QString& name)
 {
-    const QString organisation = QCoreApplication::organizationName();
-    const QString application = QCoreApplication::applicationName();
-    QCoreApplication::setOrganizationName("Varkel");
-    QCoreApplication::setApplicationName("VCore");
-    const QDir folder(QStandardPaths::writableLocation(QStandardPaths::AppLocalDataLocation));
-    QCoreApplication::setOrganizationName(organisation);
-    QCoreApplication::setApplicationName(application);
+    const QDir folder(QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) + "/Varkel/VCore");
     folder.mkpath(".");
     return folder.absoluteFilePath(name);
 }
@@ -49,10 +42,9 @@ void setLocale(const QString& locale)
 QStringList pluginsInTrace(const QString& path, const QString& kind)
 {
     QStringList plugins;
-    const QJsonArray events = QJsonDocument::fromJson(contentOf(path)).object().value("traceEvents").toArray();
-    for (const QJsonValue& event : events)
-        if (event["cat"] == kind)
-            plugins.append(event["args"]["plugin"].toString());
+    for (const QJsonValue& span : HostFixture::spansOf(path))
+        if (span["cat"] == kind)
+            plugins.append(span["args"]["plugin"].toString());
     return plugins;
 }
 } // namespace
@@ -62,117 +54,144 @@ class tst_ExampleSuite : public QObject
 {
     Q_OBJECT
 
-private slots:
-    void init();
-    void cleanup();
-
-    void startsAndStopsInOrder_data();
-    void startsAndStopsInOrder();
-    void greetsInTheLanguageOfTheMachine_data();
-    void greetsInTheLanguageOfTheMachine();
-    void answersMessages_data();
-    void answersMessages();
-    void keepsSettingsOverARestart();
-    void setsABrokenSettingsFileAside();
-    void refusesHarmfulKeys();
-    void beatsAtTheIntervalOfTheSettings();
-    void journalTellsWhatHappened();
-
-private:
-    void serve(const QStringList& arguments = WithCategories);
-    QString call(const QStringList& words) const;
-
     HostFixture m_fixture;
+
+    void serve(const QStringList& arguments = WithCategories) { QVERIFY(m_fixture.serve(arguments)); }
+
+    /// What a service method returned, as the host prints it.
+    QString call(const QStringList& words) const
+    {
+        const HostFixture::Ended ended = m_fixture.run(QStringList{"--call"} + words);
+        return ended.code == 0 ? ended.output.trimmed() : "failed: " + ended.reasons;
+    }
+
+private slots:
+    void init()
+    {
+        m_fixture.useSuite(EXAMPLE_SUITE);
+        setLocale("en_US");
+        QDir(QFileInfo(dataFile("x")).path()).removeRecursively();
+    }
+
+    void cleanup() { QCOMPARE(m_fixture.quit(), 0); }
+
+    void startsAndStopsInOrder_data()
+    {
+        const Rows<QStringList, QStringList, QStringList> row("arguments", "called", "order");
+        row("autoload only, with what it needs", {}, {}, {"ZentraSettings", "Journal", "Greeter", "Commands"});
+        row("by categories", WithCategories, {}, {"ZentraSettings", "Journal", "Heartbeat", "Greeter", "Commands"});
+        row("categories the other way round", {"--categories", "ui,base"}, {},
+            {"ZentraSettings", "Greeter", "Journal", "Heartbeat", "Commands"});
+        row("one on demand", {}, {"WordCount", "words", "one two"},
+            {"ZentraSettings", "Journal", "Greeter", "Commands", "WordCount"});
+    }
+    void startsAndStopsInOrder()
+    {
+        QFETCH(QStringList, arguments);
+        QFETCH(QStringList, called);
+        QFETCH(QStringList, order);
+        const QString trace = m_fixture.path("trace.json");
+        serve(arguments + QStringList{"--trace", trace});
+        if (!called.isEmpty())
+            QCOMPARE(call(called), QString("2"));
+        QCOMPARE(m_fixture.quit(), 0);
+
+        QCOMPARE(pluginsInTrace(trace, "start"), order);
+        std::reverse(order.begin(), order.end());
+        QCOMPARE(pluginsInTrace(trace, "stop"), order);
+    }
+
+    void greetsInTheLanguageOfTheMachine_data()
+    {
+        const Rows<QString, QString, QString> row("locale", "greeting", "stranger");
+        row("translated", "de_DE", "Guten Tag, Zoë!", "Guten Tag, Unbekannte Person!");
+        row("no such translation", "fr_FR", "Hello, Zoë!", "Hello, stranger!");
+        row("no locale", "", "Hello, Zoë!", "Hello, stranger!");
+    }
+    void greetsInTheLanguageOfTheMachine()
+    {
+        QFETCH(QString, locale);
+        setLocale(locale);
+        serve();
+        QTEST(call({"Greeter", "greet", "Zoë"}), "greeting");
+        QTEST(call({"Greeter", "greet", ""}), "stranger");
+    }
+
+    void answersMessages_data();
+    void answersMessages()
+    {
+        QFETCH(QString, message);
+        QFETCH(QString, answer);
+        serve();
+        const QString printed = m_fixture.run({"--send", message}).output;
+        QCOMPARE(printed.isEmpty(), answer.isEmpty());
+        QCOMPARE(QJsonDocument::fromJson(printed.toUtf8()), QJsonDocument::fromJson(answer.toUtf8()));
+    }
+
+    void keepsSettingsOverARestart()
+    {
+        serve();
+        QCOMPARE(call({"Settings", "setValue", "Greeter/Name", "Ümit \"U\" \\"}), QString("true"));
+        QCOMPARE(call({"Greeter", "greet", ""}), QString("Hello, Ümit \"U\" \\!"));
+        QCOMPARE(m_fixture.quit(), 0);
+        serve();
+        QCOMPARE(call({"Greeter", "greet", ""}), QString("Welcome back, Ümit \"U\" \\! This is visit number 2."));
+        QCOMPARE(call({"Settings", "remove", "Greeter/Name"}), QString("true"));
+        QCOMPARE(call({"Settings", "value", "Greeter/Name"}), QString());
+    }
+
+    void setsABrokenSettingsFileAside()
+    {
+        const QByteArray broken = R"({"Greeter/Name":"Ada",)";
+        write(dataFile("settings.json"), broken);
+        serve();
+        QCOMPARE(call({"Settings", "keys"}), QString("[]"));
+        QCOMPARE(contentOf(dataFile("settings.json.broken")), broken);
+    }
+
+    void refusesHarmfulKeys()
+    {
+        write(dataFile("settings.json"), R"({"number":7,"list":[1,"a"]})");
+        serve();
+        for (const QString key : {"", "a\"b", "a\\", "a b", "ä", "a\n"})
+            QCOMPARE(call({"Settings", "setValue", key, "1"}), QString("false"));
+        QCOMPARE(call({"Settings", "setValue", "good", "1"}), QString("true"));
+        QCOMPARE(call({"Settings", "value", "list"}), QString("[1,\"a\"]"));
+        QCOMPARE(QJsonDocument::fromJson(contentOf(dataFile("settings.json"))).object(),
+                 QJsonDocument::fromJson(R"({"good":"1","number":7,"list":[1,"a"]})").object());
+    }
+
+    void beatsAtTheIntervalOfTheSettings()
+    {
+        serve();
+        QCOMPARE(call({"Heartbeat", "interval"}), QString("60000"));
+        QCOMPARE(call({"Settings", "setValue", "Heartbeat/Interval", "20"}), QString("true"));
+        QCOMPARE(call({"Settings", "setValue", "Heartbeat/Interval", "often"}), QString("true"));
+        QCOMPARE(call({"Heartbeat", "interval"}), QString("20"));
+        QTRY_VERIFY_WITH_TIMEOUT(call({"Heartbeat", "beats"}).toInt() > 2, 20000);
+        QVERIFY(contentOf(dataFile("journal.log")).contains("heartbeat: beat 2\n"));
+    }
+
+    void journalTellsWhatHappened()
+    {
+        serve();
+        m_fixture.run({"--send", R"({"command":"GREET","name":"Ada\nPlugins: x"})"});
+        QCOMPARE(m_fixture.quit(), 0);
+        QStringList lines;
+        for (const QString& line :
+             QString::fromUtf8(contentOf(dataFile("journal.log"))).split('\n', Qt::SkipEmptyParts))
+            lines.append(line.section("  ", 1).replace(QRegularExpression("client \\d+"), "a client"));
+        QCOMPARE(lines, (QStringList{"services: Journal is there", "Journal: begins", "services: Heartbeat is there",
+                                     "plugins: the category base is loaded", "services: Greeter is there",
+                                     "plugins: the category ui is loaded", "commands: a client asks to GREET",
+                                     "settings: Greeter/Visits/Ada%0APlugins%3A%20x is now \"1\"",
+                                     "greeter: has greeted Ada Plugins: x", "Journal: ends"}));
+    }
 };
-
-void tst_ExampleSuite::init()
-{
-    m_fixture.useSuite(EXAMPLE_SUITE);
-    setLocale("en_US");
-    QDir(QFileInfo(dataFile("x")).path()).removeRecursively();
-}
-
-void tst_ExampleSuite::cleanup()
-{
-    QCOMPARE(m_fixture.quit(), 0);
-}
-
-void tst_ExampleSuite::serve(const QStringList& arguments)
-{
-    QVERIFY(m_fixture.serve(arguments));
-}
-
-/// What a service method returned, as the host prints it.
-QString tst_ExampleSuite::call(const QStringList& words) const
-{
-    const HostFixture::Ended ended = m_fixture.run(QStringList{"--call"} + words);
-    return ended.code == 0 ? ended.output.trimmed() : "failed: " + ended.reasons;
-}
-
-void tst_ExampleSuite::startsAndStopsInOrder_data()
-{
-    QTest::addColumn<QStringList>("arguments");
-    QTest::addColumn<QStringList>("called");
-    QTest::addColumn<QStringList>("order");
-    QTest::newRow("autoload only, with what it needs")
-        << QStringList() << QStringList() << QStringList{"ZentraSettings", "Journal", "Greeter", "Commands"};
-    QTest::newRow("by categories") << WithCategories << QStringList()
-                                   << QStringList{"ZentraSettings", "Journal", "Heartbeat", "Greeter", "Commands"};
-    QTest::newRow("categories the other way round")
-        << QStringList{"--categories", "ui,base"} << QStringList()
-        << QStringList{"ZentraSettings", "Greeter", "Journal", "Heartbeat", "Commands"};
-    QTest::newRow("one on demand") << QStringList() << QStringList{"WordCount", "words", "one two"}
-                                   << QStringList{"ZentraSettings", "Journal", "Greeter", "Commands", "WordCount"};
-}
-
-void tst_ExampleSuite::startsAndStopsInOrder()
-{
-    QFETCH(QStringList, arguments);
-    QFETCH(QStringList, called);
-    QFETCH(QStringList, order);
-    const QString trace = m_fixture.path("trace.json");
-    serve(arguments + QStringList{"--trace", trace});
-    if (!called.isEmpty())
-        QCOMPARE(call(called), QString("2"));
-    QCOMPARE(m_fixture.quit(), 0);
-
-    QCOMPARE(pluginsInTrace(trace, "start"), order);
-    std::reverse(order.begin(), order.end());
-    QCOMPARE(pluginsInTrace(trace, "stop"), order);
-}
-
-void tst_ExampleSuite::greetsInTheLanguageOfTheMachine_data()
-{
-    QTest::addColumn<QString>("locale");
-    QTest::addColumn<QString>("greeting");
-    QTest::addColumn<QString>("stranger");
-    QTest::newRow("translated") << "de_DE"
-                                << "Guten Tag, Zoë!"
-                                << "Guten Tag, Unbekannte Person!";
-    QTest::newRow("no such translation") << "fr_FR"
-                                         << "Hello, Zoë!"
-                                         << "Hello, stranger!";
-    QTest::newRow("no locale") << ""
-                               << "Hello, Zoë!"
-                               << "Hello, stranger!";
-}
-
-void tst_ExampleSuite::greetsInTheLanguageOfTheMachine()
-{
-    QFETCH(QString, locale);
-    setLocale(locale);
-    serve();
-    QTEST(call({"Greeter", "greet", "Zoë"}), "greeting");
-    QTEST(call({"Greeter", "greet", ""}), "stranger");
-}
 
 void tst_ExampleSuite::answersMessages_data()
 {
-    QTest::addColumn<QString>("message");
-    QTest::addColumn<QString>("answer");
-    const auto row = [](const char* name, const char* message, const char* answer) {
-        QTest::newRow(name) << message << answer;
-    };
+    const Rows<QString, QString> row("message", "answer");
     row("greet", R"({"command":"GREET","name":"Ada","request":7})",
         R"({"command":"RESULT","value":"Hello, Ada!","request":7})");
     row("greet nobody known", R"({"command":"GREET"})", R"({"command":"RESULT","value":"Hello, stranger!"})");
@@ -195,83 +214,6 @@ void tst_ExampleSuite::answersMessages_data()
         R"({"command":"RESULT","value":[]})");
     row("a command of nobody", R"({"command":"greet","name":"Ada"})", "");
     row("no object", R"(["GREET"])", "");
-}
-
-void tst_ExampleSuite::answersMessages()
-{
-    QFETCH(QString, message);
-    QFETCH(QString, answer);
-    serve();
-    const HostFixture::Ended ended = m_fixture.run({"--send", message});
-    QJsonArray answers;
-    for (const QString& line : ended.output.split('\n', Qt::SkipEmptyParts)) {
-        const QJsonObject object = QJsonDocument::fromJson(line.toUtf8()).object();
-        if (object["command"] != "HANDLED" && object["command"] != "NEWSERVICE")
-            answers.append(object);
-    }
-    QJsonArray expected;
-    if (!answer.isEmpty())
-        expected.append(QJsonDocument::fromJson(answer.toUtf8()).object());
-    QCOMPARE(answers, expected);
-}
-
-void tst_ExampleSuite::keepsSettingsOverARestart()
-{
-    serve();
-    QCOMPARE(call({"Settings", "setValue", "Greeter/Name", "Ümit \"U\" \\"}), QString("true"));
-    QCOMPARE(call({"Greeter", "greet", ""}), QString("Hello, Ümit \"U\" \\!"));
-    QCOMPARE(m_fixture.quit(), 0);
-    serve();
-    QCOMPARE(call({"Greeter", "greet", ""}), QString("Welcome back, Ümit \"U\" \\! This is visit number 2."));
-    QCOMPARE(call({"Settings", "remove", "Greeter/Name"}), QString("true"));
-    QCOMPARE(call({"Settings", "value", "Greeter/Name"}), QString());
-}
-
-void tst_ExampleSuite::setsABrokenSettingsFileAside()
-{
-    const QByteArray broken = R"({"Greeter/Name":"Ada",)";
-    write(dataFile("settings.json"), broken);
-    serve();
-    QCOMPARE(call({"Settings", "keys"}), QString("[]"));
-    QCOMPARE(contentOf(dataFile("settings.json.broken")), broken);
-}
-
-void tst_ExampleSuite::refusesHarmfulKeys()
-{
-    write(dataFile("settings.json"), R"({"number":7,"list":[1,"a"]})");
-    serve();
-    for (const QString key : {"", "a\"b", "a\\", "a b", "ä", "a\n"})
-        QCOMPARE(call({"Settings", "setValue", key, "1"}), QString("false"));
-    QCOMPARE(call({"Settings", "setValue", "good", "1"}), QString("true"));
-    QCOMPARE(call({"Settings", "value", "list"}), QString("[1,\"a\"]"));
-    QCOMPARE(QJsonDocument::fromJson(contentOf(dataFile("settings.json"))).object(),
-             QJsonDocument::fromJson(R"({"good":"1","number":7,"list":[1,"a"]})").object());
-}
-
-void tst_ExampleSuite::beatsAtTheIntervalOfTheSettings()
-{
-    serve();
-    QCOMPARE(call({"Heartbeat", "interval"}), QString("60000"));
-    QCOMPARE(call({"Settings", "setValue", "Heartbeat/Interval", "20"}), QString("true"));
-    QCOMPARE(call({"Settings", "setValue", "Heartbeat/Interval", "often"}), QString("true"));
-    QCOMPARE(call({"Heartbeat", "interval"}), QString("20"));
-    QTRY_VERIFY_WITH_TIMEOUT(call({"Heartbeat", "beats"}).toInt() > 2, 20000);
-    QVERIFY(contentOf(dataFile("journal.log")).contains("heartbeat: beat 2\n"));
-}
-
-void tst_ExampleSuite::journalTellsWhatHappened()
-{
-    serve();
-    m_fixture.run({"--send", R"({"command":"GREET","name":"Ada\nPlugins: x"})"});
-    QCOMPARE(m_fixture.quit(), 0);
-    QStringList lines;
-    for (const QString& line : QString::fromUtf8(contentOf(dataFile("journal.log"))).split('\n', Qt::SkipEmptyParts))
-        lines.append(line.section("  ", 1).replace(QRegularExpression("client \\d+"), "a client"));
-    QCOMPARE(lines, (QStringList{"services: Journal is there", "Journal: begins", "services: Heartbeat is there",
-                                 "plugins: the category base is loaded", "services: Greeter is there",
-                                 "plugins: the category ui is loaded", "commands: a client asks to GREET",
-                                 "settings: Greeter/Visits/Ada%0APlugins%3A%20x is now \"1\"",
-                                 "greeter: has greeted Ada Plugins: x", "Journal: ends"}));
 }
 
 QTEST_GUILESS_MAIN(tst_ExampleSuite)
