@@ -53,16 +53,20 @@ private:
     /// The answer expected is not @p before.
     static void askForOthers(bool before)
     {
-        for (const QString& name : qApp->property("wanted").toStringList()) {
+        for (const QString& name : QCoreApplication::instance()->property("wanted").toStringList()) {
             bool isLoaded = before;
             QMetaObject::invokeMethod(managerOf("pluginMgr"), "DoLoad", Q_ARG(QString, name), Q_ARG(bool*, &isLoaded));
             note(isLoaded ? name + " there" : "no " + name);
         }
     }
-    static QObject* managerOf(const char* name) { return qApp->property(name).value<QObject*>(); }
+    static QObject* managerOf(const char* name)
+    {
+        return QCoreApplication::instance()->property(name).value<QObject*>();
+    }
     static void note(const QString& text)
     {
-        qApp->setProperty("journal", qApp->property("journal").toStringList() << text);
+        QCoreApplication::instance()->setProperty(
+            "journal", QCoreApplication::instance()->property("journal").toStringList() << text);
     }
 };
 

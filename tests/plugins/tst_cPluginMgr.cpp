@@ -37,9 +37,9 @@ public:
         cLogCentral::setDebuggerOutput(true); // or there is no history
         manager.setInstalledPlugins(this);
         manager.setServiceMgr(&services);
-        qApp->setProperty("journal", QStringList());
-        qApp->setProperty("pluginMgr", QVariant::fromValue<QObject*>(&manager));
-        qApp->setProperty("serviceMgr", QVariant::fromValue<QObject*>(&services));
+        QCoreApplication::instance()->setProperty("journal", QStringList());
+        QCoreApplication::instance()->setProperty("pluginMgr", QVariant::fromValue<QObject*>(&manager));
+        QCoreApplication::instance()->setProperty("serviceMgr", QVariant::fromValue<QObject*>(&services));
         for (const QString& plugin : plugins)
             install(plugin.section(' ', 0, 0), plugin.section(' ', 1));
     }
@@ -57,8 +57,8 @@ public:
         QFile::copy(FIXTURE_DIR "/" + library + LibrarySuffix, folderOf(name) + "/" + library + LibrarySuffix);
     }
     QString folderOf(const QString& name) const { return sandbox.path() + "/plugins/" + name + "-1.00.000"; }
-    static QStringList journal() { return qApp->property("journal").toStringList(); }
-    static void note(const QString& text) { qApp->setProperty("journal", journal() << text); }
+    static QStringList journal() { return QCoreApplication::instance()->property("journal").toStringList(); }
+    static void note(const QString& text) { QCoreApplication::instance()->setProperty("journal", journal() << text); }
 
     bool publishInstalledPlugins() override
     {
@@ -79,7 +79,7 @@ public slots:
     void stop(QString) { manager.StopNormal(); }
     void load(QString name) { note(manager.load(name) ? name + " there" : "no " + name); }
     void serve(QString service) { note(manager.loadByService(service) ? service + " there" : "no " + service); }
-    void want(QString plugins) { qApp->setProperty("wanted", plugins.split(' ')); }
+    void want(QString plugins) { QCoreApplication::instance()->setProperty("wanted", plugins.split(' ')); }
     void observe(QString) { manager.setObserver(this); }
     void uninstall(QString name) { names.removeOne(name); }
     void removeManifest(QString name) { QVERIFY(QFile::remove(folderOf(name) + "/Manifest.xml")); }
