@@ -2,6 +2,7 @@
 
 #include "Documents.h"
 #include "Goals.h"
+#include "KeepMemory.h"
 #include "Peer.h"
 
 #include <ctime>
@@ -93,6 +94,7 @@ int main(int argc, char** argv)
     }
     Goals goals;
     addGoals(goals);
+    keepMemory();
     // Repetitions of all rows alternate, so that a busy moment of the machine does not hit one peer alone.
     static char interleave[] = "--benchmark_enable_random_interleaving=true";
     std::vector<char*> arguments(argv, argv + argc);
