@@ -72,7 +72,6 @@ case "${1:-}" in
     need $packages_build $packages_test
     build asan
     export ASAN_OPTIONS=detect_leaks=1:abort_on_error=0:detect_stack_use_after_return=1
-    export LSAN_OPTIONS=suppressions="$root/tests/support/lsan.supp":print_suppressions=0
     export UBSAN_OPTIONS=print_stacktrace=1
     run_tests asan -LE house
     ;;
