@@ -3,6 +3,8 @@
 #include <Rows.h>
 #include <SettingsSandbox.h>
 
+#include "core/DurableFile.h"
+
 #include <QtCore/QRandomGenerator>
 #include <QtXml/QDomDocument>
 
@@ -41,6 +43,23 @@ private slots:
         m_sandbox.removeMachineValue("InstallDir");
         QVERIFY(Corvane::initializeFolderOrFile());
         QCOMPARE(Corvane::velmiraFolderOrFile(Corvane::CoreFolder), QDir::currentPath());
+    }
+    void aReplacedFileIsTheOldOneOrTheNewOne()
+    {
+        const QString path = m_sandbox.path() + "/replaced/below/file";
+        QString error;
+        QVERIFY2(replaceFile(path, "one", &error), qPrintable(error));
+        QVERIFY2(replaceFile(path, "two", &error), qPrintable(error));
+        QCOMPARE(Corvane::FileReadAll(path, nullptr), QByteArray("two"));
+        QVERIFY(flushFolder(QFileInfo(path).path()) && !flushFolder(path));
+
+        // Neither over a folder nor below a file; what is there stays, and nothing is left beside it.
+        for (const QString& refused : {QFileInfo(path).path(), path + "/below"}) {
+            QVERIFY(!replaceFile(refused, "three", &error) && !replaceFile(refused, "three", nullptr));
+            QVERIFY2(error.contains(refused), qPrintable(error));
+        }
+        QCOMPARE(Corvane::FileReadAll(path, nullptr), QByteArray("two"));
+        QCOMPARE(QDir(m_sandbox.path() + "/replaced").entryList(QDir::AllEntries | QDir::NoDotAndDotDot).size(), 1);
     }
     void translate_data()
     {
