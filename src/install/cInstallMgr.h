@@ -1,14 +1,20 @@
 #pragma once
 
-#include "install/IInstallMgr.h"
-
+#include <Norvale/IInstallMgr.h>
 #include <Norvale/cLog.h>
 
 #include <QtCore/QObject>
 #include <QtCore/QString>
 
+#include <memory>
+
+class cConditionEngine;
+class cConfigurationMgr;
+class cPluginMgr;
+
 /**
- * Reports the installing and removing of plugin packages.
+ * Installs and removes plugin packages and reports the progress. `IInstallMgr` is its exported face and says what its
+ * functions do.
  *
  * One per process, made by `Corvane::initialize`: the constructor makes the object the instance, the destructor clears
  * it. Main thread only.
@@ -18,11 +24,18 @@ class cInstallMgr : public QObject
     Q_OBJECT
 
 public:
-    cInstallMgr();
+    /// Both managers must live as long as this object; they are not owned.
+    cInstallMgr(cConfigurationMgr& configuration, cPluginMgr& plugins);
     ~cInstallMgr() override;
 
     /// Null before the first one is made.
     static cInstallMgr* instance();
+
+    void connectSlots(QObject* receiver, const char* startSlot, const char* progressSlot, const char* finishedSlot);
+    bool installDropbox();
+    bool installFromLocation(const QString& path, bool consume);
+    bool installBootstrap();
+    bool uninstallPlugins();
 
 signals:
     /// Name and version of the plugin concerned; both empty for the operations on a whole location.
@@ -31,5 +44,10 @@ signals:
     void installationFinished();
 
 private:
+    void connectSlot(const char* signal, QObject* receiver, const char* slot);
+
+    cConfigurationMgr& m_configuration;
+    cPluginMgr& m_plugins;
     cLog m_log;
+    std::unique_ptr<cConditionEngine> m_conditions; // made when the first condition is to be evaluated
 };

@@ -57,7 +57,7 @@ bool createConfigurationMgr()
 bool createInstallMgr()
 {
     if (!s_managers.install)
-        s_managers.install = new (std::nothrow) cInstallMgr;
+        s_managers.install = new (std::nothrow) cInstallMgr(*s_managers.configuration, *s_managers.plugins);
     return s_managers.install;
 }
 

@@ -1,0 +1,49 @@
+#include <Norvale/IInstallMgr.h>
+
+#include "install/cInstallMgr.h"
+
+#include <Norvale/cLogCentral.h>
+
+namespace {
+
+/// The install manager, or null with the reason logged.
+cInstallMgr* managerFor(const char* caller)
+{
+    cInstallMgr* manager = cInstallMgr::instance();
+    if (!manager)
+        cLogCentral::log(QStringLiteral("InstallMgr")).error() << caller << "needs initialize() first" << Qt::endl;
+    return manager;
+}
+
+} // namespace
+
+void IInstallMgr::connectSlots(QObject* receiver, const char* startSlot, const char* progressSlot,
+                               const char* finishedSlot)
+{
+    if (cInstallMgr* manager = managerFor("connectSlots()"))
+        manager->connectSlots(receiver, startSlot, progressSlot, finishedSlot);
+}
+
+bool IInstallMgr::installDropbox()
+{
+    cInstallMgr* manager = managerFor("installDropbox()");
+    return manager && manager->installDropbox();
+}
+
+bool IInstallMgr::installFromLocation(const QString& path, bool consume)
+{
+    cInstallMgr* manager = managerFor("installFromLocation()");
+    return manager && manager->installFromLocation(path, consume);
+}
+
+bool IInstallMgr::installBootstrap()
+{
+    cInstallMgr* manager = managerFor("installBootstrap()");
+    return manager && manager->installBootstrap();
+}
+
+bool IInstallMgr::uninstallPlugins()
+{
+    cInstallMgr* manager = managerFor("uninstallPlugins()");
+    return manager && manager->uninstallPlugins();
+}

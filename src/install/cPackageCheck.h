@@ -1,0 +1,81 @@
+#pragma once
+
+#include <Norvale/cVersion.h>
+
+#include <QtCore/QByteArray>
+#include <QtCore/QList>
+#include <QtCore/QString>
+
+/// What is wrong with a package.
+struct cPackageFinding
+{
+    /// The rules that a package is held against; their names are ruleName().
+    enum Rule {
+        Readable,     ///< the file can be read and is a zip archive with all of its records
+        Hash,         ///< the bytes have the expected SHA-1
+        Manifest,     ///< "Manifest.xml" is there and well-formed, and its first plugin has a name and a version
+        Identity,     ///< the manifest's name and version are the expected ones, and can name a folder
+        EntryName,    ///< a name stays inside the plugin's folder and can be written on every system
+        EntryClash,   ///< no two names are the same file, and none is a file and a folder
+        EntryType,    ///< an entry is a file or a folder: no link, device or pipe; not encrypted; stored or deflated
+        EntryRecord,  ///< an entry's local record belongs to it, lies in the archive and overlaps no other
+        EntryContent, ///< an entry's bytes can be produced in the size that is declared
+        Size          ///< the unpacked size and the ratio of an entry stay within the limits
+    };
+    Rule rule = Readable;
+    QString entry; ///< Name of the entry; empty when the package as a whole is meant.
+    QString text;  ///< One sentence for people.
+
+    /// "entry: text", or the text alone.
+    QString toString() const;
+
+    /// The rule in a form that tools can print, such as "entry-name".
+    static QString ruleName(Rule rule);
+};
+
+/**
+ * Holds one plugin package against all rules before anything of it is written.
+ *
+ * The package is refused whole when there is a finding. CRC-32 is not looked at. Memory is bounded by the package's
+ * size and the largest single file of it, which the limits bound.
+ */
+class cPackageCheck
+{
+public:
+    /// The limits of an installation stand in the machine-wide settings, see SettingsKey.
+    struct Limits
+    {
+        qint64 unpackedSize = Q_INT64_C(2) << 30;        ///< bytes of all entries together
+        int ratio = 200;                                 ///< unpacked to packed bytes of an entry ...
+        static constexpr qint64 RatioFreeSize = 1 << 20; ///< ... that unpacks to more than this
+
+        static Limits fromSettings();
+    };
+
+    explicit cPackageCheck(const Limits& limits = Limits::fromSettings()) : m_limits(limits) {}
+
+    /// What must hold beside the rules of every package; what is not called is not asked for.
+    void expectIdentity(const QString& name, const cVersion& version);
+    /// SHA-1 as raw bytes; an empty one is not looked at.
+    void expectHash(const QByteArray& hash) { m_hash = hash; }
+
+    /// False when there is a finding. Nothing is written.
+    [[nodiscard]] bool checkFile(const QString& path);
+    [[nodiscard]] bool check(const QByteArray& package);
+
+    const QList<cPackageFinding>& findings() const { return m_findings; }
+
+    /// Name and version as the manifest has them; valid when there is no finding.
+    const QString& name() const { return m_name; }
+    const cVersion& version() const { return m_version; }
+
+private:
+    Limits m_limits;
+    bool m_isIdentityExpected = false;
+    QString m_expectedName;
+    cVersion m_expectedVersion;
+    QByteArray m_hash;
+    QString m_name;
+    cVersion m_version;
+    QList<cPackageFinding> m_findings;
+};
