@@ -1,6 +1,12 @@
 #include "config/cUpdateMgr.h"
 
+#include "config/cRepositorySearch.h"
 #include "core/Settings.h"
+
+#include <Norvale/cLog.h>
+#include <Norvale/cLogCentral.h>
+
+#include <QtCore/QPointer>
 
 namespace {
 cUpdateMgr* s_instance = nullptr;
@@ -13,6 +19,7 @@ cUpdateMgr::cUpdateMgr()
 
 cUpdateMgr::~cUpdateMgr()
 {
+    cancel();
     s_instance = nullptr;
 }
 
@@ -33,6 +40,34 @@ void cUpdateMgr::loadLocations()
         m_locations.append(location);
     }
     settings.endGroup();
+}
+
+bool cUpdateMgr::findNewest(const QString& repositoryName, cFeatureCatalogue& catalogue, cRuntimeInfo& runtime)
+{
+    if (m_search) {
+        cLogCentral::log(QStringLiteral("ConfigurationMgr")).warning()
+            << "No search for a newer repository while another one waits" << Qt::endl;
+        return false;
+    }
+    const QString status =
+        cMachineSettings().value(QLatin1String(SettingsKey::RepositoryStatus), QStringLiteral("release")).toString();
+    cRepositorySearch search(m_locations, repositoryName, status);
+    connect(&search, &cRepositorySearch::progress, this, &cUpdateMgr::onProgress);
+    m_search = &search;
+    m_isCancelled = false;
+    const QPointer<cUpdateMgr> self(this);
+    const bool isFound = search.run(catalogue, runtime);
+    if (self)
+        m_search = nullptr;
+    return isFound;
+}
+
+void cUpdateMgr::cancel()
+{
+    if (!m_search)
+        return;
+    m_isCancelled = true;
+    m_search->cancel();
 }
 
 void cUpdateMgr::onProgress(QString filenameBeingDownloaded, qint64 downloadedBytes, qint64 totalBytes)

@@ -6,8 +6,13 @@
 #include <QtCore/QObject>
 #include <QtCore/QSharedPointer>
 
+class cFeatureCatalogue;
+class cRepositorySearch;
+class cRuntimeInfo;
+
 /**
- * Knows the update locations of this installation and relays the progress of transfers from them.
+ * Knows the update locations of this installation, finds the newest repository there and relays the progress of
+ * transfers from them.
  *
  * One per process, made by `Corvane::initialize`: the constructor makes the object the instance, the destructor clears
  * it. Main thread only.
@@ -28,6 +33,17 @@ public:
 
     const QList<QSharedPointer<cUpdateLocation>>& locations() const { return m_locations; }
 
+    /// Looks through the update locations for the newest repository named @p repositoryName, and blocks while serving
+    /// the event loop. @p catalogue is replaced by each newer one that is found; @p runtime takes each newer runtime on
+    /// the way. True once any repository fits, even when none could be fetched. False when none does, after `cancel()`,
+    /// when this object is destroyed meanwhile, and at once while another search waits; the reason is logged.
+    [[nodiscard]] bool findNewest(const QString& repositoryName, cFeatureCatalogue& catalogue, cRuntimeInfo& runtime);
+
+    /// Ends the search that waits, if any; it is false and fills nothing more.
+    void cancel();
+    /// Whether the last search ended by `cancel()`.
+    bool isCancelled() const { return m_isCancelled; }
+
 signals:
     void progress(QString filenameBeingDownloaded, qint64 downloadedBytes, qint64 totalBytes);
 
@@ -36,4 +52,6 @@ public slots:
 
 private:
     QList<QSharedPointer<cUpdateLocation>> m_locations;
+    cRepositorySearch* m_search = nullptr; // the one that waits
+    bool m_isCancelled = false;
 };

@@ -1,0 +1,98 @@
+#include "config/cRepositorySearch.h"
+
+#include "config/cCatalogueReader.h"
+#include "config/cFeatureCatalogue.h"
+#include "config/cRuntimeInfo.h"
+#include "config/cSiteReader.h"
+#include "core/cXmlGuard.h"
+
+#include <Norvale/cLogCentral.h>
+
+#include <QtXml/QDomDocument>
+
+cRepositorySearch::cRepositorySearch(const Locations& locations, const QString& name, const QString& status)
+    : m_locations(locations)
+    , m_name(name)
+    , m_status(status)
+    , m_log(cLogCentral::log(QStringLiteral("ConfigurationMgr")))
+{
+    m_downloader.setSizeLimit(DescriptionLimit);
+    connect(&m_downloader, &cDownloader::progress, this,
+            [this](qint64 received, qint64 total) { emit progress(m_fileName, received, total); });
+}
+
+bool cRepositorySearch::run(cFeatureCatalogue& catalogue, cRuntimeInfo& runtime)
+{
+    const Locations candidates = findCandidates();
+    for (const QSharedPointer<cUpdateLocation>& candidate : candidates) {
+        if (!m_isCancelled)
+            takeIfNewer(candidate, catalogue, runtime);
+    }
+    if (m_isCancelled)
+        m_log.warning() << "The search for a newer repository was cancelled" << Qt::endl;
+    else if (candidates.isEmpty())
+        m_log.warning() << "None of" << m_locations.size() << "update locations has a repository" << m_name
+                        << "of status" << m_status << Qt::endl;
+    return !m_isCancelled && !candidates.isEmpty();
+}
+
+cRepositorySearch::Locations cRepositorySearch::findCandidates()
+{
+    Locations candidates;
+    for (const QSharedPointer<cUpdateLocation>& location : m_locations) {
+        if (!m_isCancelled)
+            candidates += candidatesOf(*location);
+    }
+    return candidates;
+}
+
+cRepositorySearch::Locations cRepositorySearch::candidatesOf(const cUpdateLocation& location)
+{
+    Locations candidates;
+    const QUrl url = location.resolve(QStringLiteral("site.xml"));
+    if (!fetch(url))
+        return candidates;
+    cSiteReader site;
+    if (!site.read(m_downloader.data()))
+        m_log.warning() << "No site description:" << url.toDisplayString() << site.errorString() << Qt::endl;
+    for (const cSiteEntry& entry : site.entries()) {
+        if (entry.fits(m_name, m_status))
+            candidates.append(QSharedPointer<cUpdateLocation>::create(location.resolve(entry.content)));
+    }
+    return candidates;
+}
+
+void cRepositorySearch::takeIfNewer(const QSharedPointer<cUpdateLocation>& candidate, cFeatureCatalogue& catalogue,
+                                    cRuntimeInfo& runtime)
+{
+    const QUrl url = candidate->resolve(QStringLiteral("repository.xml"));
+    if (!fetch(url))
+        return;
+    QDomDocument document;
+    QString reason;
+    cFeatureCatalogue found;
+    if (!cXmlGuard::readDom(m_downloader.data(), document, &reason) ||
+        !cCatalogueReader(found, candidate).read(document)) {
+        m_log.warning() << "No repository description:" << url.toDisplayString() << reason << Qt::endl;
+        return;
+    }
+    // Of equal versions the earlier candidate stays.
+    if (catalogue.version() < found.version() && runtime.readFrom(document, *candidate))
+        catalogue = found;
+}
+
+bool cRepositorySearch::fetch(const QUrl& url)
+{
+    m_fileName = url.fileName();
+    if (m_downloader.download(url) && !m_isCancelled)
+        return true;
+    if (!m_isCancelled)
+        m_log.warning() << "Not fetched:" << url.toDisplayString() << m_downloader.errorString() << Qt::endl;
+    return false;
+}
+
+void cRepositorySearch::cancel()
+{
+    m_isCancelled = true;
+    m_downloader.cancel();
+}

@@ -1,0 +1,61 @@
+#pragma once
+
+#include "config/cDownloader.h"
+#include "config/cUpdateLocation.h"
+
+#include <Norvale/cLog.h>
+
+#include <QtCore/QList>
+#include <QtCore/QObject>
+#include <QtCore/QSharedPointer>
+
+class cFeatureCatalogue;
+class cRuntimeInfo;
+
+/**
+ * One search for the newest repository: reads the site descriptions of the update locations, then the descriptions of
+ * the repositories that fit. What cannot be fetched or read is logged and passed over.
+ *
+ * Independent of who started it, who may be gone when it ends; whoever goes cancels it. A cancelled search touches what
+ * it was to fill no more.
+ */
+class cRepositorySearch : public QObject
+{
+    Q_OBJECT
+
+public:
+    using Locations = QList<QSharedPointer<cUpdateLocation>>;
+
+    /// The greatest description that is fetched, in bytes.
+    static constexpr qint64 DescriptionLimit = 256 * 1024 * 1024;
+
+    cRepositorySearch(const Locations& locations, const QString& name, const QString& status);
+
+    /// Replaces @p catalogue by each newer one found; @p runtime takes what is newer on the way there. True when any
+    /// repository fits, even if none could be fetched; false when none does or the search was cancelled. The reason of
+    /// a false is logged.
+    [[nodiscard]] bool run(cFeatureCatalogue& catalogue, cRuntimeInfo& runtime);
+
+    /// Ends the search at once.
+    void cancel();
+    bool isCancelled() const { return m_isCancelled; }
+
+signals:
+    /// Of each description, under its file name.
+    void progress(QString filenameBeingDownloaded, qint64 downloadedBytes, qint64 totalBytes);
+
+private:
+    Locations findCandidates();
+    Locations candidatesOf(const cUpdateLocation& location);
+    void takeIfNewer(const QSharedPointer<cUpdateLocation>& candidate, cFeatureCatalogue& catalogue,
+                     cRuntimeInfo& runtime);
+    bool fetch(const QUrl& url);
+
+    const Locations m_locations;
+    const QString m_name;
+    const QString m_status;
+    cLog m_log;
+    cDownloader m_downloader;
+    QString m_fileName; // of the transfer that waits
+    bool m_isCancelled = false;
+};
