@@ -1,0 +1,47 @@
+#include "core/SafeName.h"
+
+#include <QtCore/QString>
+
+#include <algorithm>
+
+namespace {
+
+/// A file name's limit of 255 bytes, less what the library appends: version, extension and the suffix of a file that
+/// is being written.
+constexpr int MaxBytes = 200;
+
+bool isForbidden(QChar character)
+{
+    constexpr ushort Delete = 0x7f;
+    return character.unicode() < ' ' || character.unicode() == Delete ||
+           QLatin1String("/\\:*?\"<>|").contains(character);
+}
+
+/// Half a character has no form in a file name and would become another character.
+bool hasLoneSurrogate(const QString& name)
+{
+    return !name.isValidUtf16();
+}
+
+/// Windows takes these names, with any extension and in any case, for devices, in whatever folder they stand.
+bool isDevice(const QString& name)
+{
+    const QString stem = name.section(QLatin1Char('.'), 0, 0).trimmed().toUpper();
+    for (const char* device : {"CON", "PRN", "AUX", "NUL", "CONIN$", "CONOUT$"}) {
+        if (stem == QLatin1String(device))
+            return true;
+    }
+    const bool isPort = stem.startsWith(QLatin1String("COM")) || stem.startsWith(QLatin1String("LPT"));
+    return isPort && stem.size() == 4 && stem.back().isDigit();
+}
+
+} // namespace
+
+bool isSafeFileName(const QString& name)
+{
+    if (name.isEmpty() || name.toUtf8().size() > MaxBytes || hasLoneSurrogate(name))
+        return false;
+    if (name.contains(QLatin1String("..")) || name.endsWith(QLatin1Char('.')) || name.endsWith(QLatin1Char(' ')))
+        return false;
+    return std::none_of(name.begin(), name.end(), isForbidden) && !isDevice(name);
+}
