@@ -29,7 +29,13 @@ bool cCatalogueReader::read(const QDomNode& node)
 void cCatalogueReader::readRoot(const QDomElement& root)
 {
     m_repository = root.attribute(QStringLiteral("name"));
+    m_catalogue.setName(m_repository);
     m_catalogue.setVersion(cVersion(root.attribute(QStringLiteral("version"))));
+    const QString coreVersion = root.attribute(QStringLiteral("core_version"));
+    if (coreVersion.isEmpty())
+        m_catalogue.clearCoreVersion();
+    else
+        m_catalogue.setCoreVersion(cVersion(coreVersion));
     const QString tag = QStringLiteral("feature");
     for (QDomElement element = root.firstChildElement(tag); !element.isNull();
          element = element.nextSiblingElement(tag))

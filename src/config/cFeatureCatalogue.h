@@ -4,8 +4,8 @@
 #include "config/cNamedIndex.h"
 
 /**
- * The features of one catalogue document in document order, and the catalogue's version. A value: copies share the
- * feature records.
+ * The features of one catalogue document in document order, and what its root says. A value: copies share the feature
+ * records.
  */
 class cFeatureCatalogue
 {
@@ -25,10 +25,32 @@ public:
     const cVersion& version() const { return m_version; }
     void setVersion(const cVersion& version) { m_version = version; }
 
-    /// Empties the list; the version stays until a document is read.
+    /// The repository's name as the root gives it; features may name others.
+    QString name() const { return m_name; }
+    void setName(const QString& name) { m_name = name; }
+
+    /// The oldest installed version that the repository can be installed over; 0.0.0, which is never newer than what
+    /// is installed, when the root names none.
+    bool hasCoreVersion() const { return m_hasCoreVersion; }
+    const cVersion& coreVersion() const { return m_coreVersion; }
+    void setCoreVersion(const cVersion& version)
+    {
+        m_coreVersion = version;
+        m_hasCoreVersion = true;
+    }
+    void clearCoreVersion()
+    {
+        m_coreVersion = cVersion();
+        m_hasCoreVersion = false;
+    }
+
+    /// Empties the list; what the root said stays until a document is read.
     void clear() { m_features.clear(); }
 
 private:
     cNamedIndex<cFeatureInstance> m_features;
     cVersion m_version;
+    QString m_name;
+    cVersion m_coreVersion;
+    bool m_hasCoreVersion = false;
 };
