@@ -1,6 +1,7 @@
 #pragma once
 
 #include <Norvale/NorvaleGlobal.h>
+#include <Norvale/cJsonValue.h>
 #include <Norvale/cVersion.h>
 
 #include <QtCore/QList>
@@ -30,18 +31,24 @@ struct cFeatureInfo
 };
 
 /**
- * Static facade of the configuration manager: what is installed, and how updates progress.
+ * Static facade of the configuration manager: what is installed, which updates there are, and fetching them.
  *
  * `Corvane::initialize` creates the one configuration manager behind it; until then every function here answers as if
  * nothing were installed. It lives until the process ends and is neither created nor deleted by users. All functions
  * are for the host's main thread.
  *
  * The installed catalogue is what `features.xml` in the plugins folder held when it was loaded. It is loaded when the
- * installed plugins are published, which `Corvane::startNormal` and `IPluginMgr::discover` do.
+ * installed plugins are published, which `Corvane::startNormal` and `IPluginMgr::discover` do, and by an update check.
+ *
+ * An update has two halves. This class does the first: it finds out what is newer on the update sites, and fetches it.
+ * What is installed stays as it is, whatever happens meanwhile. `IInstallMgr` does the second, at the next start.
  *
  * @code
- * if (IConfigMgr::isFeatureInstalled(QStringLiteral("Reports")))
- *     showReports();
+ * if (IConfigMgr::checkForUpdates()["result_code"].toInt() == 0 && userAgrees()) {
+ *     IConfigMgr::connectProgressSlot(this, SLOT(onProgress(QString,qint64,qint64)));
+ *     if (IConfigMgr::doUpdateOn(QStringList())["result_code"].toInt() == 0)
+ *         Corvane::restart();
+ * }
  * @endcode
  */
 class NORVALE_EXPORT IConfigMgr
@@ -67,10 +74,75 @@ public:
     static QList<cFeatureInfo> installedFeatures();
 
     /**
+     * Compares the installed features with the newest repository of the update locations in the settings.
+     *
+     * The call returns when the sites have answered or failed to. Meanwhile it serves the thread's event queue in steps
+     * of at most 100 milliseconds, so slots and timers run; one that calls this function or doUpdateOn() is refused.
+     * The installed catalogue is loaded first if it is empty. Nothing is changed, on the disk or in the settings.
+     *
+     * @return an object. A key is there only from the step on at which its value is known:
+     * | Key | Type | Meaning |
+     * |---|---|---|
+     * | "result_code" | integer | The outcome, see below; always there. |
+     * | "current_version" | string | Version of the installed repository, in print form: "1.02.003". |
+     * | "update_to_version" | string | Version of the newest repository; absent when none was found. |
+     * | "requires_new_core" | boolean | Whether a newer runtime is needed first; absent when no repository was found. |
+     * | "size" | integer | Bytes of the packages to fetch, 0 for a newer runtime; absent where neither is known. |
+     *
+     * | "result_code" | Meaning |
+     * |---|---|
+     * | 0 | There is an update, or a newer runtime, or only the description of the repository is newer. |
+     * | 2 | There is none: no repository was found or reached, it has no features, or nothing is newer. |
+     * | 4 | No check was made: `Corvane::initialize` is missing, or a check or update is under way. |
+     * | 5 | The newest repository lacks a feature that is installed, or that one of its features depends on. |
+     *
+     * Why a site, a document or a feature was passed over stands in the log channel "ConfigurationMgr".
+     */
+    static cJsonValue checkForUpdates();
+
+    /**
+     * Makes the check of checkForUpdates() and fetches what it found, ready to be installed at the next start.
+     *
+     * Packages are verified against their SHA-1 and laid into the Dropbox folder, last of all the description that
+     * makes them count; one that lies there whole already is not fetched again. When a newer runtime is required, its
+     * setup program is fetched into the data folder instead, and `Corvane::restartSetupFilename` names it. A run that
+     * fails, is cancelled or killed leaves the installation, and an update fetched earlier, as they were.
+     *
+     * @param names features to take in beside the installed ones, such as new ones to install; empty for an update.
+     * @return the object of the check. When its code was other than 0, nothing was fetched; otherwise it has become:
+     * | "result_code" | Meaning |
+     * |---|---|
+     * | 0 | All is ready for a restart; "requires_new_core" tells whether to run the setup program then. |
+     * | 1 | cancelUpdate() was called, during the check or later. |
+     * | 3 | Something could not be fetched, verified or stored; "failed" names it. |
+     *
+     * | "failed" (string) | What it was |
+     * |---|---|
+     * | "name-version" | The package of a plugin, version in print form. |
+     * | the runtime's name | The setup program of the newer runtime. |
+     * | "core_version" | The repository cannot be installed over the installed version, which is too old. |
+     * | "repository.xml" | The description could not be written into the Dropbox folder. |
+     *
+     * The reason of a 3 stands in the log channel "ConfigurationMgr". Like a check, the call serves the event queue
+     * while it waits, and is refused with code 4 while a check or update is under way.
+     */
+    static cJsonValue doUpdateOn(QStringList names);
+
+    /**
+     * Cancels the update under way: doUpdateOn() ends its transfer and returns code 1. For a slot or event that is
+     * delivered while it waits. Packages that had arrived are kept for the next try.
+     *
+     * A mere check ends its transfer too and answers from what it has, with code 2 as a rule. When nothing is under
+     * way, nothing happens.
+     */
+    static void cancelUpdate();
+
+    /**
      * Connects a slot to the progress of downloads, with the automatic connection type.
      *
      * The slot is called with the name of what is being fetched, the bytes received so far and the bytes expected.
-     * While several files are fetched for one purpose, name and numbers stand for all of them together.
+     * While an update fetches its packages, name and numbers stand for all of them together, for one bar: the name is
+     * the repository's name and version.
      * @param receiver the object whose slot is called; not owned. The connection ends with it.
      * @param slot the slot in the form that `QObject::connect` takes, such as
      * `SLOT(onProgress(QString,qint64,qint64))`. A null pointer in either place, a slot that does not exist, and a call

@@ -4,6 +4,29 @@
 
 #include <Norvale/cLogCentral.h>
 
+namespace {
+
+/// The configuration manager, or null with the reason logged behind @p consequence.
+cConfigurationMgr* managerFor(const char* consequence)
+{
+    cConfigurationMgr* manager = cConfigurationMgr::instance();
+    if (!manager) {
+        cLogCentral::log(QStringLiteral("ConfigurationMgr")).warning()
+            << QLatin1String(consequence) + QStringLiteral(": the library is not initialized") << Qt::endl;
+    }
+    return manager;
+}
+
+/// The answer of a check that ends before it could begin.
+cJsonValue notChecked()
+{
+    cJsonValue result(ObjectType);
+    result["result_code"] = 4;
+    return result;
+}
+
+} // namespace
+
 bool IConfigMgr::isFeatureInstalled(const QString& name)
 {
     const cConfigurationMgr* manager = cConfigurationMgr::instance();
@@ -16,12 +39,26 @@ QList<cFeatureInfo> IConfigMgr::installedFeatures()
     return manager ? manager->installedFeatures() : QList<cFeatureInfo>();
 }
 
+cJsonValue IConfigMgr::checkForUpdates()
+{
+    cConfigurationMgr* manager = managerFor("Updates are not checked for");
+    return manager ? manager->checkForUpdates() : notChecked();
+}
+
+cJsonValue IConfigMgr::doUpdateOn(QStringList names)
+{
+    cConfigurationMgr* manager = managerFor("Nothing is updated");
+    return manager ? manager->doUpdateOn(names) : notChecked();
+}
+
+void IConfigMgr::cancelUpdate()
+{
+    if (cConfigurationMgr* manager = managerFor("No update is cancelled"))
+        manager->cancelUpdate();
+}
+
 void IConfigMgr::connectProgressSlot(QObject* receiver, const char* slot)
 {
-    if (cConfigurationMgr* manager = cConfigurationMgr::instance()) {
+    if (cConfigurationMgr* manager = managerFor("Progress is not connected"))
         manager->connectProgressSlot(receiver, slot);
-        return;
-    }
-    cLogCentral::log(QStringLiteral("ConfigurationMgr")).warning()
-        << "Progress is not connected: the library is not initialized" << Qt::endl;
 }

@@ -3,6 +3,7 @@
 #include "config/cCatalogueReader.h"
 #include "config/cCatalogueWriter.h"
 #include "config/cPublication.h"
+#include "core/DurableFile.h"
 #include "plugins/cPluginMgr.h"
 
 #include <Norvale/Corvane.h>
@@ -13,6 +14,8 @@
 namespace {
 
 cConfigurationMgr* s_instance = nullptr;
+
+constexpr char Declaration[] = "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n";
 
 cFeatureInfo infoOf(const cFeatureInstance& feature)
 {
@@ -50,7 +53,7 @@ bool cConfigurationMgr::loadFeatures()
 {
     m_installed.clear();
     const QString path = Corvane::velmiraFolderOrFile(Corvane::FeaturesFile);
-    const QString fault = readFeatures(path);
+    const QString fault = readCatalogue(path, m_installed);
     // The start asks twice for what is installed; one line tells it.
     if (!fault.isEmpty() && fault != m_reportedFault)
         m_log.warning() << "No installed features:" << path << fault << Qt::endl;
@@ -58,23 +61,32 @@ bool cConfigurationMgr::loadFeatures()
     return fault.isEmpty();
 }
 
-QString cConfigurationMgr::readFeatures(const QString& path)
+bool cConfigurationMgr::readAvailable(const QString& path)
+{
+    m_available = cFeatureCatalogue();
+    const QString fault = readCatalogue(path, m_available);
+    if (!fault.isEmpty())
+        m_log.error() << "No repository description:" << path << fault << Qt::endl;
+    return fault.isEmpty();
+}
+
+QString cConfigurationMgr::readCatalogue(const QString& path, cFeatureCatalogue& catalogue)
 {
     bool isRead = false;
     const QByteArray xml = Corvane::FileReadAll(path, &isRead);
     if (!isRead)
         return QFile::exists(path) ? QStringLiteral("cannot be read") : QStringLiteral("does not exist");
-    cCatalogueReader reader(m_installed);
+    cCatalogueReader reader(catalogue);
     return reader.read(xml) ? QString() : reader.errorString();
 }
 
 bool cConfigurationMgr::saveFeatures(const QList<QSharedPointer<cFeatureInstance>>& features)
 {
-    const QString path = Corvane::velmiraFolderOrFile(Corvane::FeaturesFile);
-    QDomDocument document = cCatalogueWriter::document(features, Corvane::currentVersion());
-    if (Corvane::SaveDomToFile(document, path))
+    const QDomDocument document = cCatalogueWriter::document(features, Corvane::currentVersion());
+    QString error;
+    if (replaceFile(Corvane::velmiraFolderOrFile(Corvane::FeaturesFile), Declaration + document.toByteArray(2), &error))
         return true;
-    m_log.error() << "Cannot write the features file" << path << Qt::endl;
+    m_log.error() << "Cannot write the features file:" << error << Qt::endl;
     return false;
 }
 
@@ -116,6 +128,18 @@ void cConfigurationMgr::connectProgressSlot(QObject* receiver, const char* slot)
     if (!receiver || !slot || !connect(this, SIGNAL(progress(QString, qint64, qint64)), receiver, slot))
         m_log.warning() << "Progress is not connected: no receiver, or no slot" << (slot ? slot + 1 : "") << Qt::endl;
 }
+
+cJsonValue cConfigurationMgr::checkForUpdates()
+{
+    return cJsonValue(ObjectType);
+}
+
+cJsonValue cConfigurationMgr::doUpdateOn(const QStringList&)
+{
+    return cJsonValue(ObjectType);
+}
+
+void cConfigurationMgr::cancelUpdate() {}
 
 void cConfigurationMgr::setOverallProgress(const QString& label, qint64 base, qint64 total)
 {

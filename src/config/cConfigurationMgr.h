@@ -4,15 +4,18 @@
 #include "plugins/IInstalledPlugins.h"
 
 #include <Norvale/IConfigMgr.h>
+#include <Norvale/cJsonValue.h>
 #include <Norvale/cLog.h>
 
 #include <QtCore/QObject>
 
 class cPluginMgr;
+class cUpdateApply;
 
 /**
- * Keeps the installed and the available feature catalogue, publishes the installed plugins to the plugin manager and
- * adds up the progress of downloads. `IConfigMgr` is its exported face.
+ * Keeps the installed and the available feature catalogue, publishes the installed plugins to the plugin manager, runs
+ * the update check and the fetching of updates, and adds up the progress of downloads. `IConfigMgr` is its exported
+ * face.
  *
  * One per process, made by `Corvane::initialize`: the constructor makes the object the instance, the destructor clears
  * it. Main thread only.
@@ -36,7 +39,15 @@ public:
     /// unreadable or not well-formed; the reason is logged unless it is the same as the time before.
     [[nodiscard]] bool loadFeatures();
 
-    /// Writes @p features as the features file. False when the file cannot be written.
+    /// Replaces the installed catalogue in memory; the features file is not touched.
+    void setInstalled(const cFeatureCatalogue& catalogue) { m_installed = catalogue; }
+
+    /// Reads the repository description at @p path on the local disk into the available catalogue, which is emptied
+    /// first. False when it cannot be read or is not well-formed; the reason is logged and the catalogue is empty.
+    [[nodiscard]] bool readAvailable(const QString& path);
+
+    /// Writes @p features as the features file: a fresh document, beside the old file, flushed and renamed over it. The
+    /// root's version is the installed repository version. False when it cannot be written; the old file then stays.
     [[nodiscard]] bool saveFeatures(const QList<QSharedPointer<cFeatureInstance>>& features);
 
     bool publishInstalledPlugins() override;
@@ -47,6 +58,15 @@ public:
 
     /// What `IConfigMgr::connectProgressSlot` does.
     void connectProgressSlot(QObject* receiver, const char* slot);
+
+    /// What `IConfigMgr::checkForUpdates` does.
+    cJsonValue checkForUpdates();
+
+    /// What `IConfigMgr::doUpdateOn` does.
+    cJsonValue doUpdateOn(const QStringList& names);
+
+    /// What `IConfigMgr::cancelUpdate` does.
+    void cancelUpdate();
 
     /// While @p label is not empty and @p total at least 1, progress is told as one bar over several files, of which
     /// @p base bytes are done.
@@ -59,8 +79,8 @@ public slots:
     void onProgress(QString fname, qint64 bytesReceived, qint64 bytesTotal);
 
 private:
-    /// What is wrong with the features file; empty when it has been read.
-    QString readFeatures(const QString& path);
+    /// What is wrong with the catalogue document at @p path; empty when it has been read into @p catalogue.
+    static QString readCatalogue(const QString& path, cFeatureCatalogue& catalogue);
 
     cPluginMgr& m_plugins;
     cLog m_log;
@@ -69,5 +89,8 @@ private:
     qint64 m_overallBase = 0;
     qint64 m_overallTotal = 0;
     QString m_overallLabel;
-    QString m_reportedFault; // of the last load; empty when it succeeded
+    bool m_isUpdating = false;       // a check or an update is under way, perhaps further up this thread's stack
+    bool m_isCancelled = false;      // since the last update began
+    cUpdateApply* m_apply = nullptr; // the fetching under way; null between
+    QString m_reportedFault;         // of the last load; empty when it succeeded
 };

@@ -1,0 +1,74 @@
+#pragma once
+
+#include "config/cFeatureCatalogue.h"
+
+#include <Norvale/cJsonValue.h>
+#include <Norvale/cLog.h>
+
+#include <QtCore/QStringList>
+
+class cPluginMgr;
+class cRuntimeInfo;
+class cUpdateMgr;
+
+/**
+ * The update check: finds the newest repository of the update sites, compares it with what is installed and tells what
+ * an update would fetch.
+ *
+ * An object makes one check. Its answer is the JSON object that `IConfigMgr::checkForUpdates` documents; beside it
+ * stands what the apply needs. Everything happens on the calling thread, which serves its events while documents are
+ * fetched.
+ */
+class cUpdateCheck
+{
+public:
+    using Features = QList<QSharedPointer<cFeatureInstance>>;
+    using Plugins = QList<QSharedPointer<cFeaturePlugin>>;
+
+    /// @p installed and @p plugins are only read, and must live as long as this object.
+    cUpdateCheck(const cFeatureCatalogue& installed, const cPluginMgr& plugins);
+
+    /// Whether @p available takes the place of @p installed, which is null when there is none: it is newer, or it comes
+    /// from another repository, in whatever version.
+    [[nodiscard]] static bool needsUpdate(const cFeatureInstance* installed, const cFeatureInstance& available);
+
+    /**
+     * Makes the check.
+     * @param names features to take in beside the installed ones.
+     * @return the result object, whatever its code; the reason of a code 5 is logged.
+     */
+    cJsonValue run(const QStringList& names, cUpdateMgr& updates);
+
+    int resultCode() const { return m_result.get("result_code", -1).toInt(); }
+    bool needsNewCore() const { return m_result.get("requires_new_core", false).toBool(); }
+
+    /// What is to be updated, in the order of the names with their dependencies.
+    const Features& features() const { return m_features; }
+    /// The plugins of those features that the plugin manager does not know yet, one of each name.
+    const Plugins& plugins() const { return m_plugins; }
+    /// The newest repository; empty when none was found.
+    const cFeatureCatalogue& available() const { return m_available; }
+    /// The newest runtime of that repository; version 0.0.0 when it offers none.
+    const cRuntimeInfo& runtime() const { return *m_runtime; }
+
+private:
+    void begin(const QStringList& names);
+    bool findNewest(cUpdateMgr& updates);
+    bool isRuntimeTooOld();
+    void compare();
+    QStringList closure() const;
+    bool collectFeatures(const QStringList& names);
+    void collectPlugins();
+    void finish(int code, qint64 size);
+
+    const cFeatureCatalogue& m_installed;
+    const cPluginMgr& m_known;
+    cLog m_log;
+    cJsonValue m_result;
+    cVersion m_currentVersion;
+    QStringList m_names;
+    Features m_features;
+    Plugins m_plugins;
+    cFeatureCatalogue m_available;
+    QSharedPointer<cRuntimeInfo> m_runtime;
+};
