@@ -1,0 +1,80 @@
+#pragma once
+
+#include <QtCore/QByteArray>
+#include <QtCore/QDateTime>
+#include <QtCore/QString>
+#include <QtCore/QVector>
+
+class QIODevice;
+
+/// One record of the central directory, whatever it stands for: file, empty file or folder.
+struct cZipRecord
+{
+    QString name; ///< Each byte one Latin-1 character, as cZipEntry::name() gives it.
+    quint16 versionMadeBy = 0;
+    quint16 versionNeeded = 0;
+    quint16 flags = 0;
+    quint32 method = 0;
+    quint32 dosTime = 0; ///< The date in the upper, the time in the lower 16 bits.
+    quint32 crc = 0;
+    quint32 compressedSize = 0;
+    quint32 uncompressedSize = 0;
+    quint32 externalAttributes = 0;
+    quint32 localHeaderOffset = 0;
+    quint32 recordLength = 0;  ///< With name, extra field and comment.
+    bool hasSignature = false; ///< Whether the record starts as one should. The archive reader does not ask for it.
+
+    enum { IsEncrypted = 0x1, HasDataDescriptor = 0x8, HasUtf8Name = 0x800 }; ///< Bits of the flags.
+
+    /// Whether the archive reader takes it: deflated, or stored with two equal sizes.
+    bool isAcceptable() const;
+    /// Whether the archive lists it: its name does not end with "/", and it has contents.
+    bool isListed() const { return uncompressedSize != 0 && !name.endsWith(QLatin1Char('/')); }
+    bool isFolder() const { return name.endsWith(QLatin1Char('/')); }
+    /// Local time; invalid when the record's fields are no date and time.
+    QDateTime modificationTime() const;
+    /// The Unix mode that archivers of Unix systems keep (file type and permissions); 0 from other systems.
+    quint32 unixMode() const;
+};
+
+/// Reads the central directory of a zip archive: its end record, and then every record of it. The archive reader and
+/// the check of packages see the same records, for both are built on this.
+class cZipDirectory
+{
+public:
+    /// Reads all records of @p device, which is open and can seek. May be called again, for another device too.
+    /// @return whether as many records as the end record states were there; after a failure those before it are kept.
+    bool read(QIODevice* device);
+
+    /// Why the last read() failed; empty after a success.
+    QString errorString() const { return m_error; }
+
+    int count() const { return m_records.size(); }
+    cZipRecord record(int index) const { return decode(m_records.at(index)); }
+
+    /// The records' raw bytes, 46 and then the name of each. They live as long as a copy of blocks().
+    const QVector<const uchar*>& rawRecords() const { return m_records; }
+    /// The memory that the raw records lie in.
+    const QVector<QByteArray>& blocks() const { return m_blocks; }
+
+    /// Where the end record stands in the device; -1 when there is none.
+    qint64 endPosition() const { return m_endPosition; }
+    /// Where the end record says the central directory begins.
+    quint32 directoryOffset() const { return m_directoryOffset; }
+
+    static cZipRecord decode(const uchar* record);
+
+private:
+    bool findEnd(QIODevice* device, uchar* end);
+    bool findEnd(QIODevice* device, qint64 last, int longestComment, uchar* end);
+    bool readRecords(QIODevice* device, int total, quint32 statedSize);
+    qint64 takeRecords(const QByteArray& block, int total, bool isLast);
+    const uchar* cutOff(const uchar* record, int nameSpace);
+    bool fail(const QString& reason);
+
+    QVector<const uchar*> m_records;
+    QVector<QByteArray> m_blocks;
+    QString m_error;
+    qint64 m_endPosition = -1;
+    quint32 m_directoryOffset = 0;
+};
