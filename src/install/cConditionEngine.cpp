@@ -1,15 +1,59 @@
 #include "install/cConditionEngine.h"
 
-struct cConditionEngine::Engine
+#include "install/cConditionScript.h"
+
+#include <QtCore/QMetaObject>
+#include <QtCore/QObject>
+#include <QtCore/QSemaphore>
+
+namespace {
+
+#ifdef NORVALE_WITH_QTSCRIPT
+constexpr auto BuiltIn = cConditionScript::makeWithQtScript;
+#else
+constexpr auto BuiltIn = cConditionScript::makeWithQtQml;
+#endif
+
+/// Scripts may nest calls deeply; the default of a thread is smaller than that of a process on some systems.
+constexpr uint StackSize = 8 << 20;
+
+} // namespace
+
+cConditionEngine::cConditionEngine() : cConditionEngine(BuiltIn) {}
+
+cConditionEngine::cConditionEngine(ScriptMaker maker, int timeLimit)
+    : m_worker(std::make_unique<QObject>()), m_timeLimit(timeLimit)
 {
-};
+    m_thread.setStackSize(StackSize);
+    m_worker->moveToThread(&m_thread);
+    m_thread.start();
+    QMetaObject::invokeMethod(
+        m_worker.get(), [&] { m_script = maker(); }, Qt::BlockingQueuedConnection);
+}
 
-cConditionEngine::cConditionEngine() = default;
-
-cConditionEngine::~cConditionEngine() = default;
+cConditionEngine::~cConditionEngine()
+{
+    QMetaObject::invokeMethod(
+        m_worker.get(), [this] { m_script.reset(); }, Qt::BlockingQueuedConnection);
+    m_thread.quit();
+    m_thread.wait();
+}
 
 bool cConditionEngine::isTrue(const QString& condition)
 {
-    m_errorString = QStringLiteral("no script engine evaluates \"%1\"").arg(condition);
-    return false;
+    cConditionScript::Result result;
+    QSemaphore isDone;
+    QMetaObject::invokeMethod(
+        m_worker.get(),
+        [&] {
+            result = m_script->evaluate(condition);
+            isDone.release();
+        },
+        Qt::QueuedConnection);
+    if (!isDone.tryAcquire(1, m_timeLimit)) {
+        m_script->interrupt();
+        isDone.acquire();
+    }
+    m_errorString = result.error;
+    return result.isTrue;
 }
