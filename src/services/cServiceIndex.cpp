@@ -17,7 +17,7 @@ QSharedPointer<cServiceInstance> cServiceIndex::insert(const QSharedPointer<cSer
 {
     const uint hash = qHash(record->name());
     Place& place = m_places[placeOf(record->name(), hash)];
-    const Place superseded = std::exchange(place, {hash, record});
+    const Place superseded = std::exchange(place, {record->name(), record, hash});
     if (!superseded.record && ++m_count * 2 > m_places.size())
         grow();
     return superseded.record;
@@ -49,7 +49,7 @@ QStringList cServiceIndex::ids() const
     ids.reserve(int(m_count));
     for (const Place& place : m_places) {
         if (place.record)
-            ids.append(place.record->name());
+            ids.append(place.id);
     }
     std::sort(ids.begin(), ids.end());
     return ids;
@@ -64,7 +64,7 @@ void cServiceIndex::swap(cServiceIndex& other)
 std::size_t cServiceIndex::placeOf(const QString& id, uint hash) const
 {
     std::size_t place = hash & (m_places.size() - 1);
-    while (m_places[place].record && (m_places[place].hash != hash || m_places[place].record->name() != id))
+    while (m_places[place].record && (m_places[place].hash != hash || m_places[place].id != id))
         place = next(place);
     return place;
 }

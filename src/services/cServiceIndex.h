@@ -13,8 +13,9 @@ class cServiceInstance;
  * Holds the records and finds each by its id, at most one an id. It is not locked.
  *
  * A table of places of its own, twice as many as records at least: a record lies at the first free place from the one
- * that the hash of its id names. The hash is kept beside it, so a look-up touches the table, which is small, and then
- * only the record that it is about, however many there are.
+ * that the hash of its id names. The hash and the id are kept beside it, so a look-up touches the table, which is
+ * small, and then only what it is about, however many there are: the id and the record, neither of which has to be
+ * fetched before the other.
  */
 class cServiceIndex
 {
@@ -34,8 +35,9 @@ public:
 private:
     struct Place
     {
-        uint hash = 0;
+        QString id;
         QSharedPointer<cServiceInstance> record; ///< null for a free place
+        uint hash = 0;
     };
 
     std::size_t next(std::size_t place) const { return (place + 1) & (m_places.size() - 1); }
