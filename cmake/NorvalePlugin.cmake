@@ -28,8 +28,9 @@ endfunction()
 #                      [DEPENDENCIES plugin...] [SERVICES service...]]
 #     [FUNCTION entry] [TRANSLATIONS strings_<locale>.ts...] [FILES file...] [LIBRARIES target...] [DESTINATION root])
 #
-# Builds the library `name` (a target of this name, which can be given further properties) and puts it into the folder
-# <root>/plugins/<name>-<version> together with its manifest, its compiled translations (ts/) and the FILES.
+# Builds the library `name` and puts it into the folder <root>/plugins/<name>-<version> together with its manifest, its
+# compiled translations (ts/) and the FILES. Its target, which can be given further properties, is named `name`; one of
+# that name in a further suite of the build, such as the next release, is named <name of the root>_<name>.
 #
 #   MANIFEST      a manifest of your own. It is held against the other arguments, and a fault stops the configuration.
 #                 Without it one is written from the arguments of the second line.
@@ -47,22 +48,23 @@ function(norvale_add_plugin)
     _norvale_check_plugin_arguments()
     _norvale_suite_root(root ${arg_DESTINATION})
     set(folder "${root}/plugins/${arg_NAME}-${version}")
+    _norvale_plugin_target()
 
-    add_library(${arg_NAME} MODULE ${arg_SOURCES})
-    target_link_libraries(${arg_NAME} PRIVATE Norvale::Norvale ${arg_LIBRARIES})
-    target_compile_features(${arg_NAME} PRIVATE cxx_std_17)
+    add_library(${target} MODULE ${arg_SOURCES})
+    target_link_libraries(${target} PRIVATE Norvale::Norvale ${arg_LIBRARIES})
+    target_compile_features(${target} PRIVATE cxx_std_17)
     # the empty generator expression keeps multi-configuration generators from adding a folder
-    set_target_properties(${arg_NAME} PROPERTIES
+    set_target_properties(${target} PROPERTIES
         PREFIX "" DEBUG_POSTFIX "" OUTPUT_NAME "${arg_NAME}" LIBRARY_OUTPUT_DIRECTORY "${folder}$<1:>"
         AUTOMOC ON CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON
-        NORVALE_VERSION "${version}" NORVALE_ROOT "${root}")
+        NORVALE_VERSION "${version}")
     _norvale_plugin_manifest()
     _norvale_plugin_translations()
     foreach(file IN LISTS arg_FILES)
         get_filename_component(name "${file}" NAME)
         _norvale_plugin_file("${file}" "${name}")
     endforeach()
-    set_target_properties(${arg_NAME} PROPERTIES NORVALE_SERVICES "${services}")
+    set_target_properties(${target} PROPERTIES NORVALE_SERVICES "${services}")
 endfunction()
 
 # The steps of norvale_add_plugin, in its scope.
@@ -91,6 +93,21 @@ macro(_norvale_check_plugin_arguments)
             message(FATAL_ERROR "norvale_add_plugin(${arg_NAME}): ${key} stands in the MANIFEST, do not give both")
         endif()
     endforeach()
+endmacro()
+
+# Each suite of a build has its own plugin of a name; the features find them by root and name.
+macro(_norvale_plugin_target)
+    set(target ${arg_NAME})
+    if(TARGET ${target})
+        get_filename_component(root_name "${root}" NAME)
+        set(target "${root_name}_${arg_NAME}")
+    endif()
+    get_property(other GLOBAL PROPERTY "NORVALE_PLUGIN ${root} ${arg_NAME}")
+    if(other)
+        message(FATAL_ERROR "norvale_add_plugin(${arg_NAME}): the suite ${root} has this plugin already")
+    endif()
+    set_property(GLOBAL PROPERTY "NORVALE_PLUGIN ${root} ${arg_NAME}" ${target})
+    set_property(GLOBAL APPEND PROPERTY NORVALE_PLUGINS ${target})
 endmacro()
 
 # Writes the manifest or takes the given one; either is checked, so that both fail with the same words.
@@ -123,7 +140,7 @@ macro(_norvale_plugin_file from to)
     add_custom_command(OUTPUT "${folder}/${to}"
         COMMAND ${CMAKE_COMMAND} -E copy "${source}" "${folder}/${to}"
         DEPENDS "${source}" COMMENT "${arg_NAME}: ${to}" VERBATIM)
-    target_sources(${arg_NAME} PRIVATE "${folder}/${to}")
+    target_sources(${target} PRIVATE "${folder}/${to}")
 endmacro()
 
 macro(_norvale_plugin_translations)
@@ -149,7 +166,7 @@ macro(_norvale_plugin_translations)
             COMMAND ${CMAKE_COMMAND} -E make_directory "${folder}/ts"
             COMMAND "${NORVALE_LRELEASE}" -silent "${source}" -qm "${compiled}"
             DEPENDS "${source}" COMMENT "${arg_NAME}: translation ${CMAKE_MATCH_1}" VERBATIM)
-        target_sources(${arg_NAME} PRIVATE "${compiled}")
+        target_sources(${target} PRIVATE "${compiled}")
     endforeach()
 endmacro()
 
@@ -181,24 +198,23 @@ function(norvale_add_feature)
         string(APPEND xml "    <dependencies>\n${dependencies}    </dependencies>\n")
     endif()
     string(APPEND xml "    <plugins>\n")
+    set(plugin_targets "")
     foreach(plugin IN LISTS arg_PLUGINS)
         _norvale_enter_plugin()
     endforeach()
     _norvale_enter_feature("${root}" "${xml}    </plugins>\n  </feature>\n")
-    add_dependencies(${suite} ${arg_PLUGINS})
+    add_dependencies(${suite} ${plugin_targets})
 endfunction()
 
 # One plugin of a feature. Two that name one service would keep the whole suite from starting.
 macro(_norvale_enter_plugin)
-    set(plugin_root "")
-    if(TARGET ${plugin})
-        get_target_property(plugin_root ${plugin} NORVALE_ROOT)
-        get_target_property(plugin_version ${plugin} NORVALE_VERSION)
-        get_target_property(plugin_services ${plugin} NORVALE_SERVICES)
-    endif()
-    if(NOT plugin_root STREQUAL root)
+    get_property(plugin_target GLOBAL PROPERTY "NORVALE_PLUGIN ${root} ${plugin}")
+    if(NOT plugin_target)
         message(FATAL_ERROR "norvale_add_feature(${arg_NAME}): ${plugin} is no plugin of the suite ${root}")
     endif()
+    list(APPEND plugin_targets ${plugin_target})
+    get_target_property(plugin_version ${plugin_target} NORVALE_VERSION)
+    get_target_property(plugin_services ${plugin_target} NORVALE_SERVICES)
     foreach(service IN LISTS plugin_services)
         get_property(owner GLOBAL PROPERTY "NORVALE_SERVICE ${root} ${service}")
         if(owner AND NOT owner STREQUAL plugin)
