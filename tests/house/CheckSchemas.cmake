@@ -1,8 +1,8 @@
 # Holds every manifest and feature catalogue of the examples and of the laid-out suite against the schemas of docs/schema.
 cmake_minimum_required(VERSION 3.16)
-file(GLOB_RECURSE manifests "${SOURCE}/examples/*/Manifest.xml" "${BINARY}/suite/plugins/*/Manifest.xml"
+file(GLOB_RECURSE manifests "${SOURCE}/examples/*/Manifest.xml" "${BINARY}/suite*/plugins/*/Manifest.xml"
     "${SOURCE}/docs/examples/Manifest.xml")
-file(GLOB_RECURSE catalogues "${BINARY}/suite/plugins/features.xml" "${SOURCE}/docs/examples/features.xml"
+file(GLOB_RECURSE catalogues "${BINARY}/suite*/plugins/features.xml" "${SOURCE}/docs/examples/features.xml"
     "${SOURCE}/docs/examples/repository.xml")
 
 function(check schema least)

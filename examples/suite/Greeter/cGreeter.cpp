@@ -17,7 +17,7 @@ QString cGreeter::greet(const QString& name)
     const int visit = countVisit(guest);
     services->notify("GreeterEvents", "Greeted", Q_ARG(QString, guest));
     if (visit < 2)
-        return tr("Hello, %1!").arg(guest);
+        return greeting(guest);
     return tr("Welcome back, %1! This is visit number %2.").arg(guest, QString::number(visit));
 }
 

@@ -18,6 +18,9 @@ public:
     Q_INVOKABLE QString greet(const QString& name);
 
 private:
+    /// What @p guest hears at the first visit; each release has its own words.
+    static QString greeting(const QString& guest);
+
     /// Counts a visit of @p name in the settings and gives its number.
     int countVisit(const QString& name);
 };

@@ -8,6 +8,10 @@
         <translation>Guten Tag, %1!</translation>
     </message>
     <message>
+        <source>Welcome, %1! Please take a seat.</source>
+        <translation>Willkommen, %1! Bitte nehmen Sie Platz.</translation>
+    </message>
+    <message>
         <source>Welcome back, %1! This is visit number %2.</source>
         <translation>Schön, Sie wiederzusehen, %1! Dies ist Besuch Nummer %2.</translation>
     </message>

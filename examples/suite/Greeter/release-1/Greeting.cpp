@@ -1,0 +1,6 @@
+#include "../cGreeter.h"
+
+QString cGreeter::greeting(const QString& guest)
+{
+    return tr("Hello, %1!").arg(guest);
+}
