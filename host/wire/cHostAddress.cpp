@@ -30,5 +30,6 @@ cHostAddress cHostAddress::ofInstallation(const QString& installFolder)
         QStringLiteral("vcore-") + shortHash(canonical(installFolder) + QLatin1Char('\n') + userPart());
     address.m_socketName = nameFor(folder, name);
     address.m_lockPath = QDir(folder).absoluteFilePath(name + QStringLiteral(".lock"));
+    address.m_updateLockPath = QDir(folder).absoluteFilePath(name + QStringLiteral(".update.lock"));
     return address;
 }

@@ -24,8 +24,11 @@ public:
     /// Name for QLocalServer and QLocalSocket.
     QString socketName() const { return m_socketName; }
 
-    /// Absolute path of the lock file.
+    /// Absolute path of the lock file of the host.
     QString lockPath() const { return m_lockPath; }
+
+    /// Absolute path of the lock file of whoever fetches or installs updates.
+    QString updateLockPath() const { return m_updateLockPath; }
 
 private:
     // Platform-bound: cHostAddress_unix.cpp and cHostAddress_win.cpp.
@@ -35,5 +38,6 @@ private:
 
     QString m_socketName;
     QString m_lockPath;
+    QString m_updateLockPath;
     QString m_error;
 };

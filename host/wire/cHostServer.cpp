@@ -30,30 +30,17 @@ cHostServer::Outcome cHostServer::listen(const cHostAddress& address)
         m_error = address.errorString();
         return Failed;
     }
-    if (!takeLock(address.lockPath()))
-        return m_lock->error() == QLockFile::LockFailedError ? HostIsAlive : Failed;
+    const cHostLock::Outcome lock = m_lock.take(address.lockPath());
+    if (lock != cHostLock::Taken) {
+        m_error = m_lock.errorString();
+        return lock == cHostLock::Held ? HostIsAlive : Failed;
+    }
     QLocalServer::removeServer(address.socketName());
     if (m_server->listen(address.socketName()))
         return Listening;
     m_error = QStringLiteral("cannot listen on %1: %2").arg(address.socketName(), m_server->errorString());
-    m_lock->unlock();
+    m_lock.release();
     return Failed;
-}
-
-bool cHostServer::takeLock(const QString& path)
-{
-    m_lock = std::make_unique<QLockFile>(path);
-    m_lock->setStaleLockTime(0); // stale when its process is gone, never by its age
-    if (m_lock->tryLock(0))
-        return true;
-    qint64 pid = 0;
-    QString host;
-    QString program;
-    if (m_lock->error() == QLockFile::LockFailedError && m_lock->getLockInfo(&pid, &host, &program))
-        m_error = QStringLiteral("the lock %1 is held by process %2 (%3)").arg(path).arg(pid).arg(program);
-    else
-        m_error = QStringLiteral("cannot take the lock %1").arg(path);
-    return false;
 }
 
 bool cHostServer::send(int connectionId, const QByteArray& payload)
@@ -93,8 +80,7 @@ void cHostServer::close()
         client->deleteLater();
     }
     m_clients.clear();
-    if (m_lock)
-        m_lock->unlock();
+    m_lock.release();
 }
 
 void cHostServer::acceptClients()

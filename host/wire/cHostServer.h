@@ -1,12 +1,10 @@
 #pragma once
 
 #include "wire/cHostAddress.h"
+#include "wire/cHostLock.h"
 
 #include <QtCore/QHash>
-#include <QtCore/QLockFile>
 #include <QtCore/QObject>
-
-#include <memory>
 
 class QLocalServer;
 class cClientConnection;
@@ -59,12 +57,11 @@ signals:
     void messageReceived(int connectionId, const QByteArray& payload);
 
 private:
-    bool takeLock(const QString& path);
     void acceptClients();
     void forget(int connectionId, const QString& reason);
 
     QLocalServer* m_server;
-    std::unique_ptr<QLockFile> m_lock;
+    cHostLock m_lock;
     QHash<int, cClientConnection*> m_clients;
     int m_lastId = 0; ///< ids only go up, so that a late answer never reaches another client
     QString m_error;
