@@ -1,16 +1,6 @@
 #include "cTextTable.h"
 
-namespace {
-
-QString printable(QString text)
-{
-    for (QChar& character : text)
-        if (character.category() == QChar::Other_Control)
-            character = QLatin1Char('?');
-    return text.isEmpty() ? QStringLiteral("-") : text;
-}
-
-} // namespace
+#include "Terminal.h"
 
 cTextTable::cTextTable(const QStringList& headings)
 {
@@ -20,8 +10,10 @@ cTextTable::cTextTable(const QStringList& headings)
 void cTextTable::addRow(const QStringList& cells)
 {
     QStringList row;
-    for (int column = 0; column < m_rows.first().size(); ++column)
-        row.append(printable(cells.value(column)));
+    for (int column = 0; column < m_rows.first().size(); ++column) {
+        const QString cell = Terminal::printable(cells.value(column));
+        row.append(cell.isEmpty() ? QStringLiteral("-") : cell);
+    }
     m_rows.append(row);
 }
 

@@ -1,0 +1,11 @@
+#include "TerminalLog.h"
+
+#include "cTerminalHook.h"
+
+#include <Norvale/cLogCentral.h>
+
+void TerminalLog::showReasons()
+{
+    static cTerminalHook hook;
+    cLogCentral::addHook(&hook, "showLine");
+}
