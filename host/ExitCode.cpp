@@ -27,6 +27,18 @@ constexpr Meaning Meanings[] = {
     {ExitCode::FileFailed, "the log or trace file could not be written"},
     {ExitCode::ConnectionLost, "the running host closed the connection before it had answered"},
     {ExitCode::LoopEnded, "a plugin ended the event loop with another code than 0"},
+    {ExitCode::NoUpdate, "there is no update"},
+    {ExitCode::Cancelled, "the check or the update was cancelled; what is installed is as it was"},
+    {ExitCode::FetchFailed, "a file of the update could not be fetched, or is not what its hash says"},
+    {ExitCode::CoreTooOld, "what is to be fetched or installed needs a newer core"},
+    {ExitCode::FeatureMissing, "the update sites lack a feature that is installed, needed or asked for"},
+    {ExitCode::CheckFailed, "the update check ended without a result"},
+    {ExitCode::NewCore, "the update is a new core; after --update its setup program is there to be run"},
+    {ExitCode::InstallIncomplete, "the installation left something out"},
+    {ExitCode::NothingToInstall, "there is no description of a repository to install from"},
+    {ExitCode::UninstallIncomplete, "something could not be removed"},
+    {ExitCode::UpdateRunning, "another process fetches an update for this installation, or installs one"},
+    {ExitCode::SettingsFailed, "the settings could not be written"},
 };
 
 } // namespace

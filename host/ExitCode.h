@@ -20,7 +20,19 @@ enum class ExitCode {
     HardStop = 13,
     FileFailed = 14,
     ConnectionLost = 15,
-    LoopEnded = 16
+    LoopEnded = 16,
+    NoUpdate = 17,
+    Cancelled = 18,
+    FetchFailed = 19,
+    CoreTooOld = 20,
+    FeatureMissing = 21,
+    CheckFailed = 22,
+    NewCore = 23,
+    InstallIncomplete = 24,
+    NothingToInstall = 25,
+    UninstallIncomplete = 26,
+    UpdateRunning = 27,
+    SettingsFailed = 28
 };
 
 /// The exit codes with their meaning, a line each, as the help text shows them.

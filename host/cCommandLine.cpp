@@ -2,10 +2,16 @@
 
 #include "Terminal.h"
 #include "commands/CommandOptions.h"
+#include "commands/cBootstrapCommand.h"
 #include "commands/cCallCommand.h"
+#include "commands/cCheckCommand.h"
+#include "commands/cInstallCommand.h"
 #include "commands/cListCommand.h"
 #include "commands/cRunCommand.h"
 #include "commands/cSendCommand.h"
+#include "commands/cSitesCommand.h"
+#include "commands/cUninstallCommand.h"
+#include "commands/cUpdateCommand.h"
 
 #include <QtCore/QCoreApplication>
 
@@ -28,9 +34,15 @@ cCommandLine::cCommandLine()
     m_commands.push_back(std::make_unique<cListCommand>());
     m_commands.push_back(std::make_unique<cSendCommand>());
     m_commands.push_back(std::make_unique<cCallCommand>());
+    m_commands.push_back(std::make_unique<cCheckCommand>());
+    m_commands.push_back(std::make_unique<cUpdateCommand>());
+    m_commands.push_back(std::make_unique<cSitesCommand>());
+    m_commands.push_back(std::make_unique<cInstallCommand>());
+    m_commands.push_back(std::make_unique<cBootstrapCommand>());
+    m_commands.push_back(std::make_unique<cUninstallCommand>());
 
     m_parser.setApplicationDescription(
-        QStringLiteral("Runs the plugin-based suite, and speaks to the host that runs it."));
+        QStringLiteral("Runs the plugin-based suite, speaks to the host that runs it, and keeps it up to date."));
     m_parser.setOptionsAfterPositionalArgumentsMode(QCommandLineParser::ParseAsPositionalArguments);
     m_parser.addHelpOption();
     m_parser.addVersionOption();
@@ -39,9 +51,11 @@ cCommandLine::cCommandLine()
         m_parser.addOptions(command->ownOptions());
     }
     m_parser.addOptions(CommandOptions::all());
-    m_parser.addPositionalArgument(QStringLiteral("SERVICE"),
-                                   QStringLiteral("Service, method and arguments of --call."),
-                                   QStringLiteral("[SERVICE METHOD [ARG...]]"));
+    m_parser.addPositionalArgument(
+        QStringLiteral("WORD"),
+        QStringLiteral("With --call SERVICE METHOD [ARG...], with --update [FEATURE...], with "
+                       "--update-sites [URL...]."),
+        QStringLiteral("[WORD...]"));
 }
 
 cCommandLine::~cCommandLine() = default;

@@ -5,10 +5,13 @@
 #include "cHostHandler.h"
 #include "cHostService.h"
 #include "cStopSignals.h"
+#include "updates/cChangeLock.h"
+#include "updates/cInstallReport.h"
 #include "wire/cHostAddress.h"
 
 #include <Norvale/Corvane.h>
 #include <Norvale/IConfigMgr.h>
+#include <Norvale/IInstallMgr.h>
 #include <Norvale/IPluginMgr.h>
 
 #include <QtCore/QCoreApplication>
@@ -61,8 +64,10 @@ ExitCode cHostRun::run()
     if (code != ExitCode::Ok)
         return code;
     code = initialise();
-    if (code == ExitCode::Ok)
+    if (code == ExitCode::Ok) {
+        installWaiting();
         code = start();
+    }
     if (code == ExitCode::Ok) {
         code = serve();
         stop();
@@ -121,6 +126,25 @@ ExitCode cHostRun::initialise()
     stopOn(m_handler.get(), &cHostHandler::quitRequested);
     stopOn(IPluginMgr::instance(), &IPluginMgr::DoRestart);
     return ExitCode::Ok;
+}
+
+// Installs what an update has fetched, and finishes what a killed run left unfinished. Whatever comes of it, a whole
+// set of plugins is installed afterwards, so the suite starts.
+void cHostRun::installWaiting()
+{
+    if (!QFile::exists(Corvane::velmiraFolderOrFile(Corvane::DropboxRepositoryFile)))
+        return;
+    cChangeLock lock;
+    if (lock.takeForFetching() != ExitCode::Ok) {
+        Terminal::reason(QStringLiteral("what waits to be installed has to wait for the next start"));
+        return;
+    }
+    const cInstallReport report;
+    m_trace.begin(QStringLiteral("install what waits"));
+    const bool ok = IInstallMgr::installDropbox();
+    m_trace.end(ok);
+    if (!ok)
+        Terminal::reason(QStringLiteral("not all that waits could be installed; the log lines above tell why"));
 }
 
 ExitCode cHostRun::start()

@@ -31,6 +31,7 @@ private:
     void stopOn(Sender* sender, Signal signal);
     ExitCode takeAddress();
     ExitCode initialise();
+    void installWaiting();
     ExitCode start();
     ExitCode serve();
     void stop();

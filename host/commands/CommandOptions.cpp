@@ -1,7 +1,6 @@
 #include "commands/CommandOptions.h"
 
 #include "Terminal.h"
-#include "TerminalLog.h"
 
 #include <Norvale/Corvane.h>
 #include <Norvale/cLogCentral.h>
@@ -27,8 +26,7 @@ QList<QCommandLineOption> all()
             {QLatin1String(Trace),
              QStringLiteral("Write a Chrome trace of start-up and stop to FILE when the run ends."),
              QStringLiteral("FILE")},
-            {QLatin1String(Json),
-             QStringLiteral("With --list and --call: print JSON. With --call the ARGs are JSON, too.")},
+            {QLatin1String(Json), QStringLiteral("Print JSON instead of text. With --call the ARGs are JSON, too.")},
             {QLatin1String(Timeout), QStringLiteral("Wait so long for the running host, 30 seconds unless given."),
              QStringLiteral("SECONDS"), QStringLiteral("30")},
             {QLatin1String(Wait),
@@ -44,9 +42,9 @@ QStringList categories(const QCommandLineParser& line)
     return names;
 }
 
-bool openLog(const QCommandLineParser& line)
+bool openLog(const QCommandLineParser& line, void (*show)())
 {
-    TerminalLog::show();
+    show();
     const QString path = line.value(QLatin1String(Log));
     if (path.isEmpty())
         return true;
@@ -57,6 +55,25 @@ bool openLog(const QCommandLineParser& line)
     }
     file.close();
     cLogCentral::setLogFile(path);
+    return true;
+}
+
+bool initialise()
+{
+    if (Corvane::initialize())
+        return true;
+    Terminal::reason(QStringLiteral("the framework could not be initialised"));
+    return false;
+}
+
+bool haveNoOptions(const QStringList& words)
+{
+    for (const QString& word : words) {
+        if (word.startsWith(QLatin1Char('-'))) {
+            Terminal::reason(QStringLiteral("options stand before the other words: %1").arg(word));
+            return false;
+        }
+    }
     return true;
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "ExitCode.h"
+#include "TerminalLog.h"
 #include "wire/cHostAddress.h"
 #include "wire/cHostClient.h"
 
@@ -26,8 +27,16 @@ QList<QCommandLineOption> all();
 /// The load categories, without empty ones.
 QStringList categories(const QCommandLineParser& line);
 
-/// Shows the log on the terminal and opens the log file if one is named. @return false when it cannot be written.
-[[nodiscard]] bool openLog(const QCommandLineParser& line);
+/// Shows the log on the terminal (TerminalLog::show or TerminalLog::showReasons) and opens the log file if one is
+/// named.
+/// @return false when it cannot be written.
+[[nodiscard]] bool openLog(const QCommandLineParser& line, void (*show)() = TerminalLog::show);
+
+/// Initialises the framework; says so when that fails.
+[[nodiscard]] bool initialise();
+
+/// Whether none of @p words is an option that stands too late to be one; says which.
+[[nodiscard]] bool haveNoOptions(const QStringList& words);
 
 /// The time limit in milliseconds; negative when the option holds none.
 int timeout(const QCommandLineParser& line);

@@ -5,7 +5,6 @@
 #include "commands/CommandOptions.h"
 #include "wire/WireText.h"
 
-#include <Norvale/Corvane.h>
 #include <Norvale/IPluginMgr.h>
 
 #include <QtCore/QCommandLineParser>
@@ -16,10 +15,8 @@ const QByteArray ListMessage = R"({"command":"LIST","request":"list"})";
 
 ExitCode listInstalled(QJsonObject* report)
 {
-    if (!Corvane::initialize()) {
-        Terminal::reason(QStringLiteral("the framework could not be initialised"));
+    if (!CommandOptions::initialise())
         return ExitCode::InitialiseFailed;
-    }
     IPluginMgr::instance()->discover(); // what is faulty is logged, and shown with what is known
     *report = SuiteReport::collect();
     return ExitCode::Ok;
