@@ -1,6 +1,7 @@
 #include <Norvale/IConfigMgr.h>
 
 #include "config/cConfigurationMgr.h"
+#include "config/cUpdateCheck.h"
 
 #include <Norvale/cLogCentral.h>
 
@@ -15,14 +16,6 @@ cConfigurationMgr* managerFor(const char* consequence)
             << QLatin1String(consequence) + QStringLiteral(": the library is not initialized") << Qt::endl;
     }
     return manager;
-}
-
-/// The answer of a check that ends before it could begin.
-cJsonValue notChecked()
-{
-    cJsonValue result(ObjectType);
-    result["result_code"] = 4;
-    return result;
 }
 
 } // namespace
@@ -42,13 +35,13 @@ QList<cFeatureInfo> IConfigMgr::installedFeatures()
 cJsonValue IConfigMgr::checkForUpdates()
 {
     cConfigurationMgr* manager = managerFor("Updates are not checked for");
-    return manager ? manager->checkForUpdates() : notChecked();
+    return manager ? manager->checkForUpdates() : cUpdateCheck::notChecked();
 }
 
 cJsonValue IConfigMgr::doUpdateOn(QStringList names)
 {
     cConfigurationMgr* manager = managerFor("Nothing is updated");
-    return manager ? manager->doUpdateOn(names) : notChecked();
+    return manager ? manager->doUpdateOn(names) : cUpdateCheck::notChecked();
 }
 
 void IConfigMgr::cancelUpdate()

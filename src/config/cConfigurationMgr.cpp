@@ -3,6 +3,9 @@
 #include "config/cCatalogueReader.h"
 #include "config/cCatalogueWriter.h"
 #include "config/cPublication.h"
+#include "config/cUpdateApply.h"
+#include "config/cUpdateCheck.h"
+#include "config/cUpdateMgr.h"
 #include "core/DurableFile.h"
 #include "plugins/cPluginMgr.h"
 
@@ -10,6 +13,7 @@
 #include <Norvale/cLogCentral.h>
 
 #include <QtCore/QFile>
+#include <QtCore/QScopedValueRollback>
 
 namespace {
 
@@ -131,15 +135,65 @@ void cConfigurationMgr::connectProgressSlot(QObject* receiver, const char* slot)
 
 cJsonValue cConfigurationMgr::checkForUpdates()
 {
-    return cJsonValue(ObjectType);
+    if (!canBegin())
+        return cUpdateCheck::notChecked();
+    const QScopedValueRollback<bool> underWay(m_isUpdating, true);
+    cUpdateCheck check(m_installed, m_plugins);
+    return makeCheck(check, QStringList());
 }
 
-cJsonValue cConfigurationMgr::doUpdateOn(const QStringList&)
+cJsonValue cConfigurationMgr::doUpdateOn(const QStringList& names)
 {
-    return cJsonValue(ObjectType);
+    if (!canBegin())
+        return cUpdateCheck::notChecked();
+    const QScopedValueRollback<bool> underWay(m_isUpdating, true);
+    m_isCancelled = false;
+    cUpdateCheck check(m_installed, m_plugins);
+    cJsonValue result = makeCheck(check, names);
+    if (m_isCancelled)
+        result["result_code"] = 1;
+    else if (check.isUpdateAvailable())
+        result = apply(check, result);
+    return result;
 }
 
-void cConfigurationMgr::cancelUpdate() {}
+bool cConfigurationMgr::canBegin()
+{
+    if (!m_isUpdating && cUpdateMgr::instance())
+        return true;
+    m_log.warning() << "Updates are not checked for:"
+                    << (m_isUpdating ? "a check or an update is under way" : "the library is not initialized")
+                    << Qt::endl;
+    return false;
+}
+
+cJsonValue cConfigurationMgr::makeCheck(cUpdateCheck& check, const QStringList& names)
+{
+    // An installation without features is checked like any other.
+    if (m_installed.isEmpty())
+        (void)loadFeatures();
+    return check.run(names, *cUpdateMgr::instance());
+}
+
+cJsonValue cConfigurationMgr::apply(const cUpdateCheck& check, const cJsonValue& result)
+{
+    cUpdateApply apply(check);
+    const QScopedValueRollback<cUpdateApply*> underWay(m_apply, &apply);
+    connect(&apply, &cUpdateApply::progress, this, &cConfigurationMgr::onProgress);
+    connect(&apply, &cUpdateApply::overallProgress, this, &cConfigurationMgr::setOverallProgress);
+    const cJsonValue outcome = apply.run(result);
+    setOverallProgress(QString(), 0, 0);
+    return outcome;
+}
+
+void cConfigurationMgr::cancelUpdate()
+{
+    m_isCancelled = true;
+    if (cUpdateMgr* updates = cUpdateMgr::instance())
+        updates->cancel();
+    if (m_apply)
+        m_apply->cancel();
+}
 
 void cConfigurationMgr::setOverallProgress(const QString& label, qint64 base, qint64 total)
 {

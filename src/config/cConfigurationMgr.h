@@ -11,6 +11,7 @@
 
 class cPluginMgr;
 class cUpdateApply;
+class cUpdateCheck;
 
 /**
  * Keeps the installed and the available feature catalogue, publishes the installed plugins to the plugin manager, runs
@@ -81,6 +82,11 @@ public slots:
 private:
     /// What is wrong with the catalogue document at @p path; empty when it has been read into @p catalogue.
     static QString readCatalogue(const QString& path, cFeatureCatalogue& catalogue);
+
+    /// False, with the reason logged, while a check or an update waits further up this thread's stack.
+    bool canBegin();
+    cJsonValue makeCheck(cUpdateCheck& check, const QStringList& names);
+    cJsonValue apply(const cUpdateCheck& check, const cJsonValue& result);
 
     cPluginMgr& m_plugins;
     cLog m_log;

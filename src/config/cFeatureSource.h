@@ -14,4 +14,13 @@ struct cFeatureSource
     QSharedPointer<cUpdateLocation> location;
     /// As written; a relative one is resolved against the location when the package is fetched.
     QString source;
+
+    /// What to fetch from: an absolute source as it is, another one resolved. Empty when there is no location for it.
+    QUrl url() const
+    {
+        const QUrl absolute(source);
+        if (!absolute.isRelative())
+            return absolute;
+        return location ? location->resolve(source) : QUrl();
+    }
 };

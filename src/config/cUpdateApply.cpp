@@ -1,10 +1,171 @@
 #include "config/cUpdateApply.h"
 
+#include "config/cRuntimeFetch.h"
+#include "config/cUpdateCheck.h"
+#include "core/SafeName.h"
+
+#include <Norvale/Corvane.h>
 #include <Norvale/cLogCentral.h>
+
+namespace {
+enum ResultCode { Ready = 0, Cancelled = 1, NotFetched = 3 };
+}
 
 cUpdateApply::cUpdateApply(const cUpdateCheck& check)
     : m_check(check), m_log(cLogCentral::log(QStringLiteral("ConfigurationMgr")))
 {
 }
 
-cUpdateApply::~cUpdateApply() = default;
+cJsonValue cUpdateApply::run(cJsonValue result)
+{
+    const bool isReady = m_check.requiresNewCore() ? fetchRuntime() : fetchPackages();
+    if (isReady) {
+        result["result_code"] = Ready;
+    } else if (m_isCancelled) {
+        m_log.warning() << "The update was cancelled" << Qt::endl;
+        result["result_code"] = Cancelled;
+    } else {
+        result["result_code"] = NotFetched;
+        result["failed"] = m_failed;
+    }
+    return result;
+}
+
+void cUpdateApply::cancel()
+{
+    m_isCancelled = true;
+    m_downloader.cancel();
+}
+
+bool cUpdateApply::fetchPackages()
+{
+    return isCoreNewEnough() && areNamesSafe() && fetchMissing() && commit();
+}
+
+bool cUpdateApply::isCoreNewEnough()
+{
+    const cVersion current(Corvane::currentVersion());
+    const cVersion& required = m_check.available().coreVersion();
+    if (!(current < required))
+        return true;
+    return fail(QStringLiteral("core_version"),
+                QStringLiteral("the repository needs version %1 or newer to be installed over, and %2 is")
+                    .arg(required.toString(), current.toString()));
+}
+
+bool cUpdateApply::areNamesSafe()
+{
+    for (const QSharedPointer<cFeatureInstance>& feature : m_check.features()) {
+        for (const QSharedPointer<cFeaturePlugin>& plugin : feature->plugins()) {
+            if (!isSafeFileName(plugin->name()))
+                return fail(plugin->identity(), QStringLiteral("the plugin's name cannot be a file name"));
+        }
+    }
+    return true;
+}
+
+bool cUpdateApply::fetchMissing()
+{
+    qint64 total = 0;
+    for (const QSharedPointer<cFeaturePlugin>& plugin : m_check.plugins())
+        total += plugin->size();
+    const QString label = m_check.available().name() + QLatin1Char('-') + m_check.available().version().toString();
+    qint64 base = 0;
+    for (const QSharedPointer<cFeaturePlugin>& plugin : m_check.plugins()) {
+        connect(plugin.data(), &cFeaturePlugin::progress, this, &cUpdateApply::progress);
+        emit overallProgress(label, base, total);
+        if (m_dropbox.holds(*plugin))
+            plugin->onProgress(plugin->size(), plugin->size());
+        else if (!fetchPackage(*plugin) || !store(*plugin))
+            return false;
+        if (m_isCancelled)
+            return false;
+        plugin->setPending(true);
+        base += plugin->size();
+    }
+    return true;
+}
+
+bool cUpdateApply::fetchPackage(cFeaturePlugin& plugin)
+{
+    if (plugin.hash().isEmpty())
+        return fail(plugin.identity(), QStringLiteral("the repository gives no hash for it"));
+    if (plugin.sources().isEmpty())
+        return fail(plugin.identity(), QStringLiteral("the repository gives no source for it"));
+    for (const cFeatureSource& source : plugin.sources()) {
+        if (fetchFrom(source.url(), plugin))
+            return true;
+        if (m_isCancelled)
+            return false;
+    }
+    m_failed = plugin.identity(); // each source has had its line
+    return false;
+}
+
+bool cUpdateApply::fetchFrom(const QUrl& url, cFeaturePlugin& plugin)
+{
+    m_downloader.setSizeLimit(qMax<qint64>(plugin.size(), PackageLimit));
+    connect(&m_downloader, &cDownloader::progress, &plugin, &cFeaturePlugin::onProgress);
+    const bool hasArrived = m_downloader.download(url);
+    disconnect(&m_downloader, nullptr, &plugin, nullptr);
+    plugin.setDownloadStatus(m_downloader.error());
+    if (m_isCancelled)
+        return false;
+    if (hasArrived && m_downloader.digestResult() == plugin.hash()) {
+        plugin.setPackageData(m_downloader.data());
+        return true;
+    }
+    m_log.warning() << "Not fetched:" << plugin.identity() << "from" << url.toDisplayString()
+                    << (hasArrived ? QStringLiteral("does not match its hash") : m_downloader.errorString())
+                    << Qt::endl;
+    return false;
+}
+
+bool cUpdateApply::store(cFeaturePlugin& plugin)
+{
+    QString error;
+    const bool isStored = m_dropbox.store(plugin, &error);
+    plugin.setPackageData(QByteArray()); // one package at a time is in memory
+    return isStored || fail(plugin.identity(), error);
+}
+
+bool cUpdateApply::commit()
+{
+    cFeatureCatalogue update = m_check.available();
+    update.clear();
+    for (const QSharedPointer<cFeatureInstance>& feature : m_check.features())
+        update.append(feature);
+    QString error;
+    if (!m_dropbox.commit(update, &error))
+        return fail(QStringLiteral("repository.xml"), error);
+    Corvane::setRestartOption(Corvane::RestartAfterUpdate);
+    // The option is stored as 0 always: what tells a host the kind of restart is the name, or that there is none.
+    Corvane::setRestartSetupFilename(QString());
+    const QString left = m_dropbox.tidy(update);
+    if (!left.isEmpty())
+        m_log.warning() << "Packages of an earlier update cannot be removed:" << left << Qt::endl;
+    return true;
+}
+
+bool cUpdateApply::fetchRuntime()
+{
+    const cRuntimeInfo& runtime = m_check.runtime();
+    connect(&m_downloader, &cDownloader::progress, &runtime, &cRuntimeInfo::onProgress);
+    connect(&runtime, &cRuntimeInfo::progress, this, &cUpdateApply::progress);
+    cRuntimeFetch fetch(runtime, m_downloader);
+    const bool isFetched = fetch.run();
+    if (m_isCancelled)
+        return false;
+    if (!isFetched)
+        return fail(runtime.name(), fetch.errorString());
+    Corvane::setRestartSetupFilename(fetch.path());
+    Corvane::setRestartOption(Corvane::RestartWithSetup);
+    return true;
+}
+
+bool cUpdateApply::fail(const QString& what, const QString& reason)
+{
+    m_failed = what;
+    m_log.error() << "The update cannot be made ready:" << what << reason << Qt::endl;
+    return false;
+}

@@ -1,12 +1,14 @@
 #pragma once
 
+#include "config/cDownloader.h"
+#include "config/cDropbox.h"
+
 #include <Norvale/cJsonValue.h>
 #include <Norvale/cLog.h>
 
 #include <QtCore/QObject>
-#include <QtCore/QSharedPointer>
 
-class cDownloader;
+class cFeaturePlugin;
 class cUpdateCheck;
 
 /**
@@ -21,28 +23,47 @@ class cUpdateApply : public QObject
     Q_OBJECT
 
 public:
-    /// @p check has been made, is only read, and must live as long as this object.
+    /// A package that the catalogue calls smaller, or of no size, may have this many bytes.
+    static constexpr qint64 PackageLimit = 256 * 1024 * 1024;
+
+    /// @p check has found an update; it is only read, and must live as long as this object.
     explicit cUpdateApply(const cUpdateCheck& check);
-    ~cUpdateApply() override;
 
     /**
      * Fetches everything.
-     * @param result the check's object, with code 0.
-     * @return the same with the outcome as `IConfigMgr::doUpdateOn` documents it; the reason of a code 3 is logged.
+     * @param result the check's object.
+     * @return the same with the outcome as `IConfigMgr::doUpdateOn` documents it; the reason of a code 1 or 3 is
+     * logged.
      */
-    cJsonValue run(const cJsonValue& result);
+    cJsonValue run(cJsonValue result);
 
-    /// Ends the transfer under way, if any, and the run with code 1 as soon as it has ended.
+    /// Aborts the transfer under way, if any; the run then ends with code 1.
     void cancel();
 
 signals:
     void progress(QString fname, qint64 bytesReceived, qint64 bytesTotal);
-    /// One bar over all files: its name, the bytes of the files that are done, and those of all.
+    /// One bar over all files from here on: its name, the bytes of the files that are done, and of all.
     void overallProgress(QString label, qint64 base, qint64 total);
 
 private:
+    bool fetchPackages();
+    bool isCoreNewEnough();
+    bool areNamesSafe();
+    bool fetchMissing();
+    bool fetchPackage(cFeaturePlugin& plugin);
+    bool fetchFrom(const QUrl& url, cFeaturePlugin& plugin);
+    bool store(cFeaturePlugin& plugin);
+    bool commit();
+
+    bool fetchRuntime();
+
+    /// Keeps what failed, logs why, and is false.
+    bool fail(const QString& what, const QString& reason);
+
     const cUpdateCheck& m_check;
     cLog m_log;
-    QSharedPointer<cDownloader> m_transfer; // of the job under way; null when there is none or it was cancelled
+    cDropbox m_dropbox;
+    cDownloader m_downloader;
     bool m_isCancelled = false;
+    QString m_failed;
 };

@@ -1,14 +1,164 @@
 #include "config/cUpdateCheck.h"
 
+#include "config/cUpdateMgr.h"
+#include "core/Settings.h"
+#include "plugins/cPluginMgr.h"
+
 #include <Norvale/cLogCentral.h>
 
-cUpdateCheck::cUpdateCheck(const cFeatureCatalogue& installed, const cPluginMgr& plugins)
-    : m_installed(installed), m_known(plugins), m_log(cLogCentral::log(QStringLiteral("ConfigurationMgr")))
+#include <QtCore/QSet>
+
+#include <limits>
+
+namespace {
+
+enum ResultCode { Available = 0, NothingNewer = 2, NotChecked = 4, FeatureMissing = 5 };
+
+cVersion machineVersion(const char* key)
 {
+    return cVersion(cMachineSettings().value(QLatin1String(key)).toString());
+}
+
+/// A JSON integer ends at 32 bits without a sign.
+cJsonValue integer(qint64 number)
+{
+    if (number <= std::numeric_limits<int>::max())
+        return int(number);
+    return uint(qMin<qint64>(number, std::numeric_limits<uint>::max()));
+}
+
+} // namespace
+
+cUpdateCheck::cUpdateCheck(const cFeatureCatalogue& installed, const cPluginMgr& plugins)
+    : m_installed(installed)
+    , m_known(plugins)
+    , m_log(cLogCentral::log(QStringLiteral("ConfigurationMgr")))
+    , m_result(notChecked())
+{
+}
+
+cJsonValue cUpdateCheck::notChecked()
+{
+    cJsonValue result(ObjectType);
+    result["result_code"] = NotChecked;
+    return result;
 }
 
 bool cUpdateCheck::needsUpdate(const cFeatureInstance* installed, const cFeatureInstance& available)
 {
     return !installed || installed->version() < available.version() ||
            installed->repository() != available.repository();
+}
+
+cJsonValue cUpdateCheck::run(const QStringList& names, cUpdateMgr& updates)
+{
+    m_currentVersion = machineVersion(SettingsKey::RepositoryVersion);
+    m_result["current_version"] = m_currentVersion.toString();
+    if (!findNewest(updates))
+        m_result["result_code"] = NothingNewer;
+    else if (isRuntimeTooOld())
+        requireRuntime();
+    else
+        compare(names);
+    return m_result;
+}
+
+bool cUpdateCheck::findNewest(cUpdateMgr& updates)
+{
+    const QString name = cMachineSettings().value(QLatin1String(SettingsKey::RepositoryName)).toString();
+    if (!updates.findNewest(name, m_available, m_runtime))
+        return false;
+    m_result["update_to_version"] = m_available.version().toString();
+    return true;
+}
+
+bool cUpdateCheck::isRuntimeTooOld() const
+{
+    return machineVersion(SettingsKey::RuntimeVersion) < m_runtime.version();
+}
+
+void cUpdateCheck::requireRuntime()
+{
+    m_result["result_code"] = Available;
+    m_result["size"] = 0;
+    m_result["requires_new_core"] = true;
+}
+
+void cUpdateCheck::compare(const QStringList& names)
+{
+    m_result["requires_new_core"] = false;
+    if (m_available.isEmpty()) {
+        m_result["result_code"] = NothingNewer;
+        return;
+    }
+    if (!collectFeatures(closure(namesWithInstalled(names)))) {
+        m_result["result_code"] = FeatureMissing;
+        return;
+    }
+    const bool isNewer = !m_features.isEmpty() || m_currentVersion < m_available.version();
+    m_result["size"] = integer(collectPlugins());
+    m_result["result_code"] = isNewer ? Available : NothingNewer;
+}
+
+QStringList cUpdateCheck::namesWithInstalled(QStringList names) const
+{
+    for (const QSharedPointer<cFeatureInstance>& feature : m_installed.features())
+        names.append(feature->name());
+    names.removeDuplicates();
+    return names;
+}
+
+std::list<QString> cUpdateCheck::closure(const QStringList& names) const
+{
+    std::list<QString> closure(names.begin(), names.end());
+    QSet<QString> present(names.begin(), names.end());
+    for (auto current = closure.begin(); current != closure.end(); ++current) {
+        const QSharedPointer<cFeatureInstance> feature = m_available.find(*current);
+        if (!feature)
+            continue;
+        // Each goes directly behind the current entry, so that the last of them is visited next.
+        for (const QString& dependency : feature->dependencies()) {
+            if (present.contains(dependency))
+                continue;
+            present.insert(dependency);
+            closure.insert(std::next(current), dependency);
+        }
+    }
+    return closure;
+}
+
+bool cUpdateCheck::collectFeatures(const std::list<QString>& names)
+{
+    for (const QString& name : names) {
+        // Taken as it lies on the disk, whatever a repository says.
+        if (name == QLatin1String("VelmDev"))
+            continue;
+        const QSharedPointer<cFeatureInstance> available = m_available.find(name);
+        if (!available) {
+            m_log.warning() << "No update: the newest repository" << m_available.name()
+                            << m_available.version().toString() << "lacks the feature" << name << Qt::endl;
+            return false;
+        }
+        if (needsUpdate(m_installed.find(name).data(), *available))
+            m_features.append(available);
+    }
+    return true;
+}
+
+qint64 cUpdateCheck::collectPlugins()
+{
+    qint64 size = 0;
+    QSet<QString> names;
+    for (const QSharedPointer<cFeatureInstance>& feature : qAsConst(m_features)) {
+        for (const QSharedPointer<cFeaturePlugin>& plugin : feature->plugins()) {
+            if (names.contains(plugin->name()))
+                continue;
+            names.insert(plugin->name());
+            if (m_known.isKnown(plugin->name(), plugin->version()))
+                continue;
+            m_plugins.append(plugin);
+            size += plugin->size();
+        }
+    }
+    return size;
 }

@@ -1,14 +1,16 @@
 #pragma once
 
 #include "config/cFeatureCatalogue.h"
+#include "config/cRuntimeInfo.h"
 
 #include <Norvale/cJsonValue.h>
 #include <Norvale/cLog.h>
 
 #include <QtCore/QStringList>
 
+#include <list>
+
 class cPluginMgr;
-class cRuntimeInfo;
 class cUpdateMgr;
 
 /**
@@ -28,6 +30,9 @@ public:
     /// @p installed and @p plugins are only read, and must live as long as this object.
     cUpdateCheck(const cFeatureCatalogue& installed, const cPluginMgr& plugins);
 
+    /// The result object of a check that ends before it has begun.
+    static cJsonValue notChecked();
+
     /// Whether @p available takes the place of @p installed, which is null when there is none: it is newer, or it comes
     /// from another repository, in whatever version.
     [[nodiscard]] static bool needsUpdate(const cFeatureInstance* installed, const cFeatureInstance& available);
@@ -35,12 +40,13 @@ public:
     /**
      * Makes the check.
      * @param names features to take in beside the installed ones.
-     * @return the result object, whatever its code; the reason of a code 5 is logged.
+     * @return the result object, whatever its code. Why a repository was passed over, or none fits, is logged.
      */
     cJsonValue run(const QStringList& names, cUpdateMgr& updates);
 
-    int resultCode() const { return m_result.get("result_code", -1).toInt(); }
-    bool needsNewCore() const { return m_result.get("requires_new_core", false).toBool(); }
+    /// Whether there is something to fetch or to note at the next start.
+    bool isUpdateAvailable() const { return m_result.get("result_code", -1).toInt() == 0; }
+    bool requiresNewCore() const { return m_result.get("requires_new_core", false).toBool(); }
 
     /// What is to be updated, in the order of the names with their dependencies.
     const Features& features() const { return m_features; }
@@ -49,26 +55,28 @@ public:
     /// The newest repository; empty when none was found.
     const cFeatureCatalogue& available() const { return m_available; }
     /// The newest runtime of that repository; version 0.0.0 when it offers none.
-    const cRuntimeInfo& runtime() const { return *m_runtime; }
+    const cRuntimeInfo& runtime() const { return m_runtime; }
 
 private:
-    void begin(const QStringList& names);
     bool findNewest(cUpdateMgr& updates);
-    bool isRuntimeTooOld();
-    void compare();
-    QStringList closure() const;
-    bool collectFeatures(const QStringList& names);
-    void collectPlugins();
-    void finish(int code, qint64 size);
+    bool isRuntimeTooOld() const;
+    void requireRuntime();
+    void compare(const QStringList& names);
+    QStringList namesWithInstalled(QStringList names) const;
+    /// The names with everything that their features in the new repository depend on, each once.
+    std::list<QString> closure(const QStringList& names) const;
+    /// False when the new repository lacks one of the features.
+    bool collectFeatures(const std::list<QString>& names);
+    /// @return the bytes of what is to be fetched.
+    qint64 collectPlugins();
 
     const cFeatureCatalogue& m_installed;
     const cPluginMgr& m_known;
     cLog m_log;
     cJsonValue m_result;
     cVersion m_currentVersion;
-    QStringList m_names;
     Features m_features;
     Plugins m_plugins;
     cFeatureCatalogue m_available;
-    QSharedPointer<cRuntimeInfo> m_runtime;
+    cRuntimeInfo m_runtime;
 };

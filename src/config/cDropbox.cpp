@@ -1,0 +1,101 @@
+#include "config/cDropbox.h"
+
+#include "config/cFeatureCatalogue.h"
+#include "config/cRepositoryWriter.h"
+#include "core/DurableFile.h"
+
+#include <Norvale/Corvane.h>
+
+#include <QtCore/QCryptographicHash>
+#include <QtCore/QDir>
+#include <QtCore/QFile>
+#include <QtCore/QRegularExpression>
+#include <QtCore/QSet>
+
+namespace {
+
+/// The same feature as the description holds it: its packages lie beside it, and where they came from is past.
+QSharedPointer<cFeatureInstance> withoutSources(const cFeatureInstance& feature)
+{
+    const auto copy = QSharedPointer<cFeatureInstance>::create(feature.name(), feature.version(), feature.isActive(),
+                                                               feature.repository());
+    for (auto it = feature.displayNames().begin(); it != feature.displayNames().end(); ++it)
+        copy->setDisplayName(it.key().second, it.value());
+    for (const QString& dependency : feature.dependencies())
+        copy->addDependency(dependency);
+    for (const QSharedPointer<cFeaturePlugin>& plugin : feature.plugins()) {
+        const auto entry = QSharedPointer<cFeaturePlugin>::create(plugin->name(), plugin->version(), plugin->size());
+        entry->setHash(plugin->hash());
+        copy->addPlugin(entry);
+    }
+    return copy;
+}
+
+QSet<QString> packagesOf(const cFeatureCatalogue& update)
+{
+    QSet<QString> names;
+    for (const QSharedPointer<cFeatureInstance>& feature : update.features()) {
+        for (const QSharedPointer<cFeaturePlugin>& plugin : feature->plugins())
+            names.insert(plugin->packageFileName());
+    }
+    return names;
+}
+
+/// A package, or what replaceFile() has written aside when its process was killed: the name and six characters.
+bool isOurs(const QString& fileName)
+{
+    static const QRegularExpression names(
+        QStringLiteral("^(.*\\.zip|.*\\.zip\\.[A-Za-z0-9]{6}|repository\\.xml\\.[A-Za-z0-9]{6})$"),
+        QRegularExpression::DotMatchesEverythingOption);
+    return names.match(fileName).hasMatch();
+}
+
+} // namespace
+
+cDropbox::cDropbox()
+    : m_folder(Corvane::velmiraFolderOrFile(Corvane::DropboxFolder))
+    , m_description(Corvane::velmiraFolderOrFile(Corvane::DropboxRepositoryFile))
+{
+}
+
+bool cDropbox::holds(const cFeaturePlugin& plugin) const
+{
+    QFile file(path(plugin.packageFileName()));
+    QCryptographicHash digest(QCryptographicHash::Sha1);
+    return !plugin.hash().isEmpty() && QFileInfo(file).isFile() && file.open(QIODevice::ReadOnly) &&
+           digest.addData(&file) && digest.result() == plugin.hash();
+}
+
+bool cDropbox::store(const cFeaturePlugin& plugin, QString* error)
+{
+    const QString file = path(plugin.packageFileName());
+    if (QFile::exists(file) && QFile::exists(m_description)) {
+        if (!QFile::remove(m_description)) {
+            *error = QStringLiteral("%1 cannot be removed").arg(m_description);
+            return false;
+        }
+        flushFolder(m_folder);
+    }
+    return replaceFile(file, plugin.packageData(), error);
+}
+
+bool cDropbox::commit(const cFeatureCatalogue& update, QString* error)
+{
+    cFeatureCatalogue description = update;
+    description.clear();
+    for (const QSharedPointer<cFeatureInstance>& feature : update.features())
+        description.append(withoutSources(*feature));
+    return replaceFile(m_description, cRepositoryWriter::write(description), error);
+}
+
+QString cDropbox::tidy(const cFeatureCatalogue& update)
+{
+    const QSet<QString> named = packagesOf(update);
+    QStringList left;
+    const QStringList files = QDir(m_folder).entryList(QDir::Files | QDir::Hidden | QDir::System);
+    for (const QString& file : files) {
+        if (isOurs(file) && !named.contains(file) && !QFile::remove(path(file)))
+            left.append(file);
+    }
+    return left.join(QLatin1String(", "));
+}

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <QtCore/QString>
+
+class cFeatureCatalogue;
+class cFeaturePlugin;
+
+/**
+ * The Dropbox folder: packages that wait for the next start, and the description that makes them count. What has no
+ * description is only a stock for the next try.
+ *
+ * Every change is whole or has not happened, also when the process is killed. Reasons of a false are answered, not
+ * logged.
+ */
+class cDropbox
+{
+public:
+    cDropbox();
+
+    /// Whether the package of @p plugin lies there and matches its hash.
+    [[nodiscard]] bool holds(const cFeaturePlugin& plugin) const;
+
+    /// Lays the package data of @p plugin there. One of the same name that is overwritten takes the description with
+    /// it, which may name it.
+    [[nodiscard]] bool store(const cFeaturePlugin& plugin, QString* error);
+
+    /// Makes @p update the description, instead of an earlier one. It names packages beside it, so no sources.
+    [[nodiscard]] bool commit(const cFeatureCatalogue& update, QString* error);
+
+    /// Removes the packages that @p update does not name, and what killed runs have left. @return what stays although
+    /// it should go; empty as a rule.
+    QString tidy(const cFeatureCatalogue& update);
+
+private:
+    QString path(const QString& fileName) const { return m_folder + QLatin1Char('/') + fileName; }
+
+    QString m_folder;
+    QString m_description;
+};

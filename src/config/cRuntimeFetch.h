@@ -1,0 +1,44 @@
+#pragma once
+
+#include <QtCore/QString>
+
+class QFile;
+class QFileDevice;
+class cDownloader;
+class cRuntimeInfo;
+
+/**
+ * Brings the setup program of a newer runtime into the data folder: under its own name once it is whole and matches its
+ * hash, and beside that name, as "name.part", until then.
+ */
+class cRuntimeFetch
+{
+public:
+    /// The most bytes of a setup program, whose size no description tells.
+    static constexpr qint64 SizeLimit = qint64(4) * 1024 * 1024 * 1024;
+
+    /// Both must live as long as this object; the downloader is the caller's to cancel.
+    cRuntimeFetch(const cRuntimeInfo& runtime, cDownloader& downloader);
+
+    /// True when the setup program lies there, fetched now or before. What lay there under its name stays otherwise.
+    [[nodiscard]] bool run();
+
+    /// Absolute path of the setup program, from a successful run() on.
+    QString path() const { return m_path; }
+
+    /// Why run() failed.
+    QString errorString() const { return m_errorString; }
+
+private:
+    bool hasSafeName();
+    bool isWhole(QFileDevice& file) const;
+    bool download();
+    bool transferTo(QFile& file);
+    bool moveIntoPlace(const QString& part);
+    bool fail(const QString& reason);
+
+    const cRuntimeInfo& m_runtime;
+    cDownloader& m_downloader;
+    QString m_path;
+    QString m_errorString;
+};
