@@ -17,6 +17,16 @@ QString cXmlElement::attribute(QStringView name, const QString& absent) const
     return absent;
 }
 
+QStringList cXmlElement::attributeNames() const
+{
+    QStringList names;
+    const int first = m_tree ? m_tree->m_nodes[m_node].firstAttribute : 0;
+    const int count = m_tree ? m_tree->m_nodes[m_node].attributeCount : 0;
+    for (int i = first; i < first + count; ++i)
+        names.append(m_tree->view(m_tree->m_attributes[i].name).toString());
+    return names;
+}
+
 QString cXmlElement::text() const
 {
     if (!m_tree)

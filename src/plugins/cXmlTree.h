@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QtCore/QString>
+#include <QtCore/QStringList>
 #include <QtCore/QStringView>
 
 #include <vector>
@@ -20,6 +21,9 @@ public:
 
     /// The attribute's value, or @p absent when there is no such attribute.
     QString attribute(QStringView name, const QString& absent = QString()) const;
+
+    /// The names of the attributes that are there.
+    QStringList attributeNames() const;
 
     /// The character data of the element and of all below it, in document order.
     QString text() const;
