@@ -1,4 +1,4 @@
-# What an installation holds: the exported headers, the library, the reference host, and a CMake package that works from
+# What an installation holds: the exported headers, the library, the programs, and a CMake package that works from
 # wherever the whole is moved to.
 option(NORVALE_INSTALL "Install the library, the host and the CMake package" ${NORVALE_IS_TOP})
 if(NOT NORVALE_INSTALL)
@@ -16,6 +16,10 @@ if(TARGET VCore)
     # found by its place beside the library, not by a path of the machine that built it
     file(RELATIVE_PATH to_library "/${CMAKE_INSTALL_BINDIR}" "/${CMAKE_INSTALL_LIBDIR}")
     set_target_properties(VCore PROPERTIES INSTALL_RPATH "$ORIGIN/${to_library}")
+endif()
+if(TARGET norvale_tool)
+    list(APPEND programs norvale_tool)
+    set_target_properties(norvale_tool PROPERTIES EXPORT_NAME tool)
 endif()
 install(TARGETS Norvale ${programs} EXPORT NorvaleExports
     RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}"

@@ -1,0 +1,194 @@
+#include "lint/cCatalogueLint.h"
+
+#include "config/cFeaturePlugin.h"
+#include "core/SafeName.h"
+#include "lint/cGrammar.h"
+#include "report/cFindings.h"
+
+#include <QtCore/QFileInfo>
+#include <QtCore/QRegularExpression>
+
+namespace {
+
+const cGrammar& grammar()
+{
+    static const cGrammar known{
+        {"", "name version core_version", "feature runtime"},
+        {"feature", "name version active repository", "displayname dependencies plugins"},
+        {"feature/displayname", "lang", ""},
+        {"feature/dependencies", "", "feature"},
+        {"feature/dependencies/feature", "name", ""},
+        {"feature/plugins", "", "plugin"},
+        {"feature/plugins/plugin", "name version size", "source hash"},
+        {"feature/plugins/plugin/hash", "method", ""},
+        {"runtime", "version name", "hash source"},
+        {"runtime/hash", "method", ""},
+    };
+    return known;
+}
+
+/// What the reader takes: the last hash of a plugin counts.
+cXmlElement lastChild(const cXmlElement& parent, QStringView tag)
+{
+    cXmlElement last;
+    for (cXmlElement child = parent.firstChild(tag); !child.isNull(); child = child.nextSibling(tag))
+        last = child;
+    return last;
+}
+
+} // namespace
+
+cCatalogueLint::cCatalogueLint(Kind kind, const QString& file, cFindings& findings)
+    : cXmlLint(file, findings), m_kind(kind)
+{
+}
+
+bool cCatalogueLint::check(const QByteArray& xml)
+{
+    if (!readTree(xml, grammar()))
+        return false;
+    checkRoot();
+    const cXmlElement root = tree().root();
+    for (cXmlElement child = root.firstChild(u"feature"); !child.isNull(); child = child.nextSibling(u"feature"))
+        checkFeature(child);
+    if (m_kind == Kind::Features && !m_features.contains(QStringLiteral("Core")))
+        report(Rule::SuiteNoCore, root, QStringLiteral("the feature \"Core\" is not installed"));
+    if (m_kind == Kind::Repository) {
+        checkDependencies();
+        for (cXmlElement child = root.firstChild(u"runtime"); !child.isNull(); child = child.nextSibling(u"runtime"))
+            checkRuntime(child);
+    }
+    return true;
+}
+
+void cCatalogueLint::checkRoot()
+{
+    const cXmlElement root = tree().root();
+    const bool isRepository = m_kind == Kind::Repository;
+    if (isRepository && root.attribute(u"name").isEmpty())
+        report(Rule::CatalogueNoName, root, QStringLiteral("the repository has no name"));
+    if (isRepository || !root.attribute(u"version").isEmpty())
+        checkVersion(Rule::CatalogueBadVersion, root, u"version");
+    if (!root.attribute(u"core_version").isEmpty())
+        checkVersion(Rule::CatalogueBadVersion, root, u"core_version");
+    if (isRepository && root.firstChild(u"feature").isNull() && root.firstChild(u"runtime").isNull())
+        report(Rule::CatalogueNoFeatures, root, QStringLiteral("there is no <feature>"));
+}
+
+void cCatalogueLint::checkFeature(const cXmlElement& feature)
+{
+    checkIdentity(feature);
+    const QString active = feature.attribute(u"active", QStringLiteral("false"));
+    if (active != QLatin1String("true") && active != QLatin1String("false"))
+        report(Rule::FeatureBadActive, feature, QStringLiteral("active \"%1\" counts as false").arg(active));
+    const QString name = feature.attribute(u"name");
+    for (cXmlElement list = feature.firstChild(u"plugins"); !list.isNull(); list = list.nextSibling(u"plugins"))
+        for (cXmlElement child = list.firstChild(u"plugin"); !child.isNull(); child = child.nextSibling(u"plugin"))
+            checkPlugin(child, name);
+}
+
+void cCatalogueLint::checkIdentity(const cXmlElement& feature)
+{
+    const QString name = feature.attribute(u"name");
+    const cVersion version(feature.attribute(u"version"));
+    if (name.isEmpty())
+        report(Rule::FeatureNoName, feature, QStringLiteral("the feature has no name"));
+    checkVersion(Rule::FeatureBadVersion, feature, u"version");
+    if (m_featureVersions.contains({name, version}))
+        report(Rule::FeatureTwice, feature,
+               QStringLiteral("%1 %2 comes twice; both are read as one").arg(name, version.toString()));
+    else if (m_features.contains(name))
+        report(Rule::FeatureHidden, feature,
+               QStringLiteral("%1 %2 is never seen behind %3")
+                   .arg(name, version.toString(), m_features.value(name).toString()));
+    else
+        m_features.insert(name, version);
+    m_featureVersions.insert({name, version});
+}
+
+// Of a repository only: features.xml holds no dependencies.
+void cCatalogueLint::checkDependencies()
+{
+    const cXmlElement root = tree().root();
+    for (cXmlElement feature = root.firstChild(u"feature"); !feature.isNull();
+         feature = feature.nextSibling(u"feature"))
+        for (cXmlElement list = feature.firstChild(u"dependencies"); !list.isNull();
+             list = list.nextSibling(u"dependencies"))
+            for (cXmlElement child = list.firstChild(u"feature"); !child.isNull();
+                 child = child.nextSibling(u"feature"))
+                if (!m_features.contains(child.attribute(u"name")))
+                    report(Rule::FeatureUnknownDependency, child,
+                           QStringLiteral("%1 needs %2, which is not in the repository: an update would fail")
+                               .arg(feature.attribute(u"name"), child.attribute(u"name")));
+}
+
+void cCatalogueLint::checkPlugin(const cXmlElement& plugin, const QString& feature)
+{
+    const QString name = plugin.attribute(u"name");
+    if (!isSafeFileName(name))
+        report(Rule::PluginBadName, plugin,
+               name.isEmpty() ? QStringLiteral("the plugin has no name")
+                              : QStringLiteral("\"%1\" cannot name a folder").arg(name));
+    checkVersionOf(plugin, feature);
+    if (m_kind == Kind::Repository)
+        checkPackage(plugin);
+}
+
+void cCatalogueLint::checkVersionOf(const cXmlElement& plugin, const QString& feature)
+{
+    checkVersion(Rule::PluginBadVersion, plugin, u"version");
+    if (feature == QLatin1String("VelmDev"))
+        return; // development plugins replace others, whatever their version
+    const QString name = plugin.attribute(u"name");
+    const cVersion version(plugin.attribute(u"version"));
+    const auto known = m_plugins.constFind(name);
+    if (known == m_plugins.constEnd())
+        m_plugins.insert(name, {version, feature});
+    else if (known->first != version)
+        report(Rule::PluginTwoVersions, plugin,
+               QStringLiteral("%1 is %2 in feature %3 and %4 in feature %5: a suite with both does not start")
+                   .arg(name, known->first.toString(), known->second, version.toString(), feature));
+}
+
+void cCatalogueLint::checkPackage(const cXmlElement& plugin)
+{
+    const QString size = plugin.attribute(u"size");
+    bool isNumber = false;
+    size.toUInt(&isNumber);
+    if (!isNumber)
+        report(Rule::PluginBadSize, plugin,
+               size.isEmpty() ? QStringLiteral("there is no size")
+                              : QStringLiteral("size \"%1\" counts as 0").arg(size));
+    checkHash(Rule::PluginBadHash, plugin);
+    if (plugin.firstChild(u"source").isNull() && !liesBesideDocument(plugin))
+        report(Rule::PluginNoSource, plugin,
+               QStringLiteral("%1 can be fetched from nowhere").arg(plugin.attribute(u"name")));
+}
+
+bool cCatalogueLint::liesBesideDocument(const cXmlElement& plugin) const
+{
+    const cFeaturePlugin named(plugin.attribute(u"name"), cVersion(plugin.attribute(u"version")));
+    return !m_packageFolder.isEmpty() &&
+           QFileInfo(m_packageFolder + QLatin1Char('/') + named.packageFileName()).isFile();
+}
+
+void cCatalogueLint::checkRuntime(const cXmlElement& runtime)
+{
+    const QString name = runtime.attribute(u"name");
+    if (!isSafeFileName(name))
+        report(Rule::RuntimeBadName, runtime, QStringLiteral("\"%1\" cannot name a file").arg(name));
+    checkVersion(Rule::RuntimeBadVersion, runtime, u"version");
+    checkHash(Rule::RuntimeBadHash, runtime);
+    if (runtime.firstChild(u"source").text().isEmpty())
+        report(Rule::RuntimeNoSource, runtime, QStringLiteral("%1 can be fetched from nowhere").arg(name));
+}
+
+void cCatalogueLint::checkHash(Rule rule, const cXmlElement& parent)
+{
+    static const QRegularExpression form(QStringLiteral("\\A[0-9a-fA-F]{40}\\z"));
+    const cXmlElement hash = lastChild(parent, u"hash");
+    if (hash.isNull())
+        report(rule, parent, QStringLiteral("there is no hash: the file would not be fetched"));
+    else if (!form.match(hash.text()).hasMatch())
+        report(rule, hash, QStringLiteral("\"%1\" is no SHA-1 hash").arg(hash.text()));
+}

@@ -1,0 +1,45 @@
+#pragma once
+
+#include "config/cVersionKey.h"
+#include "lint/cXmlLint.h"
+
+#include <Norvale/cVersion.h>
+
+#include <QtCore/QHash>
+#include <QtCore/QPair>
+#include <QtCore/QSet>
+#include <QtCore/QString>
+
+/// Holds a feature catalogue, features.xml or repository.xml, against the rules of its format.
+class cCatalogueLint : public cXmlLint
+{
+public:
+    /// What is installed; what is to be had, with sources and hashes.
+    enum class Kind { Features, Repository };
+
+    cCatalogueLint(Kind kind, const QString& file, cFindings& findings);
+
+    /// Packages of this folder need no source: an installation from the local disk finds them there.
+    void setPackageFolder(const QString& folder) { m_packageFolder = folder; }
+
+    /// @return false when the document cannot be read.
+    bool check(const QByteArray& xml);
+
+private:
+    void checkRoot();
+    void checkFeature(const cXmlElement& feature);
+    void checkIdentity(const cXmlElement& feature);
+    void checkDependencies();
+    void checkPlugin(const cXmlElement& plugin, const QString& feature);
+    void checkVersionOf(const cXmlElement& plugin, const QString& feature);
+    void checkPackage(const cXmlElement& plugin);
+    void checkRuntime(const cXmlElement& runtime);
+    void checkHash(Rule rule, const cXmlElement& parent);
+    bool liesBesideDocument(const cXmlElement& plugin) const;
+
+    Kind m_kind;
+    QString m_packageFolder;
+    QHash<QString, cVersion> m_features; // the version that comes first
+    QSet<cVersionKey> m_featureVersions;
+    QHash<QString, QPair<cVersion, QString>> m_plugins; // the version that comes first, and its feature
+};

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <QtCore/QFileInfo>
+#include <QtCore/QString>
+#include <QtCore/QStringList>
+
+class cFindings;
+
+/**
+ * Holds whatever a path names against the rules: a manifest, a catalogue, a site description, a package, the folder of
+ * a plugin, an installation, or a folder with any of these in it. Links are not followed.
+ */
+class cLinter
+{
+public:
+    explicit cLinter(cFindings& findings) : m_findings(findings) {}
+
+    /// @return false when @p path names nothing that is known.
+    [[nodiscard]] bool check(const QString& path);
+
+    /// How many files were looked at.
+    int fileCount() const { return m_fileCount; }
+
+private:
+    void checkFolder(const QString& path, QStringList& pending);
+    void checkPluginFolder(const QString& path);
+    bool checkFile(const QString& path);
+    void checkManifest(const QString& path, const QByteArray& xml);
+    void checkFeatures(const QString& path, const QByteArray& xml);
+    void checkRepository(const QString& path, const QByteArray& xml);
+    void checkSite(const QString& path, const QByteArray& xml);
+    void checkPackage(const QString& path);
+    void checkSuite(const QString& catalogue);
+
+    cFindings& m_findings;
+    int m_fileCount = 0;
+};

@@ -1,0 +1,90 @@
+#include "lint/cPackageLint.h"
+
+#include "install/cPackageCheck.h"
+#include "lint/cManifestLint.h"
+#include "report/cFindings.h"
+
+#include <Norvale/cZipArchive.h>
+#include <Norvale/cZipEntry.h>
+
+#include <QtCore/QSet>
+
+namespace {
+
+Rule ruleOf(cPackageFinding::Rule rule)
+{
+    switch (rule) {
+    case cPackageFinding::Readable:
+        return Rule::PackageReadable;
+    case cPackageFinding::Hash:
+        return Rule::PackageHash;
+    case cPackageFinding::Manifest:
+        return Rule::PackageManifest;
+    case cPackageFinding::Identity:
+        return Rule::PackageIdentity;
+    case cPackageFinding::EntryName:
+        return Rule::PackageEntryName;
+    case cPackageFinding::EntryClash:
+        return Rule::PackageEntryClash;
+    case cPackageFinding::EntryType:
+        return Rule::PackageEntryType;
+    case cPackageFinding::EntryRecord:
+        return Rule::PackageEntryRecord;
+    case cPackageFinding::EntryContent:
+        return Rule::PackageEntryContent;
+    case cPackageFinding::Size:
+        return Rule::PackageSize;
+    }
+    return Rule::PackageReadable;
+}
+
+} // namespace
+
+bool cPackageLint::check(const QByteArray& package)
+{
+    cPackageCheck rules;
+    return check(package, rules);
+}
+
+bool cPackageLint::check(const QByteArray& package, const QString& name, const cVersion& version,
+                         const QByteArray& hash)
+{
+    cPackageCheck rules;
+    rules.expectIdentity(name, version);
+    rules.expectHash(hash);
+    return check(package, rules);
+}
+
+bool cPackageLint::check(const QByteArray& package, cPackageCheck& rules)
+{
+    m_manifest.reset();
+    if (!rules.check(package)) {
+        for (const cPackageFinding& finding : rules.findings())
+            m_findings.add(ruleOf(finding.rule),
+                           finding.entry.isEmpty() ? m_file : m_file + QLatin1Char('!') + finding.entry, finding.text);
+        return false;
+    }
+    m_name = rules.name();
+    m_version = rules.version();
+    checkManifest(package);
+    return true;
+}
+
+void cPackageLint::checkManifest(const QByteArray& package)
+{
+    cZipArchive archive(package);
+    QSet<QString> names;
+    for (const QSharedPointer<cZipEntry>& entry : archive.entries())
+        names.insert(entry->name());
+    const QSharedPointer<cZipEntry> entry = archive.entry(QStringLiteral("Manifest.xml"));
+    if (!entry)
+        return;
+    QByteArray xml = entry->content();
+    if (xml.isEmpty())
+        xml = entry->compressedContent(); // a stored one
+    const QString file = m_file + QStringLiteral("!Manifest.xml");
+    cManifestLint lint(file, m_findings);
+    lint.setNeighbours(names);
+    lint.check(xml);
+    m_manifest = cManifestLint::read(xml, file);
+}

@@ -1,0 +1,43 @@
+#pragma once
+
+#include "plugins/cManifest.h"
+
+#include <Norvale/cVersion.h>
+
+#include <QtCore/QByteArray>
+#include <QtCore/QString>
+
+#include <optional>
+
+class cFindings;
+class cPackageCheck;
+
+/// Holds a plugin package against the rules of an installation, by the installer's own check, and its manifest against
+/// those of manifests.
+class cPackageLint
+{
+public:
+    /// @p file is what findings name.
+    cPackageLint(const QString& file, cFindings& findings) : m_file(file), m_findings(findings) {}
+
+    /// A package of any plugin. @return false when it would not be installed.
+    bool check(const QByteArray& package);
+
+    /// The package of exactly that plugin, with that SHA-1 (raw bytes; an empty one is not asked for).
+    bool check(const QByteArray& package, const QString& name, const cVersion& version, const QByteArray& hash);
+
+    /// What the package holds; valid after a check() that was true.
+    QString name() const { return m_name; }
+    cVersion version() const { return m_version; }
+    const std::optional<cManifest>& manifest() const { return m_manifest; }
+
+private:
+    bool check(const QByteArray& package, cPackageCheck& rules);
+    void checkManifest(const QByteArray& package);
+
+    QString m_file;
+    cFindings& m_findings;
+    QString m_name;
+    cVersion m_version;
+    std::optional<cManifest> m_manifest;
+};

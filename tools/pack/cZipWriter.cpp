@@ -1,0 +1,6 @@
+#include "pack/cZipWriter.h"
+
+void cZipWriter::add(const QString& name, const QByteArray& bytes, Method method)
+{
+    m_entries.append({name.toLatin1(), bytes, method});
+}

@@ -1,0 +1,16 @@
+#include "report/cFindings.h"
+
+#include "plugins/cXmlTree.h"
+
+#include <algorithm>
+
+void cFindings::add(Rule rule, const QString& file, const cXmlElement& element, const QString& text)
+{
+    m_list.append({rule, file, element.line(), element.column(), text});
+}
+
+int cFindings::count(Severity severity) const
+{
+    return int(
+        std::count_if(m_list.begin(), m_list.end(), [&](const cFinding& f) { return f.severity() == severity; }));
+}

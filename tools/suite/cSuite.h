@@ -1,0 +1,43 @@
+#pragma once
+
+#include "config/cFeatureCatalogue.h"
+#include "plugins/cManifest.h"
+
+#include <QtCore/QHash>
+#include <QtCore/QList>
+#include <QtCore/QSharedPointer>
+#include <QtCore/QString>
+
+class cFindings;
+
+/// What a suite, or a repository, is made of: the features of its catalogue, and the manifests of their plugins as far
+/// as they could be read.
+class cSuite
+{
+public:
+    const cFeatureCatalogue& catalogue() const { return m_catalogue; }
+    cFeatureCatalogue& catalogue() { return m_catalogue; }
+
+    void addManifest(const cFeaturePlugin& plugin, const cManifest& manifest);
+
+    /// Null when there is none.
+    const cManifest* manifestOf(const cFeaturePlugin& plugin) const;
+
+    /// The plugins that the catalogue publishes, one of each name, in the order of publication.
+    QList<QSharedPointer<cFeaturePlugin>> plugins() const;
+
+    /// Holds the plugins against each other: what they depend on is there and in reach, not in a circle, and a service
+    /// belongs to one. @p file is what findings name. Plugins without a manifest are left out.
+    void check(const QString& file, cFindings& findings) const;
+
+private:
+    void checkDependencies(const QString& file, cFindings& findings) const;
+    void checkReach(const cFeatureInstance& feature, const QString& file, cFindings& findings) const;
+    void checkCircles(const QString& file, cFindings& findings) const;
+    void checkServices(const QString& file, cFindings& findings) const;
+    QList<QSharedPointer<cFeatureInstance>> closureOf(const cFeatureInstance& feature) const;
+    bool hasDependencies() const;
+
+    cFeatureCatalogue m_catalogue;
+    QHash<QString, cManifest> m_manifests; // by NAME-VERSION
+};
