@@ -4,6 +4,9 @@
 
 #include <QtCore/QStringList>
 
+#include <cmath>
+#include <limits>
+
 namespace {
 
 int percent(qint64 done, qint64 total)
@@ -54,8 +57,10 @@ QString cProgressLine::step()
         m_nextStep = qMax(FirstUnknown, 2 * m_done);
         return QStringLiteral("%1: %2").arg(Terminal::printable(m_label), sizes());
     }
-    const qint64 tenths = 10 * m_done / m_total;
-    m_nextStep = (m_total * (tenths + 1) + 9) / 10;
+    const double tenths = std::floor(10.0 * double(m_done) / double(m_total));
+    m_nextStep = tenths < 9 ? qint64(std::ceil(double(m_total) * (tenths + 1) / 10)) : m_total;
+    if (isComplete())
+        m_nextStep = std::numeric_limits<qint64>::max();
     return QStringLiteral("%1: %2 % of %3")
         .arg(Terminal::printable(m_label))
         .arg(percent(m_done, m_total))
@@ -92,9 +97,10 @@ QString cProgressLine::timeLeft() const
     const qint64 rate = m_rate.bytesPerSecond();
     if (rate <= 0 || m_total <= m_done)
         return QString();
-    const qint64 seconds = (m_total - m_done + rate - 1) / rate;
+    const qint64 seconds = (m_total - m_done - 1) / rate + 1;
     const QString minutes = QStringLiteral("%1:%2").arg(seconds / 60 % 60).arg(seconds % 60, 2, 10, QLatin1Char('0'));
     if (seconds < 3600)
         return minutes + QStringLiteral(" left");
-    return QStringLiteral("%1 h left").arg((seconds + 1800) / 3600);
+    constexpr qint64 Longest = 100 * 3600; // beyond, the rate is no promise
+    return seconds < Longest ? QStringLiteral("%1 h left").arg((seconds + 1800) / 3600) : QString();
 }

@@ -1,0 +1,96 @@
+#include "Rows.h"
+
+#include "updates/cProgressLine.h"
+
+#include <QtTest/QtTest>
+
+namespace {
+
+constexpr qint64 Second = 1000;
+constexpr qint64 Total = 10 * 1000 * 1000;
+
+} // namespace
+
+class tst_cProgressLine : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void showsABar_data()
+    {
+        const Rows<qint64, qint64, qint64, int, QString> row("doneAtOneSecond", "done", "total", "columns", "bar");
+        const QString wide =
+            "Suite  [####################--------------------]   50 %  5.0 MB of 10.0 MB  4.0 MB/s  0:02 left";
+        row("half of it", 1000000, 5000000, Total, 100, wide);
+        row("all of it", 1000000, Total, Total, 100,
+            "Suite  [########################################]  100 %  10.0 MB of 10.0 MB  9.0 MB/s");
+        row("little room", 1000000, 5000000, Total, 70,
+            "Suite  [######-------]   50 %  5.0 MB of 10.0 MB  4.0 MB/s  0:02 left");
+        row("no room for a bar", 1000000, 5000000, Total, 40, "Suite   50 %  5.0 MB of 10.0 MB  4.0 MB");
+        row("slow", 0, 1000, Total, 100,
+            "Suite  [" + QString(40, '-') + "]    0 %  1.0 kB of 10.0 MB  1.0 kB/s  3 h left");
+        row("stalled", 5000000, 5000000, Total, 100, wide.left(wide.indexOf("  4.0 MB/s")));
+        row("nobody knows how much", 1000000, 5000000, -1, 100, "Suite  5.0 MB  4.0 MB/s");
+        row("more than was promised", 0, 2 * Total, Total, 100,
+            "Suite  [########################################]  100 %  20.0 MB of 10.0 MB  20.0 MB/s");
+        row("promised without bound", 0, 1000000, std::numeric_limits<qint64>::max(), 100,
+            "Suite  [" + QString(40, '-') + "]    0 %  1.0 MB of 9223372 TB  1.0 MB/s");
+        row("going back is another transfer", 5000000, 0, Total, 100,
+            "Suite  [" + QString(40, '-') + "]    0 %  0 B of 10.0 MB");
+    }
+    void showsABar()
+    {
+        QFETCH(qint64, doneAtOneSecond);
+        QFETCH(qint64, done);
+        QFETCH(qint64, total);
+        QFETCH(int, columns);
+        cProgressLine line;
+        line.update("Suite", doneAtOneSecond, total, Second);
+        line.update("Suite", done, total, 2 * Second);
+        QTEST(line.bar(columns), "bar");
+        QVERIFY(line.bar(columns).size() < columns);
+    }
+
+    void forgetsWhatIsLongAgo()
+    {
+        cProgressLine line;
+        for (int tick = 0; tick <= 600; ++tick) // a minute: fast at first, then a tenth as fast
+            line.update("Suite", tick < 300 ? tick * 10000 : 3000000 + (tick - 300) * 1000, Total, tick * 100);
+        QVERIFY2(line.bar(100).contains("  10.0 kB/s  "), qPrintable(line.bar(100)));
+    }
+
+    void tellsEachTenthOnce()
+    {
+        QStringList lines;
+        cProgressLine line;
+        for (int done = 0; done <= 1000; ++done) {
+            line.update("a\nb", done, 1000, done);
+            lines.append(line.step());
+        }
+        lines.removeAll(QString());
+        QCOMPARE(lines.size(), 11);
+        QCOMPARE(lines.first(), QString("a?b: 0 % of 1.0 kB"));
+        QCOMPARE(lines.at(1), QString("a?b: 10 % of 1.0 kB"));
+        QCOMPARE(lines.last(), QString("a?b: 100 % of 1.0 kB"));
+    }
+
+    void tellsSizes_data()
+    {
+        const Rows<qint64, QString> row("bytes", "text");
+        row("nothing", 0, "0 B");
+        row("below nothing", -1, "0 B");
+        row("bytes", 999, "999 B");
+        row("a unit", 1000, "1.0 kB");
+        row("no thousand of a unit", 999999, "1.0 MB");
+        row("a hundred of a unit", 99950, "100 kB");
+        row("the most", std::numeric_limits<qint64>::max(), "9223372 TB");
+    }
+    void tellsSizes()
+    {
+        QFETCH(qint64, bytes);
+        QTEST(cProgressLine::sizeText(bytes), "text");
+    }
+};
+
+QTEST_APPLESS_MAIN(tst_cProgressLine)
+#include "tst_cProgressLine.moc"
