@@ -8,4 +8,6 @@ void TerminalLog::showReasons()
 {
     static cTerminalHook hook;
     cLogCentral::addHook(&hook, "showLine");
+    cLogCentral::setHooksOnly(true);
+    cLogCentral::setDebuggerOutput(true);
 }

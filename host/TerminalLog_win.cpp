@@ -6,5 +6,5 @@
 void TerminalLog::show()
 {
     showReasons();
-    cLogCentral::setDebuggerOutput(true);
+    cLogCentral::setHooksOnly(false);
 }

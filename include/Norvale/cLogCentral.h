@@ -100,6 +100,13 @@ public:
     static void setDebuggerOutput(bool isOn);
 
     /**
+     * Keeps the lines from the debugger while setDebuggerOutput() is on, so that only the hooks and the history get
+     * them: for a program that shows lines in its own way where the debugger output appears, too. Off at first.
+     * @param isOn true for on.
+     */
+    static void setHooksOnly(bool isOn);
+
+    /**
      * Has a method called for each line, while setDebuggerOutput() is on. It must have the signature
      * `(const QString& channel, Qt::HANDLE threadId, const QDateTime& time, debugType level, const QString& message)`
      * and be a slot or invokable; an object without such a method is skipped.

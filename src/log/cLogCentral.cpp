@@ -117,6 +117,13 @@ void cLogCentral::setDebuggerOutput(bool isOn)
     central.isDebuggerOutputOn = isOn;
 }
 
+void cLogCentral::setHooksOnly(bool isOn)
+{
+    cLogCentralData& central = *instance()->d;
+    const QMutexLocker locker(&central.lock);
+    central.isHooksOnly = isOn;
+}
+
 void cLogCentral::addHook(QObject* object, const char* method)
 {
     if (!object || !method)

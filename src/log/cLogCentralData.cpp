@@ -43,7 +43,8 @@ void cLogCentralData::output(const cLogImpl* channel, debugType level, const QBy
 
 void cLogCentralData::showEntry(const cLogEntry& entry)
 {
-    writeDebuggerLine(LineText::forDebugger(entry.threadId, entry.channel, entry.message));
+    if (!isHooksOnly)
+        writeDebuggerLine(LineText::forDebugger(entry.threadId, entry.channel, entry.message));
     m_caller.store(entry.threadId, std::memory_order_relaxed);
     hooks.call(entry);
     m_caller.store(nullptr, std::memory_order_relaxed);

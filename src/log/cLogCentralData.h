@@ -24,6 +24,7 @@ public:
     cLogHooks hooks;
     QList<cLogEntry> history;
     bool isDebuggerOutputOn = false;
+    bool isHooksOnly = false;
 
     /// Sends the bytes of a line to the sinks. Takes the lock.
     void output(const cLogImpl* channel, debugType level, const QByteArray& text);
