@@ -4,6 +4,8 @@
 #include "updates/UpdateSites.h"
 #include "updates/cProgressLine.h"
 
+#include <Norvale/cVersion.h>
+
 namespace {
 
 QString textOf(const QJsonObject& result, const char* member)
@@ -29,7 +31,7 @@ QString failure(const QJsonObject& result)
     case ExitCode::NoUpdate:
         if (UpdateSites::list().isEmpty())
             return QStringLiteral("There is no update: no update site is set. VCore --update-sites URL sets one.");
-        if (!result.contains(QLatin1String("update_to_version")))
+        if (cVersion(textOf(result, "update_to_version")) == cVersion())
             return QStringLiteral("There is no update: no update site has a repository for this installation.");
         return QStringLiteral("There is no update: %1 is the newest version.").arg(textOf(result, "current_version"));
     case ExitCode::Cancelled:

@@ -19,7 +19,7 @@ QStringList UpdateSites::list()
     settings.beginGroup(Group);
     QStringList sites;
     for (const QString& key : settings.allKeys())
-        sites.append(settings.value(key).toMap().value(UrlMember).toUrl().toString());
+        sites.append(settings.value(key).toMap().value(UrlMember).toUrl().toString(QUrl::FullyEncoded));
     return sites;
 }
 
@@ -31,7 +31,7 @@ bool UpdateSites::set(const QList<QUrl>& sites)
     for (int i = 0; i < sites.size(); ++i) {
         // The keys are sorted as texts.
         const QString key = QStringLiteral("%1").arg(i + 1, 4, 10, QLatin1Char('0'));
-        settings.setValue(key, QVariantMap{{UrlMember, sites.at(i).toString()}, {PriorityMember, 0}});
+        settings.setValue(key, QVariantMap{{UrlMember, sites.at(i).toString(QUrl::FullyEncoded)}, {PriorityMember, 0}});
     }
     settings.sync();
     return settings.status() == QSettings::NoError;

@@ -50,8 +50,9 @@ QString cProgressLine::bar(int columns) const
 
 QString cProgressLine::step()
 {
+    constexpr qint64 Smallest = 64 * 1024; // less is there before anybody has read of it
     constexpr qint64 FirstUnknown = 1024 * 1024;
-    if (m_done < m_nextStep || m_done <= 0)
+    if (m_done < m_nextStep || m_done <= 0 || qMax(m_done, m_total) < Smallest)
         return QString();
     if (m_total <= 0) {
         m_nextStep = qMax(FirstUnknown, 2 * m_done);

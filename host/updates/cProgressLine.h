@@ -18,7 +18,7 @@ public:
 
     /**
      * The line for where nothing can be drawn over: something at each tenth of the whole, and where the whole is not
-     * known, at each doubling. Empty when it is not yet time for the next one.
+     * known, at each doubling. Empty when it is not yet time for the next one, and always for what is small.
      */
     QString step();
 
