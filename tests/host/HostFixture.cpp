@@ -46,7 +46,7 @@ QString HostFixture::makeSuite(const QString& feature, const QMap<QString, QStri
         writeFile(QStringLiteral("%1/plugins/%2-1.00.000/Manifest.xml").arg(root, it.key()), it.value());
     }
     writeFile(root + QStringLiteral("/plugins/features.xml"),
-              QStringLiteral("<repository version=\"1.0.0\"><feature name=\"%1\" version=\"1.0.0\" active=\"true\">"
+              QStringLiteral("<repository name=\"main\" version=\"1.0.0\"><feature name=\"%1\" version=\"1.0.0\" active=\"true\">"
                              "<plugins>%2</plugins></feature></repository>")
                   .arg(feature, plugins));
     return root;

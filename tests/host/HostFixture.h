@@ -30,6 +30,9 @@ public:
     /// Makes @p folder the installation; the suite of the build unless a test asks for another one.
     void useSuite(const QString& folder);
 
+    /// Writes one value of the machine-wide settings.
+    void setMachineValue(const QString& key, const QVariant& value) { m_sandbox.setMachineValue(key, value); }
+
     /// Writes another installation, whose feature @p feature has the plugins of @p manifests (name to text of
     /// `plugin`).
     QString makeSuite(const QString& feature, const QMap<QString, QString>& manifests);
