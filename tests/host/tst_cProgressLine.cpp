@@ -64,14 +64,16 @@ private slots:
         QStringList lines;
         cProgressLine line;
         for (int done = 0; done <= 1000; ++done) {
-            line.update("a\nb", done, 1000, done);
+            line.update("a\nb", done * 1000, 1000000, done);
             lines.append(line.step());
         }
+        line.update("small", 1000, 1000, 2000);
+        lines.append(line.step());
         lines.removeAll(QString());
         QCOMPARE(lines.size(), 11);
-        QCOMPARE(lines.first(), QString("a?b: 0 % of 1.0 kB"));
-        QCOMPARE(lines.at(1), QString("a?b: 10 % of 1.0 kB"));
-        QCOMPARE(lines.last(), QString("a?b: 100 % of 1.0 kB"));
+        QCOMPARE(lines.first(), QString("a?b: 0 % of 1.0 MB"));
+        QCOMPARE(lines.at(1), QString("a?b: 10 % of 1.0 MB"));
+        QCOMPARE(lines.last(), QString("a?b: 100 % of 1.0 MB"));
     }
 
     void tellsSizes_data()
