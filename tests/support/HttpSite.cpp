@@ -1,0 +1,62 @@
+#include "HttpSite.h"
+
+#include <QtCore/QDir>
+#include <QtCore/QFile>
+#include <QtCore/QFileInfo>
+
+HttpSite::HttpSite(bool isSecure)
+{
+    QDir().mkpath(folder());
+    QStringList arguments{QStringLiteral(NORVALE_TEST_SUPPORT "/http_site.py"), folder()};
+    if (isSecure)
+        arguments += makeCertificate();
+    m_server.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    m_server.start(QStringLiteral("python3"), arguments);
+    while (!m_server.canReadLine() && m_server.waitForReadyRead(10000)) {
+    }
+    m_port = m_server.readLine().trimmed().toInt();
+}
+
+HttpSite::~HttpSite()
+{
+    m_server.closeWriteChannel();
+    if (!m_server.waitForFinished(5000))
+        m_server.kill();
+    m_server.waitForFinished(5000);
+}
+
+bool HttpSite::write(const QString& path, const QByteArray& bytes)
+{
+    QFile file(folder() + QLatin1Char('/') + path);
+    QDir().mkpath(QFileInfo(file).path());
+    return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
+}
+
+QUrl HttpSite::url(const QString& path, const QString& faults) const
+{
+    const QString scheme = QFile::exists(m_folder.filePath(QStringLiteral("key.pem"))) ? "https" : "http";
+    const QString prefix = faults.isEmpty() ? faults : QLatin1Char('/') + faults;
+    return QUrl(QStringLiteral("%1://127.0.0.1:%2%3/%4").arg(scheme, QString::number(m_port), prefix, path));
+}
+
+QStringList HttpSite::takeRequests()
+{
+    // The server tells of a request before it answers.
+    m_server.waitForReadyRead(0);
+    QStringList paths;
+    while (m_server.canReadLine())
+        paths.append(QString::fromLatin1(m_server.readLine().trimmed()));
+    return paths;
+}
+
+QStringList HttpSite::makeCertificate()
+{
+    const QStringList files{m_folder.filePath(QStringLiteral("cert.pem")),
+                            m_folder.filePath(QStringLiteral("key.pem"))};
+    QProcess openssl;
+    openssl.start(QStringLiteral("openssl"),
+                  {"req", "-x509", "-newkey", "rsa:2048", "-nodes", "-batch", "-subj", "/CN=127.0.0.1", "-days", "2",
+                   "-out", files.first(), "-keyout", files.last()});
+    openssl.waitForFinished();
+    return files;
+}

@@ -1,0 +1,141 @@
+"""Serves a folder over HTTP on a free port of 127.0.0.1, with faults where a test asks for them.
+
+    python3 http_site.py FOLDER [CERTIFICATE KEY]
+
+prints the port, then one line for each request, "/path" as it came. Ends when its standard input ends.
+
+A path may begin with faults, "/~NAME=ARGUMENT/~NAME/rest/of/path":
+
+    ~status=N       answer with this status and a short text instead of the file
+    ~redirect=URL   send the client to URL (percent-encoded) followed by the rest; without URL to the rest alone
+    ~circle         send the client to where it is
+    ~cut=N          close the connection after N bytes of the whole answer, head included
+    ~reset=N        the same, with a reset instead of an orderly end
+    ~pause=N        fall silent after N bytes of the whole answer; the connection stays open
+    ~promise=N      promise N bytes more, or less when negative, than the body has
+    ~unsized        promise no length; the end of the connection is the end of the body
+    ~chunked        send the body in chunks of 1000 bytes
+    ~trickle=MS     send the body byte by byte, one every MS milliseconds
+    ~fill=N         after the file send N bytes of zeros more, as part of the body
+    ~garbage        answer with bytes that are not HTTP
+    ~head=N         send N bytes of header lines that nobody asked for
+"""
+
+import os
+import socket
+import socketserver
+import ssl
+import struct
+import sys
+import threading
+import time
+import urllib.parse
+
+
+def split_faults(path):
+    """What follows the faults, and the faults by name."""
+    faults = {}
+    while path.startswith("/~"):
+        fault, _, rest = path[2:].partition("/")
+        name, _, argument = fault.partition("=")
+        faults[name] = argument
+        path = "/" + rest
+    return path, faults
+
+
+class Handler(socketserver.StreamRequestHandler):
+    def handle(self):
+        try:
+            if isinstance(self.connection, ssl.SSLSocket):
+                self.connection.do_handshake()
+            while self.answer():
+                pass
+        except OSError:
+            pass  # the client has gone
+
+    def answer(self):
+        """Answers one request; true when the connection can take another one."""
+        request = self.rfile.readline().decode("latin-1").split()
+        while self.rfile.readline() not in (b"\r\n", b"\n", b""):
+            pass
+        if len(request) < 2:
+            return False
+        print(request[1], flush=True)
+        path, faults = split_faults(request[1].partition("?")[0])
+        if "garbage" in faults:
+            self.wfile.write(b"\x00\xff this is not\nan answer\r\n\r\n")
+            return False
+        head, body = self.compose(path, faults)
+        return self.send(head, body, faults)
+
+    def compose(self, path, faults):
+        status, headers, body = self.find(path, faults)
+        if "chunked" in faults:
+            headers.append("Transfer-Encoding: chunked")
+            pieces = [body[i:i + 1000] for i in range(0, len(body), 1000)] + [b""]
+            body = b"".join(b"%x\r\n%s\r\n" % (len(piece), piece) for piece in pieces)
+        elif "unsized" not in faults:
+            headers.append("Content-Length: %d" % (len(body) + int(faults.get("promise", 0))))
+        filler = int(faults.get("head", 0))
+        headers += ["X-Filler: " + "x" * 1000] * (filler // 1000)
+        return "\r\n".join(["HTTP/1.1 " + status] + headers + ["", ""]).encode("latin-1"), body
+
+    def find(self, path, faults):
+        if "circle" in faults:
+            return "302 Found", ["Location: /~circle" + path], b""
+        if "redirect" in faults:
+            return "302 Found", ["Location: " + urllib.parse.unquote(faults["redirect"]) + path], b"elsewhere"
+        if "status" in faults:
+            return faults["status"] + " By Request", [], b"no file"
+        name = os.path.join(self.server.folder, os.path.normpath(urllib.parse.unquote(path)).lstrip("/"))
+        if not os.path.isfile(name):
+            return "404 Not Found", [], b"no such file"
+        with open(name, "rb") as file:
+            return "200 OK", [], file.read() + bytes(int(faults.get("fill", 0)))
+
+    def send(self, head, body, faults):
+        if "trickle" in faults:
+            self.wfile.write(head)
+            for byte in body:
+                time.sleep(int(faults["trickle"]) / 1000)
+                self.wfile.write(bytes([byte]))
+            return True
+        for name in ("cut", "reset", "pause"):
+            if name in faults:
+                self.wfile.write((head + body)[:int(faults[name])])
+                self.end(name)
+                return False
+        self.wfile.write(head + body)
+        return "unsized" not in faults and "promise" not in faults
+
+    def end(self, name):
+        if name == "pause":
+            self.rfile.read(1)  # until the client goes
+        elif name == "reset":
+            self.connection.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, struct.pack("ii", 1, 0))
+
+
+class Server(socketserver.ThreadingTCPServer):
+    daemon_threads = True
+    request_queue_size = 64
+
+    def __init__(self, folder, certificate):
+        super().__init__(("127.0.0.1", 0), Handler)
+        self.folder = folder
+        if certificate:
+            context = ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
+            context.load_cert_chain(*certificate)
+            self.socket = context.wrap_socket(self.socket, server_side=True, do_handshake_on_connect=False)
+
+    def handle_error(self, request, client_address):
+        pass
+
+
+def main():
+    server = Server(os.path.abspath(sys.argv[1]), sys.argv[2:4])
+    threading.Thread(target=server.serve_forever, daemon=True).start()
+    print(server.server_address[1], flush=True)
+    sys.stdin.read()
+
+
+main()
