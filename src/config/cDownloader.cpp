@@ -131,6 +131,10 @@ void cDownloader::fetch(const QUrl& url)
 {
     QNetworkRequest request(url);
     request.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::NoLessSafeRedirectPolicy);
+    // As it lies on the server: a compressed answer that is cut off could not be told from a whole one.
+    request.setRawHeader("Accept-Encoding", "identity");
+    // A request sent on a connection that the server is about to close can be lost without an answer or an error.
+    m_manager->clearConnectionCache();
     // Without an application nothing would ever end the wait.
     m_reply = QCoreApplication::instance() ? m_manager->get(request) : nullptr;
     if (!m_reply) {
@@ -248,6 +252,8 @@ void cDownloader::writeToOutput(const QByteArray& bytes)
         breakOff(QNetworkReply::OperationCanceledError, QStringLiteral("more bytes than are accepted"));
     else if (!m_output)
         breakOff(QNetworkReply::OperationCanceledError, QStringLiteral("the device to write to is gone"));
+    else if (!m_output->isWritable())
+        breakOff(QNetworkReply::OperationCanceledError, QStringLiteral("the device takes no bytes"));
     else if (m_output->write(bytes) != bytes.size())
         breakOff(QNetworkReply::OperationCanceledError, m_output->errorString());
 }
