@@ -1,7 +1,7 @@
 #include "zip/Inflate.h"
 
-#include "zip/ZipDevice.h"
 #include "zip/cInflater.h"
+#include "zip/cZipReader.h"
 
 #include <QtCore/QString>
 
@@ -19,7 +19,7 @@ bool fail(QString* error, const QString& reason)
 bool Inflate::inflateRaw(const QByteArray& in, qint64 limit, QByteArray* out, QString* error)
 {
     out->clear();
-    const qint64 held = qBound<qint64>(0, limit, ZipDevice::MaxArray);
+    const qint64 held = qBound<qint64>(0, limit, cZipReader::MaxArray);
     cInflater inflater(in.constData(), in.size());
     // One byte more than allowed tells a stream that is too large from one that is cut off.
     const cInflater::Status status = inflater.run(held + 1);
@@ -37,10 +37,10 @@ QByteArray Inflate::inflateEntry(const char* in, int inSize, quint32 expectedSiz
     cInflater inflater(in, inSize);
     qint64 bufferSize = qMax<qint64>(expectedSize, 1);
     while (true) {
-        const cInflater::Status status = inflater.run(qMin<qint64>(bufferSize, ZipDevice::MaxArray));
+        const cInflater::Status status = inflater.run(qMin<qint64>(bufferSize, cZipReader::MaxArray));
         if (status == cInflater::Complete)
             return inflater.takeResult();
-        if (status != cInflater::BufferFull || bufferSize >= ZipDevice::MaxArray)
+        if (status != cInflater::BufferFull || bufferSize >= cZipReader::MaxArray)
             return QByteArray();
         bufferSize *= 2;
     }

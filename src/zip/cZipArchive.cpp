@@ -2,38 +2,32 @@
 
 #include <Norvale/cZipEntry.h>
 
-#include "zip/ZipRecords.h"
 #include "zip/cZipArchiveData.h"
-#include "zip/cZipDirectory.h"
-#include "zip/cZipEntryBlock.h"
 
 #include <QtCore/QBuffer>
 #include <QtCore/QFile>
-
-#include <algorithm>
 
 cZipArchive::cZipArchive() : m_data(new cZipArchiveData) {}
 
 cZipArchive::cZipArchive(QIODevice* device) : cZipArchive()
 {
-    m_data->device = device;
-    parse();
+    setArchive(device);
 }
 
 cZipArchive::cZipArchive(const QByteArray& bytes) : cZipArchive()
 {
-    m_data->bytes = new QByteArray(bytes);
-    m_data->device = new QBuffer(m_data->bytes);
-    m_data->ownsDevice = true;
-    m_data->device->open(QIODevice::ReadOnly);
+    QBuffer* buffer = new QBuffer;
+    buffer->setData(bytes);
+    buffer->open(QIODevice::ReadOnly);
+    m_data->setOwnDevice(buffer);
     parse();
 }
 
 cZipArchive::cZipArchive(const QString& path) : cZipArchive()
 {
-    m_data->device = new QFile(path);
-    m_data->ownsDevice = true;
-    m_data->device->open(QIODevice::ReadOnly);
+    QFile* file = new QFile(path);
+    file->open(QIODevice::ReadOnly | QIODevice::Unbuffered);
+    m_data->setOwnDevice(file);
     parse();
 }
 
@@ -44,30 +38,19 @@ cZipArchive::~cZipArchive()
 
 bool cZipArchive::setArchive(QIODevice* device)
 {
-    clear();
-    m_data->device = device;
+    m_data->setDevice(device);
     return parse();
 }
 
 bool cZipArchive::setArchive(QByteArray& bytes)
 {
-    clear();
-    m_data->device = new QBuffer(&bytes); // left closed, on purpose
-    m_data->ownsDevice = true;
+    m_data->setOwnDevice(new QBuffer(&bytes)); // left closed, on purpose
     return parse();
 }
 
 bool cZipArchive::parse()
 {
-    cZipDirectory directory;
-    const bool isComplete = directory.read(m_data->device);
-    const QVector<const uchar*>& records = directory.rawRecords();
-    const auto end = std::find_if_not(records.cbegin(), records.cend(), ZipRecords::isAcceptable);
-    QVector<const uchar*> listed;
-    listed.reserve(int(end - records.cbegin()));
-    std::copy_if(records.cbegin(), end, std::back_inserter(listed), ZipRecords::isListed);
-    m_data->append(QSharedPointer<cZipEntryBlock>::create(this, directory.blocks(), listed));
-    return isComplete && end == records.cend();
+    return m_data->parse(this);
 }
 
 QList<QSharedPointer<cZipEntry>> cZipArchive::entries() const
@@ -82,7 +65,7 @@ QSharedPointer<cZipEntry> cZipArchive::entry(const QString& name) const
 
 qint64 cZipArchive::uncompressedSize() const
 {
-    return m_data->uncompressedSize;
+    return m_data->uncompressedSize();
 }
 
 void cZipArchive::clear()

@@ -2,54 +2,58 @@
 
 #include <Norvale/cZipEntry.h>
 
-#include "zip/ZipRecords.h"
+#include "zip/cZipDirectory.h"
 #include "zip/cZipEntryBlock.h"
 
 #include <QtCore/QIODevice>
 
-void cZipArchiveData::append(const QSharedPointer<cZipEntryBlock>& block)
+void cZipArchiveData::setDevice(QIODevice* device)
 {
-    if (block->records().isEmpty())
-        return;
-    m_blocks.append(block);
-    m_names.append(block->records());
-    for (const uchar* record : block->records())
-        uncompressedSize += ZipRecords::field32(record, ZipRecords::CentralUncompressedSize);
+    clear();
+    m_reader = cZipReader(device);
+}
+
+void cZipArchiveData::setOwnDevice(QIODevice* device)
+{
+    clear();
+    m_reader = cZipReader(device, cZipReader::Own);
+    m_ownsDevice = true;
 }
 
 void cZipArchiveData::clear()
 {
-    if (ownsDevice)
-        delete device;
-    ownsDevice = false;
-    device = nullptr;
-    delete bytes;
-    bytes = nullptr;
-    uncompressedSize = 0;
+    if (m_ownsDevice)
+        delete m_reader.device();
+    m_ownsDevice = false;
+    m_reader = cZipReader();
+    m_uncompressedSize = 0;
     m_entries.clear();
     m_listedBlocks = 0;
-    m_names.clear();
+    m_index.reset();
     m_blocks.clear();
+}
+
+bool cZipArchiveData::parse(cZipArchive* archive)
+{
+    cZipDirectory directory;
+    const bool isComplete = directory.read(m_reader);
+    const auto block = QSharedPointer<cZipEntryBlock>::create(archive, directory);
+    m_uncompressedSize += block->uncompressedSize();
+    m_blocks.append(block);
+    m_index.reset();
+    return isComplete && block->isComplete();
 }
 
 const QList<QSharedPointer<cZipEntry>>& cZipArchiveData::entries() const
 {
-    for (; m_listedBlocks < m_blocks.size(); ++m_listedBlocks) {
-        const QSharedPointer<cZipEntryBlock>& block = m_blocks.at(m_listedBlocks);
-        m_entries.reserve(m_entries.size() + block->records().size());
-        for (int i = 0; i < block->records().size(); ++i)
-            m_entries.append(cZipEntryBlock::entry(block, i));
-    }
+    while (m_listedBlocks < m_blocks.size())
+        cZipEntryBlock::list(m_blocks.at(m_listedBlocks++), m_entries);
     return m_entries;
 }
 
 QSharedPointer<cZipEntry> cZipArchiveData::entry(const QString& name) const
 {
-    int place = m_names.find(name);
-    if (place < 0)
-        return QSharedPointer<cZipEntry>();
-    int block = 0;
-    while (place >= m_blocks.at(block)->records().size())
-        place -= m_blocks.at(block++)->records().size();
-    return cZipEntryBlock::entry(m_blocks.at(block), place);
+    if (!m_index)
+        m_index.reset(new cZipNameIndex(m_blocks));
+    return m_index->find(name);
 }

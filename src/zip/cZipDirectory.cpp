@@ -1,9 +1,7 @@
 #include "zip/cZipDirectory.h"
 
-#include "zip/ZipDevice.h"
 #include "zip/ZipRecords.h"
-
-#include <QtCore/QIODevice>
+#include "zip/cZipReader.h"
 
 #include <cstring>
 
@@ -57,32 +55,38 @@ quint32 cZipRecord::unixMode() const
 
 bool cZipDirectory::read(QIODevice* device)
 {
+    cZipReader reader(device);
+    return read(reader);
+}
+
+bool cZipDirectory::read(cZipReader& reader)
+{
     *this = cZipDirectory();
-    if (!ZipDevice::isReadable(device))
+    if (!reader.isReadable())
         return fail(QStringLiteral("there is no device that is open and can seek"));
     uchar end[EndSize];
-    if (!findEnd(device, end))
+    if (!findEnd(reader, end))
         return fail(QStringLiteral("there is no end record"));
     m_directoryOffset = field32(end, EndDirectoryOffset);
     const int total = field16(end, EndTotalEntries);
-    if (!readRecords(device, total, field32(end, EndDirectorySize)))
+    if (!readRecords(reader, total, field32(end, EndDirectorySize)))
         return fail(QStringLiteral("record %1 of %2 lies outside the archive").arg(count() + 1).arg(total));
     return true;
 }
 
 /// The end record is the last one whose comment ends with the archive. It never begins at the archive's first byte.
-bool cZipDirectory::findEnd(QIODevice* device, uchar* end)
+bool cZipDirectory::findEnd(cZipReader& reader, uchar* end)
 {
-    const qint64 last = device->size() - EndSize;
+    const qint64 last = reader.size() - EndSize;
     const int longest = int(qMin<qint64>(last - 1, LongestComment));
     if (longest < 0)
         return false;
-    return findEnd(device, last, 0, end) || findEnd(device, last, longest, end); // most archives have no comment
+    return findEnd(reader, last, 0, end) || findEnd(reader, last, longest, end); // most archives have no comment
 }
 
-bool cZipDirectory::findEnd(QIODevice* device, qint64 last, int longestComment, uchar* end)
+bool cZipDirectory::findEnd(cZipReader& reader, qint64 last, int longestComment, uchar* end)
 {
-    const QByteArray tail = ZipDevice::readAt(device, last - longestComment, EndSize + longestComment);
+    const QByteArray tail = reader.bytes(last - longestComment, EndSize + longestComment);
     if (tail.size() < EndSize + longestComment)
         return false;
     for (int comment = 0; comment <= longestComment; ++comment) {
@@ -98,12 +102,12 @@ bool cZipDirectory::findEnd(QIODevice* device, qint64 last, int longestComment, 
 
 /// Each record stands behind the one before it. A block is read for as many of them as lie in it; the first block is
 /// as large as the directory states to be, so that one will do.
-bool cZipDirectory::readRecords(QIODevice* device, int total, quint32 statedSize)
+bool cZipDirectory::readRecords(cZipReader& reader, int total, quint32 statedSize)
 {
     qint64 position = m_directoryOffset;
     qint64 blockSize = qBound<qint64>(LongestRecord, statedSize, FirstBlock);
     while (count() < total) {
-        const QByteArray block = ZipDevice::readAt(device, position, blockSize);
+        const QByteArray block = reader.bytes(position, blockSize);
         const qint64 used = takeRecords(block, total, block.size() < blockSize);
         if (used == 0)
             return false;

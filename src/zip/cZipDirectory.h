@@ -6,6 +6,7 @@
 #include <QtCore/QVector>
 
 class QIODevice;
+class cZipReader;
 
 /// One record of the central directory, whatever it stands for: file, empty file or folder.
 struct cZipRecord
@@ -45,6 +46,8 @@ public:
     /// Reads all records of @p device, which is open and can seek. May be called again, for another device too.
     /// @return whether as many records as the end record states were there; after a failure those before it are kept.
     bool read(QIODevice* device);
+    /// As above, through a reader.
+    bool read(cZipReader& reader);
 
     /// Why the last read() failed; empty after a success.
     QString errorString() const { return m_error; }
@@ -65,9 +68,9 @@ public:
     static cZipRecord decode(const uchar* record);
 
 private:
-    bool findEnd(QIODevice* device, uchar* end);
-    bool findEnd(QIODevice* device, qint64 last, int longestComment, uchar* end);
-    bool readRecords(QIODevice* device, int total, quint32 statedSize);
+    bool findEnd(cZipReader& reader, uchar* end);
+    bool findEnd(cZipReader& reader, qint64 last, int longestComment, uchar* end);
+    bool readRecords(cZipReader& reader, int total, quint32 statedSize);
     qint64 takeRecords(const QByteArray& block, int total, bool isLast);
     const uchar* cutOff(const uchar* record, int nameSpace);
     bool fail(const QString& reason);

@@ -11,13 +11,13 @@ namespace {
 
 const uchar emptyRecord[CentralSize] = {};
 
-/// What stands before the data in a local header is about as long as in the central record.
-quint32 localSizeHint(const uchar* record)
+/// What stands before the data in the local header is about as long as in the central record.
+bool readLocalFile(cZipLocalFile& file, cZipReader* reader, const uchar* record)
 {
     constexpr quint32 furtherExtra = 64;
     const quint64 hint = quint64(field16(record, CentralNameLength)) + field16(record, CentralExtraLength) +
                          furtherExtra + field32(record, CentralCompressedSize);
-    return quint32(qMin<quint64>(hint, 0xffffffff));
+    return reader && file.read(*reader, field32(record, CentralLocalOffset), quint32(qMin<quint64>(hint, 0xffffffff)));
 }
 
 } // namespace
@@ -28,7 +28,7 @@ cZipEntry::cZipEntry(cZipEntryBlock* block, const uchar* record) : m_block(block
 
 cZipEntry::~cZipEntry()
 {
-    if (m_block->isOfEmptyEntry())
+    if (m_record == emptyRecord)
         delete m_block;
 }
 
@@ -51,16 +51,14 @@ int cZipEntry::uncompressedSize() const
 QByteArray cZipEntry::compressedContent() const
 {
     cZipLocalFile file;
-    if (!file.read(m_block->device(), field32(m_record, CentralLocalOffset), localSizeHint(m_record)))
-        return QByteArray();
-    return file.takeData();
+    return readLocalFile(file, m_block->reader(), m_record) ? file.takeData() : QByteArray();
 }
 
 // The method is not consulted: callers of stored files use compressedContent().
 QByteArray cZipEntry::content() const
 {
     cZipLocalFile file;
-    if (!file.read(m_block->device(), field32(m_record, CentralLocalOffset), localSizeHint(m_record)))
+    if (!readLocalFile(file, m_block->reader(), m_record))
         return QByteArray();
     return Inflate::inflateEntry(file.data(), file.dataSize(), field32(m_record, CentralUncompressedSize));
 }

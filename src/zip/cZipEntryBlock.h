@@ -1,13 +1,15 @@
 #pragma once
 
 #include <QtCore/QByteArray>
+#include <QtCore/QList>
 #include <QtCore/QPointer>
 #include <QtCore/QSharedPointer>
 #include <QtCore/QVector>
 
-class QIODevice;
 class cZipArchive;
+class cZipDirectory;
 class cZipEntry;
+class cZipReader;
 
 /// The entries of one parse, and what they share: the memory of their records, and the archive that they watch. An
 /// archive has so many entries that each costs no more than its place in this block. All are counted together.
@@ -16,24 +18,30 @@ class cZipEntryBlock
 public:
     /// The block of one empty entry, which owns it.
     explicit cZipEntryBlock(cZipArchive* archive);
-    /// @param records the listed ones, which lie in @p memory.
-    cZipEntryBlock(cZipArchive* archive, const QVector<QByteArray>& memory, const QVector<const uchar*>& records);
+    /// The block of what an archive lists of its directory: up to the first record that it does not take.
+    cZipEntryBlock(cZipArchive* archive, const cZipDirectory& directory);
     ~cZipEntryBlock();
     Q_DISABLE_COPY(cZipEntryBlock)
 
-    bool isOfEmptyEntry() const { return m_records.isEmpty(); }
-    const QVector<const uchar*>& records() const { return m_records; }
-    /// The archive's device; null when the archive is gone or has none.
-    QIODevice* device() const;
+    /// Whether it took all records of the directory.
+    bool isComplete() const { return m_isComplete; }
+    qint64 uncompressedSize() const { return m_uncompressedSize; }
+    int count() const { return m_count; }
+    const uchar* record(int index) const;
 
-    /// The entry of the record at @p index. It keeps the whole block.
+    /// Reads the archive; null when it is gone.
+    cZipReader* reader() const;
+
+    /// The entry at @p index. It keeps the whole block.
     static QSharedPointer<cZipEntry> entry(const QSharedPointer<cZipEntryBlock>& block, int index);
+    /// Appends all entries.
+    static void list(const QSharedPointer<cZipEntryBlock>& block, QList<QSharedPointer<cZipEntry>>& entries);
 
 private:
-    void makeEntries();
-
     QPointer<cZipArchive> m_archive;
     QVector<QByteArray> m_memory;
-    QVector<const uchar*> m_records;
-    cZipEntry* m_entries = nullptr; ///< One for each record; made when the first is asked for.
+    cZipEntry* m_entries = nullptr;
+    int m_count = 0;
+    bool m_isComplete = true;
+    qint64 m_uncompressedSize = 0;
 };

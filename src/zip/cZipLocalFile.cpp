@@ -1,79 +1,85 @@
 #include "zip/cZipLocalFile.h"
 
-#include "zip/ZipDevice.h"
 #include "zip/ZipRecords.h"
 
-#include <QtCore/QIODevice>
-
-#include <utility>
+#include <cstring>
 
 using namespace ZipRecords;
 
 namespace {
 
-constexpr quint32 FirstRead = 64 << 10; ///< At most; what an archive states elsewhere must not make reads long.
+constexpr quint32 FirstRead = 32 << 10; ///< At most; what an archive states elsewhere must not make reads long.
 
 } // namespace
 
-bool cZipLocalFile::read(QIODevice* device, quint32 offset, quint32 sizeHint)
+bool cZipLocalFile::read(QIODevice* device, quint32 offset)
 {
-    m_dataStart = 0;
+    m_ownReader = cZipReader(device);
+    return read(m_ownReader, offset, FirstRead);
+}
+
+bool cZipLocalFile::read(cZipReader& reader, quint32 offset, quint32 sizeHint)
+{
     m_bytes.clear();
-    if (!ZipDevice::isReadable(device))
+    m_data = {nullptr, 0};
+    const cZipReader::View view = reader.view(offset, LocalSize + int(qMin(sizeHint, FirstRead)));
+    if (view.size < LocalSize)
         return false;
-    m_bytes = ZipDevice::readAt(device, offset, LocalSize + qMin(sizeHint, FirstRead));
-    if (m_bytes.size() < LocalSize)
-        return false;
-    const int start = LocalSize + field16(header(), LocalNameLength) + field16(header(), LocalExtraLength);
-    const qint64 rest = qMax<qint64>(0, device->size() - offset);
-    const int end = int(qMin<qint64>(qMin<qint64>(start + qint64(compressedSize()), rest), ZipDevice::MaxArray));
-    const int done = qMin(m_bytes.size(), end);
-    m_bytes.resize(qMax(end, int(LocalSize)));
-    if (done < end)
-        m_bytes.resize(done + qMax(0, ZipDevice::readAt(device, offset + done, m_bytes.data() + done, end - done)));
-    m_dataStart = qMin(start, m_bytes.size());
+    m_reader = &reader;
+    m_offset = offset;
+    std::memcpy(m_header, view.data, LocalSize);
+    const int start = LocalSize + field16(m_header, LocalNameLength) + field16(m_header, LocalExtraLength);
+    if (qint64(start) + compressedSize() <= view.size) {
+        m_data = {view.data + start, int(compressedSize())};
+    } else {
+        m_bytes = reader.bytes(qint64(offset) + start, compressedSize());
+        m_data = {m_bytes.constData(), m_bytes.size()};
+    }
     return true;
 }
 
 bool cZipLocalFile::hasSignature() const
 {
-    return field32(header(), 0) == LocalSignature;
+    return field32(m_header, 0) == LocalSignature;
 }
 
 QString cZipLocalFile::name() const
 {
-    const int length = qMin<int>(field16(header(), LocalNameLength), m_dataStart - LocalSize);
-    return QString::fromLatin1(m_bytes.constData() + LocalSize, length);
+    if (!m_reader)
+        return QString();
+    const QByteArray name = m_reader->bytes(qint64(m_offset) + LocalSize, field16(m_header, LocalNameLength));
+    return QString::fromLatin1(name.constData(), name.size());
 }
 
 quint16 cZipLocalFile::flags() const
 {
-    return field16(header(), LocalFlags);
+    return field16(m_header, LocalFlags);
 }
 
 quint16 cZipLocalFile::method() const
 {
-    return field16(header(), LocalMethod);
+    return field16(m_header, LocalMethod);
 }
 
 quint32 cZipLocalFile::crc() const
 {
-    return field32(header(), LocalCrc);
+    return field32(m_header, LocalCrc);
 }
 
 quint32 cZipLocalFile::compressedSize() const
 {
-    return field32(header(), LocalCompressedSize);
+    return field32(m_header, LocalCompressedSize);
 }
 
 quint32 cZipLocalFile::uncompressedSize() const
 {
-    return field32(header(), LocalUncompressedSize);
+    return field32(m_header, LocalUncompressedSize);
 }
 
 QByteArray cZipLocalFile::takeData()
 {
-    m_bytes.remove(0, m_dataStart);
-    m_dataStart = 0;
-    return std::move(m_bytes);
+    const QByteArray result = m_bytes.isEmpty() ? QByteArray(m_data.data, m_data.size) : m_bytes;
+    m_bytes.clear();
+    m_data = {nullptr, 0};
+    return result;
 }

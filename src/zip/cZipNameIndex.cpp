@@ -1,13 +1,13 @@
 #include "zip/cZipNameIndex.h"
 
 #include "zip/ZipRecords.h"
+#include "zip/cZipEntryBlock.h"
 
 #include <QtCore/QByteArray>
 #include <QtCore/QString>
 
 #include <algorithm>
 #include <cstring>
-#include <numeric>
 
 using namespace ZipRecords;
 
@@ -15,6 +15,7 @@ namespace {
 
 constexpr int FewLookUps = 8;
 
+/// The order of two names of bytes, as memcmp tells it.
 int compare(const uchar* record, const char* name, int length)
 {
     const int recordLength = field16(record, CentralNameLength);
@@ -27,6 +28,11 @@ int compare(const uchar* left, const uchar* right)
     return compare(left, reinterpret_cast<const char*>(right) + CentralSize, field16(right, CentralNameLength));
 }
 
+bool isNamed(const uchar* record, const QByteArray& name)
+{
+    return field16(record, CentralNameLength) == name.size() && compare(record, name.constData(), name.size()) == 0;
+}
+
 bool isLatin1(const QString& name)
 {
     return std::all_of(name.cbegin(), name.cend(), [](QChar c) { return c.unicode() <= 0xff; });
@@ -34,49 +40,51 @@ bool isLatin1(const QString& name)
 
 } // namespace
 
-void cZipNameIndex::append(const QVector<const uchar*>& records)
-{
-    m_records += records;
-    m_order.clear();
-    m_lookUps = 0;
-}
+cZipNameIndex::cZipNameIndex(const QVector<QSharedPointer<cZipEntryBlock>>& blocks) : m_blocks(blocks) {}
 
-void cZipNameIndex::clear()
-{
-    *this = cZipNameIndex();
-}
-
-int cZipNameIndex::find(const QString& name) const
+QSharedPointer<cZipEntry> cZipNameIndex::find(const QString& name)
 {
     if (!isLatin1(name))
-        return -1;
+        return QSharedPointer<cZipEntry>();
     const QByteArray bytes = name.toLatin1();
-    return ++m_lookUps <= FewLookUps ? findByLooking(bytes) : findInOrder(bytes);
+    return m_lookUps++ < FewLookUps ? look(bytes) : search(bytes);
 }
 
-int cZipNameIndex::findByLooking(const QByteArray& name) const
+QSharedPointer<cZipEntry> cZipNameIndex::look(const QByteArray& name) const
 {
-    for (int place = 0; place < m_records.size(); ++place) {
-        const uchar* record = m_records.at(place);
-        if (field16(record, CentralNameLength) == name.size() && compare(record, name.constData(), name.size()) == 0)
-            return place;
+    for (const QSharedPointer<cZipEntryBlock>& block : m_blocks) {
+        for (int i = 0; i < block->count(); ++i) {
+            if (isNamed(block->record(i), name))
+                return cZipEntryBlock::entry(block, i);
+        }
     }
-    return -1;
+    return QSharedPointer<cZipEntry>();
 }
 
-int cZipNameIndex::findInOrder(const QByteArray& name) const
+QSharedPointer<cZipEntry> cZipNameIndex::search(const QByteArray& name)
 {
-    if (m_order.isEmpty()) {
-        m_order.resize(m_records.size());
-        std::iota(m_order.begin(), m_order.end(), 0);
-        std::sort(m_order.begin(), m_order.end(), [this](int left, int right) {
-            const int order = compare(m_records.at(left), m_records.at(right));
-            return order != 0 ? order < 0 : left < right;
+    if (m_order.isEmpty())
+        sort();
+    const auto at =
+        std::lower_bound(m_order.cbegin(), m_order.cend(), name, [this](Place place, const QByteArray& key) {
+            return compare(record(place), key.constData(), key.size()) < 0;
         });
+    if (at == m_order.cend() || !isNamed(record(*at), name))
+        return QSharedPointer<cZipEntry>();
+    return cZipEntryBlock::entry(m_blocks.at(at->block), at->index);
+}
+
+void cZipNameIndex::sort()
+{
+    for (int block = 0; block < m_blocks.size(); ++block) {
+        for (int i = 0; i < m_blocks.at(block)->count(); ++i)
+            m_order.append({block, i});
     }
-    const auto at = std::lower_bound(m_order.cbegin(), m_order.cend(), name, [this](int place, const QByteArray& key) {
-        return compare(m_records.at(place), key.constData(), key.size()) < 0;
-    });
-    const bool isFound = at != m_order.cend() && compare(m_records.at(*at), name.constData(), name.size()) == 0;
-    return isFound ? *at : -1;
+    std::stable_sort(m_order.begin(), m_order.end(),
+                     [this](Place left, Place right) { return compare(record(left), record(right)) < 0; });
+}
+
+const uchar* cZipNameIndex::record(Place place) const
+{
+    return m_blocks.at(place.block)->record(place.index);
 }

@@ -1,25 +1,37 @@
 #pragma once
 
+#include <QtCore/QSharedPointer>
 #include <QtCore/QVector>
 
+class QByteArray;
 class QString;
+class cZipEntry;
+class cZipEntryBlock;
 
-/// Finds raw records of the central directory by name. It looks through them for the first few names and sorts them for
-/// all further ones; a sorted order cannot be made slow by names that somebody has chosen for it.
+/// Finds entries by name. It looks through them for the first few names and sorts them for all further ones; a sorted
+/// order cannot be made slow by names that somebody has chosen for it.
 class cZipNameIndex
 {
 public:
-    void append(const QVector<const uchar*>& records);
-    void clear();
+    /// Of all entries in @p blocks.
+    explicit cZipNameIndex(const QVector<QSharedPointer<cZipEntryBlock>>& blocks);
 
-    /// The place of the first record of this name among all that were appended; -1 when there is none.
-    int find(const QString& name) const;
+    /// The first entry of this name; null when there is none.
+    QSharedPointer<cZipEntry> find(const QString& name);
 
 private:
-    int findByLooking(const QByteArray& name) const;
-    int findInOrder(const QByteArray& name) const;
+    struct Place
+    {
+        int block;
+        int index;
+    };
 
-    QVector<const uchar*> m_records;
-    mutable QVector<int> m_order; ///< Places of the records by name, equal names by place.
-    mutable int m_lookUps = 0;
+    const uchar* record(Place place) const;
+    QSharedPointer<cZipEntry> look(const QByteArray& name) const;
+    QSharedPointer<cZipEntry> search(const QByteArray& name);
+    void sort();
+
+    QVector<QSharedPointer<cZipEntryBlock>> m_blocks;
+    QVector<Place> m_order; ///< By name, equal names in the order of the archive.
+    int m_lookUps = 0;
 };
