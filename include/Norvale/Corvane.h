@@ -9,11 +9,12 @@
 class QDir;
 class QDomDocument;
 class QDomElement;
+class QPixmap;
 class cJsonValue;
 
 /**
  * The free functions of the framework: start-up and shutdown, the folder table, file helpers, local socket messages,
- * locale and translation, restart and detached launch.
+ * locale and translation, restart and detached launch, icons.
  *
  * A host calls, in this order, initialize() once, setLoadCategories() if it wants to restrict loading, startNormal(),
  * and at the end stopNormal():
@@ -265,5 +266,17 @@ NORVALE_EXPORT bool launchDetached(const QString& program, const QStringList& ar
  * @param in at least 860 bytes: 43 rows of 20 bytes, the leftmost pixel in bit 7.
  */
 NORVALE_EXPORT void SwizzleForDrell(unsigned char* out, const unsigned char* in);
+
+/**
+ * The icon of a file, as the system shows it. May be called from any thread, where the application's platform allows
+ * pixmaps off the main thread; `cDelayedApplicationIconLoader` does so. Needs a `QGuiApplication`.
+ *
+ * On Windows it is the shell's icon, asked for with 48 x 48 pixels; each call initialises COM on the calling thread.
+ * Elsewhere it is, in this order: the icon that a desktop entry names, the picture itself when the file is one, the
+ * icon theme's icon of the file's kind; fitted into 48 x 48 pixels with its shape kept, never enlarged.
+ * @param path the file, absolute or relative to the current directory.
+ * @return the icon; a null pixmap when the file does not exist or no icon can be had.
+ */
+NORVALE_EXPORT QPixmap loadApplicationIcon(const QString& path);
 
 } // namespace Corvane

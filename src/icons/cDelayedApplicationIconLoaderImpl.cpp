@@ -1,0 +1,40 @@
+#include "icons/cDelayedApplicationIconLoaderImpl.h"
+
+#include <Norvale/Corvane.h>
+
+#include <QtConcurrent/QtConcurrentRun>
+
+#include <new>
+
+cDelayedApplicationIconLoader::cDelayedApplicationIconLoader(QObject* parent) : QObject(parent) {}
+
+cDelayedApplicationIconLoader* cDelayedApplicationIconLoader::createLoader(QObject* parent, const QString& id,
+                                                                           const QString& path)
+{
+    return new (std::nothrow) cDelayedApplicationIconLoaderImpl(parent, id, path);
+}
+
+cDelayedApplicationIconLoaderImpl::cDelayedApplicationIconLoaderImpl(QObject* parent, const QString& id,
+                                                                     const QString& path)
+    : cDelayedApplicationIconLoader(parent), m_id(id), m_path(path)
+{
+    connect(&m_watcher, &QFutureWatcher<QPixmap>::finished, this, &cDelayedApplicationIconLoaderImpl::futureFinished);
+}
+
+void cDelayedApplicationIconLoaderImpl::start()
+{
+    if (m_watcher.isRunning())
+        return;
+    m_watcher.setFuture(QtConcurrent::run(&Corvane::loadApplicationIcon, m_path));
+}
+
+QPixmap cDelayedApplicationIconLoaderImpl::pixmap()
+{
+    m_watcher.waitForFinished();
+    return m_watcher.future().resultCount() > 0 ? m_watcher.result() : QPixmap();
+}
+
+void cDelayedApplicationIconLoaderImpl::futureFinished()
+{
+    emit finished(this);
+}
