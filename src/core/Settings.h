@@ -26,6 +26,8 @@ constexpr char RepositoryStatus[] = "ConfigMgr/RepositoryStatus";   ///< String,
 constexpr char RuntimeVersion[] = "ConfigMgr/RuntimeVersion";       ///< Version text, none means 0.0.0.
 constexpr char Locale[] = "ConfigMgr/Locale";                       ///< String such as "en_US", default empty.
 constexpr char Region[] = "ConfigMgr/Region";                       ///< String, default "varkel".
+constexpr char MaxUnpackedSize[] = "InstallMgr/MaxUnpackedSize";    ///< Bytes of a package, default 2 GiB.
+constexpr char MaxRatio[] = "InstallMgr/MaxRatio";                  ///< Unpacked to packed size, default 200.
 
 // Host settings.
 constexpr char RestartOption[] = "ConfigMgr/RestartOption";     ///< Integer, default 0.

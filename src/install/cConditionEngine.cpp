@@ -2,6 +2,7 @@
 
 #include "install/cConditionScript.h"
 
+#include <QtCore/QCoreApplication>
 #include <QtCore/QMetaObject>
 #include <QtCore/QObject>
 #include <QtCore/QSemaphore>
@@ -27,8 +28,10 @@ cConditionEngine::cConditionEngine(ScriptMaker maker, int timeLimit)
     m_thread.setStackSize(StackSize);
     m_worker->moveToThread(&m_thread);
     m_thread.start();
-    QMetaObject::invokeMethod(
-        m_worker.get(), [&] { m_script = maker(); }, Qt::BlockingQueuedConnection);
+    // Without an application object Qt Script would end the process.
+    if (QCoreApplication::instance())
+        QMetaObject::invokeMethod(
+            m_worker.get(), [&] { m_script = maker(); }, Qt::BlockingQueuedConnection);
 }
 
 cConditionEngine::~cConditionEngine()
@@ -41,6 +44,10 @@ cConditionEngine::~cConditionEngine()
 
 bool cConditionEngine::isTrue(const QString& condition)
 {
+    if (!m_script) {
+        m_errorString = QStringLiteral("line 1: scripts need an application object");
+        return false;
+    }
     cConditionScript::Result result;
     QSemaphore isDone;
     QMetaObject::invokeMethod(

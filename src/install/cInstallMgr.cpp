@@ -1,11 +1,17 @@
 #include "install/cInstallMgr.h"
 
+#include "config/cCatalogueReader.h"
 #include "config/cConfigurationMgr.h"
-#include "install/cConditionEngine.h"
+#include "install/cFolderJournal.h"
+#include "install/cInstallation.h"
+#include "install/cOperation.h"
+#include "install/cUninstallation.h"
 #include "plugins/cPluginMgr.h"
 
 #include <Norvale/Corvane.h>
 #include <Norvale/cLogCentral.h>
+
+#include <QtCore/QFile>
 
 namespace {
 cInstallMgr* s_instance = nullptr;
@@ -48,19 +54,52 @@ bool cInstallMgr::installDropbox()
     return installFromLocation(Corvane::velmiraFolderOrFile(Corvane::DropboxRepositoryFile), true);
 }
 
-bool cInstallMgr::installFromLocation(const QString& path, bool)
+bool cInstallMgr::installFromLocation(const QString& path, bool consume)
 {
-    m_log.error() << "Not installed:" << path << m_plugins.plugins().size() << m_configuration.available().isEmpty()
-                  << Qt::endl;
-    return false;
+    const cOperation announced(*this, IInstallMgr::OPERATION_START);
+    if (!QFile::exists(path)) {
+        if (cFolderJournal().exists())
+            cInstallation(*this, m_configuration, m_plugins, m_log).recover();
+        return consume || refuse(path, QStringLiteral("it does not exist"));
+    }
+    emit installationStart(IInstallMgr::OPERATION_LOCATION, QString(), QString());
+    bool isRead = false;
+    const QByteArray xml = Corvane::FileReadAll(path, &isRead);
+    if (!isRead)
+        return refuse(path, QStringLiteral("it cannot be read"));
+    cFeatureCatalogue offered;
+    cCatalogueReader reader(offered);
+    if (!reader.read(xml))
+        return refuse(path, reader.errorString());
+    return install(offered, path, consume);
 }
 
 bool cInstallMgr::installBootstrap()
 {
-    return installFromLocation(Corvane::velmiraFolderOrFile(Corvane::BootstrapRepositoryFile), false);
+    const QString path = Corvane::velmiraFolderOrFile(Corvane::BootstrapRepositoryFile);
+    const cOperation announced(*this, IInstallMgr::OPERATION_START);
+    if (!QFile::exists(path))
+        return refuse(path, QStringLiteral("it does not exist"));
+    emit installationStart(IInstallMgr::OPERATION_LOCATION, QString(), QString());
+    // Why it cannot be read has been logged by who reads it.
+    return m_configuration.readAvailable(path) && install(m_configuration.available(), path, false);
 }
 
 bool cInstallMgr::uninstallPlugins()
 {
+    return cUninstallation(*this, m_configuration, m_plugins, m_log).run();
+}
+
+bool cInstallMgr::install(const cFeatureCatalogue& offered, const QString& path, bool consume)
+{
+    cInstallation installation(*this, m_configuration, m_plugins, m_log);
+    installation.recover();
+    const bool isComplete = installation.run(offered, path, consume);
+    return m_configuration.publishInstalledPlugins() && isComplete;
+}
+
+bool cInstallMgr::refuse(const QString& path, const QString& reason)
+{
+    m_log.error().noquote() << path << "is not installed:" << reason << Qt::endl;
     return false;
 }

@@ -6,10 +6,8 @@
 #include <QtCore/QObject>
 #include <QtCore/QString>
 
-#include <memory>
-
-class cConditionEngine;
 class cConfigurationMgr;
+class cFeatureCatalogue;
 class cPluginMgr;
 
 /**
@@ -45,9 +43,10 @@ signals:
 
 private:
     void connectSlot(const char* signal, QObject* receiver, const char* slot);
+    bool install(const cFeatureCatalogue& offered, const QString& path, bool consume);
+    bool refuse(const QString& path, const QString& reason);
 
     cConfigurationMgr& m_configuration;
     cPluginMgr& m_plugins;
     cLog m_log;
-    std::unique_ptr<cConditionEngine> m_conditions; // made when the first condition is to be evaluated
 };

@@ -1,0 +1,72 @@
+#pragma once
+
+#include "config/cFeatureCatalogue.h"
+
+#include <QtCore/QHash>
+#include <QtCore/QList>
+#include <QtCore/QSet>
+#include <QtCore/QString>
+#include <QtCore/QStringList>
+
+/**
+ * What an install from a location is to change: which features it brings, which of them have to be left out, and what
+ * that means for the set of installed features and plugins.
+ *
+ * Works on records only; nothing is read from or written to the disk.
+ */
+class cInstallPlan
+{
+public:
+    using Plugin = QSharedPointer<cFeaturePlugin>;
+
+    /// A feature that the location offers and that is to take the place of what is installed.
+    struct Feature
+    {
+        QSharedPointer<cFeatureInstance> record;
+        QString fault;                ///< Why it is left out; empty when it is not.
+        bool isWorthRetrying = false; ///< The fault may be gone at the next start.
+    };
+
+    /// Of the features that @p offered lists, those are taken up that are newer than what is installed, or come from
+    /// another repository. Of several with one name the first counts.
+    /// @param present identities of the plugins of @p installed whose folders are really there.
+    cInstallPlan(const cFeatureCatalogue& installed, const QSet<QString>& present, const cFeatureCatalogue& offered);
+
+    const QList<Feature>& features() const { return m_features; }
+    /// Leaves out the feature at @p index.
+    void leaveOut(int index, const QString& fault, bool isWorthRetrying = false);
+
+    /// Leaves out what cannot be had without what has been left out: a feature that depends on one that then is
+    /// missing, and one with a plugin that a feature that stays has in another version, for two versions of a plugin
+    /// are not published.
+    void settle();
+
+    /// Nothing is left out.
+    bool isComplete() const;
+    /// Something is not left out.
+    bool hasTaken() const;
+
+    /// The installed features after the run: those that stay, with replacements in their places, then the new ones.
+    QList<QSharedPointer<cFeatureInstance>> result() const;
+    /// Plugins of the taken features that are not there yet, and installed ones that the result names no more; each
+    /// once.
+    QList<Plugin> added() const;
+    QList<Plugin> removed() const;
+
+    /// "name-version" of all plugins that the run may add or remove, whatever will be left out.
+    QStringList touched() const;
+
+    bool isPresent(const cFeaturePlugin& plugin) const { return m_present.contains(plugin.identity()); }
+
+private:
+    bool isTaken(const QString& name) const;
+    QString missingDependency(const cFeatureInstance& feature) const;
+    bool settleOnce();
+    static QString clash(const cFeatureInstance& feature, const QHash<QString, cVersion>& versions);
+    static void enter(const cFeatureInstance& feature, QHash<QString, cVersion>& versions);
+
+    cFeatureCatalogue m_installed;
+    QSet<QString> m_present;
+    QList<Feature> m_features;
+    QHash<QString, int> m_placeByName; // in m_features
+};

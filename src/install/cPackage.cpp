@@ -1,0 +1,98 @@
+#include "install/cPackage.h"
+
+#include "zip/Inflate.h"
+#include "zip/ZipRecords.h"
+
+#include <QtCore/QBuffer>
+#include <QtCore/QFile>
+
+using namespace ZipRecords;
+
+namespace {
+
+bool failWith(QString* error, const QString& reason)
+{
+    *error = reason;
+    return false;
+}
+
+/// What keeps the local header from belonging to the record; empty when it does.
+QString mismatch(const cZipRecord& record, const uchar* local, const QByteArray& name)
+{
+    if (field32(local, 0) != LocalSignature)
+        return QStringLiteral("its local header has no signature");
+    if (QString::fromLatin1(name) != record.name)
+        return QStringLiteral("its local header names \"%1\"").arg(QString::fromLatin1(name));
+    if (field16(local, LocalMethod) != record.method)
+        return QStringLiteral("its local header has another compression method");
+    if (field16(local, LocalFlags) & cZipRecord::HasDataDescriptor)
+        return QStringLiteral("its sizes stand behind its data (data descriptor) instead of before them");
+    if (field32(local, LocalCompressedSize) != record.compressedSize)
+        return QStringLiteral("its local header has another compressed size");
+    return QString();
+}
+
+} // namespace
+
+bool cPackage::readFile(const QString& path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return fail(file.errorString());
+    m_bytes = file.readAll();
+    return file.error() == QFile::NoError || fail(file.errorString());
+}
+
+bool cPackage::readDirectory()
+{
+    m_records.clear();
+    QBuffer buffer(&m_bytes);
+    cZipDirectory directory;
+    if (!buffer.open(QIODevice::ReadOnly) || !directory.read(&buffer))
+        return fail(directory.errorString());
+    m_directoryOffset = directory.directoryOffset();
+    m_records.reserve(directory.count());
+    for (int i = 0; i < directory.count(); ++i)
+        m_records.append(directory.record(i));
+    return true;
+}
+
+bool cPackage::locate(const cZipRecord& record, Span* span, QString* error) const
+{
+    span->begin = record.localHeaderOffset;
+    if (span->begin + LocalSize > m_directoryOffset || m_directoryOffset > m_bytes.size())
+        return failWith(error, QStringLiteral("its local header does not lie before the directory"));
+    const auto* local = reinterpret_cast<const uchar*>(m_bytes.constData()) + span->begin;
+    const int nameLength = field16(local, LocalNameLength);
+    span->data = span->begin + LocalSize + nameLength + field16(local, LocalExtraLength);
+    span->end = span->data + record.compressedSize;
+    if (span->end > m_directoryOffset)
+        return failWith(error, QStringLiteral("its data do not lie before the directory"));
+    const char* name = m_bytes.constData() + span->begin + LocalSize;
+    *error = mismatch(record, local, QByteArray::fromRawData(name, nameLength));
+    return error->isEmpty();
+}
+
+bool cPackage::readContent(const cZipRecord& record, QByteArray* content, QString* error) const
+{
+    Span span;
+    if (!locate(record, &span, error))
+        return false;
+    // A view into the package; nothing is copied but what is stored.
+    const QByteArray data = QByteArray::fromRawData(m_bytes.constData() + span.data, int(record.compressedSize));
+    if (record.method == Stored)
+        *content = QByteArray(data.constData(), data.size());
+    else if (!Inflate::inflateRaw(data, record.uncompressedSize, content, error))
+        return false;
+    if (quint32(content->size()) == record.uncompressedSize)
+        return true;
+    return failWith(error, QStringLiteral("it has %1 bytes, where its record states %2")
+                               .arg(content->size())
+                               .arg(record.uncompressedSize));
+}
+
+bool cPackage::fail(const QString& reason)
+{
+    m_errorString = reason;
+    return false;
+}

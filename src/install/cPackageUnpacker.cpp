@@ -1,0 +1,55 @@
+#include "install/cPackageUnpacker.h"
+
+#include "install/UnpackedFlush.h"
+#include "install/cPackage.h"
+
+#include <QtCore/QByteArray>
+#include <QtCore/QFile>
+
+bool cPackageUnpacker::unpack(const cPackage& package)
+{
+    constexpr quint32 executableByAnyone = 0111;
+    QByteArray content;
+    QString error;
+    for (const cZipRecord& record : package.records()) {
+        if (!record.isListed())
+            continue;
+        const QString path = m_folder.absoluteFilePath(record.name);
+        if (!package.readContent(record, &content, &error))
+            return fail(path, error);
+        if (!makeFolderOf(path) || !write(path, content, record.unixMode() & executableByAnyone))
+            return false;
+    }
+    return true;
+}
+
+bool cPackageUnpacker::makeFolderOf(const QString& path)
+{
+    const QString parent = path.left(path.lastIndexOf(QLatin1Char('/')));
+    if (parent == m_lastParent)
+        return true;
+    if (!m_folder.mkpath(parent))
+        return fail(parent, QStringLiteral("the folder cannot be made"));
+    m_lastParent = parent;
+    return true;
+}
+
+bool cPackageUnpacker::write(const QString& path, const QByteArray& content, bool isExecutable)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Unbuffered) ||
+        file.write(content) != content.size())
+        return fail(path, file.errorString());
+    const QFile::Permissions execution = QFile::ExeOwner | QFile::ExeUser | QFile::ExeGroup | QFile::ExeOther;
+    if (isExecutable && !file.setPermissions(file.permissions() | execution))
+        return fail(path, file.errorString());
+    if (!flushUnpackedFile(file))
+        return fail(path, QStringLiteral("it cannot be flushed to the disk"));
+    return true;
+}
+
+bool cPackageUnpacker::fail(const QString& path, const QString& reason)
+{
+    m_errorString = QStringLiteral("%1 cannot be written: %2").arg(path, reason);
+    return false;
+}

@@ -1,0 +1,44 @@
+#pragma once
+
+#include "core/Settings.h"
+
+#include <QtCore/QString>
+#include <QtCore/QVariant>
+
+class cFeatureCatalogue;
+
+/**
+ * Name and version of the installed repository in the machine-wide settings, written so that they are on the disk, and
+ * put back when what comes after fails.
+ */
+class cRepositorySettings
+{
+public:
+    /// Takes the values as they are now.
+    cRepositorySettings();
+
+    /// What is to be stored once @p offered is installed. Without a feature taken from it, only a newer version of the
+    /// same repository counts; with one, no older version of the same repository does. What its root does not name
+    /// stays.
+    void setTarget(const cFeatureCatalogue& offered, bool isTaken);
+    void keepVersion() { m_newVersion = m_oldVersion; }
+    bool hasChange() const { return m_newName != m_oldName || m_newVersion != m_oldVersion; }
+    bool isWritable() const { return m_settings.isWritable(); }
+
+    /// Stores the target. False when the system refuses; the old values are then back.
+    [[nodiscard]] bool store();
+    /// Puts the old values back.
+    void restore();
+    /// Removes both values.
+    [[nodiscard]] bool remove();
+
+private:
+    bool write(const QVariant& name, const QVariant& version);
+    void set(const char* key, const QVariant& value);
+
+    cMachineSettings m_settings;
+    QVariant m_oldName; // invalid when there is none, as the other values
+    QVariant m_oldVersion;
+    QVariant m_newName;
+    QVariant m_newVersion;
+};

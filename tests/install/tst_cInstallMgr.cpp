@@ -1,0 +1,273 @@
+#include "config/cConfigurationMgr.h"
+#include "install/cInstallMgr.h"
+#include "plugins/cPluginMgr.h"
+
+#include <Norvale/Corvane.h>
+#include <Norvale/cLogCentral.h>
+#include <Rows.h>
+#include <SettingsSandbox.h>
+
+#include <QtCore/QProcess>
+
+/// Installing and uninstalling on a real disk, with packages made by tests/support/packages.py and command lines that
+/// write a journal. Cases are told in the words of that program: 'Core 1.0: A 1.0, B 1.2 !fault; Needed'.
+class tst_cInstallMgr : public QObject
+{
+    Q_OBJECT
+
+public slots:
+    void onStart(IInstallMgr::OPERATION operation, QString name, QString version)
+    {
+        const char* const names[] = {"start", "location", "extract", "install", "uninstall", "remove"};
+        m_signals << QString(names[operation]) + (name.isEmpty() ? "" : " " + name + " " + version);
+    }
+    void onProgress(int current, int total) { m_signals << QString("%1/%2").arg(current).arg(total); }
+    void onFinished() { m_signals << "."; }
+
+private slots:
+    void init()
+    {
+        m_root = m_sandbox.path() + "/" + QTest::currentTestFunction() + QTest::currentDataTag();
+        m_sandbox.setInstallDir(m_root + "/core");
+        qputenv("XDG_DATA_HOME", QFile::encodeName(m_root + "/data"));
+        qputenv("JOURNAL", QFile::encodeName(m_root + "/journal"));
+        for (const char* key : {"ConfigMgr/RepositoryName", "ConfigMgr/RepositoryVersion"})
+            m_sandbox.removeMachineValue(key);
+        QVERIFY(QDir().mkpath(m_root) && Corvane::initializeFolderOrFile());
+        m_manager.reset();
+        m_configuration.reset();
+        m_plugins.reset(new cPluginMgr);
+        m_configuration.reset(new cConfigurationMgr(*m_plugins));
+        m_manager.reset(new cInstallMgr(*m_configuration, *m_plugins));
+        m_manager->connectSlots(this, SLOT(onStart(IInstallMgr::OPERATION, QString, QString)),
+                                SLOT(onProgress(int, int)), SLOT(onFinished()));
+        m_signals.clear();
+        cLogCentral::setDebuggerOutput(true);
+        m_logged = cLogCentral::history().size();
+    }
+    void installs_data()
+    {
+        const Rows<QStringList, QStringList, QString, QString, QString, QString> row("before", "offered", "features",
+                                                                                     "commands", "left", "logged");
+        const QStringList one{"main 1.0", "Core 1.0: A 1.0, B 1.0"};
+        const QString done = "";
+        row("from nothing", {}, one, "1.00.000 Core 1.0: A 1.0, B 1.0", "install A 1.0, install B 1.0", done, "");
+        row("newer", one, {"main 1.1", "Core 1.1: A 1.1, B 1.0"}, "1.01.000 Core 1.1: A 1.1, B 1.0",
+            "uninstall A 1.0, install A 1.1", done, "");
+        row("older", one, {"main 0.9", "Core 0.9: A 0.9"}, "1.00.000 Core 1.0: A 1.0, B 1.0", "", done, "");
+        row("older from another repository", one, {"side 0.9", "Core 0.9: A 0.9"}, "0.09.000 Core 0.9: A 0.9",
+            "uninstall A 1.0, uninstall B 1.0, install A 0.9", done, "");
+        row("another feature", one, {"main 1.0", "More 1.0: C 1.0, A 1.0 !missing"},
+            "1.00.000 Core 1.0: A 1.0, B 1.0; More 1.0: C 1.0, A 1.0", "install C 1.0", done, "");
+        row("shared plugin stays", {"main 1.0", "Core 1.0: A 1.0", "More 1.0: A 1.0"}, {"main 2.0", "Core 2.0: B 1.0"},
+            "2.00.000 Core 2.0: B 1.0; More 1.0: A 1.0", "install B 1.0", done, "");
+        row("only the version", one, {"main 3.0", "Core 1.0: A 1.0"}, "3.00.000 Core 1.0: A 1.0, B 1.0", "", done, "");
+        row("source elsewhere", {}, {"main 1.0", "Core 1.0: A 1.0 !elsewhere"}, "1.00.000 Core 1.0: A 1.0",
+            "install A 1.0", "pool/A.bin", "");
+        row("no command lines", {}, {"main 1.0", "Core 1.0: A 1.0 !silent"}, "1.00.000 Core 1.0: A 1.0", "", done, "");
+        row("failing command line", {}, {"main 1.0", "Core 1.0: A 1.0 !failing-command, B 1.0"},
+            "1.00.000 Core 1.0: A 1.0, B 1.0", "install B 1.0", done,
+            "A-1.00.000 failed: false ended with exit code 1");
+        row("program that is not there", {}, {"main 1.0", "Core 1.0: A 1.0 !no-such-program, B 1.0"},
+            "1.00.000 Core 1.0: A 1.0, B 1.0", "install B 1.0", done, "none cannot be started");
+        row("core too old", one, {"main 2.0 1.1", "Core 2.0: A 2.0"}, "1.00.000 Core 1.0: A 1.0, B 1.0", "",
+            "A-2.00.000.zip, repository.xml", "it needs the core version 1.01.000; this is 1.00.000");
+        row("core just new enough", one, {"main 2.0 1.0", "Core 2.0: A 2.0"}, "2.00.000 Core 2.0: A 2.0",
+            "uninstall A 1.0, uninstall B 1.0, install A 2.0", done, "");
+
+        row("defective package", one, {"main 2.0", "Core 2.0: B 2.0, A 2.0 !damaged", "More 2.0: C 1.0"},
+            "1.00.000 Core 1.0: A 1.0, B 1.0; More 2.0: C 1.0", "install C 1.0", done,
+            "doc/read.me: the deflated data are");
+        row("wrong hash", one, {"main 2.0", "Core 2.0: A 2.0 !hash"}, "1.00.000 Core 1.0: A 1.0, B 1.0", "", done,
+            "its SHA-1 is ");
+        row("climbing out", one, {"main 2.0", "Core 2.0: A 2.0 !up"}, "1.00.000 Core 1.0: A 1.0, B 1.0", "", done,
+            "../x: ");
+        row("package missing", one, {"main 2.0", "Core 2.0: A 2.0 !missing, B 2.0", "More 1.0: C 1.0"},
+            "1.00.000 Core 1.0: A 1.0, B 1.0; More 1.0: C 1.0", "install C 1.0", done,
+            "its package A-2.00.000.zip is not there");
+        row("unsafe plugin name", one, {"main 2.0", "Core 2.0: ../plugins/A 1.0 !missing"},
+            "1.00.000 Core 1.0: A 1.0, B 1.0", "", done, "cannot name a folder");
+        row("would clash with what stays", {"main 1.0", "Core 1.0: A 1.0", "More 1.0: A 1.0, C 1.0"},
+            {"main 2.0", "Core 2.0: A 2.0", "More 2.0: A 2.0, C 2.0 !bad-xml"},
+            "1.00.000 Core 1.0: A 1.0; More 1.0: A 1.0, C 1.0", "", done,
+            "it has the plugin A-2.00.000, which another feature has in version 1.00.000");
+        row("depends on what is left out", {}, {"main 1.0", "Top 1.0: A 1.0; Base", "Base 1.0: B 1.0 !no-manifest"}, "",
+            "", done, "it depends on Base, which is left out");
+        row("plugin in two versions", {}, {"main 1.0", "Core 1.0: A 1.0, A 2.0"}, "", "", done, "in two versions");
+    }
+    void installs()
+    {
+        QFETCH(QStringList, before);
+        QFETCH(QStringList, offered);
+        QFETCH(QString, features);
+        QFETCH(QString, logged);
+        if (!before.isEmpty()) {
+            offer(before);
+            QVERIFY(m_manager->installDropbox() && m_manager->installDropbox());
+            QCOMPARE(leftInDropbox(), QString());
+        }
+        QFile::remove(m_root + "/journal");
+        offer(offered);
+        const bool isComplete = m_manager->installDropbox();
+        QCOMPARE(installed(), features);
+        QTEST(commands(), "commands");
+        QTEST(leftInDropbox(), "left");
+        QVERIFY2(said(logged), qPrintable(log().join('\n')));
+        QVERIFY(isComplete == (logged.isEmpty() || logged.contains("ended") || logged.contains("started")));
+        QVERIFY(isWhole() && m_signals.count(".") + m_signals.count("location") == startsOf(m_signals));
+        // Only what is worth it is tried again.
+        m_signals.clear();
+        QVERIFY(m_manager->installDropbox() == !QFile::exists(dropbox()));
+        QCOMPARE(installed(), features);
+    }
+    void announcesEveryStep()
+    {
+        offer({"main 1.0", "Core 1.0: Old 1.0"});
+        QVERIFY(m_manager->installDropbox());
+        m_signals.clear();
+        offer({"main 2.0", "Core 2.0: A 2.0, B 2.0 !silent"});
+        QVERIFY(m_manager->installDropbox() && m_manager->installDropbox());
+        QCOMPARE(
+            m_signals.join(", "),
+            QString("start, location, extract A 2.00.000, ., extract B 2.00.000, ., uninstall Old 1.00.000, ., 2/6, "
+                    "install A 2.00.000, ., 3/6, 4/6, remove Old 1.00.000, ., ., start, ."));
+        m_signals.clear();
+        QVERIFY(!m_manager->installFromLocation(m_root + "/none.xml", false) && said("none.xml is not installed"));
+        offer({"main 3.0"});
+        QFile::resize(dropbox(), 20);
+        QVERIFY(!m_manager->installDropbox() && said("repository.xml is not installed: line 1"));
+        QCOMPARE(m_signals.join(", "), QString("start, ., start, location, ."));
+        m_manager->connectSlots(this, nullptr, SLOT(none()), SLOT(onFinished()));
+        QCOMPARE(log().filter("is not connected").size(), 2);
+    }
+    void unpacksAsThePackageSays()
+    {
+        offer({"main 1.0", "Core 1.0: A 1.0"});
+        QVERIFY(m_manager->installDropbox());
+        const QDir folder(m_root + "/core/plugins/A-1.00.000");
+        QCOMPARE(read(folder.filePath("doc/read.me")), QByteArray("A 1.0\n").repeated(9));
+        QCOMPARE(read(folder.filePath("it.so")), QByteArray("library of A 1.0").repeated(40));
+        QVERIFY(QFileInfo(folder.filePath("it.so")).isExecutable());
+        QVERIFY(!QFileInfo(folder.filePath("doc/read.me")).isExecutable() && !folder.exists("empty"));
+    }
+    void installsTheBootstrapAgainAndAgain()
+    {
+        QVERIFY(!m_manager->installBootstrap() && said("Bootstrap/repository.xml is not installed: it does not exist"));
+        offer({"main 1.0", "Core 1.0: A 1.0"}, m_root + "/core/Bootstrap");
+        QVERIFY(m_manager->installBootstrap() && m_manager->installBootstrap());
+        QCOMPARE(m_configuration->available().name(), QString("main"));
+        QCOMPARE(QDir(m_root + "/core/Bootstrap").entryList(QDir::Files).join(' '),
+                 QString("A-1.00.000.zip repository.xml"));
+        offer({"main 2.0", "Core 2.0: A 2.0"});
+        QVERIFY(m_manager->installDropbox() && m_manager->installBootstrap());
+        QCOMPARE(installed(), QString("2.00.000 Core 2.0: A 2.0"));
+        // What has been lost comes back with the next version.
+        QVERIFY(QDir(m_root + "/core/plugins/A-2.00.000").removeRecursively());
+        offer({"main 2.1", "Core 2.1: A 2.0"});
+        QVERIFY(m_manager->installDropbox() && isWhole());
+    }
+    void uninstallsOnlyWhatItInstalled()
+    {
+        QVERIFY2(m_manager->uninstallPlugins(), "nothing is installed");
+        offer({"main 1.0", "Core 1.0: A 1.0, B 1.0"});
+        QVERIFY(m_manager->installDropbox());
+        const QString plugins = m_root + "/core/plugins", outside = m_root + "/outside";
+        QVERIFY(QDir().mkpath(outside) && QDir().mkpath(plugins + "/A-1.00.000/sub/deep"));
+        write(outside + "/kept", "kept");
+        QVERIFY(QFile::link(outside, plugins + "/A-1.00.000/sub/link") &&
+                QFile::link("/none", plugins + "/A-1.00.000/gone"));
+        QVERIFY(QDir(plugins + "/B-1.00.000").removeRecursively() && QFile::link(outside, plugins + "/B-1.00.000"));
+        QVERIFY(QDir().mkpath(plugins + "/Mine-1.00.000"));
+        QFile::setPermissions(plugins + "/A-1.00.000/sub/deep", QFile::ReadOwner);
+        m_signals.clear();
+        QVERIFY(m_manager->uninstallPlugins());
+        QCOMPARE(m_signals.join(", "), QString("uninstall A 1.00.000, ., remove A 1.00.000, ., remove B 1.00.000, ."));
+        QVERIFY(QFile::exists(outside + "/kept") && said("B-1.00.000 are not run"));
+        QCOMPARE(QDir(plugins).entryList(QDir::AllEntries | QDir::NoDotAndDotDot).join(' '), QString("Mine-1.00.000"));
+        QCOMPARE(installed(), QString());
+        QVERIFY(!QSettings(QSettings::SystemScope, "Varkel", "Pelmora").contains("ConfigMgr/RepositoryName"));
+        QVERIFY(QDir().rmdir(plugins + "/Mine-1.00.000") && m_manager->uninstallPlugins() &&
+                !QFile::exists(m_root + "/core"));
+    }
+
+private:
+    QString dropbox() const { return Corvane::velmiraFolderOrFile(Corvane::DropboxRepositoryFile); }
+    void offer(const QStringList& words, const QString& folder = QString())
+    {
+        const QString place = folder.isEmpty() ? QFileInfo(dropbox()).absolutePath() : folder;
+        QCOMPARE(QProcess::execute("python3", QStringList{PACKAGES_PY, "repository", place} + words), 0);
+    }
+    /// The stored version, and features with their plugins as in the words of the rows; empty when there are none.
+    QString installed() const
+    {
+        QStringList features;
+        for (const cFeatureInfo& feature : m_configuration->installedFeatures()) {
+            QStringList plugins;
+            for (const QString& plugin : feature.plugins)
+                plugins << plugin.section('-', 0, 0) + " " + brief(cVersion(plugin.section('-', 1)));
+            features << feature.name + " " + brief(feature.version) + ": " + plugins.join(", ");
+        }
+        return features.isEmpty() ? QString() : Corvane::currentVersion() + " " + features.join("; ");
+    }
+    static QString brief(const cVersion& v) { return QString("%1.%2").arg(v.major()).arg(v.minor()); }
+    /// What the command lines wrote: "install A 1.00.000".
+    QString commands() const
+    {
+        QString text = QString(read(m_root + "/journal")).trimmed().replace('\n', ", ");
+        return text.replace(".000", "").replace(".0", ".");
+    }
+    QString leftInDropbox() const
+    {
+        QStringList left;
+        QDirIterator files(QFileInfo(dropbox()).absolutePath(), QDir::Files, QDirIterator::Subdirectories);
+        while (files.hasNext())
+            left << files.next().section("/Dropbox/", 1);
+        left.sort();
+        return left.join(", ");
+    }
+    /// The plugins folder holds the folders that the features name, each with its manifest, and the features file.
+    bool isWhole() const
+    {
+        QStringList wanted, found = QDir(m_root + "/core/plugins").entryList(QDir::AllEntries | QDir::NoDotAndDotDot);
+        for (const cFeatureInfo& feature : m_configuration->installedFeatures())
+            wanted += feature.plugins;
+        wanted.removeDuplicates();
+        for (const QString& plugin : qAsConst(wanted)) {
+            if (!QFile::exists(m_root + "/core/plugins/" + plugin + "/Manifest.xml"))
+                return false;
+        }
+        wanted += wanted.isEmpty() ? QStringList() : QStringList{"features.xml"};
+        wanted.sort();
+        found.sort();
+        return wanted == found;
+    }
+    static int startsOf(const QStringList& names) { return names.size() - names.filter("/").size() - names.count("."); }
+    QStringList log() const
+    {
+        QStringList lines;
+        for (const cLogEntry& entry : cLogCentral::history().mid(m_logged)) {
+            if (entry.channel == "InstallMgr" && entry.level != debugInfo)
+                lines << entry.message;
+        }
+        return lines;
+    }
+    /// Exactly one line says @p part; nothing is said when that is empty.
+    bool said(const QString& part) const { return part.isEmpty() ? log().isEmpty() : log().filter(part).size() == 1; }
+    static QByteArray read(const QString& path) { return Corvane::FileReadAll(path, nullptr); }
+    static void write(const QString& path, const QByteArray& text)
+    {
+        QFile file(path);
+        QVERIFY(file.open(QFile::WriteOnly) && file.write(text) == text.size());
+    }
+
+    SettingsSandbox m_sandbox;
+    QScopedPointer<cPluginMgr> m_plugins;
+    QScopedPointer<cConfigurationMgr> m_configuration;
+    QScopedPointer<cInstallMgr> m_manager;
+    QString m_root;
+    QStringList m_signals;
+    int m_logged = 0;
+};
+
+QTEST_GUILESS_MAIN(tst_cInstallMgr)
+#include "tst_cInstallMgr.moc"

@@ -1,0 +1,114 @@
+#include "install/cPackageCheck.h"
+
+#include <Rows.h>
+#include <SettingsSandbox.h>
+
+#include <QtCore/QCryptographicHash>
+#include <QtCore/QProcess>
+
+/// Packages of all kinds of faults, made by tests/support/packages.py, and what is found in each.
+class tst_cPackageCheck : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void findsWhatIsWrong_data()
+    {
+        const Rows<QString> row("found");
+        row("right", "");
+        row("silent", "");
+        row("no-archive", "readable there is no end record");
+        row("cut-off", "readable there is no end record");
+        row("tail", "readable there is no end record");
+        row("no-manifest", "manifest it has no Manifest.xml");
+        row("small-letters", "manifest it has no Manifest.xml");
+        row("bad-xml", "manifest Manifest.xml: line 4, column ");
+        row("other-name", "identity Manifest.xml: it is the manifest of Other-1.02.003, where A-1.02.003");
+        row("other-version", "identity Manifest.xml: it is the manifest of A-9.09.009, where A-1.02.003");
+        row("unsafe-name", "identity Manifest.xml: \"../up\" cannot name a folder");
+        for (const char* name : {"absolute", "up", "up-inside", "backslash", "drive", "control", "device-name",
+                                 "empty-step", "no-name", "long", "deep"})
+            row(name, "entry-name");
+        row("case", "entry-clash MANIFEST.xml: its name differs from \"Manifest.xml\" only in");
+        row("folder-case", "entry-clash Doc/y: its name differs from \"doc\" only in");
+        row("twice", "entry-clash doc/read.me: its name stands twice");
+        row("file-and-folder", "entry-clash doc: \"doc\" is a file and a folder");
+        row("folder-in-file", "entry-clash it.so/x: \"it.so\" is a file and a folder");
+        row("link", "entry-type l: it is neither a file nor a folder");
+        row("device", "entry-type d: it is neither a file nor a folder");
+        row("full-folder", "entry-type full/: it is a folder with contents");
+        row("folder-by-mode", "entry-type f: it is neither a file nor a folder");
+        row("encrypted", "entry-type e: it is encrypted");
+        row("method", "entry-type m: it is neither stored nor deflated");
+        row("stored-sizes", "entry-type s: it is neither stored nor deflated");
+        row("descriptor", "entry-record d: its sizes stand behind its data");
+        row("local-name", "entry-record n: its local header names \"other\"");
+        row("local-size", "entry-record n: its local header has another compressed size");
+        row("overlap", "entry-record in: it overlaps with \"outer\"");
+        row("outside", "entry-record o: its local header does not lie before the directory");
+        row("too-long-data", "entry-record o: its data do not lie before the directory");
+        row("damaged", "entry-content doc/read.me: ");
+        row("too-small", "entry-content t: the data inflate to more than 5 bytes");
+        row("too-large", "entry-content t: it has 10 bytes, where its record states 50");
+        row("bomb", "size bomb: it unpacks to more than 200 times its size");
+        row("sum", "size it unpacks to 2");
+    }
+    void findsWhatIsWrong()
+    {
+        QFETCH(QString, found);
+        const QString fault = QTest::currentDataTag();
+        const QString path = make(fault);
+        if (fault == "sum")
+            m_sandbox.setMachineValue("InstallMgr/MaxUnpackedSize", 2399999);
+        cPackageCheck check;
+        m_sandbox.removeMachineValue("InstallMgr/MaxUnpackedSize");
+        check.expectIdentity("A", cVersion("1.2.3"));
+        QCOMPARE(check.checkFile(path), found.isEmpty());
+        const QString first = check.findings().isEmpty() ? QString()
+                                                         : cPackageFinding::ruleName(check.findings().first().rule) +
+                                                               ' ' + check.findings().first().toString();
+        QVERIFY2(found.isEmpty() ? first.isEmpty() : first.startsWith(found), qPrintable(first));
+    }
+    void holdsTheHash()
+    {
+        QFile file(make("right"));
+        QVERIFY(file.open(QFile::ReadOnly));
+        const QByteArray bytes = file.readAll();
+        cPackageCheck check;
+        check.expectHash(QCryptographicHash::hash(bytes, QCryptographicHash::Sha1));
+        QVERIFY(check.check(bytes) && check.name() == "A" && check.version() == cVersion("1.2.3"));
+        check.expectHash("another");
+        QVERIFY(!check.check(bytes) && check.findings().first().rule == cPackageFinding::Hash);
+        QVERIFY(!check.checkFile(m_sandbox.path() + "/none") && check.isUnread());
+    }
+    void survivesAnyDamage()
+    {
+        // Each byte of the directory and of the local headers in turn; what is found is as it may be, but found fast.
+        QFile file(make("right"));
+        QVERIFY(file.open(QFile::ReadOnly));
+        const QByteArray bytes = file.readAll();
+        cPackageCheck check;
+        int refused = 0;
+        for (int i = 0; i < bytes.size(); ++i) {
+            QByteArray damaged = bytes;
+            damaged[i] = char(~damaged.at(i));
+            refused += !check.check(damaged);
+            refused += !check.check(bytes.left(i));
+        }
+        QVERIFY(refused > bytes.size());
+    }
+
+private:
+    QString make(const QString& fault) const
+    {
+        const QString path = m_sandbox.path() + "/package.zip";
+        if (QProcess::execute("python3", {PACKAGES_PY, "package", path, "A", "1.2.3", fault}) != 0)
+            qFatal("packages.py failed");
+        return path;
+    }
+
+    SettingsSandbox m_sandbox;
+};
+
+QTEST_GUILESS_MAIN(tst_cPackageCheck)
+#include "tst_cPackageCheck.moc"
