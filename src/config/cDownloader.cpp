@@ -15,6 +15,9 @@ namespace {
 /// Upper bound of one step of the wait, in milliseconds.
 constexpr int WaitStep = 100;
 
+/// What may lie between the network and a device that is slower, in bytes.
+constexpr qint64 ReadBuffer = 256 * 1024;
+
 /// What a byte array can hold, and with it a transfer into memory.
 constexpr qint64 MemoryLimit = 0x7fffffff - 64;
 
@@ -165,8 +168,10 @@ void cDownloader::fetch(const QUrl& url)
 void cDownloader::connectReply()
 {
     connect(m_reply, &QNetworkReply::downloadProgress, this, &cDownloader::onProgress);
-    if (m_target == Device)
+    if (m_target == Device) {
+        m_reply->setReadBufferSize(ReadBuffer);
         connect(m_reply, &QNetworkReply::readyRead, this, &cDownloader::onReadyRead);
+    }
     connect(m_reply, &QNetworkReply::metaDataChanged, this, [this] { noteArrival(); });
     connect(m_reply, &QNetworkReply::redirected, this, [this] { m_silence.restart(); });
     connect(m_reply, &QNetworkReply::readyRead, this, [this] { noteArrival(); });

@@ -90,6 +90,33 @@ private slots:
         QVERIFY(error == QNetworkReply::OperationCanceledError ? device.size() <= 1000000 : device.data() == received);
         QVERIFY(error != 0 || downloader.digestResult() == sha1(received));
     }
+    void passesOnWhatIsLarge_data()
+    {
+        // Much more than what may lie between the network and the device.
+        const Rows<QString, bool> row("faults", "isSecure");
+        row("plain", "", false);
+        row("in chunks", "~chunked/", false);
+        row("of unknown length", "~unsized/", false);
+        row("over HTTPS", "", true);
+    }
+    void passesOnWhatIsLarge()
+    {
+        QFETCH(QString, faults);
+        QFETCH(bool, isSecure);
+        const QByteArray whole = Text + QByteArray(3000000, '\0');
+        QBuffer device;
+        QVERIFY(device.open(QIODevice::WriteOnly));
+        cDownloader downloader;
+        trust(downloader);
+        QStringList progress;
+        connect(&downloader, &cDownloader::progress, &downloader,
+                [&](qint64 got, qint64 total) { progress << QString("%1/%2").arg(got).arg(total); });
+        const QUrl url = (isSecure ? m_secureSite : m_site).url("a", faults + "~fill=3000000");
+        QVERIFY(downloader.download(url, &device) && downloader.error() == 0);
+        QVERIFY(device.data() == whole && downloader.digestResult() == sha1(whole) && downloader.data().isEmpty());
+        // The reply's own progress, then that of what was left.
+        QVERIFY(progress.contains("3000011/3000011") && progress.last() == "0/0");
+    }
     void survivesACutAtAnyByte()
     {
         // "HTTP/1.1 200 OK", the length, an empty line and the body.
@@ -232,8 +259,7 @@ private slots:
         QFETCH(bool, isTrusted);
         cDownloader downloader;
         if (isTrusted)
-            connect(downloader.findChild<QNetworkAccessManager*>(), &QNetworkAccessManager::sslErrors, this,
-                    [](QNetworkReply* reply) { reply->ignoreSslErrors(); });
+            trust(downloader);
         const QString target = (isToHttp ? m_site : m_secureSite).url().toString(QUrl::StripTrailingSlash);
         m_site.takeRequests();
         (void)downloader.download(m_secureSite.url("a", "~redirect=" + QUrl::toPercentEncoding(target)));
@@ -242,6 +268,12 @@ private slots:
     }
 
 private:
+    static void trust(cDownloader& downloader)
+    {
+        connect(downloader.findChild<QNetworkAccessManager*>(), &QNetworkAccessManager::sslErrors, &downloader,
+                [](QNetworkReply* reply) { reply->ignoreSslErrors(); });
+    }
+
     void apply(Event event, cDownloader* downloader, QBuffer* device)
     {
         switch (event) {
