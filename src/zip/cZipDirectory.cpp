@@ -62,6 +62,7 @@ bool cZipDirectory::read(QIODevice* device)
 bool cZipDirectory::read(cZipReader& reader)
 {
     *this = cZipDirectory();
+    reader.reset();
     if (!reader.isReadable())
         return fail(QStringLiteral("there is no device that is open and can seek"));
     uchar end[EndSize];
@@ -93,7 +94,6 @@ bool cZipDirectory::findEnd(cZipReader& reader, qint64 last, int longestComment,
         const uchar* candidate = bytesOf(tail) + longestComment - comment;
         if (field32(candidate, 0) == EndSignature && field16(candidate, EndCommentLength) == comment) {
             std::memcpy(end, candidate, EndSize);
-            m_endPosition = last - comment;
             return true;
         }
     }

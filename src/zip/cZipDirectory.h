@@ -25,7 +25,7 @@ struct cZipRecord
     quint32 recordLength = 0;  ///< With name, extra field and comment.
     bool hasSignature = false; ///< Whether the record starts as one should. The archive reader does not ask for it.
 
-    enum { IsEncrypted = 0x1, HasDataDescriptor = 0x8, HasUtf8Name = 0x800 }; ///< Bits of the flags.
+    enum { IsEncrypted = 0x1, HasDataDescriptor = 0x8 }; ///< Bits of the flags.
 
     /// Whether the archive reader takes it: deflated, or stored with two equal sizes.
     bool isAcceptable() const;
@@ -60,8 +60,6 @@ public:
     /// The memory that the raw records lie in.
     const QVector<QByteArray>& blocks() const { return m_blocks; }
 
-    /// Where the end record stands in the device; -1 when there is none.
-    qint64 endPosition() const { return m_endPosition; }
     /// Where the end record says the central directory begins.
     quint32 directoryOffset() const { return m_directoryOffset; }
 
@@ -78,6 +76,5 @@ private:
     QVector<const uchar*> m_records;
     QVector<QByteArray> m_blocks;
     QString m_error;
-    qint64 m_endPosition = -1;
     quint32 m_directoryOffset = 0;
 };

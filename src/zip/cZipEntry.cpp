@@ -60,5 +60,5 @@ QByteArray cZipEntry::content() const
     cZipLocalFile file;
     if (!readLocalFile(file, m_block->reader(), m_record))
         return QByteArray();
-    return Inflate::inflateEntry(file.data(), file.dataSize(), field32(m_record, CentralUncompressedSize));
+    return Inflate::inflateEntry(file.data(), file.size(), field32(m_record, CentralUncompressedSize));
 }

@@ -16,9 +16,17 @@ bool cZipReader::isReadable() const
     return m_device && m_device->isReadable() && !m_device->isSequential();
 }
 
-qint64 cZipReader::size() const
+qint64 cZipReader::size()
 {
-    return isReadable() ? m_device->size() : 0;
+    if (m_size < 0 || m_use == Shared)
+        m_size = isReadable() ? m_device->size() : 0;
+    return m_size;
+}
+
+void cZipReader::reset()
+{
+    m_window.clear();
+    m_size = -1;
 }
 
 cZipReader::View cZipReader::view(qint64 position, int size)
@@ -47,16 +55,16 @@ QByteArray cZipReader::bytes(qint64 position, qint64 size)
     return result;
 }
 
-int cZipReader::readAt(qint64 position, char* to, int size)
+int cZipReader::readAt(qint64 position, char* to, int count)
 {
-    if (!isReadable() || (m_device->isWritable() && position > m_device->size()) || !m_device->seek(position))
+    if (!isReadable() || position > size() || !m_device->seek(position))
         return 0;
     int done = 0;
-    while (done < size) {
-        const qint64 count = m_device->read(to + done, size - done);
-        if (count <= 0)
+    while (done < count) {
+        const qint64 read = m_device->read(to + done, count - done);
+        if (read <= 0)
             break;
-        done += int(count);
+        done += int(read);
     }
     return done;
 }

@@ -14,7 +14,7 @@ public:
 
     enum Use {
         Shared, ///< Others may change the device, so that it is read anew each time.
-        Own     ///< What was read once stays true: files that follow each other come from one read.
+        Own     ///< What was read once stays true until reset(): files that follow each other come from one read.
     };
 
     /// @param device may be null; it must be open, and able to seek, for anything to be read.
@@ -22,7 +22,9 @@ public:
 
     QIODevice* device() const { return m_device; }
     bool isReadable() const;
-    qint64 size() const;
+    qint64 size();
+    /// Forgets what was read.
+    void reset();
 
     /// Bytes in memory of the reader; valid until it reads again.
     struct View
@@ -38,11 +40,12 @@ public:
     QByteArray bytes(qint64 position, qint64 size);
 
 private:
-    int readAt(qint64 position, char* to, int size);
+    int readAt(qint64 position, char* to, int count);
     int windowSize(qint64 position) const;
 
     QIODevice* m_device;
     Use m_use;
     QByteArray m_window; ///< What was read for the last view.
     qint64 m_windowPosition = 0;
+    qint64 m_size = -1; ///< Of an own device, once it was asked for.
 };

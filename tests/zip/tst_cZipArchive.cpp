@@ -1,0 +1,220 @@
+#include "ZipBuilder.h"
+
+#include "zip/cZipDirectory.h"
+
+#include <Norvale/cZipArchive.h>
+#include <Norvale/cZipEntry.h>
+
+#include <Rows.h>
+
+#include <QtCore/QBuffer>
+#include <QtCore/QFile>
+#include <QtCore/QPointer>
+#include <QtCore/QTemporaryDir>
+
+/// The listed files, each with its sizes.
+static QString listOf(const cZipArchive& archive)
+{
+    QStringList list;
+    const auto entries = archive.entries();
+    for (const QSharedPointer<cZipEntry>& entry : entries)
+        list += QString("%1 %2/%3").arg(entry->name()).arg(entry->compressedSize()).arg(entry->uncompressedSize());
+    return list.join(", ");
+}
+
+/// A device that gives one byte at a time, and that can be told not to seek.
+class SlowDevice : public QIODevice
+{
+public:
+    SlowDevice(const QByteArray& bytes, bool isPipe) : m_bytes(bytes), m_isPipe(isPipe)
+    {
+        open(QIODevice::ReadOnly | QIODevice::Unbuffered);
+    }
+    bool isSequential() const override { return m_isPipe; }
+    qint64 size() const override { return m_bytes.size(); }
+
+protected:
+    qint64 readData(char* to, qint64 size) override
+    {
+        const QByteArray byte = m_bytes.mid(int(pos()), int(qMin<qint64>(size, 1)));
+        std::copy(byte.begin(), byte.end(), to);
+        return byte.size();
+    }
+    qint64 writeData(const char*, qint64) override { return -1; }
+
+private:
+    QByteArray m_bytes;
+    bool m_isPipe;
+};
+
+/// The list of files: the end record, the central directory, and the devices that they are read from.
+class tst_cZipArchive : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void lists_data()
+    {
+        const Rows<QByteArray, bool, QString> row("bytes", "isParsed", "list");
+        const ZipFile a = deflated("a.txt", "aaaaaaaaaaaaaaaa");
+        const ZipFile b = stored("dir/b", "bb");
+        const QByteArray empty = buildZip({});
+        const QByteArray cut = buildZip({{"c", "cc", 2, 0, -1, -1, -1, 0, 0xffff}}, {"!"});
+        const QByteArray rest = cut.mid(39 + 46); // what is there of the name
+        row("no bytes", "", false, "");
+        row("an empty archive and nothing else", empty, false, "");
+        row("an empty archive after a byte", "x" + empty, true, "");
+        row("the end record at the first byte", buildZip({}, {"comment"}), false, "");
+        row("two files", buildZip({a, b}), true, "a.txt 5/16, dir/b 2/2");
+        row("folders and empty files", buildZip({stored("docs/", ""), a, stored("a", ""), deflated("e", "")}), true,
+            "a.txt 5/16");
+        row("a folder with contents", buildZip({stored("docs/", "x"), b}), true, "dir/b 2/2");
+        row("no stated contents", buildZip({{"z", deflate("zz"), 0}, b}), true, "dir/b 2/2");
+        row("a comment", buildZip({b}, {"hello"}), true, "dir/b 2/2");
+        row("the longest comment", buildZip({b}, {QByteArray(0xffff, 'c')}), true, "dir/b 2/2");
+        row("a byte more than the longest comment", buildZip({b}, {QByteArray(0x10000, 'c')}), false, "");
+        row("bytes behind the comment", buildZip({b}, {"hello"}) + "x", false, "");
+        row("a comment shorter than stated", buildZip({b}, {"hello", -1, -1, 6}), false, "");
+        row("an end record in the comment", "x" + buildZip({b}, {empty}), true, "");
+        row("the beginning of one in the comment", buildZip({b}, {"PK\5\6" + QByteArray(20, 'c')}), true, "dir/b 2/2");
+        row("fewer files stated", buildZip({a, b}, {"", 1}), true, "a.txt 5/16");
+        row("more files stated", buildZip({a, b}, {"", 3}), false, "a.txt 5/16, dir/b 2/2");
+        row("no files stated", buildZip({a, b}, {"", 0}), true, "");
+        row("a directory behind the end", buildZip({a}, {"", -1, 0xffffffff}), false, "");
+        row("another method", buildZip({a, {"c", "cc", 2, 12}, b}), false, "a.txt 5/16");
+        row("stored with two sizes", buildZip({a, {"c", "cc", 3, 0}, b}), false, "a.txt 5/16");
+        row("a wrong signature", buildZip({{"c", "cc", 2, 0, -1, -1, -1, 0}}), true, "c 2/2");
+        row("a name beyond the archive", cut, true, QString::fromLatin1(rest.constData(), rest.size()) + " 2/2");
+        row("Latin-1 and null bytes", buildZip({stored(QByteArray("\xfc\0\xdf", 3), "x")}), true,
+            QString::fromLatin1("\xfc\0\xdf", 3) + " 1/1");
+        row("sizes above 2 GB", buildZip({{"c", "cc", 3000000000u, 8, 4000000000}}), true, "c -294967296/-1294967296");
+    }
+    void lists()
+    {
+        QFETCH(QByteArray, bytes);
+        QFETCH(bool, isParsed);
+        SlowDevice slow(bytes, false);
+        cZipArchive archive;
+        QCOMPARE(archive.setArchive(&slow), isParsed);
+        QTEST(listOf(archive), "list");
+        QTEST(listOf(cZipArchive(bytes)), "list");
+    }
+
+    void readsOtherPrograms_data()
+    {
+        const Rows<QString, QString> row("file", "list");
+        const QString umlaut = QString::fromLatin1(QString::fromUtf8("Größe.txt").toUtf8());
+        row("Info-ZIP", "infozip", "logo.bin=, " + umlaut + "=21, Manifest.xml=246, docs/readme.txt=280, link.txt=");
+        row("Info-ZIP, streamed", "infozip-streamed", "Manifest.xml=, docs/readme.txt=");
+        row("7-Zip", "7zip", umlaut + "=21, Manifest.xml=246, docs/readme.txt=280, logo.bin=");
+        row("Python", "python", "Manifest.xml=246, docs/readme.txt=280, logo.bin=, " + umlaut + "=21");
+        row("libzip", "libzip", "Manifest.xml=246, docs/readme.txt=280, logo.bin=, " + umlaut + "=21");
+    }
+    void readsOtherPrograms()
+    {
+        QFETCH(QString, file);
+        const cZipArchive archive(QString(ZIP_DATA "/%1.zip").arg(file));
+        QStringList list;
+        const auto entries = archive.entries();
+        for (const QSharedPointer<cZipEntry>& entry : entries) {
+            const QByteArray content = entry->content();
+            list += entry->name() + "=" + (content.isEmpty() ? QString() : QString::number(content.size()));
+        }
+        QTEST(list.join(", "), "list");
+        const auto readme = archive.entry("docs/readme.txt");
+        QVERIFY(file.endsWith("streamed") || readme->content() == QByteArray("How to print.\n").repeated(20));
+        const auto logo = archive.entry("logo.bin");
+        QVERIFY(file.endsWith("streamed") || logo->compressedContent().size() == 64);
+    }
+
+    void keepsAllRecordsForChecks()
+    {
+        QFile file(ZIP_DATA "/infozip.zip");
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        cZipDirectory directory;
+        QVERIFY2(directory.read(&file), qPrintable(directory.errorString()));
+        QStringList list;
+        for (int i = 0; i < directory.count(); ++i) {
+            const cZipRecord record = directory.record(i);
+            list += record.name + QString(" %1").arg(record.unixMode(), 0, 8) + (record.isListed() ? "" : " unlisted");
+            QVERIFY(record.hasSignature && record.isAcceptable() && record.flags == 0 && record.crc != 1);
+            if (record.name != "link.txt")
+                QCOMPARE(record.modificationTime(), QDateTime(QDate(2021, 3, 14), QTime(15, 9, 26)));
+        }
+        QCOMPARE(list.mid(2), QStringList({"empty.txt 100644 unlisted", "Manifest.xml 100644", "docs/ 40755 unlisted",
+                                           "docs/readme.txt 100644", "link.txt 120777"}));
+        QVERIFY(!directory.read(nullptr) && directory.count() == 0 && !directory.errorString().isEmpty());
+    }
+
+    void findsByName()
+    {
+        QList<ZipFile> files{stored("same", "1"), stored("Same", "2"), stored("same", "3")};
+        for (int i = 0; i < 300; ++i)
+            files.prepend(stored("n" + QByteArray::number(i * 7919 % 300), QByteArray::number(i)));
+        cZipArchive archive(buildZip(files));
+        for (int round = 0; round < 2; ++round) {
+            QHash<QString, QSharedPointer<cZipEntry>> firsts;
+            const auto entries = archive.entries();
+            for (const QSharedPointer<cZipEntry>& entry : entries)
+                firsts.insert(entry->name(), firsts.value(entry->name(), entry));
+            for (auto it = firsts.cbegin(); it != firsts.cend(); ++it)
+                QCOMPARE(archive.entry(it.key()), it.value());
+            for (const QString& name :
+                 {QString(), QString("SAME"), QString("n"), QString("n300"), QString(QChar(0x173))})
+                QVERIFY(!archive.entry(name));
+            QCOMPARE(archive.entry("same")->compressedContent(), QByteArray("1"));
+            QCOMPARE(archive.uncompressedSize(), 793 * (round + 1));
+            QVERIFY(archive.parse() && archive.entries().size() == 303 * (round + 2)); // appends
+        }
+    }
+
+    void ownsWhatItMade()
+    {
+        const QTemporaryDir folder;
+        QByteArray bytes = buildZip({stored("a", "1")});
+        QFile file(folder.filePath("a.zip"));
+        QVERIFY(file.open(QIODevice::ReadWrite) && file.write(bytes) && file.flush());
+        QBuffer buffer(&bytes);
+        QVERIFY(buffer.open(QIODevice::ReadWrite));
+
+        cZipArchive archive(file.fileName());
+        QCOMPARE(listOf(archive), QString("a 1/1"));
+        QVERIFY(archive.qt_metacast("cZipArchive") && !archive.parent());
+        const auto entry = archive.entries().constFirst();
+        QVERIFY(archive.setArchive(&buffer) && listOf(archive) == "a 1/1");
+        QCOMPARE(entry->compressedContent(), QByteArray("1")); // from the device that the archive has now
+        bytes.replace("1PK", "2PK");
+        QCOMPARE(archive.entry("a")->compressedContent(), QByteArray("2")); // a device of others is read anew
+        QVERIFY(!archive.setArchive(bytes) && archive.entries().isEmpty() && !archive.parse());
+        QVERIFY(!archive.setArchive(nullptr) && !archive.parse() && entry->compressedContent().isEmpty());
+        QVERIFY(buffer.isOpen() && !cZipArchive().parse() && !cZipArchive(folder.filePath("none")).parse());
+    }
+
+    void leavesHostileDevicesAlone()
+    {
+        QByteArray bytes = buildZip({{"a", "1", 1, 0, -1, -1, 0xfffffff0}}, {"", 1});
+        QBuffer growing(&bytes);
+        QVERIFY(growing.open(QIODevice::ReadWrite));
+        cZipArchive archive(&growing);
+        const int size = bytes.size();
+        QVERIFY(archive.entry("a")->compressedContent().isEmpty() && archive.entry("a")->content().isEmpty());
+        QCOMPARE(bytes.size(), size);
+        SlowDevice pipe(bytes, true);
+        QVERIFY(!archive.setArchive(&pipe) && archive.entries().isEmpty());
+    }
+
+    void entriesOutliveTheirArchive()
+    {
+        QScopedPointer<cZipArchive> archive(new cZipArchive(buildZip({deflated("name", "content")})));
+        const auto entry = archive->entry("name");
+        const cZipEntry empty(archive.data()); // its local header is the first
+        QCOMPARE(entry->content() + empty.content(), QByteArray("contentcontent"));
+        QVERIFY(empty.name().isEmpty() && empty.compressedSize() == 0 && empty.uncompressedSize() == 0);
+        archive.reset();
+        QCOMPARE(entry->name() + QString::number(entry->uncompressedSize()), QString("name7"));
+        QVERIFY(entry->content().isEmpty() && entry->compressedContent().isEmpty() && empty.content().isEmpty());
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_cZipArchive)
+#include "tst_cZipArchive.moc"
