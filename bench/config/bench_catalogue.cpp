@@ -1,5 +1,7 @@
 // Reading a catalogue document, from its bytes to records and index and their release, in three sizes.
 
+#include "SampleRepository.h"
+
 #include "config/cCatalogueReader.h"
 #include "config/cFeatureCatalogue.h"
 
@@ -10,33 +12,12 @@
 
 namespace {
 
-/// @p count features of three plugins each, as a repository description has them.
-QByteArray makeDocument(int count)
-{
-    QByteArray xml = "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n<repository name=\"main\" version=\"3.12.004\">\n";
-    for (int i = 0; i < count; ++i) {
-        const QByteArray number = QByteArray::number(i);
-        xml += "  <feature name=\"Feature" + number + "\" version=\"1.2." + QByteArray::number(i % 900) +
-               "\" active=\"true\">\n    <displayname lang=\"en-us\">Feature number " + number +
-               "</displayname>\n    <displayname lang=\"de\">Merkmal Nummer " + number +
-               "</displayname>\n    <dependencies><feature name=\"Feature" + QByteArray::number(i / 2) +
-               "\"/></dependencies>\n    <plugins>\n";
-        for (const char* suffix : {"Core", "View", "Tools"}) {
-            xml += "      <plugin name=\"Plugin" + number + suffix +
-                   "\" version=\"1.2.3\" size=\"123456\"><source>Plugin" + number + suffix + "-1.02.003.zip</source>" +
-                   "<hash method=\"sha1\">da39a3ee5e6b4b0d3255bfef95601890afd80709</hash></plugin>\n";
-        }
-        xml += "    </plugins>\n  </feature>\n";
-    }
-    return xml + "</repository>\n";
-}
-
 /// The documents live until the end of the run, so that no size pays for the release of another.
 const QByteArray& document(int count)
 {
     static QHash<int, QByteArray> documents;
     if (!documents.contains(count))
-        documents.insert(count, makeDocument(count));
+        documents.insert(count, sampleRepository(count));
     return documents[count];
 }
 
