@@ -132,8 +132,6 @@ ExitCode cHostRun::initialise()
 // set of plugins is installed afterwards, so the suite starts.
 void cHostRun::installWaiting()
 {
-    if (!QFile::exists(Corvane::velmiraFolderOrFile(Corvane::DropboxRepositoryFile)))
-        return;
     cChangeLock lock;
     if (lock.takeForFetching() != ExitCode::Ok) {
         Terminal::reason(QStringLiteral("what waits to be installed has to wait for the next start"));
