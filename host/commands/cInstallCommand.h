@@ -2,7 +2,7 @@
 
 #include "commands/cInstallingCommand.h"
 
-/// Installs what a repository description on the local disk lists.
+/// Installs what a repository description on the local disk lists, or a package on its own.
 class cInstallCommand : public cInstallingCommand
 {
 public:
@@ -10,4 +10,7 @@ public:
 
 protected:
     ExitCode work(const QCommandLineParser& line) override;
+
+private:
+    static ExitCode installPackage(const QString& path);
 };
