@@ -117,6 +117,22 @@ private slots:
         QTEST(call({"Greeter", "greet", ""}), "stranger");
     }
 
+    void releaseTwoSaysGoodbye_data()
+    {
+        const Rows<QString, QString, QString> row("locale", "greeting", "goodbye");
+        row("untranslated", "", "Welcome, Zoë! Please take a seat.", "Goodbye, Zoë!");
+        row("translated", "de_DE", "Willkommen, Zoë! Bitte nehmen Sie Platz.", "Auf Wiedersehen, Zoë!");
+    }
+    void releaseTwoSaysGoodbye()
+    {
+        QFETCH(QString, locale);
+        setLocale(locale);
+        m_fixture.useSuite(EXAMPLE_SUITE "-2");
+        serve();
+        QTEST(call({"Greeter", "greet", "Zoë"}), "greeting");
+        QTEST(call({"Farewell", "sayGoodbye"}), "goodbye");
+    }
+
     void answersMessages_data();
     void answersMessages()
     {
