@@ -20,6 +20,8 @@ void cProgressBar::onProgress(const QString& label, qint64 done, qint64 total)
     constexpr qint64 Interval = 100; // milliseconds; more often nobody sees
     const qint64 now = m_clock.elapsed();
     m_line.update(label, done, total, now);
+    if (!m_line.isWorthShowing())
+        return;
     const int columns = Terminal::columns();
     if (columns <= 0) {
         const QString step = m_line.step();

@@ -28,31 +28,32 @@ void cProgressLine::update(const QString& label, qint64 done, qint64 total, qint
     m_rate.note(done, time);
 }
 
+bool cProgressLine::isWorthShowing() const
+{
+    constexpr qint64 Smallest = 64 * 1024;
+    return qMax(m_done, m_total) >= Smallest;
+}
+
 QString cProgressLine::bar(int columns) const
 {
     constexpr int Narrowest = 10;
     constexpr int Widest = 40;
-    QStringList parts;
-    if (m_total > 0)
-        parts.append(QStringLiteral("%1 %").arg(percent(m_done, m_total), 3));
-    parts.append(sizes());
-    if (const qint64 rate = m_rate.bytesPerSecond())
-        parts.append(sizeText(rate) + QStringLiteral("/s"));
-    if (!timeLeft().isEmpty())
-        parts.append(timeLeft());
     const QString label = Terminal::printable(m_label);
-    const QString text = parts.join(QStringLiteral("  "));
+    const QString text = figures();
     const int room = columns - 1 - label.size() - text.size() - 6; // brackets and blanks; the last column would wrap
-    if (m_total <= 0 || room < Narrowest)
-        return QStringLiteral("%1  %2").arg(label, text).left(qMax(0, columns - 1));
-    return QStringLiteral("%1  %2  %3").arg(label, barText(m_done, m_total, qMin(room, Widest)), text);
+    QString line = m_total <= 0 || room < Narrowest
+                       ? QStringLiteral("%1  %2").arg(label, text)
+                       : QStringLiteral("%1  %2  %3").arg(label, barText(m_done, m_total, qMin(room, Widest)), text);
+    line.truncate(qMax(0, columns - 1));
+    while (line.endsWith(QLatin1Char(' ')))
+        line.chop(1);
+    return line;
 }
 
 QString cProgressLine::step()
 {
-    constexpr qint64 Smallest = 64 * 1024; // less is there before anybody has read of it
     constexpr qint64 FirstUnknown = 1024 * 1024;
-    if (m_done < m_nextStep || m_done <= 0 || qMax(m_done, m_total) < Smallest)
+    if (m_done < m_nextStep || m_done <= 0)
         return QString();
     if (m_total <= 0) {
         m_nextStep = qMax(FirstUnknown, 2 * m_done);
@@ -86,6 +87,15 @@ QString cProgressLine::barText(qint64 done, qint64 total, int width)
     const int filled = total > 0 ? int(double(qBound<qint64>(0, done, total)) / double(total) * width) : 0;
     return QLatin1Char('[') + QString(filled, QLatin1Char('#')) + QString(width - filled, QLatin1Char('-')) +
            QLatin1Char(']');
+}
+
+// Each figure has its place, whether it is there or not, so that the bar keeps its width.
+QString cProgressLine::figures() const
+{
+    const qint64 rate = m_rate.bytesPerSecond();
+    const QString share = m_total > 0 ? QStringLiteral("%1 %  ").arg(percent(m_done, m_total), 3) : QString();
+    const QString speed = rate > 0 ? sizeText(rate) + QStringLiteral("/s") : QString();
+    return share + QStringLiteral("%1  %2  %3").arg(sizes(), -18).arg(speed, -9).arg(timeLeft(), -10);
 }
 
 QString cProgressLine::sizes() const

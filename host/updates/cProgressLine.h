@@ -11,6 +11,9 @@ public:
     /// Takes in that @p done bytes of @p total (0 or less: nobody knows) have arrived at @p time (milliseconds).
     void update(const QString& label, qint64 done, qint64 total, qint64 time);
 
+    /// False for what is so small that it is there before anybody has read of it.
+    bool isWorthShowing() const;
+
     bool isComplete() const { return m_total > 0 && m_done >= m_total; }
 
     /// The line for a terminal of so many columns; what does not fit is left out, from the end.
@@ -18,7 +21,7 @@ public:
 
     /**
      * The line for where nothing can be drawn over: something at each tenth of the whole, and where the whole is not
-     * known, at each doubling. Empty when it is not yet time for the next one, and always for what is small.
+     * known, at each doubling. Empty when it is not yet time for the next one.
      */
     QString step();
 
@@ -29,6 +32,7 @@ public:
     static QString barText(qint64 done, qint64 total, int width);
 
 private:
+    QString figures() const;
     QString sizes() const;
     QString timeLeft() const;
 

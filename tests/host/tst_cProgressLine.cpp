@@ -20,21 +20,21 @@ private slots:
     {
         const Rows<qint64, qint64, qint64, int, QString> row("doneAtOneSecond", "done", "total", "columns", "bar");
         const QString wide =
-            "Suite  [####################--------------------]   50 %  5.0 MB of 10.0 MB  4.0 MB/s  0:02 left";
+            "Suite  [####################--------------------]   50 %  5.0 MB of 10.0 MB   4.0 MB/s   0:02 left";
         row("half of it", 1000000, 5000000, Total, 100, wide);
         row("all of it", 1000000, Total, Total, 100,
             "Suite  [########################################]  100 %  10.0 MB of 10.0 MB  9.0 MB/s");
         row("little room", 1000000, 5000000, Total, 70,
-            "Suite  [######-------]   50 %  5.0 MB of 10.0 MB  4.0 MB/s  0:02 left");
-        row("no room for a bar", 1000000, 5000000, Total, 40, "Suite   50 %  5.0 MB of 10.0 MB  4.0 MB");
+            "Suite  [#####-----]   50 %  5.0 MB of 10.0 MB   4.0 MB/s   0:02 left");
+        row("no room for a bar", 1000000, 5000000, Total, 40, "Suite   50 %  5.0 MB of 10.0 MB   4.0 M");
         row("slow", 0, 1000, Total, 100,
-            "Suite  [" + QString(40, '-') + "]    0 %  1.0 kB of 10.0 MB  1.0 kB/s  3 h left");
-        row("stalled", 5000000, 5000000, Total, 100, wide.left(wide.indexOf("  4.0 MB/s")));
-        row("nobody knows how much", 1000000, 5000000, -1, 100, "Suite  5.0 MB  4.0 MB/s");
+            "Suite  [" + QString(40, '-') + "]    0 %  1.0 kB of 10.0 MB   1.0 kB/s   3 h left");
+        row("stalled", 5000000, 5000000, Total, 100, wide.left(wide.indexOf("   4.0 MB/s")));
+        row("nobody knows how much", 1000000, 5000000, -1, 100, "Suite  5.0 MB              4.0 MB/s");
         row("more than was promised", 0, 2 * Total, Total, 100,
             "Suite  [########################################]  100 %  20.0 MB of 10.0 MB  20.0 MB/s");
         row("promised without bound", 0, 1000000, std::numeric_limits<qint64>::max(), 100,
-            "Suite  [" + QString(40, '-') + "]    0 %  1.0 MB of 9223372 TB  1.0 MB/s");
+            "Suite  [" + QString(38, '-') + "]    0 %  1.0 MB of 9223372 TB  1.0 MB/s");
         row("going back is another transfer", 5000000, 0, Total, 100,
             "Suite  [" + QString(40, '-') + "]    0 %  0 B of 10.0 MB");
     }
@@ -68,7 +68,7 @@ private slots:
             lines.append(line.step());
         }
         line.update("small", 1000, 1000, 2000);
-        lines.append(line.step());
+        QVERIFY(!line.isWorthShowing());
         lines.removeAll(QString());
         QCOMPARE(lines.size(), 11);
         QCOMPARE(lines.first(), QString("a?b: 0 % of 1.0 MB"));
