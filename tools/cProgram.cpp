@@ -4,6 +4,8 @@
 #include "graph/cGraphCommand.h"
 #include "lint/cLintCommand.h"
 #include "pack/cPackCommand.h"
+#include "site/cSiteAddCommand.h"
+#include "site/cSiteCheckCommand.h"
 
 #include <CLI/CLI.hpp>
 #include <QtCore/QCoreApplication>
@@ -20,6 +22,10 @@ cProgram::cProgram() : m_app(std::make_unique<CLI::App>("For people who build pl
     add(*m_app, std::make_unique<cPackCommand>());
     add(*m_app, std::make_unique<cLintCommand>());
     add(*m_app, std::make_unique<cGraphCommand>());
+    CLI::App* const site = m_app->add_subcommand("site", "Publish on an update site, and verify one");
+    site->require_subcommand(1);
+    add(*site, std::make_unique<cSiteAddCommand>());
+    add(*site, std::make_unique<cSiteCheckCommand>());
 }
 
 cProgram::~cProgram() = default;

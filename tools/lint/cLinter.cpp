@@ -3,7 +3,6 @@
 #include "config/cFeaturePlugin.h"
 #include "lint/DocumentKind.h"
 #include "lint/InputFile.h"
-#include "lint/cCatalogueLint.h"
 #include "lint/cManifestLint.h"
 #include "lint/cPackageLint.h"
 #include "lint/cSiteLint.h"
@@ -13,6 +12,7 @@
 #include "suite/cSuiteReader.h"
 
 #include <QtCore/QDir>
+#include <QtCore/QFileInfo>
 
 bool cLinter::check(const QString& path)
 {
@@ -91,7 +91,7 @@ void cLinter::checkManifest(const QString& path, const QByteArray& xml)
 void cLinter::checkFeatures(const QString& path, const QByteArray& xml)
 {
     if (cCatalogueLint(cCatalogueLint::Kind::Features, path, m_findings).check(xml))
-        checkSuite(path);
+        checkSuite(path, cCatalogueLint::Kind::Features);
 }
 
 void cLinter::checkRepository(const QString& path, const QByteArray& xml)
@@ -99,14 +99,17 @@ void cLinter::checkRepository(const QString& path, const QByteArray& xml)
     cCatalogueLint lint(cCatalogueLint::Kind::Repository, path, m_findings);
     lint.setPackageFolder(QFileInfo(path).path());
     if (lint.check(xml))
-        checkSuite(path);
+        checkSuite(path, cCatalogueLint::Kind::Repository);
 }
 
-void cLinter::checkSuite(const QString& catalogue)
+void cLinter::checkSuite(const QString& catalogue, cCatalogueLint::Kind kind)
 {
     cSuite suite;
-    if (cSuiteReader(m_findings).read(catalogue, suite))
-        suite.check(catalogue, m_findings);
+    if (!cSuiteReader(m_findings).read(catalogue, suite))
+        return;
+    suite.check(catalogue, m_findings);
+    if (kind == cCatalogueLint::Kind::Repository)
+        suite.checkReach(catalogue, m_findings);
 }
 
 void cLinter::checkSite(const QString& path, const QByteArray& xml)

@@ -1,6 +1,7 @@
 #pragma once
 
-#include <QtCore/QFileInfo>
+#include "lint/cCatalogueLint.h"
+
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 
@@ -30,7 +31,7 @@ private:
     void checkRepository(const QString& path, const QByteArray& xml);
     void checkSite(const QString& path, const QByteArray& xml);
     void checkPackage(const QString& path);
-    void checkSuite(const QString& catalogue);
+    void checkSuite(const QString& catalogue, cCatalogueLint::Kind kind);
 
     cFindings& m_findings;
     int m_fileCount = 0;

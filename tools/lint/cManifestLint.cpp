@@ -1,6 +1,7 @@
 #include "lint/cManifestLint.h"
 
 #include "core/SafeName.h"
+#include "install/cConditionEngine.h"
 #include "lint/cGrammar.h"
 #include "plugins/cManifest.h"
 #include "plugins/cManifestReader.h"
@@ -9,6 +10,8 @@
 #include "report/cFindings.h"
 
 #include <Norvale/cJsonReader.h>
+
+#include <QtCore/QElapsedTimer>
 
 namespace {
 
@@ -189,8 +192,25 @@ void cManifestLint::checkCommandLine(const cXmlElement& line)
     if (program.isEmpty())
         report(Rule::ManifestNoProgram, line, QStringLiteral("a command line has no program"));
     checkVariables(line, program);
+    checkCondition(line, line.attribute(u"condition"));
     for (cXmlElement param = line.firstChild(u"param"); !param.isNull(); param = param.nextSibling(u"param"))
         checkVariables(param, param.text());
+}
+
+void cManifestLint::checkCondition(const cXmlElement& line, const QString& condition)
+{
+    // One that never ends is stopped after seconds; a folder full of them is not waited for.
+    static bool hasStalled = false;
+    if (condition.isEmpty() || hasStalled)
+        return;
+    QElapsedTimer timer;
+    timer.start();
+    cConditionEngine engine;
+    engine.isTrue(condition);
+    hasStalled = timer.hasExpired(cConditionEngine::DefaultTimeLimit);
+    if (!engine.errorString().isEmpty())
+        report(Rule::ManifestBadCondition, line,
+               QStringLiteral("\"%1\" counts as false: %2").arg(condition, engine.errorString()));
 }
 
 void cManifestLint::checkVariables(const cXmlElement& element, const QString& text)

@@ -40,6 +40,7 @@ private:
     void checkDependency(const cXmlElement& dependency);
     void checkDeployment(const cXmlElement& deployment);
     void checkCommandLine(const cXmlElement& line);
+    void checkCondition(const cXmlElement& line, const QString& condition);
     void checkVariables(const cXmlElement& element, const QString& text);
 
     std::optional<QSet<QString>> m_neighbours;

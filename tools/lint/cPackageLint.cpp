@@ -1,6 +1,7 @@
 #include "lint/cPackageLint.h"
 
 #include "install/cPackageCheck.h"
+#include "lint/PackageManifest.h"
 #include "lint/cManifestLint.h"
 #include "report/cFindings.h"
 
@@ -76,12 +77,7 @@ void cPackageLint::checkManifest(const QByteArray& package)
     QSet<QString> names;
     for (const QSharedPointer<cZipEntry>& entry : archive.entries())
         names.insert(entry->name());
-    const QSharedPointer<cZipEntry> entry = archive.entry(QStringLiteral("Manifest.xml"));
-    if (!entry)
-        return;
-    QByteArray xml = entry->content();
-    if (xml.isEmpty())
-        xml = entry->compressedContent(); // a stored one
+    const QByteArray xml = packageManifest(archive);
     const QString file = m_file + QStringLiteral("!Manifest.xml");
     cManifestLint lint(file, m_findings);
     lint.setNeighbours(names);

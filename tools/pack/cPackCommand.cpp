@@ -2,7 +2,7 @@
 
 #include "Terminal.h"
 #include "core/DurableFile.h"
-#include "pack/cPackage.h"
+#include "pack/cPackageMaker.h"
 #include "report/cFindings.h"
 #include "report/cReport.h"
 
@@ -38,7 +38,7 @@ ExitCode cPackCommand::run()
         return ExitCode::Usage;
     }
     cFindings findings;
-    cPackage package(folder, texts(m_excluded));
+    cPackageMaker package(folder, texts(m_excluded));
     const bool isMade = package.make(findings);
     cReport::tell(findings);
     if (!isMade)

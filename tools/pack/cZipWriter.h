@@ -15,9 +15,11 @@ class cZipWriter
 {
 public:
     enum class Method { Stored, Deflated };
+    enum class Kind { Data, Program };
 
-    /// Entries are written in the order in which they are added. @p name is ASCII, with "/".
-    void add(const QString& name, const QByteArray& bytes, Method method);
+    /// Entries are written in the order in which they are added. @p name is ASCII, with "/"; a program may be run when
+    /// it is unpacked.
+    void add(const QString& name, const QByteArray& bytes, Method method, Kind kind);
 
     /// @return the archive; empty when it could not be made, and errorString() says why.
     QByteArray write();
@@ -30,6 +32,7 @@ private:
         QByteArray name;
         QByteArray bytes;
         Method method;
+        Kind kind;
     };
 
     QList<Entry> m_entries;

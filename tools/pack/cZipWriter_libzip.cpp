@@ -18,8 +18,9 @@ struct Free
 using Archive = std::unique_ptr<zip_t, Discard>;
 using Source = std::unique_ptr<zip_source_t, Free>;
 
-constexpr zip_uint16_t FirstDate = (1 << 5) | 1; // 1980-01-01, the first that the format knows
-constexpr zip_uint32_t OrdinaryFile = 0100644u << 16;
+constexpr zip_uint16_t FirstDate = (1 << 5) | 1;  // 1980-01-01, the first that the format knows
+constexpr zip_uint32_t DataMode = 0100644u << 16; // as Unix keeps it
+constexpr zip_uint32_t ProgramMode = 0100755u << 16;
 constexpr int BestCompression = 9;
 
 QByteArray readAll(zip_source_t* source)
@@ -34,7 +35,7 @@ QByteArray readAll(zip_source_t* source)
     return isWhole ? bytes : QByteArray();
 }
 
-bool addEntry(zip_t* archive, const QByteArray& name, const QByteArray& bytes, zip_int32_t method)
+bool addEntry(zip_t* archive, const QByteArray& name, const QByteArray& bytes, zip_int32_t method, zip_uint32_t mode)
 {
     Source source(zip_source_buffer(archive, bytes.constData(), zip_uint64_t(bytes.size()), 0));
     const zip_int64_t place = source ? zip_file_add(archive, name.constData(), source.get(), ZIP_FL_ENC_UTF_8) : -1;
@@ -44,7 +45,7 @@ bool addEntry(zip_t* archive, const QByteArray& name, const QByteArray& bytes, z
     const auto index = zip_uint64_t(place);
     return zip_set_file_compression(archive, index, method, BestCompression) == 0 &&
            zip_file_set_dostime(archive, index, 0, FirstDate, 0) == 0 &&
-           zip_file_set_external_attributes(archive, index, 0, ZIP_OPSYS_UNIX, OrdinaryFile) == 0;
+           zip_file_set_external_attributes(archive, index, 0, ZIP_OPSYS_UNIX, mode) == 0;
 }
 
 } // namespace
@@ -63,7 +64,8 @@ QByteArray cZipWriter::write()
     bool isGood = true;
     for (const Entry& entry : qAsConst(m_entries))
         isGood = isGood && addEntry(archive.get(), entry.name, entry.bytes,
-                                    entry.method == Method::Deflated ? ZIP_CM_DEFLATE : ZIP_CM_STORE);
+                                    entry.method == Method::Deflated ? ZIP_CM_DEFLATE : ZIP_CM_STORE,
+                                    entry.kind == Kind::Program ? ProgramMode : DataMode);
     if (!isGood || zip_close(archive.get()) < 0) {
         m_errorString = QString::fromUtf8(zip_strerror(archive.get()));
         return QByteArray();

@@ -32,18 +32,14 @@ QList<QSharedPointer<cFeaturePlugin>> cSuite::plugins() const
 void cSuite::check(const QString& file, cFindings& findings) const
 {
     checkDependencies(file, findings);
-    // features.xml holds no dependencies of features: there everything is in reach.
-    if (hasDependencies())
-        for (const QSharedPointer<cFeatureInstance>& feature : m_catalogue.features())
-            checkReach(*feature, file, findings);
     checkCircles(file, findings);
     checkServices(file, findings);
 }
 
-bool cSuite::hasDependencies() const
+void cSuite::checkReach(const QString& file, cFindings& findings) const
 {
-    const auto& features = m_catalogue.features();
-    return std::any_of(features.begin(), features.end(), [](const auto& f) { return !f->dependencies().isEmpty(); });
+    for (const QSharedPointer<cFeatureInstance>& feature : m_catalogue.features())
+        checkReach(*feature, file, findings);
 }
 
 void cSuite::checkDependencies(const QString& file, cFindings& findings) const
@@ -82,7 +78,6 @@ QList<QSharedPointer<cFeatureInstance>> cSuite::closureOf(const cFeatureInstance
     return closure;
 }
 
-// An installation may have this feature and those it depends on, but no other.
 void cSuite::checkReach(const cFeatureInstance& feature, const QString& file, cFindings& findings) const
 {
     QSet<QString> inReach;
@@ -91,7 +86,6 @@ void cSuite::checkReach(const cFeatureInstance& feature, const QString& file, cF
     for (const QSharedPointer<cFeatureInstance>& other : closureOf(feature))
         for (const QSharedPointer<cFeaturePlugin>& plugin : other->plugins())
             inReach.insert(plugin->name());
-    // Every suite has the feature "Core".
     if (const QSharedPointer<cFeatureInstance> core = m_catalogue.find(QStringLiteral("Core")))
         for (const QSharedPointer<cFeaturePlugin>& plugin : core->plugins())
             inReach.insert(plugin->name());

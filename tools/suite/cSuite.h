@@ -30,13 +30,16 @@ public:
     /// belongs to one. @p file is what findings name. Plugins without a manifest are left out.
     void check(const QString& file, cFindings& findings) const;
 
+    /// What a repository must hold beside that: an installation may have any feature with those that it depends on, and
+    /// the feature "Core", but no other.
+    void checkReach(const QString& file, cFindings& findings) const;
+
 private:
     void checkDependencies(const QString& file, cFindings& findings) const;
     void checkReach(const cFeatureInstance& feature, const QString& file, cFindings& findings) const;
     void checkCircles(const QString& file, cFindings& findings) const;
     void checkServices(const QString& file, cFindings& findings) const;
     QList<QSharedPointer<cFeatureInstance>> closureOf(const cFeatureInstance& feature) const;
-    bool hasDependencies() const;
 
     cFeatureCatalogue m_catalogue;
     QHash<QString, cManifest> m_manifests; // by NAME-VERSION

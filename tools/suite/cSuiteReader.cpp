@@ -3,10 +3,12 @@
 #include "config/cCatalogueReader.h"
 #include "core/SafeName.h"
 #include "lint/InputFile.h"
+#include "lint/PackageManifest.h"
 #include "lint/cManifestLint.h"
-#include "lint/cPackageLint.h"
 #include "report/cFindings.h"
 #include "suite/cSuite.h"
+
+#include <Norvale/cZipArchive.h>
 
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>
@@ -62,13 +64,11 @@ void cSuiteReader::readPackages(const QString& folder, cSuite& suite)
 {
     for (const QSharedPointer<cFeaturePlugin>& plugin : suite.plugins()) {
         const QString path = packageOf(*plugin, folder);
-        QByteArray bytes;
-        if (path.isEmpty() || !readInputFile(path, &bytes, m_findings))
+        if (path.isEmpty())
             continue;
-        cFindings ofPackage; // told by the check of the package
-        cPackageLint package(path, ofPackage);
-        if (package.check(bytes) && package.manifest())
-            suite.addManifest(*plugin, *package.manifest());
+        const cZipArchive package(path);
+        if (const auto manifest = cManifestLint::read(packageManifest(package), path))
+            suite.addManifest(*plugin, *manifest);
     }
 }
 

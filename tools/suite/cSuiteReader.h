@@ -22,12 +22,13 @@ public:
     /// Reads the suite of the catalogue at @p path. @return false when that cannot be read.
     [[nodiscard]] bool read(const QString& path, cSuite& suite);
 
+    /// Adds the manifests of the packages of a repository in @p folder, as far as they can be read.
+    static void readPackages(const QString& folder, cSuite& suite);
+
     /// The package of @p plugin on the disk, of a repository in @p folder; empty when it is not there.
     static QString packageOf(const cFeaturePlugin& plugin, const QString& folder);
 
 private:
     void readInstalled(const QString& folder, const QString& catalogue, cSuite& suite);
-    void readPackages(const QString& folder, cSuite& suite);
-
     cFindings& m_findings;
 };

@@ -1,4 +1,4 @@
-#include "pack/cPackage.h"
+#include "pack/cPackageMaker.h"
 
 #include "config/cFeaturePlugin.h"
 #include "install/cPackageCheck.h"
@@ -11,7 +11,18 @@
 
 #include <QtCore/QDir>
 
-bool cPackage::make(cFindings& findings)
+namespace {
+
+// By what stands in it: the permissions of the folder would differ from one machine to the next.
+bool isProgram(const QByteArray& bytes)
+{
+    return bytes.startsWith("#!") || bytes.startsWith("\x7f"
+                                                      "ELF");
+}
+
+} // namespace
+
+bool cPackageMaker::make(cFindings& findings)
 {
     cPluginFolder folder(m_folder, m_excluded);
     folder.scan(findings);
@@ -30,7 +41,7 @@ bool cPackage::make(cFindings& findings)
     return !findings.hasErrors();
 }
 
-bool cPackage::readManifest(const cPluginFolder& folder, cFindings& findings)
+bool cPackageMaker::readManifest(const cPluginFolder& folder, cFindings& findings)
 {
     QByteArray xml;
     cManifestLint lint(folder.manifestPath(), findings);
@@ -41,7 +52,7 @@ bool cPackage::readManifest(const cPluginFolder& folder, cFindings& findings)
     return !findings.hasErrors();
 }
 
-bool cPackage::isWithinLimits(const cPluginFolder& folder, cFindings& findings) const
+bool cPackageMaker::isWithinLimits(const cPluginFolder& folder, cFindings& findings) const
 {
     qint64 size = 0;
     for (const cPluginFolder::File& file : folder.files())
@@ -53,7 +64,7 @@ bool cPackage::isWithinLimits(const cPluginFolder& folder, cFindings& findings) 
     return size <= limit;
 }
 
-bool cPackage::write(const cPluginFolder& folder, cFindings& findings)
+bool cPackageMaker::write(const cPluginFolder& folder, cFindings& findings)
 {
     cZipWriter writer;
     for (const cPluginFolder::File& file : folder.files()) {
@@ -62,7 +73,8 @@ bool cPackage::write(const cPluginFolder& folder, cFindings& findings)
             return false;
         // The archive reader inflates whatever it lists, and it does not list what is empty.
         const bool isStored = bytes.isEmpty() || m_stored.contains(file.name);
-        writer.add(file.name, bytes, isStored ? cZipWriter::Method::Stored : cZipWriter::Method::Deflated);
+        writer.add(file.name, bytes, isStored ? cZipWriter::Method::Stored : cZipWriter::Method::Deflated,
+                   isProgram(bytes) ? cZipWriter::Kind::Program : cZipWriter::Kind::Data);
     }
     m_bytes = writer.write();
     if (m_bytes.isEmpty())
@@ -71,7 +83,7 @@ bool cPackage::write(const cPluginFolder& folder, cFindings& findings)
 }
 
 // An installation takes what deflates too well for a bomb, and it takes stored entries as they are.
-QSet<QString> cPackage::tooDenseEntries() const
+QSet<QString> cPackageMaker::tooDenseEntries() const
 {
     QSet<QString> names;
     cPackageCheck rules{cPackageCheck::Limits()};

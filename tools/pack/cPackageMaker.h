@@ -9,11 +9,11 @@ class cFindings;
 class cPluginFolder;
 
 /// Makes a plugin's package out of its folder.
-class cPackage
+class cPackageMaker
 {
 public:
     /// @p excluded as cPluginFolder takes it.
-    cPackage(const QString& folder, const QStringList& excluded) : m_folder(folder), m_excluded(excluded) {}
+    cPackageMaker(const QString& folder, const QStringList& excluded) : m_folder(folder), m_excluded(excluded) {}
 
     /// Reads the folder, makes the package, and holds it against the rules of an installation. @return false when one
     /// of

@@ -1,0 +1,127 @@
+#include "site/cSiteCheck.h"
+
+#include "config/cCatalogueReader.h"
+#include "lint/cCatalogueLint.h"
+#include "report/cFindings.h"
+#include "site/RuntimeEntries.h"
+#include "suite/cSuite.h"
+
+namespace {
+
+// As an installation limits them.
+constexpr qint64 DescriptionLimit = 256 * 1024 * 1024;
+
+} // namespace
+
+bool cSiteCheck::run()
+{
+    const QUrl url = cUpdateLocation(m_site).resolve(QStringLiteral("site.xml"));
+    const QString name = cSiteFetcher::nameOf(url);
+    QByteArray xml;
+    if (!m_fetcher.fetch(url, DescriptionLimit, &xml)) {
+        m_errorString = QStringLiteral("%1 cannot be fetched: %2").arg(name, m_fetcher.errorString());
+        return false;
+    }
+    cSiteLint lint(name, m_findings);
+    if (lint.check(xml))
+        for (const cSiteLint::Entry& entry : lint.entries())
+            checkRepository(entry, name);
+    return true;
+}
+
+QString cSiteCheck::summary() const
+{
+    return QStringLiteral("%1 repositories and %2 further files were fetched")
+        .arg(m_repositories.size())
+        .arg(m_packages.count());
+}
+
+void cSiteCheck::checkRepository(const cSiteLint::Entry& entry, const QString& site)
+{
+    const QUrl content = cUpdateLocation(m_site).resolve(entry.content);
+    if (m_repositories.contains(content))
+        return;
+    m_repositories.insert(content);
+    const QUrl url = cUpdateLocation(content).resolve(QStringLiteral("repository.xml"));
+    const QString name = cSiteFetcher::nameOf(url);
+    QByteArray xml;
+    if (!m_fetcher.fetch(url, DescriptionLimit, &xml))
+        return m_findings.add({Rule::SiteNoRepository, site, entry.line, entry.column,
+                               QStringLiteral("%1 cannot be fetched: %2").arg(name, m_fetcher.errorString())});
+    cCatalogueLint lint(cCatalogueLint::Kind::Repository, name, m_findings);
+    if (lint.check(xml))
+        readCatalogue(xml, content, name, entry.update);
+}
+
+void cSiteCheck::readCatalogue(const QByteArray& xml, const QUrl& content, const QString& name,
+                               const QString& expectedName)
+{
+    const auto location = QSharedPointer<cUpdateLocation>::create(content);
+    cSuite suite;
+    cCatalogueReader reader(suite.catalogue(), location);
+    if (!reader.read(xml))
+        return m_findings.add(Rule::XmlMalformed, name, reader.errorString());
+    if (suite.catalogue().name() != expectedName)
+        m_findings.add(Rule::SiteOtherName, name,
+                       QStringLiteral("the repository is named \"%1\", the site names it \"%2\"")
+                           .arg(suite.catalogue().name(), expectedName));
+    for (const QSharedPointer<cFeatureInstance>& feature : suite.catalogue().features())
+        for (const QSharedPointer<cFeaturePlugin>& plugin : feature->plugins())
+            checkPlugin(*plugin, name, suite);
+    for (const cRuntimeEntry& runtime : readRuntimeEntries(xml))
+        checkRuntime(runtime, *location, name);
+    suite.check(name, m_findings);
+    suite.checkReach(name, m_findings);
+}
+
+void cSiteCheck::checkPlugin(const cFeaturePlugin& plugin, const QString& repository, cSuite& suite)
+{
+    QStringList dead;
+    for (const cFeatureSource& source : plugin.sources()) {
+        const QUrl url = source.url();
+        const cPackageStore::File& file = m_packages.package(url, m_findings);
+        const QString name = cSiteFetcher::nameOf(url);
+        if (!file.isThere) {
+            dead.append(QStringLiteral("%1 cannot be fetched: %2").arg(name, file.reason));
+            continue;
+        }
+        comparePackage(plugin, file, name);
+        if (file.manifest)
+            suite.addManifest(plugin, *file.manifest);
+    }
+    // The catalogue's own check tells of a plugin without sources.
+    const Rule rule = dead.size() == plugin.sources().size() ? Rule::SourceUnreachable : Rule::SourceDead;
+    for (const QString& reason : dead)
+        m_findings.add(rule, repository, reason);
+}
+
+void cSiteCheck::comparePackage(const cFeaturePlugin& plugin, const cPackageStore::File& file, const QString& name)
+{
+    if (file.isPackage && (file.name != plugin.name() || file.version != plugin.version()))
+        m_findings.add(Rule::PackageIdentity, name,
+                       QStringLiteral("the package is that of %1, not of %2")
+                           .arg(cFeaturePlugin(file.name, file.version).identity(), plugin.identity()));
+    if (plugin.size() > 0 && file.size != plugin.size())
+        m_findings.add(Rule::SourceSize, name,
+                       QStringLiteral("%1 bytes, but the repository says %2").arg(file.size).arg(plugin.size()));
+    if (!plugin.hash().isEmpty() && file.hash != plugin.hash())
+        m_findings.add(Rule::PackageHash, name,
+                       QStringLiteral("the hash is %1, but the repository says %2")
+                           .arg(QString::fromLatin1(file.hash.toHex()), QString::fromLatin1(plugin.hash().toHex())));
+}
+
+void cSiteCheck::checkRuntime(const cRuntimeEntry& runtime, const cUpdateLocation& location, const QString& repository)
+{
+    if (runtime.source.isEmpty())
+        return;
+    const QUrl url = location.resolve(runtime.source);
+    const cPackageStore::File& file = m_packages.file(url);
+    const QString name = cSiteFetcher::nameOf(url);
+    if (!file.isThere)
+        m_findings.add(Rule::SourceUnreachable, repository,
+                       QStringLiteral("%1 cannot be fetched: %2").arg(name, file.reason));
+    else if (file.hash != runtime.hash)
+        m_findings.add(Rule::SourceHash, name,
+                       QStringLiteral("the hash is %1, but the repository says %2")
+                           .arg(QString::fromLatin1(file.hash.toHex()), QString::fromLatin1(runtime.hash.toHex())));
+}

@@ -1,0 +1,34 @@
+#include "site/cSiteFetcher.h"
+
+#include <QtCore/QFileInfo>
+
+QUrl cSiteFetcher::siteUrl(const QString& place)
+{
+    QString text = place;
+    if (text.endsWith(QLatin1String("/site.xml")))
+        text.chop(int(qstrlen("/site.xml")));
+    if (text.contains(QLatin1String("://")))
+        return QUrl(text);
+    return QUrl::fromLocalFile(QFileInfo(text).absoluteFilePath());
+}
+
+QString cSiteFetcher::nameOf(const QUrl& url)
+{
+    return url.isLocalFile() ? url.toLocalFile() : url.toString();
+}
+
+bool cSiteFetcher::fetch(const QUrl& url, qint64 limit, QByteArray* bytes)
+{
+    const QFileInfo local(url.toLocalFile());
+    if (url.isLocalFile() && local.exists() && !local.isFile()) { // a pipe would never end
+        m_errorString = QStringLiteral("this is no file");
+        return false;
+    }
+    m_downloader.setSizeLimit(limit);
+    if (!m_downloader.download(url)) {
+        m_errorString = m_downloader.errorString();
+        return false;
+    }
+    *bytes = m_downloader.data();
+    return true;
+}

@@ -1,0 +1,161 @@
+#include "site/cSitePublisher.h"
+
+#include "config/cCatalogueReader.h"
+#include "core/DurableFile.h"
+#include "core/SafeName.h"
+#include "lint/InputFile.h"
+#include "lint/cCatalogueLint.h"
+#include "lint/cPackageLint.h"
+#include "suite/cSuite.h"
+#include "suite/cSuiteReader.h"
+
+#include <QtCore/QCryptographicHash>
+#include <QtCore/QDir>
+#include <QtCore/QFile>
+#include <QtCore/QFileInfo>
+#include <QtCore/QLockFile>
+#include <QtCore/QSet>
+
+namespace {
+
+QByteArray sha1(const QByteArray& bytes)
+{
+    return QCryptographicHash::hash(bytes, QCryptographicHash::Sha1);
+}
+
+} // namespace
+
+ExitCode cSitePublisher::run()
+{
+    if (!QDir().mkpath(m_wanted.site))
+        return fail(ExitCode::WriteFailed, QStringLiteral("the folder %1 cannot be made").arg(m_wanted.site));
+    // Two runs at once would each keep what stood there, and the later one lose what the other has added.
+    QLockFile lock(QDir(m_wanted.site).filePath(QStringLiteral(".norvale.lock")));
+    lock.setStaleLockTime(0); // only that its owner is gone makes it stale
+    if (!lock.tryLock(0))
+        return lock.error() == QLockFile::LockFailedError
+                   ? fail(ExitCode::Busy, QStringLiteral("%1 is being changed by another run").arg(m_wanted.site))
+                   : fail(ExitCode::WriteFailed, QStringLiteral("%1 cannot be written").arg(m_wanted.site));
+    return publish();
+}
+
+ExitCode cSitePublisher::publish()
+{
+    if (!m_state.read(m_wanted))
+        return fail(ExitCode::Faults, m_state.errorString());
+    if (!readFiles())
+        return m_errorString.isEmpty() ? ExitCode::Faults : ExitCode::ReadFailed;
+    if (!m_edit.apply(m_packages, m_runtime ? &*m_runtime : nullptr))
+        return fail(ExitCode::Faults, m_edit.errorString());
+    if (!isResultSound())
+        return ExitCode::Faults;
+    return write() ? ExitCode::Ok : ExitCode::WriteFailed;
+}
+
+bool cSitePublisher::readFiles()
+{
+    for (const QString& path : qAsConst(m_wanted.packages))
+        if (!readPackage(path))
+            return false;
+    return m_wanted.runtime.isEmpty() || readRuntime();
+}
+
+bool cSitePublisher::readPackage(const QString& path)
+{
+    cNewFile file;
+    file.path = path;
+    cPackageLint lint(path, m_findings);
+    if (!readInputFile(path, &file.bytes, m_findings) || !lint.check(file.bytes) || m_findings.hasErrors())
+        return false;
+    file.hash = sha1(file.bytes);
+    file.name = lint.name();
+    file.version = lint.version();
+    file.manifest = lint.manifest();
+    m_packages.append(file);
+    return true;
+}
+
+bool cSitePublisher::readRuntime()
+{
+    cNewFile file;
+    file.path = m_wanted.runtime;
+    file.name = QFileInfo(file.path).fileName();
+    file.version = cVersion(m_wanted.runtimeVersion);
+    if (!readInputFile(file.path, &file.bytes, m_findings))
+        return false;
+    if (!isSafeFileName(file.name))
+        m_findings.add(Rule::RuntimeBadName, file.path, QStringLiteral("not every system can have this name"));
+    file.hash = sha1(file.bytes);
+    m_runtime = file;
+    return !m_findings.hasErrors();
+}
+
+// What was wrong before keeps nobody from mending something else.
+bool cSitePublisher::isResultSound()
+{
+    const cFindings before = findingsOf(m_state.repositoryXml(), false);
+    const cFindings after = findingsOf(m_edit.xml(), true);
+    QSet<QString> known;
+    for (const cFinding& finding : before.list())
+        known.insert(Rules::name(finding.rule) + finding.text);
+    for (const cFinding& finding : after.list())
+        if (!known.contains(Rules::name(finding.rule) + finding.text))
+            m_findings.add(finding);
+    return !m_findings.hasErrors();
+}
+
+cFindings cSitePublisher::findingsOf(const QByteArray& xml, bool withNewFiles) const
+{
+    cFindings findings;
+    if (xml.isEmpty())
+        return findings;
+    const QString path = m_state.repositoryPath();
+    cCatalogueLint(cCatalogueLint::Kind::Repository, path, findings).check(xml);
+    cSuite suite;
+    if (!cCatalogueReader(suite.catalogue()).read(xml))
+        return findings;
+    cSuiteReader::readPackages(m_state.repositoryFolder(), suite);
+    if (withNewFiles)
+        for (const cNewFile& file : m_packages)
+            if (file.manifest)
+                suite.addManifest(cFeaturePlugin(file.name, file.version), *file.manifest);
+    suite.check(path, findings);
+    suite.checkReach(path, findings);
+    return findings;
+}
+
+bool cSitePublisher::write()
+{
+    const QString folder = m_state.repositoryFolder() + QLatin1Char('/');
+    QList<cNewFile> files = m_packages;
+    if (m_runtime)
+        files.append(*m_runtime);
+    for (const cNewFile& file : qAsConst(files))
+        if (!writeFile(folder + file.source, file.bytes))
+            return false;
+    if (m_edit.isChanged() && !writeFile(m_state.repositoryPath(), m_edit.xml()))
+        return false;
+    return m_state.hasEntry() || writeFile(m_state.sitePath(), m_state.siteXml());
+}
+
+bool cSitePublisher::writeFile(const QString& path, const QByteArray& bytes)
+{
+    QFile file(path);
+    if (file.size() == bytes.size() && file.open(QIODevice::ReadOnly) && file.readAll() == bytes)
+        return true;
+    return replaceFile(path, bytes, &m_errorString);
+}
+
+QString cSitePublisher::summary() const
+{
+    const QString place =
+        QStringLiteral("repository %1 (%2) %3").arg(m_state.entry().update, m_state.entry().status, m_edit.version());
+    return m_edit.isChanged() || !m_state.hasEntry() ? QStringLiteral("published in ") + place
+                                                     : QStringLiteral("nothing is new in ") + place;
+}
+
+ExitCode cSitePublisher::fail(ExitCode code, const QString& reason)
+{
+    m_errorString = reason;
+    return code;
+}
