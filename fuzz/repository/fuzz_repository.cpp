@@ -1,8 +1,10 @@
 // Any bytes are read as a repository description, features and runtime alike, or refused by both readers with a reason.
-// The runtime taken is the first of the newest, and its source lies on the host of the repository.
+// The runtime taken is the first of the newest, and its source lies on the host of the repository. What was read,
+// written and read back is the same.
 
 #include "config/cCatalogueReader.h"
 #include "config/cFeatureCatalogue.h"
+#include "config/cRepositoryWriter.h"
 #include "config/cRuntimeInfo.h"
 #include "core/cXmlGuard.h"
 
@@ -55,6 +57,56 @@ void checkRuntime(const QByteArray& xml, const cRuntimeInfo& runtime)
         requireOnHost(runtime.source());
 }
 
+/// The reader drops texts that are nothing but white space, which character references can make.
+QString kept(const QString& text)
+{
+    return text.trimmed().isEmpty() ? QString() : text;
+}
+
+void requireSame(const cFeaturePlugin& was, const cFeaturePlugin& is)
+{
+    require(is.name() == was.name() && is.version() == was.version() && is.size() == was.size(),
+            "a plugin keeps its name, version and size");
+    require(is.hash() == was.hash() && is.sources().size() == was.sources().size(), "a plugin keeps hash and sources");
+    for (int i = 0; i < is.sources().size(); ++i)
+        require(is.sources().at(i).source == kept(was.sources().at(i).source), "a source keeps its text");
+}
+
+void requireSame(const cFeatureInstance& was, const cFeatureInstance& is)
+{
+    require(is.name() == was.name() && is.version() == was.version() && is.isActive() == was.isActive(),
+            "a feature keeps its name, version and flag");
+    require(is.repository() == was.repository() && is.dependencies() == was.dependencies(),
+            "a feature keeps its repository and dependencies");
+    require(is.displayNames().keys() == was.displayNames().keys(), "a feature keeps its languages");
+    for (auto it = is.displayNames().begin(); it != is.displayNames().end(); ++it)
+        require(it.value() == kept(was.displayNames().value(it.key())), "a feature keeps its display names");
+    require(is.plugins().size() == was.plugins().size(), "a feature keeps its plugins");
+    for (int i = 0; i < is.plugins().size(); ++i)
+        requireSame(*was.plugins().at(i), *is.plugins().at(i));
+}
+
+void requireSameWhenWritten(const cFeatureCatalogue& was, const cRuntimeInfo& runtime)
+{
+    QList<cRuntimeEntry> entries;
+    if (cVersion() < runtime.version())
+        entries.append({runtime.version(), runtime.name(), runtime.hash(), QStringLiteral("x")});
+    const QByteArray xml = cRepositoryWriter::write(was, entries);
+    cFeatureCatalogue is;
+    cRuntimeInfo readBack;
+    require(cCatalogueReader(is, location()).read(xml) && readBack.readFrom(xml, *location()),
+            "what is written can be read");
+    require(is.name() == was.name() && is.version() == was.version(), "a catalogue keeps its name and version");
+    require(is.hasCoreVersion() == was.hasCoreVersion() && is.coreVersion() == was.coreVersion(),
+            "a catalogue keeps its core version");
+    require(readBack.name() == runtime.name() && readBack.version() == runtime.version() &&
+                readBack.hash() == runtime.hash(),
+            "a runtime entry stays");
+    require(is.features().size() == was.features().size(), "every feature is written");
+    for (int i = 0; i < is.features().size(); ++i)
+        requireSame(*was.features().at(i), *is.features().at(i));
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
@@ -78,6 +130,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
                 requireOnHost(source.location->resolve(source.source));
         }
     }
+    requireSameWhenWritten(catalogue, runtime);
     const QUrl source = runtime.source();
     require(runtime.readFrom(xml, *location()) && runtime.source() == source, "reading again changes nothing");
     return 0;

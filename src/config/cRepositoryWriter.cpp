@@ -13,10 +13,11 @@ QString versionText(const cVersion& version)
         .arg(quint32(version.build()), 3, 10, QLatin1Char('0'));
 }
 
-/// A line end or tab in an attribute would be read as a blank; and half a character has no form in UTF-8.
+/// A line end or tab in an attribute would be read as a blank, half a character has no form in UTF-8, and Qt's reader
+/// takes the last two codes for the end of the document.
 bool needsNumber(QChar character)
 {
-    return character.unicode() < ' ' || character.isSurrogate();
+    return character.unicode() < ' ' || character.isSurrogate() || character.unicode() >= 0xfffe;
 }
 
 QByteArray escaped(const QString& text)
