@@ -69,16 +69,16 @@ public:
     /** Copies all slots; strings, arrays and objects are shared until one side changes them. */
     cJsonValue(const cJsonValue& other) = default;
     /** Takes all slots over; @p other is null afterwards. */
-    cJsonValue(cJsonValue&& other) noexcept;
+    inline cJsonValue(cJsonValue&& other) noexcept;
     /** Destroys the value, however deep it is nested, with a bounded stack. */
-    ~cJsonValue();
+    inline ~cJsonValue();
 
     /** Copies all slots. @p other may be a part of this value. */
     cJsonValue& operator=(const cJsonValue& other);
     /** Takes all slots over. @p other may be a part of this value. */
     cJsonValue& operator=(cJsonValue&& other) noexcept;
     /** Exchanges all slots with @p other. */
-    void swap(cJsonValue& other) noexcept;
+    inline void swap(cJsonValue& other) noexcept;
 
     /** @return what the value stands for. This and the claims below look at nothing but the type. */
     JsonValueType type() const { return m_type; }

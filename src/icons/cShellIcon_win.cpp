@@ -62,7 +62,7 @@ HICON cShellIcon::fromSystemImageList() const
     if (!SHGetFileInfoW(m_iconFile, 0, &info, sizeof(info), SHGFI_SYSICONINDEX))
         return nullptr;
     cComPtr<IImageList> images;
-    if (FAILED(SHGetImageList(SHIL_EXTRALARGE, IID_IImageList, images.outVoid())))
+    if (FAILED(SHGetImageList(SHIL_EXTRALARGE, __uuidof(IImageList), images.outVoid())))
         return nullptr;
     HICON icon = nullptr;
     return SUCCEEDED(images->GetIcon(info.iIcon, ILD_TRANSPARENT, &icon)) ? icon : nullptr;
