@@ -94,7 +94,7 @@ public:
      * | 0 | There is an update, or a newer runtime, or only the description of the repository is newer. |
      * | 2 | There is none: no repository was found or reached, it has no features, or nothing is newer. |
      * | 4 | No check was made: `Corvane::initialize` is missing, or a check or update is under way. |
-     * | 5 | The newest repository lacks a feature that is installed, or that one of its features depends on. |
+     * | 5 | The newest repository lacks a feature that is installed, asked for or depended on. |
      *
      * Why a site, a document or a feature was passed over stands in the log channel "ConfigurationMgr".
      */
@@ -132,8 +132,7 @@ public:
      * Cancels the update under way: doUpdateOn() ends its transfer and returns code 1. For a slot or event that is
      * delivered while it waits. Packages that had arrived are kept for the next try.
      *
-     * A mere check ends its transfer too and answers from what it has, with code 2 as a rule. When nothing is under
-     * way, nothing happens.
+     * A mere check ends too, and answers with code 2. When nothing is under way, nothing happens.
      */
     static void cancelUpdate();
 

@@ -17,12 +17,6 @@ bool isForbidden(QChar character)
            QLatin1String("/\\:*?\"<>|").contains(character);
 }
 
-/// Half a character has no form in a file name and would become another character.
-bool hasLoneSurrogate(const QString& name)
-{
-    return !name.isValidUtf16();
-}
-
 /// Windows takes these names, with any extension and in any case, for devices, in whatever folder they stand.
 bool isDevice(const QString& name)
 {
@@ -32,14 +26,17 @@ bool isDevice(const QString& name)
             return true;
     }
     const bool isPort = stem.startsWith(QLatin1String("COM")) || stem.startsWith(QLatin1String("LPT"));
-    return isPort && stem.size() == 4 && stem.back().isDigit();
+    // The small raised numbers of Latin-1 count as digits there.
+    return isPort && stem.size() == 4 &&
+           (stem.back().isDigit() || QStringLiteral("\u00b9\u00b2\u00b3").contains(stem.back()));
 }
 
 } // namespace
 
 bool isSafeFileName(const QString& name)
 {
-    if (name.isEmpty() || name.toUtf8().size() > MaxBytes || hasLoneSurrogate(name))
+    // Half a character has no form in a file name and would become another character.
+    if (name.isEmpty() || !name.isValidUtf16() || name.toUtf8().size() > MaxBytes)
         return false;
     if (name.contains(QLatin1String("..")) || name.endsWith(QLatin1Char('.')) || name.endsWith(QLatin1Char(' ')))
         return false;

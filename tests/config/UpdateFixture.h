@@ -9,53 +9,44 @@
 #include <Rows.h>
 #include <SettingsSandbox.h>
 
-/// An installation, the managers that update it and one update site, all in a temporary folder.
+/// An installation, the managers that update it, and an update site on the disk, in a temporary folder.
 class UpdateFixture
 {
 public:
     UpdateFixture()
     {
-        QObject::connect(&updates, SIGNAL(progress(QString, qint64, qint64)), manager.data(),
-                         SLOT(onProgress(QString, qint64, qint64)));
+        QObject::connect(&updates, &cUpdateMgr::progress, manager.data(), &cConfigurationMgr::onProgress);
         cLogCentral::setDebuggerOutput(true);
     }
 
-    /// Everything as after a first installation, for the case @p name: repository "main" 1.0.0, and nothing in it.
-    void reset(const QString& name)
+    /// A new installation of version 1.0.0 of the repository "main", with @p features as XML, updated from @p site or,
+    /// when that is empty, from the folder "site". Nothing is in the data folder.
+    void begin(const QByteArray& features = QByteArray(), const QUrl& site = QUrl())
     {
-        m_case = sandbox.path() + "/" + QString(name).replace(QRegularExpression("\\W"), "_");
+        m_case = sandbox.path() + "/" + QString::number(++m_count);
+        m_since = cLogCentral::history().size();
         sandbox.setInstallDir(m_case);
-        QVERIFY(Corvane::initializeFolderOrFile());
         sandbox.setMachineValue("ConfigMgr/RepositoryName", "main");
         sandbox.setMachineValue("ConfigMgr/RepositoryVersion", "1.0.0");
-        sandbox.removeMachineValue("ConfigMgr/RuntimeVersion");
-        QDir(Corvane::velmiraFolderOrFile(Corvane::DataFolder)).removeRecursively();
+        QVERIFY(Corvane::initializeFolderOrFile());
+        QVERIFY(QDir(Corvane::velmiraFolderOrFile(Corvane::DataFolder)).removeRecursively());
         Corvane::setRestartSetupFilename("none");
-        write("site/site.xml", "<s><repository config='release' status='release' platform='x64' update='main' "
-                               "content='./repo'/></s>");
-        useSite(QUrl::fromLocalFile(m_case + "/site"));
-        setInstalled("");
-        manager->disconnect();
-    }
-    void useSite(const QUrl& url)
-    {
+        write("site/site.xml", Site);
+        const QUrl url = site.isEmpty() ? QUrl::fromLocalFile(path("site")) : site;
         QSettings().setValue("UpdateMgr/Locations/site", QVariantMap{{"url", url}});
         updates.loadLocations();
-    }
-    /// @p features as XML elements.
-    void setInstalled(const QByteArray& features)
-    {
         write("plugins/features.xml", "<r>" + features + "</r>");
         QVERIFY(manager->loadFeatures());
+        manager->disconnect();
     }
-    /// @p attributes of the root beside the name "main".
-    void setRepository(const QByteArray& attributes, const QByteArray& content)
+    /// What the folder "site" offers: @p attributes of the root beside the name "main", and @p content.
+    void offer(const QByteArray& attributes, const QByteArray& content) const
     {
         write("site/repo/repository.xml", "<r name='main' " + attributes + ">" + content + "</r>");
     }
 
-    /// Below the folder of the case.
-    QString path(const QString& file) const { return m_case + "/" + file; }
+    /// Below the folder of the case; an absolute path stays.
+    QString path(const QString& file) const { return QDir(m_case).absoluteFilePath(file); }
     void write(const QString& file, const QByteArray& bytes) const
     {
         QFile target(path(file));
@@ -63,22 +54,17 @@ public:
         QCOMPARE(target.write(bytes), bytes.size());
     }
 
-    /// How many warnings and errors since @p since contain @p part.
-    static int logged(const QString& part, int since = 0)
+    /// How many warnings and errors of the case contain @p part.
+    int logged(const QString& part) const
     {
         int count = 0;
-        for (const cLogEntry& entry : cLogCentral::history().mid(since))
+        for (const cLogEntry& entry : cLogCentral::history().mid(m_since))
             count += entry.channel == "ConfigurationMgr" && entry.level != debugInfo && entry.message.contains(part);
         return count;
     }
-    static QString text(const cJsonValue& value)
-    {
-        QString text;
-        QTextStream stream(&text);
-        value.serialize(stream);
-        stream.flush();
-        return text;
-    }
+
+    static constexpr char Site[] =
+        "<s><repository config='release' status='release' platform='x64' update='main' content='repo'/></s>";
 
     SettingsSandbox sandbox;
     cPluginMgr plugins;
@@ -87,4 +73,6 @@ public:
 
 private:
     QString m_case;
+    int m_count = 0;
+    int m_since = 0;
 };

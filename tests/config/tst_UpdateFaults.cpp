@@ -6,7 +6,28 @@
 #include <QtCore/QCryptographicHash>
 #include <QtCore/QProcess>
 
-/// Fetching an update in a process whose disk fails, or that is killed, at each of its changes of the disk in turn. A
+static const char Installed[] = "<feature name='C' version='1.0' repository='main'/>";
+
+static QByteArray bytesOf(const QByteArray& name)
+{
+    return name.repeated(100000);
+}
+
+/// Source and hash of the file NAME beside the description.
+static QByteArray package(const QByteArray& name)
+{
+    const QByteArray hash = QCryptographicHash::hash(bytesOf(name), QCryptographicHash::Sha1).toHex();
+    return "<source>" + name + "</source><hash>" + hash + "</hash>";
+}
+
+/// A feature with the plugins A 1.0.0 and B, newer than what is installed.
+static QByteArray feature(const QByteArray& versionOfB)
+{
+    return "<feature name='C' version='1.1'><plugins><plugin name='A' version='1.0'>" + package("A") +
+           "</plugin><plugin name='B' version='" + versionOfB + "'>" + package("B") + "</plugin></plugins></feature>";
+}
+
+/// Fetching an update in a process whose disk fails, or that is killed, at each of its changes of the disk in turn: the
 /// pending update stays, or the new one has taken its place, whole; and the next try succeeds.
 class tst_UpdateFaults : public QObject
 {
@@ -15,27 +36,26 @@ class tst_UpdateFaults : public QObject
 private slots:
     void survives_data()
     {
-        const Rows<QByteArray, QByteArray, QStringList> row("content", "fault", "files");
-        const QByteArray packages = feature("<plugin name='A' version='1.0'>" + package("A") + "</plugin>" +
-                                            "<plugin name='B' version='2.0'>" + package("B") + "</plugin>");
-        const QByteArray runtime = "<runtime version='1.0' name='setup'>" + package("S") + "</runtime>";
+        const Rows<QByteArray, QByteArray, QString> row("content", "fault", "files");
         for (const char* fault : {"tear", "ENOSPC", "EROFS"}) {
-            row(QByteArray("packages, ") + fault, packages, fault,
-                {"Dropbox/A-1.00.000.zip", "Dropbox/B-2.00.000.zip", "Dropbox/repository.xml"});
-            row(QByteArray("runtime, ") + fault, runtime, fault,
-                {"Dropbox/A-1.00.000.zip", "Dropbox/B-1.00.000.zip", "Dropbox/repository.xml", "setup"});
+            row(QByteArray("packages, ") + fault, feature("2.0"), fault,
+                "Dropbox/A-1.00.000.zip Dropbox/B-2.00.000.zip Dropbox/repository.xml");
+            row(QByteArray("runtime, ") + fault, "<runtime version='1.0' name='setup'>" + package("S") + "</runtime>",
+                fault, "Dropbox/A-1.00.000.zip Dropbox/B-1.00.000.zip Dropbox/repository.xml setup");
         }
     }
     void survives()
     {
         QFETCH(QByteArray, content);
         QFETCH(QByteArray, fault);
-        m_fixture.reset(QTest::currentDataTag());
+        m_fixture.begin(Installed);
         for (const char* name : {"A", "B", "S"})
             m_fixture.write(QString("site/repo/") + name, bytesOf(name));
-        m_fixture.setInstalled(feature(""));
-        m_fixture.setRepository("version='2.0'", content);
-        const int changes = countChanges();
+        m_fixture.offer("version='2.0'", content);
+
+        leaveAPendingUpdate();
+        QCOMPARE(update("count"), 0);
+        const int changes = Corvane::FileReadAll(m_fixture.path("changes"), nullptr).count('\n');
         QVERIFY(changes > 4);
         for (int i = 1; i <= changes; ++i) {
             leaveAPendingUpdate();
@@ -51,29 +71,14 @@ private slots:
 private:
     static constexpr int Killed = -1;
 
-    static QByteArray bytesOf(const QByteArray& name) { return name.repeated(100000); }
-    static QByteArray package(const QByteArray& name)
-    {
-        return "<source>" + name + "</source><hash>" +
-               QCryptographicHash::hash(bytesOf(name), QCryptographicHash::Sha1).toHex() + "</hash>";
-    }
-    static QByteArray feature(const QByteArray& plugins)
-    {
-        return "<feature name='C' version='1." + QByteArray(plugins.isEmpty() ? "0" : "1") +
-               "' repository='main'><plugins>" + plugins + "</plugins></feature>";
-    }
-    static QString dataFolder() { return Corvane::velmiraFolderOrFile(Corvane::DataFolder); }
+    static QDir dataFolder() { return QDir(Corvane::velmiraFolderOrFile(Corvane::DataFolder)); }
 
-    void leaveAPendingUpdate()
+    void leaveAPendingUpdate() const
     {
-        QVERIFY(QDir(dataFolder()).removeRecursively());
-        const QString dropbox = QDir(m_fixture.path("")).relativeFilePath(dataFolder()) + "/Dropbox/";
-        QByteArray plugins;
-        for (const char* name : {"A", "B"}) {
-            m_fixture.write(dropbox + name + "-1.00.000.zip", bytesOf(name));
-            plugins += "<plugin name='" + QByteArray(name) + "' version='1.0'>" + package(name) + "</plugin>";
-        }
-        m_fixture.write(dropbox + "repository.xml", "<r version='1.1'>" + feature(plugins) + "</r>");
+        QVERIFY(dataFolder().removeRecursively());
+        for (const char* name : {"A", "B"})
+            m_fixture.write(dataFolder().filePath(QString("Dropbox/%1-1.00.000.zip").arg(name)), bytesOf(name));
+        m_fixture.write(dataFolder().filePath("Dropbox/repository.xml"), "<r version='1.1'>" + feature("1.0") + "</r>");
     }
     /// Whether the description is there, and every package that it names.
     static bool isWhole()
@@ -82,40 +87,30 @@ private:
         const QString path = Corvane::velmiraFolderOrFile(Corvane::DropboxRepositoryFile);
         if (!cCatalogueReader(update).read(Corvane::FileReadAll(path, nullptr)))
             return false;
-        for (const auto& plugin : update.find("C")->plugins()) {
-            if (!cDropbox().holds(*plugin))
-                return false;
-        }
-        return true;
+        const auto plugins = update.find("C")->plugins();
+        return std::all_of(plugins.begin(), plugins.end(),
+                           [](const auto& plugin) { return cDropbox().holds(*plugin); });
     }
-    static QStringList files()
+    static QString files()
     {
         QStringList files;
-        for (QDirIterator it(dataFolder(), QDir::Files | QDir::Hidden, QDirIterator::Subdirectories); it.hasNext();)
-            files << QDir(dataFolder()).relativeFilePath(it.next());
+        for (QDirIterator it(dataFolder().path(), QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
+             it.hasNext();)
+            files << dataFolder().relativeFilePath(it.next());
         files.sort();
-        return files;
-    }
-
-    int countChanges()
-    {
-        leaveAPendingUpdate();
-        const QString report = m_fixture.path("changes");
-        qputenv("FILE_FAULTS_REPORT", report.toLocal8Bit());
-        const int code = update("count");
-        qunsetenv("FILE_FAULTS_REPORT");
-        return code == 0 ? Corvane::FileReadAll(report, nullptr).count('\n') : 0;
+        return files.join(' ');
     }
     /// The result code of an update in a process of its own.
-    static int update(const QByteArray& fault)
+    int update(const QByteArray& fault) const
     {
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
         if (!fault.isEmpty()) {
             environment.insert("LD_PRELOAD", FILE_FAULTS);
             environment.insert("FILE_FAULTS", fault);
+            environment.insert("FILE_FAULTS_BELOW", QFileInfo(dataFolder().path()).dir().canonicalPath());
+            environment.insert("FILE_FAULTS_REPORT", m_fixture.path("changes"));
+            environment.insert("ASAN_OPTIONS", "verify_asan_link_order=0:detect_leaks=0");
         }
-        environment.insert("FILE_FAULTS_BELOW", QFileInfo(dataFolder()).dir().canonicalPath());
-        environment.insert("ASAN_OPTIONS", "verify_asan_link_order=0:detect_leaks=0");
         QProcess process;
         process.setProcessEnvironment(environment);
         process.start(QCoreApplication::applicationFilePath(), {"--update"});

@@ -4,47 +4,45 @@
 
 #include <random>
 
-namespace {
-
-/// A feature of the repository with the plugins in @p plugins, each of one byte more than the one before.
-QByteArray feature(const QByteArray& name, const QByteArray& version, const QByteArrayList& plugins = {},
-                   const QByteArray& more = {})
+/// The features of @p text: "C-2.1:A,B<D,E@R" is C 2.1 of the repository R with the plugins A and B of 10 and 11 bytes,
+/// which depends on D and E.
+static QByteArray features(const QString& text)
 {
-    QByteArray xml = "<feature name='" + name + "' version='" + version + "'>" + more + "<plugins>";
-    for (int i = 0; i < plugins.size(); ++i)
-        xml += "<plugin name='" + plugins.at(i) + "' version='1.2' size='" + QByteArray::number(10 + i) + "'/>";
-    return xml + "</plugins></feature>";
-}
-
-QByteArray needs(const QByteArrayList& names)
-{
-    return "<dependencies><feature name='" + names.join("'/><feature name='") + "'/></dependencies>";
-}
-
-/// An installed feature.
-QByteArray has(const QByteArray& name, const QByteArray& version, const QByteArray& repository = "main")
-{
-    return "<feature name='" + name + "' version='" + version + "' repository='" + repository + "'/>";
+    static const QRegularExpression form("^([^-]*)-([^:<@]*)(?::([^<@]*))?(?:<([^@]*))?(?:@(.*))?$");
+    QString xml;
+    for (const QString& word : text.split(' ', Qt::SkipEmptyParts)) {
+        const QRegularExpressionMatch part = form.match(word);
+        const QString repository = part.lastCapturedIndex() == 5 ? part.captured(5) : "main";
+        xml += QString("<feature name='%1' version='%2' repository='%3'><plugins>")
+                   .arg(part.captured(1), part.captured(2), repository);
+        int size = 10;
+        for (const QString& plugin : part.captured(3).split(',', Qt::SkipEmptyParts))
+            xml += QString("<plugin name='%1' version='1.2' size='%2'/>").arg(plugin).arg(size++);
+        xml += "</plugins><dependencies>";
+        for (const QString& dependency : part.captured(4).split(',', Qt::SkipEmptyParts))
+            xml += "<feature name='" + dependency + "'/>";
+        xml += "</dependencies></feature>";
+    }
+    return xml.toUtf8();
 }
 
 /// The values of the result in the order of their documentation; "-" for a key that is absent.
-QString values(const cJsonValue& result)
+static QString values(const cJsonValue& result)
 {
     QStringList values;
     for (const char* key : {"result_code", "current_version", "update_to_version", "requires_new_core", "size"})
-        values << (result.contains(key) ? UpdateFixture::text(result[key]).remove('"') : "-");
+        values << (result.contains(key) ? result[key].toVariant().toString() : "-");
     return values.join(' ');
 }
 
-QStringList namesOf(const cUpdateCheck::Features& features)
+template <typename Records>
+static QStringList namesOf(const Records& records)
 {
     QStringList names;
-    for (const auto& feature : features)
-        names << feature->name();
+    for (const auto& record : records)
+        names << record->name();
     return names;
 }
-
-} // namespace
 
 /// What is found newer, and what is answered.
 class tst_cUpdateCheck : public QObject
@@ -52,123 +50,99 @@ class tst_cUpdateCheck : public QObject
     Q_OBJECT
 
 private slots:
-    void init()
-    {
-        m_fixture.reset(QTest::currentTestFunction() + QByteArray(QTest::currentDataTag()));
-        m_since = cLogCentral::history().size();
-    }
     void compares_data()
     {
-        const Rows<QByteArray, QByteArray, QString, QString, QString, QString> row("installed", "repository", "names",
-                                                                                   "expected", "features", "plugins");
-        const QByteArray v1 = "version='1.0'>";
-        const QByteArray v2 = "version='1.2.3'>";
+        const Rows<QString, QString, QByteArray, QString, QString> row("installed", "available", "version", "expected",
+                                                                       "found");
         const QString none = "2 1.00.000 1.00.000 false 0";
-        const QString some = "0 1.00.000 1.02.003 false %1";
-        row("nothing is newer", has("C", "2.0"), v1 + feature("C", "2.0", {"A"}), "", none, "", "");
-        row("older, of the same repository", has("C", "2.0"), v1 + feature("C", "1.9", {"A"}), "", none, "", "");
-        row("only the description is newer", has("C", "2.0"), v2 + feature("C", "2.0"), "", some.arg(0), "", "");
-        row("newer", has("C", "2.0") + has("D", "1.0"), v2 + feature("D", "1.0") + feature("C", "2.1", {"A", "B"}), "",
-            some.arg(21), "C", "A B");
-        row("the same from elsewhere", has("C", "2.0", "other"), v2 + feature("C", "2.0"), "", some.arg(0), "C", "");
-        row("older from elsewhere", has("C", "2.0", ""), v1 + feature("C", "1.0", {"A"}), "",
-            "0 1.00.000 1.00.000 false 10", "C", "A");
-        row("a name that is not installed", has("C", "2.0"), v2 + feature("C", "2.0") + feature("N", "0", {"A"}),
-            "N C N", some.arg(10), "N", "A");
-        row("a shared plugin counts once", has("C", "1") + has("D", "1"),
-            v2 + feature("D", "2.1", {"A", "B"}) + feature("C", "2.1", {"B", "A"}), "", some.arg(21), "C D", "B A");
-        row("known plugins are not fetched", has("C", "1.0"), v2 + feature("C", "2.1", {"Known", "A"}), "",
-            some.arg(11), "C", "A");
-        row("known in another version only", has("C", "1.0"),
-            v2 + feature("C", "2.1", {"A"}).replace("name='A' version='1.2'", "name='Known' version='1.1'"), "",
-            some.arg(10), "C", "Known");
-        row("the last dependency first, before the next name", has("C", "1.0") + has("Z", "1.0"),
-            v2 + feature("C", "2.0", {}, needs({"D1", "D2", "Z"})) + feature("Z", "1.0") + feature("D1", "1") +
-                feature("D2", "1", {}, needs({"E", "C"})) + feature("E", "0"),
-            "", some.arg(0), "C D2 E D1", "");
-        row("the first feature of a name counts", has("C", "1.0") + has("C", "3.0"),
-            v2 + feature("C", "2.0", {"A"}) + feature("C", "4.0"), "", some.arg(10), "C", "A");
-        row("sizes beyond 32 bits are held at the end", has("C", "1.0"),
-            v2 + feature("C", "2.0", {"A", "B"}).replace("size='1", "size='429496728"), "", some.arg(4294967295), "C",
-            "A B");
-        row("the development feature is never looked up", has("VelmDev", "1.0") + has("C", "1.0"),
-            v2 + feature("C", "1.0"), "", some.arg(0), "", "");
-        row("an installed feature is missing", has("C", "1.0") + has("D", "1"), v2 + feature("C", "2.0", {"A"}), "",
-            "5 1.00.000 1.02.003 false -", "C", "");
-        row("a dependency is missing", has("C", "1.0"), v2 + feature("C", "1.0", {}, needs({"c"})), "",
-            "5 1.00.000 1.02.003 false -", "", "");
-        row("no features", has("C", "1.0"), v2, "", "2 1.00.000 1.02.003 false -", "", "");
-        row("a version of nothing is no repository", has("C", "1.0"), ">" + feature("C", "2.0"), "",
-            "2 1.00.000 0.00.000 false -", "", "");
-        row("a newer runtime, whatever else", has("D", "1.0"), v2 + "<runtime version='0.0.1'/>" + feature("C", "2"),
-            "", "0 1.00.000 1.02.003 true 0", "", "");
-        row("not well-formed", has("C", "1.0"), v2 + "<x>", "", "2 1.00.000 0.00.000 false -", "", "");
+        const QString some = "0 1.00.000 1.02.003 false ";
+        const QString missing = "5 1.00.000 1.02.003 false -";
+        const QString noRepository = "2 1.00.000 0.00.000 false -";
+        row("nothing is newer", "C-2.0", "C-2.0:A", "1.0", none, " > ");
+        row("older, of the same repository", "C-2.0", "C-1.9:A", "1.0", none, " > ");
+        row("only the description is newer", "C-2.0", "C-2.0:A", "1.2.3", some + "0", " > ");
+        row("newer", "C-2.0 D-1.0", "D-1.0:X C-2.1:A,B", "1.2.3", some + "21", "C > A B");
+        row("the same from elsewhere", "C-2.0@other", "C-2.0", "1.2.3", some + "0", "C > ");
+        row("older from elsewhere", "C-2.0@", "C-1.0:A", "1.0", "0 1.00.000 1.00.000 false 10", "C > A");
+        row("a shared plugin counts once", "C-1.0 D-1.0", "D-2.1:A,B C-2.1:B,A", "1.2.3", some + "21", "C D > B A");
+        row("known plugins are not fetched", "C-1.0", "C-2.1:Known,A", "1.2.3", some + "11", "C > A");
+        row("known in another version", "C-1.0", "C-2.1:Other", "1.2.3", some + "10", "C > Other");
+        row("the last dependency comes first, before the next name", "C-1.0 Z-1.0",
+            "C-2.0<D1,D2,Z Z-1.0 D1-1.0 D2-1.0<E,C E-0.0", "1.2.3", some + "0", "C D2 E D1 > ");
+        row("the first feature of a name", "C-1.0 C-3.0", "C-2.0:A C-4.0", "1.2.3", some + "10", "C > A");
+        row("the development feature", "VelmDev-1.0 C-1.0", "C-1.0", "1.2.3", some + "0", " > ");
+        row("an installed feature is missing", "C-1.0 D-1.0", "C-2.0:A", "1.2.3", missing, "C > ");
+        row("a dependency is missing", "C-1.0", "C-1.0<c", "1.2.3", missing, " > ");
+        row("no features", "C-1.0", "", "1.2.3", "2 1.00.000 1.02.003 false -", " > ");
+        row("version 0.0.0 is no repository", "C-1.0", "C-2.0", "", noRepository, " > ");
+        row("not well-formed", "C-1.0", "C-2.0", "1.2.3'><x y='", noRepository, " > ");
     }
     void compares()
     {
-        QFETCH(QByteArray, installed);
-        QFETCH(QByteArray, repository);
-        QFETCH(QString, names);
-        m_fixture.setInstalled(installed);
+        QFETCH(QString, installed);
+        QFETCH(QString, available);
+        QFETCH(QByteArray, version);
+        m_fixture.begin(features(installed));
         m_fixture.plugins.registerPlugin("Known", cVersion("1.2"));
-        m_fixture.write("site/repo/repository.xml", "<r name='main' " + repository + "</r>");
+        m_fixture.plugins.registerPlugin("Other", cVersion("1.1"));
+        m_fixture.offer("version='" + version + "'", features(available));
 
         cUpdateCheck check(m_fixture.manager->installed(), m_fixture.plugins);
-        const cJsonValue result = check.run(names.split(' ', Qt::SkipEmptyParts), m_fixture.updates);
+        const cJsonValue result = check.run({}, m_fixture.updates);
         QTEST(values(result), "expected");
-        QTEST(namesOf(check.features()).join(' '), "features");
-        QStringList plugins;
-        for (const auto& plugin : check.plugins())
-            plugins << plugin->name();
-        QTEST(plugins.join(' '), "plugins");
-        QCOMPARE(UpdateFixture::logged("lacks the feature", m_since), int(result["result_code"].toInt() == 5));
-        if (names.isEmpty())
-            QCOMPARE(values(IConfigMgr::checkForUpdates()), values(result));
+        QTEST(namesOf(check.features()).join(' ') + " > " + namesOf(check.plugins()).join(' '), "found");
+        QCOMPARE(m_fixture.logged("lacks the feature"), int(result["result_code"].toInt() == 5));
+        QCOMPARE(values(IConfigMgr::checkForUpdates()), values(result));
     }
-    void answersWithoutARepository()
+    void answersWithoutComparing()
     {
-        QFile::remove(m_fixture.path("site/site.xml"));
+        m_fixture.begin(features("C-1.0"));
+        m_fixture.offer("version='1.2.3'", "<runtime version='0.0.1'/>" + features("x-1.0"));
+        QCOMPARE(values(IConfigMgr::checkForUpdates()), "0 1.00.000 1.02.003 true 0");
+        m_fixture.sandbox.setMachineValue("ConfigMgr/RuntimeVersion", "0.0.1");
+        QCOMPARE(values(IConfigMgr::checkForUpdates()), "5 1.00.000 1.02.003 false -");
+        QVERIFY(QFile::remove(m_fixture.path("site/site.xml")));
         QCOMPARE(values(IConfigMgr::checkForUpdates()), "2 1.00.000 - - -");
         m_fixture.sandbox.removeMachineValue("ConfigMgr/RepositoryVersion");
         QCOMPARE(values(IConfigMgr::checkForUpdates()), "2 0.00.000 - - -");
     }
-    void loadsWhatIsInstalledWhenNothingIs()
+    void loadsWhatIsInstalledAndHoldsSizesAtTheirEnd()
     {
+        m_fixture.begin(features("C-1.0"));
         m_fixture.manager->setInstalled(cFeatureCatalogue());
-        m_fixture.write("plugins/features.xml", "<r>" + has("C", "2.0") + "</r>");
-        m_fixture.setRepository("version='2.0'", feature("C", "1.0"));
-        QCOMPARE(values(IConfigMgr::checkForUpdates()), "0 1.00.000 2.00.000 false 0");
+        m_fixture.offer("version='2.0'", features("C-2.0:A,B").replace("size='1", "size='429496728"));
+        QCOMPARE(values(IConfigMgr::checkForUpdates()), "0 1.00.000 2.00.000 false 4294967295");
     }
     void refusesACheckWithinACheck()
     {
-        m_fixture.setRepository("version='2.0'", feature("C", "1.0"));
+        m_fixture.begin();
+        m_fixture.offer("version='2.0'", features("C-1.0"));
         QStringList within;
         connect(m_fixture.manager.data(), &cConfigurationMgr::progress, this, [&within] {
             within << values(IConfigMgr::checkForUpdates()) << values(IConfigMgr::doUpdateOn({"C"}));
         });
         QCOMPARE(values(IConfigMgr::checkForUpdates()), "0 1.00.000 2.00.000 false 0");
         QVERIFY(within.size() >= 4 && within.count("4 - - - -") == within.size());
-        QCOMPARE(UpdateFixture::logged("a check or an update is under way", m_since), within.size());
+        QCOMPARE(m_fixture.logged("a check or an update is under way"), within.size());
     }
     /// Against the rule as it is said: one list, and each name looked for in it.
     void closesOverDependenciesLikeTheRule()
     {
+        m_fixture.begin();
         std::mt19937 engine(4711);
         const auto below = [&engine](int bound) { return int(engine() % uint(bound)); };
-        for (int round = 0; round < 60; ++round) {
+        for (int round = 0; round < 40; ++round) {
             const int count = 1 + below(40);
             QHash<QString, QStringList> dependencies;
-            QByteArray xml;
+            QString text;
             for (int i = 0; i < count; ++i) {
-                QByteArrayList names{"F0"};
+                QStringList& names = dependencies[QString::number(i)];
                 for (int n = below(4); n > 0; --n)
-                    names << "F" + QByteArray::number(below(count));
-                xml += feature("F" + QByteArray::number(i), "1.0", {}, needs(names));
-                for (const QByteArray& name : names)
-                    dependencies["F" + QString::number(i)] << name;
+                    names << QString::number(below(count));
+                text += QString("%1-1.0<%2 ").arg(i).arg(names.join(','));
             }
-            QStringList list{"F" + QString::number(count / 2), "F" + QString::number(count - 1)};
-            m_fixture.setRepository("version='2.0'", xml);
+            QStringList list{QString::number(count / 2), "0", QString::number(count / 2)};
+            m_fixture.offer("version='2.0'", features(text));
             cUpdateCheck check(m_fixture.manager->installed(), m_fixture.plugins);
             check.run(list, m_fixture.updates);
 
@@ -185,7 +159,6 @@ private slots:
 
 private:
     UpdateFixture m_fixture;
-    int m_since = 0;
 };
 
 QTEST_GUILESS_MAIN(tst_cUpdateCheck)

@@ -4,6 +4,7 @@
 #include <SettingsSandbox.h>
 
 #include "core/DurableFile.h"
+#include "core/SafeName.h"
 
 #include <QtCore/QRandomGenerator>
 #include <QtXml/QDomDocument>
@@ -60,6 +61,42 @@ private slots:
         }
         QCOMPARE(Corvane::FileReadAll(path, nullptr), QByteArray("two"));
         QCOMPARE(QDir(m_sandbox.path() + "/replaced").entryList(QDir::AllEntries | QDir::NoDotAndDotDot).size(), 1);
+    }
+    void namesThatStayInTheirFolder()
+    {
+        for (const char* name :
+             {"a", "Foo-1.02.003", ".hidden", "a.b c", "console", "com", "com12", "lpt", "\u00e4.zip"})
+            QVERIFY2(isSafeFileName(QString::fromUtf8(name)), name);
+        const QStringList unsafe{"",
+                                 ".",
+                                 "..",
+                                 "a..b",
+                                 "a/b",
+                                 "/a",
+                                 "a\\b",
+                                 "C:",
+                                 "a:b",
+                                 "a\n",
+                                 "a\x7f",
+                                 "a?",
+                                 "a*",
+                                 "a|b",
+                                 "<a>",
+                                 "\"a\"",
+                                 "a.",
+                                 "a ",
+                                 "nul",
+                                 "NUL.txt",
+                                 "Aux .b",
+                                 "com1",
+                                 "LPT9.x",
+                                 "com\u00b9",
+                                 "conin$",
+                                 "conout$",
+                                 QString(QChar(0xd800)),
+                                 QString(201, 'a')};
+        for (const QString& name : unsafe)
+            QVERIFY2(!isSafeFileName(name), qPrintable(name));
     }
     void translate_data()
     {
