@@ -7,6 +7,7 @@
 
 #include <QtCore/QDir>
 #include <QtCore/QFile>
+#include <QtCore/QFileInfo>
 
 cFolderJournal::cFolderJournal()
     : m_path(
@@ -40,6 +41,14 @@ QStringList cFolderJournal::identities() const
 
 bool cFolderJournal::remove()
 {
+    const QFileInfo journal(m_path);
+    QDir folder = journal.dir();
+    // What a run that was killed had written beside a file and not yet renamed over it.
+    const QString suffix = QStringLiteral(".??????");
+    const QFileInfo features(Corvane::velmiraFolderOrFile(Corvane::FeaturesFile));
+    for (const QString& name :
+         folder.entryList({journal.fileName() + suffix, features.fileName() + suffix}, QDir::Files))
+        folder.remove(name);
     QFile file(m_path);
     if (!file.exists() || file.remove())
         return true;

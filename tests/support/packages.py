@@ -123,8 +123,10 @@ def repository(folder, head, features):
             if fault != "missing":
                 open(path, "wb").write(data)
             digest = hashlib.sha1(data + (b"x" if fault == "hash" else b"")).hexdigest()
-            xml += (f'<plugin name="{words[0]}" version="{words[1]}" size="{len(data)}"><source>http://h/x</source>'
-                    f'<source>pool/{words[0]}.bin</source><hash method="sha1">{digest}</hash></plugin>\n')
+            sources = ["none/x", os.path.relpath(path, folder)] if fault == "elsewhere" else [os.path.basename(path)]
+            xml += f'<plugin name="{words[0]}" version="{words[1]}" size="{len(data)}">'
+            xml += "".join(f"<source>{source}</source>" for source in sources)
+            xml += f'<hash method="sha1">{digest}</hash></plugin>\n'
         xml += "</plugins></feature>\n"
     open(os.path.join(folder, "repository.xml"), "w").write(xml + "</repository>\n")
 

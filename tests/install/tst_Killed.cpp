@@ -1,0 +1,268 @@
+#include "install/cInstallMgr.h"
+
+#include <Norvale/Corvane.h>
+#include <Norvale/IConfigMgr.h>
+#include <Norvale/cLogCentral.h>
+#include <Rows.h>
+
+#include <QtCore/QMutex>
+#include <QtCore/QProcess>
+#include <QtCore/QTemporaryDir>
+
+#include <atomic>
+#include <chrono>
+#include <cstdio>
+#include <filesystem>
+#include <thread>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+/// Path below a folder and content; folders have none.
+using Tree = std::map<std::string, QByteArray>;
+
+Tree treeOf(const fs::path& folder)
+{
+    Tree tree;
+    if (!fs::exists(folder))
+        return tree;
+    for (const auto& entry : fs::recursive_directory_iterator(folder)) {
+        QFile file(QString::fromStdString(entry.path().string()));
+        const bool isFile = entry.is_regular_file() && file.open(QFile::ReadOnly);
+        tree[entry.path().lexically_relative(folder).string()] = isFile ? file.readAll() : QByteArray();
+    }
+    return tree;
+}
+
+/// Whether @p tree holds every file of @p part.
+bool holds(const Tree& tree, const Tree& part)
+{
+    return std::includes(tree.begin(), tree.end(), part.begin(), part.end());
+}
+
+/// An installation in a folder of its own, with the site that it is updated from.
+class Place
+{
+public:
+    explicit Place(const QString& folder) : m_folder(folder) {}
+
+    /// Runs this program as a child, which takes @p steps. @return its exit code; -1 when it was killed.
+    int run(const QString& steps, const QString& faults = QString()) const
+    {
+        QProcess child;
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert("XDG_CONFIG_HOME", m_folder + "/user");
+        environment.insert("XDG_CONFIG_DIRS", m_folder + "/machine");
+        environment.insert("XDG_DATA_HOME", m_folder + "/data");
+        environment.insert("QT_HASH_SEED", "0");            // the order of attributes in written XML
+        environment.insert("QT_BEARER_POLL_TIMEOUT", "-1"); // no looking for network interfaces
+        if (!faults.isEmpty()) {
+            environment.insert("LD_PRELOAD", FILE_FAULTS);
+            environment.insert("ASAN_OPTIONS", "verify_asan_link_order=0:detect_leaks=0");
+            environment.insert("FILE_FAULTS", faults);
+            environment.insert("FILE_FAULTS_BELOW", m_folder);
+            environment.insert("FILE_FAULTS_REPORT", m_folder + ".report");
+        }
+        QFile::remove(m_folder + ".report");
+        child.setProcessEnvironment(environment);
+        child.setStandardErrorFile(QProcess::nullDevice());
+        child.setStandardOutputFile(m_folder + ".log");
+        child.start(QCoreApplication::applicationFilePath(), {"child", m_folder, steps});
+        child.waitForFinished(-1);
+        return child.exitStatus() == QProcess::CrashExit ? -1 : child.exitCode();
+    }
+    QList<QByteArray> report() const
+    {
+        QFile file(m_folder + ".report");
+        return file.open(QFile::ReadOnly) ? file.readAll().trimmed().split('\n') : QList<QByteArray>();
+    }
+    QString said() const { return QString(Corvane::FileReadAll(m_folder + ".log", nullptr)); }
+
+    void offer(const QString& where, const QStringList& words) const
+    {
+        const QStringList all = QStringList{PACKAGES_PY, "repository", m_folder + "/" + where} + words;
+        QCOMPARE(QProcess::execute("python3", all), 0);
+    }
+    Tree plugins() const { return treeOf((m_folder + "/core/plugins").toStdString()); }
+    Tree dropbox() const { return treeOf((m_folder + "/data/NorvaleTests/Fixture/Dropbox").toStdString()); }
+    QByteArray settings() const
+    {
+        // Beside the file may lie a copy that Qt had not yet renamed.
+        QByteArray text = Corvane::FileReadAll(m_folder + "/machine/Varkel/Pelmora.conf", nullptr);
+        return text.replace(m_folder.toUtf8(), "FOLDER");
+    }
+
+    /// Of a lock without contents Qt waits half a minute whether its owner fills it. Let that have passed.
+    void ageLocks() const
+    {
+        for (const auto& entry : fs::recursive_directory_iterator(m_folder.toStdString())) {
+            if (entry.path().extension() == ".lock")
+                fs::last_write_time(entry, fs::file_time_type::clock::now() - std::chrono::minutes(1));
+        }
+    }
+    void save() const { copy(m_folder, m_folder + ".saved"); }
+    void restore() const { copy(m_folder + ".saved", m_folder); }
+
+private:
+    static void copy(const QString& from, const QString& to)
+    {
+        fs::remove_all(to.toStdString());
+        fs::copy(from.toStdString(), to.toStdString(), fs::copy_options::recursive);
+    }
+
+    QString m_folder;
+};
+
+} // namespace
+
+/// An update that is fetched and one that is installed, by a child process which is killed before each of its calls
+/// that change the disk in turn, and in the middle of each write, or to which the disk is full or cannot be written
+/// from that call on. What is installed is then the old set or the new one, never a part of either; and what is done
+/// next, without a fault, ends with the new one and nothing left over.
+class tst_Killed : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void endsInTheNewState_data()
+    {
+        const Rows<QString, QString> row("steps", "next");
+        row("fetching an update", "apply", "install,apply,install");
+        row("installing it", "install", "install");
+    }
+    void endsInTheNewState()
+    {
+        QFETCH(QString, steps);
+        QFETCH(QString, next);
+        QTemporaryDir dir(QFileInfo("/dev/shm").isWritable() ? "/dev/shm/killedXXXXXX"
+                                                             : QDir::tempPath() + "/killedXXXXXX");
+        const std::vector<Place> places{Place(dir.filePath("0")), Place(dir.filePath("1"))};
+        for (const Place& place : places)
+            prepare(place, steps == "install");
+        const Place& first = places.front();
+        QVERIFY2(first.run(steps, "count") == 0, qPrintable(first.said()));
+        const QList<QByteArray> calls = first.report();
+        QCOMPARE(first.run(next), 0);
+        m_new = first.plugins();
+        m_newSettings = first.settings();
+        QVERIFY(m_new.count("A-2.00.000/it.so") && !m_new.count("A-1.00.000") && first.dropbox().empty());
+        QVERIFY(calls.size() > 10);
+
+        QStringList jobs;
+        for (int i = 1; i <= calls.size(); ++i) {
+            const QByteArray& call = calls.at(i - 1);
+            jobs << QString("kill %1").arg(i) << QString("EROFS %1").arg(i);
+            if (!call.contains("unlink") && !call.contains("rmdir"))
+                jobs << QString("ENOSPC %1").arg(i);
+            if (call.contains("write"))
+                jobs << QString("tear %1").arg(i);
+        }
+        std::atomic<int> job{0};
+        std::vector<std::thread> workers;
+        for (const Place& place : places) {
+            workers.emplace_back([&] {
+                for (int i = job++; i < jobs.size(); i = job++)
+                    tryOut(place, steps, next, jobs.at(i));
+            });
+        }
+        for (std::thread& worker : workers)
+            worker.join();
+        const int covered = calls.size();
+        qInfo("%d calls that change the disk, %d runs", covered, jobs.size());
+        if (qEnvironmentVariableIsSet("NORVALE_SHOW_CALLS"))
+            qInfo("%s", calls.join('\n').replace(dir.path().toUtf8(), "").constData());
+        QVERIFY2(m_faults.isEmpty(), qPrintable(m_faults.mid(0, 10).join('\n')));
+    }
+
+private:
+    void prepare(const Place& place, bool isFetched)
+    {
+        place.offer("data/NorvaleTests/Fixture/Dropbox",
+                    {"main 1.0", "Core 1.0: A 1.0 !silent, B 1.0 !silent", "More 1.0: C 1.0 !silent"});
+        QCOMPARE(place.run("prepare,install"), 0);
+        place.offer("site/repo", {"main 2.0", "Core 2.0: A 2.0 !silent, B 1.0 !silent", "More 2.0: D 1.0 !silent"});
+        if (isFetched)
+            QVERIFY2(place.run("apply") == 0, qPrintable(place.said()));
+        place.save();
+        m_old = place.plugins();
+        QVERIFY(m_old.count("A-1.00.000/it.so") && place.dropbox().empty() != isFetched);
+    }
+    void tryOut(const Place& place, const QString& steps, const QString& next, const QString& fault)
+    {
+        place.restore();
+        const int code = place.run(steps, fault);
+        const bool isKilled = fault.startsWith("kill") || fault.startsWith("tear");
+        QStringList faults;
+        if (isKilled != (code == -1))
+            faults << QString("ended with %1").arg(code);
+        if (code == 1 && place.said().isEmpty())
+            faults << "failed and said nothing";
+        if (!isWhole(place.plugins()))
+            faults << "neither the old nor the new set is whole";
+        place.ageLocks();
+        if (place.run(next) != 0)
+            faults << "what is done next fails: " + place.said();
+        if (place.plugins() != m_new || place.settings() != m_newSettings || !place.dropbox().empty())
+            faults << "what is done next does not end in the new state";
+        const QMutexLocker lock(&m_mutex);
+        for (const QString& text : qAsConst(faults))
+            m_faults << fault + ": " + text;
+    }
+    /// The features file is the old one or the new one, and the folders that it names are as they were or will be.
+    bool isWhole(const Tree& tree) const
+    {
+        const std::string features = "features.xml";
+        const auto isThere = [&](const Tree& set) { return tree.at(features) == set.at(features) && holds(tree, set); };
+        return tree.count(features) && (isThere(m_old) || isThere(m_new));
+    }
+
+    Tree m_old;
+    Tree m_new;
+    QByteArray m_newSettings;
+    QMutex m_mutex;
+    QStringList m_faults;
+};
+
+/// The child: a host that takes its steps one after another. Exit code 1 when one of them fails.
+static int takeSteps(const QString& folder, const QString& steps)
+{
+    bool isDone = true;
+    for (const QString& step : steps.split(',')) {
+        if (step == "prepare") {
+            QSettings(QSettings::SystemScope, "Varkel", "Pelmora").setValue("InstallDir", folder + "/core");
+            const QVariantMap site{{"url", QUrl::fromLocalFile(folder + "/site")}};
+            QSettings().setValue("UpdateMgr/Locations/site", site);
+            QFile file(folder + "/site/site.xml");
+            isDone = QDir().mkpath(folder + "/site") && file.open(QFile::WriteOnly) &&
+                     file.write("<s><repository config='release' status='release' platform='x64' update='main' "
+                                "content='./repo'/></s>") > 0;
+        } else if (!cInstallMgr::instance()) {
+            isDone = Corvane::initialize() && isDone;
+            cLogCentral::setDebuggerOutput(true);
+        }
+        if (step == "install")
+            isDone = IInstallMgr::installDropbox() && isDone;
+        if (step == "apply")
+            isDone = IConfigMgr::doUpdateOn({}).get("result_code", -1).toInt() % 2 == 0 && isDone;
+    }
+    for (const cLogEntry& entry : cLogCentral::history()) {
+        if (entry.level != debugInfo)
+            std::puts(qPrintable(entry.channel + ": " + entry.message));
+    }
+    return isDone ? 0 : 1;
+}
+
+int main(int argc, char** argv)
+{
+    QCoreApplication application(argc, argv);
+    QCoreApplication::setOrganizationName("NorvaleTests");
+    QCoreApplication::setApplicationName("Fixture");
+    const QStringList arguments = QCoreApplication::arguments();
+    if (arguments.value(1) == "child")
+        return takeSteps(arguments.value(2), arguments.value(3));
+    tst_Killed test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "tst_Killed.moc"
