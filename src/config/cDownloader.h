@@ -13,7 +13,9 @@ class QNetworkAccessManager;
 
 /**
  * Fetches one URL after the other and waits for it: HTTP, HTTPS or a local file, into memory or into a device. Every
- * byte goes through a SHA-1 digest; nothing is compared with it here.
+ * byte goes through a SHA-1 digest; nothing is compared with it here. An answer shorter than the length it promises
+ * fails; one without a length ends with its connection, so that only the digest or the content tells whether it is
+ * whole.
  *
  * A transfer blocks its caller and serves the thread's event loop meanwhile. What those events run may cancel the
  * transfer, destroy the device or the downloader itself, or ask for another transfer, which is refused. Redirects are

@@ -87,10 +87,11 @@ private slots:
              {"c/site.xml", one},
              {"d/site.xml", one},
              {"d/r/repository.xml", repository("2.0")}},
-            {"absent", "a", "b", "~promise=300000000/c", "~cut=9/c", "~status=500/c", "d"}, "2.00.000 /d/r/p.zip",
+            {"absent", "a", "b", "~promise=300000000/c", "~cut=9/c", "~status=500/c", "~chunked/~cut=70/c", "d"},
+            "2.00.000 /d/r/p.zip",
             "site.xml\" \"the server answers 404 Not Found|No site description: * line 1, column 4: |line 1, column "
             "3003: |"
-            "more bytes than are accepted|Connection closed|500 By Request");
+            "more bytes than are accepted|Connection closed|500 By Request|c/site.xml");
         row("no repository can be fetched",
             {{"a/site.xml", one}, {"b/site.xml", one}, {"b/r/repository.xml", "<r version='9'>"}}, {"a", "b"},
             "0.00.000",
