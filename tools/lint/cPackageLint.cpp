@@ -1,5 +1,6 @@
 #include "lint/cPackageLint.h"
 
+#include "install/cPackage.h"
 #include "install/cPackageCheck.h"
 #include "lint/PackageManifest.h"
 #include "lint/cManifestLint.h"
@@ -9,6 +10,8 @@
 #include <Norvale/cZipEntry.h>
 
 #include <QtCore/QSet>
+
+#include <zlib.h>
 
 namespace {
 
@@ -43,21 +46,8 @@ Rule ruleOf(cPackageFinding::Rule rule)
 
 bool cPackageLint::check(const QByteArray& package)
 {
-    cPackageCheck rules;
-    return check(package, rules);
-}
-
-bool cPackageLint::check(const QByteArray& package, const QString& name, const cVersion& version,
-                         const QByteArray& hash)
-{
-    cPackageCheck rules;
-    rules.expectIdentity(name, version);
-    rules.expectHash(hash);
-    return check(package, rules);
-}
-
-bool cPackageLint::check(const QByteArray& package, cPackageCheck& rules)
-{
+    // Not those of this machine's settings: what is found must be the same everywhere.
+    cPackageCheck rules{cPackageCheck::Limits()};
     m_manifest.reset();
     if (!rules.check(package)) {
         for (const cPackageFinding& finding : rules.findings())
@@ -68,7 +58,27 @@ bool cPackageLint::check(const QByteArray& package, cPackageCheck& rules)
     m_name = rules.name();
     m_version = rules.version();
     checkManifest(package);
+    checkSums(package);
     return true;
+}
+
+// An installation goes by the hash of the whole; other programs would refuse the entry.
+void cPackageLint::checkSums(const QByteArray& bytes)
+{
+    cPackage package;
+    package.setBytes(bytes);
+    if (!package.readDirectory())
+        return;
+    QByteArray content;
+    QString error;
+    for (const cZipRecord& record : package.records()) {
+        if (!record.isListed() || !package.readContent(record, &content, &error))
+            continue;
+        const auto* const data = reinterpret_cast<const Bytef*>(content.constData());
+        if (crc32(0, data, uInt(content.size())) != record.crc)
+            m_findings.add(Rule::PackageCrc, m_file + QLatin1Char('!') + record.name,
+                           QStringLiteral("its CRC-32 is not the one that the archive states"));
+    }
 }
 
 void cPackageLint::checkManifest(const QByteArray& package)

@@ -10,7 +10,6 @@
 #include <optional>
 
 class cFindings;
-class cPackageCheck;
 
 /// Holds a plugin package against the rules of an installation, by the installer's own check, and its manifest against
 /// those of manifests.
@@ -20,11 +19,8 @@ public:
     /// @p file is what findings name.
     cPackageLint(const QString& file, cFindings& findings) : m_file(file), m_findings(findings) {}
 
-    /// A package of any plugin. @return false when it would not be installed.
+    /// @return false when it would not be installed.
     bool check(const QByteArray& package);
-
-    /// The package of exactly that plugin, with that SHA-1 (raw bytes; an empty one is not asked for).
-    bool check(const QByteArray& package, const QString& name, const cVersion& version, const QByteArray& hash);
 
     /// What the package holds; valid after a check() that was true.
     QString name() const { return m_name; }
@@ -32,8 +28,8 @@ public:
     const std::optional<cManifest>& manifest() const { return m_manifest; }
 
 private:
-    bool check(const QByteArray& package, cPackageCheck& rules);
     void checkManifest(const QByteArray& package);
+    void checkSums(const QByteArray& bytes);
 
     QString m_file;
     cFindings& m_findings;

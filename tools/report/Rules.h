@@ -49,6 +49,7 @@ enum class Severity { Error, Warning };
     X(PackageEntryType, "package-entry-type", Error, "an entry is a file or folder: no link, no encryption")           \
     X(PackageEntryRecord, "package-entry-record", Error, "an entry's records agree and overlap no other")              \
     X(PackageEntryContent, "package-entry-content", Error, "an entry's bytes come out in the size that is declared")   \
+    X(PackageCrc, "package-crc", Warning, "an entry's bytes have the CRC-32 that the archive states")                  \
     X(PackageSize, "package-size", Error, "unpacked size and ratio stay within the limits of an installation")         \
     X(PackageName, "package-name", Error, "a package is named NAME-VERSION.zip as its manifest")                       \
     X(CatalogueNoFeatures, "catalogue-no-features", Warning, "a catalogue has features or a runtime")                  \
