@@ -31,8 +31,10 @@ ExitCode cSitePublisher::run()
         return fail(ExitCode::WriteFailed, QStringLiteral("the folder %1 cannot be made").arg(m_wanted.site));
     // Two runs at once would each keep what stood there, and the later one lose what the other has added.
     QLockFile lock(QDir(m_wanted.site).filePath(QStringLiteral(".norvale.lock")));
-    lock.setStaleLockTime(0); // only that its owner is gone makes it stale
-    if (!lock.tryLock(0))
+    // A living owner's file is locked by the system too, however old it is. A dead one may have left it without or with
+    // half a name.
+    lock.setStaleLockTime(1000);
+    if (!lock.tryLock(2000))
         return lock.error() == QLockFile::LockFailedError
                    ? fail(ExitCode::Busy, QStringLiteral("%1 is being changed by another run").arg(m_wanted.site))
                    : fail(ExitCode::WriteFailed, QStringLiteral("%1 cannot be written").arg(m_wanted.site));
@@ -124,8 +126,23 @@ cFindings cSitePublisher::findingsOf(const QByteArray& xml, bool withNewFiles) c
     return findings;
 }
 
+// Files that a run which was cut off was writing; nothing else writes while the lock is held.
+void cSitePublisher::sweepLeftovers()
+{
+    const QString repository = m_state.repositoryFolder();
+    const QList<QPair<QString, QString>> places{{QFileInfo(m_state.sitePath()).path(), QStringLiteral("site.xml")},
+                                                {repository, QStringLiteral("repository.xml")},
+                                                {repository + QStringLiteral("/packages"), QStringLiteral("*.zip")}};
+    for (const auto& place : places) {
+        const QDir folder(place.first);
+        for (const QString& name : folder.entryList({place.second + QStringLiteral(".??????")}, QDir::Files))
+            QFile::remove(folder.filePath(name));
+    }
+}
+
 bool cSitePublisher::write()
 {
+    sweepLeftovers();
     const QString folder = m_state.repositoryFolder() + QLatin1Char('/');
     QList<cNewFile> files = m_packages;
     if (m_runtime)

@@ -38,6 +38,7 @@ private:
     bool readRuntime();
     bool isResultSound();
     cFindings findingsOf(const QByteArray& xml, bool withNewFiles) const;
+    void sweepLeftovers();
     bool write();
     bool writeFile(const QString& path, const QByteArray& bytes);
     ExitCode fail(ExitCode code, const QString& reason);
