@@ -1,0 +1,170 @@
+#include "Rows.h"
+#include "ToolFixture.h"
+
+#include "install/cPackageCheck.h"
+#include "zip/cZipDirectory.h"
+
+#include <Norvale/cZipArchive.h>
+#include <Norvale/cZipEntry.h>
+
+#include <QtCore/QBuffer>
+#include <QtCore/QDir>
+#include <QtCore/QFile>
+#include <QtCore/QProcess>
+
+class tst_Pack : public QObject
+{
+    Q_OBJECT
+
+    ToolFixture m_tool;
+
+private slots:
+    void init() { m_tool.begin(); }
+
+    void givesTheSameBytesEverywhere()
+    {
+        QByteArray noise;
+        for (int i = 0; i < 100000; ++i)
+            noise.append(char(i * 7919 >> 5));
+        const QMap<QString, QByteArray> files{{"data/a.txt", "text"},
+                                              {"data/noise", noise},
+                                              {"empty", ""},
+                                              {"zeros", QByteArray(3000000, '\0')},
+                                              {"setup", "#!/bin/sh\n"}};
+        const QString folder = m_tool.makePlugin("A", "1.2.3", QString(), files);
+        QCOMPARE(m_tool.run({"pack", folder, "-o", "one"}).output, QString("one/A-1.02.003.zip\n"));
+
+        // another machine: made in another order, at another time, with other permissions and another time zone
+        for (const char* const name : {"zeros", "setup", "empty", "data/noise", "data/a.txt"}) {
+            QFile::remove(m_tool.path(folder + "/" + name));
+            m_tool.write(folder + "/" + name, files.value(name));
+            QFile file(m_tool.path(folder + "/" + name));
+            QVERIFY(file.open(QIODevice::ReadWrite));
+            QVERIFY(file.setFileTime(QDateTime(QDate(2001, 2, 3), QTime(4, 5)), QFileDevice::FileModificationTime));
+            QVERIFY(file.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
+        }
+        QCOMPARE(m_tool.run({"pack", folder, "-o", "two"}, {{"TZ", "Asia/Tokyo"}, {"LC_ALL", "de_DE"}}).code, 0);
+        QCOMPARE(m_tool.read("one/A-1.02.003.zip"), m_tool.read("two/A-1.02.003.zip"));
+    }
+
+    // An installation inflates what it lists; the zeros are too dense for that, and are stored.
+    void holdsWhatTheFolderHolds()
+    {
+        const QMap<QString, QByteArray> files{{"data/b", "text"},
+                                              {"data.txt", "x"},
+                                              {"empty", ""},
+                                              {"zeros", QByteArray(3000000, '\0')},
+                                              {"run", "#!/bin/sh\n"}};
+        const QString folder = m_tool.makePlugin("A", "1.0.0", QString(), files);
+        QCOMPARE(m_tool.run({"pack", folder, "--exclude", "*.txt"}).code, 0);
+        QByteArray bytes = m_tool.read("A-1.00.000.zip");
+        cZipArchive archive(bytes);
+        QStringList names;
+        for (const QSharedPointer<cZipEntry>& entry : archive.entries())
+            names.append(entry->name());
+        QCOMPARE(names, QStringList({"A.so", "Manifest.xml", "data/b", "run", "zeros"}));
+        QCOMPARE(archive.entry("data/b")->content(), QByteArray("text"));
+        QCOMPARE(archive.entry("Manifest.xml")->content(), ToolFixture::manifest("A", "1.0.0"));
+        QCOMPARE(archive.entry("zeros")->compressedContent(), files["zeros"]);
+
+        QBuffer buffer(&bytes);
+        QVERIFY(buffer.open(QIODevice::ReadOnly));
+        cZipDirectory directory;
+        QVERIFY(directory.read(&buffer));
+        QCOMPARE(directory.count(), 6);
+        for (int i = 0; i < directory.count(); ++i) {
+            const cZipRecord record = directory.record(i);
+            QVERIFY(!(record.flags & cZipRecord::HasDataDescriptor));
+            QCOMPARE(record.unixMode(), record.name == "run" ? 0100755u : 0100644u);
+        }
+        cPackageCheck check{cPackageCheck::Limits()};
+        QVERIFY(check.check(bytes));
+        QProcess unzip;
+        unzip.start("unzip", {"-tqq", m_tool.path("A-1.00.000.zip")});
+        QVERIFY(unzip.waitForFinished());
+        QCOMPARE(unzip.exitCode(), 0);
+    }
+
+    void refuses_data()
+    {
+        const Rows<QString, QString> row("shell", "said");
+        row("a link to a file", "ln -s /etc/passwd p", "[folder-link]");
+        row("a link to a folder", "ln -s .. up", "[folder-link]");
+        row("a broken link", "ln -s nowhere n", "[folder-link]");
+        row("a pipe", "mkfifo pipe", "[folder-special]");
+        row("a backslash", "touch 'a\\b'", "[folder-bad-name]");
+        row("a line end", "touch 'a\nb'", "a?b: error");
+        row("no ASCII", "touch 'gr\u00fcn'", "[folder-bad-name]");
+        row("a device", "mkdir sub && touch sub/nul.txt", "[folder-bad-name]");
+        row("case alone", "mkdir sub && touch sub/a sub/A", "[folder-name-clash]");
+        row("no manifest", "rm Manifest.xml", "[folder-no-manifest]");
+        row("lower case manifest", "mv Manifest.xml manifest.xml", "[folder-no-manifest]");
+        row("manifest without name", "sed -i 's/ name=[^ ]*//' Manifest.xml", "[manifest-bad-name]");
+        row("manifest of a path", "sed -i 's/ name=\"A/ name=\"..\\/A/' Manifest.xml", "[manifest-bad-name]");
+        row("manifest not XML", "echo '<' >>Manifest.xml", "[xml-malformed]");
+        row("no library", "rm A.so", "[manifest-library-missing]");
+        row("more than is installed", "truncate -s 3G big", "[package-size]");
+    }
+    void refuses()
+    {
+        QFETCH(QString, shell);
+        QFETCH(QString, said);
+        const QString folder = m_tool.makePlugin("A", "1.0.0");
+        QProcess process;
+        process.setWorkingDirectory(m_tool.path(folder));
+        process.start("sh", {"-ec", shell});
+        QVERIFY(process.waitForFinished() && process.exitCode() == 0);
+        const ToolFixture::Ended ended = m_tool.run({"pack", folder});
+        QCOMPARE(ended.code, 1);
+        QVERIFY2(ended.reasons.contains(said), qPrintable(ended.reasons));
+        QVERIFY(!QFile::exists(m_tool.path("A-1.00.000.zip")));
+        if (said.startsWith("[folder") && said != "[folder-no-manifest]")
+            QVERIFY(m_tool.run({"lint", folder}).output.contains(said));
+    }
+
+    // What an installation passes over.
+    void looksAtSums()
+    {
+        m_tool.makePackage("A", "1.0.0");
+        QByteArray bytes = m_tool.read("A-1.00.000.zip");
+        const int record = bytes.indexOf("PK\1\2");
+        bytes[record + 16] = char(bytes[record + 16] ^ 1);
+        m_tool.write("A-1.00.000.zip", bytes);
+        const ToolFixture::Ended ended = m_tool.run("lint A-1.00.000.zip");
+        QCOMPARE(ended.code, 0);
+        QVERIFY2(ended.output.contains("A.so: warning") && ended.output.contains("[package-crc]"),
+                 qPrintable(ended.output));
+    }
+
+    void leavesNothingBehindWhatItCannotWrite()
+    {
+        const QString folder = m_tool.makePlugin("A", "1.0.0");
+        m_tool.write("file", "");
+        QCOMPARE(m_tool.run({"pack", folder, "-o", "file"}).code, 4);
+        QCOMPARE(m_tool.run({"pack", folder, "-o", folder + "/out"}).code, 2);
+        QCOMPARE(m_tool.tree(folder).size(), 2);
+    }
+
+    void drawsRepositoriesAndPictures()
+    {
+        m_tool.makePackage("A", "1.0.0", "<dependencies><dependency>B \"x\"</dependency></dependencies>");
+        m_tool.write("repository.xml",
+                     "<r><feature name='F\\' version='1.0'><dependencies><feature name='G'/></dependencies>"
+                     "<plugins><plugin name='A' version='1.0.0'/></plugins></feature></r>");
+        const ToolFixture::Ended dot = m_tool.run("graph repository.xml");
+        QCOMPARE(dot.code, 0);
+        QVERIFY(dot.output.contains("\"plugin A\" -> \"plugin B \\\"x\\\"\""));
+        QVERIFY(dot.output.contains("\"feature F\\\\\" -> \"feature G\" [style=dashed]"));
+        const ToolFixture::Ended none = m_tool.run({"graph", ".", "-o", "x.svg"}, {{"PATH", m_tool.path()}});
+        QCOMPARE(none.code, 6);
+        QVERIFY(none.reasons.contains("Graphviz"));
+        QVERIFY(!QFile::exists(m_tool.path("x.svg")));
+        if (QStandardPaths::findExecutable("dot").isEmpty())
+            QSKIP("Graphviz is not here");
+        QCOMPARE(m_tool.run("graph . -o x.svg").code, 0);
+        QVERIFY(m_tool.read("x.svg").contains("</svg>"));
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_Pack)
+#include "tst_Pack.moc"

@@ -1,0 +1,254 @@
+#include "HttpSite.h"
+#include "Rows.h"
+#include "ToolFixture.h"
+
+#include <QtCore/QDir>
+#include <QtCore/QFile>
+#include <QtCore/QLockFile>
+#include <QtCore/QProcess>
+#include <QtCore/QSet>
+
+class tst_Site : public QObject
+{
+    Q_OBJECT
+
+    ToolFixture m_tool;
+
+    /// A site with the feature Core of plugin A, the feature F of plugin B, which depends on A, and a runtime.
+    void makeSite()
+    {
+        m_tool.makePackage("A", "1.0.0");
+        m_tool.makePackage("B", "1.0.0", "<dependencies><dependency>A</dependency></dependencies>");
+        m_tool.write("setup.exe", "setup program");
+        QCOMPARE(m_tool.run("site add site A-1.00.000.zip --feature Core --feature-version 1.0.0").code, 0);
+        QCOMPARE(m_tool
+                     .run("site add site B-1.00.000.zip --feature F --feature-version 1.0.0 --depends Core "
+                          "--display-name en-us=Eff --runtime setup.exe --runtime-version 2.0.0")
+                     .code,
+                 0);
+    }
+
+    void shell(const QString& script, const QString& folder = QString())
+    {
+        QProcess process;
+        process.setWorkingDirectory(m_tool.path(folder));
+        process.start("sh", {"-ec", script});
+        QVERIFY(process.waitForFinished());
+        QCOMPARE(process.readAllStandardError() + QByteArray::number(process.exitCode()), QByteArray("0"));
+    }
+
+    QByteArray repository() const { return m_tool.read("site/main/repository.xml"); }
+
+private slots:
+    void init() { m_tool.begin(); }
+
+    void isWholeSeenFromEverywhere()
+    {
+        makeSite();
+        QCOMPARE(m_tool.run("site check --strict site").code, 0);
+        QCOMPARE(m_tool.run("lint --strict site").code, 0);
+
+        HttpSite server;
+        QVERIFY(server.isRunning());
+        const QMap<QString, QByteArray> files = m_tool.tree("site");
+        for (auto it = files.begin(); it != files.end(); ++it)
+            QVERIFY(server.write(it.key(), it.value()));
+        QCOMPARE(m_tool.run({"site", "check", "--strict", server.url("site").toString()}).code, 0);
+        const QStringList requests = server.takeRequests();
+        QCOMPARE(requests.size(), files.size()); // each once
+        QCOMPARE(QSet<QString>(requests.begin(), requests.end()).size(), files.size());
+
+        QCOMPARE(m_tool.run({"site", "check", server.url("site", "~status=500").toString()}).code, 5);
+        QCOMPARE(m_tool.run({"site", "check", server.url("nothing").toString()}).code, 5);
+    }
+
+    void keepsWhatStoodThere()
+    {
+        makeSite();
+        const QMap<QString, QByteArray> before = m_tool.tree("site");
+        const ToolFixture::Ended again =
+            m_tool.run("site add site A-1.00.000.zip --feature Core --feature-version 1.0.0");
+        QVERIFY(again.output.startsWith("nothing is new"));
+        QCOMPARE(m_tool.tree("site"), before);
+
+        m_tool.makePackage("B", "2.0.0", "<dependencies><dependency>A</dependency></dependencies>");
+        QCOMPARE(
+            m_tool.run("site add site B-2.00.000.zip --feature F --feature-version 2.0.0 --core-version 1.2.3").code,
+            0);
+        const QByteArray after = repository();
+        QVERIFY(after.contains("name=\"main\" version=\"1.00.002\" core_version=\"1.02.003\""));
+        QVERIFY(after.contains("<feature name=\"Core\" version=\"1.00.000\""));
+        QVERIFY(after.contains(">Eff<") && after.contains("<feature name=\"Core\"/>") && after.contains("setup.exe"));
+        QVERIFY(!after.contains("B-1.00.000") && m_tool.tree("site").contains("site/main/packages/B-1.00.000.zip"));
+
+        QCOMPARE(m_tool
+                     .run("site add site A-1.00.000.zip --feature Core --feature-version 1.0.0 --repository other "
+                          "--repository-version 7.0 --status beta")
+                     .code,
+                 0);
+        QCOMPARE(repository(), after);
+        QVERIFY(m_tool.read("site/other-beta/repository.xml").contains("version=\"7.00.000\""));
+        QCOMPARE(m_tool.run("site check --strict site").code, 0);
+    }
+
+    void changesFeaturesThatShareAPluginTogether()
+    {
+        makeSite();
+        QCOMPARE(m_tool.run("site add site A-1.00.000.zip --feature G --feature-version 1.0.0").code, 0);
+        m_tool.makePackage("A", "2.0.0");
+        const QString line = "site add site A-2.00.000.zip --feature Core --feature-version 2.0.0";
+        const ToolFixture::Ended alone = m_tool.run(line);
+        QCOMPARE(alone.code, 1);
+        QVERIFY(alone.reasons.contains("[plugin-two-versions]"));
+        QCOMPARE(m_tool.run(line + " --shared G=2.0.0").code, 0);
+        QVERIFY(repository().contains("<feature name=\"G\" version=\"2.00.000\"") && !repository().contains("A-1.00"));
+    }
+
+    void saysWhatIsOutOfReach()
+    {
+        m_tool.makePackage("A", "1.0.0");
+        m_tool.makePackage("B", "1.0.0", "<dependencies><dependency>A</dependency></dependencies>");
+        QCOMPARE(m_tool.run("site add site A-1.00.000.zip --feature K --feature-version 1.0.0").code, 0);
+        const ToolFixture::Ended ended = m_tool.run("site add site B-1.00.000.zip --feature F --feature-version 1.0.0");
+        QCOMPARE(ended.code, 0);
+        QVERIFY(ended.reasons.contains("[suite-dependency-outside]"));
+        QCOMPARE(m_tool.run("site add site B-1.00.000.zip --feature F --feature-version 1.0.1 --depends K").code, 0);
+        QCOMPARE(m_tool.run("site check --strict site").code, 0);
+    }
+
+    // Under --replace: who has read the old description still finds what it names.
+    void givesReplacedBytesAPlaceOfTheirOwn()
+    {
+        makeSite();
+        const QByteArray old = m_tool.read("site/main/packages/A-1.00.000.zip");
+        m_tool.makePackage("A", "1.0.0", "<services><service>S</service></services>");
+        QCOMPARE(m_tool.run("site add site A-1.00.000.zip --feature Core --feature-version 1.0.0 --replace").code, 0);
+        QCOMPARE(m_tool.read("site/main/packages/A-1.00.000.zip"), old);
+        QCOMPARE(m_tool.run("site check --strict site").code, 0);
+    }
+
+    void refusesToPublish_data()
+    {
+        const Rows<QString, QString, QString> row("shell", "arguments", "said");
+        const QString core = "A-1.00.000.zip --feature Core --feature-version 1.1.0 ";
+        const QString pack =
+            "sed -i s/createPlugin/otherEntry/ A-1.00.000/Manifest.xml && '" NORVALE_PROGRAM "' pack A-1.00.000";
+        row("an older feature", "", "A-1.00.000.zip --feature Core --feature-version 0.9.0", "newer than 0.09.000");
+        row("a version with other plugins", "", "B-1.00.000.zip --feature Core --feature-version 1.0.0", "new version");
+        row("a package with other bytes", pack, core, "published with other contents");
+        row("no package", "echo x >A-1.00.000.zip", core, "[package-readable]");
+        row("a plugin twice", "cp A-1.00.000.zip again.zip", "again.zip " + core, "two packages of A");
+        row("a feature that is not there", "", core + "--depends Z", "[feature-unknown-dependency]");
+        row("a plugin that is not there", "", "B-1.00.000.zip --feature Core --feature-version 1.1.0",
+            "[suite-dependency-missing]");
+        row("sharing with nobody", "", core + "--shared Z=1.0.0", "no feature Z");
+        row("an older repository", "", core + "--repository-version 0.1.0", "newer than 0.01.000");
+        row("an older runtime", "", "--runtime setup.exe --runtime-version 1.0.0", "newer than 1.00.000");
+        row("a runtime with other bytes", "echo x >setup.exe", "--runtime setup.exe --runtime-version 2.0.0",
+            "other contents");
+        row("a folder above", "", core + "--repository new --content ../new", "--content");
+        row("a repository of a path", "", core + "--repository ../new", "--content");
+        row("another folder", "", core + "--content new", "lies in \"main\"");
+        row("a damaged site.xml", "echo '<' >>site/site.xml", core, "site.xml, line");
+        row("a damaged repository", "echo '<' >>site/main/repository.xml", core, "repository.xml, line");
+        row("one of two repositories", "sed -i 's,<site>,<site><repository update=\"n\"/>,' site/site.xml", core,
+            "--repository");
+    }
+    void refusesToPublish()
+    {
+        QFETCH(QString, shell);
+        QFETCH(QString, arguments);
+        QFETCH(QString, said);
+        makeSite();
+        this->shell(shell);
+        const QMap<QString, QByteArray> before = m_tool.tree("site");
+        const ToolFixture::Ended ended = m_tool.run("site add site " + arguments);
+        QCOMPARE(ended.code, 1);
+        QVERIFY2(ended.reasons.contains(said), qPrintable(ended.reasons));
+        QCOMPARE(m_tool.tree("site"), before);
+    }
+
+    void finds_data()
+    {
+        const Rows<QString, QString> row("shell", "said");
+        row("a package that is gone", "rm main/packages/A-1.00.000.zip", "source-unreachable");
+        row("one dead source of two", "sed -i 's,<source>packages/A,<source>x.zip</source>&,' main/repository.xml",
+            "source-dead");
+        row("another size", "sed -i 's/size=\"/size=\"1/' main/repository.xml", "source-size");
+        row("a changed package", "echo >>main/packages/A-1.00.000.zip", "package-hash");
+        row("another package", "cp main/packages/B-1.00.000.zip main/packages/A-1.00.000.zip", "package-identity");
+        row("no archive", "echo >main/packages/A-1.00.000.zip", "package-readable");
+        row("a changed runtime", "echo >>main/runtime/2.00.000/setup.exe", "source-hash");
+        row("a runtime that is gone", "rm -r main/runtime", "source-unreachable");
+        row("a repository that is gone", "rm main/repository.xml", "site-no-repository");
+        row("a damaged repository", "echo '<' >>main/repository.xml", "xml-malformed");
+        row("another name", "sed -i 's/name=\"main\"/name=\"m\"/' main/repository.xml", "site-other-name");
+        row("a damaged site.xml", "echo '<' >>site.xml", "xml-malformed");
+        row("a source that is a pipe", "rm main/packages/A-1.00.000.zip; mkfifo main/packages/A-1.00.000.zip",
+            "source-unreachable");
+    }
+    void finds()
+    {
+        QFETCH(QString, shell);
+        QFETCH(QString, said);
+        makeSite();
+        this->shell(shell, "site");
+        const ToolFixture::Ended ended = m_tool.run("site check --strict site");
+        QCOMPARE(ended.code, 1);
+        QVERIFY2(ended.output.contains("[" + said + "]"), qPrintable(ended.output));
+    }
+
+#ifdef FILE_FAULTS
+    // Whenever a run ends, clients meet the old state or the new one, and the same call completes it.
+    void isWholeHoweverARunEnds_data()
+    {
+        const Rows<QString, int> row("fault", "code");
+        row("killed before a change", "kill", -1);
+        row("killed within a change", "tear", -1);
+        row("disk full", "ENOSPC", 4);
+        row("disk read only", "EROFS", 4);
+    }
+    void isWholeHoweverARunEnds()
+    {
+        QFETCH(QString, fault);
+        QFETCH(int, code);
+        makeSite();
+        m_tool.makePackage("B", "2.0.0", "<dependencies><dependency>A</dependency></dependencies>");
+        shell("rm -r B-1.00.000 B-2.00.000 && cp -r site old");
+        const QStringList words =
+            QString("site add site B-2.00.000.zip --feature F --feature-version 2.0.0").split(' ');
+        QMap<QString, QString> faults{{"LD_PRELOAD", FILE_FAULTS},
+                                      {"ASAN_OPTIONS", "verify_asan_link_order=0:detect_leaks=0"},
+                                      {"FILE_FAULTS_BELOW", m_tool.path("site")},
+                                      {"FILE_FAULTS", "count"},
+                                      {"FILE_FAULTS_REPORT", m_tool.path("report")}};
+        const QMap<QString, QByteArray> before = m_tool.tree("site");
+        QCOMPARE(m_tool.run(words, faults).code, 0);
+        const QMap<QString, QByteArray> after = m_tool.tree("site");
+        const int changes = m_tool.read("report").count('\n');
+        QVERIFY(changes > 10);
+        for (int number = 1; number <= changes; ++number) {
+            shell("rm -rf site report && cp -r old site");
+            faults["FILE_FAULTS"] = fault + ' ' + QString::number(number);
+            const int ended = m_tool.run(words, faults).code;
+            QVERIFY2(ended == code || ended == 0, qPrintable(QString("%1 at %2").arg(ended).arg(number)));
+            QVERIFY(repository() == before["site/main/repository.xml"] ||
+                    repository() == after["site/main/repository.xml"]);
+            QCOMPARE(m_tool.run("site check --strict site").code, 0);
+            QCOMPARE(m_tool.run(words).code, 0);
+            QCOMPARE(m_tool.tree("site"), after);
+        }
+    }
+#endif
+
+    void leavesASiteToWhoeverChangesIt()
+    {
+        makeSite();
+        QLockFile lock(m_tool.path("site/.norvale.lock"));
+        QVERIFY(lock.tryLock(0));
+        QCOMPARE(m_tool.run("site add site A-1.00.000.zip --feature Core --feature-version 1.0.0").code, 7);
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_Site)
+#include "tst_Site.moc"
