@@ -196,6 +196,22 @@ private slots:
         }
     }
 
+    void startsWhatIsInstalledWhenNothingElseCanBe()
+    {
+        publish("version='2.0.0'", update());
+        QCOMPARE(m_fixture.run("--update").code, 0);
+        QFile waiting(dropbox() + "/A-2.00.000.zip");
+        QVERIFY(waiting.open(QIODevice::ReadWrite) && waiting.seek(100) && waiting.write("damage") == 6);
+        waiting.close();
+        QVERIFY(m_fixture.serve());
+        QVERIFY(m_fixture.run("--list").output.contains(QRegularExpression("\nA +1\\.00\\.000")));
+        QCOMPARE(m_fixture.quit(), 0);
+        QCOMPARE(m_fixture.run("--update").code, 0); // fetches anew what was damaged
+        QVERIFY(m_fixture.serve());
+        QVERIFY(m_fixture.run("--list").output.contains(QRegularExpression("\nA +2\\.00\\.000")));
+        QCOMPARE(m_fixture.quit(), 0);
+    }
+
     void isCancelled_data()
     {
         const Rows<QString, QString, QString> row("command", "site", "source");
