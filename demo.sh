@@ -1,11 +1,14 @@
 #!/usr/bin/env bash
-# Builds Norvale, lays out the example suite in a folder of its own, runs it under VCore, and shows what happened.
-# Installs what it needs from Debian's packages. Everything it writes lies under build/demo.
+# Builds Norvale, installs the example suite in a folder of its own, runs it under VCore, publishes its second release on a
+# web server of its own, updates to it, and removes everything; and shows all that. Installs what it needs from Debian's
+# packages. Everything it writes lies under build/demo.
 set -euo pipefail
 . "$(dirname "$0")/.ci/setup.sh"
 
 demo="$root/build/demo"
 host="$root/build/dev/host/VCore"
+norvale="$root/build/dev/tools/norvale"
+host_pid= web_pid=
 
 if [ -t 1 ]; then bold=$(tput bold || true) dim=$(tput dim || true) plain=$(tput sgr0 || true); else bold= dim= plain=; fi
 
@@ -13,23 +16,45 @@ title() { printf '\n%s== %s%s\n\n' "$bold" "$*" "$plain"; }
 say() { printf '%s\n' "$*"; }
 indented() { sed 's/^/   /'; }
 
-# show COMMAND...: prints the command as a person would type it, then what it answers.
-show() {
-    local argument
-    printf '%s$ VCore' "$dim"
-    for argument in "$@"; do
-        case $argument in *[!A-Za-z0-9/_,.-]*) printf " '%s'" "$argument" ;; *) printf ' %s' "$argument" ;; esac
+# What the demo promises: must CLAIM COMMAND... ends it when the command fails.
+must() {
+    local claim=$1
+    shift
+    "$@" >/dev/null 2>&1 || { say "This does not hold: $claim" >&2; exit 1; }
+}
+
+# typed WORD...: prints a command as a person would type it.
+typed() {
+    local word
+    printf '%s$' "$dim"
+    for word in "$@"; do
+        case $word in *[!A-Za-z0-9/_,.:=-]*) printf " '%s'" "$word" ;; *) printf ' %s' "$word" ;; esac
     done
     printf '%s\n' "$plain"
-    "$host" "$@" 2>/dev/null | indented
+}
+
+# show ARGUMENT...: what VCore answers. answer ARGUMENT...: the same for a check of the demo.
+show() { typed VCore "$@"; answer "$@" | indented; }
+answer() { "$host" "$@" 2>/dev/null; }
+
+# show_tool ARGUMENT...: what the program for publishers answers, in the demo's folder.
+show_tool() { typed norvale "$@"; (cd "$demo" && "$norvale" "$@") | indented; }
+
+# show_on_terminal ARGUMENT...: VCore with a terminal of its own, as its bar needs one. Where the demo writes to no terminal
+# some states of the bar are shown below each other.
+show_on_terminal() {
+    typed VCore "$@"
+    SHELL=/bin/sh script -qec "'$host' $*" "$demo/typescript" </dev/null |
+        if [ -t 1 ]; then cat; else tr '\r' '\n' | awk '/^ *$/ { next }
+            match($0, /\] +[0-9]+ %/) { step = int(substr($0, RSTART + 1, RLENGTH - 3) / 20); if (step == last) next; last = step }
+            { sub(/ +$/, ""); print "   " $0 }'; fi
 }
 
 # Settings, data and sockets of the demo stay in its folder: the machine's own are not touched.
 lay_out() {
     rm -rf "$demo"
-    mkdir -p "$demo"/{machine/Varkel,user,data,run}
+    mkdir -p "$demo"/{machine/Varkel,user,data,run,packages,suite}
     chmod 700 "$demo/run"
-    cp -r "$root/build/dev/suite" "$demo/suite"
     cat >"$demo/machine/Varkel/Pelmora.conf" <<CONF
 [General]
 InstallDir=$demo/suite
@@ -44,7 +69,6 @@ CONF
 start_host() {
     "$host" --categories base,ui --log "$demo/vcore.log" --trace "$demo/trace.json" >"$demo/host.out" 2>"$demo/host.err" &
     host_pid=$!
-    trap 'kill -TERM $host_pid 2>/dev/null || true' EXIT
     if ! "$host" --wait --timeout 20 --call Settings keys >/dev/null 2>&1; then
         cat "$demo/host.err" >&2
         say "The host did not start." >&2
@@ -56,9 +80,52 @@ stop_host() {
     kill -TERM "$host_pid"
     local status=0
     wait "$host_pid" || status=$?
-    trap - EXIT
+    host_pid=
     say "VCore ended with exit code $status."
     [ "$status" = 0 ]
+}
+
+clean_up() {
+    local pid
+    for pid in $host_pid $web_pid; do
+        kill -TERM "$pid" 2>/dev/null || true
+        wait "$pid" 2>/dev/null || true
+    done
+}
+
+# Serves the folder site on a free port, packages no faster than a slow line would.
+start_web_server() {
+    local attempt
+    for attempt in 1 2 3 4 5 6 7 8 9; do
+        port=$((20000 + RANDOM % 20000))
+        cat >"$demo/nginx.conf" <<CONF
+daemon off;
+master_process off;
+pid "$demo/nginx.pid";
+error_log "$demo/web-error.log";
+events {}
+http {
+    access_log "$demo/web-access.log";
+    client_body_temp_path "$demo/run/web-body";
+    proxy_temp_path "$demo/run/web-proxy";
+    fastcgi_temp_path "$demo/run/web-fastcgi";
+    uwsgi_temp_path "$demo/run/web-uwsgi";
+    scgi_temp_path "$demo/run/web-scgi";
+    server {
+        listen 127.0.0.1:$port;
+        root "$demo/site";
+        location ~ \.zip$ { limit_rate 150k; }
+    }
+}
+CONF
+        PATH=$PATH:/usr/sbin nginx -e "$demo/web-error.log" -c "$demo/nginx.conf" 2>>"$demo/web-error.log" &
+        web_pid=$!
+        sleep 0.5
+        kill -0 "$web_pid" 2>/dev/null && return
+    done
+    cat "$demo/web-error.log" >&2
+    say "The web server did not start." >&2
+    exit 1
 }
 
 # timeline CATEGORY...: the spans of the start-up as bars on one scale.
@@ -78,16 +145,24 @@ timeline() {
 
 spans() { jq -r --arg c "$1" '[.traceEvents[] | select(.cat == $c)] | sort_by(.ts) | map(.name | ltrimstr($c + " ")) | join(" -> ")' <"$demo/trace.json"; }
 
+trap clean_up EXIT
 title "Building"
 # shellcheck disable=SC2086
 need $packages_build $packages_demo
-targets="VCore suite" build dev
+targets="VCore norvale_tool suite suite_suite-2" build dev
 lay_out
-say "The suite lies in build/demo/suite:"
-(cd "$demo/suite" && find . -type f | sort | indented)
 
-title "What is installed, before anything runs"
-show --list
+title "Publishing release 1, and installing it on an empty machine"
+for plugin in "$root"/build/dev/suite/plugins/*-*; do must "$plugin is packed" "$norvale" pack "$plugin" -o "$demo/packages"; done
+show_tool site add --feature Core --feature-version 1.0.0 site \
+    packages/ZentraSettings-1.00.000.zip packages/Journal-1.00.000.zip packages/Heartbeat-1.00.000.zip
+show_tool site add --feature Welcome --feature-version 1.0.0 --depends Core site \
+    packages/Greeter-1.00.000.zip packages/WordCount-1.00.000.zip packages/Commands-1.00.000.zip
+say "A suite on its installation medium is a copy of the repository in the folder Bootstrap:"
+cp -r "$demo/site/main" "$demo/suite/Bootstrap"
+show --bootstrap
+say "The suite lies in build/demo/suite:"
+(cd "$demo/suite" && find plugins -type f | sort | indented)
 
 title "Starting the suite"
 start_host
@@ -124,7 +199,42 @@ say
 say "The same as a timeline to zoom into: load build/demo/trace.json in a trace viewer, such as https://ui.perfetto.dev"
 say "or about:tracing in Chromium. The log is in build/demo/vcore.log, the settings in build/demo/data."
 
-if [ "$(spans start)" != "$(jq -r '[.traceEvents[] | select(.cat == "stop")] | sort_by(.ts) | reverse | map(.name | ltrimstr("stop ")) | join(" -> ")' <"$demo/trace.json")" ]; then
-    say "The stop is not the start in reverse." >&2
-    exit 1
-fi
+must "the stop is the start in reverse" [ "$(spans start)" = "$(jq -r '[.traceEvents[] | select(.cat == "stop")] | sort_by(.ts) | reverse | map(.name | ltrimstr("stop ")) | join(" -> ")' <"$demo/trace.json")" ]
+
+title "Publishing release 2 on a web server"
+start_web_server
+say "The greeter has other words, and there is a new feature, Goodbye. All else is as it was."
+show_tool pack ../dev/suite-2/plugins/Greeter-2.00.000 -o packages
+show_tool pack ../dev/suite-2/plugins/Farewell-1.00.000 -o packages
+show_tool site add --feature Welcome --feature-version 2.0.0 --repository-version 2.0.0 site \
+    packages/Greeter-2.00.000.zip packages/WordCount-1.00.000.zip packages/Commands-1.00.000.zip
+show_tool site add --feature Goodbye --feature-version 1.0.0 --depends Welcome site \
+    packages/Farewell-1.00.000.zip
+
+title "Updating while release 1 runs"
+start_host
+show --update-sites "http://127.0.0.1:$port/"
+show --check
+show --call Greeter greet Alan
+show_on_terminal --update Goodbye
+must "a bar showed rate and time left" grep -Eq '\[#*-*\] .* of .*/s .* left' "$demo/typescript"
+must "what was unchanged was not fetched" [ "$(grep -c 'GET .*\.zip' "$demo/web-access.log")" = 2 ]
+must "release 1 still runs" [ "$(answer --call Greeter greet Kurt)" = "Guten Tag, Kurt!" ]
+
+title "Restarting: release 2 is installed first"
+stop_host
+start_host
+indented <"$demo/host.out"
+show --list
+show --call Greeter greet Edsger
+show --call Farewell sayGoodbye
+must "release 2 runs" [ "$(answer --call Greeter greet Barbara)" = "Willkommen, Barbara! Bitte nehmen Sie Platz." ]
+must "the settings of release 1 are kept" [ "$(answer --call Settings value colour)" = "sea green" ]
+must "there is no further update" test "$(answer --check >/dev/null; echo $?)" = 17
+stop_host
+
+title "Removing everything"
+show --uninstall
+must "no plugin is left" [ ! -e "$demo/suite/plugins" ]
+must "nothing waits to be installed" [ ! -e "$demo/data/Varkel/VCore/Dropbox/repository.xml" ]
+say "What is left of the suite are the medium, and what its plugins have written: build/demo/data."

@@ -8,7 +8,7 @@ packages_build="g++ cmake ninja-build ccache qtbase5-dev qttools5-dev-tools zlib
 packages_test="libxml2-utils doxygen graphviz qtdeclarative5-dev openssl python3 tango-icon-theme"
 packages_bench="libbenchmark-dev nlohmann-json3-dev rapidjson-dev libspdlog-dev nginx-light"
 packages_fuzz="clang llvm libclang-rt-dev"
-packages_demo="jq"
+packages_demo="jq nginx-light"
 
 # need PACKAGE...: installs what is missing of these Debian packages.
 need() {
