@@ -106,7 +106,8 @@ public:
      * Packages are verified against their SHA-1 and laid into the Dropbox folder, last of all the description that
      * makes them count; one that lies there whole already is not fetched again. When a newer runtime is required, its
      * setup program is fetched into the data folder instead, and `Corvane::restartSetupFilename` names it. A run that
-     * fails, is cancelled or killed leaves the installation, and an update fetched earlier, as they were.
+     * fails, is cancelled or killed leaves the installation as it was, and an update fetched earlier too, unless the
+     * same version of a package has since changed on the site: an update whose package is replaced is withdrawn.
      *
      * @param names features to take in beside the installed ones, such as new ones to install; empty for an update.
      * @return the object of the check. When its code was other than 0, nothing was fetched; otherwise it has become:
