@@ -1,4 +1,7 @@
-// Reads the bytes as a zip archive, from memory and from a device of somebody else, and unpacks its files.
+// Reads the bytes as a zip archive, from memory and from a device of somebody else, and unpacks its files; then reads
+// them as packed data. What is unpacked is held against zlib.
+
+#include "PlainInflate.h"
 
 #include "zip/Inflate.h"
 #include "zip/cZipDirectory.h"
@@ -35,6 +38,7 @@ void checkContent(const cZipEntry& entry, const cZipEntry& other)
     const QByteArray packed = entry.compressedContent();
     const QByteArray content = entry.content();
     require(packed == other.compressedContent() && content == other.content());
+    require(content == plainInflate(packed, quint32(entry.uncompressedSize())));
     QByteArray limited;
     QString error;
     const bool isInflated = Inflate::inflateRaw(packed, Limit, &limited, &error);
@@ -77,5 +81,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     require(isComplete || !isParsed);
     checkEntries(cZipArchive(bytes), other, directory);
     require(buffer.data() == bytes);
+    const quint32 space = size > 0 ? quint32(data[size - 1]) * data[size - 1] : 0;
+    require(Inflate::inflateEntry(bytes.constData(), bytes.size(), space) == plainInflate(bytes, space));
     return 0;
 }

@@ -1,5 +1,7 @@
 #include "zip/cInflater.h"
 
+#include "zip/cFastInflate.h"
+
 #include <utility>
 
 #include <zlib.h>
@@ -31,13 +33,22 @@ cInflater::Status statusOf(int answer, const z_stream& stream)
 
 cInflater::Status cInflater::run(qint64 bufferSize)
 {
+    if (!cFastInflate::inflate(m_in, m_inSize, firstSize(bufferSize), &m_out))
+        return runZlib(bufferSize);
+    m_produced = m_out.size();
+    return Complete;
+}
+
+/// What is damaged, and how, is for zlib to say.
+cInflater::Status cInflater::runZlib(qint64 bufferSize)
+{
     z_stream stream = {};
     stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(m_in));
     stream.avail_in = uInt(m_inSize);
     m_produced = 0;
     if (inflateInit2(&stream, RawDeflate) != Z_OK)
         return Damaged;
-    m_out = firstBuffer(bufferSize);
+    m_out = QByteArray(firstSize(bufferSize), Qt::Uninitialized);
     int answer = inflateInto(stream, m_out, 0);
     while (answer == Z_BUF_ERROR && stream.avail_out == 0 && m_out.size() < bufferSize) {
         const int done = m_out.size();
@@ -51,17 +62,16 @@ cInflater::Status cInflater::run(qint64 bufferSize)
 }
 
 /// The size that is asked for comes from the archive. What the input can inflate to at most bounds it.
-QByteArray cInflater::firstBuffer(qint64 bufferSize) const
+int cInflater::firstSize(qint64 bufferSize) const
 {
     const qint64 most = (m_inSize + 1) * MostPerByte;
-    return QByteArray(int(qMin(qMin(bufferSize, LargestFirst), most)), Qt::Uninitialized);
+    return int(qMin(qMin(bufferSize, LargestFirst), most));
 }
 
 QByteArray cInflater::takeResult()
 {
-    const bool isMuchTooLarge = m_out.size() - m_produced > m_produced / 8;
     m_out.resize(m_produced);
-    if (isMuchTooLarge)
+    if (m_out.capacity() - m_produced > m_produced / 4)
         m_out.squeeze();
     return std::move(m_out);
 }

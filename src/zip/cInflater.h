@@ -20,7 +20,8 @@ public:
     QByteArray takeResult();
 
 private:
-    QByteArray firstBuffer(qint64 bufferSize) const;
+    int firstSize(qint64 bufferSize) const;
+    Status runZlib(qint64 bufferSize);
 
     const char* m_in;
     int m_inSize;
