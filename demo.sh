@@ -8,9 +8,9 @@ set -euo pipefail
 demo="$root/build/demo"
 host="$root/build/dev/host/VCore"
 norvale="$root/build/dev/tools/norvale"
-host_pid= web_pid=
+host_pid='' web_pid=''
 
-if [ -t 1 ]; then bold=$(tput bold || true) dim=$(tput dim || true) plain=$(tput sgr0 || true); else bold= dim= plain=; fi
+if [ -t 1 ]; then bold=$(tput bold || true) dim=$(tput dim || true) plain=$(tput sgr0 || true); else bold='' dim='' plain=''; fi
 
 title() { printf '\n%s== %s%s\n\n' "$bold" "$*" "$plain"; }
 say() { printf '%s\n' "$*"; }
@@ -80,7 +80,7 @@ stop_host() {
     kill -TERM "$host_pid"
     local status=0
     wait "$host_pid" || status=$?
-    host_pid=
+    host_pid=''
     say "VCore ended with exit code $status."
     [ "$status" = 0 ]
 }
@@ -93,12 +93,14 @@ clean_up() {
     done
 }
 
+is_served() { (exec 3<>"/dev/tcp/127.0.0.1/$port") 2>/dev/null; }
+
 # Serves the folder site on a free port, packages no faster than a slow line would.
 start_web_server() {
-    local attempt
-    for attempt in 1 2 3 4 5 6 7 8 9; do
-        port=$((20000 + RANDOM % 20000))
-        cat >"$demo/nginx.conf" <<CONF
+    local patience
+    port=$((20000 + RANDOM % 20000))
+    while is_served; do port=$((port + 1)); done
+    cat >"$demo/nginx.conf" <<CONF
 daemon off;
 master_process off;
 pid "$demo/nginx.pid";
@@ -118,13 +120,15 @@ http {
     }
 }
 CONF
-        PATH=$PATH:/usr/sbin nginx -e "$demo/web-error.log" -c "$demo/nginx.conf" 2>>"$demo/web-error.log" &
-        web_pid=$!
-        sleep 0.5
-        kill -0 "$web_pid" 2>/dev/null && return
+    PATH=$PATH:/usr/sbin nginx -e "$demo/web-error.log" -c "$demo/nginx.conf" &
+    web_pid=$!
+    for patience in {1..100}; do
+        is_served && return
+        kill -0 "$web_pid" 2>/dev/null || break
+        sleep 0.1
     done
     cat "$demo/web-error.log" >&2
-    say "The web server did not start." >&2
+    say "The web server did not answer after $patience looks at it." >&2
     exit 1
 }
 
