@@ -1,10 +1,30 @@
 #include "wire/cHostLock.h"
 
+namespace {
+
+// Its holder writes who it is as soon as it has made the file. Killed in between, it leaves one that nobody can be
+// asked about, and only then age decides.
+bool tryLock(QLockFile& file)
+{
+    constexpr int Patience = 5000; // milliseconds
+    qint64 pid = 0;
+    QString host;
+    QString program;
+    file.setStaleLockTime(0); // stale when its process is gone, never by its age
+    if (file.tryLock(0))
+        return true;
+    if (file.error() != QLockFile::LockFailedError || file.getLockInfo(&pid, &host, &program))
+        return false;
+    file.setStaleLockTime(Patience);
+    return file.tryLock(0);
+}
+
+} // namespace
+
 cHostLock::Outcome cHostLock::take(const QString& path)
 {
     auto file = std::make_unique<QLockFile>(path);
-    file->setStaleLockTime(0); // stale when its process is gone, never by its age
-    if (file->tryLock(0)) {
+    if (tryLock(*file)) {
         m_file = std::move(file);
         return Taken;
     }

@@ -5,8 +5,8 @@
 
 #include <memory>
 
-/// A lock file that one process holds at a time. That of a process that is gone is taken over, whatever its age; while
-/// its holder lives it is never touched.
+/// A lock file that one process holds at a time. That of a process that is gone is taken over, whatever its age, and an
+/// empty one that a killed process has left after a few seconds; while its holder lives it is never touched.
 class cHostLock
 {
 public:

@@ -1,6 +1,8 @@
 #include "HostFixture.h"
 #include "Rows.h"
 
+#include "wire/cHostAddress.h"
+
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonDocument>
 #include <QtCore/QJsonObject>
@@ -150,6 +152,17 @@ private slots:
         QVERIFY(m_fixture.serve());
         QCOMPARE(m_fixture.run("--call VCore quit").code, 0);
         QCOMPARE(HostFixture::exitCodeOf(m_fixture.host()), 0);
+    }
+
+    // Its holder was killed before it had written who it is.
+    void takesAnEmptyLockOver()
+    {
+        QFile lock(cHostAddress::ofInstallation(VCORE_TEST_SUITE).lockPath());
+        QVERIFY(lock.open(QIODevice::WriteOnly));
+        QCOMPARE(m_fixture.run("").code, int(ExitCode::HostRunning));
+        QVERIFY(lock.setFileTime(QDateTime::currentDateTime().addSecs(-60), QFileDevice::FileModificationTime));
+        QVERIFY(m_fixture.serve());
+        QCOMPARE(m_fixture.quit(), 0);
     }
 
     void answersAClientThatWaitedForIt()
