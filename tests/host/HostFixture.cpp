@@ -46,15 +46,20 @@ QString HostFixture::makeSuite(const QString& feature, const QMap<QString, QStri
         writeFile(QStringLiteral("%1/plugins/%2-1.00.000/Manifest.xml").arg(root, it.key()), it.value());
     }
     writeFile(root + QStringLiteral("/plugins/features.xml"),
-              QStringLiteral("<repository name=\"main\" version=\"1.0.0\"><feature name=\"%1\" version=\"1.0.0\" active=\"true\">"
-                             "<plugins>%2</plugins></feature></repository>")
+              QStringLiteral(
+                  "<repository name=\"main\" version=\"1.0.0\"><feature name=\"%1\" version=\"1.0.0\" active=\"true\">"
+                  "<plugins>%2</plugins></feature></repository>")
                   .arg(feature, plugins));
     return root;
 }
 
-HostFixture::Ended HostFixture::run(const QStringList& arguments) const
+HostFixture::Ended HostFixture::run(const QStringList& arguments, const QMap<QString, QString>& environment) const
 {
+    QProcessEnvironment variables = QProcessEnvironment::systemEnvironment();
+    for (auto it = environment.begin(); it != environment.end(); ++it)
+        variables.insert(it.key(), it.value());
     QProcess process;
+    process.setProcessEnvironment(variables);
     process.start(QStringLiteral(VCORE_PROGRAM), arguments);
     const int code = exitCodeOf(process);
     return {code, QString::fromUtf8(process.readAllStandardOutput()),

@@ -39,7 +39,7 @@ public:
 
     /// Runs VCore to its end, with the words of @p line as arguments, or with those given.
     Ended run(const QString& line) const { return run(line.split(QLatin1Char(' '), Qt::SkipEmptyParts)); }
-    Ended run(const QStringList& arguments) const;
+    Ended run(const QStringList& arguments, const QMap<QString, QString>& environment = {}) const;
 
     /// Starts the host of the fixture, with an empty journal.
     void start(const QStringList& arguments = {});

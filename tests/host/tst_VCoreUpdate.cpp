@@ -145,6 +145,8 @@ private slots:
         QCOMPARE(m_fixture.run({"--update-sites", sites[0], sites[1], folder}).code, 0);
         QCOMPARE(m_fixture.run("--update-sites").output, sites.join('\n') + '\n');
         QCOMPARE(m_fixture.run("--update-sites example.org").code, int(ExitCode::Usage));
+        QCOMPARE(m_fixture.run({"--update-sites", sites[0]}, {{"XDG_CONFIG_HOME", "/dev/null/none"}}).code,
+                 int(ExitCode::SettingsFailed));
         QCOMPARE(m_fixture.run("--update-sites none").output, QString());
         const HostFixture::Ended ended = m_fixture.run("--check");
         QCOMPARE(ended.code, int(ExitCode::NoUpdate));
@@ -210,6 +212,38 @@ private slots:
         QVERIFY(m_fixture.serve());
         QVERIFY(m_fixture.run("--list").output.contains(QRegularExpression("\nA +2\\.00\\.000")));
         QCOMPARE(m_fixture.quit(), 0);
+    }
+
+    void survivesADiskThatFails_data()
+    {
+        const Rows<QStringList, QString, int, QString> row("words", "fault", "code", "version");
+        const QStringList install{"--install", m_site.folder() + "/repository.xml"};
+        row("full while it fetches", {"--update"}, "ENOSPC 1", int(ExitCode::FetchFailed), "1\\.00");
+        row("full while it installs", install, "ENOSPC 3", int(ExitCode::InstallIncomplete), "1\\.00");
+        row("killed while it installs", install, "kill 10", -1, "1\\.00");
+        row("killed while it tidies up", install, "kill 25", -1, "2\\.00");
+        row("read-only while it removes", {"--uninstall"}, "EROFS 1", int(ExitCode::UninstallIncomplete), "1\\.00");
+    }
+    void survivesADiskThatFails()
+    {
+#ifndef FILE_FAULTS
+        QSKIP("FileFaults is needed");
+#else
+        QFETCH(QStringList, words);
+        QFETCH(QString, fault);
+        QFETCH(QString, version);
+        publish("version='2.0.0'", update());
+        const QString below = words.first() == "--update" ? dropbox() : m_suite;
+        QDir().mkpath(below);
+        const QMap<QString, QString> faults{{"LD_PRELOAD", FILE_FAULTS},
+                                            {"ASAN_OPTIONS", "verify_asan_link_order=0:detect_leaks=0"},
+                                            {"FILE_FAULTS", fault},
+                                            {"FILE_FAULTS_BELOW", QDir(below).canonicalPath()}};
+        QTEST(m_fixture.run(words, faults).code, "code");
+        QVERIFY(m_fixture.serve());
+        QVERIFY(m_fixture.run("--list").output.contains(QRegularExpression("\nA +" + version)));
+        QCOMPARE(m_fixture.quit(), 0);
+#endif
     }
 
     void isCancelled_data()
