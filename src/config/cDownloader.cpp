@@ -188,6 +188,10 @@ void cDownloader::wait()
         if (m_target == Memory && m_cancelled)
             break;
         QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents);
+        if (!self || m_finished || !m_silence.hasExpired(m_stallTimeout))
+            continue;
+        // What came while a slot kept this thread busy has not been told yet.
+        QCoreApplication::processEvents();
         if (self && !m_finished && m_silence.hasExpired(m_stallTimeout))
             breakOff(QNetworkReply::TimeoutError, QStringLiteral("nothing received for %1 ms").arg(m_stallTimeout));
     }
