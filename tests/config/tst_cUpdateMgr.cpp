@@ -7,32 +7,30 @@
 #include <Rows.h>
 #include <SettingsSandbox.h>
 
-using Files = QMap<QString, QByteArray>;
-
-/// A site whose entries are given as "config status platform update content".
-static QByteArray site(const QStringList& entries)
+/// A site; an entry is a path, or "config,status,platform,update,path".
+static QByteArray site(const QString& entries)
 {
     QString xml = "<any><other content='no'/>";
-    for (const QString& entry : entries) {
-        const QStringList words = entry.split(' ');
+    for (const QString& entry : entries.split(' ')) {
+        const QStringList words = (entry.contains(',') ? entry : "release,release,x64,main," + entry).split(',');
         xml += QString("<repository config='%1' status='%2' platform='%3' update='%4' content='%5'/>")
                    .arg(words[0], words[1], words[2], words[3], words[4]);
     }
     return xml.toUtf8() + "</any>";
 }
 
-/// A repository with a feature, and with a runtime package for each version.
-static QByteArray repository(const QString& version, const QStringList& runtimes = {})
+/// A repository with one package, and a runtime for each version that follows its own.
+static QByteArray repository(const QString& versions)
 {
-    QString xml = QString("<r version='%1'><feature><plugins><plugin><source>p.zip</source>").arg(version);
-    xml += "</plugin></plugins></feature>";
+    QStringList runtimes = versions.split(' ');
+    QString xml =
+        QString("<r version='%1'><feature><plugins><plugin><source>p.zip</source></plugin></plugins></feature>")
+            .arg(runtimes.takeFirst());
     for (const QString& runtime : runtimes)
         xml += QString("<runtime version='%1' name='rt%1'><hash>0%2</hash><source>./%1.exe</source></runtime>")
                    .arg(runtime, runtime.right(1));
     return xml.toUtf8() + "</r>";
 }
-
-static const QString Fits = "release release x64 main r";
 
 class tst_cUpdateMgr : public QObject
 {
@@ -42,78 +40,47 @@ private slots:
     void initTestCase() { QVERIFY(m_site.isRunning()); }
     void findsTheNewestRepository_data()
     {
-        // Where the locations are; what is found: version, source of the package, runtime; what the log says.
-        const Rows<Files, QStringList, QString, QString> row("files", "locations", "found", "logged");
-        const QByteArray one = site({Fits});
-        row("one", {{"a/site.xml", one}, {"a/r/repository.xml", repository("2.0", {"1.2"})}}, {"a"},
-            "2.00.000 /a/r/p.zip 1.02.000 rt1.2 02 /a/r/1.2.exe", "");
-        row("paths fold",
-            {{"a/site.xml", site({"release release x64 main ./x/../r//"})}, {"a/r/repository.xml", repository("2.0")}},
-            {"a/"}, "2.00.000 /a/r/p.zip", "");
+        // "folder: entries" is a site, "folder versions" a repository, "file=text" anything. What is found is a
+        // version, the source of its package and the runtime; what is logged are lines.
+        const Rows<QString, QString, QString, QString> row("files", "locations", "found", "logged");
+        const QString none = "None of %1 update locations has a repository \"main\" of status \"release\"";
+        row("one", "a: r|a/r 2.0 1.2", "a", "2.00.000 /a/r/p.zip 1.02.000 rt1.2 02 /a/r/1.2.exe", "");
+        row("paths fold", "a: ./x/../r//|a/r 2.0", "a/", "2.00.000 /a/r/p.zip", "");
         row("what does not fit",
-            {{"a/site.xml", site({"debug release x64 main r", "release beta x64 main r", "release release x86 main r",
-                                  "release release x64 Main r", "Release release x64 main r"})},
-             {"a/r/repository.xml", repository("2.0")}},
-            {"a"}, "none", "None of 1 update locations has a repository \"main\" of status \"release\"");
-        row("the newest, whatever the order",
-            {{"a/site.xml",
-              site({"release release x64 main 1", "release release x64 main 3", "release release x64 main 2"})},
-             {"a/1/repository.xml", repository("1.0")},
-             {"a/2/repository.xml", repository("2.9.9")},
-             {"a/3/repository.xml", repository("3.0")}},
-            {"a"}, "3.00.000 /a/3/p.zip", "");
-        row("a tie stays with the earlier location",
-            {{"a/site.xml", one},
-             {"b/site.xml", one},
-             {"a/r/repository.xml", repository("2.0")},
-             {"b/r/repository.xml", repository("2.0.0")}},
-            {"b", "a"}, "2.00.000 /b/r/p.zip", "");
-        row("the newest runtime, the first of equal ones",
-            {{"a/site.xml", one}, {"a/r/repository.xml", repository("2.0", {"1.0", "1.2", "1.02", "1.1"})}}, {"a"},
+            "a: debug,release,x64,main,r release,beta,x64,main,r release,release,x86,main,r release,release,x64,Main,r "
+            "Release,release,x64,main,r|a/r 2.0",
+            "a", "none", none.arg(1));
+        row("the newest", "a: 1 3 2|a/1 1.0|a/2 2.9.9|a/3 3.0", "a", "3.00.000 /a/3/p.zip", "");
+        row("a tie stays with the earlier", "a: r|b: r|a/r 2.0|b/r 2.0.0", "b a", "2.00.000 /b/r/p.zip", "");
+        row("the newest runtime, the first of equal ones", "a: r|a/r 2.0 1.0 1.2 1.02 1.1", "a",
             "2.00.000 /a/r/p.zip 1.02.000 rt1.2 02 /a/r/1.2.exe", "");
-        row("a runtime found on the way stays; an older repository gives none",
-            {{"a/site.xml", one},
-             {"b/site.xml", one},
-             {"c/site.xml", one},
-             {"a/r/repository.xml", repository("1.0", {"5.0"})},
-             {"b/r/repository.xml", repository("2.0", {"4.0"})},
-             {"c/r/repository.xml", repository("1.0", {"9.0"})}},
-            {"a", "b", "c"}, "2.00.000 /b/r/p.zip 5.00.000 rt5.0 00 /a/r/5.0.exe", "");
-        row("version 0.0.0 is not newer than nothing",
-            {{"a/site.xml", one}, {"a/r/repository.xml", repository("0.0", {"1.0"})}}, {"a"}, "0.00.000", "");
-        row("a site is absent, is no XML, is too deep, too long, broken",
-            {{"a/site.xml", "<a>"},
-             {"b/site.xml", QByteArray("<r>").repeated(1000000)},
-             {"c/site.xml", one},
-             {"d/site.xml", one},
-             {"d/r/repository.xml", repository("2.0")}},
-            {"absent", "a", "b", "~promise=300000000/c", "~cut=9/c", "~status=500/c", "~chunked/~cut=70/c", "d"},
-            "2.00.000 /d/r/p.zip",
-            "site.xml\" \"the server answers 404 Not Found|No site description: * line 1, column 4: |line 1, column "
-            "3003: |"
-            "more bytes than are accepted|Connection closed|500 By Request|c/site.xml");
-        row("no repository can be fetched",
-            {{"a/site.xml", one}, {"b/site.xml", one}, {"b/r/repository.xml", "<r version='9'>"}}, {"a", "b"},
-            "0.00.000",
-            "a/r/repository.xml\" \"the server answers 404|No repository description: * line 1, column 16: ");
-        row("no locations", {}, {}, "none", "None of 0 update locations");
+        row("a runtime found on the way stays; what is not newer gives none",
+            "a: r|b: r|c: r|a/r 1.0 5.0|b/r 2.0 4.0|c/r 1.0 9.0", "a b c",
+            "2.00.000 /b/r/p.zip 5.00.000 rt5.0 00 /a/r/5.0.exe", "");
+        row("0.0.0 is not newer than nothing", "a: r|a/r 0.0 1.0", "a", "0.00.000", "");
+        row("broken sites", "a/site.xml=<a>|c: r|d: r|d/r 2.0",
+            "b a deep ~promise=300000000/c ~cut=9/c ~status=500/c ~chunked/~cut=70/c d", "2.00.000 /d/r/p.zip",
+            "b/site.xml\" \"the server answers 404 Not Found|No site description: * line 1, column 4: |"
+            "line 1, column 3003: |more bytes than are accepted|Connection closed|500 By Request|c/site.xml");
+        row("no repository can be read", "a: r|b: r|b/r/repository.xml=<r version='9.0'>", "a b", "0.00.000",
+            "a/r/repository.xml\" \"the server answers 404|No repository description: * line 1, column 18: ");
+        row("no locations", "", "", "none", none.arg(0));
     }
     void findsTheNewestRepository()
     {
-        QFETCH(Files, files);
-        QFETCH(QStringList, locations);
+        QFETCH(QString, files);
+        QFETCH(QString, locations);
         QFETCH(QString, logged);
         setUp(files, locations);
-        cUpdateMgr manager;
-        manager.loadLocations();
+        QVERIFY(m_site.write("deep/site.xml", QByteArray("<r>").repeated(1000000)));
         QStringList names;
-        connect(&manager, &cUpdateMgr::progress, this, [&](const QString& name) { names << name; });
-        QTEST(find(manager), "found");
+        connect(m_manager, &cUpdateMgr::progress, this, [&](const QString& name) { names << name; });
+        QTEST(find(), "found");
         names.removeDuplicates();
-        QVERIFY(names == QStringList({"site.xml", "repository.xml"}).mid(0, names.size()));
+        QCOMPARE(names, QStringList({"site.xml", "repository.xml"}).mid(0, names.size()));
         const QStringList lines = m_log->lines().split('\n', Qt::SkipEmptyParts);
         const QStringList expected = logged.split('|', Qt::SkipEmptyParts);
-        QVERIFY2(lines.size() == expected.size(), qPrintable(m_log->content()));
+        QVERIFY2(lines.size() == expected.size(), qPrintable(m_log->lines()));
         for (int i = 0; i < lines.size(); ++i) {
             for (const QString& part : expected[i].split(" * "))
                 QVERIFY2(lines[i].startsWith("[ConfigurationMgr]") && lines[i].contains(part), qPrintable(lines[i]));
@@ -121,83 +88,77 @@ private slots:
     }
     void takesTheStatusFromTheSettings()
     {
-        setUp({{"a/site.xml", site({"release beta x64 main r", "release release x64 main s"})},
-               {"a/r/repository.xml", repository("1.0")},
-               {"a/s/repository.xml", repository("2.0")}},
-              {"a"});
+        setUp("a: release,beta,x64,main,r s|a/r 1.0|a/s 2.0", "a");
         m_sandbox.setMachineValue("ConfigMgr/RepositoryStatus", "beta");
-        cUpdateMgr manager;
-        manager.loadLocations();
-        QCOMPARE(find(manager), QString("1.00.000 /a/r/p.zip"));
+        QCOMPARE(find(), QString("1.00.000 /a/r/p.zip"));
         m_sandbox.removeMachineValue("ConfigMgr/RepositoryStatus");
-        QCOMPARE(find(manager), QString("2.00.000 /a/s/p.zip"));
+        QCOMPARE(find(), QString("2.00.000 /a/s/p.zip"));
     }
     void survivesWhatHappensMeanwhile_data()
     {
-        const Rows<QString, QString, int> row("event", "found", "requests");
-        row("cancelled", "cancel", "none", 3);
-        row("destroyed", "destroy", "none", 3);
-        row("asked for another one", "search", "2.00.000 /b/r/p.zip", 4);
-        row("the locations are loaded anew", "load", "2.00.000 /b/r/p.zip", 4);
+        const Rows<QString, int, QString> row("found", "requests", "logged");
+        row("cancelled", "none", 3, "The search for a newer repository was cancelled");
+        row("destroyed", "none", 3, "The search for a newer repository was cancelled");
+        row("asked for another one", "2.00.000 /b/r/p.zip", 4, "No search for a newer repository while another");
+        row("the locations are loaded anew", "2.00.000 /b/r/p.zip", 4, "");
     }
     void survivesWhatHappensMeanwhile()
     {
-        QFETCH(QString, event);
+        const QString event = QTest::currentDataTag();
         QFETCH(int, requests);
-        setUp({{"a/site.xml", site({Fits})},
-               {"b/site.xml", site({Fits})},
-               {"a/r/repository.xml", repository("1.0")},
-               {"b/r/repository.xml", repository("2.0")}},
-              {"a", "b"});
-        auto* manager = new cUpdateMgr;
-        const QPointer<cUpdateMgr> guard(manager);
-        manager->loadLocations();
-        connect(manager, &cUpdateMgr::progress, manager, [&](const QString& name) {
-            if (name != "repository.xml")
+        QFETCH(QString, logged);
+        setUp("a: r|b: r|a/r 1.0|b/r 2.0", "a b");
+        bool isDone = false;
+        connect(m_manager, &cUpdateMgr::progress, this, [&](const QString& name) {
+            if (name != "repository.xml" || std::exchange(isDone, true))
                 return;
             QSettings().remove("UpdateMgr");
-            if (event == "cancel")
-                manager->cancel();
-            else if (event == "destroy")
-                delete manager;
-            else if (event == "search")
-                QCOMPARE(find(*manager), QString("none"));
+            if (event == "cancelled")
+                m_manager->cancel();
+            else if (event == "destroyed")
+                delete m_manager;
+            else if (event == "asked for another one")
+                QCOMPARE(find(), QString("none"));
             else
-                manager->loadLocations();
-            event += " done";
+                m_manager->loadLocations();
         });
-        QTEST(find(*manager), "found");
-        QVERIFY(event.endsWith(" done"));
-        QCOMPARE(m_site.takeRequests().size(), requests);
-        QCOMPARE(guard.isNull(), event.startsWith("destroy"));
-        QCOMPARE(m_log->content().count("search for a newer repository"), event.startsWith("load") ? 0 : 1);
-        if (guard) {
-            QCOMPARE(guard->isCancelled(), event.startsWith("cancel"));
-            delete manager;
-        }
+        QTEST(find(), "found");
+        QVERIFY(isDone && m_site.takeRequests().size() == requests);
+        QCOMPARE(m_manager.isNull(), event == "destroyed");
+        QVERIFY(m_manager.isNull() || m_manager->isCancelled() == (event == "cancelled"));
+        QVERIFY(m_log->lines().count('\n') == (logged.isEmpty() ? 0 : 1) && m_log->lines().contains(logged));
     }
+    void cleanup() { delete m_manager; }
 
 private:
-    void setUp(const Files& files, const QStringList& locations)
+    void setUp(const QString& files, const QString& locations)
     {
         m_log.reset();
         m_log.reset(new LogFile);
         QDir(m_site.folder()).removeRecursively();
-        for (auto it = files.begin(); it != files.end(); ++it)
-            QVERIFY(m_site.write(it.key(), it.value()));
+        for (const QString& file : files.split('|', Qt::SkipEmptyParts)) {
+            const int at = file.indexOf(QRegularExpression("[=: ]"));
+            const QString path = file.left(at);
+            QVERIFY(file[at] == '='   ? m_site.write(path, file.mid(at + 1).toUtf8())
+                    : file[at] == ':' ? m_site.write(path + "/site.xml", site(file.mid(at + 2)))
+                                      : m_site.write(path + "/repository.xml", repository(file.mid(at + 1))));
+        }
         QSettings settings;
         settings.remove("UpdateMgr");
-        for (int i = 0; i < locations.size(); ++i)
-            settings.setValue(QString("UpdateMgr/Locations/%1").arg(i), QVariantMap{{"url", m_site.url(locations[i])}});
+        for (const QString& location : locations.split(' ', Qt::SkipEmptyParts))
+            settings.setValue(QString("UpdateMgr/Locations/%1").arg(settings.allKeys().size()),
+                              QVariantMap{{"url", m_site.url(location)}});
         m_site.takeRequests();
+        m_manager = new cUpdateMgr;
+        m_manager->loadLocations();
     }
 
     /// "none", or the version that was found, the source of its first package and its runtime.
-    static QString find(cUpdateMgr& manager)
+    QString find()
     {
         cFeatureCatalogue catalogue;
         cRuntimeInfo runtime;
-        if (!manager.findNewest("main", catalogue, runtime))
+        if (!m_manager->findNewest("main", catalogue, runtime))
             return catalogue.isEmpty() && runtime.name().isEmpty() ? "none" : "none, yet something was filled";
         QStringList found{catalogue.version().toString()};
         if (!catalogue.isEmpty()) {
@@ -213,6 +174,7 @@ private:
     SettingsSandbox m_sandbox;
     HttpSite m_site;
     QScopedPointer<LogFile> m_log;
+    QPointer<cUpdateMgr> m_manager;
 };
 
 QTEST_GUILESS_MAIN(tst_cUpdateMgr)

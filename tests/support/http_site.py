@@ -18,7 +18,6 @@ A path may begin with faults, "/~NAME=ARGUMENT/~NAME/rest/of/path":
     ~trickle=MS     send the body byte by byte, one every MS milliseconds
     ~fill=N         after the file send N bytes of zeros more, as part of the body
     ~garbage        answer with bytes that are not HTTP
-    ~head=N         send N bytes of header lines that nobody asked for
 """
 
 import os
@@ -76,8 +75,6 @@ class Handler(socketserver.StreamRequestHandler):
             body = b"".join(b"%x\r\n%s\r\n" % (len(piece), piece) for piece in pieces)
         elif "unsized" not in faults:
             headers.append("Content-Length: %d" % (len(body) + int(faults.get("promise", 0))))
-        filler = int(faults.get("head", 0))
-        headers += ["X-Filler: " + "x" * 1000] * (filler // 1000)
         return "\r\n".join(["HTTP/1.1 " + status] + headers + ["", ""]).encode("latin-1"), body
 
     def find(self, path, faults):
