@@ -236,7 +236,7 @@ private slots:
         row("add packages alone", "site add s p.zip", 2, "go together");
         row("add no version", "site add s p.zip --feature F", 2, "--feature-version");
         row("add a bad version", "site add s p.zip --feature F --feature-version 1", 2, "MAJOR.MINOR");
-        row("add what is not there", "site add s p.zip --feature F --feature-version 1.0", 1, "no such file");
+        row("add what is not there", "site add s p.zip --feature F --feature-version 1.0", 3, "no such file");
     }
     void endsWithTheCodeOf()
     {

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <QtCore/QHash>
 #include <QtCore/QSet>
 #include <QtCore/QString>
 

@@ -5,9 +5,7 @@
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
 
-#include <limits>
-
-bool readInputFile(const QString& path, QByteArray* bytes, cFindings& findings)
+bool readInputFile(const QString& path, qint64 limit, QByteArray* bytes, cFindings& findings)
 {
     const QFileInfo info(path);
     QFile file(path);
@@ -16,8 +14,8 @@ bool readInputFile(const QString& path, QByteArray* bytes, cFindings& findings)
         cause = QStringLiteral("there is no such file");
     else if (!info.isFile())
         cause = QStringLiteral("this is no file");
-    else if (info.size() > std::numeric_limits<qint32>::max() / 2 * qint64(2))
-        cause = QStringLiteral("files above 2 GiB are not read");
+    else if (info.size() > limit)
+        cause = QStringLiteral("more than %1 bytes are not read").arg(limit);
     else if (!file.open(QIODevice::ReadOnly))
         cause = file.errorString();
     if (!cause.isEmpty())

@@ -5,6 +5,10 @@
 class QString;
 class cFindings;
 
-/// Reads the file at @p path whole. Folders, pipes, devices and files above 2 GiB are refused, so that no input can
-/// hang the program. @return false when it cannot be read, which is then in @p findings.
-[[nodiscard]] bool readInputFile(const QString& path, QByteArray* bytes, cFindings& findings);
+/// What a byte array holds, and the most that an installation reads of a description.
+constexpr qint64 LargestFile = 0x7fffff00;
+constexpr qint64 LargestDocument = 256 * 1024 * 1024;
+
+/// Reads the file at @p path whole. Folders, pipes, devices and files above @p limit are refused, so that no input can
+/// hang the program or take its memory. @return false when it cannot be read, which is then in @p findings.
+[[nodiscard]] bool readInputFile(const QString& path, qint64 limit, QByteArray* bytes, cFindings& findings);

@@ -47,7 +47,7 @@ void cLinter::checkPluginFolder(const QString& path)
     cPluginFolder folder(path);
     folder.scan(m_findings);
     QByteArray xml;
-    if (!readInputFile(folder.manifestPath(), &xml, m_findings))
+    if (!readInputFile(folder.manifestPath(), LargestDocument, &xml, m_findings))
         return;
     ++m_fileCount;
     cManifestLint lint(folder.manifestPath(), m_findings);
@@ -65,7 +65,7 @@ bool cLinter::checkFile(const QString& path)
     if (info.suffix() == QLatin1String("zip"))
         return checkPackage(path), true;
     QByteArray xml;
-    if (!readInputFile(path, &xml, m_findings))
+    if (!readInputFile(path, LargestDocument, &xml, m_findings))
         return true;
     ++m_fileCount;
     switch (DocumentKind::of(info.fileName(), xml)) {
@@ -129,7 +129,7 @@ void cLinter::checkSite(const QString& path, const QByteArray& xml)
 void cLinter::checkPackage(const QString& path)
 {
     QByteArray bytes;
-    if (!readInputFile(path, &bytes, m_findings))
+    if (!readInputFile(path, LargestFile, &bytes, m_findings))
         return;
     ++m_fileCount;
     cPackageLint lint(path, m_findings);

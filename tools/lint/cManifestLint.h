@@ -5,7 +5,6 @@
 #include <Norvale/cVersion.h>
 
 #include <QtCore/QSet>
-#include <QtCore/QStringList>
 
 #include <optional>
 

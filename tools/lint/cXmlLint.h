@@ -4,7 +4,6 @@
 
 #include <QtCore/QString>
 
-#include <optional>
 
 class QByteArray;
 class cFindings;

@@ -9,7 +9,6 @@
 #include "pack/cZipWriter.h"
 #include "report/cFindings.h"
 
-#include <QtCore/QDir>
 
 namespace {
 
@@ -46,7 +45,7 @@ bool cPackageMaker::readManifest(const cPluginFolder& folder, cFindings& finding
     QByteArray xml;
     cManifestLint lint(folder.manifestPath(), findings);
     lint.setNeighbours(folder.names());
-    if (!readInputFile(folder.manifestPath(), &xml, findings) || !lint.check(xml))
+    if (!readInputFile(folder.manifestPath(), LargestDocument, &xml, findings) || !lint.check(xml))
         return false;
     m_fileName = cFeaturePlugin(lint.name(), lint.version()).packageFileName();
     return !findings.hasErrors();
@@ -69,7 +68,7 @@ bool cPackageMaker::write(const cPluginFolder& folder, cFindings& findings)
     cZipWriter writer;
     for (const cPluginFolder::File& file : folder.files()) {
         QByteArray bytes;
-        if (!readInputFile(file.path, &bytes, findings))
+        if (!readInputFile(file.path, LargestFile, &bytes, findings))
             return false;
         // The archive reader inflates whatever it lists, and it does not list what is empty.
         const bool isStored = bytes.isEmpty() || m_stored.contains(file.name);

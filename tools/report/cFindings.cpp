@@ -14,3 +14,8 @@ int cFindings::count(Severity severity) const
     return int(
         std::count_if(m_list.begin(), m_list.end(), [&](const cFinding& f) { return f.severity() == severity; }));
 }
+
+bool cFindings::has(Rule rule) const
+{
+    return std::any_of(m_list.begin(), m_list.end(), [&](const cFinding& f) { return f.rule == rule; });
+}

@@ -31,6 +31,7 @@ public:
 
     const QList<cFinding>& list() const { return m_list; }
     int count(Severity severity) const;
+    bool has(Rule rule) const;
     bool hasErrors() const { return count(Severity::Error) > 0; }
 
 private:

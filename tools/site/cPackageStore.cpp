@@ -1,6 +1,6 @@
 #include "site/cPackageStore.h"
 
-#include "install/cPackageCheck.h"
+#include "lint/InputFile.h"
 #include "lint/cPackageLint.h"
 #include "site/cSiteFetcher.h"
 
@@ -36,7 +36,7 @@ const cPackageStore::File& cPackageStore::file(const QUrl& url)
 
 bool cPackageStore::fetch(const QUrl& url, QByteArray* bytes, File& file)
 {
-    file.isThere = m_fetcher.fetch(url, cPackageCheck::Limits().unpackedSize, bytes);
+    file.isThere = m_fetcher.fetch(url, LargestFile, bytes);
     if (!file.isThere) {
         file.reason = m_fetcher.errorString();
         return false;

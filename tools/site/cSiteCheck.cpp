@@ -1,24 +1,18 @@
 #include "site/cSiteCheck.h"
 
 #include "config/cCatalogueReader.h"
+#include "lint/InputFile.h"
 #include "lint/cCatalogueLint.h"
 #include "report/cFindings.h"
 #include "site/RuntimeEntries.h"
 #include "suite/cSuite.h"
-
-namespace {
-
-// As an installation limits them.
-constexpr qint64 DescriptionLimit = 256 * 1024 * 1024;
-
-} // namespace
 
 bool cSiteCheck::run()
 {
     const QUrl url = cUpdateLocation(m_site).resolve(QStringLiteral("site.xml"));
     const QString name = cSiteFetcher::nameOf(url);
     QByteArray xml;
-    if (!m_fetcher.fetch(url, DescriptionLimit, &xml)) {
+    if (!m_fetcher.fetch(url, LargestDocument, &xml)) {
         m_errorString = QStringLiteral("%1 cannot be fetched: %2").arg(name, m_fetcher.errorString());
         return false;
     }
@@ -45,7 +39,7 @@ void cSiteCheck::checkRepository(const cSiteLint::Entry& entry, const QString& s
     const QUrl url = cUpdateLocation(content).resolve(QStringLiteral("repository.xml"));
     const QString name = cSiteFetcher::nameOf(url);
     QByteArray xml;
-    if (!m_fetcher.fetch(url, DescriptionLimit, &xml))
+    if (!m_fetcher.fetch(url, LargestDocument, &xml))
         return m_findings.add({Rule::SiteNoRepository, site, entry.line, entry.column,
                                QStringLiteral("%1 cannot be fetched: %2").arg(name, m_fetcher.errorString())});
     cCatalogueLint lint(cCatalogueLint::Kind::Repository, name, m_findings);

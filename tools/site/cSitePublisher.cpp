@@ -46,7 +46,7 @@ ExitCode cSitePublisher::publish()
     if (!m_state.read(m_wanted))
         return fail(ExitCode::Faults, m_state.errorString());
     if (!readFiles())
-        return m_errorString.isEmpty() ? ExitCode::Faults : ExitCode::ReadFailed;
+        return m_findings.has(Rule::FileUnreadable) ? ExitCode::ReadFailed : ExitCode::Faults;
     if (!m_edit.apply(m_packages, m_runtime ? &*m_runtime : nullptr))
         return fail(ExitCode::Faults, m_edit.errorString());
     if (!isResultSound())
@@ -67,7 +67,7 @@ bool cSitePublisher::readPackage(const QString& path)
     cNewFile file;
     file.path = path;
     cPackageLint lint(path, m_findings);
-    if (!readInputFile(path, &file.bytes, m_findings) || !lint.check(file.bytes) || m_findings.hasErrors())
+    if (!readInputFile(path, LargestFile, &file.bytes, m_findings) || !lint.check(file.bytes) || m_findings.hasErrors())
         return false;
     file.hash = sha1(file.bytes);
     file.name = lint.name();
@@ -83,7 +83,7 @@ bool cSitePublisher::readRuntime()
     file.path = m_wanted.runtime;
     file.name = QFileInfo(file.path).fileName();
     file.version = cVersion(m_wanted.runtimeVersion);
-    if (!readInputFile(file.path, &file.bytes, m_findings))
+    if (!readInputFile(file.path, LargestFile, &file.bytes, m_findings))
         return false;
     if (!isSafeFileName(file.name))
         m_findings.add(Rule::RuntimeBadName, file.path, QStringLiteral("not every system can have this name"));

@@ -42,7 +42,7 @@ bool cSiteState::readSite()
         return true;
     cFindings findings;
     QByteArray xml;
-    if (!readInputFile(sitePath(), &xml, findings))
+    if (!readInputFile(sitePath(), LargestDocument, &xml, findings))
         return fail(QStringLiteral("%1 cannot be read: %2").arg(sitePath(), findings.list().constFirst().text));
     cSiteReader reader;
     if (!reader.read(xml))
@@ -98,7 +98,7 @@ bool cSiteState::readRepository()
     if (!QFileInfo::exists(repositoryPath()))
         return true;
     cFindings findings;
-    if (!readInputFile(repositoryPath(), &m_repositoryXml, findings))
+    if (!readInputFile(repositoryPath(), LargestDocument, &m_repositoryXml, findings))
         return fail(QStringLiteral("%1 cannot be read: %2").arg(repositoryPath(), findings.list().constFirst().text));
     cCatalogueReader reader(m_catalogue);
     if (!reader.read(m_repositoryXml))

@@ -28,7 +28,7 @@ QString cSuiteReader::catalogueOf(const QString& path)
 bool cSuiteReader::read(const QString& path, cSuite& suite)
 {
     QByteArray xml;
-    if (!readInputFile(path, &xml, m_findings))
+    if (!readInputFile(path, LargestDocument, &xml, m_findings))
         return false;
     cCatalogueReader reader(suite.catalogue());
     if (!reader.read(xml)) {
@@ -53,7 +53,7 @@ void cSuiteReader::readInstalled(const QString& folder, const QString& catalogue
                            QStringLiteral("%1 has no manifest at %2").arg(plugin->identity(), path));
             continue;
         }
-        if (!readInputFile(path, &xml, m_findings))
+        if (!readInputFile(path, LargestDocument, &xml, m_findings))
             continue;
         if (const auto manifest = cManifestLint::read(xml, path))
             suite.addManifest(*plugin, *manifest);
