@@ -26,11 +26,11 @@ bool cPackageUnpacker::unpack(const cPackage& package)
 bool cPackageUnpacker::makeFolderOf(const QString& path)
 {
     const QString parent = path.left(path.lastIndexOf(QLatin1Char('/')));
-    if (parent == m_lastParent)
+    if (m_madeFolders.contains(parent))
         return true;
     if (!m_folder.mkpath(parent))
         return fail(parent, QStringLiteral("the folder cannot be made"));
-    m_lastParent = parent;
+    m_madeFolders.insert(parent);
     return true;
 }
 

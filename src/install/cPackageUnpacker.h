@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QtCore/QDir>
+#include <QtCore/QSet>
 #include <QtCore/QString>
 
 class QByteArray;
@@ -30,6 +31,6 @@ private:
     bool fail(const QString& path, const QString& reason);
 
     QDir m_folder;
-    QString m_lastParent; // which has been made
+    QSet<QString> m_madeFolders;
     QString m_errorString;
 };
