@@ -14,8 +14,23 @@
 #include <QtCore/QFile>
 
 namespace {
+
 cInstallMgr* s_instance = nullptr;
-}
+
+/// Keeps a slot that is told of the progress from starting what is under way.
+class cOnce
+{
+public:
+    explicit cOnce(bool& isBusy) : m_isBusy(isBusy), m_isFirst(!isBusy) { m_isBusy = true; }
+    ~cOnce() { m_isBusy = !m_isFirst; }
+    bool isFirst() const { return m_isFirst; }
+
+private:
+    bool& m_isBusy;
+    const bool m_isFirst;
+};
+
+} // namespace
 
 cInstallMgr::cInstallMgr(cConfigurationMgr& configuration, cPluginMgr& plugins)
     : m_configuration(configuration), m_plugins(plugins), m_log(cLogCentral::log(QStringLiteral("InstallMgr")))
@@ -56,6 +71,9 @@ bool cInstallMgr::installDropbox()
 
 bool cInstallMgr::installFromLocation(const QString& path, bool consume)
 {
+    const cOnce once(m_isBusy);
+    if (!once.isFirst())
+        return refuse(path, QStringLiteral("an installation is under way"));
     const cOperation announced(*this, IInstallMgr::OPERATION_START);
     if (!QFile::exists(path)) {
         if (cFolderJournal().exists())
@@ -77,6 +95,9 @@ bool cInstallMgr::installFromLocation(const QString& path, bool consume)
 bool cInstallMgr::installBootstrap()
 {
     const QString path = Corvane::velmiraFolderOrFile(Corvane::BootstrapRepositoryFile);
+    const cOnce once(m_isBusy);
+    if (!once.isFirst())
+        return refuse(path, QStringLiteral("an installation is under way"));
     const cOperation announced(*this, IInstallMgr::OPERATION_START);
     if (!QFile::exists(path))
         return refuse(path, QStringLiteral("it does not exist"));
@@ -87,6 +108,11 @@ bool cInstallMgr::installBootstrap()
 
 bool cInstallMgr::uninstallPlugins()
 {
+    const cOnce once(m_isBusy);
+    if (!once.isFirst()) {
+        m_log.error() << "Nothing is uninstalled: an installation is under way" << Qt::endl;
+        return false;
+    }
     return cUninstallation(*this, m_configuration, m_plugins, m_log).run();
 }
 

@@ -49,4 +49,5 @@ private:
     cConfigurationMgr& m_configuration;
     cPluginMgr& m_plugins;
     cLog m_log;
+    bool m_isBusy = false;
 };
