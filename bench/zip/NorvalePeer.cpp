@@ -14,8 +14,7 @@ public:
     {
         const cZipArchive archive(QString::fromStdString(path));
         Listing listing;
-        const QList<QSharedPointer<cZipEntry>> entries = archive.entries();
-        for (const QSharedPointer<cZipEntry>& entry : entries)
+        for (const QSharedPointer<cZipEntry>& entry : archive.entries())
             listing.add(size_t(entry->name().size()), uint32_t(entry->uncompressedSize()));
         return listing;
     }
@@ -28,8 +27,7 @@ public:
 
     bool inflateAll(const ContentSink& sink) override
     {
-        const QList<QSharedPointer<cZipEntry>> entries = m_archive->entries();
-        for (const QSharedPointer<cZipEntry>& entry : entries) {
+        for (const QSharedPointer<cZipEntry>& entry : m_archive->entries()) {
             const QByteArray content = entry->content();
             if (content.size() != entry->uncompressedSize())
                 return false;

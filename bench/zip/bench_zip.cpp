@@ -18,9 +18,15 @@ Peers makePeers()
     Peers peers;
     peers.push_back(makeNorvalePeer());
     peers.push_back(makeInflatePeer());
+#if defined(NORVALE_HAS_LIBZIP)
     peers.push_back(makeLibzipPeer());
+#endif
+#if defined(NORVALE_HAS_MINIZIP)
     peers.push_back(makeMinizipPeer());
+#endif
+#if defined(NORVALE_HAS_QUAZIP)
     peers.push_back(makeQuazipPeer());
+#endif
     return peers;
 }
 

@@ -52,11 +52,15 @@ inline quint32 field32(const uchar* record, int offset)
 }
 
 /// The archive reader takes deflated files, and stored ones with two equal sizes.
+constexpr bool isAcceptable(quint32 method, quint32 compressedSize, quint32 uncompressedSize)
+{
+    return method == Deflated || (method == Stored && compressedSize == uncompressedSize);
+}
+
 inline bool isAcceptable(const uchar* record)
 {
-    const quint32 method = field16(record, CentralMethod);
-    return method == Deflated ||
-           (method == Stored && field32(record, CentralCompressedSize) == field32(record, CentralUncompressedSize));
+    return isAcceptable(field16(record, CentralMethod), field32(record, CentralCompressedSize),
+                        field32(record, CentralUncompressedSize));
 }
 
 /// Folders and empty files are not listed.

@@ -29,6 +29,7 @@ void cZipArchiveData::clear()
     m_uncompressedSize = 0;
     m_entries.clear();
     m_listedBlocks = 0;
+    m_wasListed = false;
     m_index.reset();
     m_blocks.clear();
 }
@@ -44,8 +45,16 @@ bool cZipArchiveData::parse(cZipArchive* archive)
     return isComplete && block->isComplete();
 }
 
-const QList<QSharedPointer<cZipEntry>>& cZipArchiveData::entries() const
+QList<QSharedPointer<cZipEntry>> cZipArchiveData::entries() const
 {
+    // The first list is the caller's alone, so that a loop over it does not copy it; further calls share one.
+    if (!m_wasListed) {
+        m_wasListed = true;
+        QList<QSharedPointer<cZipEntry>> list;
+        for (const QSharedPointer<cZipEntryBlock>& block : m_blocks)
+            cZipEntryBlock::list(block, list);
+        return list;
+    }
     while (m_listedBlocks < m_blocks.size())
         cZipEntryBlock::list(m_blocks.at(m_listedBlocks++), m_entries);
     return m_entries;

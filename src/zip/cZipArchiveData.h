@@ -30,7 +30,7 @@ public:
     bool parse(cZipArchive* archive);
     void clear();
 
-    const QList<QSharedPointer<cZipEntry>>& entries() const;
+    QList<QSharedPointer<cZipEntry>> entries() const;
     QSharedPointer<cZipEntry> entry(const QString& name) const;
 
     qint64 uncompressedSize() const { return m_uncompressedSize; }
@@ -41,6 +41,7 @@ private:
     qint64 m_uncompressedSize = 0;
     QVector<QSharedPointer<cZipEntryBlock>> m_blocks;   ///< One for each parse.
     mutable QScopedPointer<cZipNameIndex> m_index;      ///< Made when a name is asked for.
-    mutable QList<QSharedPointer<cZipEntry>> m_entries; ///< Made when it is asked for.
-    mutable int m_listedBlocks = 0;
+    mutable QList<QSharedPointer<cZipEntry>> m_entries; ///< Made when it is asked for again.
+    mutable int m_listedBlocks = 0;                     ///< That it holds.
+    mutable bool m_wasListed = false;
 };

@@ -34,7 +34,7 @@ const uchar* bytesOf(const QByteArray& block)
 
 bool cZipRecord::isAcceptable() const
 {
-    return method == Deflated || (method == Stored && compressedSize == uncompressedSize);
+    return ZipRecords::isAcceptable(method, compressedSize, uncompressedSize);
 }
 
 QDateTime cZipRecord::modificationTime() const
@@ -125,6 +125,7 @@ qint64 cZipDirectory::takeRecords(const QByteArray& block, int total, bool isLas
     const uchar* bytes = bytesOf(block);
     qint64 used = 0;
     m_blocks.append(block);
+    m_records.reserve(qMin(total, count() + block.size() / CentralSize));
     while (count() < total && used + CentralSize <= block.size()) {
         const uchar* record = bytes + used;
         const int nameSpace = int(block.size() - used) - CentralSize;

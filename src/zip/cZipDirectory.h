@@ -30,7 +30,7 @@ struct cZipRecord
     /// Whether the archive reader takes it: deflated, or stored with two equal sizes.
     bool isAcceptable() const;
     /// Whether the archive lists it: its name does not end with "/", and it has contents.
-    bool isListed() const { return uncompressedSize != 0 && !name.endsWith(QLatin1Char('/')); }
+    bool isListed() const { return uncompressedSize != 0 && !isFolder(); }
     bool isFolder() const { return name.endsWith(QLatin1Char('/')); }
     /// Local time; invalid when the record's fields are no date and time.
     QDateTime modificationTime() const;
