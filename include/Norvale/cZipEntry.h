@@ -54,7 +54,7 @@ public:
 
     /**
      * Reads the data of the file and inflates it, whatever its method is: for a stored file use compressedContent().
-     * Inflating goes on to the end of the data, also beyond uncompressedSize().
+     * Inflating goes on beyond uncompressedSize() as long as packed bytes are left.
      * @return the bytes of the file. Empty when compressedContent() is, when its bytes are no complete deflate stream,
      * or when they inflate to more than a byte array holds.
      */

@@ -39,9 +39,11 @@ bool cZipArchiveData::parse(cZipArchive* archive)
     cZipDirectory directory;
     const bool isComplete = directory.read(m_reader);
     const auto block = QSharedPointer<cZipEntryBlock>::create(archive, directory);
-    m_uncompressedSize += block->uncompressedSize();
-    m_blocks.append(block);
-    m_index.reset();
+    if (block->count() > 0) {
+        m_uncompressedSize += block->uncompressedSize();
+        m_blocks.append(block);
+        m_index.reset();
+    }
     return isComplete && block->isComplete();
 }
 
