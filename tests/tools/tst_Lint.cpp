@@ -194,6 +194,38 @@ private slots:
         QCOMPARE(m_tool.read("suite.dot").contains("\"plugin A\" -> \"plugin B\""), rule == "suite-dependency-cycle");
     }
 
+    // Neither time nor memory out of proportion, and an end in any case.
+    void survives_data()
+    {
+        const Rows<QString, QByteArray, QString> row("file", "text", "said");
+        QByteArray entities = "<!DOCTYPE m [<!ENTITY a 'aaaaaaaaaa'>";
+        for (char name = 'b'; name < 'n'; ++name)
+            entities +=
+                QByteArray("<!ENTITY ") + name + " '" + (QByteArray("&") + char(name - 1) + ";").repeated(10) + "'>";
+        row("a billion laughs", "Manifest.xml", entities + "]><m>&m;</m>", "xml-malformed");
+        row("many services", "Manifest.xml",
+            manifest("<services>" + QByteArray("<service>S</service>").repeated(100000) + "</services>"),
+            "manifest-service-twice");
+        row("many features", "repository.xml",
+            repository(QByteArray("<feature name='F' version='1.0'/>").repeated(50000)), "feature-twice");
+        row("a condition without end", "Manifest.xml",
+            manifest("<deployment><install>" +
+                     QByteArray("<cmdline program='p' condition='while(true);'/>").repeated(100) +
+                     "</install></deployment>"),
+            "manifest-bad-condition");
+    }
+    void survives()
+    {
+        QFETCH(QString, file);
+        QFETCH(QByteArray, text);
+        QFETCH(QString, said);
+        m_tool.write(file, text);
+        QVERIFY(QFile::link(m_tool.path(), m_tool.path("loop")));
+        const ToolFixture::Ended ended = m_tool.run("lint --strict .");
+        QCOMPARE(ended.code, 1);
+        QVERIFY2(ended.output.contains("[" + said + "]"), qPrintable(ended.output.left(1000)));
+    }
+
     void speaksToPrograms()
     {
         m_tool.write("Manifest.xml", manifest("<services>\n<service/></services>"));

@@ -122,6 +122,36 @@ private slots:
             QVERIFY(m_tool.run({"lint", folder}).output.contains(said));
     }
 
+    void refusesPackagesOfOthers_data()
+    {
+        const Rows<QString, QString> row("python", "said");
+        row("a name above", "z.writestr('../x', 'x')", "[package-entry-name]");
+        row("an absolute name", "z.writestr('/x', 'x')", "[package-entry-name]");
+        row("names that clash", "z.writestr('A', 'x'); z.writestr('a', 'x')", "[package-entry-clash]");
+        row("a link", "i = zipfile.ZipInfo('x'); i.external_attr = 0o120777 << 16; z.writestr(i, '/etc')",
+            "[package-entry-type]");
+        row("a bomb", "z.writestr('x', bytes(10**8), zipfile.ZIP_DEFLATED)", "[package-size]");
+        row("another method", "z.writestr('x', bytes(1000), zipfile.ZIP_BZIP2)", "[package-entry-type]");
+        row("no manifest", "z.filename = None; z = zipfile.ZipFile('A-1.00.000.zip', 'w'); z.writestr('x', 'x')",
+            "[package-manifest]");
+    }
+    void refusesPackagesOfOthers()
+    {
+        QFETCH(QString, python);
+        QFETCH(QString, said);
+        m_tool.makePackage("A", "1.0.0");
+        QProcess process;
+        process.setWorkingDirectory(m_tool.path());
+        process.start("python3",
+                      {"-c", "import zipfile; z = zipfile.ZipFile('A-1.00.000.zip', 'a'); " + python + "; z.close()"});
+        QVERIFY(process.waitForFinished() && process.exitCode() == 0);
+        const ToolFixture::Ended lint = m_tool.run("lint A-1.00.000.zip");
+        QCOMPARE(lint.code, 1);
+        QVERIFY2(lint.output.contains(said), qPrintable(lint.output));
+        QCOMPARE(m_tool.run("site add site A-1.00.000.zip --feature Core --feature-version 1.0.0").code, 1);
+        QVERIFY(!QFile::exists(m_tool.path("site/site.xml")));
+    }
+
     // What an installation passes over.
     void looksAtSums()
     {

@@ -241,6 +241,32 @@ private slots:
     }
 #endif
 
+    void tellsOfServersThatFail_data()
+    {
+        const Rows<QString, QString> row("faults", "said");
+        row("redirected", "~redirect=", "");
+        row("not found", "~status=404", "source-unreachable");
+        row("cut off", "~cut=300", "source-unreachable");
+        row("cut off without a length", "~unsized/~cut=300", "package-");
+        row("more than there is", "~fill=1", "source-size");
+        row("in a circle", "~circle", "source-unreachable");
+        row("no HTTP", "~garbage", "source-unreachable");
+    }
+    void tellsOfServersThatFail()
+    {
+        QFETCH(QString, faults);
+        QFETCH(QString, said);
+        makeSite();
+        HttpSite server;
+        QVERIFY(server.isRunning());
+        QVERIFY(server.write("A.zip", m_tool.read("site/main/packages/A-1.00.000.zip")));
+        m_tool.write("site/main/repository.xml",
+                     repository().replace("packages/A-1.00.000.zip", server.url("A.zip", faults).toEncoded()));
+        const ToolFixture::Ended ended = m_tool.run("site check --strict site");
+        QCOMPARE(ended.code, said.isEmpty() ? 0 : 1);
+        QVERIFY2(ended.output.contains("[" + said) || said.isEmpty(), qPrintable(ended.output));
+    }
+
     void leavesASiteToWhoeverChangesIt()
     {
         makeSite();
