@@ -6,21 +6,28 @@
 #include <QtCore/QByteArray>
 #include <QtCore/QFile>
 
+// The manifest comes last, so that a folder that has one is whole, whatever cut the unpacking off.
 bool cPackageUnpacker::unpack(const cPackage& package)
 {
-    constexpr quint32 executableByAnyone = 0111;
-    QByteArray content;
-    QString error;
+    cZipRecord manifest;
     for (const cZipRecord& record : package.records()) {
-        if (!record.isListed())
-            continue;
-        const QString path = m_folder.absoluteFilePath(record.name);
-        if (!package.readContent(record, &content, &error))
-            return fail(path, error);
-        if (!makeFolderOf(path) || !write(path, content, record.unixMode() & executableByAnyone))
+        if (record.name == QLatin1String("Manifest.xml"))
+            manifest = record;
+        else if (record.isListed() && !unpack(package, record))
             return false;
     }
-    return true;
+    return unpack(package, manifest);
+}
+
+bool cPackageUnpacker::unpack(const cPackage& package, const cZipRecord& record)
+{
+    constexpr quint32 executableByAnyone = 0111;
+    const QString path = m_folder.absoluteFilePath(record.name);
+    QByteArray content;
+    QString error;
+    if (!package.readContent(record, &content, &error))
+        return fail(path, error);
+    return makeFolderOf(path) && write(path, content, record.unixMode() & executableByAnyone);
 }
 
 bool cPackageUnpacker::makeFolderOf(const QString& path)

@@ -26,6 +26,7 @@ public:
     const QString& errorString() const { return m_errorString; }
 
 private:
+    bool unpack(const cPackage& package, const cZipRecord& record);
     bool makeFolderOf(const QString& path);
     bool write(const QString& path, const QByteArray& content, bool isExecutable);
     bool fail(const QString& path, const QString& reason);
