@@ -73,6 +73,7 @@ case "${1:-}" in
     build asan
     export ASAN_OPTIONS=detect_leaks=1:abort_on_error=0:detect_stack_use_after_return=1
     export UBSAN_OPTIONS=print_stacktrace=1
+    export LSAN_OPTIONS=suppressions="$root/tests/support/lsan.supp":print_suppressions=0
     run_tests asan -LE house
     ;;
 --tsan)

@@ -119,7 +119,8 @@ private:
 /// An update that is fetched and one that is installed, by a child process which is killed before each of its calls
 /// that change the disk in turn, and in the middle of each write, or to which the disk is full or cannot be written
 /// from that call on. What is installed is then the old set or the new one, never a part of either; and what is done
-/// next, without a fault, ends with the new one and nothing left over.
+/// next, without a fault, ends with the new one and nothing left over. The same with uninstalling, where only the end
+/// counts.
 class tst_Killed : public QObject
 {
     Q_OBJECT
@@ -130,6 +131,7 @@ private slots:
         const Rows<QString, QString> row("steps", "next");
         row("fetching an update", "apply", "install,apply,install");
         row("installing it", "install", "install");
+        row("uninstalling everything", "uninstall", "uninstall");
     }
     void endsInTheNewState()
     {
@@ -146,7 +148,9 @@ private slots:
         QCOMPARE(first.run(next), 0);
         m_new = first.plugins();
         m_newSettings = first.settings();
-        QVERIFY(m_new.count("A-2.00.000/it.so") && !m_new.count("A-1.00.000") && first.dropbox().empty());
+        m_isUpdate = steps != "uninstall";
+        QVERIFY(m_isUpdate ? m_new.count("A-2.00.000/it.so") && !m_new.count("A-1.00.000") : m_new.empty());
+        QVERIFY(first.dropbox().empty());
         QVERIFY(calls.size() > 10);
 
         QStringList jobs;
@@ -198,7 +202,7 @@ private:
             faults << QString("ended with %1").arg(code);
         if (code == 1 && place.said().isEmpty())
             faults << "failed and said nothing";
-        if (!isWhole(place.plugins()))
+        if (m_isUpdate && !isWhole(place.plugins()))
             faults << "neither the old nor the new set is whole";
         place.ageLocks();
         if (place.run(next) != 0)
@@ -220,6 +224,7 @@ private:
     Tree m_old;
     Tree m_new;
     QByteArray m_newSettings;
+    bool m_isUpdate = true;
     QMutex m_mutex;
     QStringList m_faults;
 };
@@ -243,6 +248,8 @@ static int takeSteps(const QString& folder, const QString& steps)
         }
         if (step == "install")
             isDone = IInstallMgr::installDropbox() && isDone;
+        if (step == "uninstall")
+            isDone = IInstallMgr::uninstallPlugins() && isDone;
         if (step == "apply")
             isDone = IConfigMgr::doUpdateOn({}).get("result_code", -1).toInt() % 2 == 0 && isDone;
     }
