@@ -7,7 +7,19 @@
 
 #include <QtCore/QSet>
 
-#include <algorithm>
+#include <optional>
+
+namespace {
+
+QSet<QString> namesOf(const QList<QSharedPointer<cFeaturePlugin>>& plugins)
+{
+    QSet<QString> names;
+    for (const QSharedPointer<cFeaturePlugin>& plugin : plugins)
+        names.insert(plugin->name());
+    return names;
+}
+
+} // namespace
 
 void cSuite::addManifest(const cFeaturePlugin& plugin, const cManifest& manifest)
 {
@@ -36,34 +48,53 @@ void cSuite::check(const QString& file, cFindings& findings) const
     checkServices(file, findings);
 }
 
-void cSuite::checkReach(const QString& file, cFindings& findings) const
+QStringList cSuite::dependenciesOf(const cFeaturePlugin& plugin) const
 {
-    for (const QSharedPointer<cFeatureInstance>& feature : m_catalogue.features())
-        checkReach(*feature, file, findings);
+    QStringList names;
+    if (const cManifest* const manifest = manifestOf(plugin))
+        for (const QString& text : manifest->dependencies)
+            names.append(cPluginDependency(text).name());
+    return names;
 }
 
 void cSuite::checkDependencies(const QString& file, cFindings& findings) const
 {
     const QList<QSharedPointer<cFeaturePlugin>> all = plugins();
-    QSet<QString> names;
+    const QSet<QString> names = namesOf(all);
     for (const QSharedPointer<cFeaturePlugin>& plugin : all)
-        names.insert(plugin->name());
-    for (const QSharedPointer<cFeaturePlugin>& plugin : all) {
-        const cManifest* const manifest = manifestOf(*plugin);
-        const QStringList dependencies = manifest ? manifest->dependencies : QStringList();
-        for (const QString& text : dependencies) {
-            const QString name = cPluginDependency(text).name();
+        for (const QString& name : dependenciesOf(*plugin))
             if (!names.contains(name))
                 findings.add(Rule::SuiteDependencyMissing, file,
                              QStringLiteral("%1 depends on %2, which no feature has: the suite does not start")
                                  .arg(plugin->identity(), name));
+}
+
+void cSuite::checkReach(const QString& file, cFindings& findings) const
+{
+    const QSharedPointer<cFeatureInstance> core = m_catalogue.find(QStringLiteral("Core"));
+    const QSet<QString> inCore = core ? namesOf(core->plugins()) : QSet<QString>();
+    for (const QSharedPointer<cFeatureInstance>& feature : m_catalogue.features()) {
+        const QSet<QString> own = namesOf(feature->plugins());
+        std::optional<QSet<QString>> further; // found out only where it is asked for
+        for (const QSharedPointer<cFeaturePlugin>& plugin : feature->plugins()) {
+            for (const QString& name : dependenciesOf(*plugin)) {
+                if (own.contains(name) || inCore.contains(name))
+                    continue;
+                if (!further)
+                    further = pluginsBehind(*feature);
+                if (!further->contains(name))
+                    findings.add(
+                        Rule::SuiteDependencyOutside, file,
+                        QStringLiteral("%1 of feature %2 depends on %3, which is in no feature that %2 depends on")
+                            .arg(plugin->identity(), feature->name(), name));
+            }
         }
     }
 }
 
-QList<QSharedPointer<cFeatureInstance>> cSuite::closureOf(const cFeatureInstance& feature) const
+QSet<QString> cSuite::pluginsBehind(const cFeatureInstance& feature) const
 {
-    QList<QSharedPointer<cFeatureInstance>> closure;
+    QSet<QString> plugins;
     QSet<QString> seen{feature.name()};
     QStringList pending = feature.dependencies();
     while (!pending.isEmpty()) {
@@ -72,50 +103,23 @@ QList<QSharedPointer<cFeatureInstance>> cSuite::closureOf(const cFeatureInstance
         if (!next || seen.contains(name))
             continue;
         seen.insert(name);
-        closure.append(next);
+        plugins += namesOf(next->plugins());
         pending += next->dependencies();
     }
-    return closure;
-}
-
-void cSuite::checkReach(const cFeatureInstance& feature, const QString& file, cFindings& findings) const
-{
-    QSet<QString> inReach;
-    for (const QSharedPointer<cFeaturePlugin>& plugin : feature.plugins())
-        inReach.insert(plugin->name());
-    for (const QSharedPointer<cFeatureInstance>& other : closureOf(feature))
-        for (const QSharedPointer<cFeaturePlugin>& plugin : other->plugins())
-            inReach.insert(plugin->name());
-    if (const QSharedPointer<cFeatureInstance> core = m_catalogue.find(QStringLiteral("Core")))
-        for (const QSharedPointer<cFeaturePlugin>& plugin : core->plugins())
-            inReach.insert(plugin->name());
-    for (const QSharedPointer<cFeaturePlugin>& plugin : feature.plugins()) {
-        const cManifest* const manifest = manifestOf(*plugin);
-        const QStringList dependencies = manifest ? manifest->dependencies : QStringList();
-        for (const QString& text : dependencies) {
-            const QString name = cPluginDependency(text).name();
-            if (!inReach.contains(name))
-                findings.add(Rule::SuiteDependencyOutside, file,
-                             QStringLiteral("%1 of feature %2 depends on %3, which is in no feature that %2 depends on")
-                                 .arg(plugin->identity(), feature.name(), name));
-        }
-    }
+    return plugins;
 }
 
 // The order of start decides; what it says of absent dependencies has been told.
 void cSuite::checkCircles(const QString& file, cFindings& findings) const
 {
     const QList<QSharedPointer<cFeaturePlugin>> all = plugins();
-    QSet<QString> names;
-    for (const QSharedPointer<cFeaturePlugin>& plugin : all)
-        names.insert(plugin->name());
+    const QSet<QString> names = namesOf(all);
     cDependencyOrder order;
     for (const QSharedPointer<cFeaturePlugin>& plugin : all) {
-        const cManifest* const manifest = manifestOf(*plugin);
         QStringList present;
-        for (const QString& text : manifest ? manifest->dependencies : QStringList())
-            if (names.contains(cPluginDependency(text).name()))
-                present.append(text);
+        for (const QString& name : dependenciesOf(*plugin))
+            if (names.contains(name))
+                present.append(name);
         order.addRecord(plugin->name(), present);
     }
     order.order();

@@ -5,8 +5,10 @@
 
 #include <QtCore/QHash>
 #include <QtCore/QList>
+#include <QtCore/QSet>
 #include <QtCore/QSharedPointer>
 #include <QtCore/QString>
+#include <QtCore/QStringList>
 
 class cFindings;
 
@@ -36,10 +38,12 @@ public:
 
 private:
     void checkDependencies(const QString& file, cFindings& findings) const;
-    void checkReach(const cFeatureInstance& feature, const QString& file, cFindings& findings) const;
     void checkCircles(const QString& file, cFindings& findings) const;
     void checkServices(const QString& file, cFindings& findings) const;
-    QList<QSharedPointer<cFeatureInstance>> closureOf(const cFeatureInstance& feature) const;
+    /// Names, as the manifest gives them without their numbers.
+    QStringList dependenciesOf(const cFeaturePlugin& plugin) const;
+    /// The names of the plugins of all features that @p feature depends on, directly or not.
+    QSet<QString> pluginsBehind(const cFeatureInstance& feature) const;
 
     cFeatureCatalogue m_catalogue;
     QHash<QString, cManifest> m_manifests; // by NAME-VERSION
