@@ -1,16 +1,10 @@
 #include "ExitCode.h"
 
-#include <QtCore/QStringList>
+#include "terminal/ExitCodes.h"
 
 namespace {
 
-struct Meaning
-{
-    ExitCode code;
-    const char* text;
-};
-
-constexpr Meaning Meanings[] = {
+constexpr cExitMeaning<ExitCode> Meanings[] = {
     {ExitCode::Ok, "done; for a run: started, served and stopped in order"},
     {ExitCode::Usage, "the command line was not understood"},
     {ExitCode::InitialiseFailed, "the framework could not be initialised"},
@@ -45,8 +39,5 @@ constexpr Meaning Meanings[] = {
 
 QString exitCodeTable()
 {
-    QStringList lines;
-    for (const Meaning& meaning : Meanings)
-        lines.append(QStringLiteral("  %1  %2").arg(int(meaning.code), 2).arg(QLatin1String(meaning.text)));
-    return lines.join(QLatin1Char('\n'));
+    return exitCodeLines(Meanings);
 }

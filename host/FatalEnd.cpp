@@ -1,7 +1,7 @@
 #include "FatalEnd.h"
 
 #include "ExitCode.h"
-#include "Terminal.h"
+#include "terminal/Terminal.h"
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QThread>

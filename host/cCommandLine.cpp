@@ -1,6 +1,6 @@
 #include "cCommandLine.h"
 
-#include "Terminal.h"
+#include "terminal/Terminal.h"
 #include "commands/CommandOptions.h"
 #include "commands/cBootstrapCommand.h"
 #include "commands/cCallCommand.h"

@@ -1,7 +1,7 @@
 #include "cHostRun.h"
 
 #include "FatalEnd.h"
-#include "Terminal.h"
+#include "terminal/Terminal.h"
 #include "cHostHandler.h"
 #include "cHostService.h"
 #include "cStopSignals.h"

@@ -1,6 +1,6 @@
 #include "cTerminalHook.h"
 
-#include "Terminal.h"
+#include "terminal/Terminal.h"
 
 void cTerminalHook::showLine(const QString& channel, Qt::HANDLE, const QDateTime&, debugType level,
                              const QString& message)

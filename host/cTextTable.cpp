@@ -1,6 +1,6 @@
 #include "cTextTable.h"
 
-#include "Terminal.h"
+#include "terminal/Terminal.h"
 
 cTextTable::cTextTable(const QStringList& headings)
 {

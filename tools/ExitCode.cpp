@@ -1,16 +1,10 @@
 #include "ExitCode.h"
 
-#include <QtCore/QStringList>
+#include "terminal/ExitCodes.h"
 
 namespace {
 
-struct Meaning
-{
-    ExitCode code;
-    const char* text;
-};
-
-constexpr Meaning Meanings[] = {
+constexpr cExitMeaning<ExitCode> Meanings[] = {
     {ExitCode::Ok, "done; nothing that counts as an error was found"},
     {ExitCode::Faults, "the input breaks a rule; nothing was written"},
     {ExitCode::Usage, "the command line was not understood"},
@@ -25,8 +19,5 @@ constexpr Meaning Meanings[] = {
 
 QString exitCodeTable()
 {
-    QStringList lines;
-    for (const Meaning& meaning : Meanings)
-        lines.append(QStringLiteral("  %1  %2").arg(int(meaning.code)).arg(QLatin1String(meaning.text)));
-    return lines.join(QLatin1Char('\n'));
+    return exitCodeLines(Meanings);
 }

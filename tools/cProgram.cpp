@@ -1,6 +1,6 @@
 #include "cProgram.h"
 
-#include "Terminal.h"
+#include "terminal/Terminal.h"
 #include "graph/cGraphCommand.h"
 #include "lint/cLintCommand.h"
 #include "pack/cPackCommand.h"

@@ -1,6 +1,6 @@
 #include "commands/CommandOptions.h"
 
-#include "Terminal.h"
+#include "terminal/Terminal.h"
 
 #include <Norvale/Corvane.h>
 #include <Norvale/cLogCentral.h>

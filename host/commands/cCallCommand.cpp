@@ -1,6 +1,6 @@
 #include "commands/cCallCommand.h"
 
-#include "Terminal.h"
+#include "terminal/Terminal.h"
 #include "commands/CommandOptions.h"
 #include "wire/WireText.h"
 

@@ -1,6 +1,6 @@
 #include "commands/cCheckCommand.h"
 
-#include "Terminal.h"
+#include "terminal/Terminal.h"
 #include "commands/CommandOptions.h"
 #include "updates/UpdateReport.h"
 #include "updates/cUpdateSession.h"

@@ -1,6 +1,6 @@
 #include "commands/cInstallCommand.h"
 
-#include "Terminal.h"
+#include "terminal/Terminal.h"
 #include "updates/cPackageLocation.h"
 
 #include <Norvale/IInstallMgr.h>

@@ -1,6 +1,6 @@
 #include "commands/cInstallingCommand.h"
 
-#include "Terminal.h"
+#include "terminal/Terminal.h"
 #include "commands/CommandOptions.h"
 #include "updates/cChangeLock.h"
 #include "updates/cInstallReport.h"

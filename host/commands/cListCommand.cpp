@@ -1,7 +1,7 @@
 #include "commands/cListCommand.h"
 
 #include "SuiteReport.h"
-#include "Terminal.h"
+#include "terminal/Terminal.h"
 #include "commands/CommandOptions.h"
 #include "wire/WireText.h"
 

@@ -1,6 +1,6 @@
 #include "commands/cSendCommand.h"
 
-#include "Terminal.h"
+#include "terminal/Terminal.h"
 #include "commands/CommandOptions.h"
 
 #include <QtCore/QCommandLineParser>

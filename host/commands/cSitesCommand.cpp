@@ -1,6 +1,6 @@
 #include "commands/cSitesCommand.h"
 
-#include "Terminal.h"
+#include "terminal/Terminal.h"
 #include "updates/UpdateSites.h"
 
 #include <QtCore/QCommandLineParser>

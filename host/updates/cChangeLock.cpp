@@ -1,6 +1,6 @@
 #include "updates/cChangeLock.h"
 
-#include "Terminal.h"
+#include "terminal/Terminal.h"
 #include "commands/CommandOptions.h"
 
 namespace {

@@ -1,6 +1,6 @@
 #include "updates/cInstallReport.h"
 
-#include "Terminal.h"
+#include "terminal/Terminal.h"
 #include "updates/cProgressLine.h"
 
 namespace {

@@ -1,6 +1,6 @@
 #include "updates/cProgressBar.h"
 
-#include "Terminal.h"
+#include "terminal/Terminal.h"
 
 #include <Norvale/IConfigMgr.h>
 

@@ -1,6 +1,6 @@
 #include "updates/cProgressLine.h"
 
-#include "Terminal.h"
+#include "terminal/Terminal.h"
 
 #include <QtCore/QStringList>
 

@@ -1,6 +1,6 @@
 #include "graph/cGraphCommand.h"
 
-#include "Terminal.h"
+#include "terminal/Terminal.h"
 #include "core/DurableFile.h"
 #include "graph/cGraph.h"
 #include "report/cFindings.h"

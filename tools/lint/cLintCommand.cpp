@@ -1,6 +1,6 @@
 #include "lint/cLintCommand.h"
 
-#include "Terminal.h"
+#include "terminal/Terminal.h"
 #include "lint/cLinter.h"
 #include "report/cFindings.h"
 #include "report/cReport.h"

@@ -1,6 +1,6 @@
 #include "pack/cPackCommand.h"
 
-#include "Terminal.h"
+#include "terminal/Terminal.h"
 #include "core/DurableFile.h"
 #include "pack/cPackageMaker.h"
 #include "report/cFindings.h"

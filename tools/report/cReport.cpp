@@ -1,6 +1,6 @@
 #include "report/cReport.h"
 
-#include "Terminal.h"
+#include "terminal/Terminal.h"
 #include "report/cFindings.h"
 
 #include <QtCore/QJsonArray>
@@ -29,7 +29,7 @@ QString cReport::line(const cFinding& finding)
         place += QStringLiteral(":%1:%2").arg(finding.line).arg(finding.column);
     const QString text = place + QStringLiteral(": ") + Rules::word(finding.severity()) + QStringLiteral(": ") +
                          finding.text + QStringLiteral(" [") + Rules::name(finding.rule) + QLatin1Char(']');
-    return Terminal::harmless(text);
+    return Terminal::printable(text);
 }
 
 void cReport::tell(const cFindings& findings)

@@ -1,6 +1,6 @@
 #include "site/cSiteAddCommand.h"
 
-#include "Terminal.h"
+#include "terminal/Terminal.h"
 #include "lint/VersionText.h"
 #include "report/cReport.h"
 #include "site/cSitePublisher.h"
@@ -56,7 +56,7 @@ ExitCode cSiteAddCommand::run()
     const ExitCode code = publisher.run();
     cReport::tell(publisher.findings());
     if (!publisher.errorString().isEmpty())
-        Terminal::reason(Terminal::harmless(publisher.errorString()));
+        Terminal::reason(Terminal::printable(publisher.errorString()));
     if (code == ExitCode::Ok)
         Terminal::answer(publisher.summary());
     return code;

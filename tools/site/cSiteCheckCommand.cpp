@@ -1,6 +1,6 @@
 #include "site/cSiteCheckCommand.h"
 
-#include "Terminal.h"
+#include "terminal/Terminal.h"
 #include "report/cFindings.h"
 #include "report/cReport.h"
 #include "site/cSiteCheck.h"

@@ -1,4 +1,6 @@
-#include "Terminal.h"
+#include "terminal/Terminal.h"
+
+#include <QtCore/QCoreApplication>
 
 #include <cstdio>
 
@@ -40,7 +42,7 @@ void Terminal::answer(const QString& text)
 
 void Terminal::reason(const QString& text)
 {
-    print(stderr, QStringLiteral("VCore: ") + text);
+    print(stderr, QCoreApplication::applicationName() + QLatin1String(": ") + text);
 }
 
 void Terminal::status(const QString& line)
