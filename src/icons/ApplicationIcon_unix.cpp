@@ -5,6 +5,7 @@
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
 #include <QtCore/QMimeDatabase>
+#include <QtGui/QGuiApplication>
 #include <QtGui/QImageReader>
 #include <QtGui/QPixmap>
 
@@ -91,5 +92,8 @@ QPixmap Corvane::loadApplicationIcon(const QString& path)
         icon = pictureFrom(path);
     if (icon.isNull())
         icon = iconOfKind(kind, theme);
+    // Where the application has no pixmaps, or is about to end.
+    if (!qobject_cast<QGuiApplication*>(QCoreApplication::instance()))
+        return QPixmap();
     return QPixmap::fromImage(icon);
 }

@@ -3,8 +3,29 @@
 #include <Norvale/Corvane.h>
 
 #include <QtConcurrent/QtConcurrentRun>
+#include <QtCore/QCoreApplication>
+#include <QtCore/QThreadPool>
 
+#include <atomic>
 #include <new>
+
+namespace {
+
+std::atomic<bool> s_isEndAwaited{false};
+
+/// What is still loading when the application ends, also for loaders that are gone, ends before it: without an
+/// application there must be no pixmap.
+void awaitEndBeforeApplication()
+{
+    if (s_isEndAwaited.exchange(true))
+        return;
+    qAddPostRoutine([] {
+        s_isEndAwaited = false;
+        QThreadPool::globalInstance()->waitForDone();
+    });
+}
+
+} // namespace
 
 cDelayedApplicationIconLoader::cDelayedApplicationIconLoader(QObject* parent) : QObject(parent) {}
 
@@ -25,6 +46,7 @@ void cDelayedApplicationIconLoaderImpl::start()
 {
     if (m_watcher.isRunning())
         return;
+    awaitEndBeforeApplication();
     m_watcher.setFuture(QtConcurrent::run(&Corvane::loadApplicationIcon, m_path));
 }
 

@@ -8,6 +8,8 @@
 #include <QtGui/QImageReader>
 #include <QtGui/QPixmap>
 
+#include <memory>
+
 /// On the icon theme Tango, the pictures in hicolor and the desktop entry of the translation tool, all of this system.
 class tst_ApplicationIcon : public QObject
 {
@@ -19,6 +21,7 @@ private slots:
     void pictureOfAFile();
     void loaderTellsWhenTheIconIsThere();
     void manyLoadersAtOnce();
+    void applicationEndsWhileLoading();
 
 private:
     QString write(const QString& name, const QByteArray& text) const;
@@ -126,6 +129,16 @@ void tst_ApplicationIcon::manyLoadersAtOnce()
         QIcon::fromTheme("folder").pixmap(48);
     }
     QTRY_COMPARE(loaded, 20);
+}
+
+/// It comes last, so that the application ends while the pool works for loaders that are gone.
+void tst_ApplicationIcon::applicationEndsWhileLoading()
+{
+    for (int i = 0; i < 500; ++i) {
+        const std::unique_ptr<cDelayedApplicationIconLoader> loader(
+            cDelayedApplicationIconLoader::createLoader(nullptr, "", m_folder.filePath("text.txt")));
+        loader->start();
+    }
 }
 
 QTEST_MAIN(tst_ApplicationIcon)
