@@ -1,23 +1,5 @@
 #include "services/cServiceCache.h"
 
-namespace {
-
-/// Outlives the cache, as nothing destroys it.
-thread_local bool s_isCacheGone = false;
-
-} // namespace
-
-cServiceCache* cServiceCache::ofThread()
-{
-    static thread_local cServiceCache cache;
-    return s_isCacheGone ? nullptr : &cache;
-}
-
-cServiceCache::~cServiceCache()
-{
-    s_isCacheGone = true;
-}
-
 std::size_t cServiceCache::slotOf(const QString& id)
 {
     // Ids of one suite mostly begin alike, and differ in length and at the end.
