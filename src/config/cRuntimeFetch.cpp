@@ -45,10 +45,14 @@ bool cRuntimeFetch::run()
     if (m_runtime.hash().isEmpty())
         return fail(QStringLiteral("the repository gives no hash for it"));
     m_path = QDir(Corvane::velmiraFolderOrFile(Corvane::DataFolder)).absoluteFilePath(m_runtime.name());
+    return isThere() || download();
+}
+
+/// The file is closed again before another one takes its place: some systems refuse that while it is open.
+bool cRuntimeFetch::isThere() const
+{
     QFile file(m_path);
-    if (file.open(QIODevice::ReadOnly) && isWhole(file))
-        return true;
-    return download();
+    return file.open(QIODevice::ReadOnly) && isWhole(file);
 }
 
 bool cRuntimeFetch::hasSafeName()

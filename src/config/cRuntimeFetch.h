@@ -31,6 +31,7 @@ public:
 
 private:
     bool hasSafeName();
+    bool isThere() const;
     bool isWhole(QFileDevice& file) const;
     bool download();
     bool transferTo(QFile& file);
