@@ -1,5 +1,7 @@
 #include "install/cFolderRemover.h"
 
+#include "install/EmptyFolder.h"
+
 #include <QtCore/QDir>
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
@@ -41,7 +43,7 @@ bool cFolderRemover::removeFolder(const QString& path)
     const QDir::Filters everything = QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot;
     for (const QFileInfo& entry : QDir(path).entryInfoList(everything, QDir::Unsorted))
         isEmpty = removeEntry(entry) && isEmpty;
-    return isEmpty && (QDir().rmdir(path) || fail(path, QStringLiteral("the folder is not empty or in use")));
+    return isEmpty && (removeEmptyFolder(path) || fail(path, QStringLiteral("the folder is not empty or in use")));
 }
 
 bool cFolderRemover::removeFile(const QString& path)

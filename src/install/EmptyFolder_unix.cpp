@@ -1,0 +1,8 @@
+#include "install/EmptyFolder.h"
+
+#include <QtCore/QDir>
+
+bool removeEmptyFolder(const QString& path)
+{
+    return QDir().rmdir(path);
+}
