@@ -1,6 +1,7 @@
 #include "core/DurableFile.h"
 
 #include <QtCore/QFileDevice>
+#include <QtCore/QFileInfo>
 
 #include <io.h>
 #include <windows.h>
@@ -10,7 +11,7 @@ bool flushFile(QFileDevice& file)
     return file.flush() && FlushFileBuffers(reinterpret_cast<HANDLE>(_get_osfhandle(file.handle())));
 }
 
-bool flushFolder(const QString&)
+bool flushFolder(const QString& path)
 {
-    return true; // NTFS keeps the entries of a folder in its journal
+    return QFileInfo(path).isDir(); // NTFS keeps the entries of a folder in its journal
 }
