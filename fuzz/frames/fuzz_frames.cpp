@@ -65,7 +65,8 @@ public:
         m_pieces = pieces;
         m_arrived.clear();
     }
-    qint64 taken() const { return m_taken; }
+    /// Bytes that the reader has got so far, of all inputs: some systems' sockets read ahead.
+    qint64 taken() const { return m_taken - QIODevice::bytesAvailable(); }
     qint64 bytesAvailable() const override { return QIODevice::bytesAvailable() + m_arrived.size(); }
     bool waitForReadyRead(int) override
     {
@@ -88,7 +89,7 @@ protected:
 private:
     QList<QByteArray> m_pieces;
     QByteArray m_arrived;
-    qint64 m_taken = 0; ///< bytes that were read so far, of all inputs
+    qint64 m_taken = 0; ///< read so far, also ahead
 };
 
 cPieceSocket& connectedSocket()
