@@ -57,4 +57,11 @@ function(norvale_add_test room name)
     add_test(NAME ${room}.${name} COMMAND ${name})
     set_tests_properties(${room}.${name} PROPERTIES TIMEOUT ${arg_TIMEOUT} LABELS "${room};${arg_LABELS}"
         ENVIRONMENT "QT_QPA_PLATFORM=offscreen;LC_ALL=C.UTF-8")
+    if(CMAKE_CROSSCOMPILING)
+        norvale_not_under_wine(${room} ${name})
+    endif()
+    if(WIN32 AND NOT room MATCHES "^(version|json|zip|icons)$")
+        # settings stand in the registry, of which there is one: see tests/support/SettingsSandbox_win.cpp
+        set_tests_properties(${room}.${name} PROPERTIES RESOURCE_LOCK settings)
+    endif()
 endfunction()

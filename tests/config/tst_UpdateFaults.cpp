@@ -3,6 +3,8 @@
 #include "config/cCatalogueReader.h"
 #include "config/cDropbox.h"
 
+#include <Platform.h>
+
 #include <QtCore/QCryptographicHash>
 #include <QtCore/QProcess>
 
@@ -113,7 +115,7 @@ private:
         }
         QProcess process;
         process.setProcessEnvironment(environment);
-        process.start(QCoreApplication::applicationFilePath(), {"--update"});
+        Platform::start(process, QCoreApplication::applicationFilePath(), {"--update"});
         const bool hasEnded = process.waitForFinished();
         return hasEnded && process.exitStatus() == QProcess::NormalExit ? process.exitCode() : Killed;
     }

@@ -2,12 +2,12 @@
 
 #include <HttpSite.h>
 #include <LogFile.h>
+#include <Platform.h>
 #include <Rows.h>
 
 #include <QtCore/QAbstractEventDispatcher>
 #include <QtCore/QBuffer>
 #include <QtCore/QTimer>
-#include <QtNetwork/QNetworkAccessManager>
 
 static const QByteArray Text = "hello world";
 
@@ -32,8 +32,8 @@ class tst_cDownloader : public QObject
 private slots:
     void initTestCase()
     {
-        QVERIFY(m_site.isRunning() && m_secureSite.isRunning());
-        QVERIFY(m_site.write("a", Text) && m_site.write("empty", QByteArray()) && m_secureSite.write("a", Text));
+        QVERIFY(m_site.isRunning());
+        QVERIFY(m_site.write("a", Text) && m_site.write("empty", QByteArray()));
     }
     void slotsStandInTheirOrder()
     {
@@ -98,11 +98,9 @@ private slots:
         // Much more than what may lie between the network and the device.
         const QByteArray whole = Text + QByteArray(3000000, '\0');
         const QString path = "~fill=3000000/a";
-        for (const QUrl& url : {m_site.url(path), m_site.url("~chunked/" + path), m_site.url("~unsized/" + path),
-                                m_secureSite.url(path)}) {
+        for (const QUrl& url : {m_site.url(path), m_site.url("~chunked/" + path), m_site.url("~unsized/" + path)}) {
             OpenBuffer device;
             cDownloader downloader;
-            trust(downloader);
             QSignalSpy progress(&downloader, &cDownloader::progress);
             QVERIFY2(downloader.download(url, &device), qPrintable(url.path() + downloader.errorString()));
             QVERIFY(device.data() == whole && downloader.digestResult() == sha1(whole) && downloader.data().isEmpty());
@@ -121,7 +119,8 @@ private slots:
                 const bool isWhole = downloader.download(m_site.url("a", QString(fault).arg(length)));
                 QVERIFY2(isWhole == (length >= whole), qPrintable(QString(fault).arg(length)));
                 QVERIFY(downloader.data() == (isWhole ? Text : QByteArray()) && !downloader.hasReply());
-                QVERIFY(isWhole || downloader.error() == QNetworkReply::RemoteHostClosedError);
+                QVERIFY2(isWhole || downloader.error() == QNetworkReply::RemoteHostClosedError,
+                         qPrintable(QString(fault + QString(": %2")).arg(length).arg(downloader.error())));
             }
         }
     }
@@ -133,7 +132,8 @@ private slots:
         row("absent", "b", QNetworkReply::ContentNotFoundError, "");
         row("a folder", ".", QNetworkReply::ContentNotFoundError, "");
         row("a device without an end", "/dev/zero", QNetworkReply::ContentNotFoundError, "");
-        row("not readable", "/proc/self/mem", QNetworkReply::UnknownContentError, "0/0");
+        if (QFile::exists("/proc/self/mem"))
+            row("not readable", "/proc/self/mem", QNetworkReply::UnknownContentError, "0/0");
         const QString program = QCoreApplication::applicationFilePath();
         const QString size = QString::number(QFileInfo(program).size());
         row("too long", program, QNetworkReply::OperationCanceledError, "0/" + size);
@@ -244,43 +244,18 @@ private slots:
     void tellsAFullDisk()
     {
         QFile full("/dev/full");
+        if (!full.exists())
+            QSKIP("a disk that is always full is needed");
         QVERIFY(full.open(QIODevice::WriteOnly));
         cDownloader downloader;
         for (const QUrl& url : {m_site.url("a"), QUrl::fromLocalFile(m_site.folder() + "/a")}) {
             QVERIFY(!downloader.download(url, &full) && !downloader.hasSucceeded());
-            QVERIFY2(downloader.errorString().contains("No space"), qPrintable(downloader.errorString()));
+            QVERIFY2(downloader.errorString().contains(Platform::diskFullText()), qPrintable(downloader.errorString()));
         }
-    }
-    void neverLeavesHttps_data()
-    {
-        const Rows<bool, bool, int> row("isToHttp", "isTrusted", "error");
-        row("to itself", false, true, 0);
-        row("to HTTP", true, true, QNetworkReply::InsecureRedirectError);
-        row("to a server that nobody vouches for", false, false, QNetworkReply::SslHandshakeFailedError);
-    }
-    void neverLeavesHttps()
-    {
-        QFETCH(bool, isToHttp);
-        QFETCH(bool, isTrusted);
-        cDownloader downloader;
-        if (isTrusted)
-            trust(downloader);
-        const QString target = (isToHttp ? m_site : m_secureSite).url().toString(QUrl::StripTrailingSlash);
-        m_site.takeRequests();
-        (void)downloader.download(m_secureSite.url("a", "~redirect=" + QUrl::toPercentEncoding(target)));
-        QTEST(downloader.error(), "error");
-        QVERIFY(m_site.takeRequests().isEmpty());
     }
 
 private:
-    static void trust(cDownloader& downloader)
-    {
-        connect(downloader.findChild<QNetworkAccessManager*>(), &QNetworkAccessManager::sslErrors, &downloader,
-                [](QNetworkReply* reply) { reply->ignoreSslErrors(); });
-    }
-
     HttpSite m_site;
-    HttpSite m_secureSite{true};
 };
 
 QTEST_GUILESS_MAIN(tst_cDownloader)

@@ -1,5 +1,7 @@
 #include "HostFixture.h"
 
+#include "Platform.h"
+
 #include "wire/cFrameDecoder.h"
 #include "wire/cHostAddress.h"
 
@@ -60,10 +62,10 @@ HostFixture::Ended HostFixture::run(const QStringList& arguments, const QMap<QSt
         variables.insert(it.key(), it.value());
     QProcess process;
     process.setProcessEnvironment(variables);
-    process.start(QStringLiteral(VCORE_PROGRAM), arguments);
+    Platform::start(process, QStringLiteral(VCORE_PROGRAM), arguments);
     const int code = exitCodeOf(process);
-    return {code, QString::fromUtf8(process.readAllStandardOutput()),
-            QString::fromUtf8(process.readAllStandardError())};
+    return {code, Platform::consoleText(process.readAllStandardOutput()),
+            Platform::consoleText(process.readAllStandardError())};
 }
 
 void HostFixture::start(const QStringList& arguments)

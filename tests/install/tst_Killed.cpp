@@ -1,8 +1,11 @@
 #include "install/cInstallMgr.h"
 
+#include <MachineProgram.h>
+#include <MovedState.h>
 #include <Norvale/Corvane.h>
 #include <Norvale/IConfigMgr.h>
 #include <Norvale/cLogCentral.h>
+#include <Platform.h>
 #include <Rows.h>
 
 #include <QtCore/QMutex>
@@ -30,10 +33,12 @@ Tree treeOf(const fs::path& folder)
     for (const auto& entry : fs::recursive_directory_iterator(folder)) {
         QFile file(QString::fromStdString(entry.path().string()));
         const bool isFile = entry.is_regular_file() && file.open(QFile::ReadOnly);
-        tree[entry.path().lexically_relative(folder).string()] = isFile ? file.readAll() : QByteArray();
+        tree[entry.path().lexically_relative(folder).generic_string()] = isFile ? file.readAll() : QByteArray();
     }
     return tree;
 }
+
+const std::string Library = Platform::library("it").toStdString();
 
 /// Whether @p tree holds every file of @p part.
 bool holds(const Tree& tree, const Tree& part)
@@ -52,9 +57,7 @@ public:
     {
         QProcess child;
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert("XDG_CONFIG_HOME", m_folder + "/user");
-        environment.insert("XDG_CONFIG_DIRS", m_folder + "/machine");
-        environment.insert("XDG_DATA_HOME", m_folder + "/data");
+        MovedState::addTo(environment, m_folder);
         environment.insert("QT_HASH_SEED", "0");            // the order of attributes in written XML
         environment.insert("QT_BEARER_POLL_TIMEOUT", "-1"); // no looking for network interfaces
         if (!faults.isEmpty()) {
@@ -68,7 +71,7 @@ public:
         child.setProcessEnvironment(environment);
         child.setStandardErrorFile(QProcess::nullDevice());
         child.setStandardOutputFile(m_folder + ".log");
-        child.start(QCoreApplication::applicationFilePath(), {"child", m_folder, steps});
+        Platform::start(child, QCoreApplication::applicationFilePath(), {"child", m_folder, steps});
         child.waitForFinished(-1);
         return child.exitStatus() == QProcess::CrashExit ? -1 : child.exitCode();
     }
@@ -82,16 +85,11 @@ public:
     void offer(const QString& where, const QStringList& words) const
     {
         const QStringList all = QStringList{PACKAGES_PY, "repository", m_folder + "/" + where} + words;
-        QCOMPARE(QProcess::execute("python3", all), 0);
+        QCOMPARE(MachineProgram::execute("python3", all), 0);
     }
     Tree plugins() const { return treeOf((m_folder + "/core/plugins").toStdString()); }
     Tree dropbox() const { return treeOf((m_folder + "/data/NorvaleTests/Fixture/Dropbox").toStdString()); }
-    QByteArray settings() const
-    {
-        // Beside the file may lie a copy that Qt had not yet renamed.
-        QByteArray text = Corvane::FileReadAll(m_folder + "/machine/Varkel/Pelmora.conf", nullptr);
-        return text.replace(m_folder.toUtf8(), "FOLDER");
-    }
+    QByteArray settings() const { return MovedState::machineSettings(m_folder).replace(m_folder.toUtf8(), "FOLDER"); }
 
     /// Of a lock without contents Qt waits half a minute whether its owner fills it. Let that have passed.
     void ageLocks() const
@@ -101,8 +99,17 @@ public:
                 fs::last_write_time(entry, fs::file_time_type::clock::now() - std::chrono::minutes(1));
         }
     }
-    void save() const { copy(m_folder, m_folder + ".saved"); }
-    void restore() const { copy(m_folder + ".saved", m_folder); }
+    void save() const
+    {
+        copy(m_folder, m_folder + ".saved");
+        MovedState::save(m_folder);
+    }
+    void restore() const
+    {
+        copy(m_folder + ".saved", m_folder);
+        MovedState::restore(m_folder);
+    }
+    void remove() const { MovedState::remove(m_folder); }
 
 private:
     static void copy(const QString& from, const QString& to)
@@ -137,8 +144,8 @@ private slots:
     {
         QFETCH(QString, steps);
         QFETCH(QString, next);
-        QTemporaryDir dir(QFileInfo("/dev/shm").isWritable() ? "/dev/shm/killedXXXXXX"
-                                                             : QDir::tempPath() + "/killedXXXXXX");
+        const bool hasQuickDisk = QDir::isAbsolutePath("/dev/shm") && QFileInfo("/dev/shm").isWritable();
+        QTemporaryDir dir((hasQuickDisk ? "/dev/shm" : QDir::tempPath()) + "/killedXXXXXX");
         const std::vector<Place> places{Place(dir.filePath("0")), Place(dir.filePath("1"))};
         for (const Place& place : places)
             prepare(place, steps == "install");
@@ -149,7 +156,7 @@ private slots:
         m_new = first.plugins();
         m_newSettings = first.settings();
         m_isUpdate = steps != "uninstall";
-        QVERIFY(m_isUpdate ? m_new.count("A-2.00.000/it.so") && !m_new.count("A-1.00.000") : m_new.empty());
+        QVERIFY(m_isUpdate ? m_new.count("A-2.00.000/" + Library) && !m_new.count("A-1.00.000") : m_new.empty());
         QVERIFY(first.dropbox().empty());
         QVERIFY(calls.size() > 10);
 
@@ -172,6 +179,8 @@ private slots:
         }
         for (std::thread& worker : workers)
             worker.join();
+        for (const Place& place : places)
+            place.remove();
         const int covered = calls.size();
         qInfo("%d calls that change the disk, %d runs", covered, jobs.size());
         if (qEnvironmentVariableIsSet("NORVALE_SHOW_CALLS"))
@@ -190,7 +199,7 @@ private:
             QVERIFY2(place.run("apply") == 0, qPrintable(place.said()));
         place.save();
         m_old = place.plugins();
-        QVERIFY(m_old.count("A-1.00.000/it.so") && place.dropbox().empty() != isFetched);
+        QVERIFY(m_old.count("A-1.00.000/" + Library) && place.dropbox().empty() != isFetched);
     }
     void tryOut(const Place& place, const QString& steps, const QString& next, const QString& fault)
     {
@@ -266,8 +275,10 @@ int main(int argc, char** argv)
     QCoreApplication::setOrganizationName("NorvaleTests");
     QCoreApplication::setApplicationName("Fixture");
     const QStringList arguments = QCoreApplication::arguments();
-    if (arguments.value(1) == "child")
+    if (arguments.value(1) == "child") {
+        MovedState::enter(arguments.value(2));
         return takeSteps(arguments.value(2), arguments.value(3));
+    }
     tst_Killed test;
     return QTest::qExec(&test, argc, argv);
 }

@@ -1,10 +1,11 @@
 #include "install/cPackageCheck.h"
 
+#include <MachineProgram.h>
+#include <Platform.h>
 #include <Rows.h>
 #include <SettingsSandbox.h>
 
 #include <QtCore/QCryptographicHash>
-#include <QtCore/QProcess>
 
 /// Packages of all kinds of faults, made by tests/support/packages.py, and what is found in each.
 class tst_cPackageCheck : public QObject
@@ -33,7 +34,8 @@ private slots:
         row("folder-case", "entry-clash Doc/y: its name differs from \"doc\" only in");
         row("twice", "entry-clash doc/read.me: its name stands twice");
         row("file-and-folder", "entry-clash doc: \"doc\" is a file and a folder");
-        row("folder-in-file", "entry-clash it.so/x: \"it.so\" is a file and a folder");
+        const QString library = Platform::library("it");
+        row("folder-in-file", QString("entry-clash %1/x: \"%1\" is a file and a folder").arg(library));
         row("link", "entry-type l: it is neither a file nor a folder");
         row("device", "entry-type d: it is neither a file nor a folder");
         row("full-folder", "entry-type full/: it is a folder with contents");
@@ -102,7 +104,7 @@ private:
     QString make(const QString& fault) const
     {
         const QString path = m_sandbox.path() + "/package.zip";
-        if (QProcess::execute("python3", {PACKAGES_PY, "package", path, "A", "1.2.3", fault}) != 0)
+        if (MachineProgram::execute("python3", {PACKAGES_PY, "package", path, "A", "1.2.3", fault}) != 0)
             qFatal("packages.py failed");
         return path;
     }

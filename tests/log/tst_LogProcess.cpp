@@ -42,12 +42,13 @@ void tst_LogProcess::ends()
 {
     QFETCH(QStringList, steps);
     const LogFile file;
+    Platform::DebuggerLines debugger;
     QProcess child;
     child.start(QCoreApplication::applicationFilePath(),
                 QStringList("child") + steps.replaceInStrings("FOLDER", file.path("")));
     QVERIFY(child.waitForFinished());
-    QString said = child.exitStatus() == QProcess::CrashExit ? "killed: " : "";
-    said += QString::fromUtf8(child.readAllStandardError()).replace(file.path(""), "FOLDER");
+    QString said = Platform::isAborted(child) ? "killed: " : "";
+    said += QString::fromUtf8(debugger.take(child)).replace(file.path(""), "FOLDER");
     QTEST(said.replace(QRegularExpression("T[1-9][0-9]*:"), "T#:"), "standardError");
     QTEST(file.lines(), "lines");
     QTEST(QSettings("NorvaleTests", "Child").value("Log/!/enabled").toString(), "storedSwitch");

@@ -24,8 +24,8 @@ static QString read(const QByteArray& xml)
           << manifest.dependencies.join(',') << manifest.services.join(',') << manifest.params.get("a", "").toString();
     for (const auto& lines : {manifest.installCommandLines, manifest.uninstallCommandLines}) {
         for (const cCmdLine& line : lines)
-            parts << line.property("command").toString() + "|" + line.property("params").toStringList().join(',') +
-                         "|" + line.property("condition").toString();
+            parts << QDir::fromNativeSeparators(line.property("command").toString()) + "|" +
+                         line.property("params").toStringList().join(',') + "|" + line.property("condition").toString();
     }
     parts.removeAll("0");
     return parts.join(' ').simplified();

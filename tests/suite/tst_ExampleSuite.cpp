@@ -23,7 +23,7 @@ QString dataFile(const QString& name)
 QByteArray contentOf(const QString& path)
 {
     QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    return file.open(QIODevice::ReadOnly | QIODevice::Text) ? file.readAll() : QByteArray();
 }
 
 void write(const QString& path, const QByteArray& content)

@@ -1,5 +1,7 @@
 #include "HttpSite.h"
 
+#include "MachineProgram.h"
+
 #include <QtCore/QDir>
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
@@ -11,7 +13,7 @@ HttpSite::HttpSite(bool isSecure)
     if (isSecure)
         arguments += makeCertificate();
     m_server.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    m_server.start(QStringLiteral("python3"), arguments);
+    MachineProgram::start(m_server, QStringLiteral("python3"), arguments);
     while (!m_server.canReadLine() && m_server.waitForReadyRead(10000)) {
     }
     m_port = m_server.readLine().trimmed().toInt();
@@ -54,9 +56,9 @@ QStringList HttpSite::makeCertificate()
     const QStringList files{m_folder.filePath(QStringLiteral("cert.pem")),
                             m_folder.filePath(QStringLiteral("key.pem"))};
     QProcess openssl;
-    openssl.start(QStringLiteral("openssl"),
-                  {"req", "-x509", "-newkey", "rsa:2048", "-nodes", "-batch", "-subj", "/CN=127.0.0.1", "-days", "2",
-                   "-out", files.first(), "-keyout", files.last()});
+    MachineProgram::start(openssl, QStringLiteral("openssl"),
+                          {"req", "-x509", "-newkey", "rsa:2048", "-nodes", "-batch", "-subj", "/CN=127.0.0.1", "-days",
+                           "2", "-out", files.first(), "-keyout", files.last()});
     openssl.waitForFinished();
     return files;
 }

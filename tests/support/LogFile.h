@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Platform.h"
+
 #include <Norvale/cLogCentral.h>
 #include <QtCore/QDir>
 #include <QtCore/QRegularExpression>
@@ -22,7 +24,7 @@ public:
             QFile file(path(name));
             bytes += file.open(QIODevice::ReadOnly) ? file.readAll() : "unreadable";
         }
-        return QString::fromUtf8(bytes);
+        return QString::fromUtf8(Platform::logText(bytes));
     }
 
     /// The same, with "[channel]" where a line begins.

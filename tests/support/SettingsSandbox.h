@@ -7,6 +7,8 @@
  *
  * Construct it before the first QSettings and before anything asks QStandardPaths: the user's and the machine's real
  * settings are then neither read nor written. Child processes inherit the redirection through the environment.
+ * On Windows settings and data folders stay where they are, are emptied before and after, and no two sandboxes may live
+ * at a time; where the product is installed, the tests do not run.
  */
 class SettingsSandbox
 {
@@ -19,6 +21,10 @@ public:
 
     /// Absolute path of the temporary folder; fixtures may put files of their own below it.
     QString path() const;
+
+    /// Makes the data folder of the process, and of children that it starts, an empty one; below @p folder where the
+    /// system has no place of its own for it.
+    void useDataBelow(const QString& folder);
 
     /// Stores @p folder as the record of the installation folder.
     void setInstallDir(const QString& folder);

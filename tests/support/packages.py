@@ -5,7 +5,8 @@ packages.py package FILE NAME VERSION [FAULT]
 packages.py repository FOLDER 'NAME VERSION [CORE]' FEATURE...
 
 A FEATURE is text such as 'Core 1.0: A 1.0, B 1.2 !no-manifest; Base, Tools': name and version, plugins with their
-faults, and the features it depends on. A plugin's command lines append to the file that JOURNAL names.
+faults, and the features it depends on. A plugin's command lines append to the file that JOURNAL names (on
+Windows with the program that JOURNAL_WRITER names).
 """
 import hashlib, os, struct, sys, zlib
 
@@ -17,7 +18,15 @@ MANIFEST = """<?xml version="1.0" encoding="utf-8"?>
 """
 
 
+# Under Wine this script runs as a program of the machine, but makes packages for Windows.
+IS_WINDOWS = os.name == "nt" or "WINEPREFIX" in os.environ
+LIBRARY = "it.dll" if IS_WINDOWS else "it.so"
+
+
 def command(word, condition=""):
+    if IS_WINDOWS:
+        return (f'<cmdline program="$(env.JOURNAL_WRITER)" condition="{condition}"><param>{word}</param>'
+                '<param>$(PluginName)</param><param>$(PluginVersion)</param></cmdline>')
     return (f'<cmdline program="sh" condition="{condition}"><param>-c</param>'
             f'<param>echo {word} $(PluginName) $(PluginVersion) &gt;&gt; "$(env.JOURNAL)"</param></cmdline>')
 
@@ -25,7 +34,7 @@ def command(word, condition=""):
 def manifest(name, version, fault):
     install, uninstall = command("install", "OSBitness() == 64") + command("never", "isWin7()"), command("uninstall")
     if fault == "failing-command":
-        install = '<cmdline program="false"/>' + install
+        install = '<cmdline program="%s"/>' % ("$(env.JOURNAL_WRITER)" if IS_WINDOWS else "false") + install
     if fault == "no-such-program":
         install = '<cmdline program="$(PluginDir)/none"/>' + install
     if fault == "silent":
@@ -68,7 +77,7 @@ EXTRA = {
     "long": [Entry("a/" * 20 + "b" * 980, b"x")], "deep": [Entry("a/" * 40 + "x", b"x")],
     "case": [Entry("MANIFEST.xml", b"x")], "folder-case": [Entry("Doc/y", b"x")],
     "twice": [Entry("doc/read.me", b"x")], "file-and-folder": [Entry("doc", b"x")],
-    "folder-in-file": [Entry("it.so/x", b"x")],
+    "folder-in-file": [Entry(LIBRARY + "/x", b"x")],
     "link": [Entry("l", b"/etc", LINK)], "device": [Entry("d", b"x", DEVICE)],
     "full-folder": [Entry("full/", b"x", 0o040755)], "folder-by-mode": [Entry("f", b"x", 0o040755)],
     "encrypted": [Entry("e", b"x", flags=1)], "method": [Entry("m", b"x", method=12)],
@@ -89,7 +98,7 @@ def package(name, version, fault=""):
         xml = xml[:-5]
     entries = [Entry("manifest.xml" if fault == "small-letters" else "Manifest.xml", xml),
                Entry("doc/", mode=0o040755), Entry("doc/read.me", f"{name} {version}\n".encode() * 9),
-               Entry("it.so", f"library of {name} {version}".encode() * 40, 0o100755, method=0), Entry("empty", b"")]
+               Entry(LIBRARY, f"library of {name} {version}".encode() * 40, 0o100755, method=0), Entry("empty", b"")]
     large = LARGE.get(fault, [])
     entries += [Entry(large[i], bytes(large[i + 1])) for i in range(0, len(large), 2)]
     data = archive([e for e in entries if fault != "no-manifest" or b"anifest" not in e.name] + EXTRA.get(fault, []))

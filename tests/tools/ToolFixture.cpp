@@ -1,5 +1,7 @@
 #include "ToolFixture.h"
 
+#include "Platform.h"
+
 #include <Norvale/cVersion.h>
 
 #include <QtCore/QDir>
@@ -15,12 +17,12 @@ ToolFixture::Ended ToolFixture::run(const QStringList& arguments, const QMap<QSt
         variables.insert(it.key(), it.value());
     process.setProcessEnvironment(variables);
     process.setWorkingDirectory(path());
-    process.start(QStringLiteral(NORVALE_PROGRAM), arguments);
+    Platform::start(process, QStringLiteral(NORVALE_PROGRAM), arguments);
     const bool hasEnded = process.waitForFinished(60000) && process.exitStatus() == QProcess::NormalExit;
     process.kill();
     process.waitForFinished();
-    return {hasEnded ? process.exitCode() : -1, QString::fromUtf8(process.readAllStandardOutput()),
-            QString::fromUtf8(process.readAllStandardError())};
+    return {hasEnded ? process.exitCode() : -1, Platform::consoleText(process.readAllStandardOutput()),
+            Platform::consoleText(process.readAllStandardError())};
 }
 
 void ToolFixture::begin()
@@ -54,7 +56,7 @@ QString ToolFixture::makePlugin(const QString& name, const QString& version, con
 {
     const QString folder = QStringLiteral("%1-%2").arg(name, cVersion(version).toString());
     write(folder + QStringLiteral("/Manifest.xml"), manifest(name, version, inner));
-    write(QStringLiteral("%1/%2.so").arg(folder, name), "the library of " + folder.toLatin1());
+    write(folder + QLatin1Char('/') + Platform::library(name), "the library of " + folder.toLatin1());
     for (auto it = more.begin(); it != more.end(); ++it)
         write(folder + QLatin1Char('/') + it.key(), it.value());
     return folder;

@@ -143,4 +143,4 @@ void tst_ApplicationIcon::applicationEndsWhileLoading()
 
 QTEST_MAIN(tst_ApplicationIcon)
 
-#include "tst_ApplicationIcon.moc"
+#include "tst_ApplicationIcon_unix.moc"

@@ -1,0 +1,60 @@
+#include "config/cDownloader.h"
+
+#include <HttpSite.h>
+#include <Rows.h>
+
+#include <QtCore/QBuffer>
+#include <QtNetwork/QNetworkAccessManager>
+
+/// Where Qt has HTTPS.
+class tst_SecureDownloads : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void passesOnWhatIsLarge()
+    {
+        const QByteArray whole = "hello world" + QByteArray(3000000, '\0');
+        QVERIFY(m_secureSite.isRunning() && m_secureSite.write("large", whole));
+        QBuffer device;
+        QVERIFY(device.open(QIODevice::WriteOnly));
+        cDownloader downloader;
+        trust(downloader);
+        QVERIFY2(downloader.download(m_secureSite.url("large"), &device), qPrintable(downloader.errorString()));
+        QVERIFY(device.data() == whole && downloader.data().isEmpty());
+    }
+    void neverLeavesHttps_data()
+    {
+        const Rows<bool, bool, int> row("isToHttp", "isTrusted", "error");
+        row("to itself", false, true, 0);
+        row("to HTTP", true, true, QNetworkReply::InsecureRedirectError);
+        row("to a server that nobody vouches for", false, false, QNetworkReply::SslHandshakeFailedError);
+    }
+    void neverLeavesHttps()
+    {
+        QFETCH(bool, isToHttp);
+        QFETCH(bool, isTrusted);
+        cDownloader downloader;
+        if (isTrusted)
+            trust(downloader);
+        const QString target = (isToHttp ? m_site : m_secureSite).url().toString(QUrl::StripTrailingSlash);
+        QVERIFY(m_secureSite.write("a", "hello world"));
+        m_site.takeRequests();
+        (void)downloader.download(m_secureSite.url("a", "~redirect=" + QUrl::toPercentEncoding(target)));
+        QTEST(downloader.error(), "error");
+        QVERIFY(m_site.takeRequests().isEmpty());
+    }
+
+private:
+    static void trust(cDownloader& downloader)
+    {
+        connect(downloader.findChild<QNetworkAccessManager*>(), &QNetworkAccessManager::sslErrors, &downloader,
+                [](QNetworkReply* reply) { reply->ignoreSslErrors(); });
+    }
+
+    HttpSite m_site;
+    HttpSite m_secureSite{true};
+};
+
+QTEST_GUILESS_MAIN(tst_SecureDownloads)
+#include "tst_SecureDownloads.moc"

@@ -1,0 +1,5 @@
+/// Only its icon counts.
+int main()
+{
+    return 0;
+}

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <QtCore/QProcess>
+#include <QtCore/QStringList>
+
+/// Programs of the machine that the tests run on, such as Python, which are found by their names.
+namespace MachineProgram {
+
+/// Starts @p program. Arguments that are absolute paths reach it in the machine's own form: tests of Windows programs
+/// run under Wine, where the machine has other paths. What else holds a path is to be made with path().
+void start(QProcess& process, const QString& program, const QStringList& arguments);
+
+/// Runs it to its end. @return its exit code; negative when it cannot be started, does not end, or crashes.
+int execute(const QString& program, const QStringList& arguments);
+
+/// @p path as the machine writes it.
+QString path(const QString& path);
+
+/// Whether it can be had.
+bool exists(const QString& program);
+
+} // namespace MachineProgram

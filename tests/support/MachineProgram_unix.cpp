@@ -1,0 +1,18 @@
+#include "MachineProgram.h"
+
+#include <QtCore/QStandardPaths>
+
+void MachineProgram::start(QProcess& process, const QString& program, const QStringList& arguments)
+{
+    process.start(program, arguments);
+}
+
+QString MachineProgram::path(const QString& path)
+{
+    return path;
+}
+
+bool MachineProgram::exists(const QString& program)
+{
+    return !QStandardPaths::findExecutable(program).isEmpty();
+}

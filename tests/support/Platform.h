@@ -1,0 +1,60 @@
+#pragma once
+
+#include <QtCore/QByteArray>
+#include <QtCore/QProcess>
+#include <QtCore/QString>
+
+#include <memory>
+
+/// In what a test sees, the systems differ here.
+namespace Platform {
+
+/// Whether @p process was ended by abort(), as after a fatal message.
+bool isAborted(const QProcess& process);
+
+/// Starts a program of this project. When the environment of @p process has FILE_FAULTS, the library of FileFaults/ is
+/// in it: where that is not preloaded by the system, here.
+void start(QProcess& process, const QString& program, const QStringList& arguments);
+
+/// The file of the library @p name.
+QString library(const QString& name);
+
+/// Makes @p path a link to @p target; an empty folder where a program may make no links.
+bool link(const QString& target, const QString& path);
+
+/// A search path for programs of this project that leads to no other program; @p empty is an empty folder.
+QString pathToNothing(const QString& empty);
+
+/// How the system says that a disk is full.
+QString diskFullText();
+
+/// Whether files have modes and links, and any name but "/".
+bool hasUnixFiles();
+
+/// What a program wrote to its standard streams, with plain line ends.
+QString consoleText(QByteArray bytes);
+
+/// What the line builder of the log makes of a line end.
+QString lineEnd();
+
+/// The text of a log file with plain line ends. The line builder writes the system's line end into the message, and the
+/// file, which is a text file, writes each line end in it as the system's.
+QByteArray logText(QByteArray bytes);
+
+/// What child processes write for a debugger, from the construction on: there a debugger listens, or it is on standard
+/// error. One at a time, on the whole machine.
+class DebuggerLines
+{
+public:
+    DebuggerLines();
+    ~DebuggerLines();
+
+    /// What @p child, which has ended, wrote there and to its standard error. Line ends are plain.
+    QByteArray take(QProcess& child);
+
+private:
+    class Listener;
+    std::unique_ptr<Listener> m_listener;
+};
+
+} // namespace Platform

@@ -1,0 +1,65 @@
+#include "Platform.h"
+
+#include <QtCore/QFile>
+
+bool Platform::isAborted(const QProcess& process)
+{
+    return process.exitStatus() == QProcess::CrashExit;
+}
+
+void Platform::start(QProcess& process, const QString& program, const QStringList& arguments)
+{
+    process.start(program, arguments);
+}
+
+QString Platform::library(const QString& name)
+{
+    return name + QStringLiteral(".so");
+}
+
+bool Platform::link(const QString& target, const QString& path)
+{
+    return QFile::link(target, path);
+}
+
+QString Platform::pathToNothing(const QString& empty)
+{
+    return empty;
+}
+
+QString Platform::diskFullText()
+{
+    return QStringLiteral("No space");
+}
+
+bool Platform::hasUnixFiles()
+{
+    return true;
+}
+
+QString Platform::consoleText(QByteArray bytes)
+{
+    return QString::fromUtf8(bytes);
+}
+
+QString Platform::lineEnd()
+{
+    return QStringLiteral("\n");
+}
+
+QByteArray Platform::logText(QByteArray bytes)
+{
+    return bytes;
+}
+
+class Platform::DebuggerLines::Listener
+{
+};
+
+Platform::DebuggerLines::DebuggerLines() = default;
+Platform::DebuggerLines::~DebuggerLines() = default;
+
+QByteArray Platform::DebuggerLines::take(QProcess& child)
+{
+    return child.readAllStandardError();
+}

@@ -1,0 +1,125 @@
+#include "Platform.h"
+
+#include <QtCore/QDir>
+
+#include <windows.h>
+
+#include <atomic>
+#include <thread>
+
+bool Platform::isAborted(const QProcess& process)
+{
+    return process.exitStatus() == QProcess::CrashExit || process.exitCode() == 3; // the runtime's abort()
+}
+
+void Platform::start(QProcess& process, const QString& program, const QStringList& arguments)
+{
+    if (process.processEnvironment().contains(QStringLiteral("FILE_FAULTS")))
+        process.start(QStringLiteral(WITH_FAULTS), QStringList(program) + arguments);
+    else
+        process.start(program, arguments);
+}
+
+QString Platform::library(const QString& name)
+{
+    return name + QStringLiteral(".dll");
+}
+
+bool Platform::link(const QString&, const QString& path)
+{
+    return QDir().mkpath(path);
+}
+
+QString Platform::pathToNothing(const QString&)
+{
+    return QString::fromLocal8Bit(qgetenv("PATH")); // of libraries, Qt's among them
+}
+
+QString Platform::diskFullText()
+{
+    return qt_error_string(ERROR_DISK_FULL);
+}
+
+bool Platform::hasUnixFiles()
+{
+    return false;
+}
+
+QString Platform::consoleText(QByteArray bytes)
+{
+    return QString::fromUtf8(bytes.replace("\r\n", "\n"));
+}
+
+QString Platform::lineEnd()
+{
+    return QStringLiteral("\r\n");
+}
+
+QByteArray Platform::logText(QByteArray bytes)
+{
+    return bytes.replace("\r\r\n", "\n");
+}
+
+/// Takes the lines as a debugger that watches the whole machine does: each comes in a shared page with its process.
+class Platform::DebuggerLines::Listener
+{
+public:
+    Listener()
+    {
+        m_isFree = CreateEventW(nullptr, FALSE, FALSE, L"DBWIN_BUFFER_READY");
+        m_isFilled = CreateEventW(nullptr, FALSE, FALSE, L"DBWIN_DATA_READY");
+        m_mapping = CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, Size, L"DBWIN_BUFFER");
+        m_page = static_cast<char*>(MapViewOfFile(m_mapping, FILE_MAP_READ, 0, 0, 0));
+        m_thread = std::thread([this] { listen(); });
+    }
+    ~Listener()
+    {
+        stop();
+        UnmapViewOfFile(m_page);
+        for (const HANDLE handle : {m_isFree, m_isFilled, m_mapping})
+            CloseHandle(handle);
+    }
+
+    /// What was written is taken before its writer goes on, so it is here when the process has ended.
+    QByteArray stop()
+    {
+        m_isStopped = true;
+        SetEvent(m_isFilled);
+        if (m_thread.joinable())
+            m_thread.join();
+        return m_text;
+    }
+
+private:
+    static constexpr DWORD Size = 4096;
+
+    void listen()
+    {
+        for (;;) {
+            SetEvent(m_isFree);
+            WaitForSingleObject(m_isFilled, INFINITE);
+            if (m_isStopped)
+                return;
+            m_text += m_page + sizeof(DWORD); // behind the number of the process
+            if (!m_text.endsWith('\n'))
+                m_text += '\n'; // debuggers show each on a line of its own
+        }
+    }
+
+    HANDLE m_isFree = nullptr;
+    HANDLE m_isFilled = nullptr;
+    HANDLE m_mapping = nullptr;
+    char* m_page = nullptr;
+    std::atomic<bool> m_isStopped{false};
+    QByteArray m_text;
+    std::thread m_thread;
+};
+
+Platform::DebuggerLines::DebuggerLines() : m_listener(std::make_unique<Listener>()) {}
+Platform::DebuggerLines::~DebuggerLines() = default;
+
+QByteArray Platform::DebuggerLines::take(QProcess& child)
+{
+    QByteArray text = child.readAllStandardError() + m_listener->stop();
+    return text.replace("\r\n", "\n");
+}
