@@ -2,11 +2,13 @@
 # Builds and tests everything. Installs what it needs from Debian's packages.
 #
 #   ./test.sh               all tests
+#   ./test.sh --windows     the tests of the cross build for 64-bit Windows, under Wine
 #   ./test.sh --asan        all tests under the address and undefined behaviour sanitizers
 #   ./test.sh --tsan        the threaded tests under the thread sanitizer
 #   ./test.sh --fuzz [S]    every fuzzer for S seconds (30)
 #   ./test.sh --bench       the benchmarks: a table of ratios, then one GOAL line for each goal
 #
+# Qt for Windows: ../shared/qt5-win64.tar.xz, else the tree that QT_WIN64 names.
 # The folder of the JSON documents that the benchmarks read: NORVALE_BENCH_DATA, else ../shared/bench-data.
 set -euo pipefail
 . "$(dirname "$0")/.ci/setup.sh"
@@ -66,6 +68,18 @@ case "${1:-}" in
     need $packages_build $packages_test
     build dev
     run_tests dev
+    ;;
+--windows)
+    has_qt_win64 || { echo "No Qt for Windows: neither $qt_win64_archive nor QT_WIN64 has it" >&2; exit 2; }
+    # shellcheck disable=SC2086
+    need $packages_windows
+    take_qt_win64
+    run_quietly windows-roots "$root/cmake/windows/make-roots" "$root/build/windows-roots"
+    build windows -DWIN64_ROOTS="$root/build/windows-roots"
+    export RUN_UNDER_WINE_PREFIX="$root/build/wine"
+    trap '"$root/cmake/windows/run-under-wine" --stop' EXIT
+    "$root/cmake/windows/run-under-wine" --init
+    run_tests windows -LE house
     ;;
 --asan)
     # shellcheck disable=SC2086

@@ -8,6 +8,7 @@ packages_build="g++ cmake ninja-build ccache qtbase5-dev qttools5-dev-tools zlib
 packages_test="libxml2-utils doxygen graphviz qtdeclarative5-dev openssl python3 tango-icon-theme dpkg-dev file"
 packages_bench="libbenchmark-dev nlohmann-json3-dev rapidjson-dev libspdlog-dev libminizip-dev libquazip5-dev nginx-light zip unzip"
 packages_fuzz="clang llvm libclang-rt-dev"
+packages_windows="wine64 g++-mingw-w64-x86-64-posix libz-mingw-w64-dev xz-utils perl cmake ninja-build ccache qttools5-dev-tools libcli11-dev openssl python3 unzip"
 packages_demo="jq nginx-light"
 
 # need PACKAGE...: installs what is missing of these Debian packages.
@@ -26,6 +27,14 @@ need() {
     DEBIAN_FRONTEND=noninteractive $as_root apt-get install -y -qq --no-install-recommends $missing >/dev/null
 }
 
+# run_quietly NAME COMMAND...: what it says goes to build/NAME.log, and is shown when it fails.
+run_quietly() {
+    local log="$root/build/$1.log"
+    shift
+    mkdir -p "$root/build"
+    "$@" >"$log" 2>&1 || { tail -n 40 "$log" >&2; return 1; }
+}
+
 # build PRESET [CMAKE ARGUMENT...]: configures and builds, quiet unless it fails. The variable `targets` narrows it.
 build() {
     local preset=$1 log="$root/build/$1.log"
@@ -41,5 +50,23 @@ build() {
         tail -n 40 "$log"
         echo "The build failed; the whole output is in $log" >&2
         return 1
+    fi
+}
+
+# The archive of Qt for 64-bit Windows, made with MinGW-w64; else QT_WIN64 names a tree of it.
+qt_win64_archive="$root/../shared/qt5-win64.tar.xz"
+
+has_qt_win64() {
+    [ -f "$qt_win64_archive" ] || [ -e "${QT_WIN64:-}/lib/cmake/Qt5/Qt5Config.cmake" ]
+}
+
+# Sets QT_WIN64, after unpacking the archive where there is one.
+take_qt_win64() {
+    [ -f "$qt_win64_archive" ] || return 0
+    export QT_WIN64="$root/build/qt5-win64"
+    if [ ! -e "$QT_WIN64/.unpacked" ]; then
+        mkdir -p "$root/build"
+        tar xf "$qt_win64_archive" -C "$root/build"
+        touch "$QT_WIN64/.unpacked"
     fi
 }
