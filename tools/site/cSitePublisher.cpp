@@ -160,6 +160,7 @@ bool cSitePublisher::writeFile(const QString& path, const QByteArray& bytes)
     QFile file(path);
     if (file.size() == bytes.size() && file.open(QIODevice::ReadOnly) && file.readAll() == bytes)
         return true;
+    file.close(); // some systems put nothing in the place of an open file
     return replaceFile(path, bytes, &m_errorString);
 }
 
