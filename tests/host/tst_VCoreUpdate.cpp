@@ -2,6 +2,7 @@
 #include "HttpSite.h"
 #include "MachineProgram.h"
 #include "NotHere.h"
+#include "Platform.h"
 #include "Rows.h"
 
 #include "wire/cHostAddress.h"
@@ -143,7 +144,8 @@ private slots:
     {
         QCOMPARE(m_fixture.run("--update-sites").output, m_site.url().toString() + '\n');
         const QString folder = QDir(m_work.path()).canonicalPath();
-        const QStringList sites{"https://example.org/a%20b", "http://example.org:8080/", "file://" + folder};
+        const QStringList sites{"https://example.org/a%20b", "http://example.org:8080/",
+                                QUrl::fromLocalFile(folder).toString()};
         QCOMPARE(m_fixture.run({"--update-sites", sites[0], sites[1], folder}).code, 0);
         QCOMPARE(m_fixture.run("--update-sites").output, sites.join('\n') + '\n');
         QCOMPARE(m_fixture.run("--update-sites example.org").code, int(ExitCode::Usage));
@@ -223,7 +225,8 @@ private slots:
         row("full while it fetches", {"--update"}, "ENOSPC 1", int(ExitCode::FetchFailed), "1\\.00");
         row("full while it installs", install, "ENOSPC 3", int(ExitCode::InstallIncomplete), "1\\.00");
         row("killed while it installs", install, "kill 10", -1, "1\\.00");
-        row("killed while it tidies up", install, "kill 25", -1, "2\\.00");
+        // Windows needs fewer calls for the same.
+        row("killed while it tidies up", install, Platform::hasUnixFiles() ? "kill 25" : "kill 23", -1, "2\\.00");
         row("read-only while it removes", {"--uninstall"}, "EROFS 1", int(ExitCode::UninstallIncomplete), "1\\.00");
     }
     void survivesADiskThatFails()
