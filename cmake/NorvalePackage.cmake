@@ -1,8 +1,9 @@
-# What is handed over: a Debian package of the library, its headers and programs.
+# What is handed over. On Linux a Debian package of the library, its headers and programs:
 #
 #   cpack -G DEB --config BUILD/CPackConfig.cmake
 #
-# Needs dpkg-dev and file, which tell the packages that the programs depend on.
+# It needs dpkg-dev and file, which tell the packages that the programs depend on. On Windows a zip of the host, the
+# library, what both need to run, and the example suite: NorvaleProduct.cmake.
 if(NOT NORVALE_IS_TOP OR NOT NORVALE_INSTALL)
     return()
 endif()
@@ -20,8 +21,12 @@ authors, the reference host VCore, and norvale, the tool of those who run an upd
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_VERBATIM_VARIABLES ON)
-set(CPACK_GENERATOR DEB)
 
+if(WIN32)
+    include(NorvaleProduct)
+    return()
+endif()
+set(CPACK_GENERATOR DEB)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION libdevel)
 # The exported headers include Qt's; what the programs need is found by dpkg-shlibdeps.

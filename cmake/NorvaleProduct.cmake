@@ -1,0 +1,38 @@
+# The product for Windows: a zip of one folder, whose programs run from wherever it is unpacked. Its parts are installed
+# as the component "product", apart from what plugin authors get.
+set(CPACK_GENERATOR ZIP)
+set(CPACK_PACKAGE_FILE_NAME "Norvale-${PROJECT_VERSION}-win64")
+set(CPACK_ARCHIVE_COMPONENT_INSTALL ON)
+set(CPACK_COMPONENTS_ALL product)
+set(CPACK_COMPONENTS_GROUPING ALL_COMPONENTS_IN_ONE)
+set(CPACK_COMPONENT_INCLUDE_TOPLEVEL_DIRECTORY ON)
+set(CPACK_PACKAGING_INSTALL_PREFIX "")
+
+install(TARGETS Norvale VCore RUNTIME DESTINATION . COMPONENT product EXCLUDE_FROM_ALL)
+if(TARGET norvale_tool)
+    install(TARGETS norvale_tool RUNTIME DESTINATION . COMPONENT product EXCLUDE_FROM_ALL)
+endif()
+install(FILES "${PROJECT_SOURCE_DIR}/LICENSE" "${PROJECT_SOURCE_DIR}/cmake/windows/use-this-folder.cmd" DESTINATION .
+    COMPONENT product EXCLUDE_FROM_ALL)
+if(NORVALE_BUILD_EXAMPLES)
+    install(DIRECTORY "${PROJECT_BINARY_DIR}/suite/" DESTINATION . COMPONENT product EXCLUDE_FROM_ALL)
+endif()
+
+# The libraries that the programs load, and those that these load: of Qt, the compiler and zlib. What is the system's own
+# is not found in these folders and stays out.
+execute_process(COMMAND ${CMAKE_CXX_COMPILER} -print-file-name=libstdc++-6.dll OUTPUT_VARIABLE compiler_library
+    OUTPUT_STRIP_TRAILING_WHITESPACE)
+get_filename_component(compiler_folder "${compiler_library}" DIRECTORY)
+set(programs "$<TARGET_FILE:VCore>;$<TARGET_FILE:Norvale>")
+if(TARGET norvale_tool)
+    list(APPEND programs "$<TARGET_FILE:norvale_tool>")
+endif()
+install(CODE "
+set(OBJDUMP \"${CMAKE_OBJDUMP}\")
+set(PROGRAMS \"${programs}\")
+set(FOLDERS \"$<TARGET_FILE_DIR:Qt5::Core>;${compiler_folder};/usr/x86_64-w64-mingw32/lib\")
+set(TO \"\${CMAKE_INSTALL_PREFIX}\")
+include(\"${PROJECT_SOURCE_DIR}/cmake/windows/CopyLibraries.cmake\")
+" COMPONENT product EXCLUDE_FROM_ALL)
+
+include(CPack)

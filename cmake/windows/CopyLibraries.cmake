@@ -1,0 +1,30 @@
+# Copies the libraries that PROGRAMS load, and those that these load, from FOLDERS into TO. What is in none of the
+# folders is the system's own and stays out.
+cmake_policy(VERSION 3.16)
+set(CMAKE_GET_RUNTIME_DEPENDENCIES_PLATFORM windows+pe)
+set(CMAKE_GET_RUNTIME_DEPENDENCIES_TOOL objdump)
+set(CMAKE_GET_RUNTIME_DEPENDENCIES_COMMAND "${OBJDUMP}")
+
+# The names come in lower case, and the search below minds the case: so the files are matched here.
+set(candidates)
+foreach(folder IN LISTS FOLDERS)
+    file(GLOB files "${folder}/*.dll")
+    list(APPEND candidates ${files})
+endforeach()
+
+set(done)
+set(open ${PROGRAMS})
+while(open)
+    set(next)
+    file(GET_RUNTIME_DEPENDENCIES LIBRARIES ${open} RESOLVED_DEPENDENCIES_VAR ignored UNRESOLVED_DEPENDENCIES_VAR names)
+    foreach(candidate IN LISTS candidates)
+        get_filename_component(name "${candidate}" NAME)
+        string(TOLOWER "${name}" lower)
+        if(lower IN_LIST names AND NOT lower IN_LIST done)
+            list(APPEND done ${lower})
+            list(APPEND next "${candidate}")
+            file(COPY "${candidate}" DESTINATION "${TO}" FOLLOW_SYMLINK_CHAIN)
+        endif()
+    endforeach()
+    set(open ${next})
+endwhile()
