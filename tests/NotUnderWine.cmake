@@ -5,6 +5,7 @@ set(NORVALE_NOT_UNDER_WINE
     "host.tst_VCoreWire servesOthersBesideAClientThatDoesNotRead" "under Wine a client that does not read is not seen to be cut off"
     "host.tst_VCoreRun endsAfterSignals" "there is no SIGTERM, and console events need a console, which Wine has none of without a display"
     "host.tst_VCoreUpdate isCancelled" "there is no SIGTERM, and console events need a console, which Wine has none of without a display"
+    "host.tst_VCoreUpdate tellsThatSitesCannotBeStored" "the settings are the registry, which the user can always write"
     "host.tst_VCoreUpdate drawsABarOnATerminal" "there is no console without a display")
 
 # norvale_not_under_wine(ROOM NAME): hands the entries of a test program to it, "FUNCTION=reason|...".

@@ -149,12 +149,16 @@ private slots:
         QCOMPARE(m_fixture.run({"--update-sites", sites[0], sites[1], folder}).code, 0);
         QCOMPARE(m_fixture.run("--update-sites").output, sites.join('\n') + '\n');
         QCOMPARE(m_fixture.run("--update-sites example.org").code, int(ExitCode::Usage));
-        QCOMPARE(m_fixture.run({"--update-sites", sites[0]}, {{"XDG_CONFIG_HOME", "/dev/null/none"}}).code,
-                 int(ExitCode::SettingsFailed));
         QCOMPARE(m_fixture.run("--update-sites none").output, QString());
         const HostFixture::Ended ended = m_fixture.run("--check");
         QCOMPARE(ended.code, int(ExitCode::NoUpdate));
         QVERIFY2(ended.output.contains("no update site is set"), qPrintable(ended.output));
+    }
+    void tellsThatSitesCannotBeStored()
+    {
+        SKIP_WHERE_LISTED();
+        QCOMPARE(m_fixture.run({"--update-sites", "http://example.org"}, {{"XDG_CONFIG_HOME", "/dev/null/none"}}).code,
+                 int(ExitCode::SettingsFailed));
     }
 
     void fetchesInstallsAndRemoves()
