@@ -40,9 +40,16 @@ answer() { "$host" "$@" 2>/dev/null; }
 # show_tool ARGUMENT...: what the program for publishers answers, in the demo's folder.
 show_tool() { typed norvale "$@"; (cd "$demo" && "$norvale" "$@") | indented; }
 
+has_terminals() { SHELL=/bin/sh script -qec true /dev/null </dev/null >/dev/null 2>&1; }
+
 # show_on_terminal ARGUMENT...: VCore with a terminal of its own, as its bar needs one. Where the demo writes to no terminal
 # some states of the bar are shown below each other.
 show_on_terminal() {
+    if ! has_terminals; then
+        say "No terminal can be had here, so lines stand for the bar:"
+        show "$@"
+        return
+    fi
     typed VCore "$@"
     SHELL=/bin/sh script -qec "'$host' $*" "$demo/typescript" </dev/null |
         if [ -t 1 ]; then cat; else tr '\r' '\n' | awk '/^ *$/ { next }
@@ -221,7 +228,7 @@ show --update-sites "http://127.0.0.1:$port/"
 show --check
 show --call Greeter greet Alan
 show_on_terminal --update Goodbye
-must "a bar showed rate and time left" grep -Eq '\[#*-*\] .* of .*/s .* left' "$demo/typescript"
+! has_terminals || must "a bar showed rate and time left" grep -Eq '\[#*-*\] .* of .*/s .* left' "$demo/typescript"
 must "what was unchanged was not fetched" [ "$(grep -c 'GET .*\.zip' "$demo/web-access.log")" = 2 ]
 must "release 1 still runs" [ "$(answer --call Greeter greet Kurt)" = "Guten Tag, Kurt!" ]
 
