@@ -16,6 +16,20 @@ void useSettingsIn(const QString& folder, const QString& installDir)
     QSettings::setPath(QSettings::NativeFormat, QSettings::SystemScope, folder + "/machine");
     QSettings(QSettings::SystemScope, "Varkel", "Pelmora").setValue("InstallDir", QDir::toNativeSeparators(installDir));
 }
+
+/// Starts the suite, asks its service, stops it.
+int run(QTextStream& out)
+{
+    if (!Corvane::initialize() || !Corvane::startNormal()) {
+        out << "the suite does not start" << Qt::endl;
+        return 1;
+    }
+    QString answer;
+    IServiceMgr::instance()->invoke("Echo", "say", Q_RETURN_ARG(QString, answer), Q_ARG(QString, "hello"));
+    Corvane::stopNormal();
+    out << "answer: " << answer << Qt::endl;
+    return answer == "echo: hello!" && !IServiceMgr::instance()->serviceExists("Echo") ? 0 : 1;
+}
 } // namespace
 
 int main(int argc, char** argv)
@@ -27,13 +41,8 @@ int main(int argc, char** argv)
     if (argc != 3)
         return 2;
     useSettingsIn(argv[2], argv[1]);
-    if (!Corvane::initialize() || !Corvane::startNormal()) {
-        out << "the suite does not start" << Qt::endl;
-        return 1;
-    }
-    QString answer;
-    IServiceMgr::instance()->invoke("Echo", "say", Q_RETURN_ARG(QString, answer), Q_ARG(QString, "hello"));
-    Corvane::stopNormal();
-    out << "answer: " << answer << Qt::endl;
-    return answer == "echo: hello!" && !IServiceMgr::instance()->serviceExists("Echo") ? 0 : 1;
+    const int code = run(out);
+    // Where settings cannot be moved they are left as they were.
+    QSettings(QSettings::SystemScope, "Varkel", "Pelmora").remove("InstallDir");
+    return code;
 }
