@@ -10,13 +10,12 @@
 #include <Norvale/cLogCentral.h>
 
 #include <Goals.h>
+#include <cProcessorTime.h>
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QDir>
 #include <QtCore/QSettings>
 #include <QtCore/QTemporaryDir>
-
-#include <ctime>
 
 namespace {
 
@@ -74,9 +73,9 @@ void checkForUpdates(benchmark::State& state)
     const double size = qMin(3.0 * 123456 * count, 4294967295.0);
     for (auto _ : state) {
         // The processor's time of this process, which no other program's turn is part of.
-        const std::clock_t start = std::clock();
+        const cProcessorTime time;
         const cJsonValue result = manager.checkForUpdates();
-        state.SetIterationTime(double(std::clock() - start) / CLOCKS_PER_SEC);
+        state.SetIterationTime(time.elapsed());
         if (result["result_code"].toInt() != 0 || result["size"].toDouble() != size)
             state.SkipWithError("the answer is not what the site says");
     }

@@ -137,11 +137,5 @@ int main(int argc, char** argv)
         const double below = growthOfChild(small);
         return below > 0 ? growthOfChild(large) / below : 0;
     });
-
-    // The two of a size take turns, so that what else the machine does meets both.
-    std::vector<char*> arguments(argv, argv + argc);
-    std::string turns = "--benchmark_enable_random_interleaving=true";
-    arguments.insert(arguments.begin() + 1, &turns[0]);
-    arguments.push_back(nullptr);
-    return runBenchmarks(argc + 1, arguments.data(), goals);
+    return runBenchmarks(argc, argv, goals);
 }

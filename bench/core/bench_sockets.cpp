@@ -4,6 +4,7 @@
 // not that of others.
 
 #include "Goals.h"
+#include "cProcessorTime.h"
 
 #include <Norvale/cMessageSocket.h>
 
@@ -13,7 +14,6 @@
 #include <QtNetwork/QLocalServer>
 #include <QtNetwork/QLocalSocket>
 
-#include <ctime>
 #include <memory>
 
 #ifdef Q_OS_LINUX
@@ -129,10 +129,10 @@ void thereAndBack(benchmark::State& state, Serve serve, Exchange exchange, int s
         return;
     }
     for (auto _ : state) {
-        const std::clock_t start = std::clock();
+        const cProcessorTime time;
         for (int i = 0; i < batch; ++i)
             benchmark::DoNotOptimize(exchange(echo.socket(), bytes));
-        state.SetIterationTime(double(std::clock() - start) / CLOCKS_PER_SEC);
+        state.SetIterationTime(time.elapsed());
     }
     state.SetBytesProcessed(state.iterations() * batch * size);
 }
@@ -162,10 +162,5 @@ int main(int argc, char** argv)
     compare(goals, "socket_64B", 64);
     compare(goals, "socket_4KiB", 4 * 1024);
     compare(goals, "socket_1MiB", 1024 * 1024);
-
-    // Both ways take turns, so that a busy moment of the machine does not fall on one of them alone.
-    std::vector<char*> arguments(argv, argv + argc);
-    char interleaved[] = "--benchmark_enable_random_interleaving=true";
-    arguments.insert(arguments.begin() + 1, interleaved);
-    return runBenchmarks(int(arguments.size()), arguments.data(), goals);
+    return runBenchmarks(argc, argv, goals);
 }

@@ -4,8 +4,7 @@
 #include "Goals.h"
 #include "KeepMemory.h"
 #include "Peer.h"
-
-#include <ctime>
+#include "cProcessorTime.h"
 
 namespace {
 
@@ -33,9 +32,9 @@ bool haveSameAnswers(const std::vector<std::unique_ptr<Peer>>& peers, const Benc
 void measure(benchmark::State& state, int bytes, const std::function<bool()>& task)
 {
     for (auto _ : state) {
-        const std::clock_t begin = std::clock();
+        const cProcessorTime time;
         const bool isDone = task();
-        state.SetIterationTime(double(std::clock() - begin) / CLOCKS_PER_SEC);
+        state.SetIterationTime(time.elapsed());
         if (!isDone)
             state.SkipWithError("not done");
     }
@@ -95,10 +94,5 @@ int main(int argc, char** argv)
     Goals goals;
     addGoals(goals);
     keepMemory();
-    // Repetitions of all rows alternate, so that a busy moment of the machine does not hit one peer alone.
-    static char interleave[] = "--benchmark_enable_random_interleaving=true";
-    std::vector<char*> arguments(argv, argv + argc);
-    arguments.insert(arguments.begin() + 1, interleave);
-    argc = int(arguments.size());
-    return documents.empty() ? 1 : runBenchmarks(argc, arguments.data(), goals);
+    return documents.empty() ? 1 : runBenchmarks(argc, argv, goals);
 }

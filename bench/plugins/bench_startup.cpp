@@ -111,6 +111,5 @@ int main(int argc, char** argv)
     add("startup/framework", "framework");
     Goals goals;
     goals.atMost("startup_200_plugins", "startup/framework", "startup/bare", 1.6);
-    std::vector<char*> arguments = withInterleaving(argc, argv);
-    return runBenchmarks(argc + 1, arguments.data(), goals);
+    return runBenchmarks(argc, argv, goals);
 }

@@ -2,12 +2,12 @@
 #include "Goals.h"
 #include "KeepMemory.h"
 #include "cNamedService.h"
+#include "cProcessorTime.h"
 
 #include <Norvale/IServiceMgr.h>
 
 #include "services/cServiceMgr.h"
 
-#include <ctime>
 #include <memory>
 #include <numeric>
 #include <vector>
@@ -160,13 +160,13 @@ void registry(benchmark::State& state, int count)
     for (auto _ : state) {
         const auto services = makeServices(ids);
         cServiceMgr mgr;
-        const std::clock_t start = std::clock();
+        const cProcessorTime time;
         for (const auto& object : services)
             mgr.registerService(object.get());
         bool isRight = true;
         for (const QString& id : lookedUp)
             isRight &= mgr.serviceFromServiceName(id) != nullptr;
-        state.SetIterationTime(double(std::clock() - start) / CLOCKS_PER_SEC);
+        state.SetIterationTime(time.elapsed());
         check(state, isRight && mgr.serviceList().size() == count);
     }
 }
@@ -227,17 +227,10 @@ void declareRegistry(Goals& goals)
 int main(int argc, char** argv)
 {
     keepMemory();
-    // The repetitions of all benchmarks take turns, so that what else the machine does meets each of them alike.
-    char interleaved[] = "--benchmark_enable_random_interleaving=true";
-    std::vector<char*> arguments(argv, argv + argc);
-    arguments.insert(arguments.begin() + 1, interleaved);
-    argc = int(arguments.size());
-    arguments.push_back(nullptr);
-
     static_cast<IServiceMgr&>(manager()).registerService(&service());
     Goals goals;
     declareCalls(goals);
     declareEvents(goals);
     declareRegistry(goals);
-    return runBenchmarks(argc, arguments.data(), goals);
+    return runBenchmarks(argc, argv, goals);
 }

@@ -3,11 +3,10 @@
 #include "Goals.h"
 #include "KeepMemory.h"
 #include "Peer.h"
+#include "cProcessorTime.h"
 
 #include <QtCore/QProcess>
 #include <QtCore/QTemporaryDir>
-
-#include <ctime>
 
 namespace {
 
@@ -79,9 +78,9 @@ bool haveSameAnswers(const Peers& peers, const std::string& path)
 void measure(benchmark::State& state, const std::function<bool()>& task)
 {
     for (auto _ : state) {
-        const std::clock_t begin = std::clock();
+        const cProcessorTime time;
         const bool isDone = task();
-        state.SetIterationTime(double(std::clock() - begin) / CLOCKS_PER_SEC);
+        state.SetIterationTime(time.elapsed());
         if (!isDone)
             state.SkipWithError("not done");
     }
@@ -147,9 +146,5 @@ int main(int argc, char** argv)
     Goals goals;
     addGoals(goals);
     keepMemory();
-    // Repetitions of all rows alternate, so that a busy moment of the machine does not hit one peer alone.
-    static char interleave[] = "--benchmark_enable_random_interleaving=true";
-    std::vector<char*> arguments(argv, argv + argc);
-    arguments.push_back(interleave);
-    return runBenchmarks(int(arguments.size()), arguments.data(), goals);
+    return runBenchmarks(argc, argv, goals);
 }

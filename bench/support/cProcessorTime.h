@@ -1,10 +1,6 @@
 #pragma once
 
-#include <QtCore/QtGlobal>
-
 #include <time.h>
-
-#include <vector>
 
 /**
  * Measures the processor time of this process, user and system, in seconds.
@@ -28,14 +24,3 @@ private:
 
     double m_begin;
 };
-
-/// The arguments of main(), and that the repetitions of the benchmarks take turns: a busy minute of the machine then
-/// weighs on all of them.
-inline std::vector<char*> withInterleaving(int argc, char** argv)
-{
-    static char interleaving[] = "--benchmark_enable_random_interleaving=true";
-    std::vector<char*> arguments(argv, argv + argc);
-    arguments.push_back(interleaving);
-    arguments.push_back(nullptr);
-    return arguments;
-}
