@@ -1,7 +1,7 @@
 #include "commands/cCheckCommand.h"
 
-#include "terminal/Terminal.h"
 #include "commands/CommandOptions.h"
+#include "terminal/Terminal.h"
 #include "updates/UpdateReport.h"
 #include "updates/cUpdateSession.h"
 #include "wire/WireText.h"
@@ -28,6 +28,7 @@ ExitCode cCheckCommand::run(const QCommandLineParser& line)
     if (line.isSet(QLatin1String(CommandOptions::Json)))
         Terminal::answer(QString::fromUtf8(WireText::write(result)));
     else
-        Terminal::answer(UpdateReport::table(result) + QLatin1Char('\n') + UpdateReport::checked(result));
+        Terminal::answer(UpdateReport::table(result) + QLatin1Char('\n') + UpdateReport::checked(result) +
+                         UpdateReport::waiting());
     return UpdateReport::codeOf(result);
 }

@@ -1,6 +1,7 @@
 #include "commands/cUninstallCommand.h"
 
 #include "terminal/Terminal.h"
+#include "updates/UpdateReport.h"
 
 #include <Norvale/Corvane.h>
 #include <Norvale/IInstallMgr.h>
@@ -17,6 +18,7 @@ ExitCode cUninstallCommand::work(const QCommandLineParser&)
         return ExitCode::UninstallIncomplete;
     }
     Terminal::answer(
-        QStringLiteral("Nothing is installed any more in %1.").arg(Corvane::velmiraFolderOrFile(Corvane::CoreFolder)));
+        QStringLiteral("Nothing is installed any more in %1.").arg(Corvane::velmiraFolderOrFile(Corvane::CoreFolder)) +
+        UpdateReport::waiting());
     return ExitCode::Ok;
 }

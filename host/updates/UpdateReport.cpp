@@ -4,7 +4,10 @@
 #include "updates/UpdateSites.h"
 #include "updates/cProgressLine.h"
 
+#include <Norvale/Corvane.h>
 #include <Norvale/cVersion.h>
+
+#include <QtCore/QFile>
 
 namespace {
 
@@ -106,4 +109,12 @@ QString UpdateReport::updated(const QJsonObject& result)
     default:
         return failure(result);
     }
+}
+
+QString UpdateReport::waiting()
+{
+    if (!QFile::exists(Corvane::velmiraFolderOrFile(Corvane::DropboxRepositoryFile)))
+        return QString();
+    return QStringLiteral("\nWhat waits in %1 is installed at the next start.")
+        .arg(Corvane::velmiraFolderOrFile(Corvane::DropboxFolder));
 }

@@ -19,6 +19,9 @@ QString checked(const QJsonObject& result);
 /// What an update has done, and what is to be done next.
 QString updated(const QJsonObject& result);
 
+/// A line about what an earlier update has fetched and the next start installs; empty when nothing waits.
+QString waiting();
+
 /// The member that tells the path of the setup program that an update has fetched.
 extern const char SetupProgram[];
 

@@ -163,10 +163,13 @@ private slots:
 
     void fetchesInstallsAndRemoves()
     {
-        publish("version='2.0.0'",
-                update() + feature("More", "1.0.0",
-                                   pluginElement("B", "1.00.000", contentOf(m_site.folder() + "/B-1.00.000.zip"))));
+        const QByteArray more = contentOf(m_site.folder() + "/B-1.00.000.zip");
+        const QString features = update() + feature("More", "1.0.0", pluginElement("B", "1.00.000", more));
+        publish("version='2.0.0'", features);
+        const char* waits = "is installed at the next start.";
+        QVERIFY(!m_fixture.run("--check").output.contains(waits));
         QCOMPARE(m_fixture.run("--update More").code, 0);
+        QVERIFY(m_fixture.run("--check").output.contains(waits));
         QVERIFY(QFile::exists(inSuite("plugins/A-1.00.000")) && !QFile::exists(inSuite("plugins/A-2.00.000")));
         QVERIFY(m_fixture.serve());
         for (const char* line :
@@ -178,6 +181,13 @@ private slots:
         QCOMPARE(m_fixture.run("--update").code, int(ExitCode::NoUpdate));
         for (const char* words : {"--uninstall", "--bootstrap", "--install x"})
             QCOMPARE(m_fixture.run(words).code, int(ExitCode::HostRunning));
+        QCOMPARE(m_fixture.quit(), 0);
+
+        // Of a repository that is newer in name only, the version is all that there is to install.
+        publish("version='2.1.0'", features);
+        QCOMPARE(m_fixture.run("--update").code, 0);
+        QVERIFY(m_fixture.serve());
+        QVERIFY2(m_fixture.run("--check").output.contains("2.01.000 is the newest"), "the version was not stored");
         QCOMPARE(m_fixture.quit(), 0);
         const HostFixture::Ended removed = m_fixture.run("--uninstall");
         QCOMPARE(removed.code, 0);
