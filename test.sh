@@ -70,12 +70,7 @@ case "${1:-}" in
     run_tests dev
     ;;
 --windows)
-    has_qt_win64 || { echo "No Qt for Windows: neither $qt_win64_archive nor QT_WIN64 has it" >&2; exit 2; }
-    # shellcheck disable=SC2086
-    need $packages_windows
-    take_qt_win64
-    run_quietly windows-roots "$root/cmake/windows/make-roots" "$root/build/windows-roots"
-    build windows -DWIN64_ROOTS="$root/build/windows-roots"
+    build_for_windows windows
     export RUN_UNDER_WINE_PREFIX="$root/build/wine"
     trap '"$root/cmake/windows/run-under-wine" --stop' EXIT
     "$root/cmake/windows/run-under-wine" --init

@@ -70,3 +70,13 @@ take_qt_win64() {
         touch "$QT_WIN64/.unpacked"
     fi
 }
+
+# build_for_windows PRESET: the same for 64-bit Windows, with all that it needs; ends the script with 2 where Qt is not there.
+build_for_windows() {
+    has_qt_win64 || { echo "No Qt for Windows: neither $qt_win64_archive nor QT_WIN64 has it" >&2; exit 2; }
+    # shellcheck disable=SC2086
+    need $packages_windows
+    take_qt_win64
+    run_quietly windows-roots "$root/cmake/windows/make-roots" "$root/build/windows-roots"
+    build "$1" -DWIN64_ROOTS="$root/build/windows-roots"
+}
