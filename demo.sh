@@ -1,20 +1,35 @@
 #!/usr/bin/env bash
 # Builds Norvale, installs the example suite in a folder of its own, runs it under VCore, publishes its second release on a
 # web server of its own, updates to it, and removes everything; and shows all that. Installs what it needs from Debian's
-# packages. Everything it writes lies under build/demo.
+# packages. Everything it writes lies under build/.
+#
+#   ./demo.sh               on this machine
+#   ./demo.sh --windows     the product for 64-bit Windows, under Wine
+#
+# Qt for Windows: ../shared/qt5-win64.tar.xz, else the tree that QT_WIN64 names.
 set -euo pipefail
 . "$(dirname "$0")/.ci/setup.sh"
 
-demo="$root/build/demo"
-host="$root/build/dev/host/VCore"
-norvale="$root/build/dev/tools/norvale"
+# What differs: where things lie, how a program is run, how settings are laid out, how progress is shown.
+case "$*" in
+"") . "$root/.ci/demo-linux.sh" ;;
+--windows) . "$root/.ci/demo-windows.sh" ;;
+*)
+    sed -nE '2,/^set/s/^# ?//p' "$0"
+    [ "$*" = --help ] || exit 2
+    exit
+    ;;
+esac
 host_pid='' web_pid=''
 
 if [ -t 1 ]; then bold=$(tput bold || true) dim=$(tput dim || true) plain=$(tput sgr0 || true); else bold='' dim='' plain=''; fi
 
 title() { printf '\n%s== %s%s\n\n' "$bold" "$*" "$plain"; }
 say() { printf '%s\n' "$*"; }
-indented() { sed 's/^/   /'; }
+
+# What is shown of a program or a path. Programs of Windows end their lines with CR and LF.
+indented() { sed 's/\r$//; s/^/   /'; }
+short() { printf '%s' "${1#"$root"/}"; }
 
 # What the demo promises: must CLAIM COMMAND... ends it when the command fails.
 must() {
@@ -35,57 +50,40 @@ typed() {
 
 # show ARGUMENT...: what VCore answers. answer ARGUMENT...: the same for a check of the demo.
 show() { typed VCore "$@"; answer "$@" | indented; }
-answer() { "$host" "$@" 2>/dev/null; }
+answer() { "${vcore[@]}" "$@" 2>/dev/null | tr -d '\r'; }
 
-# show_tool ARGUMENT...: what the program for publishers answers, in the demo's folder.
-show_tool() { typed norvale "$@"; (cd "$demo" && "$norvale" "$@") | indented; }
+# show_tool ARGUMENT...: what the program for publishers answers.
+show_tool() { typed norvale "$@"; "${norvale[@]}" "$@" | indented; }
 
-has_terminals() { SHELL=/bin/sh script -qec true /dev/null </dev/null >/dev/null 2>&1; }
-
-# show_on_terminal ARGUMENT...: VCore with a terminal of its own, as its bar needs one. Where the demo writes to no terminal
-# some states of the bar are shown below each other.
-show_on_terminal() {
-    if ! has_terminals; then
-        say "No terminal can be had here, so lines stand for the bar:"
-        show "$@"
-        return
-    fi
+# show_in_lines ARGUMENT...: VCore where no terminal can be had, with the lines that stand for its bar.
+show_in_lines() {
+    say "No terminal can be had here, so lines stand for the bar:"
     typed VCore "$@"
-    SHELL=/bin/sh script -qec "'$host' $*" "$demo/typescript" </dev/null |
-        if [ -t 1 ]; then cat; else tr '\r' '\n' | awk '/^ *$/ { next }
-            match($0, /\] +[0-9]+ %/) { step = int(substr($0, RSTART + 1, RLENGTH - 3) / 20); if (step == last) next; last = step }
-            { sub(/ +$/, ""); print "   " $0 }'; fi
+    "${vcore[@]}" "$@" 2>&1 | tee progress | indented
+    must "lines showed how far it was" grep -q '100 % of' progress
 }
 
-# Settings, data and sockets of the demo stay in its folder: the machine's own are not touched.
 lay_out() {
+    leave_machine
     rm -rf "$demo"
-    mkdir -p "$demo"/{machine/Varkel,user,data,run,packages,suite}
-    chmod 700 "$demo/run"
-    cat >"$demo/machine/Varkel/Pelmora.conf" <<CONF
-[General]
-InstallDir=$demo/suite
-
-[ConfigMgr]
-Locale=de_DE
-CONF
-    export XDG_CONFIG_DIRS="$demo/machine" XDG_CONFIG_HOME="$demo/user" XDG_DATA_HOME="$demo/data" XDG_RUNTIME_DIR="$demo/run"
-    export QT_QPA_PLATFORM=offscreen
+    mkdir -p "$demo/packages"
+    cd "$demo"
+    set_up_machine
 }
 
 start_host() {
-    "$host" --categories base,ui --log "$demo/vcore.log" --trace "$demo/trace.json" >"$demo/host.out" 2>"$demo/host.err" &
+    "${vcore[@]}" --categories base,ui --log vcore.log --trace trace.json >host.out 2>host.err &
     host_pid=$!
-    if ! "$host" --wait --timeout 20 --call Settings keys >/dev/null 2>&1; then
-        cat "$demo/host.err" >&2
+    if ! answer --wait --timeout 30 --call Settings keys >/dev/null; then
+        cat host.err >&2
         say "The host did not start." >&2
         exit 1
     fi
 }
 
 stop_host() {
-    kill -TERM "$host_pid"
     local status=0
+    show --call VCore quit
     wait "$host_pid" || status=$?
     host_pid=''
     say "VCore ended with exit code $status."
@@ -98,6 +96,7 @@ clean_up() {
         kill -TERM "$pid" 2>/dev/null || true
         wait "$pid" 2>/dev/null || true
     done
+    leave_machine
 }
 
 is_served() { (exec 3<>"/dev/tcp/127.0.0.1/$port") 2>/dev/null; }
@@ -107,7 +106,7 @@ start_web_server() {
     local patience
     port=$((20000 + RANDOM % 20000))
     while is_served; do port=$((port + 1)); done
-    cat >"$demo/nginx.conf" <<CONF
+    cat >nginx.conf <<CONF
 daemon off;
 master_process off;
 pid "$demo/nginx.pid";
@@ -134,7 +133,7 @@ CONF
         kill -0 "$web_pid" 2>/dev/null || break
         sleep 0.1
     done
-    cat "$demo/web-error.log" >&2
+    cat web-error.log >&2
     say "The web server did not answer after $patience looks at it." >&2
     exit 1
 }
@@ -143,7 +142,7 @@ CONF
 timeline() {
     jq -r --args '(.traceEvents[] | select(.name == "start the suite") | .ts + .dur) as $limit | .traceEvents[] |
         select(.ts < $limit and (.cat as $c | $ARGS.positional | index($c))) | [.ts, .dur, .name] | @tsv' "$@" \
-        <"$demo/trace.json" | sort -n | awk -F'\t' '
+        <trace.json | sort -n | awk -F'\t' '
         { start[NR] = $1; took[NR] = $2; name[NR] = $3; if ($1 + $2 > end) end = $1 + $2; if (NR == 1) first = $1 }
         END {
             for (i = 1; i <= NR; i++) {
@@ -154,26 +153,24 @@ timeline() {
         }'
 }
 
-spans() { jq -r --arg c "$1" '[.traceEvents[] | select(.cat == $c)] | sort_by(.ts) | map(.name | ltrimstr($c + " ")) | join(" -> ")' <"$demo/trace.json"; }
+spans() { jq -r --arg c "$1" '[.traceEvents[] | select(.cat == $c)] | sort_by(.ts) | map(.name | ltrimstr($c + " ")) | join(" -> ")' <trace.json; }
 
 trap clean_up EXIT
 title "Building"
-# shellcheck disable=SC2086
-need $packages_build $packages_demo
-targets="VCore norvale_tool suite suite_suite-2" build dev
+build_all
 lay_out
 
 title "Publishing release 1, and installing it on an empty machine"
-for plugin in "$root"/build/dev/suite/plugins/*-*; do must "$plugin is packed" "$norvale" pack "$plugin" -o "$demo/packages"; done
+for plugin in "$release_1"/plugins/*-*; do must "$plugin is packed" "${norvale[@]}" pack "$plugin" -o packages; done
 show_tool site add --feature Core --feature-version 1.0.0 site \
     packages/ZentraSettings-1.00.000.zip packages/Journal-1.00.000.zip packages/Heartbeat-1.00.000.zip
 show_tool site add --feature Welcome --feature-version 1.0.0 --depends Core site \
     packages/Greeter-1.00.000.zip packages/WordCount-1.00.000.zip packages/Commands-1.00.000.zip
 say "A suite on its installation medium is a copy of the repository in the folder Bootstrap:"
-cp -r "$demo/site/main" "$demo/suite/Bootstrap"
+cp -r site/main "$suite/Bootstrap"
 show --bootstrap
-say "The suite lies in build/demo/suite:"
-(cd "$demo/suite" && find plugins -type f | sort | indented)
+say "The suite lies in $(short "$suite"):"
+(cd "$suite" && find plugins -type f | sort | indented)
 
 title "Starting the suite"
 start_host
@@ -196,7 +193,7 @@ show --call Settings setValue Heartbeat/Interval 200
 sleep 0.7
 
 title "Who called whom, and what was heard: the plugin Journal"
-"$host" --json --call Journal last 100 2>/dev/null | jq -r '.[]' | sed -E 's/^[0-9-]+ //' | indented
+answer --json --call Journal last 100 | jq -r '.[]' | sed -E 's/^[0-9-]+ //' | indented
 
 title "Stopping"
 stop_host
@@ -207,16 +204,16 @@ say "Stopped:  $(spans stop)"
 title "Where the time went"
 timeline "read manifest" "load library" start
 say
-say "The same as a timeline to zoom into: load build/demo/trace.json in a trace viewer, such as https://ui.perfetto.dev"
-say "or about:tracing in Chromium. The log is in build/demo/vcore.log, the settings in build/demo/data."
+say "The same as a timeline to zoom into: load $(short "$demo")/trace.json in a trace viewer, such as https://ui.perfetto.dev"
+say "or about:tracing in Chromium. The log is in $(short "$demo")/vcore.log, the settings in $(short "$data")."
 
-must "the stop is the start in reverse" [ "$(spans start)" = "$(jq -r '[.traceEvents[] | select(.cat == "stop")] | sort_by(.ts) | reverse | map(.name | ltrimstr("stop ")) | join(" -> ")' <"$demo/trace.json")" ]
+must "the stop is the start in reverse" [ "$(spans start)" = "$(jq -r '[.traceEvents[] | select(.cat == "stop")] | sort_by(.ts) | reverse | map(.name | ltrimstr("stop ")) | join(" -> ")' <trace.json)" ]
 
 title "Publishing release 2 on a web server"
 start_web_server
 say "The greeter has other words, and there is a new feature, Goodbye. All else is as it was."
-show_tool pack ../dev/suite-2/plugins/Greeter-2.00.000 -o packages
-show_tool pack ../dev/suite-2/plugins/Farewell-1.00.000 -o packages
+show_tool pack "$release_2"/plugins/Greeter-2.00.000 -o packages
+show_tool pack "$release_2"/plugins/Farewell-1.00.000 -o packages
 show_tool site add --feature Welcome --feature-version 2.0.0 --repository-version 2.0.0 site \
     packages/Greeter-2.00.000.zip packages/WordCount-1.00.000.zip packages/Commands-1.00.000.zip
 show_tool site add --feature Goodbye --feature-version 1.0.0 --depends Welcome site \
@@ -227,25 +224,26 @@ start_host
 show --update-sites "http://127.0.0.1:$port/"
 show --check
 show --call Greeter greet Alan
-show_on_terminal --update Goodbye
-! has_terminals || must "a bar showed rate and time left" grep -Eq '\[#*-*\] .* of .*/s .* left' "$demo/typescript"
-must "what was unchanged was not fetched" [ "$(grep -c 'GET .*\.zip' "$demo/web-access.log")" = 2 ]
+show_progress --update Goodbye
+must "what was unchanged was not fetched" [ "$(grep -c 'GET .*\.zip' web-access.log)" = 2 ]
 must "release 1 still runs" [ "$(answer --call Greeter greet Kurt)" = "Guten Tag, Kurt!" ]
 
 title "Restarting: release 2 is installed first"
 stop_host
 start_host
-indented <"$demo/host.out"
+indented <host.out
 show --list
 show --call Greeter greet Edsger
 show --call Farewell sayGoodbye
 must "release 2 runs" [ "$(answer --call Greeter greet Barbara)" = "Willkommen, Barbara! Bitte nehmen Sie Platz." ]
 must "the settings of release 1 are kept" [ "$(answer --call Settings value colour)" = "sea green" ]
+must "the machine follows release 2" grep -q 'Version.*2\.00\.001' <(machine_settings)
 must "there is no further update" test "$(answer --check >/dev/null; echo $?)" = 17
 stop_host
 
 title "Removing everything"
 show --uninstall
-must "no plugin is left" [ ! -e "$demo/suite/plugins" ]
-must "nothing waits to be installed" [ ! -e "$demo/data/Varkel/VCore/Dropbox/repository.xml" ]
-say "What is left of the suite are the medium, and what its plugins have written: build/demo/data."
+must "no plugin is left" [ ! -e "$suite/plugins" ]
+must "nothing waits to be installed" [ ! -e "$data/Varkel/VCore/Dropbox/repository.xml" ]
+must "the machine follows no repository" test -z "$(machine_settings | grep Repository)"
+say "What is left of the suite are the medium, and what its plugins have written: $(short "$data")."
