@@ -128,7 +128,7 @@ void tst_ApplicationIcon::manyLoadersAtOnce()
             delete loader;
         QIcon::fromTheme("folder").pixmap(48);
     }
-    QTRY_COMPARE(loaded, 20);
+    QTRY_COMPARE_WITH_TIMEOUT(loaded, 20, 60000);
 }
 
 /// It comes last, so that the application ends while the pool works for loaders that are gone.
