@@ -114,7 +114,7 @@ void tst_ApplicationIcon::manyLoadersAtOnce()
         if (i % 2)
             delete loader;
     }
-    QTRY_COMPARE(loaded, 20);
+    QTRY_COMPARE_WITH_TIMEOUT(loaded, 20, 60000);
 }
 
 QTEST_MAIN(tst_ApplicationIcon)
