@@ -10,40 +10,80 @@
 
 #include <QtCore/QMutex>
 #include <QtCore/QProcess>
+#include <QtCore/QRegularExpression>
 #include <QtCore/QTemporaryDir>
 
 #include <atomic>
-#include <chrono>
 #include <cstdio>
-#include <filesystem>
+#include <map>
 #include <thread>
-
-namespace fs = std::filesystem;
 
 namespace {
 
-/// Path below a folder and content; folders have none.
-using Tree = std::map<std::string, QByteArray>;
+/// Path below a folder and content; folders end in "/" and have none.
+using Tree = std::map<QString, QByteArray>;
 
-Tree treeOf(const fs::path& folder)
+// Here as in all that several threads do with files, Qt's classes do it. What the language's own open, a process
+// inherits that another thread starts meanwhile; as long as it lives, nobody can remove the file on Windows.
+Tree treeOf(const QString& folder)
 {
     Tree tree;
-    if (!fs::exists(folder))
-        return tree;
-    for (const auto& entry : fs::recursive_directory_iterator(folder)) {
-        QFile file(QString::fromStdString(entry.path().string()));
-        const bool isFile = entry.is_regular_file() && file.open(QFile::ReadOnly);
-        tree[entry.path().lexically_relative(folder).generic_string()] = isFile ? file.readAll() : QByteArray();
+    const QDir::Filters all = QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot;
+    for (QDirIterator it(folder, all, QDirIterator::Subdirectories); it.hasNext();) {
+        QFile file(it.next());
+        const QString path = it.filePath().mid(folder.size() + 1);
+        if (it.fileInfo().isDir())
+            tree[path + '/'];
+        else
+            tree[path] = file.open(QFile::ReadOnly) ? file.readAll() : file.errorString().toUtf8();
     }
     return tree;
 }
 
-const std::string Library = Platform::library("it").toStdString();
+const QString Library = Platform::library("it");
 
 /// Whether @p tree holds every file of @p part.
 bool holds(const Tree& tree, const Tree& part)
 {
     return std::includes(tree.begin(), tree.end(), part.begin(), part.end());
+}
+
+/// Makes what lies in the folder @p to what lies in @p from, which is @p wanted. What is so already is left as it is.
+bool makeLike(const QString& from, const Tree& wanted, const QString& to)
+{
+    const Tree is = treeOf(to);
+    bool isDone = QDir().mkpath(to);
+    for (auto entry = is.rbegin(); entry != is.rend(); ++entry) {
+        const QString path = to + '/' + entry->first;
+        const auto same = wanted.find(entry->first);
+        if (same == wanted.end() || same->second != entry->second)
+            isDone = (path.endsWith('/') ? QDir().rmdir(path) : QFile::remove(path)) && isDone;
+    }
+    for (const auto& [path, content] : wanted) {
+        const auto same = is.find(path);
+        if (same == is.end() || same->second != content)
+            isDone =
+                (path.endsWith('/') ? QDir(to).mkdir(path) : QFile::copy(from + '/' + path, to + '/' + path)) && isDone;
+    }
+    return isDone;
+}
+
+/// What tells @p is from @p wanted, path by path; empty when they are the same.
+QStringList differences(const Tree& is, const Tree& wanted)
+{
+    QStringList texts;
+    for (const auto& [path, content] : is) {
+        const auto other = wanted.find(path);
+        if (other == wanted.end())
+            texts << "left: " + path;
+        else if (other->second != content)
+            texts << QString("other content: %1 (%2 bytes)").arg(path).arg(content.size());
+    }
+    for (const auto& entry : wanted) {
+        if (!is.count(entry.first))
+            texts << "missing: " + entry.first;
+    }
+    return texts;
 }
 
 /// An installation in a folder of its own, with the site that it is updated from.
@@ -71,7 +111,7 @@ public:
         child.setProcessEnvironment(environment);
         child.setStandardErrorFile(QProcess::nullDevice());
         child.setStandardOutputFile(m_folder + ".log");
-        Platform::start(child, QCoreApplication::applicationFilePath(), {"child", m_folder, steps});
+        Platform::startAgain(child, {"child", m_folder, steps});
         child.waitForFinished(-1);
         return child.exitStatus() == QProcess::CrashExit ? -1 : child.exitCode();
     }
@@ -87,38 +127,35 @@ public:
         const QStringList all = QStringList{PACKAGES_PY, "repository", m_folder + "/" + where} + words;
         QCOMPARE(MachineProgram::execute("python3", all), 0);
     }
-    Tree plugins() const { return treeOf((m_folder + "/core/plugins").toStdString()); }
-    Tree dropbox() const { return treeOf((m_folder + "/data/NorvaleTests/Fixture/Dropbox").toStdString()); }
+    Tree plugins() const { return treeOf(m_folder + "/core/plugins"); }
+    Tree dropbox() const { return treeOf(m_folder + "/data/NorvaleTests/Fixture/Dropbox"); }
     QByteArray settings() const { return MovedState::machineSettings(m_folder).replace(m_folder.toUtf8(), "FOLDER"); }
 
     /// Of a lock without contents Qt waits half a minute whether its owner fills it. Let that have passed.
     void ageLocks() const
     {
-        for (const auto& entry : fs::recursive_directory_iterator(m_folder.toStdString())) {
-            if (entry.path().extension() == ".lock")
-                fs::last_write_time(entry, fs::file_time_type::clock::now() - std::chrono::minutes(1));
+        for (QDirIterator it(m_folder, {"*.lock"}, QDir::Files, QDirIterator::Subdirectories); it.hasNext();) {
+            QFile file(it.next());
+            if (file.open(QFile::ReadWrite))
+                file.setFileTime(QDateTime::currentDateTime().addSecs(-60), QFile::FileModificationTime);
         }
     }
-    void save() const
+    bool save()
     {
-        copy(m_folder, m_folder + ".saved");
+        m_saved = treeOf(m_folder);
         MovedState::save(m_folder);
+        return makeLike(m_folder, m_saved, m_folder + ".saved");
     }
-    void restore() const
+    bool restore() const
     {
-        copy(m_folder + ".saved", m_folder);
         MovedState::restore(m_folder);
+        return makeLike(m_folder + ".saved", m_saved, m_folder);
     }
     void remove() const { MovedState::remove(m_folder); }
 
 private:
-    static void copy(const QString& from, const QString& to)
-    {
-        fs::remove_all(to.toStdString());
-        fs::copy(from.toStdString(), to.toStdString(), fs::copy_options::recursive);
-    }
-
     QString m_folder;
+    Tree m_saved;
 };
 
 } // namespace
@@ -146,8 +183,10 @@ private slots:
         QFETCH(QString, next);
         const bool hasQuickDisk = QDir::isAbsolutePath("/dev/shm") && QFileInfo("/dev/shm").isWritable();
         QTemporaryDir dir((hasQuickDisk ? "/dev/shm" : QDir::tempPath()) + "/killedXXXXXX");
-        const std::vector<Place> places{Place(dir.filePath("0")), Place(dir.filePath("1"))};
-        for (const Place& place : places)
+        std::vector<Place> places;
+        for (int i = 0; i < Workers; ++i)
+            places.emplace_back(dir.filePath(QString::number(i)));
+        for (Place& place : places)
             prepare(place, steps == "install");
         const Place& first = places.front();
         QVERIFY2(first.run(steps, "count") == 0, qPrintable(first.said()));
@@ -156,7 +195,8 @@ private slots:
         m_new = first.plugins();
         m_newSettings = first.settings();
         m_isUpdate = steps != "uninstall";
-        QVERIFY(m_isUpdate ? m_new.count("A-2.00.000/" + Library) && !m_new.count("A-1.00.000") : m_new.empty());
+        m_faults.clear();
+        QVERIFY(m_isUpdate ? m_new.count("A-2.00.000/" + Library) && !m_new.count("A-1.00.000/") : m_new.empty());
         QVERIFY(first.dropbox().empty());
         QVERIFY(calls.size() > 10);
 
@@ -189,7 +229,7 @@ private slots:
     }
 
 private:
-    void prepare(const Place& place, bool isFetched)
+    void prepare(Place& place, bool isFetched)
     {
         place.offer("data/NorvaleTests/Fixture/Dropbox",
                     {"main 1.0", "Core 1.0: A 1.0 !silent, B 1.0 !silent", "More 1.0: C 1.0 !silent"});
@@ -197,38 +237,52 @@ private:
         place.offer("site/repo", {"main 2.0", "Core 2.0: A 2.0 !silent, B 1.0 !silent", "More 2.0: D 1.0 !silent"});
         if (isFetched)
             QVERIFY2(place.run("apply") == 0, qPrintable(place.said()));
-        place.save();
+        QVERIFY(place.save());
         m_old = place.plugins();
         QVERIFY(m_old.count("A-1.00.000/" + Library) && place.dropbox().empty() != isFetched);
     }
     void tryOut(const Place& place, const QString& steps, const QString& next, const QString& fault)
     {
-        place.restore();
+        QStringList faults;
+        if (!place.restore())
+            faults << "what was before cannot be brought back";
         const int code = place.run(steps, fault);
         const bool isKilled = fault.startsWith("kill") || fault.startsWith("tear");
-        QStringList faults;
         if (isKilled != (code == -1))
-            faults << QString("ended with %1").arg(code);
-        if (code == 1 && place.said().isEmpty())
+            faults << QString("ended with %1, having called").arg(code) + place.report().join(", ");
+        const QString said = place.said();
+        if (code == 1 && said.isEmpty())
             faults << "failed and said nothing";
         if (m_isUpdate && !isWhole(place.plugins()))
             faults << "neither the old nor the new set is whole";
         place.ageLocks();
         if (place.run(next) != 0)
             faults << "what is done next fails: " + place.said();
-        if (place.plugins() != m_new || place.settings() != m_newSettings || !place.dropbox().empty())
-            faults << "what is done next does not end in the new state";
+        faults << unlikeNew(place);
+        if (!faults.isEmpty())
+            faults << "it said: " + said << "what is done next said: " + place.said();
         const QMutexLocker lock(&m_mutex);
         for (const QString& text : qAsConst(faults))
             m_faults << fault + ": " + text;
     }
+    /// What is not as after all steps without a fault.
+    QStringList unlikeNew(const Place& place) const
+    {
+        QStringList texts = differences(place.plugins(), m_new) + differences(place.dropbox(), {});
+        const QByteArray settings = place.settings();
+        if (settings != m_newSettings)
+            texts << "settings: " + settings + "instead of: " + m_newSettings;
+        return texts.replaceInStrings(QRegularExpression("^"), "in the end: ");
+    }
     /// The features file is the old one or the new one, and the folders that it names are as they were or will be.
     bool isWhole(const Tree& tree) const
     {
-        const std::string features = "features.xml";
+        const QString features = "features.xml";
         const auto isThere = [&](const Tree& set) { return tree.at(features) == set.at(features) && holds(tree, set); };
         return tree.count(features) && (isThere(m_old) || isThere(m_new));
     }
+
+    static constexpr int Workers = 3; // what a process waits for leaves its processor to another
 
     Tree m_old;
     Tree m_new;
@@ -276,6 +330,7 @@ int main(int argc, char** argv)
     QCoreApplication::setApplicationName("Fixture");
     const QStringList arguments = QCoreApplication::arguments();
     if (arguments.value(1) == "child") {
+        Platform::loadFaults();
         MovedState::enter(arguments.value(2));
         return takeSteps(arguments.value(2), arguments.value(3));
     }

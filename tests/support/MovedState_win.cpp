@@ -20,7 +20,7 @@ QString keyOf(const QString& folder)
 {
     const QByteArray name =
         QCryptographicHash::hash(QDir::cleanPath(folder).toLower().toUtf8(), QCryptographicHash::Sha1);
-    return QStringLiteral("Software\\NorvaleTests\\Moved\\") + QString::fromLatin1(name.toHex());
+    return QStringLiteral("Software\\NorvaleTestsMoved\\") + QString::fromLatin1(name.toHex());
 }
 
 HKEY open(const QString& key)

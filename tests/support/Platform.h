@@ -16,6 +16,11 @@ bool isAborted(const QProcess& process);
 /// in it: where that is not preloaded by the system, here.
 void start(QProcess& process, const QString& program, const QStringList& arguments);
 
+/// Starts this program once more. It has no console; to have the library of FileFaults/ in it as above, it calls
+/// loadFaults() before all else.
+void startAgain(QProcess& process, const QStringList& arguments);
+void loadFaults();
+
 /// The file of the library @p name.
 QString library(const QString& name);
 

@@ -1,5 +1,6 @@
 #include "Platform.h"
 
+#include <QtCore/QCoreApplication>
 #include <QtCore/QFile>
 
 bool Platform::isAborted(const QProcess& process)
@@ -11,6 +12,13 @@ void Platform::start(QProcess& process, const QString& program, const QStringLis
 {
     process.start(program, arguments);
 }
+
+void Platform::startAgain(QProcess& process, const QStringList& arguments)
+{
+    process.start(QCoreApplication::applicationFilePath(), arguments);
+}
+
+void Platform::loadFaults() {}
 
 QString Platform::library(const QString& name)
 {

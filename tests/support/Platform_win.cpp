@@ -1,5 +1,6 @@
 #include "Platform.h"
 
+#include <QtCore/QCoreApplication>
 #include <QtCore/QDir>
 
 #include <windows.h>
@@ -18,6 +19,22 @@ void Platform::start(QProcess& process, const QString& program, const QStringLis
         process.start(QStringLiteral(WITH_FAULTS), QStringList(program) + arguments);
     else
         process.start(program, arguments);
+}
+
+void Platform::startAgain(QProcess& process, const QStringList& arguments)
+{
+    // A console is one more process, which inherits all that this one lets be inherited. Wine's outlives the child.
+    process.setCreateProcessArgumentsModifier([](QProcess::CreateProcessArguments* started) {
+        started->flags &= ~DWORD(CREATE_NO_WINDOW);
+        started->flags |= DETACHED_PROCESS;
+    });
+    process.start(QCoreApplication::applicationFilePath(), arguments);
+}
+
+void Platform::loadFaults()
+{
+    if (qEnvironmentVariableIsSet("FILE_FAULTS") && !LoadLibraryW(L"FileFaults.dll"))
+        qFatal("FileFaults.dll cannot be loaded");
 }
 
 QString Platform::library(const QString& name)
