@@ -1,5 +1,4 @@
 #include "HostFixture.h"
-#include "NotHere.h"
 #include "Rows.h"
 
 #include "wire/cClientConnection.h"
@@ -127,11 +126,11 @@ private slots:
 
     void servesOthersBesideAClientThatDoesNotRead()
     {
-        SKIP_WHERE_LISTED();
         constexpr int MebiByte = 1024 * 1024;
         const QByteArray call = frame(R"({"command":"CALL","service_id":"Text","method":"filled","args":[1048576]})");
         const int tooMany = int(cClientConnection::MaxPending / MebiByte) + 10;
         const auto lazy = m_fixture.connectClient(call.repeated(tooMany));
+        lazy->setReadBufferSize(64 * 1024); // without a limit Qt reads for it on Windows, whenever this thread waits
         const auto other = m_fixture.connectClient(frame(R"({"command":"ECHO_Base"})"));
         QCOMPARE(framesUntil(*other, "HANDLED").size(), 3);
         qint64 received = 0;
