@@ -44,9 +44,8 @@ QPixmap Corvane::loadApplicationIcon(const QString& path)
     // Every call initialises COM on its thread, and none ends it: pool threads come back for the next icon.
     CoInitialize(nullptr);
     if (file.suffix().toLower() == QLatin1String("bin")) {
-        const QPixmap pixmap = takePixmap(firstIconIn(nativePath));
-        if (!pixmap.isNull())
-            return pixmap;
+        if (const HICON icon = firstIconIn(nativePath))
+            return takePixmap(icon);
     }
     return takePixmap(cShellIcon(nativePath).load());
 }

@@ -23,6 +23,7 @@ private slots:
 
 private:
     QString path(const QString& name) const { return QDir(m_folder.path()).filePath(name); }
+    void registerKind(const QString& ending, const QString& iconFile) const;
 
     QTemporaryDir m_folder;
 };
@@ -46,20 +47,31 @@ void tst_ApplicationIcon::initTestCase()
 {
     for (const char* name : {"program.exe", "program.bin", "Program.BIN2.Bin"})
         QVERIFY(QFile::copy(PICTURED_PROGRAM, path(name)));
-    for (const char* name : {"text.bin", "document.norvaletest", "unknown.norvalenone"}) {
+    for (const char* name : {"text.bin", "a.norvaletest", "a.norvaletest2", "a.norvaletest3", "unknown.norvalenone"}) {
         QFile file(path(name));
         QVERIFY(file.open(QIODevice::WriteOnly) && file.write("text") == 4);
     }
+    registerKind("norvaletest", "program.exe");
+    registerKind("norvaletest2", "a.norvaletest");
+    registerKind("norvaletest3", "absent.exe");
+    QDir::setCurrent(m_folder.path());
+}
+
+void tst_ApplicationIcon::registerKind(const QString& ending, const QString& iconFile) const
+{
     QSettings classes(Classes, QSettings::NativeFormat);
-    classes.setValue(".norvaletest/.", "NorvaleTest");
-    classes.setValue("NorvaleTest/DefaultIcon/.", QDir::toNativeSeparators(path("program.exe")) + ",0");
+    classes.setValue('.' + ending + "/.", ending);
+    classes.setValue(ending + "/DefaultIcon/.", QDir::toNativeSeparators(path(iconFile)) + ",0");
 }
 
 void tst_ApplicationIcon::cleanupTestCase()
 {
     QSettings classes(Classes, QSettings::NativeFormat);
-    classes.remove(".norvaletest");
-    classes.remove("NorvaleTest");
+    for (const char* ending : {"norvaletest", "norvaletest2", "norvaletest3"}) {
+        classes.remove(QString(".") + ending);
+        classes.remove(ending);
+    }
+    QDir::setCurrent(QCoreApplication::applicationDirPath());
 }
 
 void tst_ApplicationIcon::pictureOfAFile_data()
@@ -70,7 +82,9 @@ void tst_ApplicationIcon::pictureOfAFile_data()
     row("the first icon within", "program.bin", "pictured");
     row("the ending in capitals", "Program.BIN2.Bin", "pictured");
     row("no icon within, so that of its kind", "text.bin", "other");
-    row("kind of a document", "document.norvaletest", "pictured");
+    row("kind of a document", "a.norvaletest", "pictured");
+    row("kind with an icon file that has none, so that of the file's kind", "a.norvaletest2", "pictured");
+    row("kind with an icon file that is not there", "a.norvaletest3", "none");
     row("unknown kind", "unknown.norvalenone", "other");
     row("folder", ".", "other");
 }
@@ -79,6 +93,7 @@ void tst_ApplicationIcon::pictureOfAFile()
 {
     QFETCH(QString, path);
     QTEST(kindOf(Corvane::loadApplicationIcon(this->path(path))), "kind");
+    QTEST(kindOf(Corvane::loadApplicationIcon(path)), "kind"); // below the current folder
 }
 
 void tst_ApplicationIcon::loaderTellsWhenTheIconIsThere()
