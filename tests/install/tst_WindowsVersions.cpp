@@ -1,0 +1,63 @@
+#include "install/cConditionEngine.h"
+
+#include <Rows.h>
+
+#include <QtCore/QProcess>
+#include <QtCore/QSettings>
+#include <QtCore/QTemporaryDir>
+
+#include <cstdio>
+
+/// Conditions on the system's version, on systems of those versions: Wine shows each program the one that is set for
+/// it.
+class tst_WindowsVersions : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void cleanup() { QSettings(key(), QSettings::NativeFormat).remove(""); }
+    void tellsThemApart_data()
+    {
+        const Rows<QString, QString> row("version", "said");
+        row("XP", "winxp", "isWinXP");
+        row("XP of 64 bits has the number of Server 2003", "winxp64", "");
+        row("Vista", "vista", "isVista");
+        row("7", "win7", "isWin7");
+        row("8", "win8", "");
+        row("10", "win10", "");
+    }
+    void tellsThemApart()
+    {
+        QFETCH(QString, version);
+        const QTemporaryDir folder;
+        const QString program = folder.filePath(Name);
+        QVERIFY(QFile::copy(QCoreApplication::applicationFilePath(), program));
+        {
+            QSettings(key(), QSettings::NativeFormat).setValue("Version", version);
+        }
+        QProcess child;
+        child.start(program, {"child"});
+        QVERIFY(child.waitForFinished() && child.exitStatus() == QProcess::NormalExit);
+        QTEST(QString::fromLatin1(child.readAllStandardOutput()), "said");
+    }
+
+private:
+    static constexpr char Name[] = "tst_WindowsVersionsChild.exe";
+    static QString key() { return QString("HKEY_CURRENT_USER\\Software\\Wine\\AppDefaults\\") + Name; }
+};
+
+int main(int argc, char** argv)
+{
+    const QCoreApplication application(argc, argv);
+    if (argc < 2 || qstrcmp(argv[1], "child") != 0) {
+        tst_WindowsVersions test;
+        return QTest::qExec(&test, argc, argv);
+    }
+    for (const char* name : {"isWinXP", "isVista", "isWin7"}) {
+        if (cConditionEngine().isTrue(QString("%1()").arg(name)))
+            std::fputs(name, stdout);
+    }
+    return 0;
+}
+
+#include "tst_WindowsVersions.moc"
