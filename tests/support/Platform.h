@@ -36,6 +36,10 @@ QString diskFullText();
 /// Whether files have modes and links, and any name but "/".
 bool hasUnixFiles();
 
+/// Whether what has come over a connection can still be read when a reset has followed it. Windows drops it; Wine tells
+/// of neither, when the reset comes while the program asks for no events, and Qt asks anew after each.
+bool keepsBytesOverAReset();
+
 /// What a program wrote to its standard streams, with plain line ends.
 QString consoleText(QByteArray bytes);
 

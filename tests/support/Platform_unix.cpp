@@ -45,6 +45,11 @@ bool Platform::hasUnixFiles()
     return true;
 }
 
+bool Platform::keepsBytesOverAReset()
+{
+    return true;
+}
+
 QString Platform::consoleText(QByteArray bytes)
 {
     return QString::fromUtf8(bytes);

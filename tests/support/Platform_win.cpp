@@ -62,6 +62,11 @@ bool Platform::hasUnixFiles()
     return false;
 }
 
+bool Platform::keepsBytesOverAReset()
+{
+    return false;
+}
+
 QString Platform::consoleText(QByteArray bytes)
 {
     return QString::fromUtf8(bytes.replace("\r\n", "\n"));

@@ -11,6 +11,7 @@ A path may begin with faults, "/~NAME=ARGUMENT/~NAME/rest/of/path":
     ~circle         send the client to where it is
     ~cut=N          close the connection after N bytes of the whole answer, head included
     ~reset=N        the same, with a reset instead of an orderly end
+    ~wait=MS        wait so long before that end
     ~pause=N        fall silent after N bytes of the whole answer; the connection stays open
     ~promise=N      promise N bytes more, or less when negative, than the body has
     ~unsized        promise no length; the end of the connection is the end of the body
@@ -100,6 +101,7 @@ class Handler(socketserver.StreamRequestHandler):
         for name in ("cut", "reset", "pause"):
             if name in faults:
                 self.wfile.write((head + body)[:int(faults[name])])
+                time.sleep(int(faults.get("wait", 0)) / 1000)
                 self.end(name)
                 return False
         self.wfile.write(head + body)
@@ -123,6 +125,9 @@ class Server(socketserver.ThreadingTCPServer):
             context = ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
             context.load_cert_chain(*certificate)
             self.socket = context.wrap_socket(self.socket, server_side=True, do_handshake_on_connect=False)
+
+    def shutdown_request(self, request):
+        self.close_request(request)  # no orderly end first, which a reset would only follow
 
     def handle_error(self, request, client_address):
         pass
