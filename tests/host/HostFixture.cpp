@@ -68,17 +68,33 @@ HostFixture::Ended HostFixture::run(const QStringList& arguments, const QMap<QSt
             Platform::consoleText(process.readAllStandardError())};
 }
 
-void HostFixture::start(const QStringList& arguments)
+void HostFixture::prepareStart()
 {
     QFile::remove(path(QStringLiteral("journal")));
     m_host = std::make_unique<QProcess>();
     m_host->setProcessChannelMode(QProcess::ForwardedErrorChannel);
+}
+
+void HostFixture::start(const QStringList& arguments)
+{
+    prepareStart();
     m_host->start(QStringLiteral(VCORE_PROGRAM), arguments);
+}
+
+void HostFixture::startInterruptible()
+{
+    prepareStart();
+    Platform::startInterruptible(*m_host, QStringLiteral(VCORE_PROGRAM), {});
 }
 
 bool HostFixture::serve(const QStringList& arguments)
 {
     start(arguments);
+    return isServing();
+}
+
+bool HostFixture::isServing()
+{
     const QDeadlineTimer deadline(Patience);
     while (!deadline.hasExpired() && !m_host->waitForFinished(20)) {
         const auto client = connectClient(frame(R"({"command":"LIST"})"));

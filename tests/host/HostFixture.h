@@ -44,7 +44,14 @@ public:
     /// Starts the host of the fixture, with an empty journal.
     void start(const QStringList& arguments = {});
 
-    /// The same, and waits until it serves. @return false when it does not; its reasons are in the test's output.
+    /// The same, for Platform::interrupt().
+    void startInterruptible();
+
+    /// Waits until the host that was started serves. @return false when it does not; its reasons are in the test's
+    /// output.
+    bool isServing();
+
+    /// Starts the host and waits until it serves.
     bool serve(const QStringList& arguments = {});
 
     QProcess& host() { return *m_host; }
@@ -67,6 +74,8 @@ public:
     QString path(const QString& name) const { return m_sandbox.path() + QLatin1Char('/') + name; }
 
 private:
+    void prepareStart();
+
     SettingsSandbox m_sandbox;
     QString m_suite;
     int m_madeSuites = 0;

@@ -21,6 +21,18 @@ void start(QProcess& process, const QString& program, const QStringList& argumen
 void startAgain(QProcess& process, const QStringList& arguments);
 void loadFaults();
 
+/// Starts a program so that it can be interrupted: on Windows that needs a terminal.
+void startInterruptible(QProcess& process, const QString& program, const QStringList& arguments);
+
+/// Asks @p process, which was started so, to end, as a user does.
+void interrupt(QProcess& process);
+
+/// Starts a program on a terminal. Its standard output is what is drawn. @return false when no terminal is to be had.
+bool startOnTerminal(QProcess& process, const QString& program, const QStringList& arguments);
+
+/// The text in what was drawn on a terminal.
+QString drawnText(QByteArray bytes);
+
 /// The file of the library @p name.
 QString library(const QString& name);
 

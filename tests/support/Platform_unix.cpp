@@ -20,6 +20,28 @@ void Platform::startAgain(QProcess& process, const QStringList& arguments)
 
 void Platform::loadFaults() {}
 
+void Platform::startInterruptible(QProcess& process, const QString& program, const QStringList& arguments)
+{
+    process.start(program, arguments);
+}
+
+void Platform::interrupt(QProcess& process)
+{
+    process.terminate();
+}
+
+bool Platform::startOnTerminal(QProcess& process, const QString& program, const QStringList& arguments)
+{
+    const QString command = (QStringList(program) + arguments).join(QLatin1Char(' '));
+    process.start(QStringLiteral("script"), {QStringLiteral("-qec"), command, QStringLiteral("/dev/null")});
+    return process.waitForStarted();
+}
+
+QString Platform::drawnText(QByteArray bytes)
+{
+    return QString::fromUtf8(bytes);
+}
+
 QString Platform::library(const QString& name)
 {
     return name + QStringLiteral(".so");

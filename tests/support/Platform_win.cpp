@@ -2,6 +2,7 @@
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QDir>
+#include <QtCore/QRegularExpression>
 
 #include <windows.h>
 
@@ -35,6 +36,29 @@ void Platform::loadFaults()
 {
     if (qEnvironmentVariableIsSet("FILE_FAULTS") && !LoadLibraryW(L"FileFaults.dll"))
         qFatal("FileFaults.dll cannot be loaded");
+}
+
+void Platform::startInterruptible(QProcess& process, const QString& program, const QStringList& arguments)
+{
+    startOnTerminal(process, program, arguments);
+}
+
+void Platform::interrupt(QProcess& process)
+{
+    process.write("c");
+}
+
+bool Platform::startOnTerminal(QProcess& process, const QString& program, const QStringList& arguments)
+{
+    process.start(QStringLiteral(TERMINAL_PROGRAM), QStringList(program) + arguments);
+    return process.waitForStarted();
+}
+
+QString Platform::drawnText(QByteArray bytes)
+{
+    // A console tells which cells change; a blank one is left by moving on.
+    return QString::fromUtf8(bytes.replace("\x1b[1C", " "))
+        .remove(QRegularExpression(QStringLiteral("\x1b\\[[?0-9;]*[A-Za-z]")));
 }
 
 QString Platform::library(const QString& name)
