@@ -47,8 +47,10 @@ void tst_LogProcess::ends()
     child.start(QCoreApplication::applicationFilePath(),
                 QStringList("child") + steps.replaceInStrings("FOLDER", file.path("")));
     QVERIFY(child.waitForFinished());
-    QString said = Platform::isAborted(child) ? "killed: " : "";
-    said += QString::fromUtf8(debugger.take(child)).replace(file.path(""), "FOLDER");
+    // A fatal message is Qt's own, on standard error everywhere.
+    QString said = Platform::isAborted(child) ? "killed: " + Platform::consoleText(child.readAllStandardError()) : "";
+    said += QString::fromUtf8(debugger.take(child));
+    said.replace(file.path(""), "FOLDER");
     QTEST(said.replace(QRegularExpression("T[1-9][0-9]*:"), "T#:"), "standardError");
     QTEST(file.lines(), "lines");
     QTEST(QSettings("NorvaleTests", "Child").value("Log/!/enabled").toString(), "storedSwitch");

@@ -55,22 +55,22 @@ bool keepsBytesOverAReset();
 /// What a program wrote to its standard streams, with plain line ends.
 QString consoleText(QByteArray bytes);
 
-/// What the line builder of the log makes of a line end.
+/// The line end of text files, which the line builder of the log writes, too.
 QString lineEnd();
 
 /// The text of a log file with plain line ends. The line builder writes the system's line end into the message, and the
 /// file, which is a text file, writes each line end in it as the system's.
 QByteArray logText(QByteArray bytes);
 
-/// What child processes write for a debugger, from the construction on: there a debugger listens, or it is on standard
-/// error. One at a time, on the whole machine.
+/// What child processes write for a debugger, from the construction on: on Windows a debugger listens; elsewhere it is
+/// standard error. One at a time, on the whole machine.
 class DebuggerLines
 {
 public:
     DebuggerLines();
     ~DebuggerLines();
 
-    /// What @p child, which has ended, wrote there and to its standard error. Line ends are plain.
+    /// What @p child, which has ended, wrote there. Line ends are plain.
     QByteArray take(QProcess& child);
 
 private:

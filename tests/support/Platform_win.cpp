@@ -164,8 +164,8 @@ private:
 Platform::DebuggerLines::DebuggerLines() : m_listener(std::make_unique<Listener>()) {}
 Platform::DebuggerLines::~DebuggerLines() = default;
 
-QByteArray Platform::DebuggerLines::take(QProcess& child)
+QByteArray Platform::DebuggerLines::take(QProcess&)
 {
-    QByteArray text = child.readAllStandardError() + m_listener->stop();
+    QByteArray text = m_listener->stop();
     return text.replace("\r\n", "\n");
 }
