@@ -8,6 +8,7 @@
 #include <QtCore/QAbstractEventDispatcher>
 #include <QtCore/QBuffer>
 #include <QtCore/QTimer>
+#include <QtNetwork/qtnetworkglobal.h>
 
 static const QByteArray Text = "hello world";
 
@@ -65,6 +66,8 @@ private slots:
         row("silent in the body", "~pause=45/a", QNetworkReply::TimeoutError, "hello ");
         row("no server", "http://127.0.0.1:1/", QNetworkReply::ConnectionRefusedError, "");
         row("no such scheme", "nonsense:a", QNetworkReply::ProtocolUnknownError, "");
+        if (!QT_CONFIG(ssl))
+            row("HTTPS with a Qt that has none", "https://127.0.0.1:1/", QNetworkReply::ProtocolUnknownError, "");
         row("no URL", "http:///", QNetworkReply::HostNotFoundError, "");
         row("too many bytes promised", "~fill=2000000/a", QNetworkReply::OperationCanceledError, "");
         row("too many bytes in chunks", "~chunked/~fill=2000000/a", QNetworkReply::OperationCanceledError, "");
@@ -124,7 +127,7 @@ private slots:
         row("absent", "b", QNetworkReply::ContentNotFoundError, "");
         row("a folder", ".", QNetworkReply::ContentNotFoundError, "");
         row("a device without an end", "/dev/zero", QNetworkReply::ContentNotFoundError, "");
-        if (Platform::hasUnixFiles())
+        if (Platform::hasUnixFiles()) // Windows has no such file
             row("not readable", "/proc/self/mem", QNetworkReply::UnknownContentError, "0/0");
         const QString program = QCoreApplication::applicationFilePath();
         const QString size = QString::number(QFileInfo(program).size());

@@ -19,4 +19,8 @@ QString path(const QString& path);
 /// Whether it can be had.
 bool exists(const QString& program);
 
+/// The search path on which programs of this project find @p program. Where it is none of their system, it gets a place
+/// in @p folder.
+QString pathWith(const QString& program, const QString& folder);
+
 } // namespace MachineProgram

@@ -16,3 +16,8 @@ bool MachineProgram::exists(const QString& program)
 {
     return !QStandardPaths::findExecutable(program).isEmpty();
 }
+
+QString MachineProgram::pathWith(const QString&, const QString&)
+{
+    return qEnvironmentVariable("PATH");
+}

@@ -1,6 +1,7 @@
 #include "MachineProgram.h"
 
 #include <QtCore/QDir>
+#include <QtCore/QFile>
 #include <QtCore/QStandardPaths>
 
 #include <windows.h>
@@ -59,4 +60,15 @@ bool MachineProgram::exists(const QString& program)
             return true;
     }
     return false;
+}
+
+QString MachineProgram::pathWith(const QString& program, const QString& folder)
+{
+    const QString path = qEnvironmentVariable("PATH");
+    if (!wine())
+        return path;
+    QDir().mkpath(folder);
+    QFile::copy(QStringLiteral(RELAY_PROGRAM), QDir(folder).filePath(program + QStringLiteral(".exe")));
+    qputenv("RELAY_SCRIPT", RELAY_SCRIPT);
+    return QDir::toNativeSeparators(folder) + QLatin1Char(';') + path;
 }

@@ -3,19 +3,21 @@
 #include <QtCore/QStringList>
 #include <QtTest/QtTest>
 
-/// Why the running test function cannot hold on this system: the build says so to the program, from one list. Empty
-/// when it can.
+/// Why the running test function, or its row, cannot hold on this system: the build says so to the program, from one
+/// list. Empty when it can.
 inline QString whyNotHere()
 {
-    const QString entry = QString::fromLatin1(QTest::currentTestFunction()) + QLatin1Char('=');
+    const QString function = QString::fromLatin1(QTest::currentTestFunction());
+    const QString row = function + QLatin1Char(':') + QString::fromUtf8(QTest::currentDataTag());
     for (const QString& listed : qEnvironmentVariable("NORVALE_NOT_HERE").split(QLatin1Char('|'))) {
-        if (listed.startsWith(entry))
-            return listed.mid(entry.size());
+        const QString place = listed.section(QLatin1Char('='), 0, 0);
+        if (place == function || (place.contains(QLatin1Char(':')) && row.startsWith(place)))
+            return listed.section(QLatin1Char('='), 1);
     }
     return QString();
 }
 
-/// Skips the running test function where the list names it.
+/// Skips the running test function, or its row, where the list names it.
 #define SKIP_WHERE_LISTED()                                                                                            \
     do {                                                                                                               \
         const QString reason = whyNotHere();                                                                           \

@@ -36,7 +36,7 @@ QString drawnText(QByteArray bytes);
 /// The file of the library @p name.
 QString library(const QString& name);
 
-/// Makes @p path a link to @p target; an empty folder where a program may make no links.
+/// Makes @p path a link to @p target. @return false when it is none afterwards.
 bool link(const QString& target, const QString& path);
 
 /// A search path for programs of this project that leads to no other program; @p empty is an empty folder.

@@ -66,9 +66,13 @@ QString Platform::library(const QString& name)
     return name + QStringLiteral(".dll");
 }
 
-bool Platform::link(const QString&, const QString& path)
+bool Platform::link(const QString& target, const QString& path)
 {
-    return QDir().mkpath(path);
+    const std::wstring from = QDir::toNativeSeparators(path).toStdWString();
+    const DWORD kind = QFileInfo(target).isDir() ? SYMBOLIC_LINK_FLAG_DIRECTORY : 0;
+    CreateSymbolicLinkW(from.c_str(), QDir::toNativeSeparators(target).toStdWString().c_str(), kind);
+    const DWORD attributes = GetFileAttributesW(from.c_str());
+    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
 }
 
 QString Platform::pathToNothing(const QString&)

@@ -3,6 +3,7 @@
 // end.
 //
 //   relay RELAY.PY PROGRAM [ARGUMENT...]      all paths as the machine writes them
+//   PROGRAM [ARGUMENT...]                     a copy with that name; RELAY.PY stands in the environment, RELAY_SCRIPT
 
 #include <winsock2.h> // before windows.h
 
@@ -11,14 +12,31 @@
 #include <cstdlib>
 #include <string>
 #include <thread>
+#include <vector>
 
 namespace {
 
-std::string narrow(const wchar_t* text)
+std::string narrow(const std::wstring& text)
 {
-    std::string bytes(size_t(WideCharToMultiByte(CP_UTF8, 0, text, -1, nullptr, 0, nullptr, nullptr)), '\0');
-    WideCharToMultiByte(CP_UTF8, 0, text, -1, bytes.data(), int(bytes.size()), nullptr, nullptr);
+    std::string bytes(size_t(WideCharToMultiByte(CP_UTF8, 0, text.c_str(), -1, nullptr, 0, nullptr, nullptr)), '\0');
+    WideCharToMultiByte(CP_UTF8, 0, text.c_str(), -1, bytes.data(), int(bytes.size()), nullptr, nullptr);
     return bytes; // with the zero byte at its end
+}
+
+/// The words behind "relay", whichever way they were given.
+std::vector<std::wstring> words(int argc, wchar_t** argv)
+{
+    std::vector<std::wstring> words(argv + 1, argv + argc);
+    wchar_t text[MAX_PATH] = {};
+    GetModuleFileNameW(nullptr, text, MAX_PATH);
+    std::wstring name = text;
+    name = name.substr(name.rfind(L'\\') + 1);
+    name = name.substr(0, name.rfind(L'.'));
+    if (name != L"relay") {
+        GetEnvironmentVariableW(L"RELAY_SCRIPT", text, MAX_PATH);
+        words.insert(words.begin(), {text, name});
+    }
+    return words;
 }
 
 SOCKET listenSomewhere(u_short* port)
@@ -74,16 +92,17 @@ int wmain(int argc, wchar_t** argv)
 {
     WSADATA data;
     u_short port = 0;
-    if (argc < 3 || WSAStartup(MAKEWORD(2, 2), &data) != 0)
+    const std::vector<std::wstring> given = words(argc, argv);
+    if (given.size() < 2 || WSAStartup(MAKEWORD(2, 2), &data) != 0)
         return 125;
     const SOCKET listener = listenSomewhere(&port);
-    if (!startPython(argv[1], port))
+    if (!startPython(given[0], port))
         return 126;
     const SOCKET control = accept(listener, nullptr, nullptr);
     const SOCKET streams = accept(listener, nullptr, nullptr);
     const SOCKET errors = accept(listener, nullptr, nullptr);
-    for (int i = 2; i < argc; ++i) {
-        const std::string word = narrow(argv[i]);
+    for (size_t i = 1; i < given.size(); ++i) {
+        const std::string word = narrow(given[i]);
         sendAll(control, word.data(), int(word.size()));
     }
     shutdown(control, SD_SEND);
