@@ -254,12 +254,14 @@ void hookImports(char* base)
     }
 }
 
-/// What the system itself does to keep its house does not count.
+/// What the system itself does to keep its house does not count. Where its known folders are, for one, the shell notes
+/// in the registry whenever it is asked and finds that another process has not noted it yet.
 bool isOfTheSystem(HMODULE module)
 {
     wchar_t name[MAX_PATH] = {};
     GetModuleBaseNameW(GetCurrentProcess(), module, name, MAX_PATH);
-    for (const wchar_t* system : {L"ntdll.dll", L"kernel32.dll", L"kernelbase.dll", L"advapi32.dll"}) {
+    for (const wchar_t* system :
+         {L"ntdll.dll", L"kernel32.dll", L"kernelbase.dll", L"advapi32.dll", L"shell32.dll", L"windows.storage.dll"}) {
         if (_wcsicmp(name, system) == 0)
             return true;
     }
