@@ -223,7 +223,10 @@ void cDownloader::replyFinished(QNetworkReply* pReply)
         return;
     if (!m_isBrokenOff) {
         m_error = pReply->error();
-        if (m_error == QNetworkReply::NoError) {
+        if (m_error == QNetworkReply::NoError && isCutShort(*pReply)) {
+            m_error = QNetworkReply::RemoteHostClosedError;
+            m_errorString = QStringLiteral("Connection closed");
+        } else if (m_error == QNetworkReply::NoError) {
             m_data = pReply->readAll();
             m_digest.addData(m_data);
             const QPointer<cDownloader> self(this);
@@ -236,6 +239,13 @@ void cDownloader::replyFinished(QNetworkReply* pReply)
         }
     }
     m_finished = true;
+}
+
+// On a busy machine Qt now and then takes a connection that ends early for the end of the answer.
+bool cDownloader::isCutShort(const QNetworkReply& reply) const
+{
+    const QVariant promised = reply.header(QNetworkRequest::ContentLengthHeader);
+    return promised.isValid() && m_written + reply.bytesAvailable() < promised.toLongLong();
 }
 
 void cDownloader::cancel()

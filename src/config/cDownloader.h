@@ -87,6 +87,7 @@ private:
     void wait();
     void noteArrival();
     bool isTooLong(qint64 bytes) const;
+    bool isCutShort(const QNetworkReply& reply) const;
     void writeToOutput(const QByteArray& bytes);
     void flushOutput();
     void breakOff(int error, const QString& reason);
