@@ -41,5 +41,5 @@ leave_machine() { [ ! -d "$RUN_UNDER_WINE_PREFIX" ] || "${wine[@]}" --stop; }
 
 machine_settings() { "${wine[@]}" "$system\\reg.exe" query 'HKLM\SOFTWARE\Varkel' /s | tr -d '\r' | grep .; }
 
-# Wine has no console without a display.
+# Lines here; the bar needs a console, which the demo does not make for it.
 show_progress() { show_in_lines "$@"; }
