@@ -1,11 +1,11 @@
 // Reads the bytes as a plugin's Manifest.xml, and orders plugins made of what they say.
 
+#include "core/cXmlTreeReader.h"
 #include "plugins/cDependencyOrder.h"
 #include "plugins/cManifest.h"
 #include "plugins/cManifestReader.h"
 #include "plugins/cPluginInstance.h"
 #include "plugins/cVariableExpander.h"
-#include "plugins/cXmlTreeReader.h"
 
 #include <cstdint>
 #include <cstdlib>

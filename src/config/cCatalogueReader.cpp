@@ -1,9 +1,7 @@
 #include "config/cCatalogueReader.h"
 
 #include "config/cFeatureCatalogue.h"
-#include "core/cXmlGuard.h"
-
-#include <QtXml/QDomDocument>
+#include "core/cXmlTreeReader.h"
 
 cCatalogueReader::cCatalogueReader(cFeatureCatalogue& catalogue, const QSharedPointer<cUpdateLocation>& location)
     : m_catalogue(catalogue), m_location(location)
@@ -12,97 +10,92 @@ cCatalogueReader::cCatalogueReader(cFeatureCatalogue& catalogue, const QSharedPo
 
 bool cCatalogueReader::read(const QByteArray& xml)
 {
-    QDomDocument document;
-    return cXmlGuard::readDom(xml, document, &m_errorString) && read(document);
+    cXmlTree tree;
+    return cXmlTreeReader::read(xml, tree, &m_errorString) && read(tree);
 }
 
-bool cCatalogueReader::read(const QDomNode& node)
+bool cCatalogueReader::read(const cXmlTree& tree)
 {
-    if (!node.isDocument()) {
+    if (tree.root().isNull()) {
         m_errorString = QStringLiteral("line 0, column 0: not a document");
         return false;
     }
-    readRoot(node.toDocument().documentElement());
+    readRoot(tree.root());
     return true;
 }
 
-void cCatalogueReader::readRoot(const QDomElement& root)
+void cCatalogueReader::readRoot(const cXmlElement& root)
 {
-    m_repository = root.attribute(QStringLiteral("name"));
+    m_repository = root.attribute(u"name");
     m_catalogue.setName(m_repository);
-    m_catalogue.setVersion(cVersion(root.attribute(QStringLiteral("version"))));
-    const QString coreVersion = root.attribute(QStringLiteral("core_version"));
+    m_catalogue.setVersion(cVersion(root.attribute(u"version")));
+    const QString coreVersion = root.attribute(u"core_version");
     if (coreVersion.isEmpty())
         m_catalogue.clearCoreVersion();
     else
         m_catalogue.setCoreVersion(cVersion(coreVersion));
-    const QString tag = QStringLiteral("feature");
-    for (QDomElement element = root.firstChildElement(tag); !element.isNull();
-         element = element.nextSiblingElement(tag))
+    for (cXmlElement element = root.firstChild(u"feature"); !element.isNull();
+         element = element.nextSibling(u"feature"))
         readFeature(element);
 }
 
-void cCatalogueReader::readFeature(const QDomElement& element)
+void cCatalogueReader::readFeature(const cXmlElement& element)
 {
-    const QString name = element.attribute(QStringLiteral("name"));
-    const cVersion version(element.attribute(QStringLiteral("version")));
+    const QString name = element.attribute(u"name");
+    const cVersion version(element.attribute(u"version"));
     QSharedPointer<cFeatureInstance> feature = m_catalogue.find(name, version);
     if (!feature) {
-        const bool isActive = element.attribute(QStringLiteral("active")) == QLatin1String("true");
-        const QString repository = element.attribute(QStringLiteral("repository"), m_repository);
+        const bool isActive = element.attribute(u"active") == QLatin1String("true");
+        const QString repository = element.attribute(u"repository", m_repository);
         feature = QSharedPointer<cFeatureInstance>::create(name, version, isActive, repository);
         m_catalogue.append(feature);
     }
-    for (QDomElement child = element.firstChildElement(); !child.isNull(); child = child.nextSiblingElement()) {
-        const QString tag = child.tagName();
-        if (tag == QLatin1String("displayname"))
+    for (cXmlElement child = element.firstChild(); !child.isNull(); child = child.nextSibling()) {
+        if (child.tag() == u"displayname")
             readDisplayName(child, *feature);
-        else if (tag == QLatin1String("dependencies"))
+        else if (child.tag() == u"dependencies")
             readDependencies(child, *feature);
-        else if (tag == QLatin1String("plugins"))
+        else if (child.tag() == u"plugins")
             readPlugins(child, *feature);
     }
 }
 
-void cCatalogueReader::readDisplayName(const QDomElement& element, cFeatureInstance& feature)
+void cCatalogueReader::readDisplayName(const cXmlElement& element, cFeatureInstance& feature)
 {
-    feature.setDisplayName(element.attribute(QStringLiteral("lang"), QStringLiteral("en-us")), element.text());
+    feature.setDisplayName(element.attribute(u"lang", QStringLiteral("en-us")), element.text());
 }
 
-void cCatalogueReader::readDependencies(const QDomElement& element, cFeatureInstance& feature)
+void cCatalogueReader::readDependencies(const cXmlElement& element, cFeatureInstance& feature)
 {
-    const QString tag = QStringLiteral("feature");
-    for (QDomElement child = element.firstChildElement(tag); !child.isNull(); child = child.nextSiblingElement(tag))
-        feature.addDependency(child.attribute(QStringLiteral("name")));
+    for (cXmlElement child = element.firstChild(u"feature"); !child.isNull(); child = child.nextSibling(u"feature"))
+        feature.addDependency(child.attribute(u"name"));
 }
 
-void cCatalogueReader::readPlugins(const QDomElement& element, cFeatureInstance& feature) const
+void cCatalogueReader::readPlugins(const cXmlElement& element, cFeatureInstance& feature) const
 {
-    const QString tag = QStringLiteral("plugin");
-    for (QDomElement child = element.firstChildElement(tag); !child.isNull(); child = child.nextSiblingElement(tag))
+    for (cXmlElement child = element.firstChild(u"plugin"); !child.isNull(); child = child.nextSibling(u"plugin"))
         readPlugin(child, feature);
 }
 
-void cCatalogueReader::readPlugin(const QDomElement& element, cFeatureInstance& feature) const
+void cCatalogueReader::readPlugin(const cXmlElement& element, cFeatureInstance& feature) const
 {
-    const QString name = element.attribute(QStringLiteral("name"));
-    const cVersion version(element.attribute(QStringLiteral("version")));
+    const QString name = element.attribute(u"name");
+    const cVersion version(element.attribute(u"version"));
     QSharedPointer<cFeaturePlugin> plugin = feature.findPlugin(name, version);
     if (!plugin) {
-        const quint32 size = element.attribute(QStringLiteral("size"), QStringLiteral("0")).toUInt();
-        plugin = QSharedPointer<cFeaturePlugin>::create(name, version, size);
+        plugin = QSharedPointer<cFeaturePlugin>::create(name, version, element.attribute(u"size").toUInt());
         feature.addPlugin(plugin);
     }
     readPackage(element, *plugin);
 }
 
-void cCatalogueReader::readPackage(const QDomElement& element, cFeaturePlugin& plugin) const
+void cCatalogueReader::readPackage(const cXmlElement& element, cFeaturePlugin& plugin) const
 {
-    for (QDomElement child = element.firstChildElement(); !child.isNull(); child = child.nextSiblingElement()) {
+    for (cXmlElement child = element.firstChild(); !child.isNull(); child = child.nextSibling()) {
         // A hash's `method` selects nothing: the digest is always SHA-1.
-        if (child.tagName() == QLatin1String("source"))
+        if (child.tag() == u"source")
             plugin.addSource({m_location, child.text()});
-        else if (child.tagName() == QLatin1String("hash"))
+        else if (child.tag() == u"hash")
             plugin.setHash(QByteArray::fromHex(child.text().toLatin1()));
     }
 }

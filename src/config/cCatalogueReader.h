@@ -6,11 +6,11 @@
 #include <QtCore/QString>
 
 class QByteArray;
-class QDomElement;
-class QDomNode;
 class cFeatureCatalogue;
 class cFeatureInstance;
 class cFeaturePlugin;
+class cXmlElement;
+class cXmlTree;
 
 /**
  * Reads catalogue documents (`features.xml`, `repository.xml`) into a feature catalogue. What is read is added to the
@@ -26,20 +26,20 @@ public:
     /// False only when the bytes are not well-formed or nested too deeply; errorString() then says where and why.
     [[nodiscard]] bool read(const QByteArray& xml);
 
-    /// False only when @p node is not a document; otherwise true, however much of the content was usable.
-    [[nodiscard]] bool read(const QDomNode& node);
+    /// False only when the tree is empty; otherwise true, however much of the content was usable.
+    [[nodiscard]] bool read(const cXmlTree& tree);
 
     /// "line L, column C: message" of the last failure.
     QString errorString() const { return m_errorString; }
 
 private:
-    void readRoot(const QDomElement& root);
-    void readFeature(const QDomElement& element);
-    static void readDisplayName(const QDomElement& element, cFeatureInstance& feature);
-    static void readDependencies(const QDomElement& element, cFeatureInstance& feature);
-    void readPlugins(const QDomElement& element, cFeatureInstance& feature) const;
-    void readPlugin(const QDomElement& element, cFeatureInstance& feature) const;
-    void readPackage(const QDomElement& element, cFeaturePlugin& plugin) const;
+    void readRoot(const cXmlElement& root);
+    void readFeature(const cXmlElement& element);
+    static void readDisplayName(const cXmlElement& element, cFeatureInstance& feature);
+    static void readDependencies(const cXmlElement& element, cFeatureInstance& feature);
+    void readPlugins(const cXmlElement& element, cFeatureInstance& feature) const;
+    void readPlugin(const cXmlElement& element, cFeatureInstance& feature) const;
+    void readPackage(const cXmlElement& element, cFeaturePlugin& plugin) const;
 
     cFeatureCatalogue& m_catalogue;
     QSharedPointer<cUpdateLocation> m_location;

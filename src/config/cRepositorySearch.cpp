@@ -4,11 +4,9 @@
 #include "config/cFeatureCatalogue.h"
 #include "config/cRuntimeInfo.h"
 #include "config/cSiteReader.h"
-#include "core/cXmlGuard.h"
+#include "core/cXmlTreeReader.h"
 
 #include <Norvale/cLogCentral.h>
-
-#include <QtXml/QDomDocument>
 
 cRepositorySearch::cRepositorySearch(const Locations& locations, const QString& name, const QString& status)
     : m_locations(locations)
@@ -68,16 +66,15 @@ void cRepositorySearch::takeIfNewer(const QSharedPointer<cUpdateLocation>& candi
     const QUrl url = candidate->resolve(QStringLiteral("repository.xml"));
     if (!fetch(url))
         return;
-    QDomDocument document;
+    cXmlTree tree;
     QString reason;
     cFeatureCatalogue found;
-    if (!cXmlGuard::readDom(m_downloader.data(), document, &reason) ||
-        !cCatalogueReader(found, candidate).read(document)) {
+    if (!cXmlTreeReader::read(m_downloader.data(), tree, &reason) || !cCatalogueReader(found, candidate).read(tree)) {
         m_log.warning() << "No repository description:" << url.toDisplayString() << reason << Qt::endl;
         return;
     }
     // Of equal versions the earlier candidate stays.
-    if (catalogue.version() < found.version() && runtime.readFrom(document, *candidate))
+    if (catalogue.version() < found.version() && runtime.readFrom(tree, *candidate))
         catalogue = found;
 }
 

@@ -1,37 +1,33 @@
 #include "config/cRuntimeInfo.h"
 
 #include "config/cUpdateLocation.h"
-#include "core/cXmlGuard.h"
-
-#include <QtXml/QDomDocument>
+#include "core/cXmlTreeReader.h"
 
 bool cRuntimeInfo::readFrom(const QByteArray& xml, const cUpdateLocation& location, QString* reason)
 {
-    QDomDocument document;
-    return cXmlGuard::readDom(xml, document, reason) && readFrom(document, location);
+    cXmlTree tree;
+    return cXmlTreeReader::read(xml, tree, reason) && readFrom(tree, location);
 }
 
-bool cRuntimeInfo::readFrom(const QDomNode& node, const cUpdateLocation& location)
+bool cRuntimeInfo::readFrom(const cXmlTree& tree, const cUpdateLocation& location)
 {
-    if (!node.isDocument())
-        return false;
-    const QString tag = QStringLiteral("runtime");
-    for (QDomElement element = node.toDocument().documentElement().firstChildElement(tag); !element.isNull();
-         element = element.nextSiblingElement(tag))
+    const cXmlElement root = tree.root();
+    for (cXmlElement element = root.firstChild(u"runtime"); !element.isNull();
+         element = element.nextSibling(u"runtime"))
         readEntry(element, location);
-    return true;
+    return !root.isNull();
 }
 
-void cRuntimeInfo::readEntry(const QDomElement& element, const cUpdateLocation& location)
+void cRuntimeInfo::readEntry(const cXmlElement& element, const cUpdateLocation& location)
 {
-    const cVersion version(element.attribute(QStringLiteral("version")));
+    const cVersion version(element.attribute(u"version"));
     // Of equal versions the first entry stays.
     if (!(m_version < version))
         return;
     m_version = version;
-    m_name = element.attribute(QStringLiteral("name"));
-    m_hash = QByteArray::fromHex(element.firstChildElement(QStringLiteral("hash")).text().toLatin1());
-    m_source = location.resolve(element.firstChildElement(QStringLiteral("source")).text());
+    m_name = element.attribute(u"name");
+    m_hash = QByteArray::fromHex(element.firstChild(u"hash").text().toLatin1());
+    m_source = location.resolve(element.firstChild(u"source").text());
 }
 
 void cRuntimeInfo::onProgress(qint64 bytesSoFar, qint64 bytesTotal)

@@ -6,9 +6,9 @@
 #include <QtCore/QObject>
 #include <QtCore/QUrl>
 
-class QDomElement;
-class QDomNode;
 class cUpdateLocation;
+class cXmlElement;
+class cXmlTree;
 
 /**
  * The newest runtime that the repositories read so far offer: version 0.0.0 and nothing else while none does.
@@ -33,8 +33,8 @@ public:
     /// why, if it is not null.
     [[nodiscard]] bool readFrom(const QByteArray& xml, const cUpdateLocation& location, QString* reason = nullptr);
 
-    /// The same for a parsed description. False only when @p node is not a document.
-    [[nodiscard]] bool readFrom(const QDomNode& node, const cUpdateLocation& location);
+    /// The same for a parsed description. False only when the tree is empty.
+    [[nodiscard]] bool readFrom(const cXmlTree& tree, const cUpdateLocation& location);
 
 signals:
     void progress(QString filename, qint64 bytesSoFar, qint64 bytesTotal);
@@ -44,7 +44,7 @@ public slots:
     void onProgress(qint64 bytesSoFar, qint64 bytesTotal);
 
 private:
-    void readEntry(const QDomElement& element, const cUpdateLocation& location);
+    void readEntry(const cXmlElement& element, const cUpdateLocation& location);
 
     cVersion m_version;
     QString m_name;

@@ -1,25 +1,22 @@
 #include "config/cSiteReader.h"
 
-#include "core/cXmlGuard.h"
-
-#include <QtXml/QDomDocument>
+#include "core/cXmlTreeReader.h"
 
 bool cSiteReader::read(const QByteArray& xml)
 {
     m_entries.clear();
     m_errorString.clear();
-    QDomDocument document;
-    if (!cXmlGuard::readDom(xml, document, &m_errorString))
+    cXmlTree tree;
+    if (!cXmlTreeReader::read(xml, tree, &m_errorString))
         return false;
-    const QString tag = QStringLiteral("repository");
-    for (QDomElement element = document.documentElement().firstChildElement(tag); !element.isNull();
-         element = element.nextSiblingElement(tag)) {
+    for (cXmlElement element = tree.root().firstChild(u"repository"); !element.isNull();
+         element = element.nextSibling(u"repository")) {
         cSiteEntry entry;
-        entry.config = element.attribute(QStringLiteral("config"));
-        entry.status = element.attribute(QStringLiteral("status"));
-        entry.platform = element.attribute(QStringLiteral("platform"));
-        entry.update = element.attribute(QStringLiteral("update"));
-        entry.content = element.attribute(QStringLiteral("content"));
+        entry.config = element.attribute(u"config");
+        entry.status = element.attribute(u"status");
+        entry.platform = element.attribute(u"platform");
+        entry.update = element.attribute(u"update");
+        entry.content = element.attribute(u"content");
         m_entries.append(entry);
     }
     return true;

@@ -2,14 +2,13 @@
 
 #include "core/SafeName.h"
 #include "core/Settings.h"
-#include "core/cXmlGuard.h"
+#include "core/cXmlTreeReader.h"
 #include "install/cEntryNames.h"
 #include "install/cPackage.h"
 
 #include <QtCore/QCryptographicHash>
 #include <QtCore/QFileInfo>
 #include <QtCore/QStringList>
-#include <QtXml/QDomDocument>
 
 #include <algorithm>
 #include <limits>
@@ -240,15 +239,15 @@ void cPackageCheck::checkManifest(const cPackage& package)
 
 void cPackageCheck::readManifest(const QByteArray& xml)
 {
-    QDomDocument document;
+    cXmlTree tree;
     QString reason;
-    if (!cXmlGuard::readDom(xml, document, &reason)) {
+    if (!cXmlTreeReader::read(xml, tree, &reason)) {
         find(cPackageFinding::Manifest, ManifestName, reason);
         return;
     }
-    const QDomElement plugin = document.documentElement().firstChildElement(QStringLiteral("plugin"));
-    m_name = plugin.attribute(QStringLiteral("name"));
-    m_version = cVersion(plugin.attribute(QStringLiteral("version")));
+    const cXmlElement plugin = tree.root().firstChild(u"plugin");
+    m_name = plugin.attribute(u"name");
+    m_version = cVersion(plugin.attribute(u"version"));
     if (m_name.isEmpty())
         find(cPackageFinding::Manifest, ManifestName, QStringLiteral("it gives no plugin with a name"));
     else

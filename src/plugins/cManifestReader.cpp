@@ -1,8 +1,8 @@
 #include "plugins/cManifestReader.h"
 
+#include "core/cXmlTreeReader.h"
 #include "plugins/cManifest.h"
 #include "plugins/cPluginInstance.h"
-#include "plugins/cXmlTreeReader.h"
 
 #include <Norvale/Corvane.h>
 #include <Norvale/cJsonReader.h>

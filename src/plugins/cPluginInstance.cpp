@@ -1,10 +1,10 @@
 #include "plugins/cPluginInstance.h"
 
+#include "core/cXmlTree.h"
 #include "plugins/LibrarySuffix.h"
 #include "plugins/cManifestReader.h"
 #include "plugins/cTranslationLocale.h"
 #include "plugins/cVariableExpander.h"
-#include "plugins/cXmlTree.h"
 
 #include <Norvale/IPlugin.h>
 

@@ -2,6 +2,7 @@
 #include "config/cCatalogueWriter.h"
 #include "config/cFeatureCatalogue.h"
 #include "config/cPublication.h"
+#include "core/cXmlTree.h"
 
 #include <Rows.h>
 
@@ -110,7 +111,7 @@ private slots:
         read(catalogue,
              "<r name='main' version='9.9'><feature name='a'><dependencies><feature/></dependencies><plugins>"
              "<plugin name='P' size='4'><source>s</source><hash>00</hash></plugin></plugins></feature></r>");
-        QVERIFY(!cCatalogueReader(catalogue).read(QDomNode()) && catalogue.version() == cVersion("9.9"));
+        QVERIFY(!cCatalogueReader(catalogue).read(cXmlTree()) && catalogue.version() == cVersion("9.9"));
 
         const QDomDocument document = cCatalogueWriter::document(catalogue.features(), "3.04.005");
         QVERIFY2(document.elementsByTagName("plugins").size() == 1, "none for a feature without plugins");

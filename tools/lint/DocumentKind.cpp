@@ -1,6 +1,6 @@
 #include "lint/DocumentKind.h"
 
-#include "plugins/cXmlTreeReader.h"
+#include "core/cXmlTreeReader.h"
 
 #include <QtCore/QHash>
 #include <QtCore/QString>

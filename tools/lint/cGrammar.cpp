@@ -1,6 +1,6 @@
 #include "lint/cGrammar.h"
 
-#include "plugins/cXmlTree.h"
+#include "core/cXmlTree.h"
 #include "report/cFindings.h"
 
 cGrammar::cGrammar(std::initializer_list<Entry> entries)

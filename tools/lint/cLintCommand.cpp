@@ -1,9 +1,9 @@
 #include "lint/cLintCommand.h"
 
-#include "terminal/Terminal.h"
 #include "lint/cLinter.h"
 #include "report/cFindings.h"
 #include "report/cReport.h"
+#include "terminal/Terminal.h"
 
 #include <CLI/CLI.hpp>
 #include <QtCore/QFileInfo>

@@ -1,8 +1,8 @@
 #include "lint/cXmlLint.h"
 
+#include "core/cXmlTreeReader.h"
 #include "lint/VersionText.h"
 #include "lint/cGrammar.h"
-#include "plugins/cXmlTreeReader.h"
 #include "report/cFindings.h"
 
 #include <QtCore/QRegularExpression>

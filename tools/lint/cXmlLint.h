@@ -1,9 +1,8 @@
 #pragma once
 
-#include "plugins/cXmlTree.h"
+#include "core/cXmlTree.h"
 
 #include <QtCore/QString>
-
 
 class QByteArray;
 class cFindings;

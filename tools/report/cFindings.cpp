@@ -1,6 +1,6 @@
 #include "report/cFindings.h"
 
-#include "plugins/cXmlTree.h"
+#include "core/cXmlTree.h"
 
 #include <algorithm>
 

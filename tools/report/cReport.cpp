@@ -1,7 +1,7 @@
 #include "report/cReport.h"
 
-#include "terminal/Terminal.h"
 #include "report/cFindings.h"
+#include "terminal/Terminal.h"
 
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonDocument>

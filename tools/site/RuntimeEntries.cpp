@@ -1,6 +1,6 @@
 #include "site/RuntimeEntries.h"
 
-#include "plugins/cXmlTreeReader.h"
+#include "core/cXmlTreeReader.h"
 
 QList<cRuntimeEntry> readRuntimeEntries(const QByteArray& xml)
 {

@@ -1,4 +1,4 @@
-#include "plugins/cXmlTree.h"
+#include "core/cXmlTree.h"
 
 QStringView cXmlElement::tag() const
 {

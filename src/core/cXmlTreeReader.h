@@ -1,6 +1,6 @@
 #pragma once
 
-#include "plugins/cXmlTree.h"
+#include "core/cXmlTree.h"
 
 #include <QtCore/QByteArray>
 #include <QtCore/QString>

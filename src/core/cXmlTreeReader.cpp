@@ -1,4 +1,4 @@
-#include "plugins/cXmlTreeReader.h"
+#include "core/cXmlTreeReader.h"
 
 #include "core/cXmlGuard.h"
 
