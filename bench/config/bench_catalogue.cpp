@@ -6,6 +6,7 @@
 #include "config/cFeatureCatalogue.h"
 
 #include <Goals.h>
+#include <KeepMemory.h>
 
 #include <QtCore/QByteArray>
 #include <QtCore/QHash>
@@ -57,6 +58,7 @@ BENCHMARK(readCatalogue)
 
 int main(int argc, char** argv)
 {
+    keepMemory();
     Goals goals;
     goals.atMost("catalogue_10k", "readCatalogue/10000", "readCatalogue/1000", 13);
     goals.atMost("catalogue_100k", "readCatalogue/100000", "readCatalogue/10000", 13);

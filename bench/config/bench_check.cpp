@@ -10,6 +10,7 @@
 #include <Norvale/cLogCentral.h>
 
 #include <Goals.h>
+#include <KeepMemory.h>
 #include <cProcessorTime.h>
 
 #include <QtCore/QCoreApplication>
@@ -94,6 +95,7 @@ BENCHMARK(checkForUpdates)
 
 int main(int argc, char** argv)
 {
+    keepMemory();
     QCoreApplication application(argc, argv);
     QCoreApplication::setOrganizationName(QStringLiteral("NorvaleBench"));
     QCoreApplication::setApplicationName(QStringLiteral("Check"));

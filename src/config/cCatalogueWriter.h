@@ -1,6 +1,6 @@
 #pragma once
 
-#include <QtCore/QList>
+#include <QtCore/QVector>
 #include <QtCore/QSharedPointer>
 #include <QtXml/QDomDocument>
 
@@ -14,7 +14,7 @@ class cFeaturePlugin;
 class cCatalogueWriter
 {
 public:
-    using Features = QList<QSharedPointer<cFeatureInstance>>;
+    using Features = QVector<QSharedPointer<cFeatureInstance>>;
 
     cCatalogueWriter() = delete;
 

@@ -84,7 +84,7 @@ QString cConfigurationMgr::readCatalogue(const QString& path, cFeatureCatalogue&
     return reader.read(xml) ? QString() : reader.errorString();
 }
 
-bool cConfigurationMgr::saveFeatures(const QList<QSharedPointer<cFeatureInstance>>& features)
+bool cConfigurationMgr::saveFeatures(const QVector<QSharedPointer<cFeatureInstance>>& features)
 {
     const QDomDocument document = cCatalogueWriter::document(features, Corvane::currentVersion());
     QString error;

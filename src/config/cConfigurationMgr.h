@@ -49,7 +49,7 @@ public:
 
     /// Writes @p features as the features file: a fresh document, beside the old file, flushed and renamed over it. The
     /// root's version is the installed repository version. False when it cannot be written; the old file then stays.
-    [[nodiscard]] bool saveFeatures(const QList<QSharedPointer<cFeatureInstance>>& features);
+    [[nodiscard]] bool saveFeatures(const QVector<QSharedPointer<cFeatureInstance>>& features);
 
     bool publishInstalledPlugins() override;
     bool isFeatureInstalled(const QString& name) const override;

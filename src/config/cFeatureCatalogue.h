@@ -10,7 +10,7 @@
 class cFeatureCatalogue
 {
 public:
-    const QList<QSharedPointer<cFeatureInstance>>& features() const { return m_features.list(); }
+    const QVector<QSharedPointer<cFeatureInstance>>& features() const { return m_features.list(); }
     bool isEmpty() const { return m_features.list().isEmpty(); }
     void append(const QSharedPointer<cFeatureInstance>& feature) { m_features.append(feature); }
 

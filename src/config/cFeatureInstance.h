@@ -36,7 +36,7 @@ public:
     void setDisplayName(const QString& language, const QString& text);
 
     /// In document order.
-    const QList<QSharedPointer<cFeaturePlugin>>& plugins() const { return m_plugins.list(); }
+    const QVector<QSharedPointer<cFeaturePlugin>>& plugins() const { return m_plugins.list(); }
     void addPlugin(const QSharedPointer<cFeaturePlugin>& plugin) { m_plugins.append(plugin); }
     /// The first plugin with this name; null when none.
     QSharedPointer<cFeaturePlugin> findPlugin(const QString& name) const { return m_plugins.find(name); }

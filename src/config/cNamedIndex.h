@@ -1,10 +1,10 @@
 #pragma once
 
 #include "config/cVersionKey.h"
+#include "core/cHashSlots.h"
 
-#include <QtCore/QHash>
-#include <QtCore/QList>
 #include <QtCore/QSharedPointer>
+#include <QtCore/QVector>
 
 /**
  * A list of shared records in order, with an index beside it, so that a lookup by name, or by name and version, costs
@@ -18,31 +18,35 @@ class cNamedIndex
 public:
     using Pointer = QSharedPointer<Record>;
 
-    const QList<Pointer>& list() const { return m_list; }
+    const QVector<Pointer>& list() const { return m_list; }
 
     void append(const Pointer& record)
     {
         m_list.append(record);
-        if (m_list.size() == SearchedLength + 1)
-            addToIndex(m_list);
-        else if (m_list.size() > SearchedLength)
-            addToIndex({record});
+        if (m_list.size() <= SearchedLength)
+            return;
+        if (m_list.size() == SearchedLength + 1) {
+            for (int place = 0; place < SearchedLength; ++place)
+                addToIndex(place);
+        }
+        addToIndex(m_list.size() - 1);
     }
 
     /// The first record with this name; null when none.
     Pointer find(const QString& name) const
     {
-        if (m_list.size() > SearchedLength)
-            return m_byName.value(name);
-        return search([&](const Record& record) { return record.name() == name; });
+        if (m_list.size() <= SearchedLength)
+            return search([&](const Record& record) { return record.name() == name; });
+        return recordAt(findPlace(name, cHashSlots::hash(name)));
     }
 
     /// The first record with this name and all three version components equal; null when none.
     Pointer find(const QString& name, const cVersion& version) const
     {
-        if (m_list.size() > SearchedLength)
-            return m_byVersion.value({name, version});
-        return search([&](const Record& record) { return record.name() == name && record.version() == version; });
+        if (m_list.size() <= SearchedLength)
+            return search([&](const Record& record) { return record.name() == name && record.version() == version; });
+        const cVersionKey key{name, version};
+        return recordAt(findPlace(key, qHash(key, cHashSlots::seed())));
     }
 
     void clear()
@@ -57,16 +61,31 @@ private:
     /// memory than the records.
     static constexpr int SearchedLength = 8;
 
-    void addToIndex(const QList<Pointer>& records)
+    int findPlace(const QString& name, uint hash) const
     {
-        for (const Pointer& record : records) {
-            if (!m_byName.contains(record->name()))
-                m_byName.insert(record->name(), record);
-            const cVersionKey key{record->name(), record->version()};
-            if (!m_byVersion.contains(key))
-                m_byVersion.insert(key, record);
-        }
+        return m_byName.find(hash, [&](int place) { return m_list.at(place)->name() == name; });
     }
+
+    int findPlace(const cVersionKey& key, uint hash) const
+    {
+        return m_byVersion.find(hash, [&](int place) {
+            const Record& record = *m_list.at(place);
+            return record.version() == key.version && record.name() == key.name;
+        });
+    }
+
+    void addToIndex(int place)
+    {
+        const cVersionKey key{m_list.at(place)->name(), m_list.at(place)->version()};
+        const uint nameHash = cHashSlots::hash(key.name);
+        if (findPlace(key.name, nameHash) == cHashSlots::Absent)
+            m_byName.insert(nameHash, place);
+        const uint versionHash = qHash(key, cHashSlots::seed());
+        if (findPlace(key, versionHash) == cHashSlots::Absent)
+            m_byVersion.insert(versionHash, place);
+    }
+
+    Pointer recordAt(int place) const { return place == cHashSlots::Absent ? Pointer() : m_list.at(place); }
 
     template <typename Predicate>
     Pointer search(Predicate isMatch) const
@@ -78,7 +97,7 @@ private:
         return Pointer();
     }
 
-    QList<Pointer> m_list;
-    QHash<QString, Pointer> m_byName;
-    QHash<cVersionKey, Pointer> m_byVersion;
+    QVector<Pointer> m_list;
+    cHashSlots m_byName;
+    cHashSlots m_byVersion;
 };

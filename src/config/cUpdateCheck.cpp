@@ -2,11 +2,10 @@
 
 #include "config/cUpdateMgr.h"
 #include "core/Settings.h"
+#include "core/cNameSet.h"
 #include "plugins/cPluginMgr.h"
 
 #include <Norvale/cLogCentral.h>
-
-#include <QtCore/QSet>
 
 #include <limits>
 
@@ -100,34 +99,45 @@ void cUpdateCheck::compare(const QStringList& names)
     m_result["result_code"] = isNewer ? Available : NothingNewer;
 }
 
-QStringList cUpdateCheck::namesWithInstalled(QStringList names) const
+QVector<QString> cUpdateCheck::namesWithInstalled(const QStringList& names) const
 {
+    QVector<QString> all;
+    cNameSet present;
+    const auto append = [&](const QString& name) {
+        if (present.insert(name))
+            all.append(name);
+    };
+    for (const QString& name : names)
+        append(name);
     for (const QSharedPointer<cFeatureInstance>& feature : m_installed.features())
-        names.append(feature->name());
-    names.removeDuplicates();
-    return names;
+        append(feature->name());
+    return all;
 }
 
-std::list<QString> cUpdateCheck::closure(const QStringList& names) const
+QVector<QString> cUpdateCheck::closure(const QVector<QString>& names) const
 {
-    std::list<QString> closure(names.begin(), names.end());
-    QSet<QString> present(names.begin(), names.end());
-    for (auto current = closure.begin(); current != closure.end(); ++current) {
-        const QSharedPointer<cFeatureInstance> feature = m_available.find(*current);
+    QVector<QString> closure;
+    QVector<QString> waiting;
+    cNameSet present;
+    for (auto name = names.rbegin(); name != names.rend(); ++name) {
+        present.insert(*name);
+        waiting.append(*name);
+    }
+    while (!waiting.isEmpty()) {
+        closure.append(waiting.takeLast());
+        const QSharedPointer<cFeatureInstance> feature = m_available.find(closure.last());
         if (!feature)
             continue;
         // Each goes directly behind the current entry, so that the last of them is visited next.
         for (const QString& dependency : feature->dependencies()) {
-            if (present.contains(dependency))
-                continue;
-            present.insert(dependency);
-            closure.insert(std::next(current), dependency);
+            if (present.insert(dependency))
+                waiting.append(dependency);
         }
     }
     return closure;
 }
 
-bool cUpdateCheck::collectFeatures(const std::list<QString>& names)
+bool cUpdateCheck::collectFeatures(const QVector<QString>& names)
 {
     for (const QString& name : names) {
         // Taken as it lies on the disk, whatever a repository says.
@@ -148,13 +158,10 @@ bool cUpdateCheck::collectFeatures(const std::list<QString>& names)
 qint64 cUpdateCheck::collectPlugins()
 {
     qint64 size = 0;
-    QSet<QString> names;
+    cNameSet names;
     for (const QSharedPointer<cFeatureInstance>& feature : qAsConst(m_features)) {
         for (const QSharedPointer<cFeaturePlugin>& plugin : feature->plugins()) {
-            if (names.contains(plugin->name()))
-                continue;
-            names.insert(plugin->name());
-            if (m_known.isKnown(plugin->name(), plugin->version()))
+            if (!names.insert(plugin->name()) || m_known.isKnown(plugin->name(), plugin->version()))
                 continue;
             m_plugins.append(plugin);
             size += plugin->size();

@@ -7,8 +7,7 @@
 #include <Norvale/cLog.h>
 
 #include <QtCore/QStringList>
-
-#include <list>
+#include <QtCore/QVector>
 
 class cPluginMgr;
 class cUpdateMgr;
@@ -24,8 +23,8 @@ class cUpdateMgr;
 class cUpdateCheck
 {
 public:
-    using Features = QList<QSharedPointer<cFeatureInstance>>;
-    using Plugins = QList<QSharedPointer<cFeaturePlugin>>;
+    using Features = QVector<QSharedPointer<cFeatureInstance>>;
+    using Plugins = QVector<QSharedPointer<cFeaturePlugin>>;
 
     /// @p installed and @p plugins are only read, and must live as long as this object.
     cUpdateCheck(const cFeatureCatalogue& installed, const cPluginMgr& plugins);
@@ -62,11 +61,12 @@ private:
     bool isRuntimeTooOld() const;
     void requireRuntime();
     void compare(const QStringList& names);
-    QStringList namesWithInstalled(QStringList names) const;
+    /// Each once.
+    QVector<QString> namesWithInstalled(const QStringList& names) const;
     /// The names with everything that their features in the new repository depend on, each once.
-    std::list<QString> closure(const QStringList& names) const;
+    QVector<QString> closure(const QVector<QString>& names) const;
     /// False when the new repository lacks one of the features.
-    bool collectFeatures(const std::list<QString>& names);
+    bool collectFeatures(const QVector<QString>& names);
     /// @return the bytes of what is to be fetched.
     qint64 collectPlugins();
 

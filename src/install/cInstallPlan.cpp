@@ -118,9 +118,9 @@ void cInstallPlan::enter(const cFeatureInstance& feature, QHash<QString, cVersio
         versions.insert(plugin->name(), plugin->version());
 }
 
-QList<QSharedPointer<cFeatureInstance>> cInstallPlan::result() const
+QVector<QSharedPointer<cFeatureInstance>> cInstallPlan::result() const
 {
-    QList<QSharedPointer<cFeatureInstance>> result;
+    QVector<QSharedPointer<cFeatureInstance>> result;
     QSet<QString> placed;
     for (const QSharedPointer<cFeatureInstance>& feature : m_installed.features()) {
         if (!isTaken(feature->name())) {
@@ -137,9 +137,9 @@ QList<QSharedPointer<cFeatureInstance>> cInstallPlan::result() const
     return result;
 }
 
-QList<cInstallPlan::Plugin> cInstallPlan::added() const
+QVector<cInstallPlan::Plugin> cInstallPlan::added() const
 {
-    QList<Plugin> added;
+    QVector<Plugin> added;
     QSet<QString> seen = m_present;
     for (const Feature& feature : m_features) {
         for (const Plugin& plugin : feature.record->plugins()) {
@@ -153,14 +153,14 @@ QList<cInstallPlan::Plugin> cInstallPlan::added() const
     return added;
 }
 
-QList<cInstallPlan::Plugin> cInstallPlan::removed() const
+QVector<cInstallPlan::Plugin> cInstallPlan::removed() const
 {
     QSet<QString> kept;
     for (const QSharedPointer<cFeatureInstance>& feature : result()) {
         for (const Plugin& plugin : feature->plugins())
             kept.insert(plugin->identity());
     }
-    QList<Plugin> removed;
+    QVector<Plugin> removed;
     for (const QSharedPointer<cFeatureInstance>& feature : m_installed.features()) {
         for (const Plugin& plugin : feature->plugins()) {
             if (kept.contains(plugin->identity()))

@@ -3,10 +3,10 @@
 #include "config/cFeatureCatalogue.h"
 
 #include <QtCore/QHash>
-#include <QtCore/QList>
 #include <QtCore/QSet>
 #include <QtCore/QString>
 #include <QtCore/QStringList>
+#include <QtCore/QVector>
 
 /**
  * What an install from a location is to change: which features it brings, which of them have to be left out, and what
@@ -32,7 +32,7 @@ public:
     /// @param present identities of the plugins of @p installed whose folders are really there.
     cInstallPlan(const cFeatureCatalogue& installed, const QSet<QString>& present, const cFeatureCatalogue& offered);
 
-    const QList<Feature>& features() const { return m_features; }
+    const QVector<Feature>& features() const { return m_features; }
     /// Leaves out the feature at @p index.
     void leaveOut(int index, const QString& fault, bool isWorthRetrying = false);
 
@@ -47,11 +47,11 @@ public:
     bool hasTaken() const;
 
     /// The installed features after the run: those that stay, with replacements in their places, then the new ones.
-    QList<QSharedPointer<cFeatureInstance>> result() const;
+    QVector<QSharedPointer<cFeatureInstance>> result() const;
     /// Plugins of the taken features that are not there yet, and installed ones that the result names no more; each
     /// once.
-    QList<Plugin> added() const;
-    QList<Plugin> removed() const;
+    QVector<Plugin> added() const;
+    QVector<Plugin> removed() const;
 
     /// "name-version" of all plugins that the run may add or remove, whatever will be left out.
     QStringList touched() const;
@@ -67,6 +67,6 @@ private:
 
     cFeatureCatalogue m_installed;
     QSet<QString> m_present;
-    QList<Feature> m_features;
+    QVector<Feature> m_features;
     QHash<QString, int> m_placeByName; // in m_features
 };

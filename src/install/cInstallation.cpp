@@ -189,7 +189,7 @@ void cInstallation::reportLeftOut()
 
 void cInstallation::runCommands()
 {
-    using Plugins = QList<cInstallPlan::Plugin>;
+    using Plugins = QVector<cInstallPlan::Plugin>;
     const Plugins removed = m_plan->removed();
     const Plugins added = m_plan->added();
     const int total = mulDiv(100, added.size() + 2 * removed.size(), 70);

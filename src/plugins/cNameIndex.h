@@ -1,6 +1,7 @@
 #pragma once
 
-#include <QtCore/QHash>
+#include "core/cHashSlots.h"
+
 #include <QtCore/QString>
 #include <QtCore/QStringView>
 
@@ -8,29 +9,23 @@
 
 /**
  * Finds the first place of a name in a list of names that neither grows nor changes.
- *
- * The slots lie side by side and hold the hash, so a search reads one slot and the name itself, where QHash reads a
- * bucket, a node and the name, each from somewhere else: with ten thousand names that is what the time goes into.
  */
 class cNameIndex
 {
 public:
-    static constexpr int Absent = -1;
+    static constexpr int Absent = cHashSlots::Absent;
 
     explicit cNameIndex(const std::vector<QString>& names);
 
     /// @return the place of the first such name; Absent when there is none.
-    int find(QStringView name) const;
+    int find(QStringView name) const { return find(name, cHashSlots::hash(name)); }
 
 private:
-    struct Slot
+    int find(QStringView name, uint hash) const
     {
-        uint hash;
-        int place = Absent;
-    };
-
-    size_t slotOf(QStringView name, uint hash) const;
+        return m_slots.find(hash, [&](int place) { return m_names[place] == name; });
+    }
 
     const std::vector<QString>& m_names;
-    std::vector<Slot> m_slots; // a power of two, at least half as many again as names
+    cHashSlots m_slots;
 };

@@ -6,6 +6,7 @@
 #include <QtCore/QByteArray>
 #include <QtCore/QList>
 #include <QtCore/QString>
+#include <QtCore/QVector>
 
 class cSiteState;
 struct cNewFile;
@@ -50,7 +51,7 @@ private:
 
     const cSiteState& m_state;
     const cSiteAddition& m_wanted;
-    QList<Feature> m_features;
+    QVector<Feature> m_features;
     QList<cRuntimeEntry> m_runtimes;
     cFeatureCatalogue m_catalogue;
     QByteArray m_xml;

@@ -11,7 +11,7 @@
 
 namespace {
 
-QSet<QString> namesOf(const QList<QSharedPointer<cFeaturePlugin>>& plugins)
+QSet<QString> namesOf(const QVector<QSharedPointer<cFeaturePlugin>>& plugins)
 {
     QSet<QString> names;
     for (const QSharedPointer<cFeaturePlugin>& plugin : plugins)
@@ -32,13 +32,13 @@ const cManifest* cSuite::manifestOf(const cFeaturePlugin& plugin) const
     return it == m_manifests.constEnd() ? nullptr : &*it;
 }
 
-QList<QSharedPointer<cFeaturePlugin>> cSuite::plugins() const
+QVector<QSharedPointer<cFeaturePlugin>> cSuite::plugins() const
 {
     cPublication publication;
     for (const QSharedPointer<cFeatureInstance>& feature : m_catalogue.features())
         if (!publication.add(*feature))
             break; // two versions of a plugin; the catalogue's check says so
-    return publication.plugins().toList();
+    return publication.plugins();
 }
 
 void cSuite::check(const QString& file, cFindings& findings) const
@@ -59,7 +59,7 @@ QStringList cSuite::dependenciesOf(const cFeaturePlugin& plugin) const
 
 void cSuite::checkDependencies(const QString& file, cFindings& findings) const
 {
-    const QList<QSharedPointer<cFeaturePlugin>> all = plugins();
+    const QVector<QSharedPointer<cFeaturePlugin>> all = plugins();
     const QSet<QString> names = namesOf(all);
     for (const QSharedPointer<cFeaturePlugin>& plugin : all)
         for (const QString& name : dependenciesOf(*plugin))
@@ -112,7 +112,7 @@ QSet<QString> cSuite::pluginsBehind(const cFeatureInstance& feature) const
 // The order of start decides; what it says of absent dependencies has been told.
 void cSuite::checkCircles(const QString& file, cFindings& findings) const
 {
-    const QList<QSharedPointer<cFeaturePlugin>> all = plugins();
+    const QVector<QSharedPointer<cFeaturePlugin>> all = plugins();
     const QSet<QString> names = namesOf(all);
     cDependencyOrder order;
     for (const QSharedPointer<cFeaturePlugin>& plugin : all) {

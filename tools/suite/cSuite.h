@@ -4,7 +4,7 @@
 #include "plugins/cManifest.h"
 
 #include <QtCore/QHash>
-#include <QtCore/QList>
+#include <QtCore/QVector>
 #include <QtCore/QSet>
 #include <QtCore/QSharedPointer>
 #include <QtCore/QString>
@@ -26,7 +26,7 @@ public:
     const cManifest* manifestOf(const cFeaturePlugin& plugin) const;
 
     /// The plugins that the catalogue publishes, one of each name, in the order of publication.
-    QList<QSharedPointer<cFeaturePlugin>> plugins() const;
+    QVector<QSharedPointer<cFeaturePlugin>> plugins() const;
 
     /// Holds the plugins against each other: what they depend on is there and in reach, not in a circle, and a service
     /// belongs to one. @p file is what findings name. Plugins without a manifest are left out.
