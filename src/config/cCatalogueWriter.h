@@ -1,7 +1,7 @@
 #pragma once
 
-#include <QtCore/QVector>
 #include <QtCore/QSharedPointer>
+#include <QtCore/QVector>
 #include <QtXml/QDomDocument>
 
 class cFeatureInstance;

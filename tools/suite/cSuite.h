@@ -4,11 +4,11 @@
 #include "plugins/cManifest.h"
 
 #include <QtCore/QHash>
-#include <QtCore/QVector>
 #include <QtCore/QSet>
 #include <QtCore/QSharedPointer>
 #include <QtCore/QString>
 #include <QtCore/QStringList>
+#include <QtCore/QVector>
 
 class cFindings;
 
