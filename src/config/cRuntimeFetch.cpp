@@ -97,9 +97,11 @@ bool cRuntimeFetch::transferTo(QFile& file)
 bool cRuntimeFetch::moveIntoPlace(const QString& part)
 {
     std::error_code failure;
+    waitUntilReplaceable(m_path);
     std::filesystem::rename(nativePath(part), nativePath(m_path), failure);
     if (failure)
-        return fail(QStringLiteral("%1 cannot be written: %2").arg(m_path, QString::fromStdString(failure.message())));
+        return fail(
+            QStringLiteral("%1 cannot be written: %2").arg(m_path, QString::fromLocal8Bit(failure.message().c_str())));
     flushFolder(QFileInfo(m_path).absolutePath());
     return true;
 }

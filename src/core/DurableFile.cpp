@@ -6,6 +6,16 @@
 #include <QtCore/QSaveFile>
 #include <QtCore/QString>
 
+namespace {
+
+bool putInPlace(QSaveFile& file)
+{
+    waitUntilReplaceable(file.fileName());
+    return file.commit();
+}
+
+} // namespace
+
 bool replaceFile(const QString& path, const QByteArray& bytes, QString* error)
 {
     const QString folder = QFileInfo(path).absolutePath();
@@ -18,7 +28,7 @@ bool replaceFile(const QString& path, const QByteArray& bytes, QString* error)
             cause = file.errorString();
         else if (!flushFile(file)) // it would flush by itself, and go on when that fails
             cause = QStringLiteral("it cannot be flushed to the disk");
-        else if (!file.commit())
+        else if (!putInPlace(file))
             cause = file.errorString();
     }
     if (!cause.isEmpty()) {

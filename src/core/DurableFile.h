@@ -13,6 +13,10 @@ class QString;
 ///         be null) names the path and the cause.
 [[nodiscard]] bool replaceFile(const QString& path, const QByteArray& bytes, QString* error);
 
+/// Where nothing can take the place of a file that somebody has open, waits until nobody has the file at @p path open
+/// any more. Scanners and readers are gone in a moment; who stays longer than two seconds is not waited for.
+void waitUntilReplaceable(const QString& path);
+
 /// Writes what the open @p file holds to the disk. @return false when the system refuses.
 [[nodiscard]] bool flushFile(QFileDevice& file);
 

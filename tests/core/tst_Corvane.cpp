@@ -11,6 +11,7 @@
 #include <QtXml/QDomDocument>
 
 #include <functional>
+#include <thread>
 
 struct Handler : Corvane::ILocalSocketMessageHandler
 {
@@ -54,6 +55,17 @@ private slots:
         QVERIFY2(replaceFile(path, "two", &error), qPrintable(error));
         QCOMPARE(Corvane::FileReadAll(path, nullptr), QByteArray("two"));
         QVERIFY(flushFolder(QFileInfo(path).path()) && !flushFolder(path));
+
+        // Where nothing can take the place of an open file, a reader is waited for.
+        QFile reader(path);
+        QVERIFY(reader.open(QIODevice::ReadOnly));
+        std::thread reading([&] {
+            QThread::msleep(300);
+            reader.close();
+        });
+        const bool isReplaced = replaceFile(path, "two", &error);
+        reading.join();
+        QVERIFY2(isReplaced, qPrintable(error));
 
         // Neither over a folder nor below a file; what is there stays, and nothing is left beside it.
         for (const QString& refused : {QFileInfo(path).path(), path + "/below"}) {
