@@ -1,19 +1,26 @@
 #include "install/EmptyFolder.h"
 
-#include <QtCore/QDir>
+#include "core/LongPath_win.h"
 
 #include <windows.h>
 
 bool removeEmptyFolder(const QString& path)
 {
-    const QString nativePath = QDir::toNativeSeparators(path);
-    // Command lines run in the plugin's folder; scanners, too, look at what is new for a moment.
+    const std::wstring name = longPath(path);
+    // Command lines run in the plugin's folder; scanners, too, look at what is new for a moment, and what was removed
+    // while they looked at it stays until they are done.
     for (int tries = 0; tries < 40; ++tries) {
-        if (RemoveDirectoryW(reinterpret_cast<const wchar_t*>(nativePath.utf16())))
+        if (RemoveDirectoryW(name.c_str()))
             return true;
-        if (GetLastError() != ERROR_SHARING_VIOLATION)
+        const DWORD reason = GetLastError();
+        const DWORD attributes = GetFileAttributesW(name.c_str());
+        if (reason == ERROR_ACCESS_DENIED && attributes != INVALID_FILE_ATTRIBUTES &&
+            (attributes & FILE_ATTRIBUTE_READONLY))
+            SetFileAttributesW(name.c_str(), attributes & ~DWORD(FILE_ATTRIBUTE_READONLY));
+        else if (reason == ERROR_SHARING_VIOLATION || reason == ERROR_DIR_NOT_EMPTY)
+            Sleep(50);
+        else
             return false;
-        Sleep(50);
     }
     return false;
 }

@@ -182,9 +182,10 @@ private slots:
         QVERIFY(m_manager->installDropbox());
         const QString plugins = m_root + "/core/plugins";
         QTRY_VERIFY(QDir(plugins + "/B-1.00.000").removeRecursively());
-        for (const char* folder : {"/A-1.00.000/sub/deep", "/B-1.00.000", "/Mine-1.00.000"})
+        const QString deep = "/A-1.00.000" + QString("/a folder that is deep").repeated(12);
+        for (const QString& folder : {deep, QString("/B-1.00.000"), QString("/Mine-1.00.000")})
             QVERIFY(QDir().mkpath(plugins + folder));
-        QFile::setPermissions(plugins + "/A-1.00.000/sub/deep", QFile::ReadOwner);
+        QFile::setPermissions(plugins + deep, QFile::ReadOwner);
         m_signals.clear();
         QVERIFY(m_manager->uninstallPlugins());
         QCOMPARE(m_signals.join(", "), QString("uninstall A 1.00.000, ., remove A 1.00.000, ., remove B 1.00.000, ."));
@@ -194,6 +195,19 @@ private slots:
         QVERIFY(!QSettings(QSettings::SystemScope, "Varkel", "Pelmora").contains("ConfigMgr/RepositoryName"));
         QVERIFY(QDir().rmdir(plugins + "/Mine-1.00.000") && m_manager->uninstallPlugins() &&
                 !QFile::exists(m_root + "/core"));
+    }
+    void removesWhatIsInUseAtALaterStart()
+    {
+        offer({"main 1.0", "Core 1.0: A 1.0, B 1.0"});
+        QVERIFY(m_manager->installDropbox());
+        QFile used(m_root + "/core/plugins/A-1.00.000/" + Platform::library("it"));
+        QVERIFY(used.open(QFile::ReadOnly));
+        offer({"main 2.0", "Core 2.0: A 2.0"});
+        QVERIFY(m_manager->installDropbox());
+        QCOMPARE(installed(), QString("2.00.000 Core 2.0: A 2.0"));
+        QVERIFY(Platform::hasUnixFiles() || (said("A-1.00.000 is not removed whole") && !isWhole()));
+        used.close();
+        QVERIFY(m_manager->installDropbox() && isWhole());
     }
     void removesLinksNotWhatTheyLeadTo()
     {
