@@ -14,9 +14,11 @@ void cUpdateLocation::readFrom(const QVariant& map)
 
 QUrl cUpdateLocation::resolve(const QString& relativePath) const
 {
-    QString path = m_url.path(QUrl::FullyDecoded) + QLatin1Char('/') + relativePath;
-    // Two slashes in front would be the name of a network share to the cleaning on Windows.
-    while (path.startsWith(QLatin1String("//")))
+    QString path = m_url.path(QUrl::FullyDecoded);
+    // Two slashes in front are the name of a network share to the cleaning on Windows; only in a file URL they are one.
+    const bool isShare = m_url.isLocalFile() && path.startsWith(QLatin1String("//"));
+    path += QLatin1Char('/') + relativePath;
+    while (!isShare && path.startsWith(QLatin1String("//")))
         path.remove(0, 1);
     QUrl url = m_url;
     url.setPath(QDir::cleanPath(path), QUrl::DecodedMode);

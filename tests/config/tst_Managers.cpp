@@ -4,6 +4,7 @@
 
 #include <Norvale/Corvane.h>
 #include <Norvale/cLogCentral.h>
+#include <Platform.h>
 #include <Rows.h>
 #include <SettingsSandbox.h>
 
@@ -78,6 +79,10 @@ private slots:
         row("query, user and port stay", "http://u@h:81?k=v#f", "x", "http://u@h:81/x?k=v#f");
         row("percent signs and spaces", "http://h/50%25%20off", "a%b c", "http://h/50%25%20off/a%25b%20c");
         row("not resolved as a URL", "http://h/s", "http://other/x", "http://h/s/http:/other/x");
+        row("drive", "file:///C:/a b/", "c/..", "file:///C:/a%20b");
+        row("share", "file://server/share", "../a", "file://server/a");
+        row("share as a path", "file:////server/share/a", "../b",
+            Platform::hasUnixFiles() ? "file:///server/share/b" : "file:////server/share/b");
     }
     void resolvesPathsOfALocation()
     {
