@@ -12,6 +12,7 @@
 #include <Norvale/Corvane.h>
 #include <Norvale/cLogCentral.h>
 
+#include <QtCore/QBuffer>
 #include <QtCore/QFile>
 #include <QtCore/QScopedValueRollback>
 
@@ -87,8 +88,11 @@ QString cConfigurationMgr::readCatalogue(const QString& path, cFeatureCatalogue&
 bool cConfigurationMgr::saveFeatures(const QVector<QSharedPointer<cFeatureInstance>>& features)
 {
     const QDomDocument document = cCatalogueWriter::document(features, Corvane::currentVersion());
+    QBuffer text; // a text file, as all documents that are saved
+    text.open(QIODevice::WriteOnly | QIODevice::Text);
+    text.write(Declaration + document.toByteArray(2));
     QString error;
-    if (replaceFile(Corvane::velmiraFolderOrFile(Corvane::FeaturesFile), Declaration + document.toByteArray(2), &error))
+    if (replaceFile(Corvane::velmiraFolderOrFile(Corvane::FeaturesFile), text.data(), &error))
         return true;
     m_log.error() << "Cannot write the features file:" << error << Qt::endl;
     return false;

@@ -51,6 +51,8 @@ private slots:
         QCOMPARE(m_manager->installed().version().toString(), QString("7.08.009"));
 
         const QString path = Corvane::velmiraFolderOrFile(Corvane::FeaturesFile);
+        QVERIFY2(Corvane::FileReadAll(path, nullptr).contains("?>" + Platform::lineEnd().toLatin1() + "<repository"),
+                 "it is a text file");
         QVERIFY(QFile::remove(path) && QDir().mkpath(path));
         QVERIFY(!m_manager->saveFeatures({feature}));
         QCOMPARE(logged("Cannot write the features file"), 1);
