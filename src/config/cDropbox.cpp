@@ -3,6 +3,7 @@
 #include "config/cFeatureCatalogue.h"
 #include "config/cRepositoryWriter.h"
 #include "core/DurableFile.h"
+#include "core/SafeName.h"
 
 #include <Norvale/Corvane.h>
 
@@ -31,12 +32,13 @@ QSharedPointer<cFeatureInstance> withoutSources(const cFeatureInstance& feature)
     return copy;
 }
 
+/// In the form that counts where a file keeps the case that it was first written with.
 QSet<QString> packagesOf(const cFeatureCatalogue& update)
 {
     QSet<QString> names;
     for (const QSharedPointer<cFeatureInstance>& feature : update.features()) {
         for (const QSharedPointer<cFeaturePlugin>& plugin : feature->plugins())
-            names.insert(plugin->packageFileName());
+            names.insert(caselessFileName(plugin->packageFileName()));
     }
     return names;
 }
@@ -94,7 +96,7 @@ QString cDropbox::tidy(const cFeatureCatalogue& update)
     QStringList left;
     const QStringList files = QDir(m_folder).entryList(QDir::Files | QDir::Hidden | QDir::System);
     for (const QString& file : files) {
-        if (isOurs(file) && !named.contains(file) && !QFile::remove(path(file)))
+        if (isOurs(file) && !named.contains(caselessFileName(file)) && !QFile::remove(path(file)))
             left.append(file);
     }
     return left.join(QLatin1String(", "));

@@ -55,10 +55,15 @@ bool cUpdateApply::isCoreNewEnough()
 
 bool cUpdateApply::areNamesSafe()
 {
+    QHash<QString, QString> identities; // by the caseless form
     for (const QSharedPointer<cFeatureInstance>& feature : m_check.features()) {
         for (const QSharedPointer<cFeaturePlugin>& plugin : feature->plugins()) {
             if (!isSafeFileName(plugin->name()))
                 return fail(plugin->identity(), QStringLiteral("the plugin's name cannot be a file name"));
+            QString& known = identities[caselessFileName(plugin->identity())];
+            if (!known.isEmpty() && known != plugin->identity())
+                return fail(plugin->identity(), QStringLiteral("differs from %1 only in case").arg(known));
+            known = plugin->identity();
         }
     }
     return true;

@@ -42,3 +42,8 @@ bool isSafeFileName(const QString& name)
         return false;
     return std::none_of(name.begin(), name.end(), isForbidden) && !isDevice(name);
 }
+
+QString caselessFileName(const QString& name)
+{
+    return name.normalized(QString::NormalizationForm_C).toCaseFolded();
+}

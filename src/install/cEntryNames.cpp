@@ -36,7 +36,7 @@ QString cEntryNames::add(const QString& name)
 
 QString cEntryNames::addStep(const QString& path, bool isFolder, bool isWay, bool* isNew)
 {
-    const QString key = path.normalized(QString::NormalizationForm_C).toCaseFolded();
+    const QString key = caselessFileName(path);
     const auto known = m_known.constFind(key);
     *isNew = known == m_known.constEnd();
     if (*isNew) {

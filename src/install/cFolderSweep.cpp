@@ -1,5 +1,6 @@
 #include "install/cFolderSweep.h"
 
+#include "core/SafeName.h"
 #include "install/cFolderJournal.h"
 #include "install/cFolderRemover.h"
 #include "install/cOperation.h"
@@ -14,9 +15,12 @@ void cFolderSweep::run(const QSet<QString>& named)
     cFolderJournal journal;
     if (!journal.exists())
         return;
+    QSet<QString> kept;
+    for (const QString& identity : named)
+        kept.insert(caselessFileName(identity));
     bool isDone = true;
     for (const QString& identity : journal.identities()) {
-        if (!named.contains(identity))
+        if (!kept.contains(caselessFileName(identity)))
             isDone = remove(identity) && isDone;
     }
     if (isDone && !journal.remove())

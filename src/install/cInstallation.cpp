@@ -64,7 +64,10 @@ bool cInstallation::run(const cFeatureCatalogue& offered, const QString& path, b
         return refuse(QStringLiteral("it needs the core version %1; this is %2")
                           .arg(offered.coreVersion().toString(), Corvane::currentVersion()));
     m_source = std::make_unique<cPackageSource>(path);
-    m_plan = std::make_unique<cInstallPlan>(m_configuration.installed(), present(), offered);
+    const QSet<QString> present = this->present();
+    for (const QString& identity : present)
+        m_occupants.insert(caselessFileName(identity), identity);
+    m_plan = std::make_unique<cInstallPlan>(m_configuration.installed(), present, offered);
     if (!prepare(offered))
         return false;
     unpackAll(consume);
@@ -146,6 +149,9 @@ cInstallation::Outcome cInstallation::unpack(const cFeaturePlugin& plugin, bool 
         return {QStringLiteral("the plugin name \"%1\" cannot name a folder").arg(plugin.name()), false};
     if (m_plan->isPresent(plugin))
         return {};
+    const QString occupant = m_occupants.value(caselessFileName(plugin.identity()), plugin.identity());
+    if (occupant != plugin.identity())
+        return {QStringLiteral("the plugin %1 would have the folder of %2").arg(plugin.identity(), occupant), false};
     const QString path = m_source->find(plugin);
     if (path.isEmpty())
         return {QStringLiteral("its package %1 is not there").arg(plugin.packageFileName()), false};
@@ -170,6 +176,7 @@ cInstallation::Outcome cInstallation::writePackage(const cFeaturePlugin& plugin,
         return {remover.errorString(), true};
     cPackageUnpacker unpacker(folder);
     if (unpacker.unpack(package)) {
+        m_occupants.insert(caselessFileName(plugin.identity()), plugin.identity());
         m_plugins.findOrMake(plugin.name(), plugin.version());
         return {};
     }

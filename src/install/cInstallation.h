@@ -68,5 +68,6 @@ private:
     cRepositorySettings m_settings;
     std::unique_ptr<cInstallPlan> m_plan;
     std::unique_ptr<cPackageSource> m_source;
-    QHash<QString, Outcome> m_outcomes; // by identity
+    QHash<QString, Outcome> m_outcomes;  // by identity
+    QHash<QString, QString> m_occupants; // identities of the plugins that are there, by the caseless form
 };

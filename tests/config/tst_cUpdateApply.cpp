@@ -103,6 +103,8 @@ private slots:
         row("no hash", plugin("A", package("", {"../pkg/A"})), "3 A-1.00.000", "", "no hash");
         row("no source", pluginA({}), "3 A-1.00.000", "", "no source");
         row("out of the folder", pluginA() + plugin("../x", ""), "3 ../x-1.00.000", "", "be a file name");
+        row("two in one file, where case makes no difference", pluginA() + plugin("a", ""), "3 a-1.00.000", "",
+            "differs from A-1.00.000");
         row("into a folder", pluginA() + plugin("x\\A", ""), "3 x\\A-1.00.000", "", "be a file name");
     }
     void fetchesPackages()

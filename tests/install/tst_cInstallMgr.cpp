@@ -92,6 +92,8 @@ private slots:
             "its package A-2.00.000.zip is not there");
         row("unsafe plugin name", one, {"main 2.0", "Core 2.0: ../plugins/A 1.0 !missing"},
             "1.00.000 Core 1.0: A 1.0, B 1.0", "", done, "cannot name a folder");
+        row("folder of another plugin, where case makes no difference", one, {"main 2.0", "Core 2.0: a 1.0"},
+            "1.00.000 Core 1.0: A 1.0, B 1.0", "", done, "a-1.00.000 would have the folder of A-1.00.000");
         row("would clash with what stays", {"main 1.0", "Core 1.0: A 1.0", "More 1.0: A 1.0, C 1.0"},
             {"main 2.0", "Core 2.0: A 2.0", "More 2.0: A 2.0, C 2.0 !bad-xml"},
             "1.00.000 Core 1.0: A 1.0; More 1.0: A 1.0, C 1.0", "", done,
