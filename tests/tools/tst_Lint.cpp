@@ -112,6 +112,9 @@ private slots:
             repository("<feature name='F' version='1.0'><dependencies>\n<feature name='G'/></dependencies></feature>"),
             ":3:", "feature-unknown-dependency");
         row("plugin of a path", r, feature(package("name='../P' version='1.0.0' size='1'")), ":3:", "plugin-bad-name");
+        row("plugins that differ in case", r,
+            feature(package("name='P' version='1.0.0' size='1'") + package("name='p' version='1.0.0' size='1'")),
+            ":4:", "plugin-name-clash");
         row("plugin without version", r, feature(package("name='P' size='1'")), ":3:", "plugin-bad-version");
         row("no size", r, feature(package("name='P' version='1.0.0'")), ":3:", "plugin-bad-size");
         row("short hash", r, feature(package("name='P' version='1.0.0' size='1'", "abcd")), ":3:", "plugin-bad-hash");

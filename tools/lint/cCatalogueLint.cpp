@@ -129,6 +129,10 @@ void cCatalogueLint::checkPlugin(const cXmlElement& plugin, const QString& featu
         report(Rule::PluginBadName, plugin,
                name.isEmpty() ? QStringLiteral("the plugin has no name")
                               : QStringLiteral("\"%1\" cannot name a folder").arg(name));
+    QString& spelling = m_spellings[caselessFileName(name)];
+    if (!spelling.isEmpty() && spelling != name)
+        report(Rule::PluginNameClash, plugin, QStringLiteral("%1 differs from %2 only in case").arg(name, spelling));
+    spelling = name;
     checkVersionOf(plugin, feature);
     if (m_kind == Kind::Repository)
         checkPackage(plugin);

@@ -42,4 +42,5 @@ private:
     QHash<QString, cVersion> m_features; // the version that comes first
     QSet<cVersionKey> m_featureVersions;
     QHash<QString, QPair<cVersion, QString>> m_plugins; // the version that comes first, and its feature
+    QHash<QString, QString> m_spellings;                // names of plugins by the caseless form
 };

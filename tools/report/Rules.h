@@ -62,6 +62,7 @@ enum class Severity { Error, Warning };
     X(FeatureHidden, "feature-hidden", Error, "a catalogue has one version of a feature: the first hides the others")  \
     X(FeatureUnknownDependency, "feature-unknown-dependency", Error, "a repository holds what its features depend on") \
     X(PluginBadName, "plugin-bad-name", Error, "a plugin's name can name a folder on every system")                    \
+    X(PluginNameClash, "plugin-name-clash", Error, "names of plugins differ in more than case")                        \
     X(PluginBadVersion, "plugin-bad-version", Error, "a plugin's version is MAJOR.MINOR.BUILD")                        \
     X(PluginBadSize, "plugin-bad-size", Warning, "the size of a package is there and a number of bytes")               \
     X(PluginBadHash, "plugin-bad-hash", Error, "a package has a SHA-1 hash in 40 hexadecimal digits")                  \
