@@ -1,10 +1,11 @@
 #include "site/cSiteFetcher.h"
 
+#include <QtCore/QDir>
 #include <QtCore/QFileInfo>
 
 QUrl cSiteFetcher::siteUrl(const QString& place)
 {
-    QString text = place;
+    QString text = QDir::fromNativeSeparators(place);
     if (text.endsWith(QLatin1String("/site.xml")))
         text.chop(int(qstrlen("/site.xml")));
     if (text.contains(QLatin1String("://")))
