@@ -27,7 +27,7 @@ cHostAddress cHostAddress::ofInstallation(const QString& installFolder)
     if (!address.isValid())
         return address;
     const QString name =
-        QStringLiteral("vcore-") + shortHash(canonical(installFolder) + QLatin1Char('\n') + userPart());
+        QStringLiteral("vcore-") + shortHash(comparable(canonical(installFolder)) + QLatin1Char('\n') + userPart());
     address.m_socketName = nameFor(folder, name);
     address.m_lockPath = QDir(folder).absoluteFilePath(name + QStringLiteral(".lock"));
     address.m_updateLockPath = QDir(folder).absoluteFilePath(name + QStringLiteral(".update.lock"));

@@ -35,6 +35,7 @@ private:
     static QString userFolder(QString* error);
     static QString nameFor(const QString& folder, const QString& baseName);
     static QString userPart();
+    static QString comparable(const QString& path);
 
     QString m_socketName;
     QString m_lockPath;

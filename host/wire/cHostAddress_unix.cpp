@@ -42,6 +42,11 @@ QString cHostAddress::nameFor(const QString& folder, const QString& baseName)
     return QDir(folder).absoluteFilePath(baseName + QStringLiteral(".socket"));
 }
 
+QString cHostAddress::comparable(const QString& path)
+{
+    return path;
+}
+
 QString cHostAddress::userPart()
 {
     return QString();

@@ -12,6 +12,11 @@ QString cHostAddress::nameFor(const QString&, const QString& baseName)
     return baseName; // pipes have no folders
 }
 
+QString cHostAddress::comparable(const QString& path)
+{
+    return path.toLower(); // the same folder in whatever case it is written
+}
+
 QString cHostAddress::userPart()
 {
     return QDir::homePath();

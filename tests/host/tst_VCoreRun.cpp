@@ -150,6 +150,11 @@ private slots:
         QVERIFY(m_fixture.serve());
         QCOMPARE(m_fixture.run("--call VCore quit").code, 0);
         QCOMPARE(HostFixture::exitCodeOf(m_fixture.host()), 0);
+
+        const QString suite(VCORE_TEST_SUITE);
+        QCOMPARE(cHostAddress::ofInstallation(suite).lockPath() ==
+                     cHostAddress::ofInstallation(suite.toUpper()).lockPath(),
+                 !Platform::hasUnixFiles());
     }
 
     // Its holder was killed before it had written who it is.
