@@ -34,10 +34,10 @@ bool cShellIcon::bindToParent()
             desktop->ParseDisplayName(nullptr, nullptr, const_cast<wchar_t*>(wide(m_path)), nullptr, &item, nullptr)))
         return false;
     LPCITEMIDLIST last = nullptr;
+    const HRESULT binding = SHBindToParent(item, IID_IShellFolder, m_parent.outVoid(), &last);
     desktop.reset();
-    const bool isBound =
-        SUCCEEDED(SHBindToParent(item, IID_IShellFolder, m_parent.outVoid(), &last)) &&
-        SUCCEEDED(m_parent->GetUIObjectOf(nullptr, 1, &last, IID_IExtractIconW, nullptr, m_extractor.outVoid()));
+    const bool isBound = SUCCEEDED(binding) && SUCCEEDED(m_parent->GetUIObjectOf(nullptr, 1, &last, IID_IExtractIconW,
+                                                                                 nullptr, m_extractor.outVoid()));
     CoTaskMemFree(item); // `last` points into it
     return isBound;
 }
