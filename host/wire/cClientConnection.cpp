@@ -1,5 +1,7 @@
 #include "wire/cClientConnection.h"
 
+#include "wire/LastBytes.h"
+
 #include <Norvale/cMessageSocket.h>
 
 #include <QtCore/QPointer>
@@ -41,10 +43,13 @@ bool cClientConnection::send(const QByteArray& payload)
     return !m_isOver;
 }
 
-void cClientConnection::close()
+void cClientConnection::close(const QDeadlineTimer& patience)
 {
     m_isOver = true;
-    m_socket->flush();
+    while (m_socket->bytesToWrite() > 0 && m_socket->waitForBytesWritten(int(patience.remainingTime()))) {
+    }
+    if (m_socket->state() == QLocalSocket::ConnectedState)
+        waitUntilRead(*m_socket, int(patience.remainingTime()));
     m_socket->disconnectFromServer();
 }
 

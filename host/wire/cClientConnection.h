@@ -2,6 +2,7 @@
 
 #include "wire/cFrameDecoder.h"
 
+#include <QtCore/QDeadlineTimer>
 #include <QtCore/QObject>
 
 class QLocalSocket;
@@ -30,8 +31,9 @@ public:
     /// Sends one frame. @return false when the client is gone or had to be cut off.
     bool send(const QByteArray& payload);
 
-    /// Sends what the system takes at once and ends the connection. Does not emit closed().
-    void close();
+    /// Ends the connection once the client has what was sent to it, when @p patience is over at the latest. Does not
+    /// emit closed().
+    void close(const QDeadlineTimer& patience);
 
 signals:
     /// A whole message arrived.

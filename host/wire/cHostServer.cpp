@@ -75,8 +75,9 @@ QList<int> cHostServer::connectionIds() const
 void cHostServer::close()
 {
     m_server->close();
+    const QDeadlineTimer patience(MillisecondsToRead);
     for (cClientConnection* client : qAsConst(m_clients)) {
-        client->close();
+        client->close(patience);
         client->deleteLater();
     }
     m_clients.clear();

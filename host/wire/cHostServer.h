@@ -31,6 +31,9 @@ public:
     /// Clients served at a time; a further one is turned away.
     static constexpr int MaxClients = 256;
 
+    /// For how long the end waits for clients that have not read what was sent to them, in milliseconds.
+    static constexpr int MillisecondsToRead = 2000;
+
     explicit cHostServer(QObject* parent = nullptr);
     ~cHostServer() override;
 
@@ -49,7 +52,7 @@ public:
     /// Ids of the clients, ascending.
     QList<int> connectionIds() const;
 
-    /// Ends every connection and gives the address back.
+    /// Ends every connection, after its client has what was sent to it, and gives the address back.
     void close();
 
 signals:
