@@ -3,7 +3,6 @@
 #include <HttpSite.h>
 #include <Rows.h>
 
-#include <QtCore/QBuffer>
 #include <QtNetwork/QNetworkAccessManager>
 
 /// Where Qt has HTTPS.

@@ -5,9 +5,6 @@
 #include <Platform.h>
 #include <Rows.h>
 
-#include <QtCore/QAbstractEventDispatcher>
-#include <QtCore/QBuffer>
-#include <QtCore/QTimer>
 #include <QtNetwork/qtnetworkglobal.h>
 
 static const QByteArray Text = "hello world";

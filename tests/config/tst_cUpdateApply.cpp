@@ -5,8 +5,6 @@
 #include <HttpSite.h>
 #include <Platform.h>
 
-#include <QtCore/QCryptographicHash>
-
 static const char Installed[] = "<feature name='C' version='1.0' repository='main'/>";
 
 /// What the site has as pkg/NAME.

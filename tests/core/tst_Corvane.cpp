@@ -7,7 +7,6 @@
 #include "core/DurableFile.h"
 #include "core/SafeName.h"
 
-#include <QtCore/QRandomGenerator>
 #include <QtXml/QDomDocument>
 
 #include <functional>

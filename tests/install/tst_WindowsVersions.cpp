@@ -2,10 +2,6 @@
 
 #include <Rows.h>
 
-#include <QtCore/QProcess>
-#include <QtCore/QSettings>
-#include <QtCore/QTemporaryDir>
-
 #include <cstdio>
 
 /// Conditions on the system's version, on systems of those versions: Wine shows each program the one that is set for

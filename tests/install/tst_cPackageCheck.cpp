@@ -5,8 +5,6 @@
 #include <Rows.h>
 #include <SettingsSandbox.h>
 
-#include <QtCore/QCryptographicHash>
-
 /// Packages of all kinds of faults, made by tests/support/packages.py, and what is found in each.
 class tst_cPackageCheck : public QObject
 {

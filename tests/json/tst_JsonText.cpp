@@ -4,12 +4,6 @@
 #include <Platform.h>
 #include <Rows.h>
 
-#include <QtCore/QBuffer>
-#include <QtCore/QDebug>
-#include <QtCore/QProcess>
-#include <QtCore/QTextCodec>
-#include <QtCore/QTextStream>
-
 #include <cmath>
 #include <limits>
 

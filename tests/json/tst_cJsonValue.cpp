@@ -2,8 +2,6 @@
 #include <Norvale/cJsonValue.h>
 #include <Rows.h>
 
-#include <QtCore/QVariant>
-
 #include <cmath>
 #include <limits>
 #include <stdexcept>

@@ -3,9 +3,6 @@
 #include "log/cLineStream.h"
 #include "log/cTimeText.h"
 
-#include <QtCore/QBuffer>
-#include <QtCore/QDateTime>
-#include <QtCore/QRandomGenerator>
 #include <QtTest/QtTest>
 
 /// Each fast way against the plain one, on many inputs.

@@ -3,9 +3,6 @@
 #include "Rows.h"
 #include "SettingsSandbox.h"
 
-#include <QtCore/QSettings>
-#include <QtCore/QTextCodec>
-
 #include <functional>
 #include <memory>
 #include <optional>

@@ -4,9 +4,6 @@
 
 #include "log/cLogCentralData.h"
 
-#include <QtCore/QProcess>
-#include <QtCore/QSettings>
-
 #include <cstdlib>
 #include <functional>
 #include <memory>

@@ -2,8 +2,6 @@
 
 #include <Rows.h>
 
-#include <QtCore/QRandomGenerator>
-
 /// A name and the dependencies.
 using Record = QStringList;
 

@@ -10,9 +10,6 @@
 #include <Rows.h>
 #include <SettingsSandbox.h>
 
-#include <QtCore/QDir>
-#include <QtCore/QRegularExpression>
-
 #include <thread>
 
 static void write(const QString& path, const QByteArray& content)

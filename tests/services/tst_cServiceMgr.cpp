@@ -10,8 +10,6 @@
 #include "services/cServiceInstance.h"
 #include "services/cServiceMgr.h"
 
-#include <QtCore/QMetaMethod>
-
 #include <memory>
 #include <random>
 #include <vector>

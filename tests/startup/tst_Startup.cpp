@@ -10,8 +10,6 @@
 #include <Rows.h>
 #include <SettingsSandbox.h>
 
-#include <QtCore/QProcess>
-
 #include <cstdio>
 
 static void write(const QString& path, const QString& text)

@@ -9,8 +9,6 @@
 
 #include <Rows.h>
 
-#include <QtCore/QRandomGenerator>
-
 /// A raw deflate stream as zlib writes it with these settings.
 static QByteArray packed(QByteArray text, int level, int strategy)
 {

@@ -7,11 +7,6 @@
 
 #include <Rows.h>
 
-#include <QtCore/QBuffer>
-#include <QtCore/QFile>
-#include <QtCore/QPointer>
-#include <QtCore/QTemporaryDir>
-
 /// The listed files, each with its sizes.
 static QString listOf(const cZipArchive& archive)
 {
