@@ -1,6 +1,8 @@
+#include "Place.h"
+
 #include "install/cInstallMgr.h"
 
-#include <MachineProgram.h>
+#include <AtOnce.h>
 #include <MovedState.h>
 #include <Norvale/Corvane.h>
 #include <Norvale/IConfigMgr.h>
@@ -8,163 +10,53 @@
 #include <Platform.h>
 #include <Rows.h>
 
-#include <QtCore/QMutex>
-#include <QtCore/QProcess>
-#include <QtCore/QRegularExpression>
-#include <QtCore/QTemporaryDir>
-
-#include <atomic>
 #include <cstdio>
-#include <map>
-#include <thread>
 
-namespace {
+static const char Site[] =
+    "<s><repository config='release' status='release' platform='x64' update='main' content='./repo'/></s>";
+static const char Runtime[] = "<r name='main' version='2.0'><runtime version='1.0' name='setup'><source>s</source>"
+                              "<hash>HASH</hash></runtime></r>";
 
-/// Path below a folder and content; folders end in "/" and have none.
-using Tree = std::map<QString, QByteArray>;
-
-// Here as in all that several threads do with files, Qt's classes do it. What the language's own open, a process
-// inherits that another thread starts meanwhile; as long as it lives, nobody can remove the file on Windows.
-Tree treeOf(const QString& folder)
+/// What lies on the disk at one time.
+struct State
 {
-    Tree tree;
-    const QDir::Filters all = QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot;
-    for (QDirIterator it(folder, all, QDirIterator::Subdirectories); it.hasNext();) {
-        QFile file(it.next());
-        const QString path = it.filePath().mid(folder.size() + 1);
-        if (it.fileInfo().isDir())
-            tree[path + '/'];
-        else
-            tree[path] = file.open(QFile::ReadOnly) ? file.readAll() : file.errorString().toUtf8();
-    }
-    return tree;
-}
+    Tree plugins;
+    Tree data;
+    QByteArray settings;
+};
 
-const QString Library = Platform::library("it");
-
-/// Whether @p tree holds every file of @p part.
-bool holds(const Tree& tree, const Tree& part)
+static State stateOf(const Place& place)
 {
-    return std::includes(tree.begin(), tree.end(), part.begin(), part.end());
-}
-
-/// Makes what lies in the folder @p to what lies in @p from, which is @p wanted. What is so already is left as it is.
-bool makeLike(const QString& from, const Tree& wanted, const QString& to)
-{
-    const Tree is = treeOf(to);
-    bool isDone = QDir().mkpath(to);
-    for (auto entry = is.rbegin(); entry != is.rend(); ++entry) {
-        const QString path = to + '/' + entry->first;
-        const auto same = wanted.find(entry->first);
-        if (same == wanted.end() || same->second != entry->second)
-            isDone = (path.endsWith('/') ? QDir().rmdir(path) : QFile::remove(path)) && isDone;
-    }
-    for (const auto& [path, content] : wanted) {
-        const auto same = is.find(path);
-        if (same == is.end() || same->second != content)
-            isDone =
-                (path.endsWith('/') ? QDir(to).mkdir(path) : QFile::copy(from + '/' + path, to + '/' + path)) && isDone;
-    }
-    return isDone;
+    return {place.plugins(), place.data(), place.settings()};
 }
 
 /// What tells @p is from @p wanted, path by path; empty when they are the same.
-QStringList differences(const Tree& is, const Tree& wanted)
+static QStringList differences(const Tree& is, const Tree& wanted)
 {
     QStringList texts;
-    for (const auto& [path, content] : is) {
-        const auto other = wanted.find(path);
-        if (other == wanted.end())
-            texts << "left: " + path;
-        else if (other->second != content)
-            texts << QString("other content: %1 (%2 bytes)").arg(path).arg(content.size());
-    }
-    for (const auto& entry : wanted) {
-        if (!is.count(entry.first))
-            texts << "missing: " + entry.first;
-    }
+    for (const auto& [path, content] : without(is, wanted))
+        texts << QString("in the end is left: %1 (%2 bytes)").arg(path).arg(content.size());
+    for (const auto& entry : without(wanted, is))
+        texts << "in the end is missing: " + entry.first;
     return texts;
 }
 
-/// An installation in a folder of its own, with the site that it is updated from.
-class Place
+/// The paths, those in folders only when they are to be @p deep.
+static QString listOf(const Tree& tree, bool deep)
 {
-public:
-    explicit Place(const QString& folder) : m_folder(folder) {}
-
-    /// Runs this program as a child, which takes @p steps. @return its exit code; -1 when it was killed.
-    int run(const QString& steps, const QString& faults = QString()) const
-    {
-        QProcess child;
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        MovedState::addTo(environment, m_folder);
-        environment.insert("QT_HASH_SEED", "0");            // the order of attributes in written XML
-        environment.insert("QT_BEARER_POLL_TIMEOUT", "-1"); // no looking for network interfaces
-        if (!faults.isEmpty()) {
-            environment.insert("LD_PRELOAD", FILE_FAULTS);
-            environment.insert("ASAN_OPTIONS", "verify_asan_link_order=0:detect_leaks=0");
-            environment.insert("FILE_FAULTS", faults);
-            environment.insert("FILE_FAULTS_BELOW", m_folder);
-            environment.insert("FILE_FAULTS_REPORT", m_folder + ".report");
-        }
-        QFile::remove(m_folder + ".report");
-        child.setProcessEnvironment(environment);
-        child.setStandardErrorFile(QProcess::nullDevice());
-        child.setStandardOutputFile(m_folder + ".log");
-        Platform::startAgain(child, {"child", m_folder, steps});
-        child.waitForFinished(-1);
-        return child.exitStatus() == QProcess::CrashExit ? -1 : child.exitCode();
+    QStringList paths;
+    for (const auto& entry : tree) {
+        if (deep || !entry.first.chopped(1).contains('/'))
+            paths << entry.first;
     }
-    QList<QByteArray> report() const
-    {
-        QFile file(m_folder + ".report");
-        return file.open(QFile::ReadOnly) ? file.readAll().trimmed().split('\n') : QList<QByteArray>();
-    }
-    QString said() const { return QString(Corvane::FileReadAll(m_folder + ".log", nullptr)); }
+    return paths.join(' ');
+}
 
-    void offer(const QString& where, const QStringList& words) const
-    {
-        const QStringList all = QStringList{PACKAGES_PY, "repository", m_folder + "/" + where} + words;
-        QCOMPARE(MachineProgram::execute("python3", all), 0);
-    }
-    Tree plugins() const { return treeOf(m_folder + "/core/plugins"); }
-    Tree dropbox() const { return treeOf(m_folder + "/data/NorvaleTests/Fixture/Dropbox"); }
-    QByteArray settings() const { return MovedState::machineSettings(m_folder).replace(m_folder.toUtf8(), "FOLDER"); }
-
-    /// Of a lock without contents Qt waits half a minute whether its owner fills it. Let that have passed.
-    void ageLocks() const
-    {
-        for (QDirIterator it(m_folder, {"*.lock"}, QDir::Files, QDirIterator::Subdirectories); it.hasNext();) {
-            QFile file(it.next());
-            if (file.open(QFile::ReadWrite))
-                file.setFileTime(QDateTime::currentDateTime().addSecs(-60), QFile::FileModificationTime);
-        }
-    }
-    bool save()
-    {
-        m_saved = treeOf(m_folder);
-        MovedState::save(m_folder);
-        return makeLike(m_folder, m_saved, m_folder + ".saved");
-    }
-    bool restore() const
-    {
-        MovedState::restore(m_folder);
-        return makeLike(m_folder + ".saved", m_saved, m_folder);
-    }
-    void remove() const { MovedState::remove(m_folder); }
-
-private:
-    QString m_folder;
-    Tree m_saved;
-};
-
-} // namespace
-
-/// An update that is fetched and one that is installed, by a child process which is killed before each of its calls
-/// that change the disk in turn, and in the middle of each write, or to which the disk is full or cannot be written
-/// from that call on. What is installed is then the old set or the new one, never a part of either; and what is done
-/// next, without a fault, ends with the new one and nothing left over. The same with uninstalling, where only the end
-/// counts.
+/// An update or a runtime that is fetched and an update that is installed, by a child process which is killed before
+/// each of its calls that change the disk in turn, and in the middle of each write, or to which the disk is full or
+/// cannot be written from that call on. What is installed, and what is pending, is then the old set or the new one,
+/// never a part of either; and what is done next, without a fault, ends with the new one and nothing left over. The
+/// same with uninstalling, where only the end counts.
 class tst_Killed : public QObject
 {
     Q_OBJECT
@@ -172,10 +64,16 @@ class tst_Killed : public QObject
 private slots:
     void endsInTheNewState_data()
     {
-        const Rows<QString, QString> row("steps", "next");
-        row("fetching an update", "apply", "install,apply,install");
-        row("installing it", "install", "install");
-        row("uninstalling everything", "uninstall", "uninstall");
+        const Rows<bool, QString, QString, QString, QString, QString> row("isOverPending", "offered", "steps", "next",
+                                                                          "plugins", "data");
+        const QString updated = "A-2.00.000/ B-1.00.000/ D-1.00.000/ features.xml";
+        row("fetching an update", false, "update", "apply", "install,apply,install", updated, "Dropbox/");
+        row("fetching an update over another", true, "update", "apply", "apply,install", updated, "Dropbox/");
+        row("fetching a runtime beside an update", true, "runtime", "apply", "apply",
+            "A-1.00.000/ B-1.00.000/ C-1.00.000/ features.xml",
+            "Dropbox/ Dropbox/A-1.05.000.zip Dropbox/C-1.05.000.zip Dropbox/repository.xml setup");
+        row("installing an update", false, "update", "install", "install", updated, "Dropbox/");
+        row("uninstalling everything", false, "update", "uninstall", "uninstall", "", "Dropbox/");
     }
     void endsInTheNewState()
     {
@@ -187,18 +85,16 @@ private slots:
         for (int i = 0; i < Workers; ++i)
             places.emplace_back(dir.filePath(QString::number(i)));
         for (Place& place : places)
-            prepare(place, steps == "install");
+            prepare(place, steps);
         const Place& first = places.front();
         QVERIFY2(first.run(steps, "count") == 0, qPrintable(first.said()));
         const QList<QByteArray> calls = first.report();
+        QVERIFY(calls.size() > 4);
+        m_done = stateOf(first);
         QCOMPARE(first.run(next), 0);
-        m_new = first.plugins();
-        m_newSettings = first.settings();
-        m_isUpdate = steps != "uninstall";
-        m_faults.clear();
-        QVERIFY(m_isUpdate ? m_new.count("A-2.00.000/" + Library) && !m_new.count("A-1.00.000/") : m_new.empty());
-        QVERIFY(first.dropbox().empty());
-        QVERIFY(calls.size() > 10);
+        m_end = stateOf(first);
+        QTEST(listOf(m_end.plugins, false), "plugins");
+        QTEST(listOf(m_end.data, true), "data");
 
         QStringList jobs;
         for (int i = 1; i <= calls.size(); ++i) {
@@ -210,17 +106,12 @@ private slots:
                 jobs << QString("tear %1").arg(i);
         }
         std::atomic<int> job{0};
-        std::vector<std::thread> workers;
-        for (const Place& place : places) {
-            workers.emplace_back([&] {
-                for (int i = job++; i < jobs.size(); i = job++)
-                    tryOut(place, steps, next, jobs.at(i));
-            });
-        }
-        for (std::thread& worker : workers)
-            worker.join();
-        for (const Place& place : places)
-            place.remove();
+        m_faults.clear();
+        atOnce(Workers, [&](int worker) {
+            for (int i = job++; i < jobs.size(); i = job++)
+                tryOut(places[size_t(worker)], steps, next, jobs.at(i));
+            places[size_t(worker)].remove();
+        });
         const int covered = calls.size();
         qInfo("%d calls that change the disk, %d runs", covered, jobs.size());
         if (qEnvironmentVariableIsSet("NORVALE_SHOW_CALLS"))
@@ -229,17 +120,31 @@ private slots:
     }
 
 private:
-    void prepare(Place& place, bool isFetched)
+    void prepare(Place& place, const QString& steps)
     {
-        place.offer("data/NorvaleTests/Fixture/Dropbox",
-                    {"main 1.0", "Core 1.0: A 1.0 !silent, B 1.0 !silent", "More 1.0: C 1.0 !silent"});
+        QFETCH(bool, isOverPending);
+        QFETCH(QString, offered);
+        const QString dropbox = "data/NorvaleTests/Fixture/Dropbox";
+        QVERIFY(
+            place.offer(dropbox, {"main 1.0", "Core 1.0: A 1.0 !silent, B 1.0 !silent", "More 1.0: C 1.0 !silent"}));
+        QVERIFY(place.write("site/site.xml", Site));
         QCOMPARE(place.run("prepare,install"), 0);
-        place.offer("site/repo", {"main 2.0", "Core 2.0: A 2.0 !silent, B 1.0 !silent", "More 2.0: D 1.0 !silent"});
-        if (isFetched)
+        if (offered == "runtime") {
+            const QByteArray setup(100000, 's');
+            const QByteArray hash = QCryptographicHash::hash(setup, QCryptographicHash::Sha1).toHex();
+            QVERIFY(place.write("site/repo/s", setup));
+            QVERIFY(place.write("site/repo/repository.xml", QByteArray(Runtime).replace("HASH", hash)));
+        } else {
+            QVERIFY(place.offer("site/repo",
+                                {"main 2.0", "Core 2.0: A 2.0 !silent, B 1.0 !silent", "More 2.0: D 1.0 !silent"}));
+        }
+        if (steps == "install")
             QVERIFY2(place.run("apply") == 0, qPrintable(place.said()));
-        QVERIFY(place.save());
-        m_old = place.plugins();
-        QVERIFY(m_old.count("A-1.00.000/" + Library) && place.dropbox().empty() != isFetched);
+        if (isOverPending)
+            QVERIFY(place.offer(dropbox,
+                                {"main 1.5", "Core 1.5: A 1.5 !silent, B 1.0 !missing", "More 1.5: C 1.5 !silent"}));
+        place.save();
+        m_before = stateOf(place);
     }
     void tryOut(const Place& place, const QString& steps, const QString& next, const QString& fault)
     {
@@ -253,41 +158,37 @@ private:
         const QString said = place.said();
         if (code == 1 && said.isEmpty())
             faults << "failed and said nothing";
-        if (m_isUpdate && !isWhole(place.plugins()))
+        if (steps != "uninstall" && !isWhole(&State::plugins, place, "features.xml"))
             faults << "neither the old nor the new set is whole";
+        if (steps == "apply" && !isWhole(&State::data, place, "Dropbox/repository.xml"))
+            faults << "neither the old nor the new pending update is whole";
         place.ageLocks();
         if (place.run(next) != 0)
             faults << "what is done next fails: " + place.said();
-        faults << unlikeNew(place);
+        faults << differences(place.plugins(), m_end.plugins) << differences(place.data(), m_end.data);
+        if (place.settings() != m_end.settings)
+            faults << "in the end are the settings: " + place.settings() + "instead of: " + m_end.settings;
         if (!faults.isEmpty())
             faults << "it said: " + said << "what is done next said: " + place.said();
         const QMutexLocker lock(&m_mutex);
         for (const QString& text : qAsConst(faults))
             m_faults << fault + ": " + text;
     }
-    /// What is not as after all steps without a fault.
-    QStringList unlikeNew(const Place& place) const
+    /// All that was there before, or will be when no fault occurs, is there; the file @p mark tells which.
+    bool isWhole(Tree State::*part, const Place& place, const QString& mark) const
     {
-        QStringList texts = differences(place.plugins(), m_new) + differences(place.dropbox(), {});
-        const QByteArray settings = place.settings();
-        if (settings != m_newSettings)
-            texts << "settings: " + settings + "instead of: " + m_newSettings;
-        return texts.replaceInStrings(QRegularExpression("^"), "in the end: ");
-    }
-    /// The features file is the old one or the new one, and the folders that it names are as they were or will be.
-    bool isWhole(const Tree& tree) const
-    {
-        const QString features = "features.xml";
-        const auto isThere = [&](const Tree& set) { return tree.at(features) == set.at(features) && holds(tree, set); };
-        return tree.count(features) && (isThere(m_old) || isThere(m_new));
+        const Tree tree = stateOf(place).*part;
+        const auto isThere = [&](const Tree& set) {
+            return tree.count(mark) == set.count(mark) && without(set, tree).empty();
+        };
+        return isThere(m_before.*part) || isThere(m_done.*part);
     }
 
     static constexpr int Workers = 3; // what a process waits for leaves its processor to another
 
-    Tree m_old;
-    Tree m_new;
-    QByteArray m_newSettings;
-    bool m_isUpdate = true;
+    State m_before;
+    State m_done;
+    State m_end;
     QMutex m_mutex;
     QStringList m_faults;
 };
@@ -301,10 +202,6 @@ static int takeSteps(const QString& folder, const QString& steps)
             QSettings(QSettings::SystemScope, "Varkel", "Pelmora").setValue("InstallDir", folder + "/core");
             const QVariantMap site{{"url", QUrl::fromLocalFile(folder + "/site")}};
             QSettings().setValue("UpdateMgr/Locations/site", site);
-            QFile file(folder + "/site/site.xml");
-            isDone = QDir().mkpath(folder + "/site") && file.open(QFile::WriteOnly) &&
-                     file.write("<s><repository config='release' status='release' platform='x64' update='main' "
-                                "content='./repo'/></s>") > 0;
         } else if (!cInstallMgr::instance()) {
             isDone = Corvane::initialize() && isDone;
             cLogCentral::setDebuggerOutput(true);

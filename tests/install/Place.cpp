@@ -1,0 +1,130 @@
+#include "Place.h"
+
+#include <MachineProgram.h>
+#include <MovedState.h>
+#include <Norvale/Corvane.h>
+#include <Platform.h>
+
+#include <QtCore/QtCore>
+
+#include <algorithm>
+
+// Here as in all that several threads do with files, Qt's classes do it. What the language's own open, a process
+// inherits that another thread starts meanwhile; as long as it lives, nobody can remove the file on Windows.
+static Tree treeOf(const QString& folder)
+{
+    Tree tree;
+    const QDir::Filters all = QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot;
+    for (QDirIterator it(folder, all, QDirIterator::Subdirectories); it.hasNext();) {
+        QFile file(it.next());
+        const QString path = it.filePath().mid(folder.size() + 1);
+        if (it.fileInfo().isDir())
+            tree[path + '/'];
+        else
+            tree[path] = file.open(QFile::ReadOnly) ? file.readAll() : file.errorString().toUtf8();
+    }
+    return tree;
+}
+
+Tree without(const Tree& tree, const Tree& other)
+{
+    Tree rest;
+    std::set_difference(tree.begin(), tree.end(), other.begin(), other.end(), std::inserter(rest, rest.end()));
+    return rest;
+}
+
+int Place::run(const QString& steps, const QString& faults) const
+{
+    QProcess child;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    MovedState::addTo(environment, m_folder);
+    environment.insert("QT_HASH_SEED", "0");            // the order of attributes in written XML
+    environment.insert("QT_BEARER_POLL_TIMEOUT", "-1"); // no looking for network interfaces
+    if (!faults.isEmpty()) {
+        environment.insert("LD_PRELOAD", FILE_FAULTS);
+        environment.insert("ASAN_OPTIONS", "verify_asan_link_order=0:detect_leaks=0");
+        environment.insert("FILE_FAULTS", faults);
+        environment.insert("FILE_FAULTS_BELOW", m_folder);
+        environment.insert("FILE_FAULTS_REPORT", m_folder + ".report");
+    }
+    QFile::remove(m_folder + ".report");
+    child.setProcessEnvironment(environment);
+    child.setStandardErrorFile(QProcess::nullDevice());
+    child.setStandardOutputFile(m_folder + ".log");
+    Platform::startAgain(child, {"child", m_folder, steps});
+    child.waitForFinished(-1);
+    return child.exitStatus() == QProcess::CrashExit ? -1 : child.exitCode();
+}
+
+QString Place::said() const
+{
+    return QString(Corvane::FileReadAll(m_folder + ".log", nullptr));
+}
+
+QList<QByteArray> Place::report() const
+{
+    return Corvane::FileReadAll(m_folder + ".report", nullptr).trimmed().split('\n');
+}
+
+bool Place::write(const QString& path, const QByteArray& content) const
+{
+    QFile file(m_folder + '/' + path);
+    return QFileInfo(file).dir().mkpath(".") && file.open(QFile::WriteOnly) && file.write(content) == content.size();
+}
+
+bool Place::offer(const QString& where, const QStringList& words) const
+{
+    const QStringList all = QStringList{PACKAGES_PY, "repository", m_folder + "/" + where} + words;
+    return MachineProgram::execute("python3", all) == 0;
+}
+
+Tree Place::plugins() const
+{
+    return treeOf(m_folder + "/core/plugins");
+}
+
+Tree Place::data() const
+{
+    return treeOf(m_folder + "/data/NorvaleTests/Fixture");
+}
+
+QByteArray Place::settings() const
+{
+    return MovedState::machineSettings(m_folder).replace(m_folder.toUtf8(), "FOLDER");
+}
+
+void Place::ageLocks() const
+{
+    for (QDirIterator it(m_folder, {"*.lock"}, QDir::Files, QDirIterator::Subdirectories); it.hasNext();) {
+        QFile file(it.next());
+        if (file.open(QFile::ReadWrite))
+            file.setFileTime(QDateTime::currentDateTime().addSecs(-60), QFile::FileModificationTime);
+    }
+}
+
+void Place::save()
+{
+    m_saved = treeOf(m_folder);
+    MovedState::save(m_folder);
+}
+
+/// What is so already is left as it is.
+bool Place::restore() const
+{
+    MovedState::restore(m_folder);
+    const Tree is = treeOf(m_folder);
+    const Tree extra = without(is, m_saved);
+    bool isDone = true;
+    for (auto entry = extra.rbegin(); entry != extra.rend(); ++entry) {
+        const QString path = m_folder + '/' + entry->first;
+        isDone = (path.endsWith('/') ? QDir().rmdir(path) : QFile::remove(path)) && isDone;
+    }
+    for (const auto& [path, content] : without(m_saved, is))
+        isDone = (path.endsWith('/') ? QDir(m_folder).mkdir(path) : write(path, content)) && isDone;
+    return isDone;
+}
+
+void Place::remove() const
+{
+    MovedState::remove(m_folder);
+}

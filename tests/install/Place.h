@@ -1,0 +1,44 @@
+#pragma once
+
+#include <QtCore/QStringList>
+
+#include <map>
+
+/// Path below a folder and content; folders end in "/" and have none.
+using Tree = std::map<QString, QByteArray>;
+
+/// What of @p tree is not in @p other, or has another content there.
+Tree without(const Tree& tree, const Tree& other);
+
+/// An installation in a folder of its own, with the site that it is updated from.
+class Place
+{
+public:
+    explicit Place(const QString& folder) : m_folder(folder) {}
+
+    /// Runs this program as a child, which takes @p steps. @return its exit code; -1 when it was killed.
+    int run(const QString& steps, const QString& faults = QString()) const;
+
+    /// What the last child said, and its calls that change the disk.
+    QString said() const;
+    QList<QByteArray> report() const;
+
+    /// Writes a file, or packages with their description, below the folder.
+    bool write(const QString& path, const QByteArray& content) const;
+    bool offer(const QString& where, const QStringList& words) const;
+
+    Tree plugins() const;
+    Tree data() const;
+    QByteArray settings() const;
+
+    /// Of a lock without contents Qt waits half a minute whether its owner fills it. Let that have passed.
+    void ageLocks() const;
+
+    void save();
+    bool restore() const;
+    void remove() const;
+
+private:
+    QString m_folder;
+    Tree m_saved;
+};
