@@ -56,44 +56,40 @@ private slots:
         const Rows<QStringList, QStringList, QString, QString, QString, QString> row("before", "offered", "features",
                                                                                      "commands", "left", "logged");
         const QStringList one{"main 1.0", "Core 1.0: A 1.0, B 1.0"};
-        const QString done = "";
-        row("from nothing", {}, one, "1.00.000 Core 1.0: A 1.0, B 1.0", "install A 1.0, install B 1.0", done, "");
+        const QString first = "1.00.000 Core 1.0: A 1.0, B 1.0", done = "";
+        row("from nothing", {}, one, first, "install A 1.0, install B 1.0", done, "");
         row("newer", one, {"main 1.1", "Core 1.1: A 1.1, B 1.0"}, "1.01.000 Core 1.1: A 1.1, B 1.0",
             "uninstall A 1.0, install A 1.1", done, "");
-        row("older", one, {"main 0.9", "Core 0.9: A 0.9"}, "1.00.000 Core 1.0: A 1.0, B 1.0", "", done, "");
+        row("older", one, {"main 0.9", "Core 0.9: A 0.9"}, first, "", done, "");
         row("older from another repository", one, {"side 0.9", "Core 0.9: A 0.9"}, "0.09.000 Core 0.9: A 0.9",
             "uninstall A 1.0, uninstall B 1.0, install A 0.9", done, "");
-        row("another feature", one, {"main 1.0", "More 1.0: C 1.0, A 1.0 !missing"},
-            "1.00.000 Core 1.0: A 1.0, B 1.0; More 1.0: C 1.0, A 1.0", "install C 1.0", done, "");
+        row("another feature", one, {"main 1.0", "More 1.0: C 1.0, A 1.0 !missing"}, first + "; More 1.0: C 1.0, A 1.0",
+            "install C 1.0", done, "");
         row("shared plugin stays", {"main 1.0", "Core 1.0: A 1.0", "More 1.0: A 1.0"}, {"main 2.0", "Core 2.0: B 1.0"},
             "2.00.000 Core 2.0: B 1.0; More 1.0: A 1.0", "install B 1.0", done, "");
         row("only the version", one, {"main 3.0", "Core 1.0: A 1.0"}, "3.00.000 Core 1.0: A 1.0, B 1.0", "", done, "");
         row("source elsewhere", {}, {"main 1.0", "Core 1.0: A 1.0 !elsewhere"}, "1.00.000 Core 1.0: A 1.0",
             "install A 1.0", "pool/A.bin", "");
         row("no command lines", {}, {"main 1.0", "Core 1.0: A 1.0 !silent"}, "1.00.000 Core 1.0: A 1.0", "", done, "");
-        row("failing command line", {}, {"main 1.0", "Core 1.0: A 1.0 !failing-command, B 1.0"},
-            "1.00.000 Core 1.0: A 1.0, B 1.0", "install B 1.0", done, " ended with exit code 1");
-        row("program that is not there", {}, {"main 1.0", "Core 1.0: A 1.0 !no-such-program, B 1.0"},
-            "1.00.000 Core 1.0: A 1.0, B 1.0", "install B 1.0", done, "none cannot be started");
-        row("core too old", one, {"main 2.0 1.1", "Core 2.0: A 2.0"}, "1.00.000 Core 1.0: A 1.0, B 1.0", "",
-            "A-2.00.000.zip, repository.xml", "it needs the core version 1.01.000; this is 1.00.000");
+        row("failing command line", {}, {"main 1.0", "Core 1.0: A 1.0 !failing-command, B 1.0"}, first, "install B 1.0",
+            done, " ended with exit code 1");
+        row("program that is not there", {}, {"main 1.0", "Core 1.0: A 1.0 !no-such-program, B 1.0"}, first,
+            "install B 1.0", done, "none cannot be started");
+        row("core too old", one, {"main 2.0 1.1", "Core 2.0: A 2.0"}, first, "", "A-2.00.000.zip, repository.xml",
+            "it needs the core version 1.01.000; this is 1.00.000");
         row("core just new enough", one, {"main 2.0 1.0", "Core 2.0: A 2.0"}, "2.00.000 Core 2.0: A 2.0",
             "uninstall A 1.0, uninstall B 1.0, install A 2.0", done, "");
 
         row("defective package", one, {"main 2.0", "Core 2.0: B 2.0, A 2.0 !damaged", "More 2.0: C 1.0"},
-            "1.00.000 Core 1.0: A 1.0, B 1.0; More 2.0: C 1.0", "install C 1.0", done,
-            "doc/read.me: the deflated data are");
-        row("wrong hash", one, {"main 2.0", "Core 2.0: A 2.0 !hash"}, "1.00.000 Core 1.0: A 1.0, B 1.0", "", done,
-            "its SHA-1 is ");
-        row("climbing out", one, {"main 2.0", "Core 2.0: A 2.0 !up"}, "1.00.000 Core 1.0: A 1.0, B 1.0", "", done,
-            "../x: ");
+            first + "; More 2.0: C 1.0", "install C 1.0", done, "doc/read.me: the deflated data are");
+        row("wrong hash", one, {"main 2.0", "Core 2.0: A 2.0 !hash"}, first, "", done, "its SHA-1 is ");
+        row("climbing out", one, {"main 2.0", "Core 2.0: A 2.0 !up"}, first, "", done, "../x: ");
         row("package missing", one, {"main 2.0", "Core 2.0: A 2.0 !missing, B 2.0", "More 1.0: C 1.0"},
-            "1.00.000 Core 1.0: A 1.0, B 1.0; More 1.0: C 1.0", "install C 1.0", done,
-            "its package A-2.00.000.zip is not there");
-        row("unsafe plugin name", one, {"main 2.0", "Core 2.0: ../plugins/A 1.0 !missing"},
-            "1.00.000 Core 1.0: A 1.0, B 1.0", "", done, "cannot name a folder");
-        row("folder of another plugin, where case makes no difference", one, {"main 2.0", "Core 2.0: a 1.0"},
-            "1.00.000 Core 1.0: A 1.0, B 1.0", "", done, "a-1.00.000 would have the folder of A-1.00.000");
+            first + "; More 1.0: C 1.0", "install C 1.0", done, "its package A-2.00.000.zip is not there");
+        row("unsafe plugin name", one, {"main 2.0", "Core 2.0: ../plugins/A 1.0 !missing"}, first, "", done,
+            "cannot name a folder");
+        row("folder of another plugin, where case makes no difference", one, {"main 2.0", "Core 2.0: a 1.0"}, first, "",
+            done, "a-1.00.000 would have the folder of A-1.00.000");
         row("would clash with what stays", {"main 1.0", "Core 1.0: A 1.0", "More 1.0: A 1.0, C 1.0"},
             {"main 2.0", "Core 2.0: A 2.0", "More 2.0: A 2.0, C 2.0 !bad-xml"},
             "1.00.000 Core 1.0: A 1.0; More 1.0: A 1.0, C 1.0", "", done,
