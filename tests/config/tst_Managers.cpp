@@ -1,12 +1,6 @@
-#include "config/cConfigurationMgr.h"
-#include "config/cUpdateMgr.h"
-#include "plugins/cPluginMgr.h"
+#include "UpdateFixture.h"
 
-#include <Norvale/Corvane.h>
-#include <Norvale/cLogCentral.h>
 #include <Platform.h>
-#include <Rows.h>
-#include <SettingsSandbox.h>
 
 static const char TwoFeatures[] =
     "<r name='main' version='1.2'><feature name='Core' active='true'><displayname lang='de'>Kern</displayname><plugins>"
@@ -21,31 +15,31 @@ class tst_Managers : public QObject
 private slots:
     void init()
     {
-        m_sandbox.setInstallDir(m_sandbox.path() + "/" + QTest::currentTestFunction());
-        QVERIFY(Corvane::initializeFolderOrFile());
-        cLogCentral::setDebuggerOutput(true);
+        m_fixture.begin();
+        m_fixture.manager->setInstalled(cFeatureCatalogue());
     }
     void publishesWhatIsInMemory()
     {
+        QVERIFY(QFile::remove(m_fixture.path("plugins/features.xml")));
         // The host's own setting must make no difference: every feature here is of another repository.
         QSettings().setValue("ConfigMgr/RepositoryName", "elsewhere");
         QVERIFY(m_manager->publishInstalledPlugins() && m_manager->publishInstalledPlugins());
-        QCOMPARE(logged("does not exist"), 1);
+        QCOMPARE(m_fixture.logged("does not exist"), 1);
         writeFeatures("<r>\n<feature></r>");
-        QVERIFY(m_manager->publishInstalledPlugins() && m_plugins.plugins().isEmpty());
-        QCOMPARE(logged("line 2, column 13: "), 1);
+        QVERIFY(m_manager->publishInstalledPlugins() && m_fixture.plugins.plugins().isEmpty());
+        QCOMPARE(m_fixture.logged("line 2, column 13: "), 1);
 
         writeFeatures(TwoFeatures);
         QVERIFY(m_manager->publishInstalledPlugins());
         writeFeatures(
             "<r><feature><plugins><plugin name='A'/><plugin name='A' version='1.0'/></plugins></feature></r>");
-        QVERIFY(m_manager->publishInstalledPlugins() && m_plugins.isKnown("B", cVersion("2.0")));
+        QVERIFY(m_manager->publishInstalledPlugins() && m_fixture.plugins.isKnown("B", cVersion("2.0")));
         QVERIFY(m_manager->loadFeatures() && !m_manager->publishInstalledPlugins());
-        QVERIFY2(m_plugins.plugins().size() == 3, "a clash leaves the plugin manager alone");
+        QVERIFY2(m_fixture.plugins.plugins().size() == 3, "a clash leaves the plugin manager alone");
     }
     void writesTheFeaturesFile()
     {
-        m_sandbox.setMachineValue("ConfigMgr/RepositoryVersion", "7.08.009");
+        m_fixture.sandbox.setMachineValue("ConfigMgr/RepositoryVersion", "7.08.009");
         const auto feature = QSharedPointer<cFeatureInstance>::create("Core", cVersion("1.0"), false, "main");
         QVERIFY(m_manager->saveFeatures({feature}) && m_manager->saveFeatures({feature}) && m_manager->loadFeatures());
         QCOMPARE(m_manager->installed().version().toString(), QString("7.08.009"));
@@ -55,7 +49,7 @@ private slots:
                  "it is a text file");
         QVERIFY(QFile::remove(path) && QDir().mkpath(path));
         QVERIFY(!m_manager->saveFeatures({feature}));
-        QCOMPARE(logged("Cannot write the features file"), 1);
+        QCOMPARE(m_fixture.logged("Cannot write the features file"), 1);
     }
     void addsUpProgress()
     {
@@ -72,7 +66,7 @@ private slots:
         m_manager->connectProgressSlot(nullptr, SLOT(x()));
         m_manager->connectProgressSlot(this, nullptr);
         m_manager->connectProgressSlot(this, SLOT(noSuchSlot(QString)));
-        QCOMPARE(logged("Progress is not connected: no receiver"), 3);
+        QCOMPARE(m_fixture.logged("Progress is not connected: no receiver"), 3);
     }
     void resolvesPathsOfALocation_data()
     {
@@ -95,6 +89,7 @@ private slots:
     void loadsLocationsInKeyOrder()
     {
         QSettings settings;
+        settings.remove("UpdateMgr");
         settings.setValue("UpdateMgr/Locations/b", QVariantMap{{"url", QUrl("http://b")}, {"priority", -3}});
         settings.setValue("UpdateMgr/Locations/a", QVariantMap{{"url", "http://a"}, {"priority", "9"}});
         settings.setValue("UpdateMgr/Locations/nested/c", QVariantMap{{"priority", "high"}});
@@ -119,27 +114,14 @@ private slots:
         m_manager.reset();
         QVERIFY(!IConfigMgr::isFeatureInstalled("Core") && IConfigMgr::installedFeatures().isEmpty());
         IConfigMgr::connectProgressSlot(this, SLOT(init()));
-        QCOMPARE(logged("the library is not initialized"), 1);
+        QCOMPARE(m_fixture.logged("the library is not initialized"), 1);
     }
 
 private:
-    static void writeFeatures(const QByteArray& xml)
-    {
-        QFile file(Corvane::velmiraFolderOrFile(Corvane::FeaturesFile));
-        QVERIFY(QFileInfo(file).dir().mkpath(".") && file.open(QIODevice::WriteOnly) && file.write(xml) == xml.size());
-    }
-    /// How many warnings and errors of the room contain @p part.
-    static int logged(const QString& part)
-    {
-        int count = 0;
-        for (const cLogEntry& entry : cLogCentral::history())
-            count += entry.channel == "ConfigurationMgr" && entry.level != debugInfo && entry.message.contains(part);
-        return count;
-    }
+    void writeFeatures(const QByteArray& xml) const { m_fixture.write("plugins/features.xml", xml); }
 
-    SettingsSandbox m_sandbox;
-    cPluginMgr m_plugins;
-    QScopedPointer<cConfigurationMgr> m_manager{new cConfigurationMgr(m_plugins)};
+    UpdateFixture m_fixture;
+    QScopedPointer<cConfigurationMgr>& m_manager = m_fixture.manager;
 };
 
 QTEST_GUILESS_MAIN(tst_Managers)
