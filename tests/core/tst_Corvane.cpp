@@ -79,36 +79,11 @@ private slots:
         for (const char* name :
              {"a", "Foo-1.02.003", ".hidden", "a.b c", "console", "com", "com12", "lpt", "\u00e4.zip"})
             QVERIFY2(isSafeFileName(QString::fromUtf8(name)), name);
-        const QStringList unsafe{"",
-                                 ".",
-                                 "..",
-                                 "a..b",
-                                 "a/b",
-                                 "/a",
-                                 "a\\b",
-                                 "C:",
-                                 "a:b",
-                                 "a\n",
-                                 "a\x7f",
-                                 "a?",
-                                 "a*",
-                                 "a|b",
-                                 "<a>",
-                                 "\"a\"",
-                                 "a.",
-                                 "a ",
-                                 "nul",
-                                 "NUL.txt",
-                                 "Aux .b",
-                                 "com1",
-                                 "LPT9.x",
-                                 "com\u00b9",
-                                 "conin$",
-                                 "conout$",
-                                 QString(QChar(0xd800)),
-                                 QString(201, 'a')};
-        for (const QString& name : unsafe)
-            QVERIFY2(!isSafeFileName(name), qPrintable(name));
+        for (const char* name : {"",    ".",       "..",     "a..b", "a/b",    "/a",        "a\\b",   "C:",     "a:b",
+                                 "a\n", "a\x7f",   "a?",     "a*",   "a|b",    "<a>",       "\"a\"",  "a.",     "a ",
+                                 "nul", "NUL.txt", "Aux .b", "com1", "LPT9.x", "com\u00b9", "conin$", "conout$"})
+            QVERIFY2(!isSafeFileName(QString::fromUtf8(name)), name);
+        QVERIFY(!isSafeFileName(QChar(0xd800)) && !isSafeFileName(QString(201, 'a')));
     }
     void translate_data()
     {
