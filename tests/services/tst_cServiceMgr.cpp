@@ -14,16 +14,11 @@
 #include <random>
 #include <vector>
 
-/// Names no id, so it cannot be registered.
-class cUnnamed : public QObject
-{
-    Q_OBJECT
-};
-
 class cAlarm : public QObject
 {
     Q_OBJECT
     Q_CLASSINFO("service", "Alarm")
+    Q_CLASSINFO("threadsafe", "True")
 
 public:
     int rung = 0;
@@ -52,13 +47,6 @@ public:
     void notInvokable() {}
 };
 
-class cSecondClock : public QObject
-{
-    Q_OBJECT
-    Q_CLASSINFO("service", "Clock")
-    Q_CLASSINFO("threadsafe", "True")
-};
-
 /// Its own id is hidden by the base class's.
 class cDerivedClock : public cClock
 {
@@ -81,16 +69,160 @@ private Q_SLOTS:
         m_announced.clear();
     }
     void cleanup() { m_manager.releaseAll(); }
-    void metaObjectListsTheOperationsInOrder();
-    void registersUnderTheId_data();
-    void registersUnderTheId();
-    void registryAgreesWithAHash();
-    void invoke_data();
-    void invoke();
-    void serviceMayWorkOnTheRegistry();
-    void destroyedServiceAnswersNullAndFalse();
-    void callsWhileTheRegistryChanges();
-    void closedManagerKeepsServingUntilReleased();
+    /// Each with the number of its values.
+    void metaObjectListsTheOperationsInOrder()
+    {
+        QStringList expected{"verifyAPI 2", "verifyAPI2 2", "registerService 1", "unregisterService 1"};
+        const auto expectForms = [&](const QString& name, int most) {
+            for (int count = most; count >= most - 10; --count)
+                expected << name.arg(count);
+        };
+        expectForms("invoke %1", 13); // with a place for the result
+        expectForms("invoke %1", 12);
+        expected << QStringList{"addListener 3", "addListener 2", "removeListener 2"};
+        expectForms("notify %1", 12);
+        expected << QStringList{"serviceExists 1", "serviceList 0", "serviceFromServiceName 1"};
+        QStringList actual;
+        const QMetaObject& meta = IServiceMgr::staticMetaObject;
+        for (int i = meta.methodOffset(); i < meta.methodCount(); ++i)
+            actual << QString("%1 %2").arg(QString(meta.method(i).name())).arg(meta.method(i).parameterCount());
+        QCOMPARE(actual, expected);
+    }
+    void registersUnderTheId_data()
+    {
+        const Rows<QObject*, QString, bool> row("service", "id", "isThreadSafe");
+        row("no object", nullptr, "", false);
+        row("no id, no flag", new QObject, "", false);
+        row("thread-safe", new cClock, "Clock", true);
+        row("base class wins", new cDerivedClock, "Clock", true);
+        row("other spelling of true", new cAlarm, "Alarm", false);
+    }
+    /// A later one supersedes one that is there, and whoever has the id may withdraw it: the object is not compared.
+    void registersUnderTheId()
+    {
+        QFETCH(QObject*, service);
+        QFETCH(QString, id);
+        const std::unique_ptr<QObject> owner(service);
+        m_mgr.registerService(service);
+        QCOMPARE(m_mgr.serviceList(), id == "Alarm" ? QStringList({"Alarm", "Clock"}) : QStringList("Clock"));
+        QCOMPARE(m_mgr.serviceFromServiceName(id), id.isEmpty() ? nullptr : service);
+        QCOMPARE(m_announced, id.isEmpty() ? QStringList() : QStringList("NEWSERVICE-1" + id));
+        QTEST(service && cServiceInstance(service).isThreadSafe(), "isThreadSafe");
+        m_mgr.unregisterService(service ? service : &m_clock);
+        m_mgr.unregisterService(id == "Clock" ? &m_alarm : static_cast<QObject*>(&m_clock));
+        QVERIFY(m_mgr.serviceList().isEmpty());
+    }
+    /// Random registrations, withdrawals and look-ups, with two services for each id, while both grow and shrink.
+    void registryAgreesWithAHash()
+    {
+        constexpr int Ids = 3000, Steps = 400000;
+        std::vector<std::unique_ptr<cNamedService>> services;
+        for (int i = 0; i < 2 * Ids; ++i)
+            services.push_back(std::make_unique<cNamedService>("Id" + QByteArray::number(i % Ids)));
+        QHash<QString, QObject*> expected{{"Clock", &m_clock}};
+        std::mt19937 random(7);
+        for (int step = 0; step < Steps; ++step) {
+            const auto& service = services[random() % services.size()];
+            const bool isGrowing = step / (Steps / 8) % 2 == 0;
+            if (random() % 4 < (isGrowing ? 3u : 1u)) {
+                m_mgr.registerService(service.get());
+                expected.insert(cServiceInstance::idOf(service.get()), service.get());
+            } else {
+                m_mgr.unregisterService(service.get());
+                expected.remove(cServiceInstance::idOf(service.get()));
+            }
+            const QString asked = "Id" + QString::number(random() % Ids);
+            QCOMPARE(m_mgr.serviceFromServiceName(asked), expected.value(asked));
+            QCOMPARE(m_mgr.serviceExists(asked), expected.contains(asked));
+        }
+        QStringList ids = expected.keys();
+        ids.sort();
+        QCOMPARE(m_mgr.serviceList(), ids);
+    }
+    void invoke_data()
+    {
+        const QString noMethod = "Clock: the service has no such method";
+        const Rows<QString, QString, QString> row("id", "method", "reason");
+        row("called", "Clock", "now", "");
+        row("unknown id", "Cuckoo", "now", "Cuckoo: no service is registered");
+        row("unknown method", "Clock", "tomorrow", noMethod);
+        row("method with parentheses", "Clock", "now()", noMethod);
+        row("method without a name", "Clock", "", noMethod);
+        row("method beyond Latin-1", "Clock", QString::fromUtf8("n\u014dw"), noMethod);
+        row("values missing", "Clock", "add", noMethod);
+        row("plain C++ function", "Clock", "notInvokable", noMethod);
+        row("result of another type", "Clock", "handOverTo", noMethod);
+    }
+    void invoke()
+    {
+        QFETCH(QString, id);
+        QFETCH(QString, method);
+        QFETCH(QString, reason);
+        const LogFile file;
+        int result = -1;
+        QCOMPARE(m_mgr.invoke(id, method, Q_RETURN_ARG(int, result)), reason.isEmpty());
+        QCOMPARE(result, reason.isEmpty() ? 12 : -1);
+        QCOMPARE(file.lines().count('\n'), reason.isEmpty() ? 0 : 1);
+        QVERIFY2(file.lines().contains(reason), qPrintable(file.lines()));
+        QCOMPARE(m_mgr.invoke(id, method), reason.isEmpty());
+    }
+    /// And the types of the values choose the method, also by names that are not in their normal form.
+    void serviceMayWorkOnTheRegistry()
+    {
+        QString text;
+        const QString minutes = "30";
+        QVERIFY(m_mgr.invoke("Clock", "add", Q_RETURN_ARG(QString, text), Q_ARG(const QString&, minutes)));
+        QCOMPARE(text, "1230");
+        bool isHandedOver = false;
+        QVERIFY(m_mgr.invoke("Clock", "handOverTo", Q_RETURN_ARG(bool, isHandedOver), Q_ARG(QObject*, &m_alarm)));
+        QVERIFY(isHandedOver && m_alarm.rung == 1);
+        QCOMPARE(m_mgr.serviceList(), QStringList("Alarm"));
+    }
+    void destroyedServiceAnswersNullAndFalse()
+    {
+        const LogFile file;
+        m_mgr.registerService(std::make_unique<cClock>().get());
+        // By the time it is destroyed its class no longer tells the id, so the record stays.
+        QVERIFY(m_mgr.serviceExists("Clock"));
+        QVERIFY(!m_mgr.serviceFromServiceName("Clock"));
+        QVERIFY(!m_mgr.invoke("Clock", "now"));
+        QVERIFY(file.lines().contains("destroyed"));
+        m_mgr.verifyAPI("Clock", "1.0");
+        m_mgr.registerService(&m_clock);
+        QVERIFY(m_mgr.invoke("Clock", "now"));
+    }
+    /// One thread registers and withdraws a service over and over, all call one that stays, look up and list.
+    void callsWhileTheRegistryChanges()
+    {
+        std::atomic<int> wrong{0};
+        atOnce(4, [&](int thread) {
+            for (int i = 0; i < 20000; ++i) {
+                int hours = 0;
+                wrong += !m_mgr.invoke("Clock", "add", Q_RETURN_ARG(int, hours), Q_ARG(int, i)) || hours != 12 + i;
+                wrong += !m_mgr.serviceList().contains("Clock");
+                const QObject* found = m_mgr.serviceFromServiceName("Alarm");
+                wrong += found && found != &m_alarm;
+                if (thread > 0)
+                    continue;
+                m_mgr.registerService(&m_alarm);
+                wrong += m_mgr.serviceFromServiceName("Alarm") != &m_alarm;
+                m_mgr.unregisterService(&m_alarm);
+                wrong += m_mgr.serviceFromServiceName("Alarm") != nullptr;
+            }
+        });
+        QCOMPARE(wrong.load(), 0);
+    }
+    /// It comes last, as a manager is not opened again.
+    void closedManagerKeepsServingUntilReleased()
+    {
+        m_manager.setClosed();
+        m_mgr.registerService(std::make_unique<cClock>().get());
+        QCOMPARE(m_announced, QStringList());
+        QVERIFY(m_mgr.invoke("Clock", "now"));
+        m_manager.releaseAll();
+        QCOMPARE(m_mgr.serviceList(), QStringList());
+        QVERIFY(!m_mgr.serviceFromServiceName("Clock"));
+    }
 
 private:
     void handleMessage(int connectionId, const cJsonValue& message) override
@@ -105,171 +237,6 @@ private:
     cAlarm m_alarm;
     QStringList m_announced;
 };
-
-/// Each with the number of its values.
-void tst_cServiceMgr::metaObjectListsTheOperationsInOrder()
-{
-    QStringList expected{"verifyAPI 2", "verifyAPI2 2", "registerService 1", "unregisterService 1"};
-    const auto expectForms = [&](const QString& name, int most) {
-        for (int count = most; count >= most - 10; --count)
-            expected << name.arg(count);
-    };
-    expectForms("invoke %1", 13); // with a place for the result
-    expectForms("invoke %1", 12);
-    expected << QStringList{"addListener 3", "addListener 2", "removeListener 2"};
-    expectForms("notify %1", 12);
-    expected << QStringList{"serviceExists 1", "serviceList 0", "serviceFromServiceName 1"};
-    QStringList actual;
-    const QMetaObject& meta = IServiceMgr::staticMetaObject;
-    for (int i = meta.methodOffset(); i < meta.methodCount(); ++i)
-        actual << QString("%1 %2").arg(QString(meta.method(i).name())).arg(meta.method(i).parameterCount());
-    QCOMPARE(actual, expected);
-}
-
-void tst_cServiceMgr::registersUnderTheId_data()
-{
-    const Rows<QObject*, QString, bool> row("service", "id", "isThreadSafe");
-    row("no object", nullptr, "", false);
-    row("no id", new cUnnamed, "", false);
-    row("thread-safe", new cClock, "Clock", true);
-    row("other spelling of true", new cSecondClock, "Clock", false);
-    row("base class wins", new cDerivedClock, "Clock", true);
-    row("without a flag", new cAlarm, "Alarm", false);
-}
-
-/// A later one supersedes one that is there, and whoever has the id may withdraw it: the object is not compared.
-void tst_cServiceMgr::registersUnderTheId()
-{
-    QFETCH(QObject*, service);
-    QFETCH(QString, id);
-    const std::unique_ptr<QObject> owner(service);
-    m_mgr.registerService(service);
-    QCOMPARE(m_mgr.serviceList(), id == "Alarm" ? QStringList({"Alarm", "Clock"}) : QStringList("Clock"));
-    QCOMPARE(m_mgr.serviceFromServiceName(id), id.isEmpty() ? nullptr : service);
-    QCOMPARE(m_announced, id.isEmpty() ? QStringList() : QStringList("NEWSERVICE-1" + id));
-    QTEST(service && cServiceInstance(service).isThreadSafe(), "isThreadSafe");
-    m_mgr.unregisterService(service ? service : &m_clock);
-    m_mgr.unregisterService(id == "Clock" ? &m_alarm : static_cast<QObject*>(&m_clock));
-    QVERIFY(m_mgr.serviceList().isEmpty());
-}
-
-/// Random registrations, withdrawals and look-ups, with two services for each id, while both grow and shrink.
-void tst_cServiceMgr::registryAgreesWithAHash()
-{
-    constexpr int Ids = 3000, Steps = 400000;
-    std::vector<std::unique_ptr<cNamedService>> services;
-    for (int i = 0; i < 2 * Ids; ++i)
-        services.push_back(std::make_unique<cNamedService>("Id" + QByteArray::number(i % Ids)));
-    QHash<QString, QObject*> expected{{"Clock", &m_clock}};
-    std::mt19937 random(7);
-    for (int step = 0; step < Steps; ++step) {
-        const auto& service = services[random() % services.size()];
-        const bool isGrowing = step / (Steps / 8) % 2 == 0;
-        if (random() % 4 < (isGrowing ? 3u : 1u)) {
-            m_mgr.registerService(service.get());
-            expected.insert(cServiceInstance::idOf(service.get()), service.get());
-        } else {
-            m_mgr.unregisterService(service.get());
-            expected.remove(cServiceInstance::idOf(service.get()));
-        }
-        const QString asked = "Id" + QString::number(random() % Ids);
-        QCOMPARE(m_mgr.serviceFromServiceName(asked), expected.value(asked));
-        QCOMPARE(m_mgr.serviceExists(asked), expected.contains(asked));
-    }
-    QStringList ids = expected.keys();
-    ids.sort();
-    QCOMPARE(m_mgr.serviceList(), ids);
-}
-
-void tst_cServiceMgr::invoke_data()
-{
-    const QString noMethod = "Clock: the service has no such method";
-    const Rows<QString, QString, QString> row("id", "method", "reason");
-    row("called", "Clock", "now", "");
-    row("unknown id", "Cuckoo", "now", "Cuckoo: no service is registered");
-    row("unknown method", "Clock", "tomorrow", noMethod);
-    row("method with parentheses", "Clock", "now()", noMethod);
-    row("method without a name", "Clock", "", noMethod);
-    row("method beyond Latin-1", "Clock", QString::fromUtf8("n\u014dw"), noMethod);
-    row("values missing", "Clock", "add", noMethod);
-    row("plain C++ function", "Clock", "notInvokable", noMethod);
-    row("result of another type", "Clock", "handOverTo", noMethod);
-}
-
-void tst_cServiceMgr::invoke()
-{
-    QFETCH(QString, id);
-    QFETCH(QString, method);
-    QFETCH(QString, reason);
-    const LogFile file;
-    int result = -1;
-    QCOMPARE(m_mgr.invoke(id, method, Q_RETURN_ARG(int, result)), reason.isEmpty());
-    QCOMPARE(result, reason.isEmpty() ? 12 : -1);
-    QCOMPARE(file.lines().count('\n'), reason.isEmpty() ? 0 : 1);
-    QVERIFY2(file.lines().contains(reason), qPrintable(file.lines()));
-    QCOMPARE(m_mgr.invoke(id, method), reason.isEmpty());
-}
-
-/// And the types of the values choose the method, also by names that are not in their normal form.
-void tst_cServiceMgr::serviceMayWorkOnTheRegistry()
-{
-    QString text;
-    const QString minutes = "30";
-    QVERIFY(m_mgr.invoke("Clock", "add", Q_RETURN_ARG(QString, text), Q_ARG(const QString&, minutes)));
-    QCOMPARE(text, "1230");
-    bool isHandedOver = false;
-    QVERIFY(m_mgr.invoke("Clock", "handOverTo", Q_RETURN_ARG(bool, isHandedOver), Q_ARG(QObject*, &m_alarm)));
-    QVERIFY(isHandedOver && m_alarm.rung == 1);
-    QCOMPARE(m_mgr.serviceList(), QStringList("Alarm"));
-}
-
-void tst_cServiceMgr::destroyedServiceAnswersNullAndFalse()
-{
-    const LogFile file;
-    m_mgr.registerService(std::make_unique<cClock>().get());
-    // By the time it is destroyed its class no longer tells the id, so the record stays.
-    QVERIFY(m_mgr.serviceExists("Clock"));
-    QVERIFY(!m_mgr.serviceFromServiceName("Clock"));
-    QVERIFY(!m_mgr.invoke("Clock", "now"));
-    QVERIFY(file.lines().contains("destroyed"));
-    m_mgr.verifyAPI("Clock", "1.0");
-    m_mgr.registerService(&m_clock);
-    QVERIFY(m_mgr.invoke("Clock", "now"));
-}
-
-/// One thread registers and withdraws a service over and over, all call one that stays, look up and list.
-void tst_cServiceMgr::callsWhileTheRegistryChanges()
-{
-    std::atomic<int> wrong{0};
-    atOnce(4, [&](int thread) {
-        for (int i = 0; i < 20000; ++i) {
-            int hours = 0;
-            wrong += !m_mgr.invoke("Clock", "add", Q_RETURN_ARG(int, hours), Q_ARG(int, i)) || hours != 12 + i;
-            wrong += !m_mgr.serviceList().contains("Clock");
-            const QObject* found = m_mgr.serviceFromServiceName("Alarm");
-            wrong += found && found != &m_alarm;
-            if (thread > 0)
-                continue;
-            m_mgr.registerService(&m_alarm);
-            wrong += m_mgr.serviceFromServiceName("Alarm") != &m_alarm;
-            m_mgr.unregisterService(&m_alarm);
-            wrong += m_mgr.serviceFromServiceName("Alarm") != nullptr;
-        }
-    });
-    QCOMPARE(wrong.load(), 0);
-}
-
-/// It comes last, as a manager is not opened again.
-void tst_cServiceMgr::closedManagerKeepsServingUntilReleased()
-{
-    m_manager.setClosed();
-    m_mgr.registerService(std::make_unique<cClock>().get());
-    QCOMPARE(m_announced, QStringList());
-    QVERIFY(m_mgr.invoke("Clock", "now"));
-    m_manager.releaseAll();
-    QCOMPARE(m_mgr.serviceList(), QStringList());
-    QVERIFY(!m_mgr.serviceFromServiceName("Clock"));
-}
 
 QTEST_GUILESS_MAIN(tst_cServiceMgr)
 #include "tst_cServiceMgr.moc"
