@@ -1,8 +1,9 @@
 #include "MachineProgram.h"
 
-int MachineProgram::execute(const QString& program, const QStringList& arguments)
+int MachineProgram::execute(const QString& program, const QStringList& arguments, const QString& folder)
 {
     QProcess process;
+    process.setWorkingDirectory(folder);
     process.setProcessChannelMode(QProcess::ForwardedChannels);
     start(process, program, arguments);
     if (!process.waitForStarted() || !process.waitForFinished(60000))

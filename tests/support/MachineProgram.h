@@ -7,14 +7,12 @@
 namespace MachineProgram {
 
 /// Starts @p program. Arguments that are absolute paths reach it in the machine's own form: tests of Windows programs
-/// run under Wine, where the machine has other paths. What else holds a path is to be made with path().
+/// run under Wine, where the machine has other paths.
 void start(QProcess& process, const QString& program, const QStringList& arguments);
 
-/// Runs it to its end. @return its exit code; negative when it cannot be started, does not end, or crashes.
-int execute(const QString& program, const QStringList& arguments);
-
-/// @p path as the machine writes it.
-QString path(const QString& path);
+/// Runs it to its end, in @p folder. @return its exit code; negative when it cannot be started, does not end, or
+/// crashes.
+int execute(const QString& program, const QStringList& arguments, const QString& folder = QString());
 
 /// Whether it can be had.
 bool exists(const QString& program);

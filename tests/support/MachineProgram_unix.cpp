@@ -7,11 +7,6 @@ void MachineProgram::start(QProcess& process, const QString& program, const QStr
     process.start(program, arguments);
 }
 
-QString MachineProgram::path(const QString& path)
-{
-    return path;
-}
-
 bool MachineProgram::exists(const QString& program)
 {
     return !QStandardPaths::findExecutable(program).isEmpty();

@@ -23,6 +23,18 @@ QString nameOf(const QString& program)
     return program == QLatin1String("python3") ? QStringLiteral("python") : program;
 }
 
+/// @p path as the machine writes it.
+QString machinePath(const QString& path)
+{
+    const QFileInfo file(path);
+    if (!file.exists() && !file.isRoot()) // only what is there is known to the machine
+        return machinePath(file.absolutePath()) + QLatin1Char('/') + file.fileName();
+    char* name = wine()(reinterpret_cast<const wchar_t*>(QDir::toNativeSeparators(path).utf16()));
+    const QString result = name ? QString::fromUtf8(name) : path;
+    HeapFree(GetProcessHeap(), 0, name);
+    return result;
+}
+
 } // namespace
 
 void MachineProgram::start(QProcess& process, const QString& program, const QStringList& arguments)
@@ -31,24 +43,10 @@ void MachineProgram::start(QProcess& process, const QString& program, const QStr
         process.start(nameOf(program), arguments);
         return;
     }
-    QStringList words{path(QStringLiteral(RELAY_SCRIPT)), program};
+    QStringList words{machinePath(QStringLiteral(RELAY_SCRIPT)), program};
     for (const QString& argument : arguments)
-        words << (QDir::isAbsolutePath(argument) ? path(argument) : argument);
+        words << (QDir::isAbsolutePath(argument) ? machinePath(argument) : argument);
     process.start(QStringLiteral(RELAY_PROGRAM), words);
-}
-
-QString MachineProgram::path(const QString& path)
-{
-    const auto toUnixPath = wine();
-    if (!toUnixPath)
-        return path;
-    const QFileInfo file(path);
-    if (!file.exists() && !file.isRoot()) // only what is there is known to the machine
-        return MachineProgram::path(file.absolutePath()) + QLatin1Char('/') + file.fileName();
-    char* name = toUnixPath(reinterpret_cast<const wchar_t*>(QDir::toNativeSeparators(path).utf16()));
-    const QString result = name ? QString::fromUtf8(name) : path;
-    HeapFree(GetProcessHeap(), 0, name);
-    return result;
 }
 
 bool MachineProgram::exists(const QString& program)
