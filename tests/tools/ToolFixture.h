@@ -1,45 +1,78 @@
 #pragma once
 
+#include "ChildRun.h"
+#include "Files.h"
+#include "Platform.h"
+#include "Rows.h"
 #include "SettingsSandbox.h"
 
-#include <QtCore/QByteArray>
-#include <QtCore/QMap>
-#include <QtCore/QString>
-#include <QtCore/QStringList>
+#include <Norvale/cVersion.h>
+
+#include <QtCore/QDirIterator>
 
 /// Runs the real program as a child process, on files below a temporary folder.
 class ToolFixture
 {
 public:
-    struct Ended
+    /// Runs norvale with @p arguments, or the words of @p line, in the fixture's folder.
+    Ended run(const QStringList& arguments, const Variables& variables = {}) const
     {
-        int code; ///< -1 when the program crashed or did not end
-        QString output;
-        QString reasons;
-    };
-
-    /// Runs norvale with @p arguments in the fixture's folder.
-    Ended run(const QStringList& arguments, const QMap<QString, QString>& environment = {}) const;
-    /// The same with the words of @p line.
-    Ended run(const QString& line) const { return run(line.split(QLatin1Char(' '), Qt::SkipEmptyParts)); }
+        return runToEnd(NORVALE_PROGRAM, arguments, variables, path());
+    }
+    Ended run(const QString& line) const { return run(wordsOf(line)); }
 
     /// A fresh empty folder for the test; relative paths are below it.
-    void begin();
-    QString path(const QString& name = QString()) const;
-    void write(const QString& name, const QByteArray& bytes) const;
-    QByteArray read(const QString& name) const;
+    void begin()
+    {
+        ++m_count;
+        QDir().mkpath(path());
+    }
+    QString path(const QString& name = "") const
+    {
+        return QString("%1/%2/%3").arg(m_sandbox.path(), QString::number(m_count), name);
+    }
+    void write(const QString& name, const QByteArray& bytes) const { writeFile(path(name), bytes); }
+    QByteArray read(const QString& name) const { return readFile(path(name)); }
 
     /// The folder of a sound plugin, with a library and what @p more gives (name to content).
-    QString makePlugin(const QString& name, const QString& version, const QString& inner = QString(),
-                       const QMap<QString, QByteArray>& more = {}) const;
+    QString makePlugin(const QString& name, const QString& version, const QString& inner = "",
+                       const QMap<QString, QByteArray>& more = {}) const
+    {
+        const QString folder = name + '-' + cVersion(version).toString();
+        write(folder + "/Manifest.xml", manifest(name, version, inner));
+        write(folder + '/' + Platform::library(name), "the library of " + folder.toLatin1());
+        for (auto it = more.begin(); it != more.end(); ++it)
+            write(folder + '/' + it.key(), it.value());
+        return folder;
+    }
 
     /// Its package, made by norvale pack.
-    QString makePackage(const QString& name, const QString& version, const QString& inner = QString()) const;
+    void makePackage(const QString& name, const QString& version, const QString& inner = "") const
+    {
+        QCOMPARE(run({"pack", makePlugin(name, version, inner)}).code, 0);
+    }
 
     /// Names and contents of all files below @p name.
-    QMap<QString, QByteArray> tree(const QString& name) const;
+    QMap<QString, QByteArray> tree(const QString& name) const
+    {
+        QMap<QString, QByteArray> files;
+        for (QDirIterator it(path(name), QDir::Files | QDir::Hidden, QDirIterator::Subdirectories); it.hasNext();) {
+            const QString relative = QDir(path()).relativeFilePath(it.next());
+            files.insert(relative, read(relative));
+        }
+        return files;
+    }
 
-    static QByteArray manifest(const QString& name, const QString& version, const QString& inner = QString());
+    static QByteArray manifest(const QString& name, const QString& version, const QString& inner = "")
+    {
+        return QString("<manifest>\n"
+                       "<plugin name=\"%1\" version=\"%2\" runtime_api_version=\"13\">\n"
+                       "<start><library filename=\"%1\" function=\"createPlugin\"/></start>\n"
+                       "%3</plugin>\n"
+                       "</manifest>\n")
+            .arg(name, version, inner)
+            .toUtf8();
+    }
 
 private:
     SettingsSandbox m_sandbox;

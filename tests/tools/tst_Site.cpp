@@ -1,121 +1,116 @@
 #include "HttpSite.h"
 #include "MachineProgram.h"
-#include "Rows.h"
 #include "ToolFixture.h"
 
-#include <QtCore/QDir>
-#include <QtCore/QFile>
 #include <QtCore/QLockFile>
-#include <QtCore/QProcess>
 #include <QtCore/QSet>
+
+static const QString NeedsA = "<dependencies><dependency>A</dependency></dependencies>";
 
 class tst_Site : public QObject
 {
     Q_OBJECT
 
     ToolFixture m_tool;
+    HttpSite m_server;
+
+    Ended add(const QString& package, const QString& feature, const QString& version,
+              const QString& more = QString()) const
+    {
+        return m_tool.run("site add site " + package + " --feature " + feature + " --feature-version " + version + " " +
+                          more);
+    }
+
+    void makePackages()
+    {
+        m_tool.makePackage("A", "1.0.0");
+        m_tool.makePackage("B", "1.0.0", NeedsA);
+    }
 
     /// A site with the feature Core of plugin A, the feature F of plugin B, which depends on A, and a runtime.
     void makeSite()
     {
-        m_tool.makePackage("A", "1.0.0");
-        m_tool.makePackage("B", "1.0.0", "<dependencies><dependency>A</dependency></dependencies>");
+        makePackages();
         m_tool.write("setup.exe", "setup program");
-        QCOMPARE(m_tool.run("site add site A-1.00.000.zip --feature Core --feature-version 1.0.0").code, 0);
-        QCOMPARE(m_tool
-                     .run("site add site B-1.00.000.zip --feature F --feature-version 1.0.0 --depends Core "
-                          "--display-name en-us=Eff --runtime setup.exe --runtime-version 2.0.0")
-                     .code,
-                 0);
+        QCOMPARE(add("A-1.00.000.zip", "Core", "1.0.0").code, 0);
+        const QString more = "--depends Core --display-name en-us=Eff --runtime setup.exe --runtime-version 2.0.0";
+        QCOMPARE(add("B-1.00.000.zip", "F", "1.0.0", more).code, 0);
     }
 
-    void shell(const QString& script, const QString& folder = QString())
+    void shell(const QString& script, const QString& folder = QString()) const
     {
-        QProcess process;
-        process.setWorkingDirectory(m_tool.path(folder));
-        MachineProgram::start(process, "sh", {"-ec", script});
-        QVERIFY(process.waitForFinished());
-        QCOMPARE(process.readAllStandardError() + QByteArray::number(process.exitCode()), QByteArray("0"));
+        QCOMPARE(MachineProgram::execute("sh", {"-ec", script}, m_tool.path(folder)), 0);
     }
 
+    Ended check(const QString& site = "site") const { return m_tool.run("site check --strict " + site); }
     QByteArray repository() const { return m_tool.read("site/main/repository.xml"); }
 
 private slots:
+    void initTestCase() { QVERIFY(m_server.isRunning()); }
     void init() { m_tool.begin(); }
 
     void isWholeSeenFromEverywhere()
     {
         makeSite();
-        QCOMPARE(m_tool.run("site check --strict " + QDir::toNativeSeparators("site/site.xml")).code, 0);
+        QCOMPARE(check(QDir::toNativeSeparators("site/site.xml")).code, 0);
         QCOMPARE(m_tool.run("lint --strict site").code, 0);
 
-        HttpSite server;
-        QVERIFY(server.isRunning());
         const QMap<QString, QByteArray> files = m_tool.tree("site");
         for (auto it = files.begin(); it != files.end(); ++it)
-            QVERIFY(server.write(it.key(), it.value()));
-        QCOMPARE(m_tool.run({"site", "check", "--strict", server.url("site").toString()}).code, 0);
-        const QStringList requests = server.takeRequests();
+            QVERIFY(m_server.write(it.key(), it.value()));
+        QCOMPARE(check(m_server.url("site").toString()).code, 0);
+        const QStringList requests = m_server.takeRequests();
         QCOMPARE(requests.size(), files.size()); // each once
         QCOMPARE(QSet<QString>(requests.begin(), requests.end()).size(), files.size());
 
-        QCOMPARE(m_tool.run({"site", "check", server.url("site", "~status=500").toString()}).code, 5);
-        QCOMPARE(m_tool.run({"site", "check", server.url("nothing").toString()}).code, 5);
+        QCOMPARE(check(m_server.url("site", "~status=500").toString()).code, 5);
+        QCOMPARE(check(m_server.url("nothing").toString()).code, 5);
     }
 
     void keepsWhatStoodThere()
     {
         makeSite();
         const QMap<QString, QByteArray> before = m_tool.tree("site");
-        const ToolFixture::Ended again =
-            m_tool.run("site add site A-1.00.000.zip --feature Core --feature-version 1.0.0");
-        QVERIFY(again.output.startsWith("nothing is new"));
+        QVERIFY(add("A-1.00.000.zip", "Core", "1.0.0").output.startsWith("nothing is new"));
         QCOMPARE(m_tool.tree("site"), before);
 
-        m_tool.makePackage("B", "2.0.0", "<dependencies><dependency>A</dependency></dependencies>");
-        QCOMPARE(
-            m_tool.run("site add site B-2.00.000.zip --feature F --feature-version 2.0.0 --core-version 1.2.3").code,
-            0);
+        m_tool.makePackage("B", "2.0.0", NeedsA);
+        QCOMPARE(add("B-2.00.000.zip", "F", "2.0.0", "--core-version 1.2.3").code, 0);
         const QByteArray after = repository();
         QVERIFY(after.contains("name=\"main\" version=\"1.00.002\" core_version=\"1.02.003\""));
         QVERIFY(after.contains("<feature name=\"Core\" version=\"1.00.000\""));
         QVERIFY(after.contains(">Eff<") && after.contains("<feature name=\"Core\"/>") && after.contains("setup.exe"));
         QVERIFY(!after.contains("B-1.00.000") && m_tool.tree("site").contains("site/main/packages/B-1.00.000.zip"));
 
-        QCOMPARE(m_tool
-                     .run("site add site A-1.00.000.zip --feature Core --feature-version 1.0.0 --repository other "
-                          "--repository-version 7.0 --status beta")
-                     .code,
-                 0);
+        const QString other = "--repository other --repository-version 7.0 --status beta";
+        QCOMPARE(add("A-1.00.000.zip", "Core", "1.0.0", other).code, 0);
         QCOMPARE(repository(), after);
         QVERIFY(m_tool.read("site/other-beta/repository.xml").contains("version=\"7.00.000\""));
-        QCOMPARE(m_tool.run("site check --strict site").code, 0);
+        QCOMPARE(check().code, 0);
     }
 
     void changesFeaturesThatShareAPluginTogether()
     {
         makeSite();
-        QCOMPARE(m_tool.run("site add site A-1.00.000.zip --feature G --feature-version 1.0.0").code, 0);
+        QCOMPARE(add("A-1.00.000.zip", "G", "1.0.0").code, 0);
         m_tool.makePackage("A", "2.0.0");
-        const QString line = "site add site A-2.00.000.zip --feature Core --feature-version 2.0.0";
-        const ToolFixture::Ended alone = m_tool.run(line);
+        const Ended alone = add("A-2.00.000.zip", "Core", "2.0.0");
         QCOMPARE(alone.code, 1);
         QVERIFY(alone.reasons.contains("[plugin-two-versions]"));
-        const ToolFixture::Ended both = m_tool.run(line + " --shared G=2.0.0");
+        const Ended both = add("A-2.00.000.zip", "Core", "2.0.0", "--shared G=2.0.0");
         QVERIFY2(both.code == 0, qPrintable(both.reasons));
         QVERIFY(repository().contains("<feature name=\"G\" version=\"2.00.000\"") && !repository().contains("A-1.00"));
     }
 
     void saysWhatIsOutOfReach()
     {
-        m_tool.makePackage("A", "1.0.0");
-        m_tool.makePackage("B", "1.0.0", "<dependencies><dependency>A</dependency></dependencies>");
-        QCOMPARE(m_tool.run("site add site A-1.00.000.zip --feature K --feature-version 1.0.0").code, 0);
-        const ToolFixture::Ended ended = m_tool.run("site add site B-1.00.000.zip --feature F --feature-version 1.0.0");
+        makePackages();
+        QCOMPARE(add("A-1.00.000.zip", "K", "1.0.0").code, 0);
+        const Ended ended = add("B-1.00.000.zip", "F", "1.0.0");
         QCOMPARE(ended.code, 0);
         QVERIFY(ended.reasons.contains("[suite-dependency-outside]"));
-        QCOMPARE(m_tool.run("site add site B-1.00.000.zip --feature F --feature-version 1.0.1 --depends K").code, 0);
-        QCOMPARE(m_tool.run("site check --strict site").code, 0);
+        QCOMPARE(add("B-1.00.000.zip", "F", "1.0.1", "--depends K").code, 0);
+        QCOMPARE(check().code, 0);
     }
 
     // Under --replace: who has read the old description still finds what it names.
@@ -124,9 +119,9 @@ private slots:
         makeSite();
         const QByteArray old = m_tool.read("site/main/packages/A-1.00.000.zip");
         m_tool.makePackage("A", "1.0.0", "<services><service>S</service></services>");
-        QCOMPARE(m_tool.run("site add site A-1.00.000.zip --feature Core --feature-version 1.0.0 --replace").code, 0);
+        QCOMPARE(add("A-1.00.000.zip", "Core", "1.0.0", "--replace").code, 0);
         QCOMPARE(m_tool.read("site/main/packages/A-1.00.000.zip"), old);
-        QCOMPARE(m_tool.run("site check --strict site").code, 0);
+        QCOMPARE(check().code, 0);
     }
 
     void refusesToPublish_data()
@@ -157,23 +152,22 @@ private slots:
     }
     void refusesToPublish()
     {
-        QFETCH(QString, shell);
-        QFETCH(QString, arguments);
-        QFETCH(QString, said);
+        const auto [shell, arguments, said] = cells<QString, QString, QString>("shell", "arguments", "said");
         makeSite();
         this->shell(shell);
         if (shell.endsWith("Manifest.xml"))
             QCOMPARE(m_tool.run("pack A-1.00.000").code, 0);
         const QMap<QString, QByteArray> before = m_tool.tree("site");
-        const ToolFixture::Ended ended = m_tool.run("site add site " + arguments);
+        const Ended ended = m_tool.run("site add site " + arguments);
         QCOMPARE(ended.code, 1);
         QVERIFY2(ended.reasons.contains(said), qPrintable(ended.reasons));
         QCOMPARE(m_tool.tree("site"), before);
     }
 
+    // A change is a shell's, or that of a server on the way to the package of A.
     void finds_data()
     {
-        const Rows<QString, QString> row("shell", "said");
+        const Rows<QString, QString> row("change", "said");
         row("a package that is gone", "rm main/packages/A-1.00.000.zip", "source-unreachable");
         row("one dead source of two", "sed -i 's,<source>packages/A,<source>x.zip</source>&,' main/repository.xml",
             "source-dead");
@@ -189,16 +183,25 @@ private slots:
         row("a damaged site.xml", "echo '<' >>site.xml", "xml-malformed");
         row("a source that is a pipe", "rm main/packages/A-1.00.000.zip; mkfifo main/packages/A-1.00.000.zip",
             "source-unreachable");
+        row("what a redirection leads to", "~redirect=", "");
+        row("a lost page", "~status=404", "source-unreachable");
+        row("a page cut off without a length", "~unsized/~cut=300", "package-");
+        row("more than there is", "~fill=1", "source-size");
     }
     void finds()
     {
-        QFETCH(QString, shell);
-        QFETCH(QString, said);
+        const auto [change, said] = cells<QString, QString>("change", "said");
         makeSite();
-        this->shell(shell, "site");
-        const ToolFixture::Ended ended = m_tool.run("site check --strict site");
-        QCOMPARE(ended.code, 1);
-        QVERIFY2(ended.output.contains("[" + said + "]"), qPrintable(ended.output));
+        if (change.startsWith('~')) {
+            QVERIFY(m_server.write("A.zip", m_tool.read("site/main/packages/A-1.00.000.zip")));
+            const QByteArray url = m_server.url("A.zip", change).toEncoded();
+            m_tool.write("site/main/repository.xml", repository().replace("packages/A-1.00.000.zip", url));
+        } else {
+            shell(change, "site");
+        }
+        const Ended ended = check();
+        QCOMPARE(ended.code, said.isEmpty() ? 0 : 1);
+        QVERIFY2(ended.output.contains("[" + said) || said.isEmpty(), qPrintable(ended.output));
     }
 
 #ifdef FILE_FAULTS
@@ -213,18 +216,13 @@ private slots:
     }
     void isWholeHoweverARunEnds()
     {
-        QFETCH(QString, fault);
-        QFETCH(int, code);
+        const auto [fault, code] = cells<QString, int>("fault", "code");
         makeSite();
-        m_tool.makePackage("B", "2.0.0", "<dependencies><dependency>A</dependency></dependencies>");
+        m_tool.makePackage("B", "2.0.0", NeedsA);
         shell("rm -r B-1.00.000 B-2.00.000 && cp -r site old");
-        const QStringList words =
-            QString("site add site B-2.00.000.zip --feature F --feature-version 2.0.0").split(' ');
-        QMap<QString, QString> faults{{"LD_PRELOAD", FILE_FAULTS},
-                                      {"ASAN_OPTIONS", "verify_asan_link_order=0:detect_leaks=0"},
-                                      {"FILE_FAULTS_BELOW", m_tool.path("site")},
-                                      {"FILE_FAULTS", "count"},
-                                      {"FILE_FAULTS_REPORT", m_tool.path("report")}};
+        const QStringList words = wordsOf("site add site B-2.00.000.zip --feature F --feature-version 2.0.0");
+        Variables faults = faultsBelow(m_tool.path("site"), "count");
+        faults["FILE_FAULTS_REPORT"] = m_tool.path("report");
         const QMap<QString, QByteArray> before = m_tool.tree("site");
         QCOMPARE(m_tool.run(words, faults).code, 0);
         const QMap<QString, QByteArray> after = m_tool.tree("site");
@@ -237,45 +235,19 @@ private slots:
             QVERIFY2(ended == code || ended == 0, qPrintable(QString("%1 at %2").arg(ended).arg(number)));
             QVERIFY(repository() == before["site/main/repository.xml"] ||
                     repository() == after["site/main/repository.xml"]);
-            QCOMPARE(m_tool.run("site check --strict site").code, 0);
+            QCOMPARE(check().code, 0);
             QCOMPARE(m_tool.run(words).code, 0);
             QCOMPARE(m_tool.tree("site"), after);
         }
     }
 #endif
 
-    void tellsOfServersThatFail_data()
-    {
-        const Rows<QString, QString> row("faults", "said");
-        row("redirected", "~redirect=", "");
-        row("not found", "~status=404", "source-unreachable");
-        row("cut off", "~cut=300", "source-unreachable");
-        row("cut off without a length", "~unsized/~cut=300", "package-");
-        row("more than there is", "~fill=1", "source-size");
-        row("in a circle", "~circle", "source-unreachable");
-        row("no HTTP", "~garbage", "source-unreachable");
-    }
-    void tellsOfServersThatFail()
-    {
-        QFETCH(QString, faults);
-        QFETCH(QString, said);
-        makeSite();
-        HttpSite server;
-        QVERIFY(server.isRunning());
-        QVERIFY(server.write("A.zip", m_tool.read("site/main/packages/A-1.00.000.zip")));
-        m_tool.write("site/main/repository.xml",
-                     repository().replace("packages/A-1.00.000.zip", server.url("A.zip", faults).toEncoded()));
-        const ToolFixture::Ended ended = m_tool.run("site check --strict site");
-        QCOMPARE(ended.code, said.isEmpty() ? 0 : 1);
-        QVERIFY2(ended.output.contains("[" + said) || said.isEmpty(), qPrintable(ended.output));
-    }
-
     void leavesASiteToWhoeverChangesIt()
     {
         makeSite();
         QLockFile lock(m_tool.path("site/.norvale.lock"));
         QVERIFY(lock.tryLock(0));
-        QCOMPARE(m_tool.run("site add site A-1.00.000.zip --feature Core --feature-version 1.0.0").code, 7);
+        QCOMPARE(add("A-1.00.000.zip", "Core", "1.0.0").code, 7);
     }
 };
 
