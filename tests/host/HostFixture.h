@@ -1,92 +1,165 @@
 #pragma once
 
+#include "ChildRun.h"
 #include "ExitCode.h"
+#include "Files.h"
+#include "Platform.h"
+#include "Rows.h"
 #include "SettingsSandbox.h"
 
+#include "wire/cFrameDecoder.h"
+#include "wire/cHostAddress.h"
+
+#include <QtCore/QDeadlineTimer>
 #include <QtCore/QJsonArray>
-#include <QtCore/QProcess>
-#include <QtCore/QStringList>
+#include <QtCore/QJsonDocument>
+#include <QtCore/QJsonObject>
+#include <QtCore/QtEndian>
+#include <QtNetwork/QLocalSocket>
 
 #include <memory>
 
-class QLocalSocket;
-
 Q_DECLARE_METATYPE(ExitCode)
+
+/// One frame with @p payload.
+inline QByteArray frame(const QByteArray& payload)
+{
+    QByteArray bytes(4, '\0');
+    qToLittleEndian<qint32>(payload.size(), bytes.data());
+    return bytes + payload;
+}
+
+/// Reads frames until one contains @p text; an empty list when the connection ends or nothing comes for ten seconds.
+inline QByteArrayList framesUntil(QLocalSocket& socket, const QByteArray& text)
+{
+    cFrameDecoder decoder;
+    QByteArrayList frames;
+    QByteArray payload;
+    do {
+        decoder.append(socket.readAll());
+        while (decoder.next(&payload)) {
+            frames.append(payload);
+            if (payload.contains(text))
+                return frames;
+        }
+    } while (socket.waitForReadyRead(10000));
+    return {};
+}
 
 /// A sandbox in which real hosts run as child processes, on the suite that the build has made or on one of the test's
 /// own.
 class HostFixture
 {
 public:
-    struct Ended
+    HostFixture()
     {
-        int code;
-        QString output;
-        QString reasons;
-    };
-
-    HostFixture();
+        useSuite(VCORE_TEST_SUITE);
+        qputenv("VCORE_TEST_JOURNAL", QFile::encodeName(path("journal")));
+    }
 
     /// Makes @p folder the installation; the suite of the build unless a test asks for another one.
-    void useSuite(const QString& folder);
+    void useSuite(const QString& folder)
+    {
+        m_suite = folder;
+        m_sandbox.setInstallDir(folder);
+    }
 
     /// Writes one value of the machine-wide settings.
     void setMachineValue(const QString& key, const QVariant& value) { m_sandbox.setMachineValue(key, value); }
 
     /// Writes another installation, whose feature @p feature has the plugins of @p manifests (name to text of
     /// `plugin`).
-    QString makeSuite(const QString& feature, const QMap<QString, QString>& manifests);
+    QString makeSuite(const QString& feature, const QMap<QString, QString>& manifests)
+    {
+        const QString root = path(QString("suite%1").arg(++m_madeSuites));
+        QString plugins;
+        for (auto it = manifests.begin(); it != manifests.end(); ++it) {
+            plugins += QString("<plugin name='%1' version='1.00.000'/>").arg(it.key());
+            writeFile(QString("%1/plugins/%2-1.00.000/Manifest.xml").arg(root, it.key()), it.value().toUtf8());
+        }
+        const QString features = "<repository name='main' version='1.0.0'><feature name='%1' version='1.0.0' "
+                                 "active='true'><plugins>%2</plugins></feature></repository>";
+        writeFile(root + "/plugins/features.xml", features.arg(feature, plugins).toUtf8());
+        return root;
+    }
 
     /// Runs VCore to its end, with the words of @p line as arguments, or with those given.
-    Ended run(const QString& line) const { return run(line.split(QLatin1Char(' '), Qt::SkipEmptyParts)); }
-    Ended run(const QStringList& arguments, const QMap<QString, QString>& environment = {}) const;
+    Ended run(const QString& line) const { return run(wordsOf(line)); }
+    Ended run(const QStringList& arguments, const Variables& variables = {}) const
+    {
+        return runToEnd(VCORE_PROGRAM, arguments, variables);
+    }
 
-    /// Starts the host of the fixture, with an empty journal.
-    void start(const QStringList& arguments = {});
-
-    /// The same, for Platform::interrupt().
-    void startInterruptible();
+    /// Starts the host of the fixture, with an empty journal, for Platform::interrupt().
+    void startInterruptible()
+    {
+        prepareStart();
+        Platform::startInterruptible(*m_host, VCORE_PROGRAM, {});
+    }
 
     /// Waits until the host that was started serves. @return false when it does not; its reasons are in the test's
     /// output.
-    bool isServing();
+    bool isServing()
+    {
+        const QDeadlineTimer deadline(30000);
+        while (!deadline.hasExpired() && !m_host->waitForFinished(20)) {
+            const auto client = connectClient(frame(R"({"command":"LIST"})"));
+            if (client->state() == QLocalSocket::ConnectedState && !framesUntil(*client, "HANDLED").isEmpty())
+                return true;
+        }
+        return false;
+    }
 
-    /// Starts the host and waits until it serves.
-    bool serve(const QStringList& arguments = {});
+    /// Starts the host of the fixture, with an empty journal, and waits until it serves.
+    bool serve(const QStringList& arguments = {})
+    {
+        prepareStart();
+        m_host->start(VCORE_PROGRAM, arguments);
+        return isServing();
+    }
 
     QProcess& host() { return *m_host; }
 
-    /// Ends the host as a client does. @return as exitCodeOf().
-    int quit();
-
-    /// Waits for the end of a process. @return its exit code; -1 when it crashed or did not end.
-    static int exitCodeOf(QProcess& process);
+    /// Ends the host as a client does. @return its exit code.
+    int quit()
+    {
+        run({"--send", R"({"command":"QUIT"})"});
+        return exitCodeOf(*m_host);
+    }
 
     /// The spans in a trace that a host wrote, in order of their begin.
-    static QJsonArray spansOf(const QString& trace);
+    static QJsonArray spansOf(const QString& trace)
+    {
+        return QJsonDocument::fromJson(readFile(trace))["traceEvents"].toArray();
+    }
 
     /// Connects a client, and sends the bytes given.
-    std::unique_ptr<QLocalSocket> connectClient(const QByteArray& bytes = {}) const;
+    std::unique_ptr<QLocalSocket> connectClient(const QByteArray& bytes = {}) const
+    {
+        auto socket = std::make_unique<QLocalSocket>();
+        socket->connectToServer(cHostAddress::ofInstallation(m_suite).socketName());
+        if (socket->waitForConnected(10000)) {
+            socket->write(bytes);
+            socket->flush();
+        }
+        return socket;
+    }
 
     /// Lines that the plugins noted so far.
-    QStringList journal() const;
+    QStringList journal() const { return QString::fromUtf8(readFile(path("journal"))).split('\n', Qt::SkipEmptyParts); }
 
-    QString path(const QString& name) const { return m_sandbox.path() + QLatin1Char('/') + name; }
+    QString path(const QString& name) const { return m_sandbox.path() + '/' + name; }
 
 private:
-    void prepareStart();
+    void prepareStart()
+    {
+        QFile::remove(path("journal"));
+        m_host = std::make_unique<QProcess>();
+        m_host->setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    }
 
     SettingsSandbox m_sandbox;
     QString m_suite;
     int m_madeSuites = 0;
     std::unique_ptr<QProcess> m_host;
 };
-
-/// One frame with @p payload.
-QByteArray frame(const QByteArray& payload);
-
-/// Reads frames until one contains @p text; an empty list when the connection ends or nothing comes for ten seconds.
-QList<QByteArray> framesUntil(QLocalSocket& socket, const QByteArray& text);
-
-/// True when the other side ends the connection within ten seconds.
-bool isEnded(QLocalSocket& socket);

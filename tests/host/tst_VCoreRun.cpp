@@ -1,12 +1,4 @@
 #include "HostFixture.h"
-#include "Platform.h"
-#include "Rows.h"
-
-#include "wire/cHostAddress.h"
-
-#include <QtCore/QJsonArray>
-#include <QtCore/QJsonDocument>
-#include <QtCore/QJsonObject>
 
 namespace {
 
@@ -34,38 +26,34 @@ private slots:
 
     void endsWithTheCodeOf_data()
     {
-        const Rows<QString, QString, ExitCode, QString> row("suite", "words", "code", "said");
+        const Rows<QString, ExitCode, QString, QString> row("words", "code", "said", "suite");
         const QString built = VCORE_TEST_SUITE;
-        row("help", built, "--help", ExitCode::Ok, "Exit codes:");
-        row("version", built, "--version", ExitCode::Ok, "VCore ");
-        row("unknown option", built, "--nonsense", ExitCode::Usage, "nonsense");
-        row("stray word", built, "nonsense", ExitCode::Usage, "\"nonsense\" is not understood");
-        row("two commands", built, "--list --send {}", ExitCode::Usage, "exclude each other");
-        row("another command's option", built, "--list --wait", ExitCode::Usage, "--wait does not go with --list");
-        row("call without a method", built, "--call Text", ExitCode::Usage, "at least 2");
-        row("time limit that is none", built, "--timeout soon --send {}", ExitCode::Usage, "--timeout");
-        row("send to nobody", built, "--send {}", ExitCode::NoHost, "no host");
-        row("call to nobody", built, "--call Text third", ExitCode::NoHost, "no host");
-        row("wait in vain", built, "--wait --timeout 0.1 --send {}", ExitCode::NoHost, "no host");
-        row("log in no folder", built, "--log /no/such/folder/x", ExitCode::FileFailed, "/no/such/folder/x");
-        row("no core", m_fixture.makeSuite("Other", {{"A", manifest("13")}}), "", ExitCode::NoCore,
-            "\"Core\" is not installed");
-        row("other interface version", m_fixture.makeSuite("Core", {{"A", manifest("12")}}), "", ExitCode::StartFailed,
-            "12");
-        const QString circle = m_fixture.makeSuite("Core", {{"A", manifest("13", "<dependency>B</dependency>")},
-                                                            {"B", manifest("13", "<dependency>A</dependency>")}});
-        row("circle", circle, "", ExitCode::Fatal, "Cannot start under this circumstances.");
-        const QString faulty = m_fixture.makeSuite("Core", {{"Broken", "<m><plugin"}, {"Fine", manifest("13")}});
-        row("list with a faulty plugin", faulty, "--list", ExitCode::Ok, "\nBroken  1.00.000");
+        row("help", "--help", ExitCode::Ok, "Exit codes:", built);
+        row("version", "--version", ExitCode::Ok, "VCore ", built);
+        row("unknown option", "--nonsense", ExitCode::Usage, "nonsense", built);
+        row("stray word", "nonsense", ExitCode::Usage, "\"nonsense\" is not understood", built);
+        row("two commands", "--list --send {}", ExitCode::Usage, "exclude each other", built);
+        row("another command's option", "--list --wait", ExitCode::Usage, "--wait does not go with --list", built);
+        row("call without a method", "--call Text", ExitCode::Usage, "at least 2", built);
+        row("time limit that is none", "--timeout soon --send {}", ExitCode::Usage, "--timeout", built);
+        row("call to nobody", "--call Text third", ExitCode::NoHost, "no host", built);
+        row("wait in vain", "--wait --timeout 0.1 --send {}", ExitCode::NoHost, "no host", built);
+        row("log in no folder", "--log /no/such/folder/x", ExitCode::FileFailed, "/no/such/folder/x", built);
+        const QString sound = manifest("13");
+        row("no core", "", ExitCode::NoCore, "\"Core\" is not installed", m_fixture.makeSuite("Other", {{"A", sound}}));
+        row("other interface", "", ExitCode::StartFailed, "12", m_fixture.makeSuite("Core", {{"A", manifest("12")}}));
+        row("circle", "", ExitCode::Fatal, "Cannot start under this circumstances.",
+            m_fixture.makeSuite("Core", {{"A", manifest("13", "<dependency>B</dependency>")},
+                                         {"B", manifest("13", "<dependency>A</dependency>")}}));
+        row("list with a faulty plugin", "--list", ExitCode::Ok, "\nBroken  1.00.000",
+            m_fixture.makeSuite("Core", {{"Broken", "<m><plugin"}, {"Fine", sound}}));
     }
     void endsWithTheCodeOf()
     {
-        QFETCH(QString, suite);
-        QFETCH(QString, words);
-        QFETCH(ExitCode, code);
-        QFETCH(QString, said);
+        const auto [words, code, said, suite] =
+            cells<QString, ExitCode, QString, QString>("words", "code", "said", "suite");
         m_fixture.useSuite(suite);
-        const HostFixture::Ended ended = m_fixture.run(words);
+        const Ended ended = m_fixture.run(words);
         QCOMPARE(ended.code, int(code));
         const QString text = code == ExitCode::Ok ? ended.output : ended.reasons;
         QVERIFY2(text.contains(said), qPrintable(text));
@@ -115,8 +103,7 @@ private slots:
     }
     void endsAfterSignals()
     {
-        QFETCH(QByteArray, variable);
-        QFETCH(ExitCode, code);
+        const auto [variable, code] = cells<QByteArray, ExitCode>("variable", "code");
         QFile goOn(m_fixture.path("goOn"));
         if (!variable.isEmpty())
             qputenv(variable, QFile::encodeName(goOn.fileName()));
@@ -134,22 +121,22 @@ private slots:
             QTRY_VERIFY_WITH_TIMEOUT(m_fixture.journal().contains("stop Base"), 10000);
             Platform::interrupt(m_fixture.host());
         }
-        QCOMPARE(HostFixture::exitCodeOf(m_fixture.host()), int(code));
+        QCOMPARE(exitCodeOf(m_fixture.host()), int(code));
         QCOMPARE(m_fixture.journal(), QStringList({"start Base", "stop Base"}));
     }
 
     void onlyADeadHostGivesWay()
     {
         QVERIFY(m_fixture.serve());
-        const HostFixture::Ended second = m_fixture.run("");
+        const Ended second = m_fixture.run("");
         QCOMPARE(second.code, int(ExitCode::HostRunning));
         QVERIFY2(second.reasons.contains(QString::number(m_fixture.host().processId())), qPrintable(second.reasons));
         m_fixture.host().kill();
-        QCOMPARE(HostFixture::exitCodeOf(m_fixture.host()), -1);
+        QCOMPARE(exitCodeOf(m_fixture.host()), -1);
         QCOMPARE(m_fixture.run("--send {}").code, int(ExitCode::NoHost));
         QVERIFY(m_fixture.serve());
         QCOMPARE(m_fixture.run("--call VCore quit").code, 0);
-        QCOMPARE(HostFixture::exitCodeOf(m_fixture.host()), 0);
+        QCOMPARE(exitCodeOf(m_fixture.host()), 0);
 
         const QString suite(VCORE_TEST_SUITE);
         QCOMPARE(cHostAddress::ofInstallation(suite).lockPath() ==
@@ -175,7 +162,7 @@ private slots:
         client.start(VCORE_PROGRAM, {"--wait", "--call", "OnDemand", "name"});
         QVERIFY(!client.waitForFinished(200)); // without a host it waits on
         QVERIFY(m_fixture.serve());
-        QCOMPARE(HostFixture::exitCodeOf(client), 0);
+        QCOMPARE(exitCodeOf(client), 0);
         QCOMPARE(client.readAllStandardOutput().trimmed(), QByteArray("OnDemand"));
         QCOMPARE(m_fixture.quit(), 0);
     }

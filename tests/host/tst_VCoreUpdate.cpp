@@ -1,18 +1,10 @@
 #include "HostFixture.h"
 #include "HttpSite.h"
 #include "MachineProgram.h"
-#include "Platform.h"
-#include "Rows.h"
-
-#include "wire/cHostAddress.h"
 
 #include <QtCore/QCryptographicHash>
-#include <QtCore/QDir>
-#include <QtCore/QJsonDocument>
-#include <QtCore/QJsonObject>
 #include <QtCore/QLockFile>
 #include <QtCore/QRandomGenerator>
-#include <QtCore/QUrl>
 
 namespace {
 
@@ -24,37 +16,18 @@ QByteArray manifest(const QString& name, const QString& version)
     return QString("<m><plugin name='%1' version='%2' runtime_api_version='13'/></m>").arg(name, version).toUtf8();
 }
 
-QByteArray contentOf(const QString& path)
+/// A package whose @p size bytes beside the manifest no compression makes fewer.
+QByteArray package(const QTemporaryDir& folder, const QString& name, const QString& version, int size)
 {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-/// Bytes that no compression makes fewer.
-QByteArray noise(int size)
-{
-    QByteArray bytes(size, '\0');
+    QByteArray noise;
     QRandomGenerator generator(1);
-    for (char& byte : bytes)
-        byte = char(generator.generate());
-    return bytes;
-}
-
-QByteArray package(const QTemporaryDir& folder, const QString& name, const QString& version, int fillBytes)
-{
-    const QString zip = folder.filePath("package.zip");
-    QFile::remove(zip);
-    for (const auto& [file, bytes] :
-         {std::pair("Manifest.xml", manifest(name, version)), std::pair("fill", noise(fillBytes))}) {
-        QFile out(folder.filePath(file));
-        if (!out.open(QIODevice::WriteOnly) || out.write(bytes) != bytes.size())
-            return QByteArray();
-    }
-    QProcess python;
-    python.setWorkingDirectory(folder.path());
-    MachineProgram::start(python, "python3", {"-m", "zipfile", "-c", zip, "Manifest.xml", "fill"});
-    python.waitForFinished();
-    return contentOf(zip);
+    while (noise.size() < size)
+        noise += char(generator.generate());
+    writeFile(folder.filePath("Manifest.xml"), manifest(name, version));
+    writeFile(folder.filePath("fill"), noise);
+    const QString zip = folder.filePath(name + ".zip");
+    MachineProgram::execute("python3", {"-m", "zipfile", "-c", zip, "Manifest.xml", "fill"}, folder.path());
+    return readFile(zip);
 }
 
 QString pluginElement(const QString& name, const QString& version, const QByteArray& package,
@@ -70,18 +43,6 @@ QString feature(const QString& name, const QString& version, const QString& plug
 {
     return QString("<feature name='%1' version='%2'><plugins>%3</plugins></feature>").arg(name, version, plugins);
 }
-
-#ifdef FILE_FAULTS
-/// The environment in which what changes the disk below @p folder goes wrong.
-QMap<QString, QString> faultsBelow(const QString& folder, const QString& fault)
-{
-    QDir().mkpath(folder);
-    return {{"LD_PRELOAD", FILE_FAULTS},
-            {"ASAN_OPTIONS", "verify_asan_link_order=0:detect_leaks=0"},
-            {"FILE_FAULTS", fault},
-            {"FILE_FAULTS_BELOW", QDir(folder).canonicalPath()}};
-}
-#endif
 
 } // namespace
 
@@ -102,10 +63,10 @@ class tst_VCoreUpdate : public QObject
         return QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) + "/Varkel/VCore/Dropbox";
     }
 
-    /// Puts a repository description onto the site, and the same into the folder of bootstrap.
-    void publish(const QString& attributes, const QString& content)
+    /// Puts a repository description onto the site.
+    void publish(const QString& version, const QString& content)
     {
-        const QString xml = QString("<repository name='main' %1>%2</repository>").arg(attributes, content);
+        const QString xml = QString("<repository name='main' version='%1'>%2</repository>").arg(version, content);
         QVERIFY(m_site.write("repository.xml", xml.toUtf8()));
     }
 
@@ -113,7 +74,15 @@ class tst_VCoreUpdate : public QObject
     QString update(const QString& source = "%1-%2.zip") const
     {
         return feature("Core", "2.0.0",
-                       pluginElement("A", "2.00.000", contentOf(m_site.folder() + "/A-2.00.000.zip"), source));
+                       pluginElement("A", "2.00.000", readFile(m_site.folder() + "/A-2.00.000.zip"), source));
+    }
+
+    /// Starts the host, which lists the plugin A in @p version, and ends it.
+    void servesA(const QString& version)
+    {
+        QVERIFY(m_fixture.serve());
+        QVERIFY(m_fixture.run("--list").output.contains(QRegularExpression("\nA +" + version)));
+        QCOMPARE(m_fixture.quit(), 0);
     }
 
 private slots:
@@ -123,7 +92,7 @@ private slots:
         QVERIFY(m_site.write("site.xml", Site.toUtf8()));
         QVERIFY(m_site.write("A-2.00.000.zip", package(m_work, "A", "2.00.000", 100000)));
         QVERIFY(m_site.write("B-1.00.000.zip", package(m_work, "B", "1.00.000", 0)));
-        QVERIFY(m_site.write("runtime-2.run", "the setup program"));
+        QVERIFY(m_site.write("run-2", "setup"));
     }
 
     void init()
@@ -136,17 +105,56 @@ private slots:
         QCOMPARE(m_fixture.run({"--update-sites", m_site.url().toString()}).code, 0);
     }
 
-    void endsWithTheCodeOf_data();
+    void endsWithTheCodeOf_data()
+    {
+        using Code = ExitCode;
+        const Rows<QString, Code, QStringList, QString, QString> row("words", "code", "said", "version", "content");
+        const QString two = "2.0.0";
+        const auto newer = [&](const char* name, const QString& words, Code code, const QStringList& said) {
+            row(name, words, code, said, two, update());
+        };
+        newer("check", "--check", Code::Ok, {"\n1.00.000   2.00.000  "});
+        newer("check as JSON", "--json --check", Code::Ok, {"\"requires_new_core\":false,\"result_code\":0,\"size\":"});
+        newer("update", "--update", Code::Ok, {"Version 2.00.000 is ready (", "VCore: main-2.00.000: 100 % of "});
+        newer("update with an unknown feature", "--update Nonsense", Code::FeatureMissing, {"Nonsense"});
+        newer("option behind a feature", "--update Core --json", Code::Usage, {"options stand before"});
+        newer("install no file", "--install /no/file", Code::NothingToInstall, {"/no/file is no description"});
+        const QString site = "--install " + m_site.folder() + '/';
+        const QString install = site + "repository.xml";
+        newer("install", install, Code::Ok, {"Installed are Core 2.00.000.", "  unpacking   A 2.00.000\n"});
+        newer("install a package of one's own", site + "A-2.00.000.zip", Code::Ok,
+              {"Installed are Core 1.00.000, VelmDev 0.00.001."});
+        newer("install a package that is none", site + "A-3.zip", Code::NothingToInstall, {"A-3.zip is no file"});
+        newer("bootstrap without its folder", "--bootstrap", Code::NothingToInstall, {"Bootstrap/repository.xml"});
+
+        const QString old = feature("Core", "1.0.0", "");
+        row("check finds nothing newer", "--check", Code::NoUpdate, {"1.00.000 is the newest"}, "1.0.0", old);
+        row("update finds nothing newer", "--update", Code::NoUpdate, {"newest"}, "1.0.0", old);
+        row("no repository", "--check", Code::NoUpdate, {"no update site has a repository"}, two, "</broken>");
+        const QString needy = "2.0.0' core_version='1.5";
+        row("update of a newer core", "--update", Code::CoreTooOld, {"the installed version 1.00.000"}, needy,
+            update());
+        row("install for a newer core", install, Code::CoreTooOld, {"needs the core 1.05.000"}, needy, update());
+        const QString core = update() + "<runtime version='2.0.0' name='run-2'><source>run-2</source><hash>" +
+                             QCryptographicHash::hash("setup", QCryptographicHash::Sha1).toHex() + "</hash></runtime>";
+        row("check finds a new core", "--check", Code::NewCore, {"a new core first"}, two, core);
+        row("update to a new core", "--update", Code::NewCore, {"/Varkel/VCore/run-2\n"}, two, core);
+        row("the same as JSON", "--json --update", Code::NewCore, {"/Varkel/VCore/run-2\""}, two, core);
+        row("lost package", "--update", Code::FetchFailed, {"A-2.00.000 could not be fetched"}, two,
+            update("lost%1%2"));
+        row("another package", "--update", Code::FetchFailed, {"A-2.00.000"}, two, update("site.xml?%1%2"));
+        row("lost feature", "--update", Code::FeatureMissing, {"lacks a feature"}, two, feature("Other", "2.0.0", ""));
+        row("install without a package", install, Code::InstallIncomplete, {"Installed are Core 1.00.000."}, two,
+            feature("Core", "2.0.0", pluginElement("C", "1.00.000", "x")));
+    }
     void endsWithTheCodeOf()
     {
-        QFETCH(QString, attributes);
-        QFETCH(QString, content);
-        QFETCH(QString, words);
-        QFETCH(ExitCode, code);
-        QFETCH(QString, said);
-        publish(attributes, content);
-        const HostFixture::Ended ended = m_fixture.run(words);
-        QVERIFY2((ended.output + ended.reasons).contains(said), qPrintable(ended.output + ended.reasons));
+        const auto [words, code, said, version, content] =
+            cells<QString, ExitCode, QStringList, QString, QString>("words", "code", "said", "version", "content");
+        publish(version, content);
+        const Ended ended = m_fixture.run(words);
+        for (const QString& text : said)
+            QVERIFY2((ended.output + ended.reasons).contains(text), qPrintable(ended.output + ended.reasons));
         QCOMPARE(ended.code, int(code));
     }
 
@@ -160,16 +168,16 @@ private slots:
         QCOMPARE(m_fixture.run("--update-sites").output, sites.join('\n') + '\n');
         QCOMPARE(m_fixture.run("--update-sites example.org").code, int(ExitCode::Usage));
         QCOMPARE(m_fixture.run("--update-sites none").output, QString());
-        const HostFixture::Ended ended = m_fixture.run("--check");
+        const Ended ended = m_fixture.run("--check");
         QCOMPARE(ended.code, int(ExitCode::NoUpdate));
         QVERIFY2(ended.output.contains("no update site is set"), qPrintable(ended.output));
     }
 
     void fetchesInstallsAndRemoves()
     {
-        const QByteArray more = contentOf(m_site.folder() + "/B-1.00.000.zip");
+        const QByteArray more = readFile(m_site.folder() + "/B-1.00.000.zip");
         const QString features = update() + feature("More", "1.0.0", pluginElement("B", "1.00.000", more));
-        publish("version='2.0.0'", features);
+        publish("2.0.0", features);
         const char* waits = "is installed at the next start.";
         QVERIFY(!m_fixture.run("--check").output.contains(waits));
         QCOMPARE(m_fixture.run("--update More").code, 0);
@@ -188,12 +196,12 @@ private slots:
         QCOMPARE(m_fixture.quit(), 0);
 
         // Of a repository that is newer in name only, the version is all that there is to install.
-        publish("version='2.1.0'", features);
+        publish("2.1.0", features);
         QCOMPARE(m_fixture.run("--update").code, 0);
         QVERIFY(m_fixture.serve());
         QVERIFY2(m_fixture.run("--check").output.contains("2.01.000 is the newest"), "the version was not stored");
         QCOMPARE(m_fixture.quit(), 0);
-        const HostFixture::Ended removed = m_fixture.run("--uninstall");
+        const Ended removed = m_fixture.run("--uninstall");
         QCOMPARE(removed.code, 0);
         QVERIFY2(removed.output.contains("  removing    A 2.00.000\n"), qPrintable(removed.output));
         QVERIFY(!QFile::exists(inSuite("plugins")));
@@ -202,7 +210,7 @@ private slots:
 
     void takesTurns()
     {
-        publish("version='2.0.0'", update());
+        publish("2.0.0", update());
         QLockFile lock(cHostAddress::ofInstallation(m_suite).updateLockPath());
         QVERIFY(lock.tryLock());
         for (const char* words : {"--update", "--install x", "--uninstall"})
@@ -211,60 +219,47 @@ private slots:
         lock.unlock();
         QCOMPARE(m_fixture.run("--update").code, 0);
         QVERIFY(lock.tryLock());
-        for (const char* version :
-             {"1.00.000", "2.00.000"}) { // a start beside a fetch leaves what waits to the next one
-            QVERIFY(m_fixture.serve());
-            QVERIFY(m_fixture.run("--list").output.contains(QRegularExpression(QString("\nA +") + version)));
-            QCOMPARE(m_fixture.quit(), 0);
-            lock.unlock();
-        }
+        servesA("1.00.000"); // a start beside a fetch leaves what waits to the next one
+        lock.unlock();
+        servesA("2.00.000");
     }
 
     void startsWhatIsInstalledWhenNothingElseCanBe()
     {
-        publish("version='2.0.0'", update());
+        publish("2.0.0", update());
         QCOMPARE(m_fixture.run("--update").code, 0);
         QFile waiting(dropbox() + "/A-2.00.000.zip");
         QVERIFY(waiting.open(QIODevice::ReadWrite) && waiting.seek(100) && waiting.write("damage") == 6);
         waiting.close();
-        QVERIFY(m_fixture.serve());
-        QVERIFY(m_fixture.run("--list").output.contains(QRegularExpression("\nA +1\\.00\\.000")));
-        QCOMPARE(m_fixture.quit(), 0);
+        servesA("1.00.000");
         QCOMPARE(m_fixture.run("--update").code, 0); // fetches anew what was damaged
-        QVERIFY(m_fixture.serve());
-        QVERIFY(m_fixture.run("--list").output.contains(QRegularExpression("\nA +2\\.00\\.000")));
-        QCOMPARE(m_fixture.quit(), 0);
+        servesA("2.00.000");
     }
 
 #ifdef FILE_FAULTS
-    void tellsThatSitesCannotBeStored()
-    {
-        QMap<QString, QString> faults = faultsBelow(m_fixture.path("user"), "EROFS 1");
-        faults["FILE_FAULTS_REGISTRY"] = "1";
-        QCOMPARE(m_fixture.run({"--update-sites", "http://example.org"}, faults).code, int(ExitCode::SettingsFailed));
-    }
     void survivesADiskThatFails_data()
     {
         const Rows<QStringList, QString, int, QString> row("words", "fault", "code", "version");
         const QStringList install{"--install", m_site.folder() + "/repository.xml"};
-        row("full while it fetches", {"--update"}, "ENOSPC 1", int(ExitCode::FetchFailed), "1\\.00");
-        row("full while it installs", install, "ENOSPC 3", int(ExitCode::InstallIncomplete), "1\\.00");
-        row("killed while it installs", install, "kill 10", -1, "1\\.00");
+        const QStringList sites{"--update-sites", "http://example.org"};
+        row("read-only for the sites", sites, "EROFS 1", int(ExitCode::SettingsFailed), "1.00.000");
+        row("full while it fetches", {"--update"}, "ENOSPC 1", int(ExitCode::FetchFailed), "1.00.000");
+        row("full while it installs", install, "ENOSPC 3", int(ExitCode::InstallIncomplete), "1.00.000");
+        row("killed while it installs", install, "kill 10", -1, "1.00.000");
         // Windows needs fewer calls for the same.
-        row("killed while it tidies up", install, Platform::hasUnixFiles() ? "kill 25" : "kill 23", -1, "2\\.00");
-        row("read-only while it removes", {"--uninstall"}, "EROFS 1", int(ExitCode::UninstallIncomplete), "1\\.00");
+        row("killed while it tidies up", install, Platform::hasUnixFiles() ? "kill 25" : "kill 23", -1, "2.00.000");
+        row("read-only while it removes", {"--uninstall"}, "EROFS 1", int(ExitCode::UninstallIncomplete), "1.00.000");
     }
     void survivesADiskThatFails()
     {
-        QFETCH(QStringList, words);
-        QFETCH(QString, fault);
-        QFETCH(QString, version);
-        publish("version='2.0.0'", update());
-        const QString below = words.first() == "--update" ? dropbox() : m_suite;
-        QTEST(m_fixture.run(words, faultsBelow(below, fault)).code, "code");
-        QVERIFY(m_fixture.serve());
-        QVERIFY(m_fixture.run("--list").output.contains(QRegularExpression("\nA +" + version)));
-        QCOMPARE(m_fixture.quit(), 0);
+        const auto [words, fault, version] = cells<QStringList, QString, QString>("words", "fault", "version");
+        publish("2.0.0", update());
+        const Variables folders{{"--update", dropbox()}, {"--update-sites", m_fixture.path("user")}};
+        Variables faults = faultsBelow(folders.value(words.first(), m_suite), fault);
+        if (words.first() == "--update-sites")
+            faults["FILE_FAULTS_REGISTRY"] = "1";
+        QTEST(m_fixture.run(words, faults).code, "code");
+        servesA(version);
     }
 #endif
 
@@ -277,10 +272,8 @@ private slots:
     }
     void isCancelled()
     {
-        QFETCH(QString, command);
-        QFETCH(QString, site);
-        QFETCH(QString, source);
-        publish("version='2.0.0'", update(source));
+        const auto [command, site, source] = cells<QString, QString, QString>("command", "site", "source");
+        publish("2.0.0", update(source));
         QCOMPARE(m_fixture.run({"--update-sites", m_site.url("", site).toString()}).code, 0);
         m_site.takeRequests();
         QProcess process;
@@ -289,74 +282,23 @@ private slots:
         while (!requests.join(' ').contains("/~"))
             QTRY_VERIFY_WITH_TIMEOUT(!(requests += m_site.takeRequests()).isEmpty(), 10000);
         Platform::interrupt(process);
-        QCOMPARE(HostFixture::exitCodeOf(process), int(ExitCode::Cancelled));
+        QCOMPARE(exitCodeOf(process), int(ExitCode::Cancelled));
         QVERIFY(!QFile::exists(dropbox() + "/repository.xml"));
     }
 
     void drawsABarOnATerminal()
     {
-        publish("version='2.0.0'", update());
+        publish("2.0.0", update());
         QProcess terminal;
         if (!Platform::startOnTerminal(terminal, VCORE_PROGRAM, {"--update"}))
             QSKIP("a terminal is needed");
-        QCOMPARE(HostFixture::exitCodeOf(terminal), 0);
+        QCOMPARE(exitCodeOf(terminal), 0);
         const QString drawn = Platform::drawnText(terminal.readAllStandardOutput());
         QVERIFY2(drawn.contains(QRegularExpression("(^|\r)main-2\\.00\\.000  \\[#{10,}\\]  100 %  \\d")),
                  qPrintable(drawn));
         QVERIFY2(drawn.contains("\rVersion 2.00.000 is ready ("), qPrintable(drawn));
     }
 };
-
-void tst_VCoreUpdate::endsWithTheCodeOf_data()
-{
-    const Rows<QString, QString, QString, ExitCode, QString> row("attributes", "content", "words", "code", "said");
-    const QString two = "version='2.0.0'";
-    const QString runtime = "<runtime version='2.0.0' name='runtime-2.run'><source>runtime-2.run</source><hash>" +
-                            QCryptographicHash::hash("the setup program", QCryptographicHash::Sha1).toHex() +
-                            "</hash></runtime>";
-    row("check", two, update(), "--check", ExitCode::Ok, "\n1.00.000   2.00.000  ");
-    row("check as JSON", two, update(), "--json --check", ExitCode::Ok,
-        "\"requires_new_core\":false,\"result_code\":0,\"size\":");
-    row("check finds nothing newer", "version='1.0.0'", feature("Core", "1.0.0", ""), "--check", ExitCode::NoUpdate,
-        "1.00.000 is the newest");
-    row("check finds no repository", two, "</broken>", "--check", ExitCode::NoUpdate,
-        "no update site has a repository");
-    row("check finds a new core", two, update() + runtime, "--check", ExitCode::NewCore, "a new core first");
-    row("update", two, update(), "--update", ExitCode::Ok, "Version 2.00.000 is ready (");
-    row("update tells how far it is", two, update(), "--update", ExitCode::Ok, "VCore: main-2.00.000: 100 % of ");
-    row("update with nothing newer", "version='1.0.0'", feature("Core", "1.0.0", ""), "--update", ExitCode::NoUpdate,
-        "newest");
-    row("update to a new core", two, update() + runtime, "--update", ExitCode::NewCore,
-        "/Varkel/VCore/runtime-2.run\n");
-    row("the same as JSON", two, update() + runtime, "--json --update", ExitCode::NewCore,
-        "/Varkel/VCore/runtime-2.run\"");
-    row("update that needs a newer core", two + " core_version='1.5'", update(), "--update", ExitCode::CoreTooOld,
-        "than the installed version 1.00.000");
-    row("update without its package", two, update("lost-%1-%2.zip"), "--update", ExitCode::FetchFailed,
-        "A-2.00.000 could not be fetched");
-    row("update with another package", two, update("site.xml?%1%2"), "--update", ExitCode::FetchFailed, "A-2.00.000");
-    row("update without an installed feature", two, feature("Other", "2.0.0", ""), "--update", ExitCode::FeatureMissing,
-        "lacks a feature");
-    row("update with an unknown feature", two, update(), "--update Nonsense", ExitCode::FeatureMissing, "Nonsense");
-    row("option behind a feature", two, update(), "--update Core --json", ExitCode::Usage, "options stand before");
-    row("install no file", two, update(), "--install /no/such/file", ExitCode::NothingToInstall,
-        "/no/such/file is no description");
-    row("install", two, update(), "--install " + m_site.folder() + "/repository.xml", ExitCode::Ok,
-        "Installed are Core 2.00.000.");
-    row("install shows what it does", two, update(), "--install " + m_site.folder() + "/repository.xml", ExitCode::Ok,
-        "  unpacking   A 2.00.000\n");
-    row("install without a package", two, feature("Core", "2.0.0", pluginElement("C", "1.00.000", "x")),
-        "--install " + m_site.folder() + "/repository.xml", ExitCode::InstallIncomplete,
-        "Installed are Core 1.00.000.");
-    row("install what needs a newer core", two + " core_version='1.5'", update(),
-        "--install " + m_site.folder() + "/repository.xml", ExitCode::CoreTooOld, "needs the core 1.05.000");
-    row("install a package of one's own", two, update(), "--install " + m_site.folder() + "/A-2.00.000.zip",
-        ExitCode::Ok, "Installed are Core 1.00.000, VelmDev 0.00.001.");
-    row("install a package that is none", two, update(), "--install " + m_site.folder() + "/A-3.zip",
-        ExitCode::NothingToInstall, "A-3.zip is no file");
-    row("bootstrap without its folder", two, update(), "--bootstrap", ExitCode::NothingToInstall,
-        "Bootstrap/repository.xml");
-}
 
 QTEST_GUILESS_MAIN(tst_VCoreUpdate)
 #include "tst_VCoreUpdate.moc"
