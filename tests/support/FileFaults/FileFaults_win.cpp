@@ -11,6 +11,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <string>
+#include <utility>
 
 namespace {
 
@@ -109,8 +110,8 @@ bool goesWrong(const char* call, const wchar_t* what, bool frees = false)
     return true;
 }
 
-HANDLE WINAPI createFile(LPCWSTR path, DWORD access, DWORD share, LPSECURITY_ATTRIBUTES security, DWORD disposition,
-                         DWORD flags, HANDLE like)
+HANDLE WINAPI faultyCreateFileW(LPCWSTR path, DWORD access, DWORD share, LPSECURITY_ATTRIBUTES security,
+                                DWORD disposition, DWORD flags, HANDLE like)
 {
     const DWORD writing = GENERIC_WRITE | GENERIC_ALL | FILE_WRITE_DATA | FILE_APPEND_DATA;
     if (((access & writing) || disposition != OPEN_EXISTING) && isBelow(path) && goesWrong("open", path))
@@ -118,7 +119,7 @@ HANDLE WINAPI createFile(LPCWSTR path, DWORD access, DWORD share, LPSECURITY_ATT
     return CreateFileW(path, access, share, security, disposition, flags, like);
 }
 
-BOOL WINAPI writeFile(HANDLE file, LPCVOID data, DWORD size, LPDWORD written, LPOVERLAPPED overlapped)
+BOOL WINAPI faultyWriteFile(HANDLE file, LPCVOID data, DWORD size, LPDWORD written, LPOVERLAPPED overlapped)
 {
     if (isBelow(file)) {
         if (s_faults.mode == Mode::Tear && s_faults.seen + 1 == s_faults.number)
@@ -129,104 +130,62 @@ BOOL WINAPI writeFile(HANDLE file, LPCVOID data, DWORD size, LPDWORD written, LP
     return WriteFile(file, data, size, written, overlapped);
 }
 
-BOOL WINAPI moveFile(LPCWSTR from, LPCWSTR to)
+const wchar_t* nameOf(const wchar_t* path)
 {
-    return isBelow(to) && goesWrong("rename", to) ? FALSE : MoveFileW(from, to);
+    return path;
 }
 
-BOOL WINAPI moveFileEx(LPCWSTR from, LPCWSTR to, DWORD flags)
+const wchar_t* nameOf(HANDLE)
 {
-    return isBelow(to) && goesWrong("rename", to) ? FALSE : MoveFileExW(from, to, flags);
+    return L"";
 }
 
-BOOL WINAPI replaceFile(LPCWSTR to, LPCWSTR from, LPCWSTR backup, DWORD flags, LPVOID exclude, LPVOID reserved)
-{
-    return isBelow(to) && goesWrong("rename", to) ? FALSE : ReplaceFileW(to, from, backup, flags, exclude, reserved);
-}
+/// A call that answers a BOOL; WHERE is the path or file that it changes, and FREES says that it makes room.
+#define CALL(NAME, WHAT, HEAD, ARGUMENTS, WHERE, FREES)                                                                \
+    BOOL WINAPI faulty##NAME HEAD                                                                                      \
+    {                                                                                                                  \
+        return isBelow(WHERE) && goesWrong(WHAT, nameOf(WHERE), FREES) ? FALSE : NAME ARGUMENTS;                       \
+    }
+CALL(MoveFileW, "rename", (LPCWSTR from, LPCWSTR to), (from, to), to, false)
+CALL(MoveFileExW, "rename", (LPCWSTR from, LPCWSTR to, DWORD flags), (from, to, flags), to, false)
+CALL(ReplaceFileW, "rename", (LPCWSTR to, LPCWSTR from, LPCWSTR backup, DWORD flags, LPVOID exclude, LPVOID reserved),
+     (to, from, backup, flags, exclude, reserved), to, false)
+CALL(CopyFileW, "copy", (LPCWSTR from, LPCWSTR to, BOOL isNew), (from, to, isNew), to, false)
+CALL(DeleteFileW, "unlink", (LPCWSTR path), (path), path, true)
+CALL(CreateDirectoryW, "mkdir", (LPCWSTR path, LPSECURITY_ATTRIBUTES security), (path, security), path, false)
+CALL(RemoveDirectoryW, "rmdir", (LPCWSTR path), (path), path, true)
+CALL(SetFileAttributesW, "chmod", (LPCWSTR path, DWORD attributes), (path, attributes), path, false)
+CALL(FlushFileBuffers, "fsync", (HANDLE file), (file), file, false)
+CALL(SetEndOfFile, "ftruncate", (HANDLE file), (file), file, false)
 
-BOOL WINAPI copyFile(LPCWSTR from, LPCWSTR to, BOOL isNew)
-{
-    return isBelow(to) && goesWrong("copy", to) ? FALSE : CopyFileW(from, to, isNew);
-}
-
-BOOL WINAPI deleteFile(LPCWSTR path)
-{
-    return isBelow(path) && goesWrong("unlink", path, true) ? FALSE : DeleteFileW(path);
-}
-
-BOOL WINAPI createDirectory(LPCWSTR path, LPSECURITY_ATTRIBUTES security)
-{
-    return isBelow(path) && goesWrong("mkdir", path) ? FALSE : CreateDirectoryW(path, security);
-}
-
-BOOL WINAPI removeDirectory(LPCWSTR path)
-{
-    return isBelow(path) && goesWrong("rmdir", path, true) ? FALSE : RemoveDirectoryW(path);
-}
-
-BOOL WINAPI setAttributes(LPCWSTR path, DWORD attributes)
-{
-    return isBelow(path) && goesWrong("chmod", path) ? FALSE : SetFileAttributesW(path, attributes);
-}
-
-BOOL WINAPI flush(HANDLE file)
-{
-    return isBelow(file) && goesWrong("fsync", L"") ? FALSE : FlushFileBuffers(file);
-}
-
-BOOL WINAPI setEnd(HANDLE file)
-{
-    return isBelow(file) && goesWrong("ftruncate", L"") ? FALSE : SetEndOfFile(file);
-}
-
-LSTATUS WINAPI setValue(HKEY key, LPCWSTR name, DWORD reserved, DWORD type, const BYTE* data, DWORD size)
+LSTATUS WINAPI faultyRegSetValueExW(HKEY key, LPCWSTR name, DWORD reserved, DWORD type, const BYTE* data, DWORD size)
 {
     if (s_faults.isOnRegistry && s_faults.mode != Mode::Off && goesWrong("registry", name))
         return LSTATUS(s_faults.error);
     return RegSetValueExW(key, name, reserved, type, data, size);
 }
 
-LSTATUS WINAPI deleteValue(HKEY key, LPCWSTR name)
+LSTATUS WINAPI faultyRegDeleteValueW(HKEY key, LPCWSTR name)
 {
     if (s_faults.isOnRegistry && s_faults.mode != Mode::Off && goesWrong("registry", name))
         return LSTATUS(s_faults.error);
     return RegDeleteValueW(key, name);
 }
 
-struct Hook
-{
-    const char* name;
-    void* function;
-};
-
-#define HOOK(NAME, FUNCTION)                                                                                           \
-    {                                                                                                                  \
-        NAME, reinterpret_cast<void*>(FUNCTION)                                                                        \
-    }
-const Hook Hooks[] = {
-    HOOK("CreateFileW", createFile),
-    HOOK("WriteFile", writeFile),
-    HOOK("MoveFileW", moveFile),
-    HOOK("MoveFileExW", moveFileEx),
-    HOOK("ReplaceFileW", replaceFile),
-    HOOK("CopyFileW", copyFile),
-    HOOK("DeleteFileW", deleteFile),
-    HOOK("CreateDirectoryW", createDirectory),
-    HOOK("RemoveDirectoryW", removeDirectory),
-    HOOK("SetFileAttributesW", setAttributes),
-    HOOK("FlushFileBuffers", flush),
-    HOOK("SetEndOfFile", setEnd),
-    HOOK("RegSetValueExW", setValue),
-    HOOK("RegDeleteValueW", deleteValue),
-};
+#define HOOK(NAME) std::pair(#NAME, reinterpret_cast<void*>(faulty##NAME))
+const std::pair<const char*, void*> Hooks[] = {HOOK(CreateFileW),        HOOK(WriteFile),        HOOK(MoveFileW),
+                                               HOOK(MoveFileExW),        HOOK(ReplaceFileW),     HOOK(CopyFileW),
+                                               HOOK(DeleteFileW),        HOOK(CreateDirectoryW), HOOK(RemoveDirectoryW),
+                                               HOOK(SetFileAttributesW), HOOK(FlushFileBuffers), HOOK(SetEndOfFile),
+                                               HOOK(RegSetValueExW),     HOOK(RegDeleteValueW)};
 
 void replaceImport(const char* name, ULONG_PTR* place)
 {
-    for (const Hook& hook : Hooks) {
+    for (const auto& [hooked, function] : Hooks) {
         DWORD old = 0;
-        if (strcmp(hook.name, name) != 0 || !VirtualProtect(place, sizeof *place, PAGE_READWRITE, &old))
+        if (strcmp(hooked, name) != 0 || !VirtualProtect(place, sizeof *place, PAGE_READWRITE, &old))
             continue;
-        *place = reinterpret_cast<ULONG_PTR>(hook.function);
+        *place = reinterpret_cast<ULONG_PTR>(function);
         VirtualProtect(place, sizeof *place, old, &old);
     }
 }
