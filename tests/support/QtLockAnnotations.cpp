@@ -16,77 +16,39 @@ Function original(const char* symbol)
     return reinterpret_cast<Function>(dlsym(RTLD_NEXT, symbol));
 }
 
-using VoidCall = void (*)(void*);
-using TimedCall = bool (*)(void*, int);
-
-void acquireAfter(VoidCall call, void* lock)
-{
-    call(lock);
-    __tsan_acquire(lock);
-}
-
-bool acquireAfter(TimedCall call, void* lock, int milliseconds)
-{
-    const bool isLocked = call(lock, milliseconds);
-    if (isLocked)
-        __tsan_acquire(lock);
-    return isLocked;
-}
-
-void releaseBefore(VoidCall call, void* lock)
-{
-    __tsan_release(lock);
-    call(lock);
-}
-
 } // namespace
+
+#define ACQUIRES(FUNCTION, SYMBOL)                                                                                     \
+    void FUNCTION()                                                                                                    \
+    {                                                                                                                  \
+        static const auto call = original<void (*)(void*)>(SYMBOL);                                                    \
+        call(this);                                                                                                    \
+        __tsan_acquire(this);                                                                                          \
+    }
+#define TRIES(FUNCTION, SYMBOL)                                                                                        \
+    bool FUNCTION(int milliseconds)                                                                                    \
+    {                                                                                                                  \
+        static const auto call = original<bool (*)(void*, int)>(SYMBOL);                                               \
+        const bool isLocked = call(this, milliseconds);                                                                \
+        if (isLocked)                                                                                                  \
+            __tsan_acquire(this);                                                                                      \
+        return isLocked;                                                                                               \
+    }
+#define RELEASES(FUNCTION, SYMBOL)                                                                                     \
+    void FUNCTION()                                                                                                    \
+    {                                                                                                                  \
+        static const auto call = original<void (*)(void*)>(SYMBOL);                                                    \
+        __tsan_release(this);                                                                                          \
+        call(this);                                                                                                    \
+    }
 
 // QMutex: lock, unlock and tryLock are functions of the library; QBasicMutex (used by QMutexLocker in inline code)
 // reaches it only on the slow way.
-void QMutex::lock()
-{
-    static const auto call = original<VoidCall>("_ZN6QMutex4lockEv");
-    acquireAfter(call, this);
-}
-
-void QMutex::unlock()
-{
-    static const auto call = original<VoidCall>("_ZN6QMutex6unlockEv");
-    releaseBefore(call, this);
-}
-
-bool QMutex::tryLock(int milliseconds)
-{
-    static const auto call = original<TimedCall>("_ZN6QMutex7tryLockEi");
-    return acquireAfter(call, this, milliseconds);
-}
-
-void QReadWriteLock::lockForRead()
-{
-    static const auto call = original<VoidCall>("_ZN14QReadWriteLock11lockForReadEv");
-    acquireAfter(call, this);
-}
-
-void QReadWriteLock::lockForWrite()
-{
-    static const auto call = original<VoidCall>("_ZN14QReadWriteLock12lockForWriteEv");
-    acquireAfter(call, this);
-}
-
-bool QReadWriteLock::tryLockForRead(int milliseconds)
-{
-    static const auto call = original<TimedCall>("_ZN14QReadWriteLock14tryLockForReadEi");
-    return acquireAfter(call, this, milliseconds);
-}
-
-bool QReadWriteLock::tryLockForWrite(int milliseconds)
-{
-    static const auto call = original<TimedCall>("_ZN14QReadWriteLock15tryLockForWriteEi");
-    return acquireAfter(call, this, milliseconds);
-}
-
-void QReadWriteLock::unlock()
-{
-    static const auto call = original<VoidCall>("_ZN14QReadWriteLock6unlockEv");
-    releaseBefore(call, this);
-}
+ACQUIRES(QMutex::lock, "_ZN6QMutex4lockEv")
+TRIES(QMutex::tryLock, "_ZN6QMutex7tryLockEi")
+RELEASES(QMutex::unlock, "_ZN6QMutex6unlockEv")
+ACQUIRES(QReadWriteLock::lockForRead, "_ZN14QReadWriteLock11lockForReadEv")
+ACQUIRES(QReadWriteLock::lockForWrite, "_ZN14QReadWriteLock12lockForWriteEv")
+TRIES(QReadWriteLock::tryLockForRead, "_ZN14QReadWriteLock14tryLockForReadEi")
+TRIES(QReadWriteLock::tryLockForWrite, "_ZN14QReadWriteLock15tryLockForWriteEi")
+RELEASES(QReadWriteLock::unlock, "_ZN14QReadWriteLock6unlockEv")
