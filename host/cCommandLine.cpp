@@ -1,6 +1,5 @@
 #include "cCommandLine.h"
 
-#include "terminal/Terminal.h"
 #include "commands/CommandOptions.h"
 #include "commands/cBootstrapCommand.h"
 #include "commands/cCallCommand.h"
@@ -12,6 +11,7 @@
 #include "commands/cSitesCommand.h"
 #include "commands/cUninstallCommand.h"
 #include "commands/cUpdateCommand.h"
+#include "terminal/Terminal.h"
 
 #include <QtCore/QCoreApplication>
 

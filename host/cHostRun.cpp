@@ -1,10 +1,10 @@
 #include "cHostRun.h"
 
 #include "FatalEnd.h"
-#include "terminal/Terminal.h"
 #include "cHostHandler.h"
 #include "cHostService.h"
 #include "cStopSignals.h"
+#include "terminal/Terminal.h"
 #include "updates/cChangeLock.h"
 #include "updates/cInstallReport.h"
 #include "wire/cHostAddress.h"

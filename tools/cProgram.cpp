@@ -1,11 +1,11 @@
 #include "cProgram.h"
 
-#include "terminal/Terminal.h"
 #include "graph/cGraphCommand.h"
 #include "lint/cLintCommand.h"
 #include "pack/cPackCommand.h"
 #include "site/cSiteAddCommand.h"
 #include "site/cSiteCheckCommand.h"
+#include "terminal/Terminal.h"
 
 #include <CLI/CLI.hpp>
 #include <QtCore/QCoreApplication>

@@ -1,7 +1,7 @@
 #include "commands/cCallCommand.h"
 
-#include "terminal/Terminal.h"
 #include "commands/CommandOptions.h"
+#include "terminal/Terminal.h"
 #include "wire/WireText.h"
 
 #include <QtCore/QCommandLineParser>

@@ -1,7 +1,7 @@
 #include "commands/cInstallingCommand.h"
 
-#include "terminal/Terminal.h"
 #include "commands/CommandOptions.h"
+#include "terminal/Terminal.h"
 #include "updates/cChangeLock.h"
 #include "updates/cInstallReport.h"
 

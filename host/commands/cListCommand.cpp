@@ -1,8 +1,8 @@
 #include "commands/cListCommand.h"
 
 #include "SuiteReport.h"
-#include "terminal/Terminal.h"
 #include "commands/CommandOptions.h"
+#include "terminal/Terminal.h"
 #include "wire/WireText.h"
 
 #include <Norvale/IPluginMgr.h>

@@ -1,7 +1,7 @@
 #include "commands/cSendCommand.h"
 
-#include "terminal/Terminal.h"
 #include "commands/CommandOptions.h"
+#include "terminal/Terminal.h"
 
 #include <QtCore/QCommandLineParser>
 

@@ -1,7 +1,7 @@
 #include "commands/cUpdateCommand.h"
 
-#include "terminal/Terminal.h"
 #include "commands/CommandOptions.h"
+#include "terminal/Terminal.h"
 #include "updates/UpdateReport.h"
 #include "updates/cChangeLock.h"
 #include "updates/cUpdateSession.h"

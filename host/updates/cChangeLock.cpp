@@ -1,7 +1,7 @@
 #include "updates/cChangeLock.h"
 
-#include "terminal/Terminal.h"
 #include "commands/CommandOptions.h"
+#include "terminal/Terminal.h"
 
 namespace {
 

@@ -27,7 +27,7 @@ private slots:
         m_fixture.host().waitForFinished(cHostServer::MillisecondsToRead / 2);
         late->setReadBufferSize(0);
         QCOMPARE(framesUntil(*late, R"("HANDLED","request":2)").size(), 4);
-        QCOMPARE(HostFixture::exitCodeOf(m_fixture.host()), 0);
+        QCOMPARE(exitCodeOf(m_fixture.host()), 0);
     }
 
     // The first one: calls load further plugins.

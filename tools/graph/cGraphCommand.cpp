@@ -1,12 +1,12 @@
 #include "graph/cGraphCommand.h"
 
-#include "terminal/Terminal.h"
 #include "core/DurableFile.h"
 #include "graph/cGraph.h"
 #include "report/cFindings.h"
 #include "report/cReport.h"
 #include "suite/cSuite.h"
 #include "suite/cSuiteReader.h"
+#include "terminal/Terminal.h"
 
 #include <CLI/CLI.hpp>
 #include <QtCore/QProcess>

@@ -1,10 +1,10 @@
 #include "pack/cPackCommand.h"
 
-#include "terminal/Terminal.h"
 #include "core/DurableFile.h"
 #include "pack/cPackageMaker.h"
 #include "report/cFindings.h"
 #include "report/cReport.h"
+#include "terminal/Terminal.h"
 
 #include <CLI/CLI.hpp>
 #include <QtCore/QDir>

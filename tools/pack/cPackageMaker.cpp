@@ -9,7 +9,6 @@
 #include "pack/cZipWriter.h"
 #include "report/cFindings.h"
 
-
 namespace {
 
 // By what stands in it: the permissions of the folder would differ from one machine to the next.

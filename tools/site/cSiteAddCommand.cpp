@@ -1,9 +1,9 @@
 #include "site/cSiteAddCommand.h"
 
-#include "terminal/Terminal.h"
 #include "lint/VersionText.h"
 #include "report/cReport.h"
 #include "site/cSitePublisher.h"
+#include "terminal/Terminal.h"
 
 #include <CLI/CLI.hpp>
 

@@ -1,9 +1,9 @@
 #include "site/cSiteCheckCommand.h"
 
-#include "terminal/Terminal.h"
 #include "report/cFindings.h"
 #include "report/cReport.h"
 #include "site/cSiteCheck.h"
+#include "terminal/Terminal.h"
 
 #include <CLI/CLI.hpp>
 
