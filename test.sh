@@ -74,8 +74,7 @@ case "${1:-}" in
     export RUN_UNDER_WINE_PREFIX="$root/build/wine"
     trap '"$root/cmake/windows/run-under-wine" --stop' EXIT
     "$root/cmake/windows/run-under-wine" --init
-    # tst_cInstallMgr has crashed once under Wine for a cause not found yet; both tries are shown.
-    run_tests windows -LE house --repeat until-pass:2
+    run_tests windows -LE house
     ;;
 --asan)
     # shellcheck disable=SC2086
