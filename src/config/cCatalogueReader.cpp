@@ -62,7 +62,9 @@ void cCatalogueReader::readFeature(const cXmlElement& element)
 
 void cCatalogueReader::readDisplayName(const cXmlElement& element, cFeatureInstance& feature)
 {
-    feature.setDisplayName(element.attribute(u"lang", QStringLiteral("en-us")), element.text());
+    // A few languages name many features.
+    const QString language = *m_languages.insert(element.attribute(u"lang", QStringLiteral("en-us")));
+    feature.setDisplayName(language, element.text());
 }
 
 void cCatalogueReader::readDependencies(const cXmlElement& element, cFeatureInstance& feature)

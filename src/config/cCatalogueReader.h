@@ -2,6 +2,7 @@
 
 #include "config/cUpdateLocation.h"
 
+#include <QtCore/QSet>
 #include <QtCore/QSharedPointer>
 #include <QtCore/QString>
 
@@ -35,7 +36,7 @@ public:
 private:
     void readRoot(const cXmlElement& root);
     void readFeature(const cXmlElement& element);
-    static void readDisplayName(const cXmlElement& element, cFeatureInstance& feature);
+    void readDisplayName(const cXmlElement& element, cFeatureInstance& feature);
     static void readDependencies(const cXmlElement& element, cFeatureInstance& feature);
     void readPlugins(const cXmlElement& element, cFeatureInstance& feature) const;
     void readPlugin(const cXmlElement& element, cFeatureInstance& feature) const;
@@ -44,5 +45,6 @@ private:
     cFeatureCatalogue& m_catalogue;
     QSharedPointer<cUpdateLocation> m_location;
     QString m_repository;
+    QSet<QString> m_languages; // each text is kept once
     QString m_errorString;
 };

@@ -5,9 +5,9 @@
 #include <Norvale/cVersion.h>
 
 #include <QtCore/QByteArray>
-#include <QtCore/QList>
 #include <QtCore/QObject>
 #include <QtCore/QString>
+#include <QtCore/QVector>
 
 /**
  * One plugin of a feature, as a catalogue describes it. Name and version never change after construction, so that
@@ -35,7 +35,7 @@ public:
     QByteArray hash() const { return m_hash; }
     void setHash(const QByteArray& hash) { m_hash = hash; }
 
-    const QList<cFeatureSource>& sources() const { return m_sources; }
+    const QVector<cFeatureSource>& sources() const { return m_sources; }
     void addSource(const cFeatureSource& source) { m_sources.append(source); }
 
     bool isPending() const { return m_isPending; }
@@ -67,7 +67,7 @@ private:
     QByteArray m_hash;
     bool m_isPending = false;
     bool m_isDevelopment = false;
-    QList<cFeatureSource> m_sources;
+    QVector<cFeatureSource> m_sources;
     qint64 m_downloadStatus = 0;
     QByteArray m_packageData;
 };
