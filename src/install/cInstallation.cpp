@@ -1,6 +1,7 @@
 #include "install/cInstallation.h"
 
 #include "config/cConfigurationMgr.h"
+#include "config/cDropbox.h"
 #include "core/SafeName.h"
 #include "install/UnpackedFlush.h"
 #include "install/cCommandRunner.h"
@@ -252,8 +253,15 @@ void cInstallation::consumeLocation(const cFeatureCatalogue& offered, const QStr
                 consumeFile(m_source->besideDescription(*plugin));
         }
     }
-    if (isDone)
-        consumeFile(path);
+    if (!isDone)
+        return;
+    // A fetch that was killed when its update had just come to count leaves packages of the one before.
+    if (path == Corvane::velmiraFolderOrFile(Corvane::DropboxRepositoryFile)) {
+        const QString left = cDropbox().tidy(cFeatureCatalogue());
+        if (!left.isEmpty())
+            m_log.warning().noquote() << "Left in the Dropbox:" << left << Qt::endl;
+    }
+    consumeFile(path);
 }
 
 void cInstallation::consumeFile(const QString& path)

@@ -68,7 +68,7 @@ private slots:
                                                                           "plugins", "data");
         const QString updated = "A-2.00.000/ B-1.00.000/ D-1.00.000/ features.xml";
         row("fetching an update", false, "update", "apply", "install,apply,install", updated, "Dropbox/");
-        row("fetching an update over another", true, "update", "apply", "apply,install", updated, "Dropbox/");
+        row("fetching an update over another", true, "update", "apply", "install,apply,install", updated, "Dropbox/");
         row("fetching a runtime beside an update", true, "runtime", "apply", "apply",
             "A-1.00.000/ B-1.00.000/ C-1.00.000/ features.xml",
             "Dropbox/ Dropbox/A-1.05.000.zip Dropbox/C-1.05.000.zip Dropbox/repository.xml setup");
