@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include <cstdio>
 #include <string>
 
 namespace {
@@ -42,9 +43,9 @@ bool load(HANDLE process, const std::wstring& library)
            isLoaded;
 }
 
-} // namespace
-
-int wmain()
+/// Makes the process, which does not begin yet. Under Wine one of some thousand was refused; nothing has happened
+/// then, so it is tried again, and said.
+bool create(PROCESS_INFORMATION* child)
 {
     STARTUPINFOW start{};
     start.cb = sizeof start;
@@ -52,8 +53,21 @@ int wmain()
     start.hStdInput = GetStdHandle(STD_INPUT_HANDLE);
     start.hStdOutput = GetStdHandle(STD_OUTPUT_HANDLE);
     start.hStdError = GetStdHandle(STD_ERROR_HANDLE);
+    for (int tries = 0; tries < 10; ++tries) {
+        if (CreateProcessW(nullptr, rest(), nullptr, nullptr, TRUE, CREATE_SUSPENDED, nullptr, nullptr, &start, child))
+            return true;
+        std::fprintf(stderr, "withFaults: no process was made: error %lu\n", GetLastError());
+        Sleep(200);
+    }
+    return false;
+}
+
+} // namespace
+
+int wmain()
+{
     PROCESS_INFORMATION child{};
-    if (!CreateProcessW(nullptr, rest(), nullptr, nullptr, TRUE, CREATE_SUSPENDED, nullptr, nullptr, &start, &child))
+    if (!create(&child))
         return 125;
     if (!load(child.hProcess, libraryBeside())) {
         TerminateProcess(child.hProcess, 126);
