@@ -32,7 +32,8 @@ void cHashSlots::enter(Slot slot)
     m_slots[at] = slot;
 }
 
-// Slots of one hash may stand at both ends of the table, so those are entered again in the order of their places.
+// A run of slots may go on from the end of the table at its beginning. Begun behind a free slot, every run is entered in
+// its own order, so the first of a hash stays the first.
 void cHashSlots::resize(size_t size)
 {
     std::vector<Slot> former(size);

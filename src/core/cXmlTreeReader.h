@@ -12,7 +12,7 @@ class QXmlStreamReader;
  * Reads XML into a cXmlTree. What is accepted, and what the tree holds, is what `QDomDocument::setContent` without
  * namespace processing makes of the bytes; see cXmlGuard for its limits.
  *
- * That way is the slow one. Documents of the plain kind that nearly all manifests are of are read as a stream first;
+ * That way is the slow one. Documents of the plain kind that nearly all of ours are of are read as a stream first;
  * when they have anything in them that the two might see differently, or a fault, the DOM has the say.
  */
 class cXmlTreeReader
