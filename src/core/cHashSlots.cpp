@@ -32,8 +32,8 @@ void cHashSlots::enter(Slot slot)
     m_slots[at] = slot;
 }
 
-// A run of slots may go on from the end of the table at its beginning. Begun behind a free slot, every run is entered in
-// its own order, so the first of a hash stays the first.
+// A run of slots may go on from the end of the table at its beginning. Begun behind a free slot, every run is entered
+// in its own order, so the first of a hash stays the first.
 void cHashSlots::resize(size_t size)
 {
     std::vector<Slot> former(size);
