@@ -6,8 +6,8 @@ suite="$demo/suite"
 data="$demo/data"
 release_1=../dev/suite
 release_2=../dev/suite-2
-vcore=("$root/build/dev/host/VCore")
-norvale=("$root/build/dev/tools/norvale")
+vcore=("$root/build/dev/programs/VCore/VCore")
+norvale=("$root/build/dev/programs/norvale/norvale")
 
 build_all() {
     # shellcheck disable=SC2086

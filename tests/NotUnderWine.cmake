@@ -3,7 +3,7 @@
 # (SKIP_WHERE_LISTED in tests/support/NotHere.h).
 set(NORVALE_NOT_UNDER_WINE
     "install.tst_cInstallMgr removesLinksNotWhatTheyLeadTo" "Wine 8 makes no links: CreateSymbolicLinkW answers true and does nothing"
-    "tools.tst_Pack refuses:a link" "Wine 8 shows a link of the machine as what it leads to, and one that leads nowhere not at all"
+    "norvale.tst_Pack refuses:a link" "Wine 8 shows a link of the machine as what it leads to, and one that leads nowhere not at all"
     "config.tst_SecureDownloads" "the Qt that is built for Windows here has no SSL")
 
 # norvale_not_under_wine(ROOM NAME): hands the entries of a test program to it, "FUNCTION=reason|...".

@@ -2,7 +2,7 @@
 
 #include "config/cCatalogueReader.h"
 #include "config/cSiteReader.h"
-#include "core/SafeName.h"
+#include "version/SafeName.h"
 #include "lint/InputFile.h"
 #include "report/cFindings.h"
 #include "site/RuntimeEntries.h"

@@ -1,6 +1,6 @@
 #include "pack/cPluginFolder.h"
 
-#include "core/SafeName.h"
+#include "version/SafeName.h"
 #include "report/cFindings.h"
 
 #include <QtCore/QDir>

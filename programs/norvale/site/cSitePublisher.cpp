@@ -2,7 +2,7 @@
 
 #include "config/cCatalogueReader.h"
 #include "core/DurableFile.h"
-#include "core/SafeName.h"
+#include "version/SafeName.h"
 #include "lint/InputFile.h"
 #include "lint/cCatalogueLint.h"
 #include "lint/cPackageLint.h"

@@ -1,7 +1,7 @@
 #include "lint/cCatalogueLint.h"
 
 #include "config/cFeaturePlugin.h"
-#include "core/SafeName.h"
+#include "version/SafeName.h"
 #include "lint/cGrammar.h"
 #include "report/cFindings.h"
 

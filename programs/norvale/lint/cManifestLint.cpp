@@ -1,6 +1,6 @@
 #include "lint/cManifestLint.h"
 
-#include "core/SafeName.h"
+#include "version/SafeName.h"
 #include "install/cConditionEngine.h"
 #include "lint/cGrammar.h"
 #include "plugins/cManifest.h"

@@ -1,7 +1,7 @@
 #include "suite/cSuiteReader.h"
 
 #include "config/cCatalogueReader.h"
-#include "core/SafeName.h"
+#include "version/SafeName.h"
 #include "lint/InputFile.h"
 #include "lint/PackageManifest.h"
 #include "lint/cManifestLint.h"
