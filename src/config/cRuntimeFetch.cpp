@@ -3,7 +3,7 @@
 #include "config/cDownloader.h"
 #include "config/cRuntimeInfo.h"
 #include "core/DurableFile.h"
-#include "core/SafeName.h"
+#include "version/SafeName.h"
 
 #include <Norvale/Corvane.h>
 

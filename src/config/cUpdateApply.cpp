@@ -2,7 +2,7 @@
 
 #include "config/cRuntimeFetch.h"
 #include "config/cUpdateCheck.h"
-#include "core/SafeName.h"
+#include "version/SafeName.h"
 
 #include <Norvale/Corvane.h>
 #include <Norvale/cLogCentral.h>

@@ -1,6 +1,6 @@
 #include "install/cEntryNames.h"
 
-#include "core/SafeName.h"
+#include "version/SafeName.h"
 
 #include <QtCore/QStringList>
 

@@ -1,7 +1,7 @@
 #include "install/cFolderJournal.h"
 
 #include "core/DurableFile.h"
-#include "core/SafeName.h"
+#include "version/SafeName.h"
 
 #include <Norvale/Corvane.h>
 

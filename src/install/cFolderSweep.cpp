@@ -1,6 +1,6 @@
 #include "install/cFolderSweep.h"
 
-#include "core/SafeName.h"
+#include "version/SafeName.h"
 #include "install/cFolderJournal.h"
 #include "install/cFolderRemover.h"
 #include "install/cOperation.h"

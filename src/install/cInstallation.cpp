@@ -2,7 +2,7 @@
 
 #include "config/cConfigurationMgr.h"
 #include "config/cDropbox.h"
-#include "core/SafeName.h"
+#include "version/SafeName.h"
 #include "install/UnpackedFlush.h"
 #include "install/cCommandRunner.h"
 #include "install/cFolderJournal.h"

@@ -1,6 +1,6 @@
 #include "install/cPackageCheck.h"
 
-#include "core/SafeName.h"
+#include "version/SafeName.h"
 #include "core/Settings.h"
 #include "core/cXmlTreeReader.h"
 #include "install/cEntryNames.h"

@@ -1,7 +1,7 @@
 #include "install/cUninstallation.h"
 
 #include "config/cConfigurationMgr.h"
-#include "core/SafeName.h"
+#include "version/SafeName.h"
 #include "install/cCommandRunner.h"
 #include "install/cFolderSweep.h"
 #include "install/cRepositorySettings.h"

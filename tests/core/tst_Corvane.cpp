@@ -5,7 +5,7 @@
 #include <SettingsSandbox.h>
 
 #include "core/DurableFile.h"
-#include "core/SafeName.h"
+#include "version/SafeName.h"
 
 #include <QtXml/QDomDocument>
 

@@ -1,4 +1,4 @@
-#include "core/SafeName.h"
+#include "version/SafeName.h"
 
 #include <QtCore/QString>
 

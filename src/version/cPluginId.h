@@ -1,0 +1,56 @@
+#pragma once
+
+#include <Norvale/cVersion.h>
+
+#include <QtCore/QHash>
+#include <QtCore/QString>
+
+/**
+ * Which plugin: its name and version. A small value, the key of plans, journals, indices and outcomes; any thread may
+ * use its own.
+ */
+class cPluginId
+{
+public:
+    cPluginId() = default;
+    cPluginId(const QString& name, const cVersion& version) : m_name(name), m_version(version) {}
+
+    const QString& name() const { return m_name; }
+    const cVersion& version() const { return m_version; }
+    bool isNull() const { return m_name.isEmpty(); }
+
+    /// "Name-1.02.003", as the plugin's folder is called and as messages name the plugin.
+    QString toString() const;
+
+    /// "Name-1.02.003.zip", as the plugin's package is called.
+    QString packageFileName() const;
+
+    /// The same text for all ids whose folders are one where upper and lower case are the same.
+    QString caselessKey() const;
+
+    /// Whether the plugin's folder and package can be files of a folder on every system.
+    [[nodiscard]] bool isSafe() const;
+
+    /// The id whose toString() is @p text; the null id when there is none. The name ends at the last "-" that a
+    /// version can stand behind.
+    static cPluginId parse(const QString& text);
+
+    friend bool operator==(const cPluginId& a, const cPluginId& b)
+    {
+        return a.m_version == b.m_version && a.m_name == b.m_name;
+    }
+    friend bool operator!=(const cPluginId& a, const cPluginId& b) { return !(a == b); }
+
+private:
+    QString m_name;
+    cVersion m_version;
+};
+
+inline uint qHash(const cPluginId& id, uint seed = 0)
+{
+    // Versions of one name differ in a component or two, mostly by little: a multiplication keeps them apart.
+    uint hash = qHash(id.name(), seed);
+    for (const qint32 component : {id.version().major(), id.version().minor(), id.version().build()})
+        hash = hash * 31 + uint(component);
+    return hash;
+}

@@ -1,0 +1,47 @@
+#include "version/cPluginId.h"
+
+#include <Rows.h>
+
+class tst_cPluginId : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void parses_data()
+    {
+        const Rows<QString, QString> row("text", "name");
+        row("plain", "Name-1.02.003", "Name");
+        row("a dash in the name", "My-Name-1.02.003", "My-Name");
+        row("a version in the name", "A-1.02.003-4.05.006", "A-1.02.003");
+        row("a line end in the name", "A\nB-1.02.003", "A\nB");
+        row("a dash at the end of the name", "A--1.02.003", "A-");
+        row("negative components behind the first", "A-1.-1.-01", "A");
+        row("the largest", "A-2147483647.2147483647.2147483647", "A");
+        row("no name", "-1.02.003", "");
+        row("no dash", "Name1.02.003", "");
+        row("another form of the version", "Name-1.2.3", "");
+        row("two components", "Name-1.02", "");
+        row("a number too large", "Name-4294967297.02.003", "");
+        row("empty", "", "");
+    }
+    void parses()
+    {
+        QFETCH(QString, text);
+        const cPluginId id = cPluginId::parse(text);
+        QTEST(id.name(), "name");
+        QCOMPARE(id.isNull() ? text : id.toString(), text);
+    }
+    void givesWhatItIsKnownBy()
+    {
+        const cPluginId id("\u00c4rger", cVersion("1.2.3"));
+        QCOMPARE(id.packageFileName(), QString("\u00c4rger-1.02.003.zip"));
+        QCOMPARE(id.caselessKey(), cPluginId("A\u0308RGER", cVersion("1.2.3")).caselessKey());
+        QVERIFY(id.isSafe());
+        QVERIFY(!cPluginId("a/b", cVersion("1.2.3")).isSafe());
+        QCOMPARE(qHash(id), qHash(cPluginId("\u00c4rger", cVersion("1.02.003"))));
+        QVERIFY(id != cPluginId("\u00c4rger", cVersion("1.2.4")));
+    }
+};
+
+QTEST_APPLESS_MAIN(tst_cPluginId)
+#include "tst_cPluginId.moc"
