@@ -1,6 +1,6 @@
 #include "lint/PackageManifest.h"
 
-#include "zip/Inflate.h"
+#include "zip/cInflater.h"
 
 #include <Norvale/cZipArchive.h>
 #include <Norvale/cZipEntry.h>
@@ -18,7 +18,7 @@ QByteArray packageManifest(const cZipArchive& package)
         return QByteArray();
     const QByteArray packed = entry->compressedContent();
     QByteArray bytes;
-    if (Inflate::inflateRaw(packed, Limit, &bytes, nullptr))
+    if (cInflater().inflate(packed, Limit, {}, &bytes, nullptr))
         return bytes;
     const bool isStored = packed.size() == entry->uncompressedSize();
     return isStored ? packed : QByteArray();
