@@ -176,7 +176,7 @@ private slots:
             {"A plain auto needs:B needs:Absent", "B plain auto", "Old <m><plugin runtime_api_version='12'/></m>",
              "Torn <m>", "Lost plain", "X plain gives:S", "Y plain gives:S", "Z plain gives:Z gives:Z"},
             {"removeManifest Lost", "discover", "list", "start", "load B"},
-            {"version 12", "manifest of Torn-1.00.000", "A depends on Absent, which is not installed",
+            {"version 12", "manifest of Torn-1.00.000", "plugin \"A\" depends on \"Absent\", which is not installed",
              "Lost-1.00.000/Manifest.xml is missing", "the service S is declared twice: by X and by Y",
              "the service Z is declared twice: by Z and by Z", "Old-1.00.000 has been found faulty before",
              "Torn-1.00.000 has been found faulty before"},
