@@ -56,6 +56,12 @@ bool isMove(Stage from, Stage to)
 
 } // namespace
 
+#ifdef Q_OS_WIN
+const char* const cPluginInstance::LibrarySuffix = ".dll";
+#else
+const char* const cPluginInstance::LibrarySuffix = ".so";
+#endif
+
 QString cPluginContext::name() const
 {
     return m_plugin.name();

@@ -82,11 +82,7 @@ public:
     };
 
     /// What is appended to a manifest's `filename`. There is no prefix on any system: foo is foo.dll or foo.so.
-#ifdef Q_OS_WIN
-    static constexpr char LibrarySuffix[] = ".dll";
-#else
-    static constexpr char LibrarySuffix[] = ".so";
-#endif
+    static const char* const LibrarySuffix;
 
     cPluginInstance(const QString& name, const cVersion& version);
     ~cPluginInstance() override;
@@ -122,81 +118,33 @@ public:
     /// Stops the plugin object of a started plugin, if there is one. False when it threw an exception.
     bool stop();
 
-    Stage stage() const
-    {
-        return m_stage;
-    }
+    Stage stage() const { return m_stage; }
 
     /// Tells a record that is only known whether its manifest is accepted.
-    void judge(bool isAccepted)
-    {
-        moveTo(isAccepted ? Stage::Read : Stage::Faulty);
-    }
+    void judge(bool isAccepted) { moveTo(isAccepted ? Stage::Read : Stage::Faulty); }
 
     /// Who the plugin is; messages name it by the id's text.
-    const cPluginId& id() const
-    {
-        return m_id;
-    }
-    const QString& name() const
-    {
-        return m_id.name();
-    }
-    const cVersion& version() const
-    {
-        return m_id.version();
-    }
+    const cPluginId& id() const { return m_id; }
+    const QString& name() const { return m_id.name(); }
+    const cVersion& version() const { return m_id.version(); }
 
-    const QString& folder() const
-    {
-        return m_folder;
-    }
+    const QString& folder() const { return m_folder; }
 
     /// @p path is kept as given, but "#default" stands for the plugin's own folder below "core:plugins".
     void setFolder(const QString& path);
 
-    const QString& loadCategory() const
-    {
-        return m_manifest.loadCategory;
-    }
-    const QStringList& services() const
-    {
-        return m_manifest.services;
-    }
-    const cJsonValue& params() const
-    {
-        return m_manifest.params;
-    }
-    qint32 apiVersion() const
-    {
-        return m_manifest.apiVersion;
-    }
-    qint32 runtimeApiVersion() const
-    {
-        return m_manifest.runtimeApiVersion;
-    }
-    bool isAutoload() const
-    {
-        return m_manifest.autoload;
-    }
-    const QList<cCmdLine>& installCommandLines() const
-    {
-        return m_manifest.installCommandLines;
-    }
-    const QList<cCmdLine>& uninstallCommandLines() const
-    {
-        return m_manifest.uninstallCommandLines;
-    }
-    bool hasPluginObject() const
-    {
-        return m_object != nullptr;
-    }
+    const QString& loadCategory() const { return m_manifest.loadCategory; }
+    const QStringList& services() const { return m_manifest.services; }
+    const cJsonValue& params() const { return m_manifest.params; }
+    qint32 apiVersion() const { return m_manifest.apiVersion; }
+    qint32 runtimeApiVersion() const { return m_manifest.runtimeApiVersion; }
+    bool isAutoload() const { return m_manifest.autoload; }
+    const QList<cCmdLine>& installCommandLines() const { return m_manifest.installCommandLines; }
+    const QList<cCmdLine>& uninstallCommandLines() const { return m_manifest.uninstallCommandLines; }
+    bool hasPluginObject() const { return m_object != nullptr; }
 
     /// Why the last operation that returned false did so; names the file.
-    const QString& errorString() const
-    {
-        return m_errorString;
-    }
+    const QString& errorString() const { return m_errorString; }
 
 private:
     void moveTo(Stage next);
