@@ -161,7 +161,7 @@ qint64 cUpdateCheck::collectPlugins()
     cNameSet names;
     for (const QSharedPointer<cFeatureInstance>& feature : qAsConst(m_features)) {
         for (const QSharedPointer<cFeaturePlugin>& plugin : feature->plugins()) {
-            if (!names.insert(plugin->name()) || m_known.isKnown(plugin->name(), plugin->version()))
+            if (!names.insert(plugin->name()) || m_known.isKnown({plugin->name(), plugin->version()}))
                 continue;
             m_plugins.append(plugin);
             size += plugin->size();
