@@ -113,30 +113,21 @@ qint32 cPluginInstance::state() const
 bool cPluginInstance::readManifest()
 {
     m_manifest = cManifest();
-    cManifestReader reader(*this, m_manifest);
+    cManifestReader reader(m_id, m_folder, m_manifest);
     return reader.readFile(m_folder + QLatin1String("/Manifest.xml")) || fail(reader.errorString());
 }
 
 bool cPluginInstance::readCommandLines(const cXmlElement& element, QList<cCmdLine>& target)
 {
-    for (cXmlElement line = element; !line.isNull(); line = line.nextSibling(u"cmdline")) {
-        QStringList params;
-        for (cXmlElement param = line.firstChild(u"param"); !param.isNull(); param = param.nextSibling(u"param"))
-            params.append(expandVariables(param.text()));
-        cCmdLine record;
-        record.setCommand(expandVariables(line.attribute(u"program")));
-        record.setParams(params);
-        record.setCondition(line.attribute(u"condition"));
-        target.append(record);
-    }
+    cManifestReader reader(m_id, m_folder, m_manifest);
+    for (cXmlElement line = element; !line.isNull(); line = line.nextSibling(u"cmdline"))
+        target.append(reader.readCommandLine(line));
     return true;
 }
 
 QString cPluginInstance::expandVariables(const QString& text) const
 {
-    if (!text.contains(QLatin1String("$(")))
-        return text;
-    return cVariableExpander(*this).expand(text);
+    return cVariableExpander(m_id, m_folder).expand(text);
 }
 
 bool cPluginInstance::loadLibrary()

@@ -1,6 +1,5 @@
 #include "pack/cPackageMaker.h"
 
-#include "config/cFeaturePlugin.h"
 #include "install/cPackageCheck.h"
 #include "lint/InputFile.h"
 #include "lint/cManifestLint.h"
@@ -46,7 +45,7 @@ bool cPackageMaker::readManifest(const cPluginFolder& folder, cFindings& finding
     lint.setNeighbours(folder.names());
     if (!readInputFile(folder.manifestPath(), LargestDocument, &xml, findings) || !lint.check(xml))
         return false;
-    m_fileName = cFeaturePlugin(lint.name(), lint.version()).packageFileName();
+    m_fileName = lint.id().packageFileName();
     return !findings.hasErrors();
 }
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "lint/cSiteLint.h"
+#include "lint/cCatalogueLint.h"
 #include "site/cPackageStore.h"
 #include "site/cSiteFetcher.h"
 

@@ -1,12 +1,11 @@
 #include "suite/cSuiteReader.h"
 
 #include "config/cCatalogueReader.h"
-#include "version/SafeName.h"
 #include "lint/InputFile.h"
-#include "lint/PackageManifest.h"
 #include "lint/cManifestLint.h"
 #include "report/cFindings.h"
 #include "suite/cSuite.h"
+#include "version/SafeName.h"
 
 #include <Norvale/cZipArchive.h>
 
