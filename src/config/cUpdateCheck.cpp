@@ -2,8 +2,8 @@
 
 #include "config/cUpdateMgr.h"
 #include "core/Settings.h"
-#include "core/cNameSet.h"
 #include "plugins/cPluginMgr.h"
+#include "version/FlatMap.h"
 
 #include <Norvale/cLogCentral.h>
 
@@ -102,9 +102,9 @@ void cUpdateCheck::compare(const QStringList& names)
 QVector<QString> cUpdateCheck::namesWithInstalled(const QStringList& names) const
 {
     QVector<QString> all;
-    cNameSet present;
+    FlatSet<QString> present;
     const auto append = [&](const QString& name) {
-        if (present.insert(name))
+        if (present.insert(name).second)
             all.append(name);
     };
     for (const QString& name : names)
@@ -118,7 +118,7 @@ QVector<QString> cUpdateCheck::closure(const QVector<QString>& names) const
 {
     QVector<QString> closure;
     QVector<QString> waiting;
-    cNameSet present;
+    FlatSet<QString> present;
     for (auto name = names.rbegin(); name != names.rend(); ++name) {
         present.insert(*name);
         waiting.append(*name);
@@ -130,7 +130,7 @@ QVector<QString> cUpdateCheck::closure(const QVector<QString>& names) const
             continue;
         // Each goes directly behind the current entry, so that the last of them is visited next.
         for (const QString& dependency : feature->dependencies()) {
-            if (present.insert(dependency))
+            if (present.insert(dependency).second)
                 waiting.append(dependency);
         }
     }
@@ -141,7 +141,7 @@ bool cUpdateCheck::collectFeatures(const QVector<QString>& names)
 {
     for (const QString& name : names) {
         // Taken as it lies on the disk, whatever a repository says.
-        if (name == QLatin1String("VelmDev"))
+        if (cFeatureInstance::isDevelopment(name))
             continue;
         const QSharedPointer<cFeatureInstance> available = m_available.find(name);
         if (!available) {
@@ -158,10 +158,10 @@ bool cUpdateCheck::collectFeatures(const QVector<QString>& names)
 qint64 cUpdateCheck::collectPlugins()
 {
     qint64 size = 0;
-    cNameSet names;
+    FlatSet<QString> names;
     for (const QSharedPointer<cFeatureInstance>& feature : qAsConst(m_features)) {
         for (const QSharedPointer<cFeaturePlugin>& plugin : feature->plugins()) {
-            if (!names.insert(plugin->name()) || m_known.isKnown(plugin->name(), plugin->version()))
+            if (!names.insert(plugin->name()).second || m_known.isKnown(plugin->name(), plugin->version()))
                 continue;
             m_plugins.append(plugin);
             size += plugin->size();

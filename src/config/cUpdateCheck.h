@@ -1,7 +1,6 @@
 #pragma once
 
 #include "config/cFeatureCatalogue.h"
-#include "config/cRuntimeInfo.h"
 
 #include <Norvale/cJsonValue.h>
 #include <Norvale/cLog.h>
@@ -23,7 +22,7 @@ class cUpdateMgr;
 class cUpdateCheck
 {
 public:
-    using Features = QVector<QSharedPointer<cFeatureInstance>>;
+    using Features = cFeatureCatalogue::Features;
     using Plugins = QVector<QSharedPointer<cFeaturePlugin>>;
 
     /// @p installed and @p plugins are only read, and must live as long as this object.
