@@ -152,7 +152,7 @@ cJsonValue cConfigurationMgr::doUpdateOn(const QStringList& names)
     cUpdateCheck check(m_installed, m_plugins);
     cJsonValue result = makeCheck(check, names);
     if (m_isCancelled)
-        result["result_code"] = 1;
+        result["result_code"] = IConfigMgr::Cancelled;
     else if (check.isUpdateAvailable())
         result = apply(check, result);
     return result;

@@ -5,11 +5,8 @@
 #include "version/SafeName.h"
 
 #include <Norvale/Corvane.h>
+#include <Norvale/IConfigMgr.h>
 #include <Norvale/cLogCentral.h>
-
-namespace {
-enum ResultCode { Ready = 0, Cancelled = 1, NotFetched = 3 };
-}
 
 cUpdateApply::cUpdateApply(const cUpdateCheck& check)
     : m_check(check), m_log(cLogCentral::log(QStringLiteral("ConfigurationMgr")))
@@ -20,12 +17,12 @@ cJsonValue cUpdateApply::run(cJsonValue result)
 {
     const bool isReady = m_check.requiresNewCore() ? fetchRuntime() : fetchPackages();
     if (isReady) {
-        result["result_code"] = Ready;
+        result["result_code"] = IConfigMgr::UpdateReady;
     } else if (m_isCancelled) {
         m_log.warning() << "The update was cancelled" << Qt::endl;
-        result["result_code"] = Cancelled;
+        result["result_code"] = IConfigMgr::Cancelled;
     } else {
-        result["result_code"] = NotFetched;
+        result["result_code"] = IConfigMgr::NotFetched;
         result["failed"] = m_failed;
     }
     return result;

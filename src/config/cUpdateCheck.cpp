@@ -11,8 +11,6 @@
 
 namespace {
 
-enum ResultCode { Available = 0, NothingNewer = 2, NotChecked = 4, FeatureMissing = 5 };
-
 cVersion machineVersion(const char* key)
 {
     return cVersion(cMachineSettings().value(QLatin1String(key)).toString());
@@ -39,7 +37,7 @@ cUpdateCheck::cUpdateCheck(const cFeatureCatalogue& installed, const cPluginMgr&
 cJsonValue cUpdateCheck::notChecked()
 {
     cJsonValue result(ObjectType);
-    result["result_code"] = NotChecked;
+    result["result_code"] = IConfigMgr::NotChecked;
     return result;
 }
 
@@ -54,7 +52,7 @@ cJsonValue cUpdateCheck::run(const QStringList& names, cUpdateMgr& updates)
     m_currentVersion = machineVersion(SettingsKey::RepositoryVersion);
     m_result["current_version"] = m_currentVersion.toString();
     if (!findNewest(updates))
-        m_result["result_code"] = NothingNewer;
+        m_result["result_code"] = IConfigMgr::NothingNewer;
     else if (isRuntimeTooOld())
         requireRuntime();
     else
@@ -78,7 +76,7 @@ bool cUpdateCheck::isRuntimeTooOld() const
 
 void cUpdateCheck::requireRuntime()
 {
-    m_result["result_code"] = Available;
+    m_result["result_code"] = IConfigMgr::UpdateFound;
     m_result["size"] = 0;
     m_result["requires_new_core"] = true;
 }
@@ -87,16 +85,16 @@ void cUpdateCheck::compare(const QStringList& names)
 {
     m_result["requires_new_core"] = false;
     if (m_available.isEmpty()) {
-        m_result["result_code"] = NothingNewer;
+        m_result["result_code"] = IConfigMgr::NothingNewer;
         return;
     }
     if (!collectFeatures(closure(namesWithInstalled(names)))) {
-        m_result["result_code"] = FeatureMissing;
+        m_result["result_code"] = IConfigMgr::FeatureMissing;
         return;
     }
     const bool isNewer = !m_features.isEmpty() || m_currentVersion < m_available.version();
     m_result["size"] = integer(collectPlugins());
-    m_result["result_code"] = isNewer ? Available : NothingNewer;
+    m_result["result_code"] = isNewer ? IConfigMgr::UpdateFound : IConfigMgr::NothingNewer;
 }
 
 QVector<QString> cUpdateCheck::namesWithInstalled(const QStringList& names) const

@@ -2,6 +2,7 @@
 
 #include "config/cFeatureCatalogue.h"
 
+#include <Norvale/IConfigMgr.h>
 #include <Norvale/cJsonValue.h>
 #include <Norvale/cLog.h>
 
@@ -43,7 +44,7 @@ public:
     cJsonValue run(const QStringList& names, cUpdateMgr& updates);
 
     /// Whether there is something to fetch or to note at the next start.
-    bool isUpdateAvailable() const { return m_result.get("result_code", -1).toInt() == 0; }
+    bool isUpdateAvailable() const { return m_result.get("result_code", -1).toInt() == IConfigMgr::UpdateFound; }
     bool requiresNewCore() const { return m_result.get("requires_new_core", false).toBool(); }
 
     /// What is to be updated, in the order of the names with their dependencies.
