@@ -1,8 +1,8 @@
 #include "lint/cCatalogueLint.h"
 
+#include "config/cFeatureInstance.h"
 #include "report/cFindings.h"
 #include "version/SafeName.h"
-#include "version/cPluginId.h"
 
 #include <QtCore/QFileInfo>
 #include <QtCore/QRegularExpression>
@@ -90,20 +90,19 @@ void cCatalogueLint::checkIdentity(const cXmlElement& feature)
 {
     const QString name = feature.attribute(u"name");
     const cVersion version(feature.attribute(u"version"));
-    const QPair<QString, QString> identity(name, version.toString());
     if (name.isEmpty())
         report(Rule::FeatureNoName, feature, QStringLiteral("the feature has no name"));
     checkVersion(Rule::FeatureBadVersion, feature, u"version");
-    if (m_featureVersions.contains(identity))
+    if (m_featureVersions.contains(cPluginId(name, version)))
         report(Rule::FeatureTwice, feature,
-               QStringLiteral("%1 %2 comes twice; both are read as one").arg(identity.first, identity.second));
+               QStringLiteral("%1 %2 comes twice; both are read as one").arg(name, version.toString()));
     else if (m_features.contains(name))
         report(Rule::FeatureHidden, feature,
                QStringLiteral("%1 %2 is never seen behind %3")
                    .arg(name, version.toString(), m_features.value(name).toString()));
     else
         m_features.insert(name, version);
-    m_featureVersions.insert(identity);
+    m_featureVersions.insert(cPluginId(name, version));
 }
 
 // Of a repository only: features.xml holds no dependencies.
@@ -141,7 +140,7 @@ void cCatalogueLint::checkPlugin(const cXmlElement& plugin, const QString& featu
 void cCatalogueLint::checkVersionOf(const cXmlElement& plugin, const QString& feature)
 {
     checkVersion(Rule::PluginBadVersion, plugin, u"version");
-    if (feature == QLatin1String("VelmDev"))
+    if (cFeatureInstance::isDevelopment(feature))
         return; // development plugins replace others, whatever their version
     const QString name = plugin.attribute(u"name");
     const cVersion version(plugin.attribute(u"version"));

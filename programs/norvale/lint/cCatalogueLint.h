@@ -1,6 +1,7 @@
 #pragma once
 
 #include "lint/cXmlLint.h"
+#include "version/cPluginId.h"
 
 #include <Norvale/cVersion.h>
 
@@ -40,8 +41,8 @@ private:
 
     Kind m_kind;
     QString m_packageFolder;
-    QHash<QString, cVersion> m_features;                // the version that comes first
-    QSet<QPair<QString, QString>> m_featureVersions;    // name and version
+    QHash<QString, cVersion> m_features; // the version that comes first
+    QSet<cPluginId> m_featureVersions;
     QHash<QString, QPair<cVersion, QString>> m_plugins; // the version that comes first, and its feature
     QHash<QString, QString> m_spellings;                // names of plugins by the caseless form
 };

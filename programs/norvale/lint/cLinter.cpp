@@ -7,6 +7,7 @@
 #include "report/cFindings.h"
 #include "suite/cSuite.h"
 #include "suite/cSuiteReader.h"
+#include "version/cPluginId.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>

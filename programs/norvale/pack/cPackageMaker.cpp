@@ -7,6 +7,7 @@
 #include "pack/cPluginFolder.h"
 #include "pack/cZipWriter.h"
 #include "report/cFindings.h"
+#include "version/cPluginId.h"
 
 namespace {
 
