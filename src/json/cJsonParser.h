@@ -24,22 +24,8 @@ public:
     bool read(cJsonValue& document);
 
 private:
-    enum Token {
-        EndOfInput,
-        ObjectBegin,
-        ObjectEnd,
-        ArrayBegin,
-        ArrayEnd,
-        StringToken,
-        NumberToken,
-        TrueToken,
-        FalseToken,
-        NullToken,
-        ArraySeparator,
-        MemberSeparator,
-        CommentToken,
-        ErrorToken
-    };
+    /// The tokens that are told apart where one is skipped or refused.
+    enum Token { EndOfInput, ObjectEnd, ArrayEnd, TrueToken, FalseToken, NullToken, CommentToken, OtherToken };
 
     /// What came of reading a value, of going on behind one, or of opening a container.
     enum Outcome { Failed, ValueFollows, ValueDone };
@@ -77,13 +63,13 @@ private:
     Outcome goOnBehindComment();
     Outcome close();
 
-    static Outcome fail(const char* message);
+    static Outcome fail(const char* reason);
     Outcome failValue();
     void closeFailed();
     void skipBehind(Token closing);
 
     Token nextToken();
-    Token stringToken();
+    void skipString();
     Token wordToken(const char* rest, int size, Token token);
     Token commentToken();
 
@@ -96,6 +82,6 @@ private:
     cJsonScratch<cJsonValue> m_values;
     cJsonScratch<const QString*> m_names;
     cJsonScratch<Level> m_levels;
-    std::deque<QString> m_decodedNames; ///< all that `m_names` and the map builder point to
-    std::optional<Known> m_known;       ///< not for short texts, which would take longer to set it up than to read
+    std::deque<QString> m_decodedNames; // all that `m_names` and the map builder point to
+    std::optional<Known> m_known;       // not for short texts, which would take longer to set it up than to read
 };
