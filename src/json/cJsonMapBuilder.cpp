@@ -7,8 +7,7 @@
 
 namespace {
 
-/// An odd number without a pattern, whose multiples spread over the high bits.
-constexpr quint64 HashFactor = Q_UINT64_C(0x9E3779B97F4A7C15);
+constexpr quint64 HashFactor = Q_UINT64_C(0x9E3779B97F4A7C15); // 2^64 by the golden ratio: spreads over the high bits
 
 } // namespace
 

@@ -75,10 +75,10 @@ QByteArray anyToken(int i)
     QByteArray token = sign + textOf("0123456789", 1 + below(12));
     if (below(3))
         token += '.' + textOf(i % 8 == 2 ? "00000001" : "0123456789", below(18));
-    if (!below(4))
-        token +=
-            QByteArray(below(2) ? "e" : "E") + (below(2) ? "-" : "") + QByteArray::number(below(i % 100 ? 40 : 400));
-    return token;
+    if (below(4))
+        return token;
+    token += below(2) ? 'e' : 'E';
+    return token + (below(2) ? "-" : "") + QByteArray::number(below(i % 100 ? 40 : 400));
 }
 
 /// The rule as it stands: replacements over the whole text, then a walk over its units.
@@ -87,9 +87,12 @@ QByteArray escaped(QString text)
     text.replace('\\', "\\\\").replace('"', "\\\"").replace('\b', "\\b").replace('\f', "\\f");
     text.replace('\n', "\\n").replace('\r', "\\r").replace('\t', "\\t");
     QByteArray ascii;
-    for (const QChar unit : qAsConst(text))
-        ascii += unit.unicode() > 127 ? "\\u" + QByteArray::number(unit.unicode() + 0x10000, 16).mid(1)
-                                      : QByteArray(1, char(unit.unicode()));
+    for (const QChar unit : qAsConst(text)) {
+        if (unit.unicode() > 127)
+            ascii += "\\u" + QByteArray::number(unit.unicode() + 0x10000, 16).mid(1);
+        else
+            ascii += char(unit.unicode());
+    }
     return ascii;
 }
 
