@@ -18,7 +18,7 @@
 
 namespace {
 
-// A request to set up anew belongs to the run that made it.
+// A request of an earlier run to set the suite up anew is void.
 void forgetRestartRequests()
 {
     if (Corvane::restartOption() != Corvane::NoRestart)
@@ -32,7 +32,7 @@ bool isRestartRequested()
     return Corvane::restartOption() != Corvane::NoRestart || !Corvane::restartSetupFilename().isEmpty();
 }
 
-// A catalogue that cannot be read says nothing about the feature "Core"; an absent one is that of a fresh machine.
+// A catalogue that cannot be read says nothing about the feature "Core"; without a catalogue nothing is installed.
 bool isCoreMissing()
 {
     const QString catalogue = Corvane::velmiraFolderOrFile(Corvane::FeaturesFile);
@@ -122,8 +122,8 @@ ExitCode cHostRun::initialise()
     return ExitCode::Ok;
 }
 
-// Installs what an update has fetched, and finishes what a killed run left unfinished. Whatever comes of it, a whole
-// set of plugins is installed afterwards, so the suite starts.
+// Installs what an update has fetched, and finishes what a killed run left unfinished. Also after a failure a whole set
+// of plugins is installed, so the suite starts.
 void cHostRun::installWaiting()
 {
     cChangeLock lock;

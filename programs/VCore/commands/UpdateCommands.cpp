@@ -11,13 +11,15 @@
 
 namespace {
 
+constexpr int ManyWords = 1000;
+
 /// Asks the update sites for a newer version and shows what they have.
 class cCheckCommand : public cCommand
 {
 public:
     void describe(cSyntax& syntax) override
     {
-        syntax.setName("--check", "Ask the update sites for a newer version; nothing is changed.");
+        syntax.call("--check", "Ask the update sites for a newer version; nothing is changed.");
         addJsonFlag(syntax, &m_isJson);
         m_log.addTo(syntax);
     }
@@ -50,12 +52,13 @@ class cUpdateCommand : public cCommand
 public:
     void describe(cSyntax& syntax) override
     {
-        syntax.setName("--update", "Fetch the newest version from the update sites; the next start installs it. The "
-                                   "FEATUREs that are named come in addition. Ctrl+C cancels. A running host goes on "
-                                   "meanwhile.");
+        syntax.call("--update", "Fetch the newest version from the update sites; the next start installs it. The "
+                                "FEATUREs that are named come in addition. Ctrl+C cancels. A running host goes on "
+                                "meanwhile.");
         addJsonFlag(syntax, &m_isJson);
         m_log.addTo(syntax);
-        syntax.addWords("[FEATURE...]", &m_features, "");
+        syntax.add("[FEATURE...]", &m_features, "");
+        syntax.mostWords = ManyWords;
     }
 
     ExitCode run() override
@@ -89,9 +92,10 @@ class cSitesCommand : public cCommand
 public:
     void describe(cSyntax& syntax) override
     {
-        syntax.setName("--update-sites", "Show the update sites. With URLs (or folders) make these the update sites, "
-                                         "asked in this order; with the word \"none\" have none.");
-        syntax.addWords("[URL...]", &m_words, "");
+        syntax.call("--update-sites", "Show the update sites. With URLs (or folders) make these the update sites, "
+                                      "asked in this order; with the word \"none\" have none.");
+        syntax.add("[URL...]", &m_words, "");
+        syntax.mostWords = ManyWords;
     }
 
     ExitCode run() override

@@ -116,7 +116,7 @@ QJsonObject cUpdateSession::update(const QStringList& features)
     return result;
 }
 
-// A signal that came so far is served before, since nobody else would hear of it.
+// A stop signal that has come so far is served first; the work would not hear of it.
 QJsonObject cUpdateSession::run(const std::function<cJsonValue()>& work)
 {
     QCoreApplication::processEvents();
