@@ -13,7 +13,7 @@ cCommandRunner::~cCommandRunner() = default;
 bool cCommandRunner::run(cPluginInstance& plugin, IInstallMgr::OPERATION operation)
 {
     if (!plugin.readManifest()) {
-        m_log.error().noquote() << "The command lines of" << plugin.identity() << "are not run: " + plugin.errorString()
+        m_log.error().noquote() << "The command lines of" << plugin.id().toString() << "are not run: " + plugin.errorString()
                                 << Qt::endl;
         return false;
     }
@@ -32,7 +32,7 @@ bool cCommandRunner::runAll(const cPluginInstance& plugin, const QList<cCmdLine>
             continue;
         const QString fault = execute(line, plugin.folder());
         if (!fault.isEmpty()) {
-            m_log.error().noquote() << "A command line of" << plugin.identity() << "failed:" << line.command() << fault
+            m_log.error().noquote() << "A command line of" << plugin.id().toString() << "failed:" << line.command() << fault
                                     << Qt::endl;
             return false;
         }
@@ -48,7 +48,7 @@ bool cCommandRunner::isWanted(const cPluginInstance& plugin, const cCmdLine& lin
         m_conditions = std::make_unique<cConditionEngine>();
     const bool isTrue = m_conditions->isTrue(line.condition());
     if (!m_conditions->errorString().isEmpty())
-        m_log.error().noquote() << "A condition of" << plugin.identity() << "counts as false:" << line.condition()
+        m_log.error().noquote() << "A condition of" << plugin.id().toString() << "counts as false:" << line.condition()
                                 << "fails in" << m_conditions->errorString() << Qt::endl;
     return isTrue;
 }

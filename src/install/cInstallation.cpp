@@ -178,7 +178,7 @@ cInstallation::Outcome cInstallation::writePackage(const cFeaturePlugin& plugin,
     cPackageUnpacker unpacker(folder);
     if (unpacker.unpack(package)) {
         m_occupants.insert(caselessFileName(plugin.identity()), plugin.identity());
-        m_plugins.findOrMake(plugin.name(), plugin.version());
+        m_plugins.findOrMake({plugin.name(), plugin.version()});
         return {};
     }
     // Room is made for the features that follow; what cannot be removed now is noted in the journal.
@@ -206,7 +206,7 @@ void cInstallation::runCommands()
     const auto run = [&](const Plugins& plugins, IInstallMgr::OPERATION operation) {
         for (const cInstallPlan::Plugin& plugin : plugins) {
             if (isSafeFileName(plugin->name()))
-                commands.run(*m_plugins.findOrMake(plugin->name(), plugin->version()), operation);
+                commands.run(*m_plugins.findOrMake({plugin->name(), plugin->version()}), operation);
             emit m_manager.installationProgress(++current, total);
         }
     };

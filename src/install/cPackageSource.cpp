@@ -1,6 +1,6 @@
 #include "install/cPackageSource.h"
 
-#include "config/cFeaturePlugin.h"
+#include "config/cFeatureInstance.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>

@@ -46,7 +46,7 @@ bool cUninstallation::removePlugins(const cFeatureCatalogue& installed)
             // A run that was cut off has removed it already.
             if (!Corvane::pluginDir(plugin->name(), plugin->version().toString()).exists())
                 continue;
-            commands.run(*m_plugins.findOrMake(plugin->name(), plugin->version()), IInstallMgr::OPERATION_UNINSTALL);
+            commands.run(*m_plugins.findOrMake({plugin->name(), plugin->version()}), IInstallMgr::OPERATION_UNINSTALL);
             isDone = sweep.remove(identity) && isDone;
         }
     }

@@ -8,6 +8,7 @@
 #include <Norvale/IConfigMgr.h>
 #include <Norvale/IPluginMgr.h>
 #include <Norvale/cJsonValue.h>
+#include <Norvale/cVersion.h>
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QFile>
@@ -15,7 +16,6 @@
 namespace {
 
 const QString ResultCode = QStringLiteral("result_code");
-constexpr int CancelledCode = 1;
 constexpr char SetupProgram[] = "setup_program"; // path of the one that an update has fetched
 
 ExitCode take(cHostLock* lock, const QString& path, ExitCode whenHeld, const QString& holder)
@@ -104,7 +104,7 @@ QJsonObject cUpdateSession::check()
 {
     QJsonObject result = run(IConfigMgr::checkForUpdates);
     if (m_isCancelled)
-        result.insert(ResultCode, CancelledCode);
+        result.insert(ResultCode, IConfigMgr::Cancelled);
     return result;
 }
 
@@ -121,7 +121,7 @@ QJsonObject cUpdateSession::run(const std::function<cJsonValue()>& work)
 {
     QCoreApplication::processEvents();
     if (m_isCancelled)
-        return {{ResultCode, CancelledCode}};
+        return {{ResultCode, IConfigMgr::Cancelled}};
     QJsonValue result;
     return WireText::toQt(work(), &result) ? result.toObject() : QJsonObject();
 }
@@ -129,15 +129,15 @@ QJsonObject cUpdateSession::run(const std::function<cJsonValue()>& work)
 ExitCode UpdateReport::codeOf(const QJsonObject& result)
 {
     switch (result.value(QLatin1String("result_code")).toInt(-1)) {
-    case 0:
+    case IConfigMgr::UpdateFound:
         return needsNewCore(result) ? ExitCode::NewCore : ExitCode::Ok;
-    case 1:
+    case IConfigMgr::Cancelled:
         return ExitCode::Cancelled;
-    case 2:
+    case IConfigMgr::NothingNewer:
         return ExitCode::NoUpdate;
-    case 3:
+    case IConfigMgr::NotFetched:
         return textOf(result, "failed") == QLatin1String("core_version") ? ExitCode::CoreTooOld : ExitCode::FetchFailed;
-    case 5:
+    case IConfigMgr::FeatureMissing:
         return ExitCode::FeatureMissing;
     default:
         return ExitCode::CheckFailed;

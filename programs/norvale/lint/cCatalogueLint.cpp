@@ -1,9 +1,8 @@
 #include "lint/cCatalogueLint.h"
 
-#include "config/cFeaturePlugin.h"
-#include "version/SafeName.h"
-#include "lint/cGrammar.h"
+#include "config/cFeatureInstance.h"
 #include "report/cFindings.h"
+#include "version/SafeName.h"
 
 #include <QtCore/QFileInfo>
 #include <QtCore/QRegularExpression>
@@ -13,16 +12,16 @@ namespace {
 const cGrammar& grammar()
 {
     static const cGrammar known{
-        {"", "name version core_version", "feature runtime"},
-        {"feature", "name version active repository", "displayname dependencies plugins"},
-        {"feature/displayname", "lang", ""},
-        {"feature/dependencies", "", "feature"},
-        {"feature/dependencies/feature", "name", ""},
-        {"feature/plugins", "", "plugin"},
-        {"feature/plugins/plugin", "name version size", "source hash"},
-        {"feature/plugins/plugin/hash", "method", ""},
-        {"runtime", "version name", "hash source"},
-        {"runtime/hash", "method", ""},
+        {"", {"@name", "@version", "@core_version", "feature", "runtime"}},
+        {"feature", {"@name", "@version", "@active", "@repository", "displayname", "dependencies", "plugins"}},
+        {"feature/displayname", {"@lang"}},
+        {"feature/dependencies", {"feature"}},
+        {"feature/dependencies/feature", {"@name"}},
+        {"feature/plugins", {"plugin"}},
+        {"feature/plugins/plugin", {"@name", "@version", "@size", "source", "hash"}},
+        {"feature/plugins/plugin/hash", {"@method"}},
+        {"runtime", {"@version", "@name", "hash", "source"}},
+        {"runtime/hash", {"@method"}},
     };
     return known;
 }
@@ -94,7 +93,7 @@ void cCatalogueLint::checkIdentity(const cXmlElement& feature)
     if (name.isEmpty())
         report(Rule::FeatureNoName, feature, QStringLiteral("the feature has no name"));
     checkVersion(Rule::FeatureBadVersion, feature, u"version");
-    if (m_featureVersions.contains({name, version}))
+    if (m_featureVersions.contains(cPluginId(name, version)))
         report(Rule::FeatureTwice, feature,
                QStringLiteral("%1 %2 comes twice; both are read as one").arg(name, version.toString()));
     else if (m_features.contains(name))
@@ -103,7 +102,7 @@ void cCatalogueLint::checkIdentity(const cXmlElement& feature)
                    .arg(name, version.toString(), m_features.value(name).toString()));
     else
         m_features.insert(name, version);
-    m_featureVersions.insert({name, version});
+    m_featureVersions.insert(cPluginId(name, version));
 }
 
 // Of a repository only: features.xml holds no dependencies.
@@ -141,7 +140,7 @@ void cCatalogueLint::checkPlugin(const cXmlElement& plugin, const QString& featu
 void cCatalogueLint::checkVersionOf(const cXmlElement& plugin, const QString& feature)
 {
     checkVersion(Rule::PluginBadVersion, plugin, u"version");
-    if (feature == QLatin1String("VelmDev"))
+    if (cFeatureInstance::isDevelopment(feature))
         return; // development plugins replace others, whatever their version
     const QString name = plugin.attribute(u"name");
     const cVersion version(plugin.attribute(u"version"));
@@ -171,9 +170,8 @@ void cCatalogueLint::checkPackage(const cXmlElement& plugin)
 
 bool cCatalogueLint::liesBesideDocument(const cXmlElement& plugin) const
 {
-    const cFeaturePlugin named(plugin.attribute(u"name"), cVersion(plugin.attribute(u"version")));
-    return !m_packageFolder.isEmpty() &&
-           QFileInfo(m_packageFolder + QLatin1Char('/') + named.packageFileName()).isFile();
+    const cPluginId id(plugin.attribute(u"name"), cVersion(plugin.attribute(u"version")));
+    return !m_packageFolder.isEmpty() && QFileInfo(m_packageFolder + QLatin1Char('/') + id.packageFileName()).isFile();
 }
 
 void cCatalogueLint::checkRuntime(const cXmlElement& runtime)
@@ -195,4 +193,37 @@ void cCatalogueLint::checkHash(Rule rule, const cXmlElement& parent)
         report(rule, parent, QStringLiteral("there is no hash: the file would not be fetched"));
     else if (!form.match(hash.text()).hasMatch())
         report(rule, hash, QStringLiteral("\"%1\" is no SHA-1 hash").arg(hash.text()));
+}
+
+bool cSiteLint::check(const QByteArray& xml)
+{
+    static const cGrammar known{{"", {"repository"}},
+                                {"repository", {"@config", "@status", "@platform", "@update", "@content"}}};
+    if (!readTree(xml, known))
+        return false;
+    const cXmlElement root = tree().root();
+    for (cXmlElement child = root.firstChild(u"repository"); !child.isNull(); child = child.nextSibling(u"repository"))
+        checkEntry(child);
+    if (m_entries.isEmpty())
+        report(Rule::SiteNoEntries, root, QStringLiteral("there is no <repository>"));
+    return true;
+}
+
+void cSiteLint::checkEntry(const cXmlElement& entry)
+{
+    const QString config = entry.attribute(u"config");
+    const QString platform = entry.attribute(u"platform");
+    if (config != QLatin1String("release") || platform != QLatin1String("x64"))
+        report(Rule::SiteOtherBuild, entry,
+               QStringLiteral("config \"%1\" and platform \"%2\" fit no installation").arg(config, platform));
+    const QString update = entry.attribute(u"update");
+    const QString status = entry.attribute(u"status");
+    if (update.isEmpty() || status.isEmpty())
+        report(Rule::SiteNoUpdate, entry, QStringLiteral("update or status is missing"));
+    const QString content = entry.attribute(u"content");
+    const QStringList whole{config, status, platform, update, content};
+    if (m_seen.contains(whole))
+        report(Rule::SiteEntryTwice, entry, QStringLiteral("the entry for %1 (%2) comes twice").arg(update, status));
+    m_seen.insert(whole);
+    m_entries.append({update, content, entry.line(), entry.column()});
 }
