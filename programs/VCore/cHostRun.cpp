@@ -8,13 +8,10 @@
 #include "wire/cHostAddress.h"
 
 #include <Norvale/Corvane.h>
-#include <Norvale/IConfigMgr.h>
 #include <Norvale/IInstallMgr.h>
 #include <Norvale/IPluginMgr.h>
 
 #include <QtCore/QCoreApplication>
-#include <QtCore/QFile>
-#include <QtXml/QDomDocument>
 
 namespace {
 
@@ -30,15 +27,6 @@ void forgetRestartRequests()
 bool isRestartRequested()
 {
     return Corvane::restartOption() != Corvane::NoRestart || !Corvane::restartSetupFilename().isEmpty();
-}
-
-// A catalogue that cannot be read says nothing about the feature "Core"; without a catalogue nothing is installed.
-bool isCoreMissing()
-{
-    const QString catalogue = Corvane::velmiraFolderOrFile(Corvane::FeaturesFile);
-    QDomDocument document;
-    const bool isReadable = !QFile::exists(catalogue) || Corvane::FileReadDom(catalogue, document, false);
-    return isReadable && !IConfigMgr::isFeatureInstalled(QStringLiteral("Core"));
 }
 
 } // namespace
@@ -148,7 +136,7 @@ ExitCode cHostRun::start()
     if (ok)
         return ExitCode::Ok;
     IPluginMgr::instance()->setObserver(nullptr);
-    if (isCoreMissing()) {
+    if (IPluginMgr::instance()->lastOutcome().result == cStartOutcome::NoCore) {
         return endWith(ExitCode::NoCore, QStringLiteral("the feature \"Core\" is not installed in %1")
                                              .arg(Corvane::velmiraFolderOrFile(Corvane::CoreFolder)));
     }

@@ -10,13 +10,13 @@ namespace {
 
 struct Entry
 {
-    QLatin1String program;
+    const char* program;
     int code;
-    QLatin1String meaning;
+    const char* meaning;
 };
 
 constexpr Entry Entries[] = {
-#define X(program, name, number, meaning) {QLatin1String(#program), number, QLatin1String(meaning)},
+#define X(program, name, number, meaning) {#program, number, meaning},
     EXIT_CODES(X)
 #undef X
 };
@@ -27,8 +27,9 @@ QString exitCodeTable()
 {
     QMap<int, QString> lines;
     for (const Entry& entry : Entries) {
-        if (entry.program == QLatin1String("All") || entry.program == QCoreApplication::applicationName())
-            lines.insert(entry.code, QStringLiteral("  %1  %2").arg(entry.code, 2).arg(entry.meaning));
+        const QLatin1String program(entry.program);
+        if (program == QLatin1String("All") || program == QCoreApplication::applicationName())
+            lines.insert(entry.code, QStringLiteral("  %1  %2").arg(entry.code, 2).arg(QLatin1String(entry.meaning)));
     }
     return QStringList(lines.values()).join(QLatin1Char('\n'));
 }

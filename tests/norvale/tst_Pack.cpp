@@ -158,6 +158,14 @@ private slots:
         QCOMPARE(m_tool.tree(folder).size(), 2);
     }
 
+    void takesArgumentsAsTheyStand()
+    {
+        QVERIFY(QDir().rename(m_tool.path(m_tool.makePlugin("A", "1.0.0")), m_tool.path("[A,B]")));
+        QCOMPARE(m_tool.run({"lint", "[A,B]"}).code, 0);
+        QCOMPARE(m_tool.run({"pack", "--exclude=", "-o", ".", "[A,B]"}).output, QString("./A-1.00.000.zip\n"));
+        QCOMPARE(m_tool.run({"pack", "-o", ".", "-o", ".", "[A,B]"}).code, 2); // which one is meant?
+    }
+
     void drawsRepositoriesAndPictures()
     {
         m_tool.makePackage("A", "1.0.0", "<dependencies><dependency>B \"x\"</dependency></dependencies>");

@@ -4,9 +4,11 @@
 #include "common/Terminal.h"
 #include "common/cProgram.h"
 #include "updates/UpdateSession.h"
-#include "updates/UpdateSites.h"
 #include "wire/WireText.h"
 
+#include <Norvale/IConfigMgr.h>
+
+#include <QtCore/QFileInfo>
 #include <QtCore/QUrl>
 
 namespace {
@@ -103,18 +105,30 @@ public:
         const bool isNone = m_words == QStringList(QStringLiteral("none"));
         QList<QUrl> sites;
         for (const QString& word : isNone ? QStringList() : m_words) {
-            sites.append(UpdateSites::urlOf(word));
+            sites.append(urlOf(word));
             if (!sites.last().isValid())
                 return endWith(ExitCode::Usage, QStringLiteral("\"%1\" is no URL of a site, and no folder").arg(word));
         }
-        if (!m_words.isEmpty() && !UpdateSites::set(sites))
+        if (!m_words.isEmpty() && !IConfigMgr::setUpdateLocations(sites))
             return endWith(ExitCode::SettingsFailed, QStringLiteral("the settings cannot be written"));
-        for (const QString& site : UpdateSites::list())
-            Terminal::answer(site);
+        for (const QUrl& site : IConfigMgr::updateLocations())
+            Terminal::answer(site.toString(QUrl::FullyEncoded));
         return ExitCode::Ok;
     }
 
 private:
+    // http, https or file, or the path of a folder that is there; invalid when the text is none of these.
+    static QUrl urlOf(const QString& text)
+    {
+        const QFileInfo folder(text);
+        if (folder.isDir())
+            return QUrl::fromLocalFile(folder.canonicalFilePath());
+        const QUrl url(text, QUrl::StrictMode);
+        const bool isRemote =
+            (url.scheme() == QLatin1String("http") || url.scheme() == QLatin1String("https")) && !url.host().isEmpty();
+        return url.isValid() && (isRemote || !url.toLocalFile().isEmpty()) ? url : QUrl();
+    }
+
     QStringList m_words;
 };
 

@@ -1,7 +1,7 @@
 #include "pack/cPluginFolder.h"
 
-#include "version/SafeName.h"
 #include "report/cFindings.h"
+#include "version/SafeName.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QRegularExpression>
@@ -55,14 +55,15 @@ void cPluginFolder::scanFolder(const QString& relative, QStringList& pending, cF
         const QString name = prefix + info.fileName();
         if (isExcluded(name) || !isNameGood(name, info, findings))
             continue;
-        if (info.isSymLink() || info.isJunction())
+        if (info.isSymLink() || info.isJunction()) {
             findings.add(Rule::FolderLink, info.filePath(), QStringLiteral("this is a link"));
-        else if (info.isDir())
+        } else if (info.isDir()) {
             pending.append(name);
-        else if (!info.isFile())
+        } else if (!info.isFile()) {
             findings.add(Rule::FolderSpecial, info.filePath(), QStringLiteral("this is neither a file nor a folder"));
-        else
+        } else {
             addFile(name, info, findings);
+        }
     }
 }
 
@@ -70,9 +71,10 @@ void cPluginFolder::addFile(const QString& name, const QFileInfo& info, cFinding
 {
     if (!info.isReadable())
         return findings.add(Rule::FileUnreadable, info.filePath(), QStringLiteral("the file cannot be read"));
-    if (info.size() == 0)
+    if (info.size() == 0) {
         findings.add(Rule::FolderEmptyFile, info.filePath(),
                      QStringLiteral("an installation leaves an empty file out"));
+    }
     m_files.append({name, info.filePath(), info.size()});
 }
 
