@@ -79,11 +79,10 @@ QByteArray cTraceWriter::document() const
         QJsonObject args;
         if (!record.plugin.isEmpty())
             args.insert(QStringLiteral("plugin"), record.plugin);
-        if (record.end < 0) {
+        if (record.end < 0)
             args.insert(QStringLiteral("unfinished"), true);
-        } else {
+        else
             args.insert(QStringLiteral("ok"), record.ok);
-        }
         const qint64 end = record.end < 0 ? now : record.end;
         events.append(QJsonObject{{QStringLiteral("name"), record.name},
                                   {QStringLiteral("cat"), record.category},

@@ -66,13 +66,12 @@ void addParameter(CLI::App& app, const cSyntax::Parameter& parameter)
     }
     CLI::Option* const option = app.add_option(names, CLI::callback_t(), help);
     option->type_name(parameter.form);
-    if (std::holds_alternative<QStringList*>(parameter.target)) {
+    if (std::holds_alternative<QStringList*>(parameter.target))
         option->expected(CLI::detail::expected_max_vector_size)->allow_extra_args(!parameter.isOption());
-    } else if (parameter.isOption()) {
+    else if (parameter.isOption())
         option->default_str(std::get<QString*>(parameter.target)->toStdString());
-    } else {
+    else
         option->required();
-    }
 }
 
 // Options that several commands have are one option of the program; so are the words.

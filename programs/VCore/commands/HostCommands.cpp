@@ -273,11 +273,10 @@ private:
     {
         const QJsonValue value = answer.value(QStringLiteral("value"));
         const bool isNothing = answer.value(QStringLiteral("type")) == QLatin1String("void");
-        if (value.isString() && !m_isJson) {
+        if (value.isString() && !m_isJson)
             Terminal::answer(value.toString());
-        } else if (m_isJson || !isNothing) {
+        else if (m_isJson || !isNothing)
             Terminal::answer(jsonText(value));
-        }
     }
 
     QStringList m_words;

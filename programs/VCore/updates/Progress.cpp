@@ -42,11 +42,10 @@ void cTransferRate::note(qint64 bytes, qint64 time)
     if (!m_samples.isEmpty() && bytes < m_samples.last().bytes)
         clear(); // another transfer
     const bool isClose = m_samples.size() > 1 && time - m_samples.at(m_samples.size() - 2).time < Spacing;
-    if (isClose) {
+    if (isClose)
         m_samples.last() = {bytes, time};
-    } else {
+    else
         m_samples.enqueue({bytes, time});
-    }
     while (m_samples.size() > 2 && time - m_samples.at(1).time >= Window)
         m_samples.dequeue();
 }

@@ -72,11 +72,10 @@ void cClientConnection::readPiece()
     if (!alive)
         return;
     m_isHandling = false;
-    if (m_socket->bytesAvailable() > 0) {
+    if (m_socket->bytesAvailable() > 0)
         readPieceLater();
-    } else if (m_hasLeft) {
+    else if (m_hasLeft)
         end(QString());
-    }
 }
 
 void cClientConnection::readPieceLater()

@@ -55,15 +55,14 @@ void cPluginFolder::scanFolder(const QString& relative, QStringList& pending, cF
         const QString name = prefix + info.fileName();
         if (isExcluded(name) || !isNameGood(name, info, findings))
             continue;
-        if (info.isSymLink() || info.isJunction()) {
+        if (info.isSymLink() || info.isJunction())
             findings.add(Rule::FolderLink, info.filePath(), QStringLiteral("this is a link"));
-        } else if (info.isDir()) {
+        else if (info.isDir())
             pending.append(name);
-        } else if (!info.isFile()) {
+        else if (!info.isFile())
             findings.add(Rule::FolderSpecial, info.filePath(), QStringLiteral("this is neither a file nor a folder"));
-        } else {
+        else
             addFile(name, info, findings);
-        }
     }
 }
 
