@@ -2,7 +2,8 @@
 
 #include "config/cFeatureCatalogue.h"
 #include "config/cRepositoryWriter.h"
-#include "core/DurableFile.h"
+#include "core/Files.h"
+#include "core/System.h"
 #include "version/SafeName.h"
 
 #include <Norvale/Corvane.h>

@@ -2,7 +2,7 @@
 
 #include "config/cDownloader.h"
 #include "config/cRuntimeInfo.h"
-#include "core/DurableFile.h"
+#include "core/System.h"
 #include "version/SafeName.h"
 
 #include <Norvale/Corvane.h>

@@ -1,6 +1,6 @@
 #include "install/cFolderJournal.h"
 
-#include "core/DurableFile.h"
+#include "core/Files.h"
 #include "version/SafeName.h"
 
 #include <Norvale/Corvane.h>

@@ -1,6 +1,6 @@
 #include "install/cFolderRemover.h"
 
-#include "install/EmptyFolder.h"
+#include "core/System.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QFile>

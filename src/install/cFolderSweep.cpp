@@ -1,9 +1,9 @@
 #include "install/cFolderSweep.h"
 
-#include "version/SafeName.h"
 #include "install/cFolderJournal.h"
 #include "install/cFolderRemover.h"
 #include "install/cOperation.h"
+#include "version/SafeName.h"
 
 #include <Norvale/Corvane.h>
 

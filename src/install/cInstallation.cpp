@@ -2,8 +2,7 @@
 
 #include "config/cConfigurationMgr.h"
 #include "config/cDropbox.h"
-#include "version/SafeName.h"
-#include "install/UnpackedFlush.h"
+#include "core/System.h"
 #include "install/cCommandRunner.h"
 #include "install/cFolderJournal.h"
 #include "install/cFolderRemover.h"
@@ -14,6 +13,7 @@
 #include "install/cPackageUnpacker.h"
 #include "install/cRepositorySettings.h"
 #include "plugins/cPluginMgr.h"
+#include "version/SafeName.h"
 
 #include <Norvale/Corvane.h>
 
@@ -122,7 +122,7 @@ void cInstallation::unpackAll(bool consume)
         unpackFeature(i, consume);
     if (m_plan->added().isEmpty())
         return;
-    if (flushUnpackedFolder(Corvane::velmiraFolderOrFile(Corvane::PluginsFolder)))
+    if (flushNewFiles(Corvane::velmiraFolderOrFile(Corvane::PluginsFolder)))
         return;
     for (int i = 0; i < m_plan->features().size(); ++i) {
         if (m_plan->features().at(i).fault.isEmpty())

@@ -1,10 +1,10 @@
 #include "install/cPackageCheck.h"
 
-#include "version/SafeName.h"
 #include "core/Settings.h"
 #include "core/cXmlTreeReader.h"
 #include "install/cEntryNames.h"
 #include "install/cPackage.h"
+#include "version/SafeName.h"
 
 #include <QtCore/QCryptographicHash>
 #include <QtCore/QFileInfo>

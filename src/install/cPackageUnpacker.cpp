@@ -1,6 +1,6 @@
 #include "install/cPackageUnpacker.h"
 
-#include "install/UnpackedFlush.h"
+#include "core/System.h"
 #include "install/cPackage.h"
 
 #include <QtCore/QByteArray>
@@ -50,7 +50,7 @@ bool cPackageUnpacker::write(const QString& path, const QByteArray& content, boo
     const QFile::Permissions execution = QFile::ExeOwner | QFile::ExeUser | QFile::ExeGroup | QFile::ExeOther;
     if (isExecutable && !file.setPermissions(file.permissions() | execution))
         return fail(path, file.errorString());
-    if (!flushUnpackedFile(file))
+    if (!flushNewFile(file))
         return fail(path, QStringLiteral("it cannot be flushed to the disk"));
     return true;
 }

@@ -1,11 +1,11 @@
 #include "install/cUninstallation.h"
 
 #include "config/cConfigurationMgr.h"
-#include "version/SafeName.h"
 #include "install/cCommandRunner.h"
 #include "install/cFolderSweep.h"
 #include "install/cRepositorySettings.h"
 #include "plugins/cPluginMgr.h"
+#include "version/SafeName.h"
 
 #include <Norvale/Corvane.h>
 

@@ -1,6 +1,7 @@
 #include "plugins/cPluginRegistry.h"
 
-#include <Norvale/Corvane.h>
+#include "core/Files.h"
+#include "version/cPluginId.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QSet>
@@ -10,7 +11,7 @@ cPluginRegistry::Plugin cPluginRegistry::findOrMake(const QString& name, const c
     Plugin& plugin = m_allPlugins[qMakePair(name, version)];
     if (!plugin) {
         plugin = Plugin::create(name, version);
-        plugin->setFolder(Corvane::pluginDir(name, version.toString()).absolutePath());
+        plugin->setFolder(Corvane::pluginDir(cPluginId(name, version)).absolutePath());
     }
     return plugin;
 }

@@ -4,7 +4,8 @@
 #include <Rows.h>
 #include <SettingsSandbox.h>
 
-#include "core/DurableFile.h"
+#include "core/Files.h"
+#include "core/System.h"
 #include "version/SafeName.h"
 
 #include <QtXml/QDomDocument>

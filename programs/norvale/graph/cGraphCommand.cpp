@@ -1,6 +1,6 @@
 #include "graph/cGraphCommand.h"
 
-#include "core/DurableFile.h"
+#include "core/Files.h"
 #include "graph/cGraph.h"
 #include "report/cFindings.h"
 #include "report/cReport.h"

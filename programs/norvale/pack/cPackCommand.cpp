@@ -1,6 +1,6 @@
 #include "pack/cPackCommand.h"
 
-#include "core/DurableFile.h"
+#include "core/Files.h"
 #include "pack/cPackageMaker.h"
 #include "report/cFindings.h"
 #include "report/cReport.h"

@@ -1,13 +1,13 @@
 #include "site/cSitePublisher.h"
 
 #include "config/cCatalogueReader.h"
-#include "core/DurableFile.h"
-#include "version/SafeName.h"
+#include "core/Files.h"
 #include "lint/InputFile.h"
 #include "lint/cCatalogueLint.h"
 #include "lint/cPackageLint.h"
 #include "suite/cSuite.h"
 #include "suite/cSuiteReader.h"
+#include "version/SafeName.h"
 
 #include <QtCore/QCryptographicHash>
 #include <QtCore/QDir>
