@@ -76,7 +76,7 @@ private slots:
         row("program that is not there", {}, {"main 1.0", "Core 1.0: A 1.0 !no-such-program, B 1.0"}, first,
             "install B 1.0", done, "none cannot be started");
         row("core too old", one, {"main 2.0 1.1", "Core 2.0: A 2.0"}, first, "", "A-2.00.000.zip, repository.xml",
-            "it needs the core version 1.01.000; this is 1.00.000");
+            "repository.xml is not installed: it needs the core version 1.01.000; this is 1.00.000");
         row("core just new enough", one, {"main 2.0 1.0", "Core 2.0: A 2.0"}, "2.00.000 Core 2.0: A 2.0",
             "uninstall A 1.0, uninstall B 1.0, install A 2.0", done, "");
 
@@ -95,7 +95,7 @@ private slots:
             "1.00.000 Core 1.0: A 1.0; More 1.0: A 1.0, C 1.0", "", done,
             "it has the plugin A-2.00.000, which another feature has in version 1.00.000");
         row("depends on what is left out", {}, {"main 1.0", "Top 1.0: A 1.0; Base", "Base 1.0: B 1.0 !no-manifest"}, "",
-            "", done, "it depends on Base, which is left out");
+            "", done, "it depends on the feature \"Base\", which is left out");
         row("plugin in two versions", {}, {"main 1.0", "Core 1.0: A 1.0, A 2.0"}, "", "", done, "in two versions");
     }
     void installs()

@@ -62,7 +62,7 @@ private slots:
             m_sandbox.setMachineValue("InstallMgr/MaxUnpackedSize", 2399999);
         cPackageCheck check;
         m_sandbox.removeMachineValue("InstallMgr/MaxUnpackedSize");
-        check.expectIdentity("A", cVersion("1.2.3"));
+        check.expect(cPluginId("A", cVersion("1.2.3")));
         QCOMPARE(check.checkFile(path), found.isEmpty());
         const QString first = check.findings().isEmpty() ? QString()
                                                          : cPackageFinding::ruleName(check.findings().first().rule) +
@@ -76,10 +76,13 @@ private slots:
         const QByteArray bytes = file.readAll();
         cPackageCheck check;
         check.expectHash(QCryptographicHash::hash(bytes, QCryptographicHash::Sha1));
-        QVERIFY(check.check(bytes) && check.name() == "A" && check.version() == cVersion("1.2.3"));
+        QVERIFY(check.check(bytes));
+        QCOMPARE(check.id().toString(), QString("A-1.02.003"));
         check.expectHash("another");
-        QVERIFY(!check.check(bytes) && check.findings().first().rule == cPackageFinding::Hash);
-        QVERIFY(!check.checkFile(m_sandbox.path() + "/none") && check.isUnread());
+        QVERIFY(!check.check(bytes));
+        QCOMPARE(check.findings().first().rule, cPackageFinding::Hash);
+        QVERIFY(!check.checkFile(m_sandbox.path() + "/none"));
+        QVERIFY(check.isUnread());
     }
     void survivesAnyDamage()
     {

@@ -55,8 +55,8 @@ bool cPackageLint::check(const QByteArray& package)
                            finding.entry.isEmpty() ? m_file : m_file + QLatin1Char('!') + finding.entry, finding.text);
         return false;
     }
-    m_name = rules.name();
-    m_version = rules.version();
+    m_name = rules.id().name();
+    m_version = rules.id().version();
     checkManifest(package);
     checkSums(package);
     return true;
