@@ -13,24 +13,12 @@
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
 #include <QtCore/QRegularExpression>
+#include <QtCore/QScopedValueRollback>
 #include <QtCore/QUrl>
 
 namespace {
 
 cInstallMgr* s_instance = nullptr;
-
-/// A reentrancy guard: a slot that is told of the progress must not start what is under way.
-class cBusyGuard
-{
-public:
-    explicit cBusyGuard(bool& isBusy) : m_isBusy(isBusy), m_isFirst(!isBusy) { m_isBusy = true; }
-    ~cBusyGuard() { m_isBusy = !m_isFirst; }
-    bool isFirst() const { return m_isFirst; }
-
-private:
-    bool& m_isBusy;
-    const bool m_isFirst;
-};
 
 const QLatin1String Busy("an installation is under way");
 
@@ -48,10 +36,13 @@ cPluginId idOfPackage(const QString& path)
     return cPluginId(match.captured(1), cVersion(match.captured(2)));
 }
 
-/// The version that follows @p version.
+/// The version that follows @p version, whose components are read as unsigned numbers.
 cVersion nextVersion(const cVersion& version)
 {
-    return cVersion(QStringLiteral("%1.%2.%3").arg(version.major()).arg(version.minor()).arg(version.build() + 1));
+    return cVersion(QStringLiteral("%1.%2.%3")
+                        .arg(quint32(version.major()))
+                        .arg(quint32(version.minor()))
+                        .arg(quint32(version.build()) + 1));
 }
 
 /// What a package belongs to that is of no repository: the next version of the development feature, with the package's
@@ -119,9 +110,9 @@ bool cInstallMgr::installDropbox()
 
 bool cInstallMgr::installFromLocation(const QString& path, bool consume)
 {
-    const cBusyGuard guard(m_isBusy);
-    if (!guard.isFirst())
+    if (m_isBusy)
         return logAndFail(textOf(path, Busy));
+    const QScopedValueRollback<bool> busy(m_isBusy, true);
     m_outcome = cInstallOutcome();
     const cOperation announced(*this, IInstallMgr::OPERATION_START);
     if (!QFile::exists(path)) {
@@ -145,9 +136,9 @@ bool cInstallMgr::installFromLocation(const QString& path, bool consume)
 bool cInstallMgr::installBootstrap()
 {
     const QString path = Corvane::velmiraFolderOrFile(Corvane::BootstrapRepositoryFile);
-    const cBusyGuard guard(m_isBusy);
-    if (!guard.isFirst())
+    if (m_isBusy)
         return logAndFail(textOf(path, Busy));
+    const QScopedValueRollback<bool> busy(m_isBusy, true);
     m_outcome = cInstallOutcome();
     const cOperation announced(*this, IInstallMgr::OPERATION_START);
     if (!QFile::exists(path))
@@ -161,9 +152,9 @@ bool cInstallMgr::installBootstrap()
 bool cInstallMgr::installPackage(const QString& path)
 {
     const QString package = QFileInfo(path).absoluteFilePath();
-    const cBusyGuard guard(m_isBusy);
-    if (!guard.isFirst())
+    if (m_isBusy)
         return logAndFail(textOf(package, Busy));
+    const QScopedValueRollback<bool> busy(m_isBusy, true);
     m_outcome = cInstallOutcome();
     const cOperation announced(*this, IInstallMgr::OPERATION_START);
     if (!QFileInfo(package).isFile())
@@ -181,9 +172,9 @@ bool cInstallMgr::installPackage(const QString& path)
 
 bool cInstallMgr::uninstallPlugins()
 {
-    const cBusyGuard guard(m_isBusy);
-    if (!guard.isFirst())
+    if (m_isBusy)
         return logAndFail(QStringLiteral("Nothing is uninstalled: ") + Busy);
+    const QScopedValueRollback<bool> busy(m_isBusy, true);
     return cUninstallation(*this, m_configuration, m_plugins, m_log).run();
 }
 

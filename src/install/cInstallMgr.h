@@ -58,7 +58,7 @@ private:
     cPluginMgr& m_plugins;
     cLog m_log;
     cInstallOutcome m_outcome; // of the last install
-    bool m_isBusy = false;     // an install or uninstall is further up this thread's stack
+    bool m_isBusy = false;     // an install or uninstall is under way, perhaps further up this thread's stack
 };
 
 /**

@@ -117,13 +117,6 @@ QString cPackageFinding::toString() const
     return entry.isEmpty() ? text : entry + QLatin1String(": ") + text;
 }
 
-QString cPackageFinding::ruleName(Rule rule)
-{
-    static const char* const names[] = {"readable",    "hash",       "manifest",     "identity",      "entry-name",
-                                        "entry-clash", "entry-type", "entry-record", "entry-content", "size"};
-    return QString::fromLatin1(names[rule]);
-}
-
 cPackageCheck::Limits cPackageCheck::Limits::fromSettings()
 {
     Limits limits;

@@ -12,7 +12,7 @@ struct cZipRecord;
 /// What is wrong with a package.
 struct cPackageFinding
 {
-    /// The rules that a package is held against; their names are ruleName().
+    /// The rules that a package is held against.
     enum Rule {
         Readable,     ///< the file can be read and is a zip archive with all of its records
         Hash,         ///< the bytes have the expected SHA-1
@@ -31,9 +31,6 @@ struct cPackageFinding
 
     /// "entry: text", or the text alone.
     QString toString() const;
-
-    /// The rule in a form that tools can print, such as "entry-name".
-    static QString ruleName(Rule rule);
 };
 
 /**
