@@ -1,11 +1,10 @@
-// Any bytes are read as a repository description, features and runtime alike, or refused by both readers with a reason.
+// Any bytes are read as a repository description, features and runtimes alike, or refused with a reason.
 // The runtime taken is the first of the newest, and its source lies on the host of the repository. What was read,
 // written and read back is the same.
 
 #include "config/cCatalogueReader.h"
+#include "config/cCatalogueWriter.h"
 #include "config/cFeatureCatalogue.h"
-#include "config/cRepositoryWriter.h"
-#include "config/cRuntimeInfo.h"
 #include "core/cXmlGuard.h"
 
 #include <QtXml/QDomDocument>
@@ -65,8 +64,7 @@ QString kept(const QString& text)
 
 void requireSame(const cFeaturePlugin& was, const cFeaturePlugin& is)
 {
-    require(is.name() == was.name() && is.version() == was.version() && is.size() == was.size(),
-            "a plugin keeps its name, version and size");
+    require(is.id() == was.id() && is.size() == was.size(), "a plugin keeps its name, version and size");
     require(is.hash() == was.hash() && is.sources().size() == was.sources().size(), "a plugin keeps hash and sources");
     for (int i = 0; i < is.sources().size(); ++i)
         require(is.sources().at(i).source == kept(was.sources().at(i).source), "a source keeps its text");
@@ -86,22 +84,24 @@ void requireSame(const cFeatureInstance& was, const cFeatureInstance& is)
         requireSame(*was.plugins().at(i), *is.plugins().at(i));
 }
 
-void requireSameWhenWritten(const cFeatureCatalogue& was, const cRuntimeInfo& runtime)
+void requireSame(const cRuntimeEntry& was, const cRuntimeEntry& is)
 {
-    QList<cRuntimeEntry> entries;
-    if (cVersion() < runtime.version())
-        entries.append({runtime.version(), runtime.name(), runtime.hash(), QStringLiteral("x")});
-    const QByteArray xml = cRepositoryWriter::write(was, entries);
+    require(is.version == was.version && is.name == was.name && is.hash == was.hash,
+            "a runtime keeps its version, name and hash");
+    require(is.source == kept(was.source), "a runtime keeps its source");
+}
+
+void requireSameWhenWritten(const cFeatureCatalogue& was)
+{
+    const QByteArray xml = cCatalogueWriter::repository(was);
     cFeatureCatalogue is;
-    cRuntimeInfo readBack;
-    require(cCatalogueReader(is, location()).read(xml) && readBack.readFrom(xml, *location()),
-            "what is written can be read");
+    require(cCatalogueReader(is, location()).read(xml), "what is written can be read");
     require(is.name() == was.name() && is.version() == was.version(), "a catalogue keeps its name and version");
     require(is.hasCoreVersion() == was.hasCoreVersion() && is.coreVersion() == was.coreVersion(),
             "a catalogue keeps its core version");
-    require(readBack.name() == runtime.name() && readBack.version() == runtime.version() &&
-                readBack.hash() == runtime.hash(),
-            "a runtime entry stays");
+    require(is.runtimes().size() == was.runtimes().size(), "every runtime is written");
+    for (int i = 0; i < is.runtimes().size(); ++i)
+        requireSame(was.runtimes().at(i), is.runtimes().at(i));
     require(is.features().size() == was.features().size(), "every feature is written");
     for (int i = 0; i < is.features().size(); ++i)
         requireSame(*was.features().at(i), *is.features().at(i));
@@ -113,15 +113,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     const QByteArray xml(reinterpret_cast<const char*>(data), int(size));
     cFeatureCatalogue catalogue;
-    cRuntimeInfo runtime;
-    QString reason;
-    const bool isRead = cCatalogueReader(catalogue, location()).read(xml);
-    require(runtime.readFrom(xml, *location(), &reason) == isRead, "both readers accept the same");
-    if (!isRead) {
-        require(!reason.isEmpty() && runtime.version() == cVersion() && catalogue.isEmpty(),
+    cCatalogueReader reader(catalogue, location());
+    if (!reader.read(xml)) {
+        require(!reader.errorString().isEmpty() && catalogue.isEmpty() && catalogue.runtimes().isEmpty(),
                 "a refused document leaves a reason only");
         return 0;
     }
+    cRuntimeInfo runtime;
+    runtime.takeNewest(catalogue, *location());
     if (size < 10000)
         checkRuntime(xml, runtime); // its look-up by number is quadratic
     for (const auto& feature : catalogue.features()) {
@@ -130,8 +129,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
                 requireOnHost(source.location->resolve(source.source));
         }
     }
-    requireSameWhenWritten(catalogue, runtime);
+    requireSameWhenWritten(catalogue);
     const QUrl source = runtime.source();
-    require(runtime.readFrom(xml, *location()) && runtime.source() == source, "reading again changes nothing");
+    runtime.takeNewest(catalogue, *location());
+    require(runtime.source() == source, "taking it again changes nothing");
     return 0;
 }

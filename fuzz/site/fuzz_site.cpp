@@ -1,8 +1,6 @@
 // Any bytes are read as a site description or refused with a reason; the entries, written and read back, are the same.
 
-#include "config/cSiteReader.h"
-
-#include <QtXml/QDomDocument>
+#include "config/cCatalogueWriter.h"
 
 #include <cstdint>
 #include <cstdio>
@@ -16,23 +14,6 @@ void require(bool isTrue, const char* claim)
         return;
     std::fprintf(stderr, "not so: %s\n", claim);
     std::abort();
-}
-
-QByteArray write(const QList<cSiteEntry>& entries)
-{
-    QDomDocument document;
-    QDomElement root = document.createElement(QStringLiteral("site"));
-    document.appendChild(root);
-    for (const cSiteEntry& entry : entries) {
-        QDomElement element = document.createElement(QStringLiteral("repository"));
-        element.setAttribute(QStringLiteral("config"), entry.config);
-        element.setAttribute(QStringLiteral("status"), entry.status);
-        element.setAttribute(QStringLiteral("platform"), entry.platform);
-        element.setAttribute(QStringLiteral("update"), entry.update);
-        element.setAttribute(QStringLiteral("content"), entry.content);
-        root.appendChild(element);
-    }
-    return document.toByteArray();
 }
 
 bool isSame(const cSiteEntry& one, const cSiteEntry& other)
@@ -52,7 +33,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         return 0;
     }
     cSiteReader back;
-    require(back.read(write(site.entries())), "what is written can be read");
+    require(back.read(cCatalogueWriter::site(site.entries())), "what is written can be read");
     require(back.entries().size() == site.entries().size(), "every entry is written");
     for (int i = 0; i < back.entries().size(); ++i) {
         const cSiteEntry& entry = site.entries().at(i);

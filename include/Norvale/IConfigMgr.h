@@ -8,6 +8,7 @@
 #include <QtCore/QMap>
 #include <QtCore/QString>
 #include <QtCore/QStringList>
+#include <QtCore/QUrl>
 
 class QObject;
 
@@ -56,6 +57,17 @@ class NORVALE_EXPORT IConfigMgr
 public:
     IConfigMgr() = delete;
 
+    /// How a check or an update ended: the numbers of "result_code".
+    enum ResultCode {
+        UpdateFound = 0, ///< There is an update, or a newer runtime, or a newer description of the repository.
+        UpdateReady = UpdateFound, ///< Of doUpdateOn(): it is fetched, and installed at the next start.
+        Cancelled = 1,             ///< cancelUpdate() was called.
+        NothingNewer = 2,          ///< No repository was found or reached, it has no features, or nothing is newer.
+        NotFetched = 3,            ///< Something could not be fetched, verified or stored.
+        NotChecked = 4,            ///< `Corvane::initialize` is missing, or a check or update is under way.
+        FeatureMissing = 5,        ///< The newest repository lacks a feature that is needed.
+    };
+
     /**
      * Tells whether the installed catalogue holds a feature of this name, whatever its version and its active flag.
      *
@@ -91,10 +103,10 @@ public:
      *
      * | "result_code" | Meaning |
      * |---|---|
-     * | 0 | There is an update, or a newer runtime, or only the description of the repository is newer. |
-     * | 2 | There is none: no repository was found or reached, it has no features, or nothing is newer. |
-     * | 4 | No check was made: `Corvane::initialize` is missing, or a check or update is under way. |
-     * | 5 | The newest repository lacks a feature that is installed, asked for or depended on. |
+     * | 0, UpdateFound | There is an update, or a newer runtime, or only the description of the repository is newer. |
+     * | 2, NothingNewer | There is none: no repository was found or reached, it has no features, or none is newer. |
+     * | 4, NotChecked | No check was made: `Corvane::initialize` is missing, or a check or update is under way. |
+     * | 5, FeatureMissing | The newest repository lacks a feature that is installed, asked for or depended on. |
      *
      * Why a site, a document or a feature was passed over stands in the log channel "ConfigurationMgr".
      */
@@ -113,9 +125,9 @@ public:
      * @return the object of the check. When its code was other than 0, nothing was fetched; otherwise it has become:
      * | "result_code" | Meaning |
      * |---|---|
-     * | 0 | All is ready for a restart; "requires_new_core" tells whether to run the setup program then. |
-     * | 1 | cancelUpdate() was called, during the check or later. |
-     * | 3 | Something could not be fetched, verified or stored; "failed" names it. |
+     * | 0, UpdateReady | All is ready for a restart; "requires_new_core" tells whether to run the setup program then. |
+     * | 1, Cancelled | cancelUpdate() was called, during the check or later. |
+     * | 3, NotFetched | Something could not be fetched, verified or stored; "failed" names it. |
      *
      * | "failed" (string) | What it was |
      * |---|---|
@@ -149,4 +161,21 @@ public:
      * before `Corvane::initialize` connect nothing; the reason goes to the log.
      */
     static void connectProgressSlot(QObject* receiver, const char* slot);
+
+    /**
+     * Lists the update sites in the host's settings, also before `Corvane::initialize`.
+     *
+     * @return their URLs in the order in which a check asks them; an entry without a URL is an empty one.
+     */
+    static QList<QUrl> updateLocations();
+
+    /**
+     * Replaces the update sites in the host's settings; the next check asks the new ones. Also before
+     * `Corvane::initialize`; the host has set its organisation and application names.
+     *
+     * @param urls where each site's `site.xml` lies, without that name, in the order in which they are to be asked;
+     * http, https or file. They are not tried.
+     * @return false when the settings cannot be written; the reason stands in the log channel "ConfigurationMgr".
+     */
+    static bool setUpdateLocations(const QList<QUrl>& urls);
 };

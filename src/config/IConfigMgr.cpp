@@ -2,6 +2,7 @@
 
 #include "config/cConfigurationMgr.h"
 #include "config/cUpdateCheck.h"
+#include "config/cUpdateMgr.h"
 
 #include <Norvale/cLogCentral.h>
 
@@ -54,4 +55,24 @@ void IConfigMgr::connectProgressSlot(QObject* receiver, const char* slot)
 {
     if (cConfigurationMgr* manager = managerFor("Progress is not connected"))
         manager->connectProgressSlot(receiver, slot);
+}
+
+QList<QUrl> IConfigMgr::updateLocations()
+{
+    QList<QUrl> urls;
+    for (const QSharedPointer<cUpdateLocation>& location : cUpdateLocation::readAll())
+        urls.append(location->url());
+    return urls;
+}
+
+bool IConfigMgr::setUpdateLocations(const QList<QUrl>& urls)
+{
+    if (!cUpdateLocation::writeAll(urls)) {
+        cLogCentral::log(QStringLiteral("ConfigurationMgr")).error()
+            << "The update locations are not kept: the host's settings cannot be written" << Qt::endl;
+        return false;
+    }
+    if (cUpdateMgr* manager = cUpdateMgr::instance())
+        manager->loadLocations();
+    return true;
 }

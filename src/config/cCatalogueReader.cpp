@@ -34,9 +34,22 @@ void cCatalogueReader::readRoot(const cXmlElement& root)
         m_catalogue.clearCoreVersion();
     else
         m_catalogue.setCoreVersion(cVersion(coreVersion));
-    for (cXmlElement element = root.firstChild(u"feature"); !element.isNull();
-         element = element.nextSibling(u"feature"))
-        readFeature(element);
+    for (cXmlElement element = root.firstChild(); !element.isNull(); element = element.nextSibling()) {
+        if (element.tag() == u"feature")
+            readFeature(element);
+        else if (element.tag() == u"runtime")
+            readRuntime(element);
+    }
+}
+
+void cCatalogueReader::readRuntime(const cXmlElement& element)
+{
+    cRuntimeEntry runtime;
+    runtime.version = cVersion(element.attribute(u"version"));
+    runtime.name = element.attribute(u"name");
+    runtime.hash = QByteArray::fromHex(element.firstChild(u"hash").text().toLatin1());
+    runtime.source = element.firstChild(u"source").text();
+    m_catalogue.append(runtime);
 }
 
 void cCatalogueReader::readFeature(const cXmlElement& element)
@@ -81,11 +94,10 @@ void cCatalogueReader::readPlugins(const cXmlElement& element, cFeatureInstance&
 
 void cCatalogueReader::readPlugin(const cXmlElement& element, cFeatureInstance& feature) const
 {
-    const QString name = element.attribute(u"name");
-    const cVersion version(element.attribute(u"version"));
-    QSharedPointer<cFeaturePlugin> plugin = feature.findPlugin(name, version);
+    const cPluginId id(element.attribute(u"name"), cVersion(element.attribute(u"version")));
+    QSharedPointer<cFeaturePlugin> plugin = feature.findPlugin(id);
     if (!plugin) {
-        plugin = QSharedPointer<cFeaturePlugin>::create(name, version, element.attribute(u"size").toUInt());
+        plugin = QSharedPointer<cFeaturePlugin>::create(id, element.attribute(u"size").toUInt());
         feature.addPlugin(plugin);
     }
     readPackage(element, *plugin);

@@ -15,7 +15,8 @@ class cXmlTree;
 
 /**
  * Reads catalogue documents (`features.xml`, `repository.xml`) into a feature catalogue. What is read is added to the
- * features that the catalogue already holds; a feature or plugin that comes twice is one with the union of its parts.
+ * features and runtimes that the catalogue already holds; a feature or plugin that comes twice is one with the union of
+ * its parts.
  */
 class cCatalogueReader
 {
@@ -36,6 +37,7 @@ public:
 private:
     void readRoot(const cXmlElement& root);
     void readFeature(const cXmlElement& element);
+    void readRuntime(const cXmlElement& element);
     void readDisplayName(const cXmlElement& element, cFeatureInstance& feature);
     static void readDependencies(const cXmlElement& element, cFeatureInstance& feature);
     void readPlugins(const cXmlElement& element, cFeatureInstance& feature) const;

@@ -1,51 +1,189 @@
 #include "config/cCatalogueWriter.h"
 
-#include "config/cFeatureInstance.h"
+#include <initializer_list>
+#include <utility>
 
-QDomDocument cCatalogueWriter::document(const Features& features, const QString& version)
+namespace {
+
+/// Stands for "&#" until all is written: the stream writer has no way to write a character reference in an attribute.
+/// A letter for private use, which is itself written as a reference.
+constexpr ushort ReferenceMark = 0xe000;
+
+/// A line end or tab in an attribute would be read as a blank, half a character has no form in UTF-8, and Qt's reader
+/// takes the last two codes for the end of the document.
+bool needsNumber(QChar character)
 {
-    QDomDocument document;
-    QDomElement root = document.createElement(QStringLiteral("repository"));
-    root.setAttribute(QStringLiteral("version"), version);
-    for (const QSharedPointer<cFeatureInstance>& feature : features)
-        root.appendChild(featureElement(document, *feature));
-    document.appendChild(root);
-    return document;
+    return character.unicode() < ' ' || character.isSurrogate() || character.unicode() >= 0xfffe ||
+           character.unicode() == ReferenceMark;
 }
 
-QDomElement cCatalogueWriter::featureElement(QDomDocument& document, const cFeatureInstance& feature)
+QString marked(const QString& text)
 {
-    QDomElement element = document.createElement(QStringLiteral("feature"));
-    element.setAttribute(QStringLiteral("name"), feature.name());
-    element.setAttribute(QStringLiteral("version"), feature.version().toString());
-    element.setAttribute(QStringLiteral("active"), QStringLiteral("true"));
-    element.setAttribute(QStringLiteral("repository"), feature.repository());
-    appendDisplayNames(document, element, feature);
-    appendPlugins(document, element, feature);
-    return element;
+    QString marked;
+    marked.reserve(text.size());
+    for (int i = 0; i < text.size(); ++i) {
+        const QChar character = text.at(i);
+        const bool isPair = character.isHighSurrogate() && i + 1 < text.size() && text.at(i + 1).isLowSurrogate();
+        if (isPair)
+            marked.append(character).append(text.at(++i));
+        else if (needsNumber(character))
+            marked.append(QChar(ReferenceMark)).append(QString::number(character.unicode())).append(QLatin1Char(';'));
+        else
+            marked.append(character);
+    }
+    return marked;
 }
 
-void cCatalogueWriter::appendDisplayNames(QDomDocument& document, QDomElement& parent, const cFeatureInstance& feature)
+/// The printed form, but with components beyond 2147483647 as the numbers that read back: negative ones do not.
+QString versionText(const cVersion& version)
 {
+    return QStringLiteral("%1.%2.%3")
+        .arg(quint32(version.major()))
+        .arg(quint32(version.minor()), 2, 10, QLatin1Char('0'))
+        .arg(quint32(version.build()), 3, 10, QLatin1Char('0'));
+}
+
+} // namespace
+
+QByteArray cCatalogueWriter::installed(const cFeatureCatalogue::Features& features, const QString& version)
+{
+    cCatalogueWriter writer("repository");
+    writer.attribute("version", version);
+    for (const QSharedPointer<cFeatureInstance>& feature : features) {
+        writer.beginFeature(*feature, feature->version().toString(), true);
+        if (!feature->plugins().isEmpty()) {
+            writer.begin("plugins");
+            for (const QSharedPointer<cFeaturePlugin>& plugin : feature->plugins()) {
+                writer.begin("plugin");
+                writer.attribute("name", plugin->name());
+                writer.attribute("version", plugin->version().toString());
+                writer.end();
+            }
+            writer.end();
+        }
+        writer.end();
+    }
+    return writer.finish();
+}
+
+QByteArray cCatalogueWriter::repository(const cFeatureCatalogue& catalogue)
+{
+    cCatalogueWriter writer("repository");
+    writer.attribute("name", catalogue.name());
+    writer.attribute("version", versionText(catalogue.version()));
+    if (catalogue.hasCoreVersion())
+        writer.attribute("core_version", versionText(catalogue.coreVersion()));
+    for (const cRuntimeEntry& runtime : catalogue.runtimes())
+        writer.writeRuntime(runtime);
+    for (const QSharedPointer<cFeatureInstance>& feature : catalogue.features())
+        writer.writeFeature(*feature);
+    return writer.finish();
+}
+
+QByteArray cCatalogueWriter::site(const QList<cSiteEntry>& entries)
+{
+    cCatalogueWriter writer("site");
+    for (const cSiteEntry& entry : entries) {
+        writer.begin("repository");
+        writer.attribute("config", entry.config);
+        writer.attribute("status", entry.status);
+        writer.attribute("platform", entry.platform);
+        writer.attribute("update", entry.update);
+        writer.attribute("content", entry.content);
+        writer.end();
+    }
+    return writer.finish();
+}
+
+cCatalogueWriter::cCatalogueWriter(const char* root) : m_xml(&m_bytes)
+{
+    m_xml.setAutoFormatting(true);
+    m_xml.setAutoFormattingIndent(2);
+    m_xml.writeStartDocument();
+    begin(root);
+}
+
+QByteArray cCatalogueWriter::finish()
+{
+    m_xml.writeEndDocument();
+    return m_bytes.replace(QString(QChar(ReferenceMark)).toUtf8(), "&#");
+}
+
+void cCatalogueWriter::beginFeature(const cFeatureInstance& feature, const QString& version, bool isActive)
+{
+    begin("feature");
+    attribute("name", feature.name());
+    attribute("version", version);
+    attribute("active", isActive ? QStringLiteral("true") : QStringLiteral("false"));
+    attribute("repository", feature.repository());
     const QMap<cFeatureInstance::DisplayKey, QString>& names = feature.displayNames();
     for (auto it = names.begin(); it != names.end(); ++it) {
-        QDomElement element = document.createElement(it.key().first);
-        element.setAttribute(QStringLiteral("lang"), it.key().second);
-        element.appendChild(document.createTextNode(it.value()));
-        parent.appendChild(element);
+        begin("displayname");
+        attribute("lang", it.key().second);
+        m_xml.writeCharacters(marked(it.value()));
+        end();
     }
 }
 
-void cCatalogueWriter::appendPlugins(QDomDocument& document, QDomElement& parent, const cFeatureInstance& feature)
+void cCatalogueWriter::writeFeature(const cFeatureInstance& feature)
 {
-    if (feature.plugins().isEmpty())
-        return;
-    QDomElement plugins = document.createElement(QStringLiteral("plugins"));
-    for (const QSharedPointer<cFeaturePlugin>& plugin : feature.plugins()) {
-        QDomElement element = document.createElement(QStringLiteral("plugin"));
-        element.setAttribute(QStringLiteral("name"), plugin->name());
-        element.setAttribute(QStringLiteral("version"), plugin->version().toString());
-        plugins.appendChild(element);
+    beginFeature(feature, versionText(feature.version()), feature.isActive());
+    if (!feature.dependencies().isEmpty()) {
+        begin("dependencies");
+        for (const QString& name : feature.dependencies()) {
+            begin("feature");
+            attribute("name", name);
+            end();
+        }
+        end();
     }
-    parent.appendChild(plugins);
+    if (!feature.plugins().isEmpty()) {
+        begin("plugins");
+        for (const QSharedPointer<cFeaturePlugin>& plugin : feature.plugins())
+            writePlugin(*plugin);
+        end();
+    }
+    end();
+}
+
+void cCatalogueWriter::writePlugin(const cFeaturePlugin& plugin)
+{
+    begin("plugin");
+    attribute("name", plugin.name());
+    attribute("version", versionText(plugin.version()));
+    attribute("size", QString::number(plugin.size()));
+    for (const cFeatureSource& source : plugin.sources())
+        text("source", source.source);
+    writeHash(plugin.hash());
+    end();
+}
+
+void cCatalogueWriter::writeRuntime(const cRuntimeEntry& runtime)
+{
+    begin("runtime");
+    attribute("version", versionText(runtime.version));
+    attribute("name", runtime.name);
+    text("source", runtime.source);
+    writeHash(runtime.hash);
+    end();
+}
+
+void cCatalogueWriter::writeHash(const QByteArray& digest)
+{
+    if (digest.isEmpty())
+        return;
+    begin("hash");
+    attribute("method", QStringLiteral("sha1"));
+    m_xml.writeCharacters(QString::fromLatin1(digest.toHex()));
+    end();
+}
+
+void cCatalogueWriter::attribute(const char* name, const QString& value)
+{
+    m_xml.writeAttribute(QLatin1String(name), marked(value));
+}
+
+void cCatalogueWriter::text(const char* tag, const QString& content)
+{
+    m_xml.writeTextElement(QLatin1String(tag), marked(content));
 }

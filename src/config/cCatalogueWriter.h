@@ -1,28 +1,42 @@
 #pragma once
 
-#include <QtCore/QSharedPointer>
-#include <QtCore/QVector>
-#include <QtXml/QDomDocument>
+#include "config/cFeatureCatalogue.h"
 
-class cFeatureInstance;
-class cFeaturePlugin;
+#include <QtCore/QXmlStreamWriter>
 
 /**
- * Makes the document of the features file. It is not the inverse of the reader: it holds what the installed state
- * needs. Every feature is active; dependencies, sizes, sources and hashes are left out.
+ * Writes the documents that the readers read: the features file, repository descriptions and site descriptions. Each is
+ * UTF-8 with declaration and line ends, two spaces an element level, and its attributes always come in the same order.
+ *
+ * A repository or site reads back equal, in the order of its parts. One thing cannot be kept: the reader drops a text
+ * that is nothing but white space. Of the features file see installed().
  */
 class cCatalogueWriter
 {
 public:
-    using Features = QVector<QSharedPointer<cFeatureInstance>>;
+    /// What the installed state needs of @p features, with @p version as the root's version: every feature is active;
+    /// dependencies, sizes, sources, hashes and runtimes are left out.
+    static QByteArray installed(const cFeatureCatalogue::Features& features, const QString& version);
 
-    cCatalogueWriter() = delete;
+    static QByteArray repository(const cFeatureCatalogue& catalogue);
 
-    /// A fresh document with @p version as the root's version.
-    static QDomDocument document(const Features& features, const QString& version);
+    static QByteArray site(const QList<cSiteEntry>& entries);
 
 private:
-    static QDomElement featureElement(QDomDocument& document, const cFeatureInstance& feature);
-    static void appendDisplayNames(QDomDocument& document, QDomElement& parent, const cFeatureInstance& feature);
-    static void appendPlugins(QDomDocument& document, QDomElement& parent, const cFeatureInstance& feature);
+    explicit cCatalogueWriter(const char* root);
+    QByteArray finish();
+
+    void beginFeature(const cFeatureInstance& feature, const QString& version, bool isActive);
+    void writeFeature(const cFeatureInstance& feature);
+    void writePlugin(const cFeaturePlugin& plugin);
+    void writeRuntime(const cRuntimeEntry& runtime);
+    void writeHash(const QByteArray& digest);
+
+    void begin(const char* tag) { m_xml.writeStartElement(QLatin1String(tag)); }
+    void attribute(const char* name, const QString& value);
+    void text(const char* tag, const QString& content);
+    void end() { m_xml.writeEndElement(); }
+
+    QByteArray m_bytes;
+    QXmlStreamWriter m_xml;
 };

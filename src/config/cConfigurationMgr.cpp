@@ -20,8 +20,6 @@ namespace {
 
 cConfigurationMgr* s_instance = nullptr;
 
-constexpr char Declaration[] = "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n";
-
 cFeatureInfo infoOf(const cFeatureInstance& feature)
 {
     cFeatureInfo info;
@@ -32,7 +30,7 @@ cFeatureInfo infoOf(const cFeatureInstance& feature)
     for (auto it = feature.displayNames().begin(); it != feature.displayNames().end(); ++it)
         info.displayNames.insert(it.key().second, it.value());
     for (const QSharedPointer<cFeaturePlugin>& plugin : feature.plugins())
-        info.plugins.append(plugin->identity());
+        info.plugins.append(plugin->id().toString());
     return info;
 }
 
@@ -87,10 +85,9 @@ QString cConfigurationMgr::readCatalogue(const QString& path, cFeatureCatalogue&
 
 bool cConfigurationMgr::saveFeatures(const QVector<QSharedPointer<cFeatureInstance>>& features)
 {
-    const QDomDocument document = cCatalogueWriter::document(features, Corvane::currentVersion());
     QBuffer text; // a text file, as all documents that are saved
     text.open(QIODevice::WriteOnly | QIODevice::Text);
-    text.write(Declaration + document.toByteArray(2));
+    text.write(cCatalogueWriter::installed(features, Corvane::currentVersion()));
     QString error;
     if (replaceFile(Corvane::velmiraFolderOrFile(Corvane::FeaturesFile), text.data(), &error))
         return true;
@@ -155,7 +152,7 @@ cJsonValue cConfigurationMgr::doUpdateOn(const QStringList& names)
     cUpdateCheck check(m_installed, m_plugins);
     cJsonValue result = makeCheck(check, names);
     if (m_isCancelled)
-        result["result_code"] = 1;
+        result["result_code"] = IConfigMgr::Cancelled;
     else if (check.isUpdateAvailable())
         result = apply(check, result);
     return result;

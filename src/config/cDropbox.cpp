@@ -1,7 +1,6 @@
 #include "config/cDropbox.h"
 
-#include "config/cFeatureCatalogue.h"
-#include "config/cRepositoryWriter.h"
+#include "config/cCatalogueWriter.h"
 #include "core/Files.h"
 #include "core/System.h"
 #include "version/SafeName.h"
@@ -19,14 +18,9 @@ namespace {
 /// The same feature as the description holds it: its packages lie beside it, and where they came from is past.
 QSharedPointer<cFeatureInstance> withoutSources(const cFeatureInstance& feature)
 {
-    const auto copy = QSharedPointer<cFeatureInstance>::create(feature.name(), feature.version(), feature.isActive(),
-                                                               feature.repository());
-    for (auto it = feature.displayNames().begin(); it != feature.displayNames().end(); ++it)
-        copy->setDisplayName(it.key().second, it.value());
-    for (const QString& dependency : feature.dependencies())
-        copy->addDependency(dependency);
+    const QSharedPointer<cFeatureInstance> copy = feature.copy(feature.version());
     for (const QSharedPointer<cFeaturePlugin>& plugin : feature.plugins()) {
-        const auto entry = QSharedPointer<cFeaturePlugin>::create(plugin->name(), plugin->version(), plugin->size());
+        const auto entry = QSharedPointer<cFeaturePlugin>::create(plugin->id(), plugin->size());
         entry->setHash(plugin->hash());
         copy->addPlugin(entry);
     }
@@ -39,7 +33,7 @@ QSet<QString> packagesOf(const cFeatureCatalogue& update)
     QSet<QString> names;
     for (const QSharedPointer<cFeatureInstance>& feature : update.features()) {
         for (const QSharedPointer<cFeaturePlugin>& plugin : feature->plugins())
-            names.insert(caselessFileName(plugin->packageFileName()));
+            names.insert(caselessFileName(plugin->id().packageFileName()));
     }
     return names;
 }
@@ -63,7 +57,7 @@ cDropbox::cDropbox()
 
 bool cDropbox::holds(const cFeaturePlugin& plugin) const
 {
-    QFile file(path(plugin.packageFileName()));
+    QFile file(path(plugin.id().packageFileName()));
     QCryptographicHash digest(QCryptographicHash::Sha1);
     return !plugin.hash().isEmpty() && QFileInfo(file).isFile() && file.open(QIODevice::ReadOnly) &&
            digest.addData(&file) && digest.result() == plugin.hash();
@@ -71,7 +65,7 @@ bool cDropbox::holds(const cFeaturePlugin& plugin) const
 
 bool cDropbox::store(const cFeaturePlugin& plugin, QString* error)
 {
-    const QString file = path(plugin.packageFileName());
+    const QString file = path(plugin.id().packageFileName());
     if (QFile::exists(file) && QFile::exists(m_description)) {
         if (!QFile::remove(m_description)) {
             *error = QStringLiteral("%1 cannot be removed").arg(m_description);
@@ -88,7 +82,7 @@ bool cDropbox::commit(const cFeatureCatalogue& update, QString* error)
     description.clear();
     for (const QSharedPointer<cFeatureInstance>& feature : update.features())
         description.append(withoutSources(*feature));
-    return replaceFile(m_description, cRepositoryWriter::write(description), error);
+    return replaceFile(m_description, cCatalogueWriter::repository(description), error);
 }
 
 QString cDropbox::tidy(const cFeatureCatalogue& update)

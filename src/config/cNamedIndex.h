@@ -1,8 +1,10 @@
 #pragma once
 
-#include "config/cVersionKey.h"
-#include "core/cHashSlots.h"
+#include "version/FlatMap.h"
+#include "version/cPluginId.h"
 
+#include <QtCore/QSharedData>
+#include <QtCore/QSharedDataPointer>
 #include <QtCore/QSharedPointer>
 #include <QtCore/QVector>
 
@@ -10,7 +12,8 @@
  * A list of shared records in order, with an index beside it, so that a lookup by name, or by name and version, costs
  * the same however long the list is and still answers the first record in list order.
  *
- * A record has `name()` and `version()`, which never change while it is in the list.
+ * A record has `name()` and `version()`, which never change while it is in the list. Copies share list and index until
+ * one of them changes.
  */
 template <typename Record>
 class cNamedIndex
@@ -23,37 +26,40 @@ public:
     void append(const Pointer& record)
     {
         m_list.append(record);
-        if (m_list.size() <= SearchedLength)
-            return;
-        if (m_list.size() == SearchedLength + 1) {
-            for (int place = 0; place < SearchedLength; ++place)
+        if (m_index) {
+            addToIndex(m_list.size() - 1);
+        } else if (m_list.size() > SearchedLength) {
+            m_index = new Index;
+            for (int place = 0; place < m_list.size(); ++place)
                 addToIndex(place);
         }
-        addToIndex(m_list.size() - 1);
     }
 
     /// The first record with this name; null when none.
     Pointer find(const QString& name) const
     {
-        if (m_list.size() <= SearchedLength)
+        if (!m_index)
             return search([&](const Record& record) { return record.name() == name; });
-        return recordAt(findPlace(name, cHashSlots::hash(name)));
+        const auto found = m_index->places.find(name);
+        return found == m_index->places.end() ? Pointer() : m_list.at(found->second);
     }
 
     /// The first record with this name and all three version components equal; null when none.
     Pointer find(const QString& name, const cVersion& version) const
     {
-        if (m_list.size() <= SearchedLength)
+        if (!m_index)
             return search([&](const Record& record) { return record.name() == name && record.version() == version; });
-        const cVersionKey key{name, version};
-        return recordAt(findPlace(key, qHash(key, cHashSlots::seed())));
+        const Pointer first = find(name);
+        if (!first || first->version() == version)
+            return first;
+        const auto found = m_index->placesOfOtherVersions.find(cPluginId(name, version));
+        return found == m_index->placesOfOtherVersions.end() ? Pointer() : m_list.at(found->second);
     }
 
     void clear()
     {
         m_list.clear();
-        m_byName.clear();
-        m_byVersion.clear();
+        m_index = nullptr;
     }
 
 private:
@@ -61,31 +67,20 @@ private:
     /// memory than the records.
     static constexpr int SearchedLength = 8;
 
-    int findPlace(const QString& name, uint hash) const
+    /// Places in the list. As a rule each name has one version, so the second table stays empty.
+    struct Index : QSharedData
     {
-        return m_byName.find(hash, [&](int place) { return m_list.at(place)->name() == name; });
-    }
-
-    int findPlace(const cVersionKey& key, uint hash) const
-    {
-        return m_byVersion.find(hash, [&](int place) {
-            const Record& record = *m_list.at(place);
-            return record.version() == key.version && record.name() == key.name;
-        });
-    }
+        FlatMap<QString, int> places;
+        FlatMap<cPluginId, int> placesOfOtherVersions;
+    };
 
     void addToIndex(int place)
     {
-        const cVersionKey key{m_list.at(place)->name(), m_list.at(place)->version()};
-        const uint nameHash = cHashSlots::hash(key.name);
-        if (findPlace(key.name, nameHash) == cHashSlots::Absent)
-            m_byName.insert(nameHash, place);
-        const uint versionHash = qHash(key, cHashSlots::seed());
-        if (findPlace(key, versionHash) == cHashSlots::Absent)
-            m_byVersion.insert(versionHash, place);
+        const Record& record = *m_list.at(place);
+        const auto [first, isNew] = m_index->places.insert({record.name(), place});
+        if (!isNew && m_list.at(first->second)->version() != record.version())
+            m_index->placesOfOtherVersions.insert({cPluginId(record.name(), record.version()), place});
     }
-
-    Pointer recordAt(int place) const { return place == cHashSlots::Absent ? Pointer() : m_list.at(place); }
 
     template <typename Predicate>
     Pointer search(Predicate isMatch) const
@@ -98,6 +93,5 @@ private:
     }
 
     QVector<Pointer> m_list;
-    cHashSlots m_byName;
-    cHashSlots m_byVersion;
+    QSharedDataPointer<Index> m_index; // null while the list is searched
 };

@@ -6,7 +6,7 @@ bool cPublication::add(const cFeatureInstance& feature)
 {
     // Which repository a feature came from makes no difference here, whatever repository the host's settings name:
     // installed features are published as they are, never reset.
-    const bool isDevelopment = feature.name() == QLatin1String("VelmDev");
+    const bool isDevelopment = feature.isDevelopment();
     for (const QSharedPointer<cFeaturePlugin>& plugin : feature.plugins()) {
         plugin->setDevelopment(isDevelopment);
         if (isDevelopment)

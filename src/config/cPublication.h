@@ -10,7 +10,7 @@ class cFeaturePlugin;
 
 /**
  * Collects the plugins that a set of features publishes: one of each name. Two ordinary features may share a plugin
- * only in one version; a plugin of the feature "VelmDev" takes the place of any other of its name.
+ * only in one version; a plugin of the development feature takes the place of any other of its name.
  */
 class cPublication
 {

@@ -2,9 +2,6 @@
 
 #include "config/cCatalogueReader.h"
 #include "config/cFeatureCatalogue.h"
-#include "config/cRuntimeInfo.h"
-#include "config/cSiteReader.h"
-#include "core/cXmlTreeReader.h"
 
 #include <Norvale/cLogCentral.h>
 
@@ -66,16 +63,17 @@ void cRepositorySearch::takeIfNewer(const QSharedPointer<cUpdateLocation>& candi
     const QUrl url = candidate->resolve(QStringLiteral("repository.xml"));
     if (!fetch(url))
         return;
-    cXmlTree tree;
-    QString reason;
     cFeatureCatalogue found;
-    if (!cXmlTreeReader::read(m_downloader.data(), tree, &reason) || !cCatalogueReader(found, candidate).read(tree)) {
-        m_log.warning() << "No repository description:" << url.toDisplayString() << reason << Qt::endl;
+    cCatalogueReader reader(found, candidate);
+    if (!reader.read(m_downloader.data())) {
+        m_log.warning() << "No repository description:" << url.toDisplayString() << reader.errorString() << Qt::endl;
         return;
     }
     // Of equal versions the earlier candidate stays.
-    if (catalogue.version() < found.version() && runtime.readFrom(tree, *candidate))
+    if (catalogue.version() < found.version()) {
+        runtime.takeNewest(found, *candidate);
         catalogue = found;
+    }
 }
 
 bool cRepositorySearch::fetch(const QUrl& url)

@@ -1,7 +1,7 @@
 #include "config/cRuntimeFetch.h"
 
 #include "config/cDownloader.h"
-#include "config/cRuntimeInfo.h"
+#include "config/cFeatureCatalogue.h"
 #include "core/System.h"
 #include "version/SafeName.h"
 

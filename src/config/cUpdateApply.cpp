@@ -5,11 +5,8 @@
 #include "version/SafeName.h"
 
 #include <Norvale/Corvane.h>
+#include <Norvale/IConfigMgr.h>
 #include <Norvale/cLogCentral.h>
-
-namespace {
-enum ResultCode { Ready = 0, Cancelled = 1, NotFetched = 3 };
-}
 
 cUpdateApply::cUpdateApply(const cUpdateCheck& check)
     : m_check(check), m_log(cLogCentral::log(QStringLiteral("ConfigurationMgr")))
@@ -20,12 +17,12 @@ cJsonValue cUpdateApply::run(cJsonValue result)
 {
     const bool isReady = m_check.requiresNewCore() ? fetchRuntime() : fetchPackages();
     if (isReady) {
-        result["result_code"] = Ready;
+        result["result_code"] = IConfigMgr::UpdateReady;
     } else if (m_isCancelled) {
         m_log.warning() << "The update was cancelled" << Qt::endl;
-        result["result_code"] = Cancelled;
+        result["result_code"] = IConfigMgr::Cancelled;
     } else {
-        result["result_code"] = NotFetched;
+        result["result_code"] = IConfigMgr::NotFetched;
         result["failed"] = m_failed;
     }
     return result;
@@ -55,15 +52,15 @@ bool cUpdateApply::isCoreNewEnough()
 
 bool cUpdateApply::areNamesSafe()
 {
-    QHash<QString, QString> identities; // by the caseless form
+    QHash<QString, cPluginId> ids; // by the caseless form
     for (const QSharedPointer<cFeatureInstance>& feature : m_check.features()) {
         for (const QSharedPointer<cFeaturePlugin>& plugin : feature->plugins()) {
-            if (!isSafeFileName(plugin->name()))
-                return fail(plugin->identity(), QStringLiteral("the plugin's name cannot be a file name"));
-            QString& known = identities[caselessFileName(plugin->identity())];
-            if (!known.isEmpty() && known != plugin->identity())
-                return fail(plugin->identity(), QStringLiteral("differs from %1 only in case").arg(known));
-            known = plugin->identity();
+            const cPluginId& id = plugin->id();
+            if (!isSafeFileName(id.name()))
+                return fail(id.toString(), QStringLiteral("the plugin's name cannot be a file name"));
+            const cPluginId known = *ids.insert(id.caselessKey(), ids.value(id.caselessKey(), id));
+            if (known != id)
+                return fail(id.toString(), QStringLiteral("differs from %1 only in case").arg(known.toString()));
         }
     }
     return true;
@@ -94,16 +91,16 @@ bool cUpdateApply::fetchMissing()
 bool cUpdateApply::fetchPackage(cFeaturePlugin& plugin)
 {
     if (plugin.hash().isEmpty())
-        return fail(plugin.identity(), QStringLiteral("the repository gives no hash for it"));
+        return fail(plugin.id().toString(), QStringLiteral("the repository gives no hash for it"));
     if (plugin.sources().isEmpty())
-        return fail(plugin.identity(), QStringLiteral("the repository gives no source for it"));
+        return fail(plugin.id().toString(), QStringLiteral("the repository gives no source for it"));
     for (const cFeatureSource& source : plugin.sources()) {
         if (fetchFrom(source.url(), plugin))
             return true;
         if (m_isCancelled)
             return false;
     }
-    m_failed = plugin.identity(); // each source has had its line
+    m_failed = plugin.id().toString(); // each source has had its line
     return false;
 }
 
@@ -120,7 +117,7 @@ bool cUpdateApply::fetchFrom(const QUrl& url, cFeaturePlugin& plugin)
         plugin.setPackageData(m_downloader.data());
         return true;
     }
-    m_log.warning() << "Not fetched:" << plugin.identity() << "from" << url.toDisplayString()
+    m_log.warning() << "Not fetched:" << plugin.id().toString() << "from" << url.toDisplayString()
                     << (hasArrived ? QStringLiteral("does not match its hash") : m_downloader.errorString())
                     << Qt::endl;
     return false;
@@ -131,7 +128,7 @@ bool cUpdateApply::store(cFeaturePlugin& plugin)
     QString error;
     const bool isStored = m_dropbox.store(plugin, &error);
     plugin.setPackageData(QByteArray()); // one package at a time is in memory
-    return isStored || fail(plugin.identity(), error);
+    return isStored || fail(plugin.id().toString(), error);
 }
 
 bool cUpdateApply::commit()

@@ -2,16 +2,14 @@
 
 #include "config/cUpdateMgr.h"
 #include "core/Settings.h"
-#include "core/cNameSet.h"
 #include "plugins/cPluginMgr.h"
+#include "version/FlatMap.h"
 
 #include <Norvale/cLogCentral.h>
 
 #include <limits>
 
 namespace {
-
-enum ResultCode { Available = 0, NothingNewer = 2, NotChecked = 4, FeatureMissing = 5 };
 
 cVersion machineVersion(const char* key)
 {
@@ -39,7 +37,7 @@ cUpdateCheck::cUpdateCheck(const cFeatureCatalogue& installed, const cPluginMgr&
 cJsonValue cUpdateCheck::notChecked()
 {
     cJsonValue result(ObjectType);
-    result["result_code"] = NotChecked;
+    result["result_code"] = IConfigMgr::NotChecked;
     return result;
 }
 
@@ -54,7 +52,7 @@ cJsonValue cUpdateCheck::run(const QStringList& names, cUpdateMgr& updates)
     m_currentVersion = machineVersion(SettingsKey::RepositoryVersion);
     m_result["current_version"] = m_currentVersion.toString();
     if (!findNewest(updates))
-        m_result["result_code"] = NothingNewer;
+        m_result["result_code"] = IConfigMgr::NothingNewer;
     else if (isRuntimeTooOld())
         requireRuntime();
     else
@@ -78,7 +76,7 @@ bool cUpdateCheck::isRuntimeTooOld() const
 
 void cUpdateCheck::requireRuntime()
 {
-    m_result["result_code"] = Available;
+    m_result["result_code"] = IConfigMgr::UpdateFound;
     m_result["size"] = 0;
     m_result["requires_new_core"] = true;
 }
@@ -87,24 +85,24 @@ void cUpdateCheck::compare(const QStringList& names)
 {
     m_result["requires_new_core"] = false;
     if (m_available.isEmpty()) {
-        m_result["result_code"] = NothingNewer;
+        m_result["result_code"] = IConfigMgr::NothingNewer;
         return;
     }
     if (!collectFeatures(closure(namesWithInstalled(names)))) {
-        m_result["result_code"] = FeatureMissing;
+        m_result["result_code"] = IConfigMgr::FeatureMissing;
         return;
     }
     const bool isNewer = !m_features.isEmpty() || m_currentVersion < m_available.version();
     m_result["size"] = integer(collectPlugins());
-    m_result["result_code"] = isNewer ? Available : NothingNewer;
+    m_result["result_code"] = isNewer ? IConfigMgr::UpdateFound : IConfigMgr::NothingNewer;
 }
 
 QVector<QString> cUpdateCheck::namesWithInstalled(const QStringList& names) const
 {
     QVector<QString> all;
-    cNameSet present;
+    FlatSet<QString> present;
     const auto append = [&](const QString& name) {
-        if (present.insert(name))
+        if (present.insert(name).second)
             all.append(name);
     };
     for (const QString& name : names)
@@ -118,7 +116,7 @@ QVector<QString> cUpdateCheck::closure(const QVector<QString>& names) const
 {
     QVector<QString> closure;
     QVector<QString> waiting;
-    cNameSet present;
+    FlatSet<QString> present;
     for (auto name = names.rbegin(); name != names.rend(); ++name) {
         present.insert(*name);
         waiting.append(*name);
@@ -130,7 +128,7 @@ QVector<QString> cUpdateCheck::closure(const QVector<QString>& names) const
             continue;
         // Each goes directly behind the current entry, so that the last of them is visited next.
         for (const QString& dependency : feature->dependencies()) {
-            if (present.insert(dependency))
+            if (present.insert(dependency).second)
                 waiting.append(dependency);
         }
     }
@@ -141,7 +139,7 @@ bool cUpdateCheck::collectFeatures(const QVector<QString>& names)
 {
     for (const QString& name : names) {
         // Taken as it lies on the disk, whatever a repository says.
-        if (name == QLatin1String("VelmDev"))
+        if (cFeatureInstance::isDevelopment(name))
             continue;
         const QSharedPointer<cFeatureInstance> available = m_available.find(name);
         if (!available) {
@@ -158,10 +156,10 @@ bool cUpdateCheck::collectFeatures(const QVector<QString>& names)
 qint64 cUpdateCheck::collectPlugins()
 {
     qint64 size = 0;
-    cNameSet names;
+    FlatSet<QString> names;
     for (const QSharedPointer<cFeatureInstance>& feature : qAsConst(m_features)) {
         for (const QSharedPointer<cFeaturePlugin>& plugin : feature->plugins()) {
-            if (!names.insert(plugin->name()) || m_known.isKnown(plugin->name(), plugin->version()))
+            if (!names.insert(plugin->name()).second || m_known.isKnown(plugin->name(), plugin->version()))
                 continue;
             m_plugins.append(plugin);
             size += plugin->size();

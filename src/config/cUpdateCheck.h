@@ -1,8 +1,8 @@
 #pragma once
 
 #include "config/cFeatureCatalogue.h"
-#include "config/cRuntimeInfo.h"
 
+#include <Norvale/IConfigMgr.h>
 #include <Norvale/cJsonValue.h>
 #include <Norvale/cLog.h>
 
@@ -23,7 +23,7 @@ class cUpdateMgr;
 class cUpdateCheck
 {
 public:
-    using Features = QVector<QSharedPointer<cFeatureInstance>>;
+    using Features = cFeatureCatalogue::Features;
     using Plugins = QVector<QSharedPointer<cFeaturePlugin>>;
 
     /// @p installed and @p plugins are only read, and must live as long as this object.
@@ -44,7 +44,7 @@ public:
     cJsonValue run(const QStringList& names, cUpdateMgr& updates);
 
     /// Whether there is something to fetch or to note at the next start.
-    bool isUpdateAvailable() const { return m_result.get("result_code", -1).toInt() == 0; }
+    bool isUpdateAvailable() const { return m_result.get("result_code", -1).toInt() == IConfigMgr::UpdateFound; }
     bool requiresNewCore() const { return m_result.get("requires_new_core", false).toBool(); }
 
     /// What is to be updated, in the order of the names with their dependencies.

@@ -1,15 +1,26 @@
 #include "config/cUpdateLocation.h"
 
+#include "core/Settings.h"
+#include "core/cXmlTreeReader.h"
+
 #include <QtCore/QDir>
 #include <QtCore/QVariant>
+
+namespace {
+
+// Members of a location's map in the settings.
+constexpr QLatin1String UrlMember("url");
+constexpr QLatin1String PriorityMember("priority");
+
+} // namespace
 
 cUpdateLocation::cUpdateLocation(const QUrl& url) : m_url(url) {}
 
 void cUpdateLocation::readFrom(const QVariant& map)
 {
     const QVariantMap values = map.toMap();
-    m_url = values.value(QStringLiteral("url")).toUrl();
-    m_priority = values.value(QStringLiteral("priority")).toInt();
+    m_url = values.value(UrlMember).toUrl();
+    m_priority = values.value(PriorityMember).toInt();
 }
 
 QUrl cUpdateLocation::resolve(const QString& relativePath) const
@@ -23,4 +34,52 @@ QUrl cUpdateLocation::resolve(const QString& relativePath) const
     QUrl url = m_url;
     url.setPath(QDir::cleanPath(path), QUrl::DecodedMode);
     return url;
+}
+
+QList<QSharedPointer<cUpdateLocation>> cUpdateLocation::readAll()
+{
+    QList<QSharedPointer<cUpdateLocation>> locations;
+    cHostSettings settings;
+    settings.beginGroup(QLatin1String(SettingsKey::UpdateLocations));
+    const QStringList keys = settings.allKeys();
+    for (const QString& key : keys) {
+        const auto location = QSharedPointer<cUpdateLocation>::create();
+        location->readFrom(settings.value(key));
+        locations.append(location);
+    }
+    return locations;
+}
+
+bool cUpdateLocation::writeAll(const QList<QUrl>& urls)
+{
+    cHostSettings settings;
+    settings.beginGroup(QLatin1String(SettingsKey::UpdateLocations));
+    settings.remove(QString());
+    for (int i = 0; i < urls.size(); ++i) {
+        // Keys are sorted as texts.
+        const QString key = QStringLiteral("%1").arg(i + 1, 4, 10, QLatin1Char('0'));
+        settings.setValue(key, QVariantMap{{UrlMember, urls.at(i).toString(QUrl::FullyEncoded)}, {PriorityMember, 0}});
+    }
+    settings.sync();
+    return settings.status() == QSettings::NoError;
+}
+
+bool cSiteEntry::fits(const QString& name, const QString& requiredStatus) const
+{
+    return config == QLatin1String("release") && status == requiredStatus && platform == QLatin1String("x64") &&
+           update == name;
+}
+
+bool cSiteReader::read(const QByteArray& xml)
+{
+    m_entries.clear();
+    m_errorString.clear();
+    cXmlTree tree;
+    if (!cXmlTreeReader::read(xml, tree, &m_errorString))
+        return false;
+    for (cXmlElement element = tree.root().firstChild(u"repository"); !element.isNull();
+         element = element.nextSibling(u"repository"))
+        m_entries.append({element.attribute(u"config"), element.attribute(u"status"), element.attribute(u"platform"),
+                          element.attribute(u"update"), element.attribute(u"content")});
+    return true;
 }

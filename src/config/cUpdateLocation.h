@@ -1,8 +1,12 @@
 #pragma once
 
+#include <QtCore/QList>
 #include <QtCore/QObject>
+#include <QtCore/QSharedPointer>
+#include <QtCore/QString>
 #include <QtCore/QUrl>
 
+class QByteArray;
 class QVariant;
 
 /**
@@ -28,7 +32,50 @@ public:
     /// doubled slashes removed. Query and host are kept.
     QUrl resolve(const QString& relativePath) const;
 
+    /// The locations in the host's settings, in the order of their keys, whatever the priorities are.
+    static QList<QSharedPointer<cUpdateLocation>> readAll();
+
+    /// Replaces the locations in the host's settings by @p urls. @return false when the settings cannot be written.
+    [[nodiscard]] static bool writeAll(const QList<QUrl>& urls);
+
 private:
     QUrl m_url;
     int m_priority = 0;
+};
+
+/**
+ * One `repository` element of a site description; an absent attribute is the empty text.
+ */
+struct cSiteEntry
+{
+    QString config;
+    QString status;
+    QString platform;
+    QString update;  ///< The repository's name.
+    QString content; ///< The repository's path, relative to the location of the site.
+
+    /// Whether this installation takes its repository @p name of @p requiredStatus from here. All texts are compared
+    /// exactly; the configuration is always "release" and the platform "x64".
+    bool fits(const QString& name, const QString& requiredStatus) const;
+};
+
+/**
+ * Reads the description of an update site (`site.xml`).
+ */
+class cSiteReader
+{
+public:
+    /// Replaces the entries. False, and no entries, when the bytes are not well-formed or nested too deeply;
+    /// errorString() then says where and why. The root's tag is not checked, other children are skipped.
+    [[nodiscard]] bool read(const QByteArray& xml);
+
+    /// In document order.
+    const QList<cSiteEntry>& entries() const { return m_entries; }
+
+    /// "line L, column C: message" of the last failure.
+    QString errorString() const { return m_errorString; }
+
+private:
+    QList<cSiteEntry> m_entries;
+    QString m_errorString;
 };

@@ -30,16 +30,7 @@ cUpdateMgr* cUpdateMgr::instance()
 
 void cUpdateMgr::loadLocations()
 {
-    m_locations.clear();
-    cHostSettings settings;
-    settings.beginGroup(QLatin1String(SettingsKey::UpdateLocations));
-    const QStringList keys = settings.allKeys();
-    for (const QString& key : keys) {
-        const auto location = QSharedPointer<cUpdateLocation>::create();
-        location->readFrom(settings.value(key));
-        m_locations.append(location);
-    }
-    settings.endGroup();
+    m_locations = cUpdateLocation::readAll();
 }
 
 bool cUpdateMgr::findNewest(const QString& repositoryName, cFeatureCatalogue& catalogue, cRuntimeInfo& runtime)

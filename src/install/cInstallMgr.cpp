@@ -49,20 +49,20 @@ cVersion nextVersion(const cVersion& version)
 /// plugin and those of other names that the feature has. Repository name and version are the installed ones.
 cFeatureCatalogue developmentFeature(const cFeatureCatalogue& installed, const cPluginId& package, const QUrl& source)
 {
-    const QString name = QStringLiteral("VelmDev");
+    const QString name = QString::fromLatin1(cFeatureInstance::DevelopmentName);
     cFeatureCatalogue offered;
     offered.setName(cMachineSettings().value(QLatin1String(SettingsKey::RepositoryName), name).toString());
     offered.setVersion(cVersion(Corvane::currentVersion()));
-    const QSharedPointer<cFeatureInstance> before = installed.find(name);
-    const cVersion version = nextVersion(before ? before->version() : cVersion());
-    const auto feature = QSharedPointer<cFeatureInstance>::create(name, version, true, offered.name());
-    if (before) {
-        for (const QSharedPointer<cFeaturePlugin>& plugin : before->plugins()) {
-            if (plugin->name() != package.name())
-                feature->addPlugin(QSharedPointer<cFeaturePlugin>::create(plugin->name(), plugin->version()));
-        }
+    QSharedPointer<cFeatureInstance> before = installed.find(name);
+    if (!before)
+        before = QSharedPointer<cFeatureInstance>::create(name, cVersion(), true, QString());
+    const QSharedPointer<cFeatureInstance> feature = before->copy(nextVersion(before->version()));
+    feature->setRepository(offered.name());
+    for (const QSharedPointer<cFeaturePlugin>& plugin : before->plugins()) {
+        if (plugin->name() != package.name())
+            feature->addPlugin(QSharedPointer<cFeaturePlugin>::create(plugin->id()));
     }
-    const auto plugin = QSharedPointer<cFeaturePlugin>::create(package.name(), package.version());
+    const auto plugin = QSharedPointer<cFeaturePlugin>::create(package);
     plugin->addSource({nullptr, source.toString(QUrl::FullyEncoded)});
     feature->addPlugin(plugin);
     offered.append(feature);

@@ -6,12 +6,6 @@
 
 namespace {
 
-/// Its plugins take the place of any others of their names.
-bool isDevelopment(const cFeatureInstance& feature)
-{
-    return feature.name() == QLatin1String("VelmDev");
-}
-
 QVector<cPluginId> without(const QVector<cPluginId>& plugins, const QSet<cPluginId>& others)
 {
     QVector<cPluginId> rest;
@@ -24,13 +18,13 @@ QVector<cPluginId> without(const QVector<cPluginId>& plugins, const QSet<cPlugin
 
 } // namespace
 
-QVector<cPluginId> pluginsOf(const QVector<QSharedPointer<cFeatureInstance>>& features)
+QVector<cPluginId> pluginsOf(const cFeatureCatalogue::Features& features)
 {
     QVector<cPluginId> plugins;
     QSet<cPluginId> seen;
     for (const QSharedPointer<cFeatureInstance>& feature : features) {
         for (const QSharedPointer<cFeaturePlugin>& plugin : feature->plugins()) {
-            const cPluginId id = idOf(*plugin);
+            const cPluginId& id = plugin->id();
             if (seen.contains(id))
                 continue;
             seen.insert(id);
@@ -121,7 +115,7 @@ QString cInstallPlan::missingDependency(const cFeatureInstance& feature) const
 
 QString cInstallPlan::clash(const cFeatureInstance& feature, const QHash<QString, cVersion>& versions)
 {
-    if (isDevelopment(feature))
+    if (feature.isDevelopment())
         return QString();
     for (const QSharedPointer<cFeaturePlugin>& plugin : feature.plugins()) {
         if (feature.findPlugin(plugin->name())->version() != plugin->version())
@@ -129,22 +123,22 @@ QString cInstallPlan::clash(const cFeatureInstance& feature, const QHash<QString
         const auto known = versions.constFind(plugin->name());
         if (known != versions.constEnd() && *known != plugin->version())
             return QStringLiteral("it has the plugin %1, which another feature has in version %2")
-                .arg(idOf(*plugin).toString(), known->toString());
+                .arg(plugin->id().toString(), known->toString());
     }
     return QString();
 }
 
 void cInstallPlan::enter(const cFeatureInstance& feature, QHash<QString, cVersion>& versions)
 {
-    if (isDevelopment(feature))
+    if (feature.isDevelopment())
         return;
     for (const QSharedPointer<cFeaturePlugin>& plugin : feature.plugins())
         versions.insert(plugin->name(), plugin->version());
 }
 
-QVector<QSharedPointer<cFeatureInstance>> cInstallPlan::result() const
+cFeatureCatalogue::Features cInstallPlan::result() const
 {
-    QVector<QSharedPointer<cFeatureInstance>> result;
+    cFeatureCatalogue::Features result;
     QSet<QString> placed;
     for (const QSharedPointer<cFeatureInstance>& feature : m_installed.features()) {
         if (!isTaken(feature->name())) {
@@ -163,7 +157,7 @@ QVector<QSharedPointer<cFeatureInstance>> cInstallPlan::result() const
 
 QVector<cPluginId> cInstallPlan::added() const
 {
-    QVector<QSharedPointer<cFeatureInstance>> taken;
+    cFeatureCatalogue::Features taken;
     for (const Feature& feature : m_features) {
         if (!feature.isLeftOut())
             taken.append(feature.record);
@@ -179,7 +173,7 @@ QVector<cPluginId> cInstallPlan::removed() const
 
 QVector<cPluginId> cInstallPlan::touched() const
 {
-    QVector<QSharedPointer<cFeatureInstance>> features;
+    cFeatureCatalogue::Features features;
     for (const Feature& feature : m_features)
         features.append(feature.record);
     for (const QSharedPointer<cFeatureInstance>& feature : m_installed.features()) {

@@ -8,14 +8,8 @@
 #include <QtCore/QString>
 #include <QtCore/QVector>
 
-/// The id of the plugin that a catalogue describes.
-inline cPluginId idOf(const cFeaturePlugin& plugin)
-{
-    return cPluginId(plugin.name(), plugin.version());
-}
-
 /// The plugins of @p features, in their order, each once.
-QVector<cPluginId> pluginsOf(const QVector<QSharedPointer<cFeatureInstance>>& features);
+QVector<cPluginId> pluginsOf(const cFeatureCatalogue::Features& features);
 
 /**
  * What an install from a location is to change: which features it brings, which of them have to be left out, and what
@@ -68,7 +62,7 @@ public:
     bool hasTaken() const;
 
     /// The installed features after the run: those that stay, with replacements in their places, then the new ones.
-    QVector<QSharedPointer<cFeatureInstance>> result() const;
+    cFeatureCatalogue::Features result() const;
     /// Plugins of the taken features that are not there yet, and installed ones that the result names no more; each
     /// once.
     QVector<cPluginId> added() const;

@@ -176,7 +176,7 @@ void cInstallation::noteInstalled(const cFeatureCatalogue& offered)
 
 void cInstallation::consume(const cFeatureCatalogue& offered, const cPackageSource& source)
 {
-    QVector<QSharedPointer<cFeatureInstance>> retried;
+    cFeatureCatalogue::Features retried;
     for (const cInstallPlan::Feature& feature : m_plan->features()) {
         if (feature.reason.isWorthRetrying)
             retried.append(feature.record);

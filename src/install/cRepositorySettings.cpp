@@ -16,7 +16,8 @@ cRepositorySettings::cRepositorySettings()
 
 void cRepositorySettings::setTarget(const cFeatureCatalogue& offered, bool isTaken)
 {
-    const QString name = m_oldName.isValid() ? m_oldName.toString() : QStringLiteral("VelmDev");
+    const QString name =
+        m_oldName.isValid() ? m_oldName.toString() : QString::fromLatin1(cFeatureInstance::DevelopmentName);
     const bool isSame = offered.name().isEmpty() || offered.name() == name;
     if (!isSame && !isTaken)
         return;

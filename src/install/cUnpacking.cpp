@@ -22,7 +22,7 @@ cPackageSource::cPackageSource(const QString& path, Kind kind)
 
 QString cPackageSource::find(const cFeaturePlugin& plugin) const
 {
-    const QString beside = besideDescription(idOf(plugin));
+    const QString beside = besideDescription(plugin.id());
     if (m_kind != SinglePackage && QFileInfo(beside).isFile())
         return beside;
     const auto here = QSharedPointer<cUpdateLocation>::create(QUrl::fromLocalFile(m_folder));
@@ -71,7 +71,7 @@ void cUnpacking::run()
 void cUnpacking::unpackFeature(int index)
 {
     for (const QSharedPointer<cFeaturePlugin>& plugin : m_plan.features().at(index).record->plugins()) {
-        const cPluginId id = idOf(*plugin);
+        const cPluginId id = plugin->id();
         if (!m_outcomes.contains(id))
             m_outcomes.insert(id, unpack(*plugin));
         const Reason reason = m_outcomes.value(id);
@@ -84,7 +84,7 @@ void cUnpacking::unpackFeature(int index)
 
 cUnpacking::Reason cUnpacking::unpack(const cFeaturePlugin& plugin)
 {
-    const cPluginId id = idOf(plugin);
+    const cPluginId id = plugin.id();
     if (!id.isSafe())
         return {QStringLiteral("the plugin name \"%1\" cannot name a folder").arg(id.name())};
     if (m_plan.isPresent(id))
@@ -103,11 +103,11 @@ cUnpacking::Reason cUnpacking::unpack(const cFeaturePlugin& plugin)
 cUnpacking::Reason cUnpacking::verify(const cFeaturePlugin& plugin, const QString& path, cPackage& package)
 {
     cPackageCheck check;
-    check.expect(idOf(plugin));
+    check.expect(plugin.id());
     check.expectHash(plugin.hash());
     if (check.checkFile(path, package))
         return {};
-    if (m_source.isConsumed() && !check.isUnread() && path == m_source.besideDescription(idOf(plugin)))
+    if (m_source.isConsumed() && !check.isUnread() && path == m_source.besideDescription(plugin.id()))
         consumeFile(path, m_log);
     return {QStringLiteral("its package %1 is refused: %2").arg(path, check.summary()), check.isUnread()};
 }

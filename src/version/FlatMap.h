@@ -4,6 +4,7 @@
 #include <QtCore/QStringView>
 
 #include <tsl/robin_map.h>
+#include <tsl/robin_set.h>
 
 /**
  * Hashes a key of the library's indices with its `qHash`, seeded anew in every process, so that no document can be made
@@ -24,3 +25,7 @@ struct cSeededHash
 /// a `QStringView` too.
 template <typename Key, typename Value>
 using FlatMap = tsl::robin_map<Key, Value, cSeededHash, std::equal_to<>, std::allocator<std::pair<Key, Value>>, true>;
+
+/// The same for keys alone.
+template <typename Key>
+using FlatSet = tsl::robin_set<Key, cSeededHash, std::equal_to<>, std::allocator<Key>, true>;

@@ -102,6 +102,25 @@ private slots:
             found << location->url().toString() + " " + QString::number(location->priority());
         QCOMPARE(found, (QStringList{"http://a 9", "http://b -3", " 0", " 0"}));
     }
+    void keepsTheLocationsThatAreSet()
+    {
+        const cUpdateMgr manager;
+        QList<QUrl> urls;
+        for (int number = 0; number < 11; ++number)
+            urls.prepend(QUrl(QString("http://h/%1?a b").arg(number)));
+        QVERIFY(IConfigMgr::setUpdateLocations(urls));
+        QCOMPARE(IConfigMgr::updateLocations(), urls);
+        QCOMPARE(manager.locations().size(), urls.size());
+        QVERIFY(IConfigMgr::setUpdateLocations({}));
+        QCOMPARE(IConfigMgr::updateLocations(), QList<QUrl>());
+
+        const QString file = QSettings().fileName();
+        QVERIFY(QFile::remove(file));
+        QVERIFY(QDir().mkpath(file + "/x"));
+        QVERIFY(!IConfigMgr::setUpdateLocations(urls));
+        QCOMPARE(m_fixture.logged("The update locations are not kept"), 1);
+        QVERIFY(QDir(file).removeRecursively());
+    }
     void answersThroughTheFacadeUntilItEnds()
     {
         writeFeatures(TwoFeatures);

@@ -1,5 +1,4 @@
 #include "config/cFeatureCatalogue.h"
-#include "config/cRuntimeInfo.h"
 #include "config/cUpdateMgr.h"
 
 #include <HttpSite.h>

@@ -5,6 +5,7 @@
 #include "updates/cProgressLine.h"
 
 #include <Norvale/Corvane.h>
+#include <Norvale/IConfigMgr.h>
 #include <Norvale/cVersion.h>
 
 #include <QtCore/QFile>
@@ -58,15 +59,15 @@ const char UpdateReport::SetupProgram[] = "setup_program";
 ExitCode UpdateReport::codeOf(const QJsonObject& result)
 {
     switch (result.value(QLatin1String("result_code")).toInt(-1)) {
-    case 0:
+    case IConfigMgr::UpdateFound:
         return needsNewCore(result) ? ExitCode::NewCore : ExitCode::Ok;
-    case 1:
+    case IConfigMgr::Cancelled:
         return ExitCode::Cancelled;
-    case 2:
+    case IConfigMgr::NothingNewer:
         return ExitCode::NoUpdate;
-    case 3:
+    case IConfigMgr::NotFetched:
         return textOf(result, "failed") == QLatin1String("core_version") ? ExitCode::CoreTooOld : ExitCode::FetchFailed;
-    case 5:
+    case IConfigMgr::FeatureMissing:
         return ExitCode::FeatureMissing;
     default:
         return ExitCode::CheckFailed;

@@ -13,7 +13,6 @@
 namespace {
 
 const QString ResultCode = QStringLiteral("result_code");
-constexpr int CancelledCode = 1;
 
 } // namespace
 
@@ -30,7 +29,7 @@ QJsonObject cUpdateSession::check()
 {
     QJsonObject result = run(IConfigMgr::checkForUpdates);
     if (m_isCancelled)
-        result.insert(ResultCode, CancelledCode);
+        result.insert(ResultCode, IConfigMgr::Cancelled);
     return result;
 }
 
@@ -47,7 +46,7 @@ QJsonObject cUpdateSession::run(const std::function<cJsonValue()>& work)
 {
     QCoreApplication::processEvents();
     if (m_isCancelled)
-        return {{ResultCode, CancelledCode}};
+        return {{ResultCode, IConfigMgr::Cancelled}};
     QJsonValue result;
     return WireText::toQt(work(), &result) ? result.toObject() : QJsonObject();
 }

@@ -37,7 +37,7 @@ void cGraph::drawPlugin(const cFeaturePlugin& plugin)
 {
     if (m_drawn.contains(plugin.name()))
         return;
-    const QString colour = m_suite.manifestOf(plugin) ? QString() : QStringLiteral(", color=red");
+    const QString colour = m_suite.manifestOf(plugin.id()) ? QString() : QStringLiteral(", color=red");
     m_text += QStringLiteral("    %1 [label=%2%3];\n")
                   .arg(pluginNode(plugin.name()),
                        quoted(plugin.name() + QLatin1Char('\n') + plugin.version().toString()), colour);
@@ -54,7 +54,7 @@ void cGraph::drawFeatureArrows(const cFeatureInstance& feature)
 
 void cGraph::drawPluginArrows(const cFeaturePlugin& plugin)
 {
-    const cManifest* const manifest = m_suite.manifestOf(plugin);
+    const cManifest* const manifest = m_suite.manifestOf(plugin.id());
     const QStringList dependencies = manifest ? manifest->dependencies : QStringList();
     for (const QString& text : dependencies) {
         const QString name = cPluginDependency(text).name();

@@ -1,9 +1,9 @@
 #include "lint/cCatalogueLint.h"
 
-#include "config/cFeaturePlugin.h"
-#include "version/SafeName.h"
+#include "config/cFeatureInstance.h"
 #include "lint/cGrammar.h"
 #include "report/cFindings.h"
+#include "version/SafeName.h"
 
 #include <QtCore/QFileInfo>
 #include <QtCore/QRegularExpression>
@@ -94,7 +94,7 @@ void cCatalogueLint::checkIdentity(const cXmlElement& feature)
     if (name.isEmpty())
         report(Rule::FeatureNoName, feature, QStringLiteral("the feature has no name"));
     checkVersion(Rule::FeatureBadVersion, feature, u"version");
-    if (m_featureVersions.contains({name, version}))
+    if (m_featureVersions.contains(cPluginId(name, version)))
         report(Rule::FeatureTwice, feature,
                QStringLiteral("%1 %2 comes twice; both are read as one").arg(name, version.toString()));
     else if (m_features.contains(name))
@@ -103,7 +103,7 @@ void cCatalogueLint::checkIdentity(const cXmlElement& feature)
                    .arg(name, version.toString(), m_features.value(name).toString()));
     else
         m_features.insert(name, version);
-    m_featureVersions.insert({name, version});
+    m_featureVersions.insert(cPluginId(name, version));
 }
 
 // Of a repository only: features.xml holds no dependencies.
@@ -141,7 +141,7 @@ void cCatalogueLint::checkPlugin(const cXmlElement& plugin, const QString& featu
 void cCatalogueLint::checkVersionOf(const cXmlElement& plugin, const QString& feature)
 {
     checkVersion(Rule::PluginBadVersion, plugin, u"version");
-    if (feature == QLatin1String("VelmDev"))
+    if (cFeatureInstance::isDevelopment(feature))
         return; // development plugins replace others, whatever their version
     const QString name = plugin.attribute(u"name");
     const cVersion version(plugin.attribute(u"version"));
@@ -171,9 +171,8 @@ void cCatalogueLint::checkPackage(const cXmlElement& plugin)
 
 bool cCatalogueLint::liesBesideDocument(const cXmlElement& plugin) const
 {
-    const cFeaturePlugin named(plugin.attribute(u"name"), cVersion(plugin.attribute(u"version")));
-    return !m_packageFolder.isEmpty() &&
-           QFileInfo(m_packageFolder + QLatin1Char('/') + named.packageFileName()).isFile();
+    const cPluginId id(plugin.attribute(u"name"), cVersion(plugin.attribute(u"version")));
+    return !m_packageFolder.isEmpty() && QFileInfo(m_packageFolder + QLatin1Char('/') + id.packageFileName()).isFile();
 }
 
 void cCatalogueLint::checkRuntime(const cXmlElement& runtime)

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "config/cVersionKey.h"
 #include "lint/cXmlLint.h"
+#include "version/cPluginId.h"
 
 #include <Norvale/cVersion.h>
 
@@ -40,7 +40,7 @@ private:
     Kind m_kind;
     QString m_packageFolder;
     QHash<QString, cVersion> m_features; // the version that comes first
-    QSet<cVersionKey> m_featureVersions;
+    QSet<cPluginId> m_featureVersions;
     QHash<QString, QPair<cVersion, QString>> m_plugins; // the version that comes first, and its feature
     QHash<QString, QString> m_spellings;                // names of plugins by the caseless form
 };

@@ -1,6 +1,5 @@
 #include "lint/cLinter.h"
 
-#include "config/cFeaturePlugin.h"
 #include "lint/DocumentKind.h"
 #include "lint/InputFile.h"
 #include "lint/cManifestLint.h"
@@ -10,6 +9,7 @@
 #include "report/cFindings.h"
 #include "suite/cSuite.h"
 #include "suite/cSuiteReader.h"
+#include "version/cPluginId.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>
@@ -54,7 +54,7 @@ void cLinter::checkPluginFolder(const QString& path)
     lint.setNeighbours(folder.names());
     if (!lint.check(xml) || !QFileInfo(path + QStringLiteral("/../features.xml")).isFile())
         return;
-    const QString identity = cFeaturePlugin(lint.name(), lint.version()).identity();
+    const QString identity = cPluginId(lint.name(), lint.version()).toString();
     if (QFileInfo(path).fileName() != identity)
         m_findings.add(Rule::FolderIdentity, path, QStringLiteral("the manifest is that of %1").arg(identity));
 }
@@ -135,7 +135,7 @@ void cLinter::checkPackage(const QString& path)
     cPackageLint lint(path, m_findings);
     if (!lint.check(bytes))
         return;
-    const QString name = cFeaturePlugin(lint.name(), lint.version()).packageFileName();
+    const QString name = cPluginId(lint.name(), lint.version()).packageFileName();
     if (QFileInfo(path).fileName() != name)
         m_findings.add(Rule::PackageName, path, QStringLiteral("the package is that of %1").arg(name));
 }

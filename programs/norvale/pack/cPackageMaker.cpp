@@ -1,6 +1,5 @@
 #include "pack/cPackageMaker.h"
 
-#include "config/cFeaturePlugin.h"
 #include "install/cPackageCheck.h"
 #include "lint/InputFile.h"
 #include "lint/cManifestLint.h"
@@ -8,6 +7,7 @@
 #include "pack/cPluginFolder.h"
 #include "pack/cZipWriter.h"
 #include "report/cFindings.h"
+#include "version/cPluginId.h"
 
 namespace {
 
@@ -46,7 +46,7 @@ bool cPackageMaker::readManifest(const cPluginFolder& folder, cFindings& finding
     lint.setNeighbours(folder.names());
     if (!readInputFile(folder.manifestPath(), LargestDocument, &xml, findings) || !lint.check(xml))
         return false;
-    m_fileName = cFeaturePlugin(lint.name(), lint.version()).packageFileName();
+    m_fileName = cPluginId(lint.name(), lint.version()).packageFileName();
     return !findings.hasErrors();
 }
 

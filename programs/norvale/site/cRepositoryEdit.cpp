@@ -1,8 +1,6 @@
 #include "site/cRepositoryEdit.h"
 
-#include "config/cRepositoryWriter.h"
-#include "site/cNewFile.h"
-#include "site/cSiteAddition.h"
+#include "config/cCatalogueWriter.h"
 #include "site/cSiteState.h"
 
 #include <QtCore/QSet>
@@ -13,12 +11,12 @@
 bool cRepositoryEdit::apply(QList<cNewFile>& packages, cNewFile* runtime)
 {
     m_features = m_state.catalogue().features();
-    m_runtimes = m_state.runtimes();
+    m_catalogue = m_state.catalogue();
     QSet<QString> names;
     for (cNewFile& package : packages) {
-        if (names.contains(package.name))
-            return fail(QStringLiteral("there are two packages of %1").arg(package.name));
-        names.insert(package.name);
+        if (names.contains(package.id.name()))
+            return fail(QStringLiteral("there are two packages of %1").arg(package.id.name()));
+        names.insert(package.id.name());
         if (!placePackage(package))
             return false;
     }
@@ -33,55 +31,54 @@ bool cRepositoryEdit::apply(QList<cNewFile>& packages, cNewFile* runtime)
 // finds what it says.
 bool cRepositoryEdit::placePackage(cNewFile& package)
 {
-    const cFeaturePlugin plugin(package.name, package.version);
-    package.source = QStringLiteral("packages/") + plugin.packageFileName();
-    const cFeaturePlugin* const published = publishedPlugin(package.name, package.version);
+    package.source = QStringLiteral("packages/") + package.id.packageFileName();
+    const Plugin published = publishedPlugin(package.id);
     if (!published || published->hash() == package.hash)
         return true;
     if (!m_wanted.mayReplace)
         return fail(QStringLiteral("%1 is published with other contents: give the plugin a new version")
-                        .arg(plugin.identity()));
+                        .arg(package.id.toString()));
     package.source = QStringLiteral("packages/%1/%2")
-                         .arg(QString::fromLatin1(package.hash.toHex().left(8)), plugin.packageFileName());
+                         .arg(QString::fromLatin1(package.hash.toHex().left(8)), package.id.packageFileName());
     return true;
 }
 
-const cFeaturePlugin* cRepositoryEdit::publishedPlugin(const QString& name, const cVersion& version) const
+cRepositoryEdit::Plugin cRepositoryEdit::publishedPlugin(const cPluginId& id) const
 {
     for (const Feature& feature : m_state.catalogue().features())
-        if (const Plugin plugin = feature->findPlugin(name, version))
-            return plugin.data();
-    return nullptr;
+        if (const Plugin plugin = feature->findPlugin(id))
+            return plugin;
+    return Plugin();
 }
 
 bool cRepositoryEdit::editFeature(const QList<cNewFile>& packages)
 {
-    const Feature old = m_state.catalogue().find(m_wanted.feature);
-    const Feature feature = makeFeature(old.data());
+    const Feature feature = makeFeature();
     for (const cNewFile& package : packages)
         feature->addPlugin(makePlugin(package));
     return takeFeature(feature);
 }
 
-cRepositoryEdit::Feature cRepositoryEdit::makeFeature(const cFeatureInstance* old) const
+cRepositoryEdit::Feature cRepositoryEdit::makeFeature() const
 {
-    const auto feature =
-        Feature::create(m_wanted.feature, cVersion(m_wanted.featureVersion), true, m_state.entry().update);
-    if (old)
-        for (auto it = old->displayNames().begin(); it != old->displayNames().end(); ++it)
-            feature->setDisplayName(it.key().second, it.value());
+    const cVersion version(m_wanted.featureVersion);
+    const Feature old = m_state.catalogue().find(m_wanted.feature);
+    const Feature feature =
+        old ? old->copy(version) : Feature::create(m_wanted.feature, version, true, m_state.entry().update);
+    feature->setActive(true);
+    feature->setRepository(m_state.entry().update);
     for (auto it = m_wanted.displayNames.begin(); it != m_wanted.displayNames.end(); ++it)
         feature->setDisplayName(it.key(), it.value());
-    for (const QString& name : m_wanted.dependencies.value_or(old ? old->dependencies() : QStringList()))
-        feature->addDependency(name);
+    if (m_wanted.dependencies)
+        feature->setDependencies(*m_wanted.dependencies);
     return feature;
 }
 
 cRepositoryEdit::Plugin cRepositoryEdit::makePlugin(const cNewFile& package) const
 {
-    const auto plugin = Plugin::create(package.name, package.version, quint32(package.bytes.size()));
+    const auto plugin = Plugin::create(package.id, quint32(package.bytes.size()));
     plugin->setHash(package.hash);
-    const cFeaturePlugin* const published = publishedPlugin(package.name, package.version);
+    const Plugin published = publishedPlugin(package.id);
     if (published && published->hash() == package.hash && !published->sources().isEmpty()) {
         for (const cFeatureSource& source : published->sources())
             plugin->addSource(source);
@@ -98,14 +95,11 @@ bool cRepositoryEdit::editSharedFeatures(const QList<cNewFile>& packages)
         const Feature old = m_state.catalogue().find(it.key());
         if (!old)
             return fail(QStringLiteral("there is no feature %1 that could share plugins").arg(it.key()));
-        const auto feature = Feature::create(old->name(), cVersion(it.value()), true, old->repository());
-        for (auto name = old->displayNames().begin(); name != old->displayNames().end(); ++name)
-            feature->setDisplayName(name.key().second, name.value());
-        for (const QString& name : old->dependencies())
-            feature->addDependency(name);
+        const Feature feature = old->copy(cVersion(it.value()));
+        feature->setActive(true);
         for (const Plugin& plugin : old->plugins()) {
             const auto package = std::find_if(packages.begin(), packages.end(),
-                                              [&](const cNewFile& file) { return file.name == plugin->name(); });
+                                              [&](const cNewFile& file) { return file.id.name() == plugin->name(); });
             feature->addPlugin(package == packages.end() ? plugin : makePlugin(*package));
         }
         if (!takeFeature(feature))
@@ -139,65 +133,71 @@ QByteArray cRepositoryEdit::textOf(const Feature& feature)
 {
     cFeatureCatalogue catalogue;
     catalogue.append(feature);
-    return cRepositoryWriter::write(catalogue);
+    return cCatalogueWriter::repository(catalogue);
 }
 
 bool cRepositoryEdit::editRuntime(cNewFile& runtime)
 {
-    runtime.source = QStringLiteral("runtime/%1/%2").arg(runtime.version.toString(), runtime.name);
-    for (const cRuntimeEntry& published : qAsConst(m_runtimes)) {
-        const bool isOther = published.hash != runtime.hash || published.name != runtime.name;
-        if (runtime.version < published.version)
+    const QString version = runtime.id.version().toString();
+    runtime.source = QStringLiteral("runtime/%1/%2").arg(version, runtime.id.name());
+    for (const cRuntimeEntry& published : m_state.catalogue().runtimes()) {
+        if (runtime.id.version() < published.version)
             return fail(QStringLiteral("the runtime is published as %1, which is newer than %2")
-                            .arg(published.version.toString(), runtime.version.toString()));
-        if (published.version == runtime.version && isOther && !m_wanted.mayReplace)
-            return fail(QStringLiteral("the runtime %1 is published with other contents: give it a new version")
-                            .arg(runtime.version.toString()));
-        if (published.version == runtime.version && isOther)
-            runtime.source =
-                QStringLiteral("runtime/%1-%2/%3")
-                    .arg(runtime.version.toString(), QString::fromLatin1(runtime.hash.toHex().left(8)), runtime.name);
-        if (published.version == runtime.version && !isOther)
-            runtime.source = published.source;
+                            .arg(published.version.toString(), version));
+        if (published.version != runtime.id.version())
+            continue;
+        const bool isSame = published.hash == runtime.hash && published.name == runtime.id.name();
+        if (!isSame && !m_wanted.mayReplace)
+            return fail(
+                QStringLiteral("the runtime %1 is published with other contents: give it a new version").arg(version));
+        runtime.source = isSame
+                             ? published.source
+                             : QStringLiteral("runtime/%1-%2/%3")
+                                   .arg(version, QString::fromLatin1(runtime.hash.toHex().left(8)), runtime.id.name());
     }
     // The newest is all that anybody takes.
-    m_runtimes = {{runtime.version, runtime.name, runtime.hash, runtime.source}};
+    m_catalogue.setRuntimes({{runtime.id.version(), runtime.id.name(), runtime.hash, runtime.source}});
     return true;
 }
 
 bool cRepositoryEdit::editVersions()
 {
     const cFeatureCatalogue& old = m_state.catalogue();
-    m_catalogue = cFeatureCatalogue();
-    m_catalogue.setName(m_state.entry().update);
-    m_catalogue.setVersion(old.version());
-    if (!m_wanted.coreVersion.isEmpty())
-        m_catalogue.setCoreVersion(cVersion(m_wanted.coreVersion));
-    else if (old.hasCoreVersion())
-        m_catalogue.setCoreVersion(old.coreVersion());
+    const QList<cRuntimeEntry> runtimes = m_catalogue.runtimes();
+    m_catalogue.clear();
+    m_catalogue.setRuntimes(runtimes);
     for (const Feature& feature : qAsConst(m_features))
         m_catalogue.append(feature);
+    m_catalogue.setName(m_state.entry().update);
+    if (!m_wanted.coreVersion.isEmpty())
+        m_catalogue.setCoreVersion(cVersion(m_wanted.coreVersion));
+    const bool isSame = cCatalogueWriter::repository(m_catalogue) == cCatalogueWriter::repository(old);
+    if (!editVersion(!isSame))
+        return false;
+    m_xml = cCatalogueWriter::repository(m_catalogue);
+    return true;
+}
+
+bool cRepositoryEdit::editVersion(bool isChanged)
+{
     const bool isNew = m_state.repositoryXml().isEmpty();
+    const cVersion old = m_state.catalogue().version();
     const cVersion asked(m_wanted.repositoryVersion);
-    const bool isSame =
-        cRepositoryWriter::write(m_catalogue, m_runtimes) == cRepositoryWriter::write(old, m_state.runtimes());
-    m_isChanged = isNew || !isSame || (!m_wanted.repositoryVersion.isEmpty() && asked != old.version());
-    if (!m_wanted.repositoryVersion.isEmpty()) {
-        if (asked < old.version())
+    const bool isAsked = !m_wanted.repositoryVersion.isEmpty();
+    m_isChanged = isNew || isChanged || (isAsked && asked != old);
+    if (isAsked) {
+        if (asked < old)
             return fail(QStringLiteral("the repository is published as %1, which is newer than %2")
-                            .arg(old.version().toString(), asked.toString()));
+                            .arg(old.toString(), asked.toString()));
         m_catalogue.setVersion(asked);
     } else if (isNew) {
         m_catalogue.setVersion(cVersion(QStringLiteral("1.0.0")));
-    } else if (!isSame) {
-        if (old.version().build() == std::numeric_limits<qint32>::max())
-            return fail(QStringLiteral("no version comes after %1: give one").arg(old.version().toString()));
-        m_catalogue.setVersion(cVersion(QStringLiteral("%1.%2.%3")
-                                            .arg(old.version().major())
-                                            .arg(old.version().minor())
-                                            .arg(old.version().build() + 1)));
+    } else if (isChanged) {
+        if (old.build() == std::numeric_limits<qint32>::max())
+            return fail(QStringLiteral("no version comes after %1: give one").arg(old.toString()));
+        m_catalogue.setVersion(
+            cVersion(QStringLiteral("%1.%2.%3").arg(old.major()).arg(old.minor()).arg(old.build() + 1)));
     }
-    m_xml = cRepositoryWriter::write(m_catalogue, m_runtimes);
     return true;
 }
 

@@ -1,16 +1,27 @@
 #pragma once
 
 #include "config/cFeatureCatalogue.h"
-#include "config/cRuntimeEntry.h"
+#include "plugins/cManifest.h"
 
 #include <QtCore/QByteArray>
 #include <QtCore/QList>
 #include <QtCore/QString>
-#include <QtCore/QVector>
+
+#include <optional>
 
 class cSiteState;
-struct cNewFile;
 struct cSiteAddition;
+
+/// A package or a setup program that is to be published.
+struct cNewFile
+{
+    QString path; ///< Where it comes from.
+    QByteArray bytes;
+    QByteArray hash;                   ///< SHA-1
+    QString source;                    ///< Where it goes, relative to the repository.
+    cPluginId id;                      ///< Of a setup program its file name and the runtime's version.
+    std::optional<cManifest> manifest; ///< Of a package.
+};
 
 /**
  * The new description of a repository: the old one with a feature in a new version, a runtime, or both.
@@ -40,19 +51,19 @@ private:
     bool placePackage(cNewFile& package);
     bool editFeature(const QList<cNewFile>& packages);
     bool editSharedFeatures(const QList<cNewFile>& packages);
-    Feature makeFeature(const cFeatureInstance* old) const;
+    Feature makeFeature() const;
     Plugin makePlugin(const cNewFile& package) const;
     bool takeFeature(const Feature& feature);
     bool editRuntime(cNewFile& runtime);
     bool editVersions();
-    const cFeaturePlugin* publishedPlugin(const QString& name, const cVersion& version) const;
+    bool editVersion(bool isChanged);
+    Plugin publishedPlugin(const cPluginId& id) const;
     static QByteArray textOf(const Feature& feature);
     bool fail(const QString& reason);
 
     const cSiteState& m_state;
     const cSiteAddition& m_wanted;
-    QVector<Feature> m_features;
-    QList<cRuntimeEntry> m_runtimes;
+    cFeatureCatalogue::Features m_features;
     cFeatureCatalogue m_catalogue;
     QByteArray m_xml;
     bool m_isChanged = false;

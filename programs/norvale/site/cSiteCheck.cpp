@@ -3,9 +3,50 @@
 #include "config/cCatalogueReader.h"
 #include "lint/InputFile.h"
 #include "lint/cCatalogueLint.h"
+#include "lint/cPackageLint.h"
 #include "report/cFindings.h"
-#include "site/RuntimeEntries.h"
 #include "suite/cSuite.h"
+
+#include <QtCore/QCryptographicHash>
+
+const cPackageStore::File& cPackageStore::package(const QUrl& url, cFindings& findings)
+{
+    const auto known = m_files.constFind(url);
+    if (known != m_files.constEnd())
+        return *known;
+    File& file = m_files[url];
+    QByteArray bytes;
+    if (!fetch(url, &bytes, file))
+        return file;
+    cPackageLint lint(cSiteFetcher::nameOf(url), findings);
+    if (lint.check(bytes))
+        file.plugin = cPluginId(lint.name(), lint.version());
+    file.manifest = lint.manifest();
+    return file;
+}
+
+const cPackageStore::File& cPackageStore::file(const QUrl& url)
+{
+    const auto known = m_files.constFind(url);
+    if (known != m_files.constEnd())
+        return *known;
+    File& file = m_files[url];
+    QByteArray bytes;
+    (void)fetch(url, &bytes, file);
+    return file;
+}
+
+bool cPackageStore::fetch(const QUrl& url, QByteArray* bytes, File& file)
+{
+    file.isThere = m_fetcher.fetch(url, LargestFile, bytes);
+    if (!file.isThere) {
+        file.reason = m_fetcher.errorString();
+        return false;
+    }
+    file.size = bytes->size();
+    file.hash = QCryptographicHash::hash(*bytes, QCryptographicHash::Sha1);
+    return true;
+}
 
 bool cSiteCheck::run()
 {
@@ -62,7 +103,7 @@ void cSiteCheck::readCatalogue(const QByteArray& xml, const QUrl& content, const
     for (const QSharedPointer<cFeatureInstance>& feature : suite.catalogue().features())
         for (const QSharedPointer<cFeaturePlugin>& plugin : feature->plugins())
             checkPlugin(*plugin, name, suite);
-    for (const cRuntimeEntry& runtime : readRuntimeEntries(xml))
+    for (const cRuntimeEntry& runtime : suite.catalogue().runtimes())
         checkRuntime(runtime, *location, name);
     suite.check(name, m_findings);
     suite.checkReach(name, m_findings);
@@ -81,7 +122,7 @@ void cSiteCheck::checkPlugin(const cFeaturePlugin& plugin, const QString& reposi
         }
         comparePackage(plugin, file, name);
         if (file.manifest)
-            suite.addManifest(plugin, *file.manifest);
+            suite.addManifest(plugin.id(), *file.manifest);
     }
     // The catalogue's own check tells of a plugin without sources.
     const Rule rule = dead.size() == plugin.sources().size() ? Rule::SourceUnreachable : Rule::SourceDead;
@@ -91,10 +132,10 @@ void cSiteCheck::checkPlugin(const cFeaturePlugin& plugin, const QString& reposi
 
 void cSiteCheck::comparePackage(const cFeaturePlugin& plugin, const cPackageStore::File& file, const QString& name)
 {
-    if (file.isPackage && (file.name != plugin.name() || file.version != plugin.version()))
+    if (file.plugin && *file.plugin != plugin.id())
         m_findings.add(Rule::PackageIdentity, name,
                        QStringLiteral("the package is that of %1, not of %2")
-                           .arg(cFeaturePlugin(file.name, file.version).identity(), plugin.identity()));
+                           .arg(file.plugin->toString(), plugin.id().toString()));
     if (plugin.size() > 0 && file.size != plugin.size())
         m_findings.add(Rule::SourceSize, name,
                        QStringLiteral("%1 bytes, but the repository says %2").arg(file.size).arg(plugin.size()));

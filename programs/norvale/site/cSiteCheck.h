@@ -1,18 +1,55 @@
 #pragma once
 
 #include "lint/cSiteLint.h"
-#include "site/cPackageStore.h"
+#include "plugins/cManifest.h"
 #include "site/cSiteFetcher.h"
+#include "version/cPluginId.h"
 
+#include <QtCore/QByteArray>
+#include <QtCore/QHash>
 #include <QtCore/QSet>
 #include <QtCore/QString>
 #include <QtCore/QUrl>
+
+#include <optional>
 
 class cFeaturePlugin;
 class cFindings;
 class cSuite;
 class cUpdateLocation;
 struct cRuntimeEntry;
+
+/// The packages and setup programs of a site. Each is fetched once, whoever names it and however often; what is kept of
+/// it is what there is to compare.
+class cPackageStore
+{
+public:
+    struct File
+    {
+        bool isThere = false;
+        QString reason; ///< why it is not
+        qint64 size = 0;
+        QByteArray hash;                   ///< SHA-1
+        std::optional<cPluginId> plugin;   ///< of a package that the installer would take
+        std::optional<cManifest> manifest; ///< of such a package
+    };
+
+    explicit cPackageStore(cSiteFetcher& fetcher) : m_fetcher(fetcher) {}
+
+    /// What is wrong with the package in itself is added to @p findings when it is fetched.
+    const File& package(const QUrl& url, cFindings& findings);
+
+    /// A file that is no package.
+    const File& file(const QUrl& url);
+
+    int count() const { return m_files.size(); }
+
+private:
+    bool fetch(const QUrl& url, QByteArray* bytes, File& file);
+
+    cSiteFetcher& m_fetcher;
+    QHash<QUrl, File> m_files;
+};
 
 /// Fetches all that a site offers, each file once, and holds it against what the site says of it.
 class cSiteCheck

@@ -70,8 +70,7 @@ bool cSitePublisher::readPackage(const QString& path)
     if (!readInputFile(path, LargestFile, &file.bytes, m_findings) || !lint.check(file.bytes) || m_findings.hasErrors())
         return false;
     file.hash = sha1(file.bytes);
-    file.name = lint.name();
-    file.version = lint.version();
+    file.id = cPluginId(lint.name(), lint.version());
     file.manifest = lint.manifest();
     m_packages.append(file);
     return true;
@@ -81,11 +80,10 @@ bool cSitePublisher::readRuntime()
 {
     cNewFile file;
     file.path = m_wanted.runtime;
-    file.name = QFileInfo(file.path).fileName();
-    file.version = cVersion(m_wanted.runtimeVersion);
+    file.id = cPluginId(QFileInfo(file.path).fileName(), cVersion(m_wanted.runtimeVersion));
     if (!readInputFile(file.path, LargestFile, &file.bytes, m_findings))
         return false;
-    if (!isSafeFileName(file.name))
+    if (!isSafeFileName(file.id.name()))
         m_findings.add(Rule::RuntimeBadName, file.path, QStringLiteral("not every system can have this name"));
     file.hash = sha1(file.bytes);
     m_runtime = file;
@@ -120,7 +118,7 @@ cFindings cSitePublisher::findingsOf(const QByteArray& xml, bool withNewFiles) c
     if (withNewFiles)
         for (const cNewFile& file : m_packages)
             if (file.manifest)
-                suite.addManifest(cFeaturePlugin(file.name, file.version), *file.manifest);
+                suite.addManifest(file.id, *file.manifest);
     suite.check(path, findings);
     suite.checkReach(path, findings);
     return findings;

@@ -2,9 +2,7 @@
 
 #include "ExitCode.h"
 #include "report/cFindings.h"
-#include "site/cNewFile.h"
 #include "site/cRepositoryEdit.h"
-#include "site/cSiteAddition.h"
 #include "site/cSiteState.h"
 
 #include <QtCore/QList>

@@ -1,17 +1,14 @@
 #include "site/cSiteState.h"
 
 #include "config/cCatalogueReader.h"
-#include "config/cSiteReader.h"
-#include "version/SafeName.h"
+#include "config/cCatalogueWriter.h"
 #include "lint/InputFile.h"
 #include "report/cFindings.h"
-#include "site/RuntimeEntries.h"
-#include "site/cSiteAddition.h"
+#include "version/SafeName.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>
 #include <QtCore/QSet>
-#include <QtCore/QXmlStreamWriter>
 
 #include <algorithm>
 
@@ -103,31 +100,15 @@ bool cSiteState::readRepository()
     cCatalogueReader reader(m_catalogue);
     if (!reader.read(m_repositoryXml))
         return fail(QStringLiteral("%1, %2").arg(repositoryPath(), reader.errorString()));
-    m_runtimes = readRuntimeEntries(m_repositoryXml);
     return true;
 }
 
 QByteArray cSiteState::siteXml() const
 {
-    QByteArray xml;
-    QXmlStreamWriter writer(&xml);
-    writer.setAutoFormatting(true);
-    writer.setAutoFormattingIndent(2);
-    writer.writeStartDocument();
-    writer.writeStartElement(QStringLiteral("site"));
     QList<cSiteEntry> entries = m_entries;
     if (!m_hasEntry)
         entries.append(m_entry);
-    for (const cSiteEntry& entry : qAsConst(entries)) {
-        writer.writeEmptyElement(QStringLiteral("repository"));
-        writer.writeAttribute(QStringLiteral("config"), entry.config);
-        writer.writeAttribute(QStringLiteral("status"), entry.status);
-        writer.writeAttribute(QStringLiteral("platform"), entry.platform);
-        writer.writeAttribute(QStringLiteral("update"), entry.update);
-        writer.writeAttribute(QStringLiteral("content"), entry.content);
-    }
-    writer.writeEndDocument();
-    return xml;
+    return cCatalogueWriter::site(entries);
 }
 
 bool cSiteState::fail(const QString& reason)

@@ -1,14 +1,38 @@
 #pragma once
 
 #include "config/cFeatureCatalogue.h"
-#include "config/cRuntimeEntry.h"
-#include "config/cSiteEntry.h"
 
 #include <QtCore/QByteArray>
 #include <QtCore/QList>
+#include <QtCore/QMap>
 #include <QtCore/QString>
+#include <QtCore/QStringList>
 
-struct cSiteAddition;
+#include <optional>
+
+/// What somebody wants to be published: a version of a feature with its packages, a runtime, or both.
+struct cSiteAddition
+{
+    QString site; ///< Folder of the site.
+
+    QString feature; ///< Empty when there is none.
+    QString featureVersion;
+    QStringList packages;                    ///< Paths of the feature's packages.
+    QMap<QString, QString> displayNames;     ///< Language to text; those of the version before stay unless named here.
+    std::optional<QStringList> dependencies; ///< Those of the version before unless given.
+    QMap<QString, QString> shared;           ///< Other features that take the same plugins, with their new versions.
+
+    QString repository;        ///< Empty: the one that the site has, or "main".
+    QString repositoryVersion; ///< Empty: one more than before.
+    QString status;
+    std::optional<QString> content; ///< Path of the repository within the site.
+    QString coreVersion;            ///< Empty: as before.
+
+    QString runtime; ///< Path of a setup program; empty when there is none.
+    QString runtimeVersion;
+
+    bool mayReplace = false; ///< A published version may change.
+};
 
 /// A site's folder as it stands: its description, and the one repository that is to be changed.
 class cSiteState
@@ -25,7 +49,6 @@ public:
     bool hasEntry() const { return m_hasEntry; }
 
     const cFeatureCatalogue& catalogue() const { return m_catalogue; }
-    const QList<cRuntimeEntry>& runtimes() const { return m_runtimes; }
 
     /// The repository's description as it stands; empty when there is none.
     QByteArray repositoryXml() const { return m_repositoryXml; }
@@ -49,7 +72,6 @@ private:
     cSiteEntry m_entry;
     bool m_hasEntry = false;
     cFeatureCatalogue m_catalogue;
-    QList<cRuntimeEntry> m_runtimes;
     QByteArray m_repositoryXml;
     QString m_errorString;
 };

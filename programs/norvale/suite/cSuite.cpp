@@ -21,14 +21,14 @@ QSet<QString> namesOf(const QVector<QSharedPointer<cFeaturePlugin>>& plugins)
 
 } // namespace
 
-void cSuite::addManifest(const cFeaturePlugin& plugin, const cManifest& manifest)
+void cSuite::addManifest(const cPluginId& plugin, const cManifest& manifest)
 {
-    m_manifests.insert(plugin.identity(), manifest);
+    m_manifests.insert(plugin, manifest);
 }
 
-const cManifest* cSuite::manifestOf(const cFeaturePlugin& plugin) const
+const cManifest* cSuite::manifestOf(const cPluginId& plugin) const
 {
-    const auto it = m_manifests.constFind(plugin.identity());
+    const auto it = m_manifests.constFind(plugin);
     return it == m_manifests.constEnd() ? nullptr : &*it;
 }
 
@@ -48,7 +48,7 @@ void cSuite::check(const QString& file, cFindings& findings) const
     checkServices(file, findings);
 }
 
-QStringList cSuite::dependenciesOf(const cFeaturePlugin& plugin) const
+QStringList cSuite::dependenciesOf(const cPluginId& plugin) const
 {
     QStringList names;
     if (const cManifest* const manifest = manifestOf(plugin))
@@ -62,11 +62,11 @@ void cSuite::checkDependencies(const QString& file, cFindings& findings) const
     const QVector<QSharedPointer<cFeaturePlugin>> all = plugins();
     const QSet<QString> names = namesOf(all);
     for (const QSharedPointer<cFeaturePlugin>& plugin : all)
-        for (const QString& name : dependenciesOf(*plugin))
+        for (const QString& name : dependenciesOf(plugin->id()))
             if (!names.contains(name))
                 findings.add(Rule::SuiteDependencyMissing, file,
                              QStringLiteral("%1 depends on %2, which no feature has: the suite does not start")
-                                 .arg(plugin->identity(), name));
+                                 .arg(plugin->id().toString(), name));
 }
 
 void cSuite::checkReach(const QString& file, cFindings& findings) const
@@ -77,7 +77,7 @@ void cSuite::checkReach(const QString& file, cFindings& findings) const
         const QSet<QString> own = namesOf(feature->plugins());
         std::optional<QSet<QString>> further; // found out only where it is asked for
         for (const QSharedPointer<cFeaturePlugin>& plugin : feature->plugins()) {
-            for (const QString& name : dependenciesOf(*plugin)) {
+            for (const QString& name : dependenciesOf(plugin->id())) {
                 if (own.contains(name) || inCore.contains(name))
                     continue;
                 if (!further)
@@ -86,7 +86,7 @@ void cSuite::checkReach(const QString& file, cFindings& findings) const
                     findings.add(
                         Rule::SuiteDependencyOutside, file,
                         QStringLiteral("%1 of feature %2 depends on %3, which is in no feature that %2 depends on")
-                            .arg(plugin->identity(), feature->name(), name));
+                            .arg(plugin->id().toString(), feature->name(), name));
             }
         }
     }
@@ -117,7 +117,7 @@ void cSuite::checkCircles(const QString& file, cFindings& findings) const
     cDependencyOrder order;
     for (const QSharedPointer<cFeaturePlugin>& plugin : all) {
         QStringList present;
-        for (const QString& name : dependenciesOf(*plugin))
+        for (const QString& name : dependenciesOf(plugin->id()))
             if (names.contains(name))
                 present.append(name);
         order.addRecord(plugin->name(), present);
@@ -131,7 +131,7 @@ void cSuite::checkServices(const QString& file, cFindings& findings) const
 {
     QHash<QString, QString> owners;
     for (const QSharedPointer<cFeaturePlugin>& plugin : plugins()) {
-        const cManifest* const manifest = manifestOf(*plugin);
+        const cManifest* const manifest = manifestOf(plugin->id());
         for (const QString& service : manifest ? manifest->services : QStringList()) {
             const QString owner = owners.value(service);
             if (owner.isEmpty())

@@ -20,10 +20,10 @@ public:
     const cFeatureCatalogue& catalogue() const { return m_catalogue; }
     cFeatureCatalogue& catalogue() { return m_catalogue; }
 
-    void addManifest(const cFeaturePlugin& plugin, const cManifest& manifest);
+    void addManifest(const cPluginId& plugin, const cManifest& manifest);
 
     /// Null when there is none.
-    const cManifest* manifestOf(const cFeaturePlugin& plugin) const;
+    const cManifest* manifestOf(const cPluginId& plugin) const;
 
     /// The plugins that the catalogue publishes, one of each name, in the order of publication.
     QVector<QSharedPointer<cFeaturePlugin>> plugins() const;
@@ -41,10 +41,10 @@ private:
     void checkCircles(const QString& file, cFindings& findings) const;
     void checkServices(const QString& file, cFindings& findings) const;
     /// Names, as the manifest gives them without their numbers.
-    QStringList dependenciesOf(const cFeaturePlugin& plugin) const;
+    QStringList dependenciesOf(const cPluginId& plugin) const;
     /// The names of the plugins of all features that @p feature depends on, directly or not.
     QSet<QString> pluginsBehind(const cFeatureInstance& feature) const;
 
     cFeatureCatalogue m_catalogue;
-    QHash<QString, cManifest> m_manifests; // by NAME-VERSION
+    QHash<cPluginId, cManifest> m_manifests;
 };

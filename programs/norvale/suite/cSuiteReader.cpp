@@ -1,7 +1,6 @@
 #include "suite/cSuiteReader.h"
 
 #include "config/cCatalogueReader.h"
-#include "version/SafeName.h"
 #include "lint/InputFile.h"
 #include "lint/PackageManifest.h"
 #include "lint/cManifestLint.h"
@@ -46,17 +45,18 @@ bool cSuiteReader::read(const QString& path, cSuite& suite)
 void cSuiteReader::readInstalled(const QString& folder, const QString& catalogue, cSuite& suite)
 {
     for (const QSharedPointer<cFeaturePlugin>& plugin : suite.plugins()) {
-        const QString path = QDir(folder).filePath(plugin->identity() + QStringLiteral("/Manifest.xml"));
+        const cPluginId& id = plugin->id();
+        const QString path = QDir(folder).filePath(id.toString() + QStringLiteral("/Manifest.xml"));
         QByteArray xml;
-        if (!isSafeFileName(plugin->identity()) || !QFileInfo(path).isFile()) {
+        if (!id.isSafe() || !QFileInfo(path).isFile()) {
             m_findings.add(Rule::SuitePluginMissing, catalogue,
-                           QStringLiteral("%1 has no manifest at %2").arg(plugin->identity(), path));
+                           QStringLiteral("%1 has no manifest at %2").arg(id.toString(), path));
             continue;
         }
         if (!readInputFile(path, LargestDocument, &xml, m_findings))
             continue;
         if (const auto manifest = cManifestLint::read(xml, path))
-            suite.addManifest(*plugin, *manifest);
+            suite.addManifest(plugin->id(), *manifest);
     }
 }
 
@@ -68,15 +68,15 @@ void cSuiteReader::readPackages(const QString& folder, cSuite& suite)
             continue;
         const cZipArchive package(path);
         if (const auto manifest = cManifestLint::read(packageManifest(package), path))
-            suite.addManifest(*plugin, *manifest);
+            suite.addManifest(plugin->id(), *manifest);
     }
 }
 
 QString cSuiteReader::packageOf(const cFeaturePlugin& plugin, const QString& folder)
 {
     QStringList paths;
-    if (isSafeFileName(plugin.packageFileName()))
-        paths.append(plugin.packageFileName());
+    if (plugin.id().isSafe())
+        paths.append(plugin.id().packageFileName());
     for (const cFeatureSource& source : plugin.sources())
         paths.append(source.source);
     for (const QString& path : paths) {
