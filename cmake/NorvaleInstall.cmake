@@ -32,5 +32,5 @@ configure_package_config_file("${PROJECT_SOURCE_DIR}/cmake/NorvaleConfig.cmake.i
 write_basic_package_version_file("${PROJECT_BINARY_DIR}/package/NorvaleConfigVersion.cmake" COMPATIBILITY SameMajorVersion)
 install(FILES
     "${PROJECT_BINARY_DIR}/package/NorvaleConfig.cmake" "${PROJECT_BINARY_DIR}/package/NorvaleConfigVersion.cmake"
-    "${PROJECT_SOURCE_DIR}/cmake/NorvalePlugin.cmake" "${PROJECT_SOURCE_DIR}/cmake/NorvaleManifest.cmake"
+    "${PROJECT_SOURCE_DIR}/cmake/NorvalePlugin.cmake" "${PROJECT_SOURCE_DIR}/cmake/Manifest.xml.in"
     DESTINATION "${package_dir}")

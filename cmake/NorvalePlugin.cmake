@@ -8,7 +8,10 @@
 #
 # The root is DESTINATION, else the variable NORVALE_SUITE_DIR, else "suite" in the build folder.
 cmake_policy(VERSION 3.16)
-include("${CMAKE_CURRENT_LIST_DIR}/NorvaleManifest.cmake")
+
+# What norvale_add_plugin fills in; kept where it is found from every folder of a project.
+set(NORVALE_MANIFEST_TEMPLATE "${CMAKE_CURRENT_LIST_DIR}/Manifest.xml.in" CACHE INTERNAL "")
+set(NORVALE_NATIVE_TOOL "" CACHE FILEPATH "The program norvale for this machine, which lints manifests, where it is not that of the package")
 
 # _norvale_suite_root(OUT [ROOT]): the absolute root of the suite that is laid out.
 function(_norvale_suite_root out)
@@ -23,6 +26,74 @@ function(_norvale_suite_root out)
     set(${out} "${root}" PARENT_SCOPE)
 endfunction()
 
+# _norvale_canonical_version(OUT TEXT): TEXT in the form that names plugin folders, 1.2.3 as 1.02.003; empty when TEXT is
+# no version of one to three numbers.
+function(_norvale_canonical_version out text)
+    set(${out} "" PARENT_SCOPE)
+    if(NOT text MATCHES "^([0-9]+)(\\.([0-9]+))?(\\.([0-9]+))?$")
+        return()
+    endif()
+    set(parts "${CMAKE_MATCH_1}" "0${CMAKE_MATCH_3}" "0${CMAKE_MATCH_5}")
+    list(TRANSFORM parts REPLACE "^0*([0-9]+)$" "\\1")
+    list(GET parts 0 major)
+    list(GET parts 1 minor)
+    list(GET parts 2 build)
+    if(minor LESS 10)
+        set(minor "0${minor}")
+    endif()
+    if(build LESS 10)
+        set(build "00${build}")
+    elseif(build LESS 100)
+        set(build "0${build}")
+    endif()
+    set(${out} "${major}.${minor}.${build}" PARENT_SCOPE)
+endfunction()
+
+# _norvale_xml_escape(OUT TEXT): TEXT as element text or attribute value.
+function(_norvale_xml_escape out text)
+    string(REPLACE "&" "&amp;" text "${text}")
+    string(REPLACE "<" "&lt;" text "${text}")
+    string(REPLACE ">" "&gt;" text "${text}")
+    string(REPLACE "\"" "&quot;" text "${text}")
+    set(${out} "${text}" PARENT_SCOPE)
+endfunction()
+
+# _norvale_elements(OUT LIST TAG TEXT...): <LIST> with one <TAG> for each text; nothing without a text.
+function(_norvale_elements out list tag)
+    set(xml "")
+    if(ARGN)
+        foreach(text IN LISTS ARGN)
+            _norvale_xml_escape(text "${text}")
+            string(APPEND xml "      <${tag}>${text}</${tag}>\n")
+        endforeach()
+        set(xml "    <${list}>\n${xml}    </${list}>\n")
+    endif()
+    set(${out} "${xml}" PARENT_SCOPE)
+endfunction()
+
+# _norvale_lint(OUT ARGUMENT...): what add_custom_command needs to run `norvale lint` with these arguments, and again when
+# that program changes. Empty where there is no program that runs on this machine, which is said once.
+function(_norvale_lint out)
+    set(tool "${NORVALE_NATIVE_TOOL}")
+    if(NOT tool AND NOT CMAKE_CROSSCOMPILING)
+        foreach(target norvale_tool Norvale::tool)
+            if(TARGET ${target})
+                set(tool "$<TARGET_FILE:${target}>")
+            endif()
+        endforeach()
+    endif()
+    if(tool)
+        set(${out} COMMAND "${tool}" lint ${ARGN} DEPENDS "${tool}" PARENT_SCOPE)
+        return()
+    endif()
+    set(${out} "" PARENT_SCOPE)
+    get_property(is_told GLOBAL PROPERTY NORVALE_IS_LINT_LEFT_OUT)
+    if(NOT is_told)
+        message(STATUS "Manifests are not linted: there is no norvale for this machine; NORVALE_NATIVE_TOOL can name one")
+        set_property(GLOBAL PROPERTY NORVALE_IS_LINT_LEFT_OUT TRUE)
+    endif()
+endfunction()
+
 # norvale_add_plugin(NAME name VERSION version SOURCES file...
 #     [MANIFEST file | [AUTOLOAD] [CATEGORY category] [API_VERSION n] [PARAMS json]
 #                      [DEPENDENCIES plugin...] [SERVICES service...]]
@@ -32,8 +103,10 @@ endfunction()
 # compiled translations (ts/) and the FILES. Its target, which can be given further properties, is named `name`; one of
 # that name in a further suite of the build, such as the next release, is named <name of the root>_<name>.
 #
-#   MANIFEST      a manifest of your own. It is held against the other arguments, and a fault stops the configuration.
-#                 Without it one is written from the arguments of the second line.
+# The build lints the manifest: an error, such as one that would keep the suite from starting, ends it with file and line.
+#
+#   MANIFEST      a manifest of your own, for the NAME, VERSION and FUNCTION given here. Without it one is written from
+#                 the arguments of the second line.
 #   AUTOLOAD      the plugin is loaded at every start; CATEGORY: when the host asks for this load category. With neither,
 #                 it is loaded when somebody needs it or a service of it.
 #   API_VERSION   the number of the plugin's own interface.
@@ -57,14 +130,13 @@ function(norvale_add_plugin)
     set_target_properties(${target} PROPERTIES
         PREFIX "" DEBUG_POSTFIX "" OUTPUT_NAME "${arg_NAME}" LIBRARY_OUTPUT_DIRECTORY "${folder}$<1:>"
         AUTOMOC ON CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON
-        NORVALE_VERSION "${version}")
+        NORVALE_VERSION "${version}" NORVALE_SERVICES "${arg_SERVICES}")
     _norvale_plugin_manifest()
     _norvale_plugin_translations()
     foreach(file IN LISTS arg_FILES)
         get_filename_component(name "${file}" NAME)
         _norvale_plugin_file("${file}" "${name}")
     endforeach()
-    set_target_properties(${target} PROPERTIES NORVALE_SERVICES "${services}")
 endfunction()
 
 # The steps of norvale_add_plugin, in its scope.
@@ -110,34 +182,47 @@ macro(_norvale_plugin_target)
     set_property(GLOBAL APPEND PROPERTY NORVALE_PLUGINS ${target})
 endmacro()
 
-# Writes the manifest or takes the given one; either is checked, so that both fail with the same words.
+# Writes the manifest or takes the given one, and lints it before it comes into the plugin's folder.
 macro(_norvale_plugin_manifest)
-    set(identity NAME "${arg_NAME}" VERSION "${version}" FILENAME "${arg_NAME}" FUNCTION "${arg_FUNCTION}")
     if(arg_MANIFEST)
-        get_filename_component(manifest "${arg_MANIFEST}" ABSOLUTE)
-        set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${manifest}")
+        set(manifest "${arg_MANIFEST}")
     else()
-        set(manifest "${CMAKE_CURRENT_BINARY_DIR}/${arg_NAME}.manifest/Manifest.xml")
-        set(options "")
-        if(arg_AUTOLOAD)
-            set(options AUTOLOAD)
-        endif()
-        norvale_write_manifest("${manifest}" ${identity} ${options} CATEGORY "${arg_CATEGORY}"
-            API_VERSION "${arg_API_VERSION}" PARAMS "${arg_PARAMS}" DEPENDENCIES ${arg_DEPENDENCIES} SERVICES ${arg_SERVICES})
+        set(manifest "${CMAKE_CURRENT_BINARY_DIR}/${target}.manifest/Manifest.xml")
+        _norvale_write_manifest("${manifest}")
     endif()
-    norvale_check_manifest(faults "${manifest}" ${identity})
-    if(faults)
-        string(REPLACE ";" "\n  ${manifest}:" faults "${faults}")
-        message(FATAL_ERROR "norvale_add_plugin(${arg_NAME}):\n  ${manifest}:${faults}")
-    endif()
-    set(services "${faults_SERVICES}")
-    _norvale_plugin_file("${manifest}" Manifest.xml)
+    get_filename_component(manifest "${manifest}" ABSOLUTE)
+    _norvale_lint(lint --quiet --plugin "${arg_NAME}-${version}" --function "${arg_FUNCTION}" "${manifest}")
+    _norvale_plugin_file("${manifest}" Manifest.xml ${lint})
 endmacro()
 
-# Copies a file into the plugin's folder when the plugin is built and whenever the file has changed.
+macro(_norvale_write_manifest file)
+    get_target_property(runtime_api Norvale::Norvale NORVALE_RUNTIME_API_VERSION)
+    set(attributes "")
+    if(arg_AUTOLOAD)
+        string(APPEND attributes " autoload=\"true\"")
+    endif()
+    if(arg_CATEGORY)
+        _norvale_xml_escape(category "${arg_CATEGORY}")
+        string(APPEND attributes " load_category=\"${category}\"")
+    endif()
+    if(arg_API_VERSION)
+        string(APPEND attributes " api_version=\"${arg_API_VERSION}\"")
+    endif()
+    set(params "")
+    if(arg_PARAMS)
+        _norvale_xml_escape(params "${arg_PARAMS}")
+        set(params "      <params>${params}</params>\n")
+    endif()
+    _norvale_elements(dependencies dependencies dependency ${arg_DEPENDENCIES})
+    _norvale_elements(services services service ${arg_SERVICES})
+    configure_file("${NORVALE_MANIFEST_TEMPLATE}" "${file}" @ONLY)
+endmacro()
+
+# Copies a file into the plugin's folder when the plugin is built and whenever the file has changed. What else is given
+# belongs to the same build step, and comes before.
 macro(_norvale_plugin_file from to)
     get_filename_component(source "${from}" ABSOLUTE)
-    add_custom_command(OUTPUT "${folder}/${to}"
+    add_custom_command(OUTPUT "${folder}/${to}" ${ARGN}
         COMMAND ${CMAKE_COMMAND} -E copy "${source}" "${folder}/${to}"
         DEPENDS "${source}" COMMENT "${arg_NAME}: ${to}" VERBATIM)
     target_sources(${target} PRIVATE "${folder}/${to}")

@@ -14,6 +14,7 @@ function(norvale_target_defaults target)
     if(NORVALE_SANITIZE)
         target_compile_options(${target} PRIVATE -fsanitize=${NORVALE_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
         target_link_options(${target} PUBLIC -fsanitize=${NORVALE_SANITIZE})
+        target_compile_definitions(${target} PRIVATE QT_FORCE_ASSERTS)
     endif()
 endfunction()
 

@@ -30,6 +30,11 @@ public:
     {
         m_goals.push_back({std::move(name), target, false, [=](const Goals& g) { return g.ratio(over, under); }});
     }
+    /// No goal, only told: `time(over) / time(under)`, where the first does more of the same work.
+    void growth(std::string name, std::string over, std::string under)
+    {
+        m_growths.push_back({std::move(name), std::move(over), std::move(under)});
+    }
     /// A goal over anything else that was measured in this run, such as memory.
     void custom(std::string name, double target, bool isAtLeast, std::function<double(const Goals&)> value)
     {
@@ -62,9 +67,11 @@ public:
         ConsoleReporter::ReportRuns(runs);
     }
 
-    /// Prints one line for each goal. @return true when all are held.
+    /// Prints one line for each growth and each goal. @return true when all are held.
     bool print() const
     {
+        for (const Growth& growth : m_growths)
+            std::printf("GROWTH %s %.2f\n", growth.name.c_str(), ratio(growth.over, growth.under));
         bool all = true;
         for (const Goal& goal : m_goals) {
             const double value = goal.value(*this);
@@ -86,6 +93,13 @@ private:
         std::function<double(const Goals&)> value;
     };
 
+    struct Growth
+    {
+        std::string name;
+        std::string over;
+        std::string under;
+    };
+
     /// Google Benchmark appends settings such as "/repeats:5" or "/real_time" to the name that was registered.
     static std::string plainName(std::string name)
     {
@@ -99,6 +113,7 @@ private:
     }
 
     std::vector<Goal> m_goals;
+    std::vector<Growth> m_growths;
     std::map<std::string, std::vector<double>> m_times;
 };
 

@@ -4,7 +4,6 @@
 #include "plugins/cDependencyOrder.h"
 #include "plugins/cManifest.h"
 #include "plugins/cManifestReader.h"
-#include "plugins/cPluginInstance.h"
 #include "plugins/cVariableExpander.h"
 
 #include <cstdint>
@@ -65,10 +64,10 @@ void checkPlainWay(const QByteArray& bytes)
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     const QByteArray bytes(reinterpret_cast<const char*>(data), int(size));
-    cPluginInstance plugin(QStringLiteral("$(PluginDir)"), cVersion(QStringLiteral("1.2.3")));
-    plugin.setFolder(QStringLiteral("/suite/$(PluginName)"));
+    const cPluginId plugin(QStringLiteral("$(PluginDir)"), cVersion(QStringLiteral("1.2.3")));
+    const QString folder = QStringLiteral("/suite/$(PluginName)");
     cManifest manifest;
-    cManifestReader reader(plugin, manifest);
+    cManifestReader reader(plugin, folder, manifest);
     const bool isRead = reader.read(bytes, QStringLiteral("Manifest.xml"));
     require(isRead == reader.errorString().isEmpty());
     checkManifest(manifest);
@@ -76,7 +75,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     checkPlainWay(bytes);
 
     const QString text = QString::fromLatin1(bytes);
-    const QString expanded = plugin.expandVariables(text);
+    const QString expanded = cVariableExpander(plugin, folder).expand(text);
     require(expanded.size() <= text.size() + cVariableExpander::MaxGrowth);
     return 0;
 }

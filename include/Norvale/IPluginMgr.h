@@ -37,6 +37,25 @@ struct cPluginInfo
 };
 
 /**
+ * How a start of the plugins went; a value that may be copied and kept.
+ */
+struct cStartOutcome
+{
+    /// How far the start came.
+    enum Result {
+        NotStarted,      ///< There has been no start, or it is under way.
+        Started,         ///< The suite came up. Single plugins may have failed, which does not make a start fail.
+        NotPublished,    ///< What is installed cannot be read, or cannot be published.
+        NoCore,          ///< The feature "Core" is not among what is installed.
+        ManifestsFaulty, ///< A manifest is faulty, has another runtime API version, or declares a service of another.
+        NotOrdered       ///< A dependency is absent or part of a circle: the process is about to end.
+    };
+
+    Result result = NotStarted; ///< How far the start came.
+    QStringList reasons;        ///< Why it came no further, as logged, in this order; empty after Started.
+};
+
+/**
  * Is told when the plugin manager begins and ends one of its longer steps; a host makes its start-up trace from it.
  *
  * The host makes and owns the observer and registers it with IPluginMgr::setObserver(). All calls come from the
@@ -90,7 +109,8 @@ public:
  * emit DoLoad() and DoLoadByService(), with a null result pointer: the signals are connected automatically, so they
  * arrive as queued calls. Until StartNormal() has come as far as the connections, the signals do nothing.
  *
- * No function tells its failures by more than its result; the reason is logged, once, to the channel "PluginMgr".
+ * No function tells its failures by more than its result; the reason is logged, once, to the channel "PluginMgr". Those
+ * of a start are kept for lastOutcome(), too.
  *
  * The order of the virtual functions, and of the signals and slots in the meta-object, is fixed.
  */
@@ -247,6 +267,14 @@ public:
      * @param observer not owned; must live until it is replaced. Null, which is the default, costs nothing.
      */
     virtual void setObserver(IPluginObserver* observer) = 0;
+
+    /**
+     * How the last StartNormal() went: a host tells the ends of its start apart by it.
+     *
+     * @return NotStarted before the first start has ended. A message handler that is told of the fatal message of a set
+     *         that cannot be ordered is answered NotOrdered.
+     */
+    virtual cStartOutcome lastOutcome() const = 0;
 
 protected:
     /// Makes this object the process's plugin manager and registers `bool*` with the meta-type system.

@@ -1,6 +1,6 @@
 #include "SuiteReport.h"
 
-#include "cTextTable.h"
+#include "common/Terminal.h"
 
 #include <Norvale/Corvane.h>
 #include <Norvale/IConfigMgr.h>

@@ -1,12 +1,10 @@
 #include "cHostRun.h"
 
-#include "FatalEnd.h"
-#include "cHostHandler.h"
-#include "cHostService.h"
-#include "cStopSignals.h"
-#include "terminal/Terminal.h"
-#include "updates/cChangeLock.h"
-#include "updates/cInstallReport.h"
+#include "Diagnostics.h"
+#include "HostInterface.h"
+#include "common/System.h"
+#include "common/Terminal.h"
+#include "updates/UpdateSession.h"
 #include "wire/cHostAddress.h"
 
 #include <Norvale/Corvane.h>
@@ -48,12 +46,12 @@ bool isCoreMissing()
 cHostRun::cHostRun(const QStringList& categories, const QString& tracePath)
     : m_categories(categories), m_tracePath(tracePath)
 {
-    FatalEnd::setLastAct([this] { writeTrace(); });
+    Diagnostics::setLastAct([this] { writeTrace(); });
 }
 
 cHostRun::~cHostRun()
 {
-    FatalEnd::setLastAct({});
+    Diagnostics::setLastAct({});
 }
 
 ExitCode cHostRun::run()
@@ -93,19 +91,17 @@ void cHostRun::stopOn(Sender* sender, Signal signal)
 
 ExitCode cHostRun::takeAddress()
 {
-    Corvane::initializeFolderOrFile();
-    const QString folder = Corvane::velmiraFolderOrFile(Corvane::CoreFolder);
-    switch (m_server.listen(cHostAddress::ofInstallation(folder))) {
+    switch (m_server.listen(cHostAddress::ofThisInstallation())) {
     case cHostServer::Listening:
         return ExitCode::Ok;
     case cHostServer::HostIsAlive:
-        Terminal::reason(QStringLiteral("another host of %1 is running: %2").arg(folder, m_server.errorString()));
-        return ExitCode::HostRunning;
+        return endWith(ExitCode::HostRunning,
+                       QStringLiteral("another host of %1 is running: %2")
+                           .arg(Corvane::velmiraFolderOrFile(Corvane::CoreFolder), m_server.errorString()));
     case cHostServer::Failed:
         break;
     }
-    Terminal::reason(m_server.errorString());
-    return ExitCode::SocketFailed;
+    return endWith(ExitCode::SocketFailed, m_server.errorString());
 }
 
 ExitCode cHostRun::initialise()
@@ -114,10 +110,8 @@ ExitCode cHostRun::initialise()
     m_trace.begin(QStringLiteral("initialise"));
     const bool ok = Corvane::initialize();
     m_trace.end(ok);
-    if (!ok) {
-        Terminal::reason(QStringLiteral("the framework could not be initialised"));
-        return ExitCode::InitialiseFailed;
-    }
+    if (!ok)
+        return endWith(ExitCode::InitialiseFailed, QStringLiteral("the framework could not be initialised"));
     if (!m_tracePath.isEmpty())
         IPluginMgr::instance()->setObserver(&m_trace);
     m_service = std::make_unique<cHostService>(&m_server);
@@ -155,25 +149,24 @@ ExitCode cHostRun::start()
         return ExitCode::Ok;
     IPluginMgr::instance()->setObserver(nullptr);
     if (isCoreMissing()) {
-        Terminal::reason(QStringLiteral("the feature \"Core\" is not installed in %1")
-                             .arg(Corvane::velmiraFolderOrFile(Corvane::CoreFolder)));
-        return ExitCode::NoCore;
+        return endWith(ExitCode::NoCore, QStringLiteral("the feature \"Core\" is not installed in %1")
+                                             .arg(Corvane::velmiraFolderOrFile(Corvane::CoreFolder)));
     }
-    Terminal::reason(QStringLiteral("the suite could not be started; the log lines above tell why"));
-    return ExitCode::StartFailed;
+    return endWith(ExitCode::StartFailed,
+                   QStringLiteral("the suite could not be started; the log lines above tell why"));
 }
 
 ExitCode cHostRun::serve()
 {
     const int loopCode = m_isStopRequested ? 0 : QCoreApplication::exec();
     if (loopCode != 0) {
-        Terminal::reason(QStringLiteral("a plugin ended the event loop with the code %1").arg(loopCode));
-        return ExitCode::LoopEnded;
+        return endWith(ExitCode::LoopEnded,
+                       QStringLiteral("a plugin ended the event loop with the code %1").arg(loopCode));
     }
     if (!isRestartRequested())
         return ExitCode::Ok;
-    Terminal::reason(QStringLiteral("the suite asks to be set up anew with %1").arg(Corvane::restartSetupFilename()));
-    return ExitCode::Restart;
+    return endWith(ExitCode::Restart,
+                   QStringLiteral("the suite asks to be set up anew with %1").arg(Corvane::restartSetupFilename()));
 }
 
 void cHostRun::stop()

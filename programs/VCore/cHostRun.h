@@ -1,7 +1,7 @@
 #pragma once
 
-#include "ExitCode.h"
 #include "cTraceWriter.h"
+#include "common/ExitCode.h"
 #include "wire/cHostServer.h"
 
 #include <QtCore/QStringList>
@@ -41,7 +41,7 @@ private:
     const QString m_tracePath;
     cTraceWriter m_trace;
     cHostServer m_server;
-    bool m_isStopRequested = false; ///< remembered, since a request during the start finds no loop that it could end
+    bool m_isStopRequested = false; // remembered, since a request during the start finds no loop that it could end
     std::unique_ptr<cStopSignals> m_stopSignals;
     std::unique_ptr<cHostService> m_service;
     std::unique_ptr<cHostHandler> m_handler;

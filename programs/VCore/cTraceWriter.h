@@ -36,8 +36,8 @@ private:
         QString name;
         QString category;
         QString plugin;
-        qint64 begin; ///< nanoseconds since the writer was made
-        qint64 end;   ///< the same; negative while the span is open
+        qint64 begin; // nanoseconds since the writer was made
+        qint64 end;   // the same; negative while the span is open
         bool ok;
     };
 
@@ -46,5 +46,5 @@ private:
 
     QElapsedTimer m_clock;
     QVector<Record> m_records;
-    QVector<int> m_open; ///< indices of the open records, the innermost last
+    QVector<int> m_open; // indices of the open records, the innermost last
 };

@@ -1,5 +1,6 @@
-#include "FatalEnd.h"
-#include "cCommandLine.h"
+#include "Diagnostics.h"
+#include "commands/Commands.h"
+#include "common/cProgram.h"
 
 #include <QtCore/QCoreApplication>
 
@@ -9,6 +10,10 @@ int main(int argc, char** argv)
     QCoreApplication::setOrganizationName(QStringLiteral("Varkel"));
     QCoreApplication::setApplicationName(QStringLiteral("VCore"));
     QCoreApplication::setApplicationVersion(QStringLiteral(VCORE_VERSION));
-    FatalEnd::install();
-    return int(cCommandLine().run(QCoreApplication::arguments()));
+    Diagnostics::catchFatalMessages();
+    cProgram program("Runs the plugin-based suite, speaks to the host that runs it, and keeps it up to date.");
+    addHostCommands(program);
+    addUpdateCommands(program);
+    addInstallCommands(program);
+    return int(program.run(QCoreApplication::arguments()));
 }

@@ -98,19 +98,22 @@ bool cConfigurationMgr::saveFeatures(const QVector<QSharedPointer<cFeatureInstan
 bool cConfigurationMgr::publishInstalledPlugins()
 {
     // A features file that cannot be loaded leaves an empty catalogue, which is published like any other.
-    if (m_installed.isEmpty())
-        (void)loadFeatures();
+    m_publicationError.clear();
+    const QString path = Corvane::velmiraFolderOrFile(Corvane::FeaturesFile);
+    if (m_installed.isEmpty() && !loadFeatures() && QFile::exists(path))
+        m_publicationError = path + QLatin1Char(' ') + m_reportedFault;
     cPublication publication;
     for (const QSharedPointer<cFeatureInstance>& feature : m_installed.features()) {
         if (!publication.add(*feature)) {
-            m_log.error() << "Installed plugins are not published:" << publication.errorString() << Qt::endl;
+            m_publicationError = publication.errorString();
+            m_log.error() << "Installed plugins are not published:" << m_publicationError << Qt::endl;
             return false;
         }
     }
     m_plugins.clearAllowed();
     const QVector<QSharedPointer<cFeaturePlugin>> plugins = publication.plugins();
     for (const QSharedPointer<cFeaturePlugin>& plugin : plugins)
-        m_plugins.registerPlugin(plugin->name(), plugin->version());
+        m_plugins.registerPlugin(plugin->id());
     return true;
 }
 

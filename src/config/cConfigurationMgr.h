@@ -1,7 +1,7 @@
 #pragma once
 
 #include "config/cFeatureCatalogue.h"
-#include "plugins/IInstalledPlugins.h"
+#include "plugins/cPluginSuite.h"
 
 #include <Norvale/IConfigMgr.h>
 #include <Norvale/cJsonValue.h>
@@ -53,6 +53,7 @@ public:
 
     bool publishInstalledPlugins() override;
     bool isFeatureInstalled(const QString& name) const override;
+    QString publicationError() const override { return m_publicationError; }
 
     /// What `IConfigMgr::installedFeatures` answers.
     QList<cFeatureInfo> installedFeatures() const;
@@ -99,4 +100,5 @@ private:
     bool m_isCancelled = false;      // since the last update began
     cUpdateApply* m_apply = nullptr; // the fetching under way; null between
     QString m_reportedFault;         // of the last load; empty when it succeeded
+    QString m_publicationError;      // of the last publication; empty when it names all that is installed
 };

@@ -1,25 +1,13 @@
 #pragma once
 
-#include <QtCore/QByteArray>
-#include <QtCore/QCryptographicHash>
-#include <QtCore/QElapsedTimer>
-#include <QtCore/QObject>
-#include <QtCore/QPointer>
-#include <QtCore/QUrl>
-#include <QtNetwork/QNetworkReply>
-
-class QIODevice;
-class QNetworkAccessManager;
+#include "config/cTransfer.h"
 
 /**
- * Fetches one URL after the other and waits for it: HTTP, HTTPS or a local file, into memory or into a device. Every
- * byte goes through a SHA-1 digest; nothing is compared with it here. An answer shorter than the length it promises
- * fails; one without a length ends with its connection, so that only the digest or the content tells whether it is
- * whole.
+ * Fetches one URL after the other, each as a `cTransfer`, and waits for it.
  *
  * A transfer blocks its caller and serves the thread's event loop meanwhile. What those events run may cancel the
- * transfer, destroy the device or the downloader itself, or ask for another transfer, which is refused. Redirects are
- * followed unless they lead from HTTPS to HTTP. Lives on the thread that uses it.
+ * transfer, destroy the device or the downloader itself, or ask for another transfer, which is refused. Lives on the
+ * thread that uses it.
  */
 class cDownloader : public QObject
 {
@@ -31,83 +19,48 @@ public:
 
     /// Fetches into memory: `data()` has the bytes. @return whether the transfer succeeded; if not, `error()` and
     /// `errorString()` say why. A call while a transfer waits is false, is logged and leaves that transfer alone.
-    [[nodiscard]] bool download(const QUrl& url);
+    [[nodiscard]] bool download(const QUrl& url) { return run(url, std::nullopt); }
 
-    /// Fetches into @p device, which is open for writing and stays the caller's; bytes are written as they arrive, so
-    /// after a failure a part may have been written. `data()` has only what was unread when the transfer ended, or all
-    /// of a local file. Otherwise as the download into memory.
-    [[nodiscard]] bool download(const QUrl& url, QIODevice* device);
+    /// Fetches into @p device, as `cTransfer` describes it. Otherwise as the download into memory.
+    [[nodiscard]] bool download(const QUrl& url, QIODevice* device) { return run(url, device); }
 
-    QByteArray data() const { return m_data; }
+    // Of the present or the last transfer, as `cTransfer` describes them.
 
-    /// The SHA-1 of what was received, as raw bytes.
-    QByteArray digestResult() const { return m_digest.result(); }
+    QByteArray data() const { return m_transfer->data(); }
+    /// As the transfer's, but what was unread when a transfer into a device ended is digested twice: the rule of this
+    /// system.
+    QByteArray digestResult() const { return m_transfer->digest(); }
+    int error() const { return m_transfer->error(); }
+    QString errorString() const { return m_transfer->errorString(); }
+    bool hasSucceeded() const { return m_transfer->hasSucceeded(); }
+    bool hasReply() const { return m_transfer->hasReply(); }
+    /// Whether `cancel()` has been called since the last transfer began, also when there was nothing to end.
+    bool isCancelled() const { return m_isCancelled; }
 
-    /// 0 after a success, else a `QNetworkReply::NetworkError`: the reply's own; 203 for a local file that cannot be
-    /// opened; 99 for a request that cannot be started; 4 after too long a silence; 5 when the transfer was broken off
-    /// by `cancel()`, by the size limit or by a device that does not take the bytes.
-    int error() const { return m_error; }
-
-    /// Why the last transfer failed, for the log; without the URL. Empty after a success.
-    QString errorString() const { return m_errorString; }
-
-    bool isCancelled() const { return m_cancelled; }
-    bool hasSucceeded() const { return m_succeeded; }
-
-    /// True while a transfer over the network waits.
-    bool hasReply() const { return !m_reply.isNull(); }
-
-    /// A transfer of more than @p bytes is broken off and fails. 0, the default, means none.
-    void setSizeLimit(qint64 bytes) { m_sizeLimit = bytes; }
-
-    /// A transfer that receives nothing for @p milliseconds fails. The head of an answer counts as a whole.
-    void setStallTimeout(int milliseconds) { m_stallTimeout = milliseconds; }
+    /// A later transfer of more than @p bytes is broken off and fails. 0, the default, means none.
+    void setSizeLimit(qint64 bytes) { m_options.sizeLimit = bytes; }
+    /// A later transfer that receives nothing for @p milliseconds fails.
+    void setStallTimeout(int milliseconds) { m_options.stallTimeout = milliseconds; }
 
 signals:
     void progress(qint64 bytesReceived, qint64 bytesTotal);
 
 public slots:
-    /// Re-emits the progress of the reply.
-    void onProgress(qint64 bytesReceived, qint64 bytesTotal);
+    /// Re-emits the progress of the transfer.
+    void onProgress(qint64 bytesReceived, qint64 bytesTotal) { emit progress(bytesReceived, bytesTotal); }
     /// Takes what the reply still holds and ends the wait.
-    void replyFinished(QNetworkReply* pReply);
-    /// Aborts the transfer that waits, if any.
+    void replyFinished(QNetworkReply* pReply) { m_transfer->finish(pReply); }
+    /// Ends the transfer over the network that waits, if any.
     void cancel();
     /// Passes on what has arrived to the device.
-    void onReadyRead();
+    void onReadyRead() { m_transfer->arrive(); }
 
 private:
-    enum Target { Memory, Device };
-
-    bool run(const QUrl& url, Target target, QIODevice* device);
-    void reset();
-    void readLocalFile(const QString& path);
-    void fetch(const QUrl& url);
-    void connectReply();
-    void wait();
-    void noteArrival();
-    bool isTooLong(qint64 bytes) const;
-    bool isCutShort(const QNetworkReply& reply) const;
-    void writeToOutput(const QByteArray& bytes);
-    void flushOutput();
-    void breakOff(int error, const QString& reason);
+    bool run(const QUrl& url, std::optional<QIODevice*> device);
 
     QNetworkAccessManager* m_manager;
-    QPointer<QNetworkReply> m_reply;
-    int m_error = 0;
-    QCryptographicHash m_digest{QCryptographicHash::Sha1};
-    QByteArray m_data;
-    bool m_finished = false;
-    bool m_cancelled = false;
-    bool m_succeeded = false;
-    QPointer<QIODevice> m_output;
-
-    QString m_errorString;
-    Target m_target = Memory;
-    bool m_isBusy = false;
-    bool m_isBrokenOff = false; // by us, whatever the reply says afterwards
-    qint64 m_written = 0;       // bytes passed on to the device
-    qint64 m_sizeLimit = 0;
-    int m_stallTimeout = 30000;
-    QElapsedTimer m_silence; // since something last arrived
+    cTransfer::Options m_options;         // of the transfers to come
+    QSharedPointer<cTransfer> m_transfer; // one that never starts before the first
+    bool m_isBusy = false;                // until download() has returned
+    bool m_isCancelled = false;
 };

@@ -18,27 +18,17 @@ cRepositorySearch::cRepositorySearch(const Locations& locations, const QString& 
 
 bool cRepositorySearch::run(cFeatureCatalogue& catalogue, cRuntimeInfo& runtime)
 {
-    const Locations candidates = findCandidates();
-    for (const QSharedPointer<cUpdateLocation>& candidate : candidates) {
-        if (!m_isCancelled)
-            takeIfNewer(candidate, catalogue, runtime);
-    }
+    Locations candidates;
+    for (const QSharedPointer<cUpdateLocation>& location : m_locations)
+        candidates += candidatesOf(*location);
+    for (const QSharedPointer<cUpdateLocation>& candidate : qAsConst(candidates))
+        takeIfNewer(candidate, catalogue, runtime);
     if (m_isCancelled)
         m_log.warning() << "The search for a newer repository was cancelled" << Qt::endl;
     else if (candidates.isEmpty())
         m_log.warning() << "None of" << m_locations.size() << "update locations has a repository" << m_name
                         << "of status" << m_status << Qt::endl;
     return !m_isCancelled && !candidates.isEmpty();
-}
-
-cRepositorySearch::Locations cRepositorySearch::findCandidates()
-{
-    Locations candidates;
-    for (const QSharedPointer<cUpdateLocation>& location : m_locations) {
-        if (!m_isCancelled)
-            candidates += candidatesOf(*location);
-    }
-    return candidates;
 }
 
 cRepositorySearch::Locations cRepositorySearch::candidatesOf(const cUpdateLocation& location)
@@ -78,12 +68,13 @@ void cRepositorySearch::takeIfNewer(const QSharedPointer<cUpdateLocation>& candi
 
 bool cRepositorySearch::fetch(const QUrl& url)
 {
+    if (m_isCancelled)
+        return false;
     m_fileName = url.fileName();
-    if (m_downloader.download(url) && !m_isCancelled)
-        return true;
-    if (!m_isCancelled)
+    const bool hasArrived = m_downloader.download(url);
+    if (!hasArrived && !m_isCancelled)
         m_log.warning() << "Not fetched:" << url.toDisplayString() << m_downloader.errorString() << Qt::endl;
-    return false;
+    return hasArrived && !m_isCancelled;
 }
 
 void cRepositorySearch::cancel()

@@ -45,10 +45,10 @@ signals:
     void progress(QString filenameBeingDownloaded, qint64 downloadedBytes, qint64 totalBytes);
 
 private:
-    Locations findCandidates();
     Locations candidatesOf(const cUpdateLocation& location);
     void takeIfNewer(const QSharedPointer<cUpdateLocation>& candidate, cFeatureCatalogue& catalogue,
                      cRuntimeInfo& runtime);
+    /// False, with the reason logged, when the download fails; false for everything once the search is cancelled.
     bool fetch(const QUrl& url);
 
     const Locations m_locations;

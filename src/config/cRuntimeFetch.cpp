@@ -16,19 +16,25 @@
 
 namespace {
 
-/// What the library itself keeps in the data folder.
-bool isTaken(const QString& name)
+/// The most bytes of a setup program, whose size no description tells.
+constexpr qint64 SizeLimit = qint64(4) * 1024 * 1024 * 1024;
+
+/// Whether a file of this name can lie in the data folder, beside what the library itself keeps there.
+bool canLieInDataFolder(const QString& name)
 {
-    for (const Corvane::VelmFolderOrFile own : {Corvane::SettingsFile, Corvane::DropboxFolder}) {
-        if (name.compare(QFileInfo(Corvane::velmiraFolderOrFile(own)).fileName(), Qt::CaseInsensitive) == 0)
-            return true;
-    }
-    return false;
+    const auto isTaken = [&](Corvane::VelmFolderOrFile own) {
+        return name.compare(QFileInfo(Corvane::velmiraFolderOrFile(own)).fileName(), Qt::CaseInsensitive) == 0;
+    };
+    return isSafeFileName(name) && !isTaken(Corvane::SettingsFile) && !isTaken(Corvane::DropboxFolder);
 }
 
-std::filesystem::path nativePath(const QString& path)
+/// `QFile` cannot rename onto a file that is there.
+std::error_code renameOnto(const QString& to, const QString& from)
 {
-    return std::filesystem::path(path.toStdU16String());
+    std::error_code failure;
+    waitUntilReplaceable(to);
+    std::filesystem::rename(from.toStdU16String(), to.toStdU16String(), failure);
+    return failure;
 }
 
 } // namespace
@@ -40,7 +46,7 @@ cRuntimeFetch::cRuntimeFetch(const cRuntimeInfo& runtime, cDownloader& downloade
 
 bool cRuntimeFetch::run()
 {
-    if (!hasSafeName())
+    if (!canLieInDataFolder(m_runtime.name()))
         return fail(QStringLiteral("its name cannot be that of a file in the data folder"));
     if (m_runtime.hash().isEmpty())
         return fail(QStringLiteral("the repository gives no hash for it"));
@@ -55,11 +61,6 @@ bool cRuntimeFetch::isThere() const
     return file.open(QIODevice::ReadOnly) && isWhole(file);
 }
 
-bool cRuntimeFetch::hasSafeName()
-{
-    return isSafeFileName(m_runtime.name()) && !isTaken(m_runtime.name());
-}
-
 /// The downloader's digest is not asked: bytes that were unread when a transfer ended are in it twice.
 bool cRuntimeFetch::isWhole(QFileDevice& file) const
 {
@@ -71,39 +72,38 @@ bool cRuntimeFetch::download()
 {
     QFile part(m_path + QStringLiteral(".part"));
     if (!QDir().mkpath(QFileInfo(m_path).absolutePath()) || !part.open(QIODevice::ReadWrite | QIODevice::Truncate))
-        return fail(QStringLiteral("%1 cannot be written: %2").arg(part.fileName(), part.errorString()));
-    if (transferTo(part) && moveIntoPlace(part.fileName()))
+        return failToWrite(part.fileName(), part.errorString());
+    if (transferTo(part) && moveIntoPlace(part))
         return true;
     part.remove();
     return false;
 }
 
-bool cRuntimeFetch::transferTo(QFile& file)
+bool cRuntimeFetch::transferTo(QFile& part)
 {
     m_downloader.setSizeLimit(SizeLimit);
     const QString source = m_runtime.source().toDisplayString();
-    if (!m_downloader.download(m_runtime.source(), &file))
+    if (!m_downloader.download(m_runtime.source(), &part))
         return fail(QStringLiteral("from %1: %2").arg(source, m_downloader.errorString()));
-    if (!isWhole(file))
-        return fail(QStringLiteral("from %1: does not match its hash").arg(source));
+    return isWhole(part) || fail(QStringLiteral("from %1: does not match its hash").arg(source));
+}
+
+bool cRuntimeFetch::moveIntoPlace(QFile& part)
+{
     // It is a program, wherever it came from.
     const QFileDevice::Permissions run = QFileDevice::ExeOwner | QFileDevice::ExeUser;
-    if (!file.setPermissions(file.permissions() | run) || !flushFile(file))
-        return fail(QStringLiteral("%1 cannot be written: %2").arg(file.fileName(), file.errorString()));
-    file.close();
+    if (!part.setPermissions(part.permissions() | run) || !flushFile(part))
+        return failToWrite(part.fileName(), part.errorString());
+    part.close();
+    if (const std::error_code failure = renameOnto(m_path, part.fileName()))
+        return failToWrite(m_path, QString::fromLocal8Bit(failure.message().c_str()));
+    flushFolder(QFileInfo(m_path).absolutePath());
     return true;
 }
 
-bool cRuntimeFetch::moveIntoPlace(const QString& part)
+bool cRuntimeFetch::failToWrite(const QString& path, const QString& reason)
 {
-    std::error_code failure;
-    waitUntilReplaceable(m_path);
-    std::filesystem::rename(nativePath(part), nativePath(m_path), failure);
-    if (failure)
-        return fail(
-            QStringLiteral("%1 cannot be written: %2").arg(m_path, QString::fromLocal8Bit(failure.message().c_str())));
-    flushFolder(QFileInfo(m_path).absolutePath());
-    return true;
+    return fail(QStringLiteral("%1 cannot be written: %2").arg(path, reason));
 }
 
 bool cRuntimeFetch::fail(const QString& reason)

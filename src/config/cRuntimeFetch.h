@@ -14,9 +14,6 @@ class cRuntimeInfo;
 class cRuntimeFetch
 {
 public:
-    /// The most bytes of a setup program, whose size no description tells.
-    static constexpr qint64 SizeLimit = qint64(4) * 1024 * 1024 * 1024;
-
     /// Both must live as long as this object; the downloader is the caller's to cancel.
     cRuntimeFetch(const cRuntimeInfo& runtime, cDownloader& downloader);
 
@@ -30,12 +27,12 @@ public:
     QString errorString() const { return m_errorString; }
 
 private:
-    bool hasSafeName();
     bool isThere() const;
     bool isWhole(QFileDevice& file) const;
     bool download();
-    bool transferTo(QFile& file);
-    bool moveIntoPlace(const QString& part);
+    bool transferTo(QFile& part);
+    bool moveIntoPlace(QFile& part);
+    bool failToWrite(const QString& path, const QString& reason);
     bool fail(const QString& reason);
 
     const cRuntimeInfo& m_runtime;

@@ -159,7 +159,7 @@ qint64 cUpdateCheck::collectPlugins()
     FlatSet<QString> names;
     for (const QSharedPointer<cFeatureInstance>& feature : qAsConst(m_features)) {
         for (const QSharedPointer<cFeaturePlugin>& plugin : feature->plugins()) {
-            if (!names.insert(plugin->name()).second || m_known.isKnown(plugin->name(), plugin->version()))
+            if (!names.insert(plugin->name()).second || m_known.isKnown(plugin->id()))
                 continue;
             m_plugins.append(plugin);
             size += plugin->size();

@@ -12,7 +12,7 @@ cCommandRunner::~cCommandRunner() = default;
 
 bool cCommandRunner::run(cPluginInstance& plugin, IInstallMgr::OPERATION operation)
 {
-    const cPluginId id(plugin.name(), plugin.version());
+    const cPluginId& id = plugin.id();
     if (!plugin.readManifest())
         return logAndFail(
             QStringLiteral("The command lines of %1 are not run: %2").arg(id.toString(), plugin.errorString()));

@@ -132,7 +132,7 @@ void cInstallation::runCommands()
     const auto run = [&](const QVector<cPluginId>& plugins, IInstallMgr::OPERATION operation) {
         for (const cPluginId& id : plugins) {
             if (id.isSafe())
-                commands.run(*m_plugins.findOrMake(id.name(), id.version()), operation);
+                commands.run(*m_plugins.findOrMake(id), operation);
             emit m_manager.installationProgress(++current, total);
         }
     };

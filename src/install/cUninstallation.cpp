@@ -40,7 +40,7 @@ bool cUninstallation::removePlugins(const cFeatureCatalogue& installed)
         // A run that was cut off may have removed it already.
         if (!id.isSafe() || !Corvane::pluginDir(id).exists())
             continue;
-        commands.run(*m_plugins.findOrMake(id.name(), id.version()), IInstallMgr::OPERATION_UNINSTALL);
+        commands.run(*m_plugins.findOrMake(id), IInstallMgr::OPERATION_UNINSTALL);
         isDone = sweep.remove(id) && isDone;
     }
     sweep.run(QSet<cPluginId>());

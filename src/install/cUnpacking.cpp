@@ -122,7 +122,7 @@ cUnpacking::Reason cUnpacking::write(const cPluginId& id, const cPackage& packag
     cPackageUnpacker unpacker(folder);
     if (unpacker.unpack(package)) {
         m_occupants.insert(id.caselessKey(), id);
-        m_plugins.findOrMake(id.name(), id.version());
+        m_plugins.findOrMake(id);
         return {};
     }
     // Room is made for the features that follow; what cannot be removed now is noted in the journal.

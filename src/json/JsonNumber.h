@@ -2,7 +2,7 @@
 
 #include <Norvale/cJsonValue.h>
 
-/// Decoding of number tokens: a minus sign or digit, then any run of digits and `.eE+-`.
+/// Numbers as they stand in a text: reading of tokens, and writing of doubles.
 namespace JsonNumber {
 
 /// A decoded token: the member that the type names counts. `NullType`: the token is no number.
@@ -21,19 +21,24 @@ struct Number
     explicit Number(double number) : type(DoubleType), asDouble(number) {}
 };
 
-/// Decodes the token that starts at @p at, a minus sign or a digit, and moves @p at behind it.
+/**
+ * Decodes a number token: a minus sign or digit, then any run of digits and `.eE+-`. A double has the value and success
+ * of `QString::toDouble`.
+ * @param at the first byte of the token, moved behind its last one.
+ */
 Number decode(const char*& at, const char* end);
-
-/// Decodes the token @p begin to @p end by the rules one by one: the plain way of `decode`.
-Number decodePlain(const char* begin, const char* end);
 
 /// The end of the token of which @p at is a byte.
 const char* findEnd(const char* at, const char* end);
 
-/// The whole of @p begin to @p end as a double, with the result and success of `QString::toDouble`.
-double toDouble(const char* begin, const char* end, bool* ok);
+/// No text that `write` makes is longer: "-1.23457e-308".
+constexpr int MaxSize = 16;
 
-/// The plain way of `toDouble`.
-double toDoublePlain(const char* begin, const char* end, bool* ok);
+/**
+ * Writes @p number as a text stream with default settings does: 6 significant digits, like `%g`.
+ * @param out has room for `MaxSize` bytes.
+ * @return the end of what was written.
+ */
+char* write(double number, char* out);
 
 } // namespace JsonNumber

@@ -1,8 +1,8 @@
 #include "json/cJsonByteWriter.h"
 
-#include "json/JsonDouble.h"
 #include "json/JsonEscape.h"
 #include "json/JsonKeyCodec.h"
+#include "json/JsonNumber.h"
 #include "json/cJsonParts.h"
 
 #include <QtCore/QVarLengthArray>
@@ -112,7 +112,8 @@ void cJsonByteWriter::writeScalar(const cJsonValue& v)
         m_out = std::to_chars(m_out, m_limit, v.toUInt()).ptr;
         return;
     case DoubleType:
-        return writeDouble(v.toDouble());
+        m_out = JsonNumber::write(v.toDouble(), m_out);
+        return;
     case StringType:
         return writeString(cJsonParts::string(v));
     case BooleanType:
@@ -120,17 +121,6 @@ void cJsonByteWriter::writeScalar(const cJsonValue& v)
     default:
         m_isUnable = true;
     }
-}
-
-void cJsonByteWriter::writeDouble(double number)
-{
-    char* const end = JsonDouble::write(number, m_out);
-    if (end) {
-        m_out = end;
-        return;
-    }
-    const QByteArray text = JsonDouble::plain(number);
-    writeBytes(text.constData(), text.size());
 }
 
 void cJsonByteWriter::writeString(const QString& text)

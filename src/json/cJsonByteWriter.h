@@ -38,7 +38,6 @@ private:
     const cJsonValue* writeMembers(Level& level);
     void writeScalar(const cJsonValue& v);
     void writeString(const QString& text);
-    void writeDouble(double number);
     void writeKey(const QString& key);
     void writeEncodedKey(const QString& key);
     void writeBytes(const char* bytes, int size);

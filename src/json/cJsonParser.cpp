@@ -8,12 +8,7 @@
 #include <algorithm>
 #include <cstring>
 
-cJsonParser::Known::Known(int textBits)
-    : names(qBound(4, textBits - 7, 8))
-    , strings(qBound(3, textBits - 9, 9))
-    , maps(qBound(2, textBits - 10, 6), qBound(2, textBits - 10, 8))
-{
-}
+cJsonParser::Known::Known(int textBits) : maps(qBound(2, textBits - 10, 6), qBound(2, textBits - 10, 8)) {}
 
 cJsonParser::cJsonParser(const char* begin, const char* end) : m_at(begin), m_end(end)
 {
@@ -61,7 +56,7 @@ cJsonParser::Outcome cJsonParser::readString()
     if (!end)
         return failValue();
     const bool isKept = m_known && m_known->strings.isUseful() && end - begin <= MaxKnownString;
-    const QString* const known = isKept ? m_known->strings.find(begin, end) : nullptr;
+    const QString* const known = isKept ? m_known->strings.find(QLatin1String(begin, end)) : nullptr;
     if (known) {
         m_values.push(*known);
         return ValueDone;
@@ -70,7 +65,7 @@ cJsonParser::Outcome cJsonParser::readString()
     if (!JsonText::decode(begin, end, isPlain, text))
         return failValue();
     if (isKept)
-        m_known->strings.insert(begin, end, text);
+        m_known->strings.insert(QLatin1String(begin, end), text);
     cJsonParts::setString(m_values.push(), text);
     return ValueDone;
 }
@@ -161,7 +156,7 @@ cJsonParser::Outcome cJsonParser::readName()
 const QString* cJsonParser::decodeName(const char* begin, const char* end, bool isPlain)
 {
     const bool isKept = m_known && m_known->names.isUseful();
-    const QString* const* const known = isKept ? m_known->names.find(begin, end) : nullptr;
+    const QString* const* const known = isKept ? m_known->names.find(QLatin1String(begin, end)) : nullptr;
     if (known)
         return *known;
     QString decoded;
@@ -169,7 +164,7 @@ const QString* cJsonParser::decodeName(const char* begin, const char* end, bool 
         return nullptr;
     m_decodedNames.push_back(decoded);
     if (isKept)
-        m_known->names.insert(begin, end, &m_decodedNames.back());
+        m_known->names.insert(QLatin1String(begin, end), &m_decodedNames.back());
     return &m_decodedNames.back();
 }
 

@@ -17,6 +17,12 @@ void reportUnheard(const QString& wanted)
         << wanted << "is not loaded: the plugins have not been started" << Qt::endl;
 }
 
+/// Where the answer of a request goes: nowhere from another thread than the manager's, for it comes later then.
+bool* answerFor(const IPluginMgr& manager, bool& answer)
+{
+    return manager.thread() == QThread::currentThread() ? &answer : nullptr;
+}
+
 } // namespace
 
 IPluginMgr::IPluginMgr()
@@ -39,20 +45,18 @@ IPluginMgr* IPluginMgr::instance()
 bool IPluginMgr::load(const QString& name)
 {
     if (!isSignalConnected(QMetaMethod::fromSignal(&IPluginMgr::DoLoad)))
-        reportUnheard(name);
+        reportUnheard(QStringLiteral("plugin \"%1\"").arg(name));
     bool isLoaded = false;
-    const bool isOwnThread = thread() == QThread::currentThread();
-    emit DoLoad(name, isOwnThread ? &isLoaded : nullptr);
+    emit DoLoad(name, answerFor(*this, isLoaded));
     return isLoaded;
 }
 
 bool IPluginMgr::loadByService(const QString& service)
 {
     if (!isSignalConnected(QMetaMethod::fromSignal(&IPluginMgr::DoLoadByService)))
-        reportUnheard(QStringLiteral("the plugin of the service ") + service);
+        reportUnheard(QStringLiteral("the plugin of the service \"%1\"").arg(service));
     bool isLoaded = false;
-    const bool isOwnThread = thread() == QThread::currentThread();
-    emit DoLoadByService(service, isOwnThread ? &isLoaded : nullptr);
+    emit DoLoadByService(service, answerFor(*this, isLoaded));
     return isLoaded;
 }
 

@@ -1,12 +1,64 @@
 #include "plugins/cDependencyOrder.h"
 
-#include "plugins/cNameIndex.h"
-#include "plugins/cPlaceSet.h"
 #include "plugins/cPluginDependency.h"
+#include "version/FlatMap.h"
 
 #include <algorithm>
+#include <functional>
 #include <numeric>
+#include <queue>
 #include <utility>
+
+namespace {
+
+/// Lists of numbers, one for each key, in two blocks of memory (compressed rows): with ten thousand plugins a list for
+/// each would be all over the memory.
+class cRows
+{
+public:
+    struct Row
+    {
+        const int* first;
+        const int* last;
+        const int* begin() const { return first; }
+        const int* end() const { return last; }
+    };
+
+    /// Puts the number `valueOf(i)` into the row of `keys[i]`, in this order, except where the key is negative.
+    template <typename ValueOf>
+    cRows(int count, const std::vector<int>& keys, ValueOf valueOf) : m_begin(size_t(count) + 1)
+    {
+        for (int key : keys) {
+            if (key >= 0)
+                ++m_begin[key];
+        }
+        // First where each row ends; filling from the back moves that to where it begins.
+        std::partial_sum(m_begin.begin(), m_begin.end(), m_begin.begin());
+        m_values.resize(size_t(m_begin.back()));
+        for (size_t i = keys.size(); i-- > 0;) {
+            if (keys[i] >= 0)
+                m_values[--m_begin[keys[i]]] = valueOf(i);
+        }
+    }
+
+    Row operator[](int key) const { return {m_values.data() + m_begin[key], m_values.data() + m_begin[key + 1]}; }
+
+private:
+    std::vector<int> m_begin;
+    std::vector<int> m_values;
+};
+
+/// When a record is due: the number of the pass, and the place in the list.
+using Due = std::pair<int, int>;
+
+/// The first of @p places behind @p now: in the same pass, or else in the next.
+Due nextOf(cRows::Row places, Due now)
+{
+    const int* next = std::upper_bound(places.begin(), places.end(), now.second);
+    return next == places.end() ? Due(now.first + 1, *places.begin()) : Due(now.first, *next);
+}
+
+} // namespace
 
 void cDependencyOrder::reserve(int records, int places)
 {
@@ -31,81 +83,54 @@ void cDependencyOrder::addPlace(int record)
 QVector<int> cDependencyOrder::order()
 {
     resolve();
-    cPlaceSet dueInThisPass(int(m_list.size()));
-    cPlaceSet dueInNextPass(int(m_list.size()));
+    std::vector<int> dependents; // who has the dependency of the same place in m_providers
+    dependents.reserve(m_providers.size());
+    std::vector<int> missing; // how many dependencies of each record have not been placed
     for (int record = 0; record < count(); ++record) {
-        if (m_missing[record] == 0)
-            dueInNextPass.insert(*m_places.group(record).begin());
+        missing.push_back(m_dependencies[record].size());
+        dependents.insert(dependents.end(), size_t(missing.back()), record);
+    }
+    const cRows dependentsOf(count(), m_providers, [&](size_t i) { return dependents[i]; });
+    const cRows placesOf(count(), m_list, [](size_t i) { return int(i); });
+
+    std::priority_queue<Due, std::vector<Due>, std::greater<Due>> due;
+    for (int record = 0; record < count(); ++record) {
+        if (missing[record] == 0)
+            due.emplace(0, *placesOf[record].begin());
     }
     QVector<int> placed;
     placed.reserve(count());
-    for (int before = Absent; placed.size() != before;) {
-        before = placed.size();
-        std::swap(dueInThisPass, dueInNextPass);
-        for (int place = dueInThisPass.takeFrom(0); place != Absent; place = dueInThisPass.takeFrom(place)) {
-            placed.append(m_list[place]);
-            m_isPlaced[m_list[place]] = true;
-            for (int dependent : m_dependents.group(m_list[place])) {
-                if (--m_missing[dependent] > 0)
-                    continue;
-                const int next = placeBehind(dependent, place);
-                if (next != Absent)
-                    dueInThisPass.insert(next);
-                else
-                    dueInNextPass.insert(*m_places.group(dependent).begin());
-            }
+    while (!due.empty()) {
+        const Due now = due.top();
+        due.pop();
+        const int record = m_list[now.second];
+        placed.append(record);
+        m_isPlaced[record] = true;
+        for (int dependent : dependentsOf[record]) {
+            if (--missing[dependent] == 0)
+                due.push(nextOf(placesOf[dependent], now));
         }
     }
     return placed;
 }
 
+/// Finds the record that each dependency needs: the first of its name.
 void cDependencyOrder::resolve()
 {
-    size_t dependencies = 0;
-    for (const QStringList& texts : m_dependencies)
-        dependencies += size_t(texts.size());
-    const cNameIndex index(m_names);
-    std::vector<int> dependents; // who has the dependency of the same place in m_providers
-    dependents.reserve(dependencies);
-    m_providers.reserve(dependencies);
+    FlatMap<QStringView, int> numbers;
+    numbers.reserve(m_names.size());
+    for (int record = 0; record < count(); ++record)
+        numbers.emplace(QStringView(m_names[record]), record);
     m_providersBegin.reserve(m_names.size() + 1);
-    m_missing.reserve(m_names.size());
-    for (int record = 0; record < count(); ++record) {
+    for (const QStringList& texts : m_dependencies) {
         m_providersBegin.push_back(int(m_providers.size()));
-        for (const QString& text : qAsConst(m_dependencies[record])) {
-            m_providers.push_back(index.find(cPluginDependency::nameOf(text)));
-            dependents.push_back(record);
+        for (const QString& text : texts) {
+            const auto provider = numbers.find(cPluginDependency::nameOf(text));
+            m_providers.push_back(provider == numbers.end() ? Absent : provider->second);
         }
-        m_missing.push_back(m_dependencies[record].size());
     }
     m_providersBegin.push_back(int(m_providers.size()));
-    m_dependents.build(count(), m_providers, [&](size_t i) { return dependents[i]; });
-    m_places.build(count(), m_list, [](size_t i) { return int(i); });
     m_isPlaced.resize(m_names.size());
-}
-
-template <typename ValueOf>
-void cDependencyOrder::cGroups::build(int count, const std::vector<int>& keys, ValueOf valueOf)
-{
-    m_begin.assign(size_t(count) + 1, 0);
-    for (int key : keys) {
-        if (key != Absent)
-            ++m_begin[key];
-    }
-    // First where each group ends; filling from the back moves that to where it begins.
-    std::partial_sum(m_begin.begin(), m_begin.end(), m_begin.begin());
-    m_values.resize(size_t(m_begin.back()));
-    for (size_t i = keys.size(); i-- > 0;) {
-        if (keys[i] != Absent)
-            m_values[--m_begin[keys[i]]] = valueOf(i);
-    }
-}
-
-int cDependencyOrder::placeBehind(int record, int place) const
-{
-    const auto places = m_places.group(record);
-    const int* next = std::upper_bound(places.begin(), places.end(), place);
-    return next == places.end() ? Absent : *next;
 }
 
 QStringList cDependencyOrder::reasons() const
@@ -115,7 +140,7 @@ QStringList cDependencyOrder::reasons() const
         for (int i = m_providersBegin[record]; i < m_providersBegin[record + 1]; ++i) {
             const QString& text = m_dependencies[record].at(i - m_providersBegin[record]);
             if (m_providers[i] == Absent)
-                lines.append(QStringLiteral("%1 depends on %2, which is not installed")
+                lines.append(QStringLiteral("plugin \"%1\" depends on \"%2\", which is not installed")
                                  .arg(m_names[record], cPluginDependency(text).name()));
         }
     }

@@ -14,7 +14,8 @@
  * same pass. A record may stand in the list more than once, and each of its places counts.
  *
  * It is found without the passes: a record becomes due at its next place in the list after its last dependency has
- * been placed. So the time is near-linear in places and dependencies also where it would take a pass for each record.
+ * been placed, and a priority queue holds the records that are due. So the time is near-linear in places and
+ * dependencies also where it would take a pass for each record.
  */
 class cDependencyOrder
 {
@@ -38,31 +39,8 @@ public:
 private:
     static constexpr int Absent = -1;
 
-    /// Numbers in groups, one behind the other: with ten thousand plugins a list for each would be all over the memory.
-    class cGroups
-    {
-    public:
-        struct Group
-        {
-            const int* first;
-            const int* last;
-            const int* begin() const { return first; }
-            const int* end() const { return last; }
-        };
-
-        /// Puts the number `valueOf(i)` into the group `keys[i]`, in this order, except where the key is Absent.
-        template <typename ValueOf>
-        void build(int count, const std::vector<int>& keys, ValueOf valueOf);
-        Group group(int key) const { return {m_values.data() + m_begin[key], m_values.data() + m_begin[key + 1]}; }
-
-    private:
-        std::vector<int> m_begin;
-        std::vector<int> m_values;
-    };
-
     int count() const { return int(m_names.size()); }
     void resolve();
-    int placeBehind(int record, int place) const;
     int firstLeftProvider(int record) const;
     QString describeCycle(int member) const;
 
@@ -72,9 +50,6 @@ private:
 
     // Made by order().
     std::vector<int> m_providers;      // the record that each dependency needs, those of the first record first
-    std::vector<int> m_providersBegin; // where those of a record begin
-    cGroups m_dependents;              // the records that need a record, once for each dependency
-    cGroups m_places;                  // the places of a record, ascending
-    std::vector<int> m_missing;        // how many dependencies of a record have not been placed
+    std::vector<int> m_providersBegin; // where those of a record begin, and where the last one's end
     std::vector<bool> m_isPlaced;
 };

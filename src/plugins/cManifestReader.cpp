@@ -1,8 +1,7 @@
 #include "plugins/cManifestReader.h"
 
 #include "core/cXmlTreeReader.h"
-#include "plugins/cManifest.h"
-#include "plugins/cPluginInstance.h"
+#include "version/cPluginId.h"
 
 #include <Norvale/Corvane.h>
 #include <Norvale/cJsonReader.h>
@@ -26,32 +25,34 @@ bool cManifestReader::read(const QByteArray& xml, const QString& path)
         m_errorString = QStringLiteral("%1, %2").arg(path, reason);
         return false;
     }
-    for (cXmlElement plugin = tree.root().firstChild(u"plugin"); !plugin.isNull();
-         plugin = plugin.nextSibling(u"plugin")) {
-        if (!readPlugin(plugin))
-            return false;
-    }
-    return true;
+    const auto visit = [this](const ManifestRules::cRule& rule, const cXmlElement& element) {
+        return readElement(rule, element);
+    };
+    return ManifestRules::walk(tree.root(), visit);
 }
 
-bool cManifestReader::readPlugin(const cXmlElement& plugin)
+bool cManifestReader::readElement(const ManifestRules::cRule& rule, const cXmlElement& element)
 {
-    readAttributes(plugin);
-    for (cXmlElement child = plugin.firstChild(); !child.isNull(); child = child.nextSibling()) {
-        const QStringView tag = child.tag();
-        if (tag == u"start" && !readStart(child))
-            return false;
-        if (tag == u"services" && !readServices(child))
-            return false;
-        if (tag == u"dependencies")
-            readDependencies(child);
-        if (tag == u"deployment")
-            readDeployment(child);
-    }
+    if (rule.name == u"plugin")
+        readPlugin(element);
+    else if (rule.name == u"library")
+        readLibrary(element);
+    else if (rule.name == u"params")
+        return readParams(element.text()) || failAt(rule, element);
+    else if (rule.name == u"dependency")
+        readDependency(element.text());
+    else if (rule.name == u"service")
+        return readService(element.text()) || failAt(rule, element);
+    else if (rule.name == u"install")
+        m_commandLines = &m_manifest.installCommandLines;
+    else if (rule.name == u"uninstall")
+        m_commandLines = &m_manifest.uninstallCommandLines;
+    else if (rule.name == u"cmdline")
+        m_commandLines->append(readCommandLine(element));
     return true;
 }
 
-void cManifestReader::readAttributes(const cXmlElement& plugin)
+void cManifestReader::readPlugin(const cXmlElement& plugin)
 {
     // What one element has made an autoload plugin stays one.
     if (!m_manifest.autoload)
@@ -61,71 +62,47 @@ void cManifestReader::readAttributes(const cXmlElement& plugin)
     m_manifest.runtimeApiVersion = plugin.attribute(u"runtime_api_version").toInt();
 }
 
-bool cManifestReader::readStart(const cXmlElement& start)
-{
-    for (cXmlElement child = start.firstChild(); !child.isNull(); child = child.nextSibling()) {
-        if (child.tag() == u"library")
-            readLibrary(child);
-        if (child.tag() == u"params" && !readParams(child))
-            return false;
-    }
-    return true;
-}
-
 void cManifestReader::readLibrary(const cXmlElement& library)
 {
-    m_manifest.libraryPath = m_plugin.folder() + QLatin1Char('/') + library.attribute(u"filename");
+    m_manifest.libraryPath = m_folder + QLatin1Char('/') + library.attribute(u"filename");
     m_manifest.entryFunction = library.attribute(u"function");
 }
 
-bool cManifestReader::readParams(const cXmlElement& params)
+bool cManifestReader::readParams(const QString& text)
 {
     cJsonValue value;
-    if (!cJsonReader::parse(params.text(), value))
-        return failAt(params, QStringLiteral("the text of params is not a JSON document"));
+    if (!cJsonReader::parse(text, value))
+        return false;
     m_manifest.params = value;
     return true;
 }
 
-void cManifestReader::readDependencies(const cXmlElement& dependencies)
+void cManifestReader::readDependency(const QString& text)
 {
-    for (cXmlElement child = dependencies.firstChild(u"dependency"); !child.isNull();
-         child = child.nextSibling(u"dependency")) {
-        const QString text = child.text();
-        // Texts that begin with "Core:" name parts of the core, which are always there.
-        if (!text.isEmpty() && !text.startsWith(QLatin1String("Core:")))
-            m_manifest.dependencies.append(text);
-    }
+    if (ManifestRules::isPluginDependency(text))
+        m_manifest.dependencies.append(text);
 }
 
-bool cManifestReader::readServices(const cXmlElement& services)
+bool cManifestReader::readService(const QString& name)
 {
-    for (cXmlElement child = services.firstChild(u"service"); !child.isNull(); child = child.nextSibling(u"service")) {
-        const QString text = child.text();
-        if (text.isEmpty())
-            return failAt(child, QStringLiteral("a service is empty"));
-        m_manifest.services.append(text);
-    }
+    if (name.isEmpty())
+        return false;
+    m_manifest.services.append(name);
     return true;
 }
 
-void cManifestReader::readDeployment(const cXmlElement& deployment)
+cCmdLine cManifestReader::readCommandLine(const cXmlElement& line)
 {
-    const QString builtFor = QStringLiteral("x64");
-    if (deployment.attribute(u"platform", builtFor) != builtFor)
-        return;
-    const auto readFirst = [&](QStringView tag, QList<cCmdLine>& target) {
-        const cXmlElement first = deployment.firstChild(tag).firstChild(u"cmdline");
-        if (!first.isNull())
-            m_plugin.readCommandLines(first, target);
-    };
-    readFirst(u"install", m_manifest.installCommandLines);
-    readFirst(u"uninstall", m_manifest.uninstallCommandLines);
+    QStringList params;
+    for (cXmlElement param = line.firstChild(u"param"); !param.isNull(); param = param.nextSibling(u"param"))
+        params.append(m_expander.expand(param.text()));
+    return cCmdLine(m_expander.expand(line.attribute(u"program")), params, line.attribute(u"condition"));
 }
 
-bool cManifestReader::failAt(const cXmlElement& element, const QString& reason)
+bool cManifestReader::failAt(const ManifestRules::cRule& rule, const cXmlElement& element)
 {
-    m_errorString =
-        QStringLiteral("%1, line %2, column %3: %4").arg(m_path).arg(element.line()).arg(element.column()).arg(reason);
+    m_errorString = QStringLiteral("%1, line %2, column %3: %4")
+                        .arg(m_path, QString::number(element.line()), QString::number(element.column()),
+                             rule.reason(element.text()));
     return false;
 }

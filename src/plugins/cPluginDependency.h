@@ -9,10 +9,18 @@
 class cPluginDependency
 {
 public:
-    explicit cPluginDependency(const QString& text);
+    explicit cPluginDependency(const QString& text) : m_name(nameOf(text).toString())
+    {
+        if (m_name.size() < text.size())
+            m_number = text.midRef(m_name.size() + 1).toInt();
+    }
 
     /// The name alone, within @p text.
-    static QStringView nameOf(const QString& text);
+    static QStringView nameOf(const QString& text)
+    {
+        const int colon = text.indexOf(QLatin1Char(':'));
+        return colon < 0 ? QStringView(text) : QStringView(text).left(colon);
+    }
 
     const QString& name() const { return m_name; }
 

@@ -1,12 +1,12 @@
 #include "plugins/cPluginInstance.h"
 
 #include "core/cXmlTree.h"
-#include "plugins/LibrarySuffix.h"
 #include "plugins/cManifestReader.h"
-#include "plugins/cTranslationLocale.h"
 #include "plugins/cVariableExpander.h"
 
 #include <Norvale/IPlugin.h>
+#include <Norvale/cJsonValue.h>
+#include <Norvale/cLogCentral.h>
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QDir>
@@ -31,10 +31,63 @@ QString whatIsThrownBy(Call call)
     }
 }
 
+using Stage = cPluginInstance::Stage;
+
+bool isMove(Stage from, Stage to)
+{
+    switch (to) {
+    case Stage::Known:
+        return false;
+    case Stage::Faulty:
+        return from == Stage::Known;
+    case Stage::Read:
+        return from == Stage::Known || from == Stage::Loading || from == Stage::Loaded;
+    case Stage::Loading:
+        return from == Stage::Read;
+    case Stage::Loaded:
+        return from == Stage::Loading;
+    case Stage::Started:
+        return from == Stage::Loaded;
+    case Stage::Stopped:
+        return from == Stage::Started;
+    }
+    return false;
+}
+
 } // namespace
 
-cPluginInstance::cPluginInstance(const QString& name, const cVersion& version)
-    : m_name(name), m_version(version), m_context(*this)
+#ifdef Q_OS_WIN
+const char* const cPluginInstance::LibrarySuffix = ".dll";
+#else
+const char* const cPluginInstance::LibrarySuffix = ".so";
+#endif
+
+QString cPluginContext::name() const
+{
+    return m_plugin.name();
+}
+
+cJsonValue cPluginContext::params() const
+{
+    return m_plugin.params();
+}
+
+cLog cPluginContext::log() const
+{
+    return cLogCentral::log(m_plugin.name());
+}
+
+cTranslationLocale* cTranslationLocale::s_innermost = nullptr;
+
+QString cTranslationLocale::current()
+{
+    const auto read = [](const QSettings& settings) {
+        return settings.value(QLatin1String(SettingsKey::Locale)).toString();
+    };
+    return s_innermost ? read(s_innermost->m_settings) : read(cMachineSettings());
+}
+
+cPluginInstance::cPluginInstance(const QString& name, const cVersion& version) : m_id(name, version), m_context(*this)
 {
     // A symbol that is missing is to be found out when the library is loaded, not in the middle of a call.
     m_library.setLoadHints(QLibrary::ResolveAllSymbolsHint);
@@ -60,34 +113,27 @@ qint32 cPluginInstance::state() const
 bool cPluginInstance::readManifest()
 {
     m_manifest = cManifest();
-    cManifestReader reader(*this, m_manifest);
+    cManifestReader reader(m_id, m_folder, m_manifest);
     return reader.readFile(m_folder + QLatin1String("/Manifest.xml")) || fail(reader.errorString());
 }
 
 bool cPluginInstance::readCommandLines(const cXmlElement& element, QList<cCmdLine>& target)
 {
-    for (cXmlElement line = element; !line.isNull(); line = line.nextSibling(u"cmdline")) {
-        QStringList params;
-        for (cXmlElement param = line.firstChild(u"param"); !param.isNull(); param = param.nextSibling(u"param"))
-            params.append(expandVariables(param.text()));
-        cCmdLine record;
-        record.setCommand(expandVariables(line.attribute(u"program")));
-        record.setParams(params);
-        record.setCondition(line.attribute(u"condition"));
-        target.append(record);
-    }
+    cManifestReader reader(m_id, m_folder, m_manifest);
+    for (cXmlElement line = element; !line.isNull(); line = line.nextSibling(u"cmdline"))
+        target.append(reader.readCommandLine(line));
     return true;
 }
 
 QString cPluginInstance::expandVariables(const QString& text) const
 {
-    if (!text.contains(QLatin1String("$(")))
-        return text;
-    return cVariableExpander(*this).expand(text);
+    return cVariableExpander(m_id, m_folder).expand(text);
 }
 
 bool cPluginInstance::loadLibrary()
 {
+    if (m_stage == Stage::Known || m_stage == Stage::Faulty)
+        return fail(QStringLiteral("its manifest has not been accepted"));
     if (m_manifest.libraryPath.isEmpty())
         return fail(QStringLiteral("its manifest names no library"));
     const QFileInfo file(m_manifest.libraryPath + QLatin1String(LibrarySuffix));
@@ -95,7 +141,10 @@ bool cPluginInstance::loadLibrary()
     if (!file.exists())
         return fail(QStringLiteral("its library %1 does not exist").arg(file.absoluteFilePath()));
     m_library.setFileName(file.absoluteFilePath());
-    if (!m_library.load())
+    moveTo(Stage::Loading);
+    const bool isLoaded = m_library.load();
+    moveTo(isLoaded ? Stage::Loaded : Stage::Read);
+    if (!isLoaded)
         return fail(QStringLiteral("its library cannot be loaded: %1").arg(m_library.errorString()));
     return callEntryFunction();
 }
@@ -118,6 +167,8 @@ bool cPluginInstance::callEntryFunction()
 bool cPluginInstance::unloadLibrary()
 {
     m_object = nullptr;
+    if (m_stage == Stage::Loaded)
+        moveTo(Stage::Read);
     return m_library.unload();
 }
 
@@ -134,34 +185,31 @@ bool cPluginInstance::start()
     installTranslation();
     bool isStarted = false;
     const QString thrown = whatIsThrownBy([&] { isStarted = m_object->start(&m_context); });
-    if (isStarted)
-        return true;
-    return fail(QStringLiteral("its start %1").arg(thrown.isEmpty() ? QStringLiteral("returned false") : thrown));
+    if (!isStarted)
+        return fail(QStringLiteral("its start %1").arg(thrown.isEmpty() ? QStringLiteral("returned false") : thrown));
+    moveTo(Stage::Started);
+    return true;
 }
 
 bool cPluginInstance::stop()
 {
+    moveTo(Stage::Stopped);
     if (!m_object)
         return true;
     const QString thrown = whatIsThrownBy([&] { m_object->stop(&m_context); });
     return thrown.isEmpty() || fail(QStringLiteral("its stop %1").arg(thrown));
 }
 
-QString cPluginInstance::identity() const
-{
-    return m_name + QLatin1Char('-') + m_version.toString();
-}
-
 void cPluginInstance::setFolder(const QString& path)
 {
-    m_folder = path == QLatin1String("#default") ? QLatin1String("core:plugins/") + identity() : path;
+    m_folder = path == QLatin1String("#default") ? QLatin1String("core:plugins/") + m_id.toString() : path;
 }
 
 void cPluginInstance::registerSearchPath()
 {
     // A plugin that is started again after a failure has its folder there already.
-    if (!QDir::searchPaths(m_name).contains(m_folder))
-        QDir::addSearchPath(m_name, m_folder);
+    if (!QDir::searchPaths(name()).contains(m_folder))
+        QDir::addSearchPath(name(), m_folder);
 }
 
 void cPluginInstance::installTranslation()
@@ -170,6 +218,13 @@ void cPluginInstance::installTranslation()
         m_folder + QLatin1String("/ts/strings_") + cTranslationLocale::current() + QLatin1String(".qm");
     if (QFileInfo::exists(file) && m_translator.load(file))
         QCoreApplication::installTranslator(&m_translator);
+}
+
+// Which stage follows which is a matter of this program alone: a wrong move is a mistake in it.
+void cPluginInstance::moveTo(Stage next)
+{
+    Q_ASSERT_X(isMove(m_stage, next), "cPluginInstance::moveTo", qPrintable(m_id.toString()));
+    m_stage = next;
 }
 
 bool cPluginInstance::fail(const QString& reason)

@@ -1,9 +1,10 @@
 #pragma once
 
+#include "core/Settings.h"
 #include "plugins/cManifest.h"
-#include "plugins/cPluginContext.h"
+#include "version/cPluginId.h"
 
-#include <Norvale/cVersion.h>
+#include <Norvale/IPluginContext.h>
 
 #include <QtCore/QLibrary>
 #include <QtCore/QObject>
@@ -12,7 +13,48 @@
 #include <QtCore/QTranslator>
 
 class IPlugin;
+class cPluginInstance;
 class cXmlElement;
+
+/**
+ * The context of one plugin: answers from the plugin's record, which embeds it.
+ */
+class cPluginContext : public IPluginContext
+{
+public:
+    explicit cPluginContext(const cPluginInstance& plugin) : m_plugin(plugin) {}
+
+    QString name() const override;
+    cJsonValue params() const override;
+    cLog log() const override;
+
+private:
+    const cPluginInstance& m_plugin;
+};
+
+/**
+ * The locale that plugins are translated into, as the machine-wide settings name it.
+ *
+ * While an object lives, the settings stay open: opening them asks the file system several times, which a start-up of
+ * many plugins need not pay for each. What this process writes to the settings is seen at once all the same. Main
+ * thread only; objects nest.
+ */
+class cTranslationLocale
+{
+public:
+    cTranslationLocale() : m_outer(s_innermost) { s_innermost = this; }
+    ~cTranslationLocale() { s_innermost = m_outer; }
+    cTranslationLocale(const cTranslationLocale&) = delete;
+    cTranslationLocale& operator=(const cTranslationLocale&) = delete;
+
+    /// @return the locale, such as "de_DE"; empty when none is set.
+    static QString current();
+
+private:
+    cMachineSettings m_settings;
+    cTranslationLocale* m_outer;
+    static cTranslationLocale* s_innermost;
+};
 
 /**
  * The record of one plugin: its identity, what its manifest says, its library, and the object that the library made.
@@ -26,6 +68,22 @@ class cXmlElement;
 class cPluginInstance : public QObject
 {
 public:
+    /// How far the plugin has come. The record moves on by what is done to it, and back to Read when its library is
+    /// gone again. A place in the start order is no stage but the state(): it is given anew at each ordering, to
+    /// faulty and to running plugins as well.
+    enum class Stage {
+        Known,   ///< The record has been made; its manifest has not been judged.
+        Faulty,  ///< The manifest has been refused; the library is not loaded.
+        Read,    ///< The manifest has been accepted; the library is not loaded.
+        Loading, ///< The library's own initialisation runs.
+        Loaded,  ///< The library is loaded; its start has not succeeded.
+        Started, ///< The start has succeeded.
+        Stopped  ///< The plugin has been stopped; its library stays loaded.
+    };
+
+    /// What is appended to a manifest's `filename`. There is no prefix on any system: foo is foo.dll or foo.so.
+    static const char* const LibrarySuffix;
+
     cPluginInstance(const QString& name, const cVersion& version);
     ~cPluginInstance() override;
 
@@ -36,7 +94,8 @@ public:
     virtual void setState(qint32 state);
     virtual qint32 state() const;
 
-    /// Reads Manifest.xml of the folder anew. On false what had been read before the fault stays in the record.
+    /// Reads Manifest.xml of the folder anew. On false what had been read before the fault stays in the record. The
+    /// stage stays: see judge().
     [[nodiscard]] virtual bool readManifest();
 
     /// Appends a command line for @p element and for each later sibling of that name to @p target. Always true.
@@ -46,7 +105,7 @@ public:
     virtual QString expandVariables(const QString& text) const;
 
     /// Loads the library and has its entry function make the plugin object. A library whose entry function is missing
-    /// or answers null stays loaded.
+    /// or answers null stays loaded. The manifest must have been accepted.
     [[nodiscard]] virtual bool loadLibrary();
 
     /// Unloads the library; the plugin object is forgotten.
@@ -56,14 +115,18 @@ public:
     /// Registers the search path, installs the translation and starts the plugin object.
     [[nodiscard]] virtual bool start();
 
-    /// Stops the plugin object, if there is one. False when it threw an exception.
+    /// Stops the plugin object of a started plugin, if there is one. False when it threw an exception.
     bool stop();
 
-    const QString& name() const { return m_name; }
-    const cVersion& version() const { return m_version; }
+    Stage stage() const { return m_stage; }
 
-    /// "name-version", as the folder of the plugin is called and as messages name it.
-    QString identity() const;
+    /// Tells a record that is only known whether its manifest is accepted.
+    void judge(bool isAccepted) { moveTo(isAccepted ? Stage::Read : Stage::Faulty); }
+
+    /// Who the plugin is; messages name it by the id's text.
+    const cPluginId& id() const { return m_id; }
+    const QString& name() const { return m_id.name(); }
+    const cVersion& version() const { return m_id.version(); }
 
     const QString& folder() const { return m_folder; }
 
@@ -83,30 +146,14 @@ public:
     /// Why the last operation that returned false did so; names the file.
     const QString& errorString() const { return m_errorString; }
 
-    // Bookkeeping of the plugin manager.
-
-    /// How far the manager has come with the manifest; it only moves on.
-    enum class ManifestState { Unread, Accepted, Faulty };
-    ManifestState manifestState() const { return m_manifestState; }
-    void setManifestState(ManifestState state) { m_manifestState = state; }
-
-    /// How far the run of the plugin has come. Loading lasts while the library's own initialisation runs.
-    enum class RunState { Idle, Loading, Started, Stopped };
-    RunState runState() const { return m_runState; }
-    void setRunState(RunState state) { m_runState = state; }
-
-    /// An installed feature names the plugin in this run.
-    bool isRegistered() const { return m_isRegistered; }
-    void setRegistered(bool isRegistered) { m_isRegistered = isRegistered; }
-
 private:
+    void moveTo(Stage next);
     bool fail(const QString& reason);
     bool callEntryFunction();
     void registerSearchPath();
     void installTranslation();
 
-    QString m_name;
-    cVersion m_version;
+    const cPluginId m_id;
     QTranslator m_translator;
     QLibrary m_library;
     QString m_folder;
@@ -114,9 +161,6 @@ private:
     IPlugin* m_object = nullptr; // made and owned by the library
     cPluginContext m_context;
     qint32 m_state = 0;
+    Stage m_stage = Stage::Known;
     QString m_errorString;
-
-    ManifestState m_manifestState = ManifestState::Unread;
-    RunState m_runState = RunState::Idle;
-    bool m_isRegistered = false;
 };

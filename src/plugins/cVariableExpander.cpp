@@ -1,11 +1,21 @@
 #include "plugins/cVariableExpander.h"
 
-#include "plugins/cPluginInstance.h"
-
 #include <QtCore/QDir>
+
+namespace {
+
+constexpr QLatin1String Opening("$(");
+constexpr QLatin1String PluginDir("$(PluginDir)");
+constexpr QLatin1String PluginName("$(PluginName)");
+constexpr QLatin1String PluginVersion("$(PluginVersion)");
+constexpr QLatin1String EnvironmentOpening("$(env.");
+
+} // namespace
 
 QString cVariableExpander::expand(QString text)
 {
+    if (!text.contains(Opening))
+        return text;
     m_maxLength = qint64(text.size()) + MaxGrowth;
     for (int pass = 0; pass < MaxPasses && expandOnce(text); ++pass) {
     }
@@ -14,17 +24,15 @@ QString cVariableExpander::expand(QString text)
 
 bool cVariableExpander::expandOnce(QString& text)
 {
-    bool isChanged =
-        replaceAll(text, QStringLiteral("$(PluginDir)"), [&] { return QDir::toNativeSeparators(m_plugin.folder()); });
-    isChanged = replaceAll(text, QStringLiteral("$(PluginName)"), [&] { return m_plugin.name(); }) || isChanged;
-    isChanged = replaceAll(text, QStringLiteral("$(PluginVersion)"), [&] { return m_plugin.version().toString(); }) ||
-                isChanged;
+    bool isChanged = replaceAll(text, PluginDir, [&] { return QDir::toNativeSeparators(m_folder); });
+    isChanged = replaceAll(text, PluginName, [&] { return m_plugin.name(); }) || isChanged;
+    isChanged = replaceAll(text, PluginVersion, [&] { return m_plugin.version().toString(); }) || isChanged;
     return replaceEnvironment(text) || isChanged;
 }
 
 /// @p value is called only when there is something to replace.
 template <typename Value>
-bool cVariableExpander::replaceAll(QString& text, const QString& variable, Value value) const
+bool cVariableExpander::replaceAll(QString& text, QLatin1String variable, Value value) const
 {
     const int count = text.count(variable);
     if (count == 0)
@@ -39,11 +47,10 @@ bool cVariableExpander::replaceAll(QString& text, const QString& variable, Value
 // Only the first "$(env." is looked at: a malformed one shields those behind it.
 bool cVariableExpander::replaceEnvironment(QString& text)
 {
-    const QString opening = QStringLiteral("$(env.");
-    const int begin = text.indexOf(opening);
+    const int begin = text.indexOf(EnvironmentOpening);
     if (begin < 0)
         return false;
-    const int nameBegin = begin + opening.size();
+    const int nameBegin = begin + EnvironmentOpening.size();
     const int end = text.indexOf(QLatin1Char(')'), nameBegin);
     if (end <= nameBegin)
         return false;
@@ -67,4 +74,19 @@ QString cVariableExpander::environmentValue(const QString& name)
 bool cVariableExpander::hasRoomFor(const QString& text, qint64 added) const
 {
     return text.size() + added <= m_maxLength;
+}
+
+QStringList cVariableExpander::unknownVariables(const QString& text)
+{
+    QStringList unknown;
+    for (int at = text.indexOf(Opening); at >= 0; at = text.indexOf(Opening, at + Opening.size())) {
+        const int end = text.indexOf(QLatin1Char(')'), at);
+        const QString variable = text.mid(at, end < 0 ? -1 : end + 1 - at);
+        const bool isOfPlugin = variable == PluginDir || variable == PluginName || variable == PluginVersion;
+        const bool isOfEnvironment = variable.startsWith(EnvironmentOpening) &&
+                                     variable.size() > EnvironmentOpening.size() + 1; // the name and the bracket
+        if (end < 0 || (!isOfPlugin && !isOfEnvironment))
+            unknown.append(variable);
+    }
+    return unknown;
 }

@@ -1,9 +1,10 @@
 #pragma once
 
+#include "version/cPluginId.h"
+
 #include <QtCore/QProcessEnvironment>
 #include <QtCore/QString>
-
-class cPluginInstance;
+#include <QtCore/QStringList>
 
 /**
  * Replaces the variables in the command lines of one plugin's manifest.
@@ -25,19 +26,23 @@ public:
     /// Far above what a command line of any system can hold (32,767 characters on Windows, 2 MiB on Linux in all).
     static constexpr int MaxGrowth = 1024 * 1024;
 
-    explicit cVariableExpander(const cPluginInstance& plugin) : m_plugin(plugin) {}
+    cVariableExpander(const cPluginId& plugin, const QString& folder) : m_plugin(plugin), m_folder(folder) {}
 
     QString expand(QString text);
+
+    /// What looks like a variable in @p text and is none, as it stands there.
+    static QStringList unknownVariables(const QString& text);
 
 private:
     bool expandOnce(QString& text);
     template <typename Value>
-    bool replaceAll(QString& text, const QString& variable, Value value) const;
+    bool replaceAll(QString& text, QLatin1String variable, Value value) const;
     bool replaceEnvironment(QString& text);
     QString environmentValue(const QString& name);
     bool hasRoomFor(const QString& text, qint64 added) const;
 
-    const cPluginInstance& m_plugin;
+    cPluginId m_plugin;
+    QString m_folder;
     QProcessEnvironment m_environment; // fetched when the first variable of it turns up
     bool m_isEnvironmentFetched = false;
     qint64 m_maxLength = 0;

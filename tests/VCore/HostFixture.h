@@ -1,12 +1,12 @@
 #pragma once
 
 #include "ChildRun.h"
-#include "ExitCode.h"
 #include "Files.h"
 #include "Platform.h"
 #include "Rows.h"
 #include "SettingsSandbox.h"
 
+#include "common/ExitCode.h"
 #include "wire/cFrameDecoder.h"
 #include "wire/cHostAddress.h"
 

@@ -1,6 +1,5 @@
 #include "HostFixture.h"
 
-#include "wire/cClientConnection.h"
 #include "wire/cHostServer.h"
 
 /// True when the other side ends the connection within ten seconds.
@@ -83,6 +82,30 @@ private slots:
         const bool isSaid = ended.output == said || (ended.output.isEmpty() && ended.reasons.contains(said));
         QVERIFY2(isSaid, qPrintable(ended.output + ended.reasons));
         QCOMPARE(ended.code, int(code));
+    }
+
+    void takesArgumentsAsTheyStand_data()
+    {
+        const Rows<QStringList, QString> row("arguments", "said");
+        const auto upper = [&](const char* name, const QString& argument) {
+            row(name, {"--call", "Text", "upper", argument}, argument.toUpper() + '\n');
+        };
+        upper("an empty one", "");
+        upper("brackets", "[a,b]");
+        upper("braces", "{}");
+        upper("an option without a value", "--timeout=");
+        upper("two dashes", "--");
+        upper("a slash", "/call");
+        upper("a blank and quotes", " \"a\" ");
+        row("behind two dashes", {"--call", "--", "Text", "upper", "a"}, "A\n");
+        row("the last of two options", {"--timeout=0", "--timeout", "30", "--call", "Text", "upper", "a"}, "A\n");
+    }
+    void takesArgumentsAsTheyStand()
+    {
+        const auto [arguments, said] = cells<QStringList, QString>("arguments", "said");
+        const Ended ended = m_fixture.run(arguments);
+        QVERIFY2(ended.output == said, qPrintable(ended.output + ended.reasons));
+        QCOMPARE(ended.code, 0);
     }
 
     void answersMessages_data();

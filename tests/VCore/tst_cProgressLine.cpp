@@ -1,6 +1,6 @@
 #include "Rows.h"
 
-#include "updates/cProgressLine.h"
+#include "updates/Progress.h"
 
 namespace {
 

@@ -33,7 +33,7 @@ private slots:
         QVERIFY(m_manager->publishInstalledPlugins());
         writeFeatures(
             "<r><feature><plugins><plugin name='A'/><plugin name='A' version='1.0'/></plugins></feature></r>");
-        QVERIFY(m_manager->publishInstalledPlugins() && m_fixture.plugins.isKnown("B", cVersion("2.0")));
+        QVERIFY(m_manager->publishInstalledPlugins() && m_fixture.plugins.isKnown({"B", cVersion("2.0")}));
         QVERIFY(m_manager->loadFeatures() && !m_manager->publishInstalledPlugins());
         QVERIFY2(m_fixture.plugins.plugins().size() == 3, "a clash leaves the plugin manager alone");
     }

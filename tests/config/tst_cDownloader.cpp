@@ -147,10 +147,7 @@ private slots:
         row("asked for others", true, "", 2, [](cDownloader* d, QIODevice* device) {
             QVERIFY(!d->download(QUrl("http://127.0.0.1:1/")) && !d->download(QUrl("file:///dev/null"), device));
         });
-        row("the thread is kept busy", true, "", 0, [](cDownloader* d, QIODevice*) {
-            d->setStallTimeout(1000);
-            QThread::msleep(1500);
-        });
+        row("the thread is kept busy", true, "", 0, [](cDownloader*, QIODevice*) { QThread::msleep(1500); });
         row("the device is closed", false, "takes no bytes", 0,
             [](cDownloader*, QIODevice* device) { device->close(); });
         row("the device is destroyed", false, "is gone", 0, [](cDownloader*, QIODevice* device) { delete device; });
@@ -165,6 +162,7 @@ private slots:
             const LogFile log;
             const QPointer<OpenBuffer> device(new OpenBuffer);
             QPointer<cDownloader> downloader(new cDownloader);
+            downloader->setStallTimeout(1000);
             QFETCH(Event, event);
             const auto happen = [&] {
                 if (const Event once = std::exchange(event, nullptr))
@@ -194,7 +192,7 @@ private slots:
         cDownloader downloader;
         OpenBuffer device;
         QTimer::singleShot(0, &downloader, [&] {
-            downloader.findChild<QNetworkReply*>()->disconnect(SIGNAL(readyRead()), &downloader);
+            downloader.findChild<QNetworkReply*>()->disconnect(SIGNAL(readyRead()));
         });
         QVERIFY(downloader.download(m_site.url("a", "~trickle=5"), &device) && device.data() == Text);
         QVERIFY(downloader.data() == Text && downloader.digestResult() == sha1(Text + Text));

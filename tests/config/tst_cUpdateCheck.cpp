@@ -83,8 +83,8 @@ private slots:
         QFETCH(QString, available);
         QFETCH(QByteArray, version);
         m_fixture.begin(features(installed));
-        m_fixture.plugins.registerPlugin("Known", cVersion("1.2"));
-        m_fixture.plugins.registerPlugin("Other", cVersion("1.1"));
+        m_fixture.plugins.registerPlugin({"Known", cVersion("1.2")});
+        m_fixture.plugins.registerPlugin({"Other", cVersion("1.1")});
         m_fixture.offer("version='" + version + "'", features(available));
 
         cUpdateCheck check(m_fixture.manager->installed(), m_fixture.plugins);

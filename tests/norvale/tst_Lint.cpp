@@ -66,6 +66,7 @@ private slots:
         row("no library", m, "<library filename='A' function='f'/>", "", 2, "manifest-no-library");
         row("no function", m, "function='f'", "", 3, "manifest-bad-library");
         row("no JSON", m, "{}", "{", 3, "manifest-bad-params");
+        row("params lose a character", m, "{}", "{\"a\": \"\xe2\x82\xac\"}", 3, "manifest-lossy-params");
         row("empty service", m, "</services>", "\n<service/></services>", 5, "manifest-empty-service");
         row("service twice", m, "</services>", "\n<service>S</service></services>", 5, "manifest-service-twice");
         row("many services", m, "<service>S</service>", QByteArray("<service>S</service>").repeated(100000), 4,
@@ -138,6 +139,34 @@ private slots:
                                           "\\]$",
                                       QRegularExpression::MultilineOption);
         QVERIFY2(ended.output.contains(told), qPrintable(ended.output.left(1000)));
+    }
+
+    // A build knows what it makes, and asks for manifests of that.
+    void holdsAgainstBuiltPlugin_data()
+    {
+        const Rows<QString, QByteArray, int, QByteArray> row("words", "library", "code", "said");
+        const QByteArray library = "<library filename='A' function='f'/>";
+        row("sound", "--plugin A-1.00.000 --function f", library, 0, "");
+        row("any function", "--plugin A-1.00.000", library, 0, "");
+        row("other name", "--plugin B-1.00.000", library, 1, ":2:58: error: the manifest is that of A-1.00.000, and B");
+        row("other version", "--plugin A-1.00.001", library, 1, "and A-1.00.001 is built [folder-identity]");
+        row("other library", "--plugin A-1.00.000", "<library filename='A.so' function='f'/>", 1,
+            "the library is \"A.so\", and \"A\" is built [manifest-library-missing]");
+        row("no library", "--plugin A-1.00.000", "", 1, "there is no <library>, and \"A\" is built");
+        row("other function", "--plugin A-1.00.000 --function g", library, 1,
+            "the function is \"f\", and \"g\" is built [manifest-bad-library]");
+        row("no version", "--plugin A", library, 2, "");
+        row("function alone", "--function f", library, 2, "");
+    }
+    void holdsAgainstBuiltPlugin()
+    {
+        const auto [words, library, code, said] =
+            cells<QString, QByteArray, int, QByteArray>("words", "library", "code", "said");
+        m_tool.write("manifest.in", QByteArray(Manifest).replace("<library filename='A' function='f'/>", library));
+        const Ended ended = m_tool.run("lint --quiet " + words + " manifest.in");
+        QCOMPARE(ended.code, code);
+        QVERIFY2(ended.output.contains(said), qPrintable(ended.output));
+        QCOMPARE(ended.reasons.isEmpty(), code == 0); // --quiet
     }
 
     void looksIntoFolders_data()

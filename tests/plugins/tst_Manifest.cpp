@@ -1,9 +1,9 @@
-#include "plugins/cManifest.h"
+#include "core/cXmlTreeReader.h"
 #include "plugins/cManifestReader.h"
 #include "plugins/cPluginDependency.h"
-#include "plugins/cPluginInstance.h"
-#include "plugins/cVariableExpander.h"
 
+#include <Files.h>
+#include <Norvale/IPlugin.h>
 #include <Norvale/cJsonValue.h>
 #include <Rows.h>
 
@@ -12,10 +12,8 @@
 /// The manifest as text, with what differs from the defaults; where it is refused, the line comes first.
 static QString read(const QByteArray& xml)
 {
-    cPluginInstance plugin("Foo", cVersion("1.2"));
-    plugin.setFolder("/F");
     cManifest manifest;
-    cManifestReader reader(plugin, manifest);
+    cManifestReader reader(cPluginId("Foo", cVersion("1.2")), "/F", manifest);
     QStringList parts(reader.read(xml, "/F/Manifest.xml") ? "" : reader.errorString().section(", column", 0, 0));
     parts << (manifest.autoload ? "auto" : "") << manifest.loadCategory << QString::number(manifest.apiVersion)
           << QString::number(manifest.runtimeApiVersion) << manifest.libraryPath << manifest.entryFunction
@@ -27,6 +25,73 @@ static QString read(const QByteArray& xml)
     }
     parts.removeAll("0");
     return parts.join(' ').simplified();
+}
+
+/// What docs/schema/Manifest.xsd says, a line for each element and attribute.
+class Schema
+{
+public:
+    Schema()
+    {
+        QString reason;
+        if (!cXmlTreeReader::read(readFile(NORVALE_SOURCE "/docs/schema/Manifest.xsd"), m_tree, &reason))
+            qFatal("%s", qPrintable(reason));
+        for (auto type = m_tree.root().firstChild(); !type.isNull(); type = type.nextSibling())
+            m_types[type.attribute(u"name")] = type;
+        describe(m_types["manifest"], "");
+    }
+    QStringList lines() const { return m_lines; }
+
+private:
+    void describe(const cXmlElement& element, const QString& path)
+    {
+        const QString typeName = element.attribute(u"type");
+        const cXmlElement inner = element.firstChild(u"xs:complexType");
+        const cXmlElement type = inner.isNull() ? m_types.value(typeName) : inner;
+        const bool isText = type.tag() != u"xs:complexType";
+        m_lines << path + (isText ? ' ' + typeName : "");
+        for (auto child = type.firstChild(); !isText && !child.isNull(); child = child.nextSibling())
+            describeChild(child, path);
+    }
+    // Children in a group, or an attribute.
+    void describeChild(const cXmlElement& child, const QString& path)
+    {
+        if (child.tag() == u"xs:attribute")
+            m_lines << QStringList{path + '@' + child.attribute(u"name"), child.attribute(u"type"),
+                                   child.attribute(u"use"), child.attribute(u"default"), child.attribute(u"fixed")}
+                           .join(' ');
+        for (auto element = child.firstChild(u"xs:element"); !element.isNull(); element = element.nextSibling())
+            describe(element, path + '/' + element.attribute(u"name") + (isRepeated(child, element) ? "*" : ""));
+    }
+    static bool isRepeated(const cXmlElement& group, const cXmlElement& element)
+    {
+        return group.attribute(u"maxOccurs") == "unbounded" || element.attribute(u"maxOccurs") == "unbounded";
+    }
+
+    cXmlTree m_tree;
+    QHash<QString, cXmlElement> m_types;
+    QStringList m_lines;
+};
+
+/// What the schema has to say of the rules below the element @p tag at @p path.
+static QStringList schemaLines(QStringView tag = u"", const QString& path = "")
+{
+    QStringList lines;
+    for (const auto& rule : ManifestRules::Table) {
+        if (rule.in != tag)
+            continue;
+        const QString name = rule.name.toString();
+        const QString type = rule.text ? rule.text->schemaType : "";
+        const bool isFixed = rule.name == u"runtime_api_version";
+        const QString child = path + '/' + name + (rule.kind == rule.FirstElement ? "" : "*");
+        if (rule.kind == rule.Attribute)
+            lines << QStringList{path + '@' + name, type, rule.absent.isNull() ? "required" : "",
+                                 rule.absent.toString(), isFixed ? QString::number(IPlugin::RuntimeApiVersion) : ""}
+                         .join(' ');
+        else
+            lines << (child + ' ' + type).trimmed() << schemaLines(rule.name, child);
+    }
+    return lines;
 }
 
 /// The manifest of a plugin: what it says, and the variables in its command lines.
@@ -91,6 +156,14 @@ private slots:
         QFETCH(QByteArray, xml);
         QTEST(read(xml), "expected");
     }
+    void schemaAgreesWithRules()
+    {
+        QStringList written = Schema().lines();
+        QStringList wanted = QStringList("") + schemaLines();
+        written.sort();
+        wanted.sort();
+        QCOMPARE(written, wanted);
+    }
     void dependency()
     {
         QString text;
@@ -126,17 +199,16 @@ private slots:
     {
         QFETCH(QString, text);
         QFETCH(QString, expected);
-        cPluginInstance plugin("Foo", cVersion("1.2.3"));
-        plugin.setFolder("/suite/Foo");
-        const QString expanded = cVariableExpander(plugin).expand(text);
+        const QString expanded = cVariableExpander(cPluginId("Foo", cVersion("1.2.3")), "/suite/Foo").expand(text);
         QVERIFY(expected.isNull() ? !expanded.isEmpty() : expanded == expected);
         QVERIFY(expanded.size() <= text.size() + cVariableExpander::MaxGrowth);
     }
     void expandsPluginThatDoublesItself()
     {
-        const cPluginInstance plugin("$(PluginName)$(PluginName)", cVersion());
-        const int size = cVariableExpander(plugin).expand("$(PluginName)").size();
-        QVERIFY(size > 0 && size <= 13 + cVariableExpander::MaxGrowth);
+        const cPluginId plugin("$(PluginName)$(PluginName)", cVersion());
+        const int size = cVariableExpander(plugin, QString()).expand("$(PluginName)").size();
+        QVERIFY(size > 0);
+        QVERIFY(size <= 13 + cVariableExpander::MaxGrowth);
     }
 };
 

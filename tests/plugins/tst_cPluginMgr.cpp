@@ -1,5 +1,3 @@
-#include "plugins/IInstalledPlugins.h"
-#include "plugins/LibrarySuffix.h"
 #include "plugins/cPluginMgr.h"
 #include "services/cServiceMgr.h"
 
@@ -15,19 +13,21 @@
 static void write(const QString& path, const QByteArray& content)
 {
     QFile file(path);
-    QVERIFY(QFileInfo(path).dir().mkpath(".") && file.open(QFile::WriteOnly) && file.write(content) == content.size());
+    QVERIFY(QFileInfo(path).dir().mkpath("."));
+    QVERIFY(file.open(QFile::WriteOnly));
+    QCOMPARE(file.write(content), qint64(content.size()));
 }
 
 /// A small installation on disk, with the managers that run it. All that happens is noted in one journal, which is a
 /// property of the application object, so that the plugins write in it, too.
-class cPluginSuite : public QObject, public IInstalledPlugins, public IPluginObserver
+class cInstalledSuite : public QObject, public IInstalledPlugins, public IPluginObserver
 {
     Q_OBJECT
 
 public:
     /// A plugin is its name, the library of its fixture and what its manifest says (`auto`, `needs:P`, `gives:S`); or
     /// its name and a manifest as it stands.
-    explicit cPluginSuite(const QStringList& plugins)
+    explicit cInstalledSuite(const QStringList& plugins)
     {
         sandbox.setInstallDir(sandbox.path());
         Corvane::initializeFolderOrFile();
@@ -51,7 +51,8 @@ public:
         manifest.replace(QRegularExpression("gives:(\\S+)"), "<services><service>\\1</service></services>");
         names.append(name);
         write(folderOf(name) + "/Manifest.xml", manifest.toUtf8());
-        QFile::copy(FIXTURE_DIR "/" + library + LibrarySuffix, folderOf(name) + "/" + library + LibrarySuffix);
+        const QString file = "/" + library + cPluginInstance::LibrarySuffix;
+        QFile::copy(FIXTURE_DIR + file, folderOf(name) + file);
     }
     QString folderOf(const QString& name) const { return sandbox.path() + "/plugins/" + name + "-1.00.000"; }
     static QStringList journal() { return QCoreApplication::instance()->property("journal").toStringList(); }
@@ -62,10 +63,11 @@ public:
         ++publications;
         manager.clearAllowed();
         for (const QString& name : qAsConst(names))
-            manager.registerPlugin(name, cVersion("1.0.0"));
+            manager.registerPlugin({name, cVersion("1.0.0")});
         return true;
     }
     bool isFeatureInstalled(const QString& name) const override { return name == "Core"; }
+    QString publicationError() const override { return QString(); }
     void spanBegin(Span span, const QString& plugin) override { note(QString("<") + "mlsp"[span] + plugin); }
     void spanEnd(Span, const QString&, bool ok) override { note(ok ? ">" : "!>"); }
 
@@ -81,6 +83,11 @@ public slots:
     void uninstall(QString name) { names.removeOne(name); }
     void removeManifest(QString name) { QVERIFY(QFile::remove(folderOf(name) + "/Manifest.xml")); }
     void events(QString) { QCoreApplication::processEvents(); }
+    void outcome(QString)
+    {
+        const cStartOutcome outcome = manager.lastOutcome();
+        note(QString("outcome %1 with %2 reasons").arg(outcome.result).arg(outcome.reasons.size()));
+    }
     void askInThread(QString name)
     {
         bool isLoaded = true;
@@ -133,7 +140,7 @@ private slots:
             "2 A:5:Started* B:4:Started* C:1:Started* I:2:Ordered ZentraSettings:3:Started* , "
             "stop A, stop B, stop C, stop ZentraSettings");
         row("on request", {"A plain gives:a"}, {"load A", "start", "serve b", "serve a", "load A", "load a"},
-            {"have not been started", "for the service b: none declares it"},
+            {"have not been started", "for the service \"b\": none declares it"},
             "no A, started, no b, start A, a there, A there, no a");
         row("on request of another thread", {"A plain", "B plain gives:A"}, {"start", "askInThread A", "events"}, {},
             "started, not at once, start A, start B");
@@ -144,7 +151,7 @@ private slots:
              {std::pair("entryMissing", "\"create\""), {"entryNull", "answers null"}, {"throwsInEntry", "threw"}})
             row(fixture, {QString("F ") + fixture, "NeedsF plain needs:F"}, steps, {reason},
                 "started, no F, 2 F:1:Loaded NeedsF:2:Ordered , start NeedsF, NeedsF there");
-        const QString failed = "NeedsF is not loaded: a dependency failed (NeedsF -> F)";
+        const QString failed = "plugin \"NeedsF\" is not loaded: a dependency failed (NeedsF -> F)";
         row("no library", {"F none", "NeedsF plain needs:F"}, steps, {failed, "does not exist", "does not exist"},
             "started, no F, 2 F:1:Ordered NeedsF:2:Ordered , no NeedsF");
         for (const auto& [fixture, reason] :
@@ -154,8 +161,8 @@ private slots:
         row("throwsInStop", {"A plain auto", "T throwsInStop auto"}, {"start", "stop", "list"},
             {"T-1.00.000 did not stop properly"},
             "start A, start T, started, stop T, stop A, 2 A:1:Stopped* T:2:Stopped* ");
-        row("leavesService", {"L leavesService gives:left"}, {"start", "load L", "list"}, {"withdrew the service left"},
-            "started, start L, no L, 2 L:1:Ordered* ");
+        row("leavesService", {"L leavesService gives:left"}, {"start", "load L", "list"},
+            {"withdrew the service \"left\""}, "started, start L, no L, 2 L:1:Ordered* ");
         row("torn translation", {"A plain auto"}, {"tearTranslation A", "start"}, {}, "start A, started");
 
         // First asks for itself, for one that depends on it, and for Behind. Behind waits for Asks, whose start asks
@@ -170,18 +177,21 @@ private slots:
         row("spans", {"A loadsOther auto", "B startFails"}, {"want B", "observe", "start", "stop"}, {},
             "<mA, >, <mB, >, <lA, >, <sA, start A, <lB, >, <sB, start B, !>, no B, >, started, <pA, stop A, >");
 
-        row("discovering starts nothing", {"A plain auto gives:a", "B plain needs:A"}, {"discover", "list", "start"},
-            {}, "discovered, 1 A:1:Ordered B:2:Ordered , start A, started");
+        row("discovering starts nothing", {"A plain auto gives:a", "B plain needs:A"},
+            {"outcome", "discover", "list", "start", "outcome"}, {},
+            "outcome 0 with 0 reasons, discovered, 1 A:1:Ordered B:2:Ordered , start A, started, "
+            "outcome 1 with 0 reasons");
         row("all faults are told at once, and remembered",
             {"A plain auto needs:B needs:Absent", "B plain auto", "Old <m><plugin runtime_api_version='12'/></m>",
              "Torn <m>", "Lost plain", "X plain gives:S", "Y plain gives:S", "Z plain gives:Z gives:Z"},
-            {"removeManifest Lost", "discover", "list", "start", "load B"},
-            {"version 12", "manifest of Torn-1.00.000", "A depends on Absent, which is not installed",
-             "Lost-1.00.000/Manifest.xml is missing", "the service S is declared twice: by X and by Y",
-             "the service Z is declared twice: by Z and by Z", "Old-1.00.000 has been found faulty before",
-             "Torn-1.00.000 has been found faulty before"},
+            {"removeManifest Lost", "discover", "list", "start", "outcome", "load B"},
+            {"version 12", "manifest of Torn-1.00.000", "plugin \"A\" depends on \"Absent\", which is not installed",
+             "Lost-1.00.000/Manifest.xml is missing",
+             "the service \"S\" is declared twice: by plugin \"X\" and by plugin \"Y\"",
+             "the service \"Z\" is declared twice: by plugin \"Z\" and by plugin \"Z\"",
+             "Old-1.00.000 has been found faulty before", "Torn-1.00.000 has been found faulty before"},
             "faulty, 1 A:0:Registered B:1:Ordered Old:2:Ordered Torn:3:Ordered Lost:4:Ordered X:5:Ordered Y:6:Ordered "
-            "Z:7:Ordered , not started, no B");
+            "Z:7:Ordered , not started, outcome 4 with 5 reasons, no B");
         row("only the last publication counts", {"Gone <m>", "A plain auto"},
             {"discover", "uninstall Gone", "start", "load Gone"}, {}, "faulty, start A, started, no Gone");
         QStringList chain; // of which only the last one has a library
@@ -196,7 +206,7 @@ private slots:
         QFETCH(QStringList, steps);
         QFETCH(QStringList, logged);
         const int begin = cLogCentral::history().size();
-        cPluginSuite suite(plugins);
+        cInstalledSuite suite(plugins);
         for (const QString& step : steps)
             QVERIFY(QMetaObject::invokeMethod(&suite, step.section(' ', 0, 0).toLatin1(),
                                               Q_ARG(QString, step.section(' ', 1))));
@@ -209,23 +219,33 @@ private slots:
     }
     void record()
     {
-        cPluginSuite suite({"Foo plain needs:B needs:C gives:a",
-                            "Bar <m><plugin><start><params>{\"a\":1}</params></start></plugin></m>"});
+        cInstalledSuite suite({"Foo plain needs:B needs:C gives:a",
+                               "Bar <m><plugin><start><params>{\"a\":1}</params></start></plugin></m>"});
         cPluginInstance plugin("Foo", cVersion("1.0"));
         plugin.setFolder("#Default");
         QCOMPARE(plugin.folder(), QString("#Default"));
         plugin.setFolder("#default");
         QCOMPARE(plugin.folder(), QString("core:plugins/Foo-1.00.000"));
-        QVERIFY(plugin.readManifest() && plugin.readManifest()); // the later reading replaces
+        QVERIFY(plugin.readManifest());
+        QVERIFY(plugin.readManifest()); // the later reading replaces
         QCOMPARE(plugin.dependencies() + plugin.services(), QStringList({"B", "C", "a"}));
-        QVERIFY(plugin.loadLibrary() && plugin.isLibraryLoaded() && plugin.hasPluginObject());
-        QVERIFY(plugin.unloadLibrary() && !plugin.hasPluginObject() && !plugin.start());
+        QVERIFY(!plugin.loadLibrary());
+        QCOMPARE(plugin.errorString(), QString("its manifest has not been accepted"));
+        plugin.judge(true);
+        QVERIFY(plugin.loadLibrary());
+        QVERIFY(plugin.isLibraryLoaded());
+        QVERIFY(plugin.hasPluginObject());
+        QVERIFY(plugin.unloadLibrary());
+        QVERIFY(!plugin.hasPluginObject());
+        QVERIFY(!plugin.start());
         QCOMPARE(plugin.errorString(), QString("it has no plugin object"));
 
         const cPluginContext own(plugin);
         const IPluginContext& context = own;
         plugin.setFolder(suite.folderOf("Bar"));
-        QVERIFY(plugin.readManifest() && context.name() == "Foo" && context.params()["a"] == 1);
+        QVERIFY(plugin.readManifest());
+        QCOMPARE(context.name(), QString("Foo"));
+        QVERIFY(context.params()["a"] == 1);
         context.log().warning() << "hello" << Qt::endl;
         QCOMPARE(cLogCentral::history().last().channel, QString("Foo"));
     }

@@ -1,7 +1,7 @@
 #include "config/cConfigurationMgr.h"
 #include "config/cUpdateMgr.h"
 #include "install/cInstallMgr.h"
-#include "plugins/LibrarySuffix.h"
+#include "plugins/cPluginInstance.h"
 
 #include <Norvale/Corvane.h>
 #include <Norvale/IPluginMgr.h>
@@ -15,7 +15,9 @@
 static void write(const QString& path, const QString& text)
 {
     QFile file(path);
-    QVERIFY(QFileInfo(path).dir().mkpath(".") && file.open(QFile::WriteOnly) && file.write(text.toUtf8()) > 0);
+    QVERIFY(QFileInfo(path).dir().mkpath("."));
+    QVERIFY(file.open(QFile::WriteOnly));
+    QVERIFY(file.write(text.toUtf8()) > 0);
 }
 
 /// A plugin is its name, its version, its feature, and perhaps the plugin that it needs. Without any, there is nothing.
@@ -30,7 +32,8 @@ static void install(const QString& folder, const QStringList& plugins)
                         .arg(words.at(0), words.at(1), words.at(2));
         const QString home = folder + "/plugins/" + words.at(0) + "-" + cVersion(words.at(1)).toString();
         write(home + "/Manifest.xml", xml.arg(words.value(3)));
-        QVERIFY(QFile::copy(words.at(0) == "Fails" ? FAILING_PLUGIN : PLAIN_PLUGIN, home + "/it" + LibrarySuffix));
+        QVERIFY(QFile::copy(words.at(0) == "Fails" ? FAILING_PLUGIN : PLAIN_PLUGIN,
+                            home + "/it" + cPluginInstance::LibrarySuffix));
         write(folder + "/plugins/features.xml", "<r>" + features + "</r>");
     }
 }
@@ -54,6 +57,10 @@ public slots:
             note(Corvane::initialize() ? "initialized" : "not initialized");
         if (step == "start")
             note(Corvane::startNormal() ? "started" : "not started");
+        if (step == "outcome") {
+            const cStartOutcome outcome = IPluginMgr::instance()->lastOutcome();
+            note(QString::number(outcome.result) + " " + outcome.reasons.join(';').section('/', -1));
+        }
         if (step == "stop")
             Corvane::stopNormal();
         if (step == "categories")
@@ -79,10 +86,21 @@ private slots:
         // it is tried again for each entry, and for B each time.
         row("a failing plugin takes along what needs it", {"Fails 1.0 Core", "B 1.0 Core Fails", "C 1.0 Core"}, whole,
             "initialized, start Fails, start Fails, start C, start Fails, start Fails, started, stop C", "Fails");
-        row("no feature Core", {"A 1.0 Extra"}, {"restart option", "initialize", "start", "restart option", "stop"},
-            "7, initialized, not started, 0", "Core");
-        row("nothing installed", {}, {"managers", "initialize", "managers", "follow", "download", "start"},
-            "0 managers, initialized, 5 managers, a.zip 1/2, not started", "features.xml");
+        row("no feature Core", {"A 1.0 Extra"},
+            {"restart option", "initialize", "start", "restart option", "outcome", "stop"},
+            "7, initialized, not started, 0, 3 the feature \"Core\" is not installed", "Core");
+        row("nothing installed", {}, {"managers", "initialize", "managers", "follow", "download", "start", "outcome"},
+            "0 managers, initialized, 5 managers, a.zip 1/2, not started, 3 the feature \"Core\" is not installed",
+            "features.xml");
+        const QStringList failing{"initialize", "start", "outcome"};
+        row("a catalogue that cannot be read says nothing of Core", {"A 1.0 Core' torn"}, failing,
+            "initialized, not started, 2 features.xml line 1, column 24: error occurred while parsing element;"
+            "the feature \"Core\" is not installed",
+            "features.xml");
+        row("two versions of a plugin", {"A 1.0 Core", "A 1.1 Extra"}, failing,
+            "initialized, not started, 2 plugin A is installed in two versions: 1.00.000 by feature Core, "
+            "1.01.000 by feature Extra",
+            "two versions");
         row("initialize again", {"A 1.0 Core"}, {"initialize", "initialize", "start", "initialize", "stop"},
             "initialized, initialized, start A, started, initialized, stop A", "initialize() was called again");
         row("nothing before initialize", {"A 1.0 Core"}, QStringList{"start", "stop", "categories"} + whole,
@@ -101,7 +119,8 @@ private slots:
         QVERIFY(child.waitForFinished());
         const QString log = Corvane::FileReadAll(sandbox.path() + "/log") + child.readAllStandardError();
         QTEST(QString(child.readAllStandardOutput()), "journal");
-        QVERIFY2(child.exitCode() == 0 && log.contains(logged), qPrintable(log));
+        QVERIFY2(log.contains(logged), qPrintable(log));
+        QCOMPARE(child.exitCode(), 0);
     }
 
 private:

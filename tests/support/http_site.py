@@ -17,6 +17,8 @@ A path may begin with faults, "/~NAME=ARGUMENT/~NAME/rest/of/path":
     ~unsized        promise no length; the end of the connection is the end of the body
     ~chunked        send the body in chunks of 1000 bytes
     ~trickle=MS     send the body byte by byte, one every MS milliseconds
+    ~ranges=TAG     the file has this entity tag, and a client may ask for the rest of it
+    ~shift=N        such a rest begins N bytes later than asked for
     ~fill=N         after the file send N bytes of zeros more, as part of the body
     ~garbage        answer with bytes that are not HTTP
 """
@@ -56,8 +58,12 @@ class Handler(socketserver.StreamRequestHandler):
     def answer(self):
         """Answers one request; true when the connection can take another one."""
         request = self.rfile.readline().decode("latin-1").split()
-        while self.rfile.readline() not in (b"\r\n", b"\n", b""):
-            pass
+        self.asked = {}
+        for line in iter(self.rfile.readline, b""):
+            name, colon, value = line.decode("latin-1").partition(":")
+            if not colon:
+                break
+            self.asked[name.lower()] = value.strip()
         if len(request) < 2:
             return False
         print(request[1], flush=True)
@@ -89,7 +95,19 @@ class Handler(socketserver.StreamRequestHandler):
         if not os.path.isfile(name):
             return "404 Not Found", [], b"no such file"
         with open(name, "rb") as file:
-            return "200 OK", [], file.read() + bytes(int(faults.get("fill", 0)))
+            body = file.read() + bytes(int(faults.get("fill", 0)))
+        return self.take_range(body, faults) if "ranges" in faults else ("200 OK", [], body)
+
+    def take_range(self, body, faults):
+        tag = '"%s"' % faults["ranges"]
+        start = self.asked.get("range", "").partition("=")[2].partition("-")[0]
+        if not start or self.asked.get("if-range", tag) != tag:
+            return "200 OK", ["ETag: " + tag], body
+        start = int(start) + int(faults.get("shift", 0))
+        if start >= len(body):
+            return "416 Range Not Satisfiable", [], b"no such part"
+        place = "Content-Range: bytes %d-%d/%d" % (start, len(body) - 1, len(body))
+        return "206 Partial Content", ["ETag: " + tag, place], body[start:]
 
     def send(self, head, body, faults):
         if "trickle" in faults:

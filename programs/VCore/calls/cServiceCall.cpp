@@ -1,8 +1,6 @@
 #include "calls/cServiceCall.h"
 
-#include "calls/ArgumentValue.h"
-#include "calls/JsonMetaType.h"
-#include "calls/ResultValue.h"
+#include "calls/CallValues.h"
 
 #include <Norvale/IPluginMgr.h>
 #include <Norvale/IServiceMgr.h>
@@ -32,18 +30,30 @@ QString signaturesOf(const QList<QMetaMethod>& methods)
     return signatures.join(QStringLiteral(", "));
 }
 
-bool makeArguments(const QMetaMethod& method, const cJsonValue& json, ArgumentValue::Fit fit, QVariantList* out)
+bool makeArguments(const QMetaMethod& method, const cJsonValue& json, CallValues::Fit fit, QVariantList* out)
 {
     if (method.parameterCount() != int(json.size()))
         return false;
     out->clear();
     for (int i = 0; i < method.parameterCount(); ++i) {
         QVariant value;
-        if (!ArgumentValue::make(json[i], method.parameterType(i), fit, &value))
+        if (!CallValues::fromJson(json[i], method.parameterType(i), fit, &value))
             return false;
         out->append(value);
     }
     return true;
+}
+
+// The first method that takes the arguments as they are, else the first that takes them converted.
+QMetaMethod pickFitting(const QList<QMetaMethod>& methods, const cJsonValue& json, QVariantList* out)
+{
+    for (const CallValues::Fit fit : {CallValues::Exact, CallValues::Converted}) {
+        for (const QMetaMethod& method : methods) {
+            if (makeArguments(method, json, fit, out))
+                return method;
+        }
+    }
+    return QMetaMethod();
 }
 
 // A parameter of type QVariant takes the variant itself, any other what is in it.
@@ -80,12 +90,9 @@ bool cServiceCall::pickMethod(const QObject* service, const QString& name, const
         return fail(UnknownMethod, QStringLiteral("the service has no method \"%1\"").arg(name));
     const bool isList = arguments.isNull() || arguments.isArray();
     if (isList && arguments.size() <= MaxArguments)
-        for (const ArgumentValue::Fit fit : {ArgumentValue::Exact, ArgumentValue::Converted})
-            for (const QMetaMethod& method : methods)
-                if (makeArguments(method, arguments, fit, &m_arguments)) {
-                    m_method = method;
-                    return true;
-                }
+        m_method = pickFitting(methods, arguments, &m_arguments);
+    if (m_method.isValid())
+        return true;
     return fail(ArgumentsDoNotFit, QStringLiteral("the arguments fit none of: %1").arg(signaturesOf(methods)));
 }
 
@@ -105,12 +112,14 @@ bool cServiceCall::invoke(const QString& serviceId)
     for (int i = 0; i < m_arguments.size(); ++i)
         a[i] = QGenericArgument(names[i].constData(), dataOf(m_arguments[i], m_method.parameterType(i)));
     if (!IServiceMgr::instance()->invoke(serviceId, QString::fromLatin1(m_method.name()), returned, a[0], a[1], a[2],
-                                         a[3], a[4], a[5], a[6], a[7], a[8], a[9]))
+                                         a[3], a[4], a[5], a[6], a[7], a[8], a[9])) {
         return fail(CallRefused, QStringLiteral("the service does not take the call of \"%1\"")
                                      .arg(QString::fromLatin1(m_method.methodSignature())));
-    if (returnType == QMetaType::UnknownType || !ResultValue::toJson(result, &m_result))
+    }
+    if (returnType == QMetaType::UnknownType || !CallValues::toJson(result, &m_result)) {
         return fail(ResultHasNoJson,
                     QStringLiteral("called, but its result of type %1 has no JSON form").arg(m_resultType));
+    }
     return true;
 }
 

@@ -40,7 +40,7 @@ private:
     void forgetTaken();
 
     QByteArray m_bytes;
-    int m_taken = 0; ///< bytes at the front of m_bytes that belong to payloads already handed out
+    int m_taken = 0; // bytes at the front of m_bytes that belong to payloads already handed out
     qint32 m_maxPayload;
     QString m_error;
 };

@@ -1,5 +1,9 @@
 #include "wire/cHostAddress.h"
 
+#include "HostSystem.h"
+
+#include <Norvale/Corvane.h>
+
 #include <QtCore/QCryptographicHash>
 #include <QtCore/QDir>
 
@@ -18,18 +22,62 @@ QString shortHash(const QString& text)
     return QString::fromLatin1(QCryptographicHash::hash(text.toUtf8(), QCryptographicHash::Sha1).toHex().left(16));
 }
 
+// Its holder writes who it is as soon as it has made the file. Killed in between, it leaves one that nobody can be
+// asked about, and only then age decides.
+bool tryLock(QLockFile& file)
+{
+    constexpr int Patience = 5000; // milliseconds
+    qint64 pid = 0;
+    QString host;
+    QString program;
+    file.setStaleLockTime(0); // stale when its process is gone, never by its age
+    if (file.tryLock(0))
+        return true;
+    if (file.error() != QLockFile::LockFailedError || file.getLockInfo(&pid, &host, &program))
+        return false;
+    file.setStaleLockTime(Patience);
+    return file.tryLock(0);
+}
+
 } // namespace
 
 cHostAddress cHostAddress::ofInstallation(const QString& installFolder)
 {
     cHostAddress address;
-    const QString folder = userFolder(&address.m_error);
+    const QString folder = HostSystem::userFolder(&address.m_error);
     if (!address.isValid())
         return address;
+    const QString installation = HostSystem::comparable(canonical(installFolder));
     const QString name =
-        QStringLiteral("vcore-") + shortHash(comparable(canonical(installFolder)) + QLatin1Char('\n') + userPart());
-    address.m_socketName = nameFor(folder, name);
+        QStringLiteral("vcore-") + shortHash(installation + QLatin1Char('\n') + HostSystem::userPart());
+    address.m_socketName = HostSystem::socketName(folder, name);
     address.m_lockPath = QDir(folder).absoluteFilePath(name + QStringLiteral(".lock"));
     address.m_updateLockPath = QDir(folder).absoluteFilePath(name + QStringLiteral(".update.lock"));
     return address;
+}
+
+cHostAddress cHostAddress::ofThisInstallation()
+{
+    Corvane::initializeFolderOrFile();
+    return ofInstallation(Corvane::velmiraFolderOrFile(Corvane::CoreFolder));
+}
+
+cHostLock::Outcome cHostLock::take(const QString& path)
+{
+    auto file = std::make_unique<QLockFile>(path);
+    if (tryLock(*file)) {
+        m_file = std::move(file);
+        return Taken;
+    }
+    qint64 pid = 0;
+    QString host;
+    QString program;
+    if (file->error() != QLockFile::LockFailedError) {
+        m_error = QStringLiteral("cannot take the lock %1").arg(path);
+        return Failed;
+    }
+    m_error = file->getLockInfo(&pid, &host, &program)
+                  ? QStringLiteral("the lock %1 is held by process %2 (%3)").arg(path).arg(pid).arg(program)
+                  : QStringLiteral("the lock %1 is held").arg(path);
+    return Held;
 }

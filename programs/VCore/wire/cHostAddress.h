@@ -1,6 +1,9 @@
 #pragma once
 
+#include <QtCore/QLockFile>
 #include <QtCore/QString>
+
+#include <memory>
 
 /**
  * Where the host of one installation is reached by its user: the local socket and the lock that its owner holds.
@@ -14,6 +17,9 @@ class cHostAddress
 public:
     /// The address of the host of @p installFolder (absolute). Makes the folder of socket and lock when it is absent.
     static cHostAddress ofInstallation(const QString& installFolder);
+
+    /// The address of the host of the installation that the machine's settings name.
+    static cHostAddress ofThisInstallation();
 
     /// False when no folder is to be had that the user alone can enter; then errorString() tells why.
     bool isValid() const { return m_error.isEmpty(); }
@@ -31,14 +37,33 @@ public:
     QString updateLockPath() const { return m_updateLockPath; }
 
 private:
-    // Platform-bound: cHostAddress_unix.cpp and cHostAddress_win.cpp.
-    static QString userFolder(QString* error);
-    static QString nameFor(const QString& folder, const QString& baseName);
-    static QString userPart();
-    static QString comparable(const QString& path);
-
     QString m_socketName;
     QString m_lockPath;
     QString m_updateLockPath;
+    QString m_error;
+};
+
+/// A lock file that one process holds at a time. That of a process that is gone is taken over, whatever its age, and an
+/// empty one that a killed process has left after a few seconds; while its holder lives it is never touched.
+class cHostLock
+{
+public:
+    enum Outcome {
+        Taken, // it is ours until release()
+        Held,  // another process that lives holds it
+        Failed // the file cannot be made
+    };
+
+    /// Takes the lock at @p path (absolute), without waiting.
+    [[nodiscard]] Outcome take(const QString& path);
+
+    /// Gives it back; so does the destructor.
+    void release() { m_file.reset(); }
+
+    /// Why take() did not give Taken; names the holder.
+    QString errorString() const { return m_error; }
+
+private:
+    std::unique_ptr<QLockFile> m_file;
     QString m_error;
 };

@@ -18,10 +18,10 @@ class cHostClient
 {
 public:
     enum Outcome {
-        Done,     ///< connected; or: every answer has come
-        NoHost,   ///< nobody listens on the address
-        TimedOut, ///< the time limit has passed
-        Lost      ///< the connection broke
+        Done,     // connected; or: every answer has come
+        NoHost,   // nobody listens on the address
+        TimedOut, // the time limit has passed
+        Lost      // the connection broke
     };
 
     /// Called with an answer as it came, and as an object (empty when it is none).

@@ -4,6 +4,7 @@
 
 class QString;
 class cFindings;
+class cZipArchive;
 
 /// What a byte array holds, and the most that an installation reads of a description.
 constexpr qint64 LargestFile = 0x7fffff00;
@@ -12,3 +13,7 @@ constexpr qint64 LargestDocument = 256 * 1024 * 1024;
 /// Reads the file at @p path whole. Folders, pipes, devices and files above @p limit are refused, so that no input can
 /// hang the program or take its memory. @return false when it cannot be read, which is then in @p findings.
 [[nodiscard]] bool readInputFile(const QString& path, qint64 limit, QByteArray* bytes, cFindings& findings);
+
+/// The bytes of "Manifest.xml" in a package; empty when it is not there, cannot be unpacked, or is larger than any
+/// manifest is (16 MiB).
+QByteArray packageManifest(const cZipArchive& package);

@@ -6,9 +6,11 @@
 #include <Norvale/cVersion.h>
 
 #include <QtCore/QHash>
+#include <QtCore/QList>
 #include <QtCore/QPair>
 #include <QtCore/QSet>
 #include <QtCore/QString>
+#include <QtCore/QStringList>
 
 /// Holds a feature catalogue, features.xml or repository.xml, against the rules of its format.
 class cCatalogueLint : public cXmlLint
@@ -43,4 +45,32 @@ private:
     QSet<cPluginId> m_featureVersions;
     QHash<QString, QPair<cVersion, QString>> m_plugins; // the version that comes first, and its feature
     QHash<QString, QString> m_spellings;                // names of plugins by the caseless form
+};
+
+/// Holds a site description against the rules of its format.
+class cSiteLint : public cXmlLint
+{
+public:
+    /// An entry as it stands there, with its place.
+    struct Entry
+    {
+        QString update;
+        QString content;
+        int line = 0;
+        int column = 0;
+    };
+
+    using cXmlLint::cXmlLint;
+
+    /// @return false when the document cannot be read.
+    bool check(const QByteArray& xml);
+
+    /// Valid after check().
+    const QList<Entry>& entries() const { return m_entries; }
+
+private:
+    void checkEntry(const cXmlElement& entry);
+
+    QList<Entry> m_entries;
+    QSet<QStringList> m_seen;
 };

@@ -11,7 +11,10 @@ public:
 
 private:
     std::vector<std::string> m_paths;
+    std::string m_plugin;
+    std::string m_function;
     bool m_isJson = false;
     bool m_isStrict = false;
+    bool m_isQuiet = false;
     bool m_wantsRules = false;
 };

@@ -1,10 +1,8 @@
 #include "lint/cLinter.h"
 
-#include "lint/DocumentKind.h"
+#include "core/cXmlTreeReader.h"
 #include "lint/InputFile.h"
-#include "lint/cManifestLint.h"
 #include "lint/cPackageLint.h"
-#include "lint/cSiteLint.h"
 #include "pack/cPluginFolder.h"
 #include "report/cFindings.h"
 #include "suite/cSuite.h"
@@ -13,6 +11,44 @@
 
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>
+#include <QtCore/QHash>
+
+namespace {
+
+enum class Kind { None, Manifest, Features, Repository, Site };
+
+Kind kindOfName(const QString& fileName)
+{
+    static const QHash<QString, Kind> kinds{{QStringLiteral("Manifest.xml"), Kind::Manifest},
+                                            {QStringLiteral("features.xml"), Kind::Features},
+                                            {QStringLiteral("repository.xml"), Kind::Repository},
+                                            {QStringLiteral("site.xml"), Kind::Site}};
+    return kinds.value(fileName, Kind::None);
+}
+
+Kind kindOfContent(const cXmlElement& root)
+{
+    if (!root.firstChild(u"plugin").isNull())
+        return Kind::Manifest;
+    if (!root.firstChild(u"repository").isNull())
+        return Kind::Site;
+    if (!root.firstChild(u"runtime").isNull() || !root.attribute(u"name").isEmpty())
+        return Kind::Repository;
+    return root.firstChild(u"feature").isNull() ? Kind::None : Kind::Features;
+}
+
+/// Which of the documents a file is: by its name, where that is one that the system gives to such documents; else by
+/// what stands in it.
+Kind kindOf(const QString& fileName, const QByteArray& xml)
+{
+    const Kind named = kindOfName(fileName);
+    cXmlTree tree;
+    if (named != Kind::None || !cXmlTreeReader::read(xml, tree, nullptr))
+        return named;
+    return kindOfContent(tree.root());
+}
+
+} // namespace
 
 bool cLinter::check(const QString& path)
 {
@@ -35,7 +71,7 @@ void cLinter::checkFolder(const QString& path, QStringList& pending)
     for (const QFileInfo& entry : entries) {
         if (entry.isDir())
             inside.prepend(entry.filePath()); // they are taken from the end
-        else if (entry.suffix() == QLatin1String("zip") || DocumentKind::isKnownName(entry.fileName()))
+        else if (entry.suffix() == QLatin1String("zip") || kindOfName(entry.fileName()) != Kind::None)
             checkFile(entry.filePath());
     }
     pending += inside;
@@ -52,9 +88,10 @@ void cLinter::checkPluginFolder(const QString& path)
     ++m_fileCount;
     cManifestLint lint(folder.manifestPath(), m_findings);
     lint.setNeighbours(folder.names());
+    lint.setBuiltPlugin(m_built);
     if (!lint.check(xml) || !QFileInfo(path + QStringLiteral("/../features.xml")).isFile())
         return;
-    const QString identity = cPluginId(lint.name(), lint.version()).toString();
+    const QString identity = lint.id().toString();
     if (QFileInfo(path).fileName() != identity)
         m_findings.add(Rule::FolderIdentity, path, QStringLiteral("the manifest is that of %1").arg(identity));
 }
@@ -68,16 +105,16 @@ bool cLinter::checkFile(const QString& path)
     if (!readInputFile(path, LargestDocument, &xml, m_findings))
         return true;
     ++m_fileCount;
-    switch (DocumentKind::of(info.fileName(), xml)) {
-    case DocumentKind::Manifest:
+    switch (m_built ? Kind::Manifest : kindOf(info.fileName(), xml)) {
+    case Kind::Manifest:
         return checkManifest(path, xml), true;
-    case DocumentKind::Features:
+    case Kind::Features:
         return checkFeatures(path, xml), true;
-    case DocumentKind::Repository:
+    case Kind::Repository:
         return checkRepository(path, xml), true;
-    case DocumentKind::Site:
+    case Kind::Site:
         return checkSite(path, xml), true;
-    case DocumentKind::None:
+    case Kind::None:
         break;
     }
     return false;
@@ -85,7 +122,9 @@ bool cLinter::checkFile(const QString& path)
 
 void cLinter::checkManifest(const QString& path, const QByteArray& xml)
 {
-    cManifestLint(path, m_findings).check(xml);
+    cManifestLint lint(path, m_findings);
+    lint.setBuiltPlugin(m_built);
+    lint.check(xml);
 }
 
 void cLinter::checkFeatures(const QString& path, const QByteArray& xml)

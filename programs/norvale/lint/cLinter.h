@@ -1,6 +1,7 @@
 #pragma once
 
 #include "lint/cCatalogueLint.h"
+#include "lint/cManifestLint.h"
 
 #include <QtCore/QString>
 #include <QtCore/QStringList>
@@ -15,6 +16,9 @@ class cLinter
 {
 public:
     explicit cLinter(cFindings& findings) : m_findings(findings) {}
+
+    /// Documents are manifests, and have to be that of @p plugin.
+    void setBuiltPlugin(const cBuiltPlugin& plugin) { m_built = plugin; }
 
     /// @return false when @p path names nothing that is known.
     [[nodiscard]] bool check(const QString& path);
@@ -34,5 +38,6 @@ private:
     void checkSuite(const QString& catalogue, cCatalogueLint::Kind kind);
 
     cFindings& m_findings;
+    std::optional<cBuiltPlugin> m_built;
     int m_fileCount = 0;
 };

@@ -1,69 +1,85 @@
 #include "lint/cManifestLint.h"
 
-#include "version/SafeName.h"
 #include "install/cConditionEngine.h"
-#include "lint/cGrammar.h"
-#include "plugins/cManifest.h"
 #include "plugins/cManifestReader.h"
 #include "plugins/cPluginDependency.h"
-#include "plugins/cPluginInstance.h"
 #include "report/cFindings.h"
 
-#include <Norvale/cJsonReader.h>
-
 #include <QtCore/QElapsedTimer>
+#include <QtCore/QHash>
+
+#include <algorithm>
+
+using ManifestRules::cRule;
 
 namespace {
 
-// The manifest of the framework that this program belongs to; any other number fails the whole start.
-const QString RuntimeApiVersion = QStringLiteral("13");
-
-const cGrammar& grammar()
+void addRules(cGrammar& grammar, QStringView in, const QString& path)
 {
-    static const cGrammar known{
-        {"", "", "plugin"},
-        {"plugin", "name version autoload load_category api_version runtime_api_version",
-         "start dependencies services deployment"},
-        {"plugin/start", "", "library params"},
-        {"plugin/start/library", "filename function", ""},
-        {"plugin/dependencies", "", "dependency"},
-        {"plugin/services", "", "service"},
-        {"plugin/deployment", "platform", "install uninstall"},
-        {"plugin/deployment/install", "", "cmdline"},
-        {"plugin/deployment/install/cmdline", "program condition", "param"},
-        {"plugin/deployment/uninstall", "", "cmdline"},
-        {"plugin/deployment/uninstall/cmdline", "program condition", "param"},
+    for (const cRule& rule : ManifestRules::Table) {
+        if (rule.in != in)
+            continue;
+        const QString name = rule.name.toString();
+        grammar[path].append(rule.kind == cRule::Attribute ? QLatin1Char('@') + name : name);
+        if (rule.kind != cRule::Attribute)
+            addRules(grammar, rule.name, path.isEmpty() ? name : path + QLatin1Char('/') + name);
+    }
+}
+
+cGrammar grammarOfManifests()
+{
+    cGrammar grammar;
+    addRules(grammar, u"", QString());
+    return grammar;
+}
+
+/// The rule that is broken where the text of this attribute or element is not sound.
+Rule ruleOf(QStringView name)
+{
+    static const QHash<QStringView, Rule> rules{
+        {u"name", Rule::ManifestBadName},
+        {u"version", Rule::ManifestBadVersion},
+        {u"autoload", Rule::ManifestBadAutoload},
+        {u"api_version", Rule::ManifestBadNumber},
+        {u"runtime_api_version", Rule::ManifestBadRuntimeApi},
+        {u"filename", Rule::ManifestBadLibrary},
+        {u"function", Rule::ManifestBadLibrary},
+        {u"params", Rule::ManifestBadParams},
+        {u"dependency", Rule::ManifestBadDependency},
+        {u"service", Rule::ManifestEmptyService},
+        {u"platform", Rule::ManifestOtherPlatform},
+        {u"program", Rule::ManifestNoProgram},
     };
-    return known;
+    return rules.value(name, Rule::ManifestUnreadable);
 }
 
 } // namespace
 
 bool cManifestLint::check(const QByteArray& xml)
 {
-    const int before = findings().count(Severity::Error);
-    if (!readTree(xml, grammar()))
+    static const cGrammar grammar = grammarOfManifests();
+    if (!readTree(xml, grammar))
         return false;
     const cXmlElement first = tree().root().firstChild(u"plugin");
     if (first.isNull())
         return report(Rule::ManifestNoPlugin, tree().root(), QStringLiteral("there is no <plugin>")), false;
-    m_name = first.attribute(u"name");
-    m_version = cVersion(first.attribute(u"version"));
-    for (cXmlElement plugin = first; !plugin.isNull(); plugin = plugin.nextSibling(u"plugin"))
-        checkPlugin(plugin);
+    m_id = cPluginId(first.attribute(u"name"), cVersion(first.attribute(u"version")));
+    ManifestRules::walk(tree().root(), [this](const cRule& rule, const cXmlElement& element) {
+        checkElement(rule, element);
+        return true;
+    });
     if (!m_hasLibrary)
-        report(Rule::ManifestNoLibrary, first, QStringLiteral("no <library>: the plugin cannot be loaded"));
+        checkNoLibrary(first);
     QString reason;
-    if (findings().count(Severity::Error) == before && !read(xml, file(), &reason))
+    if (!m_isRefused && !read(xml, file(), &reason))
         findings().add(Rule::ManifestUnreadable, file(), reason);
     return true;
 }
 
 std::optional<cManifest> cManifestLint::read(const QByteArray& xml, const QString& file, QString* reason)
 {
-    cPluginInstance plugin{QString(), cVersion()};
     cManifest manifest;
-    cManifestReader reader(plugin, manifest);
+    cManifestReader reader(cPluginId(), QString(), manifest);
     if (reader.read(xml, file))
         return manifest;
     if (reason)
@@ -71,130 +87,113 @@ std::optional<cManifest> cManifestLint::read(const QByteArray& xml, const QStrin
     return std::nullopt;
 }
 
-void cManifestLint::checkPlugin(const cXmlElement& plugin)
+void cManifestLint::checkElement(const cRule& rule, const cXmlElement& element)
 {
-    checkAttributes(plugin);
-    for (cXmlElement child = plugin.firstChild(); !child.isNull(); child = child.nextSibling()) {
-        const QStringView tag = child.tag();
-        if (tag == u"start")
-            checkStart(child);
-        else if (tag == u"services")
-            checkServices(child);
-        else if (tag == u"dependencies")
-            checkDependencies(child);
-        else if (tag == u"deployment")
-            checkDeployment(child);
-    }
+    for (const cRule& attribute : ManifestRules::Table)
+        if (attribute.kind == cRule::Attribute && attribute.in == rule.name)
+            checkText(attribute, element.attribute(attribute.name, attribute.absent.toString()), element);
+    if (rule.text)
+        checkText(rule, element.text(), element);
+    if (rule.name == u"plugin")
+        checkBuiltPlugin(element);
+    else if (rule.name == u"library")
+        checkLibrary(element);
+    else if (rule.name == u"params")
+        checkParams(element);
+    else if (rule.name == u"service")
+        checkService(element);
+    else if (rule.name == u"dependency")
+        checkDependency(element);
+    else if (rule.kind == cRule::FirstElement)
+        checkSecond(rule.name, element.nextSibling(rule.name));
 }
 
-void cManifestLint::checkAttributes(const cXmlElement& plugin)
+void cManifestLint::checkText(const cRule& rule, const QString& text, const cXmlElement& element)
 {
-    const QString name = plugin.attribute(u"name");
-    if (name.isEmpty())
-        report(Rule::ManifestBadName, plugin, QStringLiteral("the plugin has no name"));
-    else if (!isSafeFileName(name))
-        report(Rule::ManifestBadName, plugin, QStringLiteral("\"%1\" cannot name a folder").arg(name));
-    checkVersion(Rule::ManifestBadVersion, plugin, u"version");
-    const QString runtimeApi = plugin.attribute(u"runtime_api_version");
-    if (runtimeApi != RuntimeApiVersion)
-        report(Rule::ManifestBadRuntimeApi, plugin,
-               QStringLiteral("runtime_api_version is \"%1\", not %2").arg(runtimeApi, RuntimeApiVersion));
-    const QString api = plugin.attribute(u"api_version", QStringLiteral("0"));
-    bool isNumber = false;
-    api.toInt(&isNumber);
-    if (!isNumber)
-        report(Rule::ManifestBadNumber, plugin, QStringLiteral("api_version \"%1\" counts as 0").arg(api));
-    const QString autoload = plugin.attribute(u"autoload", QStringLiteral("false"));
-    if (autoload != QLatin1String("true") && autoload != QLatin1String("false"))
-        report(Rule::ManifestBadAutoload, plugin, QStringLiteral("autoload \"%1\" counts as false").arg(autoload));
+    const QString reason = rule.reason(text);
+    if (!reason.isEmpty()) {
+        report(ruleOf(rule.name), element, reason);
+        m_isRefused = m_isRefused || rule.text->breach == ManifestRules::Breach::Reading;
+    }
+    if (rule.name == u"condition")
+        checkCondition(element, text);
+    if (rule.name == u"program" || rule.name == u"param")
+        for (const QString& variable : cVariableExpander::unknownVariables(text))
+            report(Rule::ManifestBadVariable, element, QStringLiteral("\"%1\" is not replaced").arg(variable));
 }
 
-void cManifestLint::checkStart(const cXmlElement& start)
+void cManifestLint::checkBuiltPlugin(const cXmlElement& plugin)
 {
-    for (cXmlElement child = start.firstChild(); !child.isNull(); child = child.nextSibling()) {
-        cJsonValue value;
-        if (child.tag() == u"library")
-            checkLibrary(child);
-        else if (child.tag() == u"params" && !cJsonReader::parse(child.text(), value))
-            report(Rule::ManifestBadParams, child, QStringLiteral("the text is no JSON document"));
-    }
+    const cPluginId id(plugin.attribute(u"name"), cVersion(plugin.attribute(u"version")));
+    if (m_built && id != m_built->id)
+        report(
+            Rule::FolderIdentity, plugin,
+            QStringLiteral("the manifest is that of %1, and %2 is built").arg(id.toString(), m_built->id.toString()));
+}
+
+// The document is taken for Latin-1, a byte for each character.
+void cManifestLint::checkParams(const cXmlElement& params)
+{
+    const QString text = params.text();
+    const auto lost = std::find_if(text.begin(), text.end(), [](QChar c) { return c.unicode() > 0xff; });
+    if (lost != text.end())
+        report(Rule::ManifestLossyParams, params,
+               QStringLiteral("a character is read as \"?\", write it as \\u%1")
+                   .arg(lost->unicode(), 4, 16, QLatin1Char('0')));
 }
 
 void cManifestLint::checkLibrary(const cXmlElement& library)
 {
     m_hasLibrary = true;
     const QString name = library.attribute(u"filename");
-    if (name.isEmpty() || library.attribute(u"function").isEmpty())
-        return report(Rule::ManifestBadLibrary, library, QStringLiteral("filename or function is missing"));
+    const QString function = library.attribute(u"function");
+    if (m_built && !name.isEmpty() && name != m_built->id.name())
+        report(Rule::ManifestLibraryMissing, library,
+               QStringLiteral("the library is \"%1\", and \"%2\" is built").arg(name, m_built->id.name()));
+    if (m_built && !m_built->entryFunction.isEmpty() && !function.isEmpty() && function != m_built->entryFunction)
+        report(Rule::ManifestBadLibrary, library,
+               QStringLiteral("the function is \"%1\", and \"%2\" is built").arg(function, m_built->entryFunction));
     // A package may be meant for the other system.
-    if (m_neighbours && !m_neighbours->contains(name + QLatin1String(".so")) &&
+    if (m_neighbours && !name.isEmpty() && !m_neighbours->contains(name + QLatin1String(".so")) &&
         !m_neighbours->contains(name + QLatin1String(".dll")))
         report(Rule::ManifestLibraryMissing, library, QStringLiteral("there is no %1.so and no %1.dll").arg(name));
 }
 
-void cManifestLint::checkServices(const cXmlElement& services)
+void cManifestLint::checkNoLibrary(const cXmlElement& plugin)
 {
-    for (cXmlElement child = services.firstChild(u"service"); !child.isNull(); child = child.nextSibling(u"service")) {
-        const QString name = child.text();
-        if (name.isEmpty())
-            report(Rule::ManifestEmptyService, child, QStringLiteral("a service has no name"));
-        else if (m_services.contains(name))
-            report(Rule::ManifestServiceTwice, child, QStringLiteral("the service \"%1\" comes twice").arg(name));
-        m_services.insert(name);
-    }
+    if (m_built)
+        report(Rule::ManifestLibraryMissing, plugin,
+               QStringLiteral("there is no <library>, and \"%1\" is built").arg(m_built->id.name()));
+    else
+        report(Rule::ManifestNoLibrary, plugin, QStringLiteral("no <library>: the plugin cannot be loaded"));
 }
 
-void cManifestLint::checkDependencies(const cXmlElement& dependencies)
+void cManifestLint::checkService(const cXmlElement& service)
 {
-    for (cXmlElement child = dependencies.firstChild(u"dependency"); !child.isNull();
-         child = child.nextSibling(u"dependency"))
-        checkDependency(child);
+    const QString name = service.text();
+    if (!name.isEmpty() && m_services.contains(name))
+        report(Rule::ManifestServiceTwice, service, QStringLiteral("the service \"%1\" comes twice").arg(name));
+    m_services.insert(name);
 }
 
 void cManifestLint::checkDependency(const cXmlElement& dependency)
 {
-    const QString text = dependency.text();
-    if (text.startsWith(QLatin1String("Core:")))
+    if (!ManifestRules::isPluginDependency(dependency.text()))
         return;
-    const QString name = cPluginDependency(text).name();
-    bool isNumber = true;
-    if (text.contains(QLatin1Char(':')))
-        text.mid(name.size() + 1).toInt(&isNumber);
-    if (name.isEmpty() || !isNumber)
-        report(Rule::ManifestBadDependency, dependency,
-               QStringLiteral("\"%1\" is neither NAME nor NAME:NUMBER").arg(text));
-    else if (name == m_name)
+    const QString name = cPluginDependency(dependency.text()).name();
+    if (name.isEmpty())
+        return;
+    if (name == m_id.name())
         report(Rule::ManifestOwnDependency, dependency, QStringLiteral("%1 depends on itself").arg(name));
     else if (m_dependencies.contains(name))
         report(Rule::ManifestDependencyTwice, dependency, QStringLiteral("%1 is named twice").arg(name));
     m_dependencies.insert(name);
 }
 
-void cManifestLint::checkDeployment(const cXmlElement& deployment)
+void cManifestLint::checkSecond(QStringView tag, const cXmlElement& second)
 {
-    const QString platform = deployment.attribute(u"platform", QStringLiteral("x64"));
-    if (platform != QLatin1String("x64"))
-        return report(Rule::ManifestOtherPlatform, deployment,
-                      QStringLiteral("a deployment for \"%1\" is never read").arg(platform));
-    for (const QStringView tag : {QStringView(u"install"), QStringView(u"uninstall")}) {
-        const cXmlElement list = deployment.firstChild(tag);
-        const cXmlElement second = list.nextSibling(tag);
-        if (!second.isNull())
-            report(Rule::ManifestSecondList, second, QStringLiteral("a second <%1> is never read").arg(tag.toString()));
-        for (cXmlElement line = list.firstChild(u"cmdline"); !line.isNull(); line = line.nextSibling(u"cmdline"))
-            checkCommandLine(line);
-    }
-}
-
-void cManifestLint::checkCommandLine(const cXmlElement& line)
-{
-    const QString program = line.attribute(u"program");
-    if (program.isEmpty())
-        report(Rule::ManifestNoProgram, line, QStringLiteral("a command line has no program"));
-    checkVariables(line, program);
-    checkCondition(line, line.attribute(u"condition"));
-    for (cXmlElement param = line.firstChild(u"param"); !param.isNull(); param = param.nextSibling(u"param"))
-        checkVariables(param, param.text());
+    if (!second.isNull())
+        report(Rule::ManifestSecondList, second, QStringLiteral("a second <%1> is never read").arg(tag.toString()));
 }
 
 void cManifestLint::checkCondition(const cXmlElement& line, const QString& condition)
@@ -211,19 +210,4 @@ void cManifestLint::checkCondition(const cXmlElement& line, const QString& condi
     if (!engine.errorString().isEmpty())
         report(Rule::ManifestBadCondition, line,
                QStringLiteral("\"%1\" counts as false: %2").arg(condition, engine.errorString()));
-}
-
-void cManifestLint::checkVariables(const cXmlElement& element, const QString& text)
-{
-    static const QStringList known{QStringLiteral("PluginDir"), QStringLiteral("PluginName"),
-                                   QStringLiteral("PluginVersion")};
-    const QString opener = QStringLiteral("$(");
-    for (int at = text.indexOf(opener); at >= 0; at = text.indexOf(opener, at + opener.size())) {
-        const int end = text.indexOf(QLatin1Char(')'), at);
-        const QString name = text.mid(at + opener.size(), end < 0 ? -1 : end - at - opener.size());
-        const bool isEnvironment = name.startsWith(QLatin1String("env.")) && name.size() > 4;
-        if (end < 0 || (!isEnvironment && !known.contains(name)))
-            report(Rule::ManifestBadVariable, element,
-                   QStringLiteral("\"%1\" is not replaced").arg(text.mid(at, end < 0 ? -1 : end + 1 - at)));
-    }
 }

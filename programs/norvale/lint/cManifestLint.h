@@ -1,8 +1,8 @@
 #pragma once
 
 #include "lint/cXmlLint.h"
-
-#include <Norvale/cVersion.h>
+#include "plugins/ManifestRules.h"
+#include "version/cPluginId.h"
 
 #include <QtCore/QSet>
 
@@ -10,7 +10,14 @@
 
 struct cManifest;
 
-/// Holds a manifest against the rules of its format.
+/// What a build makes, which the manifest has to say.
+struct cBuiltPlugin
+{
+    cPluginId id;          // the library is named as the plugin
+    QString entryFunction; // any when empty
+};
+
+/// Holds a manifest against ManifestRules, and its parts against each other.
 class cManifestLint : public cXmlLint
 {
 public:
@@ -19,32 +26,34 @@ public:
     /// The names of the files in the plugin's folder, so that the library is looked for.
     void setNeighbours(const QSet<QString>& names) { m_neighbours = names; }
 
+    /// The manifest has to be that of @p plugin, where there is one.
+    void setBuiltPlugin(const std::optional<cBuiltPlugin>& plugin) { m_built = plugin; }
+
     /// @return false when nothing can be said about the plugin, since the document cannot be read or names none.
     bool check(const QByteArray& xml);
 
     /// What the first `plugin` element says, which is what an installation goes by. Valid after check().
-    QString name() const { return m_name; }
-    cVersion version() const { return m_version; }
+    const cPluginId& id() const { return m_id; }
 
     /// What the framework's own reader makes of @p xml; nothing when it refuses.
     static std::optional<cManifest> read(const QByteArray& xml, const QString& file, QString* reason = nullptr);
 
 private:
-    void checkPlugin(const cXmlElement& plugin);
-    void checkAttributes(const cXmlElement& plugin);
-    void checkStart(const cXmlElement& start);
+    void checkElement(const ManifestRules::cRule& rule, const cXmlElement& element);
+    void checkText(const ManifestRules::cRule& rule, const QString& text, const cXmlElement& element);
+    void checkBuiltPlugin(const cXmlElement& plugin);
+    void checkParams(const cXmlElement& params);
     void checkLibrary(const cXmlElement& library);
-    void checkServices(const cXmlElement& services);
-    void checkDependencies(const cXmlElement& dependencies);
+    void checkNoLibrary(const cXmlElement& plugin);
+    void checkService(const cXmlElement& service);
     void checkDependency(const cXmlElement& dependency);
-    void checkDeployment(const cXmlElement& deployment);
-    void checkCommandLine(const cXmlElement& line);
+    void checkSecond(QStringView tag, const cXmlElement& second);
     void checkCondition(const cXmlElement& line, const QString& condition);
-    void checkVariables(const cXmlElement& element, const QString& text);
 
     std::optional<QSet<QString>> m_neighbours;
-    QString m_name;
-    cVersion m_version;
+    std::optional<cBuiltPlugin> m_built;
+    cPluginId m_id;
+    bool m_isRefused = false; // the reader stops at what has been reported
     bool m_hasLibrary = false;
     QSet<QString> m_services;
     QSet<QString> m_dependencies;

@@ -2,7 +2,7 @@
 
 #include "install/cPackage.h"
 #include "install/cPackageCheck.h"
-#include "lint/PackageManifest.h"
+#include "lint/InputFile.h"
 #include "lint/cManifestLint.h"
 #include "report/cFindings.h"
 

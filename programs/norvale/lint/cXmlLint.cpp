@@ -1,8 +1,7 @@
 #include "lint/cXmlLint.h"
 
 #include "core/cXmlTreeReader.h"
-#include "lint/VersionText.h"
-#include "lint/cGrammar.h"
+#include "plugins/ManifestRules.h"
 #include "report/cFindings.h"
 
 #include <QtCore/QRegularExpression>
@@ -17,8 +16,28 @@ bool cXmlLint::readTree(const QByteArray& xml, const cGrammar& grammar)
         m_findings.add({Rule::XmlMalformed, m_file, match.captured(1).toInt(), match.captured(2).toInt(), text});
         return false;
     }
-    grammar.check(m_tree.root(), m_file, m_findings);
+    checkNames(m_tree.root(), QString(), grammar);
     return true;
+}
+
+// As deep as the grammar goes: nothing below an unknown element is looked at.
+void cXmlLint::checkNames(const cXmlElement& element, const QString& path, const cGrammar& grammar)
+{
+    const QStringList known = grammar.value(path);
+    const QString tag = element.tag().toString();
+    for (const QString& name : element.attributeNames()) {
+        const bool isForXml = name.startsWith(QLatin1String("xml")) || name.contains(QLatin1Char(':'));
+        if (!isForXml && !known.contains(QLatin1Char('@') + name))
+            report(Rule::XmlUnknownAttribute, element,
+                   QStringLiteral("the attribute \"%1\" of <%2> is not read").arg(name, tag));
+    }
+    for (cXmlElement child = element.firstChild(); !child.isNull(); child = child.nextSibling()) {
+        const QString childTag = child.tag().toString();
+        if (known.contains(childTag))
+            checkNames(child, path.isEmpty() ? childTag : path + QLatin1Char('/') + childTag, grammar);
+        else
+            report(Rule::XmlUnknownElement, child, QStringLiteral("<%1> in <%2> is not read").arg(childTag, tag));
+    }
 }
 
 void cXmlLint::report(Rule rule, const cXmlElement& element, const QString& text)
@@ -28,7 +47,7 @@ void cXmlLint::report(Rule rule, const cXmlElement& element, const QString& text
 
 void cXmlLint::checkVersion(Rule rule, const cXmlElement& element, QStringView name)
 {
-    const QString text = element.attribute(name);
-    if (!isVersionText(text))
-        report(rule, element, versionComplaint(text));
+    const QString reason = ManifestRules::versionReason(element.attribute(name));
+    if (!reason.isEmpty())
+        report(rule, element, reason);
 }

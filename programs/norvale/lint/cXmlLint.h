@@ -2,12 +2,18 @@
 
 #include "core/cXmlTree.h"
 
+#include <QtCore/QHash>
 #include <QtCore/QString>
+#include <QtCore/QStringList>
 
 class QByteArray;
 class cFindings;
-class cGrammar;
 enum class Rule;
+
+/// Which attributes, as "@name", and elements a document's reader looks at, by the path of the element that they stand
+/// in: its tags below the root, joined with "/". Readers pass over everything else in silence, so that what is misspelt
+/// is found here or not at all.
+using cGrammar = QHash<QString, QStringList>;
 
 /// What the checks of all documents share: reading the tree, and reporting at an element. It refers to the findings
 /// that it adds to.
@@ -31,6 +37,8 @@ protected:
     void checkVersion(Rule rule, const cXmlElement& element, QStringView name);
 
 private:
+    void checkNames(const cXmlElement& element, const QString& path, const cGrammar& grammar);
+
     QString m_file;
     cFindings& m_findings;
     cXmlTree m_tree;

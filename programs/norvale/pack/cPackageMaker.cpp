@@ -46,7 +46,7 @@ bool cPackageMaker::readManifest(const cPluginFolder& folder, cFindings& finding
     lint.setNeighbours(folder.names());
     if (!readInputFile(folder.manifestPath(), LargestDocument, &xml, findings) || !lint.check(xml))
         return false;
-    m_fileName = cPluginId(lint.name(), lint.version()).packageFileName();
+    m_fileName = lint.id().packageFileName();
     return !findings.hasErrors();
 }
 

@@ -16,15 +16,17 @@ enum class Severity { Error, Warning };
     X(ManifestUnreadable, "manifest-unreadable", Error, "the framework's reader takes the manifest")                   \
     X(ManifestBadName, "manifest-bad-name", Error, "a manifest's name is there and can name a folder on every system") \
     X(ManifestBadVersion, "manifest-bad-version", Error, "a manifest's version is there and is MAJOR.MINOR.BUILD")     \
-    X(ManifestBadRuntimeApi, "manifest-bad-runtime-api", Error, "runtime_api_version is 13, or no suite starts")       \
+    X(ManifestBadRuntimeApi, "manifest-bad-runtime-api", Error,                                                        \
+      "runtime_api_version is the framework's, or no suite starts")                                                    \
     X(ManifestBadNumber, "manifest-bad-number", Warning, "api_version is a number")                                    \
     X(ManifestBadAutoload, "manifest-bad-autoload", Warning, "autoload is exactly true or false")                      \
     X(ManifestNoLibrary, "manifest-no-library", Warning, "a plugin names a library, or it cannot be loaded")           \
     X(ManifestBadLibrary, "manifest-bad-library", Error, "a library has a filename and a function")                    \
     X(ManifestLibraryMissing, "manifest-library-missing", Error, "the library lies beside the manifest")               \
     X(ManifestBadParams, "manifest-bad-params", Error, "params is a JSON document")                                    \
+    X(ManifestLossyParams, "manifest-lossy-params", Warning, "params has no character above U+00FF but as \\u escape") \
     X(ManifestEmptyService, "manifest-empty-service", Error, "a service has a name")                                   \
-    X(ManifestServiceTwice, "manifest-service-twice", Warning, "a manifest declares a service once")                   \
+    X(ManifestServiceTwice, "manifest-service-twice", Error, "a manifest declares a service once, or no suite starts") \
     X(ManifestBadDependency, "manifest-bad-dependency", Warning, "a dependency is NAME or NAME:NUMBER")                \
     X(ManifestOwnDependency, "manifest-own-dependency", Error, "a plugin does not depend on itself")                   \
     X(ManifestDependencyTwice, "manifest-dependency-twice", Warning, "a manifest names a dependency once")             \

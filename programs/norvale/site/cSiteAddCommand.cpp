@@ -1,6 +1,6 @@
 #include "site/cSiteAddCommand.h"
 
-#include "lint/VersionText.h"
+#include "plugins/ManifestRules.h"
 #include "report/cReport.h"
 #include "site/cSitePublisher.h"
 #include "terminal/Terminal.h"
@@ -83,10 +83,13 @@ QString cSiteAddCommand::complaint() const
     for (const std::string& optional : {m_repositoryVersion, m_coreVersion})
         if (!optional.empty())
             versions.append(text(optional));
-    for (const QString& version : qAsConst(versions))
-        if (!isVersionText(version))
-            return version.isEmpty() ? QStringLiteral("--feature needs --feature-version, --runtime --runtime-version")
-                                     : versionComplaint(version);
+    for (const QString& version : qAsConst(versions)) {
+        if (version.isEmpty())
+            return QStringLiteral("--feature needs --feature-version, --runtime --runtime-version");
+        const QString reason = ManifestRules::versionReason(version);
+        if (!reason.isEmpty())
+            return reason;
+    }
     return m_status.empty() ? QStringLiteral("--status is empty") : QString();
 }
 

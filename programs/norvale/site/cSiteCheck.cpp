@@ -2,7 +2,6 @@
 
 #include "config/cCatalogueReader.h"
 #include "lint/InputFile.h"
-#include "lint/cCatalogueLint.h"
 #include "lint/cPackageLint.h"
 #include "report/cFindings.h"
 #include "suite/cSuite.h"

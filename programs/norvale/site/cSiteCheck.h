@@ -1,6 +1,6 @@
 #pragma once
 
-#include "lint/cSiteLint.h"
+#include "lint/cCatalogueLint.h"
 #include "plugins/cManifest.h"
 #include "site/cSiteFetcher.h"
 #include "version/cPluginId.h"

@@ -20,16 +20,9 @@ QString cSiteFetcher::nameOf(const QUrl& url)
 
 bool cSiteFetcher::fetch(const QUrl& url, qint64 limit, QByteArray* bytes)
 {
-    const QFileInfo local(url.toLocalFile());
-    if (url.isLocalFile() && local.exists() && !local.isFile()) { // a pipe would never end
-        m_errorString = QStringLiteral("this is no file");
-        return false;
-    }
     m_downloader.setSizeLimit(limit);
-    if (!m_downloader.download(url)) {
-        m_errorString = m_downloader.errorString();
+    if (!m_downloader.download(url))
         return false;
-    }
     *bytes = m_downloader.data();
     return true;
 }

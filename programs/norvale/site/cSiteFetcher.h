@@ -2,10 +2,6 @@
 
 #include "config/cDownloader.h"
 
-#include <QtCore/QByteArray>
-#include <QtCore/QString>
-#include <QtCore/QUrl>
-
 /// Fetches the files of a site, which is a folder of this machine or lies on a server, as an installation does.
 class cSiteFetcher
 {
@@ -20,9 +16,8 @@ public:
     [[nodiscard]] bool fetch(const QUrl& url, qint64 limit, QByteArray* bytes);
 
     /// Why the last fetch() failed; without the URL.
-    QString errorString() const { return m_errorString; }
+    QString errorString() const { return m_downloader.errorString(); }
 
 private:
     cDownloader m_downloader;
-    QString m_errorString;
 };

@@ -2,10 +2,10 @@
 
 #include "config/cCatalogueReader.h"
 #include "lint/InputFile.h"
-#include "lint/PackageManifest.h"
 #include "lint/cManifestLint.h"
 #include "report/cFindings.h"
 #include "suite/cSuite.h"
+#include "version/SafeName.h"
 
 #include <Norvale/cZipArchive.h>
 

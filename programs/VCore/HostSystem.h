@@ -1,0 +1,30 @@
+#pragma once
+
+#include <QtCore/QString>
+
+class QLocalSocket;
+
+/// What every system does for the host in its own way: HostSystem_unix.cpp and HostSystem_win.cpp.
+namespace HostSystem {
+
+/// The folder of the user's sockets and locks, which nobody else can enter; it is made when it is absent. Empty, with
+/// @p error, when there is none.
+QString userFolder(QString* error);
+
+/// What a socket with the name @p baseName, and its lock in @p folder, is called.
+QString socketName(const QString& folder, const QString& baseName);
+
+/// What tells the user from others where the names of sockets do not lie in a folder of the user; else empty.
+QString userPart();
+
+/// The one spelling of @p path where the system knows a folder by several.
+QString comparable(const QString& path);
+
+/// Where the end of a connection takes with it what the other side has not read yet, waits until it has read all,
+/// @p milliseconds at most. Does not wait for one who has read all.
+void waitUntilRead(const QLocalSocket& socket, int milliseconds);
+
+/// Whether the debugger output of the library is what a terminal shows as standard error.
+bool isDebuggerOutputShown();
+
+} // namespace HostSystem

@@ -1,0 +1,43 @@
+#include "HostSystem.h"
+
+#include <QtCore/QDir>
+#include <QtCore/QScopedPointer>
+#include <QtCore/QThread>
+#include <QtNetwork/QLocalSocket>
+
+#include <windows.h>
+
+QString HostSystem::userFolder(QString*)
+{
+    return QDir::tempPath(); // the temporary folder is the user's own here
+}
+
+QString HostSystem::socketName(const QString&, const QString& baseName)
+{
+    return baseName; // pipes have no folders
+}
+
+QString HostSystem::userPart()
+{
+    return QDir::homePath();
+}
+
+QString HostSystem::comparable(const QString& path)
+{
+    return path.toLower(); // the same folder in whatever case it is written
+}
+
+void HostSystem::waitUntilRead(const QLocalSocket& socket, int milliseconds)
+{
+    const HANDLE pipe = reinterpret_cast<HANDLE>(socket.socketDescriptor());
+    const QScopedPointer<QThread> reading(QThread::create([pipe] { FlushFileBuffers(pipe); }));
+    reading->start();
+    if (!reading->wait(static_cast<unsigned long>(milliseconds)))
+        DisconnectNamedPipe(pipe); // nothing else ends the waiting for a client that does not read
+    reading->wait();
+}
+
+bool HostSystem::isDebuggerOutputShown()
+{
+    return false;
+}

@@ -1,0 +1,34 @@
+#include "commands/Commands.h"
+
+#include <Norvale/Corvane.h>
+#include <Norvale/cLogCentral.h>
+
+#include <QtCore/QFile>
+
+ExitCode cLogOption::open(void (*show)()) const
+{
+    show();
+    if (m_path.isEmpty())
+        return ExitCode::Ok;
+    QFile file(m_path);
+    // The library would end the process.
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Append)) {
+        return endWith(ExitCode::FileFailed,
+                       QStringLiteral("cannot write the log %1: %2").arg(m_path, file.errorString()));
+    }
+    file.close();
+    cLogCentral::setLogFile(m_path);
+    return ExitCode::Ok;
+}
+
+void addJsonFlag(cSyntax& syntax, bool* target)
+{
+    syntax.addFlag("--json", target, "Print JSON instead of text. With --call the ARGs are JSON, too.");
+}
+
+ExitCode initialiseFramework()
+{
+    if (Corvane::initialize())
+        return ExitCode::Ok;
+    return endWith(ExitCode::InitialiseFailed, QStringLiteral("the framework could not be initialised"));
+}

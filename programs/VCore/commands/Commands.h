@@ -1,0 +1,34 @@
+#pragma once
+
+#include "common/cCommand.h"
+
+class cProgram;
+
+/// Adds the commands around the running host: --run, which is done when no command is given, --list, --send, --call.
+void addHostCommands(cProgram& program);
+
+/// Adds --check, --update and --update-sites.
+void addUpdateCommands(cProgram& program);
+
+/// Adds --install, --bootstrap and --uninstall.
+void addInstallCommands(cProgram& program);
+
+/// The option --log of several commands.
+class cLogOption
+{
+public:
+    void addTo(cSyntax& syntax) { syntax.addOption("--log", &m_path, "FILE", "Append the log to FILE."); }
+
+    /// Shows the log on the terminal, and opens the log file when one is named; says why when that cannot be written.
+    /// @p show is Diagnostics::showLog or Diagnostics::showReasons.
+    [[nodiscard]] ExitCode open(void (*show)()) const;
+
+private:
+    QString m_path;
+};
+
+/// Adds the option --json of several commands.
+void addJsonFlag(cSyntax& syntax, bool* target);
+
+/// Initialises the framework; says so when that fails.
+[[nodiscard]] ExitCode initialiseFramework();

@@ -1,0 +1,124 @@
+// The commands that ask the update sites, and set them.
+#include "Diagnostics.h"
+#include "commands/Commands.h"
+#include "common/Terminal.h"
+#include "common/cProgram.h"
+#include "updates/UpdateSession.h"
+#include "updates/UpdateSites.h"
+#include "wire/WireText.h"
+
+#include <QtCore/QUrl>
+
+namespace {
+
+/// Asks the update sites for a newer version and shows what they have.
+class cCheckCommand : public cCommand
+{
+public:
+    void describe(cSyntax& syntax) override
+    {
+        syntax.setName("--check", "Ask the update sites for a newer version; nothing is changed.");
+        addJsonFlag(syntax, &m_isJson);
+        m_log.addTo(syntax);
+    }
+
+    ExitCode run() override
+    {
+        ExitCode code = m_log.open(Diagnostics::showReasons);
+        if (code == ExitCode::Ok)
+            code = initialiseFramework();
+        if (code != ExitCode::Ok)
+            return code;
+        const QJsonObject result = cUpdateSession().check();
+        if (m_isJson) {
+            Terminal::answer(QString::fromUtf8(WireText::write(result)));
+        } else {
+            Terminal::answer(UpdateReport::table(result) + QLatin1Char('\n') + UpdateReport::checked(result) +
+                             UpdateReport::waiting());
+        }
+        return UpdateReport::codeOf(result);
+    }
+
+private:
+    cLogOption m_log;
+    bool m_isJson = false;
+};
+
+/// Fetches the newest version from the update sites, for the next start to install.
+class cUpdateCommand : public cCommand
+{
+public:
+    void describe(cSyntax& syntax) override
+    {
+        syntax.setName("--update", "Fetch the newest version from the update sites; the next start installs it. The "
+                                   "FEATUREs that are named come in addition. Ctrl+C cancels. A running host goes on "
+                                   "meanwhile.");
+        addJsonFlag(syntax, &m_isJson);
+        m_log.addTo(syntax);
+        syntax.addWords("[FEATURE...]", &m_features, "");
+    }
+
+    ExitCode run() override
+    {
+        for (const QString& word : qAsConst(m_features)) {
+            if (word.startsWith(QLatin1Char('-')))
+                return endWith(ExitCode::Usage, QStringLiteral("options stand before the other words: %1").arg(word));
+        }
+        cChangeLock lock;
+        ExitCode code = m_log.open(Diagnostics::showReasons);
+        if (code == ExitCode::Ok)
+            code = lock.takeForFetching();
+        if (code == ExitCode::Ok)
+            code = initialiseFramework();
+        if (code != ExitCode::Ok)
+            return code;
+        const QJsonObject result = cUpdateSession().update(m_features);
+        Terminal::answer(m_isJson ? QString::fromUtf8(WireText::write(result)) : UpdateReport::updated(result));
+        return UpdateReport::codeOf(result);
+    }
+
+private:
+    cLogOption m_log;
+    bool m_isJson = false;
+    QStringList m_features;
+};
+
+/// Shows or sets the update sites.
+class cSitesCommand : public cCommand
+{
+public:
+    void describe(cSyntax& syntax) override
+    {
+        syntax.setName("--update-sites", "Show the update sites. With URLs (or folders) make these the update sites, "
+                                         "asked in this order; with the word \"none\" have none.");
+        syntax.addWords("[URL...]", &m_words, "");
+    }
+
+    ExitCode run() override
+    {
+        const bool isNone = m_words == QStringList(QStringLiteral("none"));
+        QList<QUrl> sites;
+        for (const QString& word : isNone ? QStringList() : m_words) {
+            sites.append(UpdateSites::urlOf(word));
+            if (!sites.last().isValid())
+                return endWith(ExitCode::Usage, QStringLiteral("\"%1\" is no URL of a site, and no folder").arg(word));
+        }
+        if (!m_words.isEmpty() && !UpdateSites::set(sites))
+            return endWith(ExitCode::SettingsFailed, QStringLiteral("the settings cannot be written"));
+        for (const QString& site : UpdateSites::list())
+            Terminal::answer(site);
+        return ExitCode::Ok;
+    }
+
+private:
+    QStringList m_words;
+};
+
+} // namespace
+
+void addUpdateCommands(cProgram& program)
+{
+    program.add(std::make_unique<cCheckCommand>());
+    program.add(std::make_unique<cUpdateCommand>());
+    program.add(std::make_unique<cSitesCommand>());
+}

@@ -1,0 +1,215 @@
+#include "updates/Progress.h"
+
+#include "common/System.h"
+#include "common/Terminal.h"
+
+#include <Norvale/IConfigMgr.h>
+
+#include <QtCore/QStringList>
+
+#include <cmath>
+#include <limits>
+
+namespace {
+
+int percent(qint64 done, qint64 total)
+{
+    return int(qBound<double>(0, 100.0 * double(done) / double(total), 100));
+}
+
+QString nameOf(IInstallMgr::OPERATION operation)
+{
+    switch (operation) {
+    case IInstallMgr::OPERATION_START:
+    case IInstallMgr::OPERATION_LOCATION:
+        break; // of no plugin
+    case IInstallMgr::OPERATION_EXTRACT:
+        return QStringLiteral("unpacking");
+    case IInstallMgr::OPERATION_INSTALL:
+        return QStringLiteral("setting up");
+    case IInstallMgr::OPERATION_UNINSTALL:
+        return QStringLiteral("taking down");
+    case IInstallMgr::OPERATION_REMOVE:
+        return QStringLiteral("removing");
+    }
+    return QString();
+}
+
+} // namespace
+
+void cTransferRate::note(qint64 bytes, qint64 time)
+{
+    if (!m_samples.isEmpty() && bytes < m_samples.last().bytes)
+        clear(); // another transfer
+    const bool isClose = m_samples.size() > 1 && time - m_samples.at(m_samples.size() - 2).time < Spacing;
+    if (isClose)
+        m_samples.last() = {bytes, time};
+    else
+        m_samples.enqueue({bytes, time});
+    while (m_samples.size() > 2 && time - m_samples.at(1).time >= Window)
+        m_samples.dequeue();
+}
+
+qint64 cTransferRate::bytesPerSecond() const
+{
+    if (m_samples.isEmpty())
+        return 0;
+    const qint64 took = m_samples.last().time - m_samples.first().time;
+    return took < Shortest ? 0 : (m_samples.last().bytes - m_samples.first().bytes) * 1000 / took;
+}
+
+void cProgressLine::update(const QString& label, qint64 done, qint64 total, qint64 time)
+{
+    if (label != m_label || done < m_done) {
+        m_rate.clear();
+        m_nextStep = 0;
+    }
+    m_label = label;
+    m_done = done;
+    m_total = total;
+    m_rate.note(done, time);
+}
+
+bool cProgressLine::isWorthShowing() const
+{
+    constexpr qint64 Smallest = 64 * 1024;
+    return qMax(m_done, m_total) >= Smallest;
+}
+
+QString cProgressLine::bar(int columns) const
+{
+    constexpr int Narrowest = 10;
+    constexpr int Widest = 40;
+    const QString label = Terminal::printable(m_label);
+    const QString text = figures();
+    const int room = columns - 1 - label.size() - text.size() - 6; // brackets and blanks; the last column would wrap
+    QString line = m_total <= 0 || room < Narrowest
+                       ? QStringLiteral("%1  %2").arg(label, text)
+                       : QStringLiteral("%1  %2  %3").arg(label, barText(m_done, m_total, qMin(room, Widest)), text);
+    line.truncate(qMax(0, columns - 1));
+    while (line.endsWith(QLatin1Char(' ')))
+        line.chop(1);
+    return line;
+}
+
+QString cProgressLine::step()
+{
+    constexpr qint64 FirstUnknown = 1024 * 1024;
+    if (m_done < m_nextStep || m_done <= 0)
+        return QString();
+    if (m_total <= 0) {
+        m_nextStep = qMax(FirstUnknown, 2 * m_done);
+        return QStringLiteral("%1: %2").arg(Terminal::printable(m_label), sizes());
+    }
+    const double tenths = std::floor(10.0 * double(m_done) / double(m_total));
+    m_nextStep = tenths < 9 ? qint64(std::ceil(double(m_total) * (tenths + 1) / 10)) : m_total;
+    if (isComplete())
+        m_nextStep = std::numeric_limits<qint64>::max();
+    return QStringLiteral("%1: %2 % of %3")
+        .arg(Terminal::printable(m_label))
+        .arg(percent(m_done, m_total))
+        .arg(sizeText(m_total));
+}
+
+QString cProgressLine::sizeText(qint64 bytes)
+{
+    constexpr const char* Units[] = {"B", "kB", "MB", "GB", "TB"};
+    double size = double(qMax<qint64>(0, bytes));
+    int unit = 0;
+    // from 999.5 on a size would be shown as 1000 of its unit
+    while (size >= 999.5 && unit < 4) {
+        size /= 1000;
+        ++unit;
+    }
+    return QStringLiteral("%1 %2").arg(size, 0, 'f', unit > 0 && size < 99.95 ? 1 : 0).arg(QLatin1String(Units[unit]));
+}
+
+QString cProgressLine::barText(qint64 done, qint64 total, int width)
+{
+    const int filled = total > 0 ? int(double(qBound<qint64>(0, done, total)) / double(total) * width) : 0;
+    return QLatin1Char('[') + QString(filled, QLatin1Char('#')) + QString(width - filled, QLatin1Char('-')) +
+           QLatin1Char(']');
+}
+
+// Each figure has its place, whether it is there or not, so that the bar keeps its width.
+QString cProgressLine::figures() const
+{
+    const qint64 rate = m_rate.bytesPerSecond();
+    const QString share = m_total > 0 ? QStringLiteral("%1 %  ").arg(percent(m_done, m_total), 3) : QString();
+    const QString speed = rate > 0 ? sizeText(rate) + QStringLiteral("/s") : QString();
+    return share + QStringLiteral("%1  %2  %3").arg(sizes(), -18).arg(speed, -9).arg(timeLeft(), -10);
+}
+
+QString cProgressLine::sizes() const
+{
+    return m_total > 0 ? QStringLiteral("%1 of %2").arg(sizeText(m_done), sizeText(m_total)) : sizeText(m_done);
+}
+
+QString cProgressLine::timeLeft() const
+{
+    const qint64 rate = m_rate.bytesPerSecond();
+    if (rate <= 0 || m_total <= m_done)
+        return QString();
+    const qint64 seconds = (m_total - m_done - 1) / rate + 1;
+    const QString minutes = QStringLiteral("%1:%2").arg(seconds / 60 % 60).arg(seconds % 60, 2, 10, QLatin1Char('0'));
+    if (seconds < 3600)
+        return minutes + QStringLiteral(" left");
+    constexpr qint64 Longest = 100 * 3600; // beyond, the rate is no promise
+    return seconds < Longest ? QStringLiteral("%1 h left").arg((seconds + 1800) / 3600) : QString();
+}
+
+cProgressBar::cProgressBar()
+{
+    m_clock.start();
+    IConfigMgr::connectProgressSlot(this, SLOT(onProgress(QString, qint64, qint64)));
+}
+
+cProgressBar::~cProgressBar()
+{
+    Terminal::status(QString());
+}
+
+void cProgressBar::onProgress(const QString& label, qint64 done, qint64 total)
+{
+    constexpr qint64 Interval = 100; // milliseconds; more often nobody sees
+    const qint64 now = m_clock.elapsed();
+    m_line.update(label, done, total, now);
+    if (!m_line.isWorthShowing())
+        return;
+    const int columns = System::terminalColumns();
+    if (columns <= 0) {
+        const QString step = m_line.step();
+        if (!step.isEmpty())
+            Terminal::reason(step);
+    } else if (now - m_drawnAt >= Interval || m_line.isComplete()) {
+        m_drawnAt = now;
+        Terminal::status(m_line.bar(columns));
+    }
+}
+
+cInstallReport::cInstallReport()
+{
+    IInstallMgr::connectSlots(this, SLOT(onStart(IInstallMgr::OPERATION, QString, QString)), SLOT(onProgress(int, int)),
+                              SLOT(onFinished()));
+}
+
+cInstallReport::~cInstallReport()
+{
+    Terminal::status(QString());
+}
+
+void cInstallReport::onStart(IInstallMgr::OPERATION operation, const QString& name, const QString& version)
+{
+    if (operation == IInstallMgr::OPERATION_LOCATION)
+        Terminal::answer(QStringLiteral("Installing"));
+    const QString what = nameOf(operation);
+    if (!what.isEmpty())
+        Terminal::answer(
+            QStringLiteral("  %1 %2 %3").arg(what, -11).arg(Terminal::printable(name), Terminal::printable(version)));
+}
+
+void cInstallReport::onProgress(int current, int total)
+{
+    constexpr int Width = 40;
+    Terminal::status(QStringLiteral("Installing  ") + cProgressLine::barText(current, total, Width));
+}

@@ -1,0 +1,191 @@
+#include "updates/UpdateSession.h"
+
+#include "common/Terminal.h"
+#include "updates/UpdateSites.h"
+#include "wire/WireText.h"
+
+#include <Norvale/Corvane.h>
+#include <Norvale/IConfigMgr.h>
+#include <Norvale/IPluginMgr.h>
+#include <Norvale/cJsonValue.h>
+#include <Norvale/cVersion.h>
+
+#include <QtCore/QCoreApplication>
+#include <QtCore/QFile>
+
+namespace {
+
+const QString ResultCode = QStringLiteral("result_code");
+constexpr char SetupProgram[] = "setup_program"; // path of the one that an update has fetched
+
+ExitCode take(cHostLock* lock, const QString& path, ExitCode whenHeld, const QString& holder)
+{
+    switch (lock->take(path)) {
+    case cHostLock::Taken:
+        return ExitCode::Ok;
+    case cHostLock::Held:
+        return endWith(whenHeld, holder + lock->errorString());
+    case cHostLock::Failed:
+        break;
+    }
+    return endWith(ExitCode::SocketFailed, lock->errorString());
+}
+
+QString textOf(const QJsonObject& result, const char* member)
+{
+    return result.value(QLatin1String(member)).toString();
+}
+
+bool needsNewCore(const QJsonObject& result)
+{
+    return result.value(QLatin1String("requires_new_core")).toBool();
+}
+
+QString sizeOf(const QJsonObject& result)
+{
+    const QJsonValue size = result.value(QLatin1String("size"));
+    return size.isUndefined() ? QString() : cProgressLine::sizeText(qint64(size.toDouble()));
+}
+
+// What a check and an update say in the same words.
+QString failure(const QJsonObject& result)
+{
+    switch (UpdateReport::codeOf(result)) {
+    case ExitCode::NoUpdate:
+        if (UpdateSites::list().isEmpty())
+            return QStringLiteral("There is no update: no update site is set. VCore --update-sites URL sets one.");
+        if (cVersion(textOf(result, "update_to_version")) == cVersion())
+            return QStringLiteral("There is no update: no update site has a repository for this installation.");
+        return QStringLiteral("There is no update: %1 is the newest version.").arg(textOf(result, "current_version"));
+    case ExitCode::Cancelled:
+        return QStringLiteral("Cancelled. What is installed is as it was.");
+    case ExitCode::CoreTooOld:
+        return QStringLiteral("The update %1 needs a newer core than the installed version %2.")
+            .arg(textOf(result, "update_to_version"), textOf(result, "current_version"));
+    case ExitCode::FetchFailed:
+        return QStringLiteral("%1 could not be fetched. What is installed is as it was.").arg(textOf(result, "failed"));
+    case ExitCode::FeatureMissing:
+        return QStringLiteral("The newest repository lacks a feature that is installed, needed or asked for.");
+    default:
+        return QStringLiteral("The update check ended without a result.");
+    }
+}
+
+} // namespace
+
+ExitCode cChangeLock::takeForFetching()
+{
+    const cHostAddress address = cHostAddress::ofThisInstallation();
+    if (!address.isValid())
+        return endWith(ExitCode::SocketFailed, address.errorString());
+    return take(&m_update, address.updateLockPath(), ExitCode::UpdateRunning,
+                QStringLiteral("another process fetches or installs: "));
+}
+
+ExitCode cChangeLock::takeForInstalling()
+{
+    const ExitCode code = takeForFetching();
+    if (code != ExitCode::Ok)
+        return code;
+    return take(&m_host, cHostAddress::ofThisInstallation().lockPath(), ExitCode::HostRunning,
+                QStringLiteral("a host of this installation is running: "));
+}
+
+cUpdateSession::cUpdateSession()
+{
+    QObject::connect(&m_stopSignals, &cStopSignals::stopRequested, &m_progress, [this] {
+        m_isCancelled = true;
+        IConfigMgr::cancelUpdate();
+    });
+    IPluginMgr::instance()->discover(); // a plugin that is there is not fetched again; what is faulty is logged
+}
+
+QJsonObject cUpdateSession::check()
+{
+    QJsonObject result = run(IConfigMgr::checkForUpdates);
+    if (m_isCancelled)
+        result.insert(ResultCode, IConfigMgr::Cancelled);
+    return result;
+}
+
+QJsonObject cUpdateSession::update(const QStringList& features)
+{
+    QJsonObject result = run([&] { return IConfigMgr::doUpdateOn(features); });
+    if (UpdateReport::codeOf(result) == ExitCode::NewCore)
+        result.insert(QLatin1String(SetupProgram), Corvane::restartSetupFilename());
+    return result;
+}
+
+// A signal that came so far is served before, since nobody else would hear of it.
+QJsonObject cUpdateSession::run(const std::function<cJsonValue()>& work)
+{
+    QCoreApplication::processEvents();
+    if (m_isCancelled)
+        return {{ResultCode, IConfigMgr::Cancelled}};
+    QJsonValue result;
+    return WireText::toQt(work(), &result) ? result.toObject() : QJsonObject();
+}
+
+ExitCode UpdateReport::codeOf(const QJsonObject& result)
+{
+    switch (result.value(QLatin1String("result_code")).toInt(-1)) {
+    case IConfigMgr::UpdateFound:
+        return needsNewCore(result) ? ExitCode::NewCore : ExitCode::Ok;
+    case IConfigMgr::Cancelled:
+        return ExitCode::Cancelled;
+    case IConfigMgr::NothingNewer:
+        return ExitCode::NoUpdate;
+    case IConfigMgr::NotFetched:
+        return textOf(result, "failed") == QLatin1String("core_version") ? ExitCode::CoreTooOld : ExitCode::FetchFailed;
+    case IConfigMgr::FeatureMissing:
+        return ExitCode::FeatureMissing;
+    default:
+        return ExitCode::CheckFailed;
+    }
+}
+
+QString UpdateReport::table(const QJsonObject& result)
+{
+    const bool isKnown = result.contains(QLatin1String("requires_new_core"));
+    const QString needsCore = needsNewCore(result) ? QStringLiteral("yes") : QStringLiteral("no");
+    cTextTable table({QStringLiteral("installed"), QStringLiteral("newest"), QStringLiteral("to fetch"),
+                      QStringLiteral("needs a new core")});
+    table.addRow({textOf(result, "current_version"), textOf(result, "update_to_version"),
+                  needsNewCore(result) ? QString() : sizeOf(result), isKnown ? needsCore : QString()});
+    return table.text();
+}
+
+QString UpdateReport::checked(const QJsonObject& result)
+{
+    switch (codeOf(result)) {
+    case ExitCode::Ok:
+        return QStringLiteral("There is an update. VCore --update fetches it.");
+    case ExitCode::NewCore:
+        return QStringLiteral("There is an update, which needs a new core first. VCore --update fetches its setup "
+                              "program.");
+    default:
+        return failure(result);
+    }
+}
+
+QString UpdateReport::updated(const QJsonObject& result)
+{
+    switch (codeOf(result)) {
+    case ExitCode::Ok:
+        return QStringLiteral("Version %1 is ready (%2). A restart of VCore installs it.")
+            .arg(textOf(result, "update_to_version"), sizeOf(result));
+    case ExitCode::NewCore:
+        return QStringLiteral("The update needs a new core. Stop VCore and run its setup program:\n%1")
+            .arg(textOf(result, SetupProgram));
+    default:
+        return failure(result);
+    }
+}
+
+QString UpdateReport::waiting()
+{
+    if (!QFile::exists(Corvane::velmiraFolderOrFile(Corvane::DropboxRepositoryFile)))
+        return QString();
+    return QStringLiteral("\nWhat waits in %1 is installed at the next start.")
+        .arg(Corvane::velmiraFolderOrFile(Corvane::DropboxFolder));
+}

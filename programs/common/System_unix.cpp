@@ -1,0 +1,87 @@
+#include "common/System.h"
+
+#include "common/ExitCode.h"
+
+#include <QtCore/QSocketNotifier>
+
+#include <cerrno>
+#include <csignal>
+#include <fcntl.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr int StopSignals[] = {SIGINT, SIGTERM, SIGHUP};
+
+int s_pipe[2] = {-1, -1};
+volatile std::sig_atomic_t s_isStopping = 0;
+
+// Only what is safe in a signal handler: one byte into the pipe, or the hard end.
+void onSignal(int)
+{
+    if (s_isStopping)
+        ::_exit(int(ExitCode::HardStop));
+    s_isStopping = 1;
+    const int error = errno;
+    const char byte = 1;
+    if (::write(s_pipe[1], &byte, 1) != 1)
+        ::_exit(int(ExitCode::HardStop));
+    errno = error;
+}
+
+void setHandler(int signal, void (*handler)(int))
+{
+    struct sigaction action = {};
+    action.sa_handler = handler;
+    action.sa_flags = SA_RESTART;
+    ::sigemptyset(&action.sa_mask);
+    ::sigaction(signal, &action, nullptr);
+}
+
+// As nohup and shells in the background ask for; it is left so.
+bool isIgnored(int signal)
+{
+    struct sigaction action = {};
+    return ::sigaction(signal, nullptr, &action) == 0 && action.sa_handler == SIG_IGN;
+}
+
+} // namespace
+
+int System::terminalColumns()
+{
+    constexpr int Usual = 80; // some terminals do not tell
+    winsize size = {};
+    if (!::isatty(STDERR_FILENO))
+        return 0;
+    return ::ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : Usual;
+}
+
+cStopSignals::cStopSignals(QObject* parent) : QObject(parent)
+{
+    if (::pipe(s_pipe) != 0)
+        return; // without the pipe the signals keep their plain effect
+    for (const int end : s_pipe)
+        ::fcntl(end, F_SETFD, FD_CLOEXEC);
+    auto* notifier = new QSocketNotifier(s_pipe[0], QSocketNotifier::Read, this);
+    connect(notifier, &QSocketNotifier::activated, this, [this, notifier] {
+        notifier->setEnabled(false);
+        emit stopRequested();
+    });
+    for (const int signal : StopSignals) {
+        if (!isIgnored(signal))
+            setHandler(signal, onSignal);
+    }
+}
+
+cStopSignals::~cStopSignals()
+{
+    for (const int signal : StopSignals) {
+        if (!isIgnored(signal))
+            setHandler(signal, SIG_DFL);
+    }
+    for (int& end : s_pipe) {
+        ::close(end);
+        end = -1;
+    }
+}

@@ -1,0 +1,231 @@
+#include "common/cProgram.h"
+
+#include "common/Terminal.h"
+
+#include <CLI/CLI.hpp>
+#include <QtCore/QCoreApplication>
+
+#include <sstream>
+
+namespace {
+
+constexpr char Guard = '\0';           // no argument holds one
+constexpr const char Words[] = "WORD"; // all words, where commands are options
+
+// The parser takes arguments from the end. Behind "=" it would look for an empty value in the next argument, and take
+// what stands in brackets for a list, unless something follows.
+std::vector<std::string> guarded(const QStringList& arguments)
+{
+    std::vector<std::string> words;
+    for (int i = arguments.size() - 1; i > 0; --i) {
+        words.push_back(arguments.at(i).toStdString());
+        if (arguments.at(i).endsWith(QLatin1Char('=')) || arguments.at(i).endsWith(QLatin1Char(']')))
+            words.back() += Guard;
+    }
+    return words;
+}
+
+QString unguarded(std::string value)
+{
+    if (!value.empty() && value.back() == Guard)
+        value.pop_back();
+    return value.empty() ? QLatin1String("") : QString::fromStdString(value);
+}
+
+// In lines that fit beside the names, which take 30 columns of 80.
+std::string wrapped(const QString& help)
+{
+    constexpr int Width = 50;
+    QString text;
+    int column = 0;
+    for (const QString& word : help.split(QLatin1Char(' '))) {
+        const bool isFull = column > 0 && column + 1 + word.size() > Width;
+        if (column > 0)
+            text += QLatin1Char(isFull ? '\n' : ' ');
+        column = isFull || column == 0 ? word.size() : column + 1 + word.size();
+        text += word;
+    }
+    return text.toStdString();
+}
+
+void addStandardOptions(CLI::App& app)
+{
+    app.set_help_flag("-h,-?,--help", "Print this help and exit");
+    app.set_help_all_flag("--help-all", "Print all help and exit");
+    app.set_version_flag("-v,--version", app.get_name() + ' ' + QCoreApplication::applicationVersion().toStdString(),
+                         "Print the version and exit");
+}
+
+void addParameter(CLI::App& app, const cSyntax::Parameter& parameter)
+{
+    const std::string names = parameter.names.toStdString();
+    const std::string help = wrapped(QString::fromUtf8(parameter.help));
+    if (std::holds_alternative<bool*>(parameter.target)) {
+        app.add_flag(names, help);
+        return;
+    }
+    CLI::Option* const option = app.add_option(names, CLI::callback_t(), help);
+    option->type_name(parameter.form);
+    if (std::holds_alternative<QStringList*>(parameter.target))
+        option->expected(CLI::detail::expected_max_vector_size)->allow_extra_args(!parameter.isOption());
+    else if (parameter.isOption())
+        option->default_str(std::get<QString*>(parameter.target)->toStdString());
+    else
+        option->required();
+}
+
+// Options that several commands have are one option of the program; so are the words.
+void addOptionCommands(CLI::App& app, const QList<cSyntax>& syntaxes)
+{
+    QStringList uses;
+    for (const cSyntax& syntax : syntaxes) {
+        for (const cSyntax::Parameter& parameter : syntax.parameters()) {
+            const std::string key = parameter.key().toStdString();
+            if (!parameter.isOption()) {
+                uses.append(QStringLiteral("%1 %2").arg(QString(syntax.name()), QString(parameter.names)));
+            } else if (!app.get_option_no_throw(key)) {
+                addParameter(app, parameter);
+                CLI::Option* const option = app.get_option(key);
+                option->multi_option_policy(CLI::MultiOptionPolicy::TakeLast)->disable_flag_override();
+                option->group(parameter.key() == syntax.name() ? "Commands" : "Options");
+            }
+        }
+    }
+    app.add_option(Words, CLI::callback_t(), wrapped(QStringLiteral("With ") + uses.join(QStringLiteral(", with "))))
+        ->expected(CLI::detail::expected_max_vector_size);
+    app.positionals_at_end();
+}
+
+// The first command, unless the option of another one is given.
+int pickOptionCommand(const CLI::App& app, const QList<cSyntax>& syntaxes, QString* error)
+{
+    int picked = -1;
+    for (int i = 0; i < syntaxes.size(); ++i) {
+        if (app.count(syntaxes.at(i).name().toStdString()) == 0)
+            continue;
+        if (picked >= 0) {
+            *error = QStringLiteral("%1 and %2 exclude each other")
+                         .arg(QString(syntaxes.at(picked).name()), QString(syntaxes.at(i).name()));
+        }
+        picked = i;
+    }
+    return qMax(picked, 0);
+}
+
+// What is given beside the command and does not go with it; empty when all does.
+QString errorOf(const CLI::App& app, const cSyntax& syntax)
+{
+    const QString name = syntax.name();
+    for (const CLI::Option* const option : app.get_options()) {
+        const QByteArray key = QByteArray::fromStdString(option->get_name());
+        if (option->count() > 0 && option->nonpositional() && !syntax.hasOption(key))
+            return QStringLiteral("%1 does not go with %2").arg(QString(key), name);
+    }
+    const std::vector<std::string> words = app.get_option(Words)->results();
+    if (int(words.size()) < syntax.leastWords())
+        return QStringLiteral("%1 takes at least %2 arguments").arg(name).arg(syntax.leastWords());
+    if (int(words.size()) > syntax.mostWords())
+        return QStringLiteral("\"%1\" is not understood").arg(unguarded(words.at(size_t(syntax.mostWords()))));
+    return QString();
+}
+
+CLI::App* addSubcommand(CLI::App& app, const cSyntax& syntax)
+{
+    CLI::App* parent = &app;
+    QByteArray name = syntax.name();
+    if (name.contains(' ')) {
+        parent = app.get_subcommand(name.left(name.indexOf(' ')).toStdString());
+        name = name.mid(name.indexOf(' ') + 1);
+    }
+    CLI::App* const command = parent->add_subcommand(name.toStdString(), syntax.help());
+    command->footer(syntax.footer());
+    for (const cSyntax::Parameter& parameter : syntax.parameters())
+        addParameter(*command, parameter);
+    return command;
+}
+
+// Gives the variables of @p syntax what @p app has read.
+void deliver(const CLI::App& app, const cSyntax& syntax)
+{
+    for (const cSyntax::Parameter& parameter : syntax.parameters()) {
+        const bool isMerged = syntax.isOption() && !parameter.isOption();
+        const CLI::Option* const option = app.get_option(isMerged ? Words : parameter.key().toStdString());
+        if (option->count() == 0)
+            continue;
+        if (auto* const flag = std::get_if<bool*>(&parameter.target)) {
+            if (*flag)
+                **flag = option->as<bool>();
+        } else if (auto* const text = std::get_if<QString*>(&parameter.target)) {
+            **text = unguarded(option->results().back());
+        } else {
+            for (const std::string& value : option->results())
+                std::get<QStringList*>(parameter.target)->append(unguarded(value));
+        }
+    }
+}
+
+} // namespace
+
+void cProgram::add(std::unique_ptr<cCommand> command)
+{
+    cSyntax syntax;
+    command->describe(syntax);
+    m_syntaxes.append(syntax);
+    m_commands.push_back(std::move(command));
+}
+
+ExitCode cProgram::run(const QStringList& arguments)
+{
+    CLI::App app(m_description, QCoreApplication::applicationName().toStdString());
+    app.allow_windows_style_options(false);
+    app.footer("Exit codes:\n" + exitCodeTable().toStdString());
+    QString error;
+    int picked = 0;
+    try {
+        const bool isOption = m_syntaxes.first().isOption();
+        picked = isOption ? readOptionCommand(app, arguments, &error) : readSubcommand(app, arguments);
+    } catch (const CLI::Success& request) { // for the help or the version
+        std::ostringstream answer;
+        app.exit(request, answer, answer);
+        Terminal::answer(QString::fromStdString(answer.str()).trimmed());
+        return ExitCode::Ok;
+    } catch (const CLI::Error& refusal) {
+        error = QString::fromUtf8(refusal.what());
+    }
+    if (error.isEmpty())
+        return m_commands.at(size_t(picked))->run();
+    Terminal::reason(error);
+    return endWith(ExitCode::Usage,
+                   QStringLiteral("%1 --help tells what is understood").arg(QCoreApplication::applicationName()));
+}
+
+int cProgram::readOptionCommand(CLI::App& app, const QStringList& arguments, QString* error) const
+{
+    app.set_help_flag(); // its place is behind the commands
+    addOptionCommands(app, m_syntaxes);
+    addStandardOptions(app);
+    app.parse(guarded(arguments));
+    const int picked = pickOptionCommand(app, m_syntaxes, error);
+    if (error->isEmpty())
+        *error = errorOf(app, m_syntaxes.at(picked));
+    if (error->isEmpty())
+        deliver(app, m_syntaxes.at(picked));
+    return picked;
+}
+
+int cProgram::readSubcommand(CLI::App& app, const QStringList& arguments) const
+{
+    addStandardOptions(app);
+    app.require_subcommand(1);
+    for (const Group& group : m_groups)
+        app.add_subcommand(group.name.toStdString(), group.help)->require_subcommand(1);
+    QList<CLI::App*> commands;
+    for (const cSyntax& syntax : m_syntaxes)
+        commands.append(addSubcommand(app, syntax));
+    app.parse(guarded(arguments));
+    int picked = 0;
+    while (!commands.at(picked)->parsed())
+        ++picked;
+    deliver(*commands.at(picked), m_syntaxes.at(picked));
+    return picked;
+}

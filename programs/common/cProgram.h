@@ -1,0 +1,44 @@
+#pragma once
+
+#include "common/cCommand.h"
+
+#include <memory>
+#include <vector>
+
+namespace CLI {
+class App;
+}
+
+/// A program of commands: reads the command line, runs the command that it asks for, and refuses what does not go with
+/// that. Name and version are those of the application.
+class cProgram
+{
+public:
+    /// @p description is the first line of the help.
+    explicit cProgram(const char* description) : m_description(description) {}
+
+    /// Adds a group of sub-commands, whose names begin with @p name and a blank.
+    void addGroup(const char* name, const char* help) { m_groups.append(Group{name, help}); }
+
+    /// Adds a command. Of commands that are options the first one is done when none is asked for.
+    void add(std::unique_ptr<cCommand> command);
+
+    /// Does what @p arguments ask for; the first of them is the program.
+    ExitCode run(const QStringList& arguments);
+
+private:
+    struct Group
+    {
+        QByteArray name;
+        const char* help;
+    };
+
+    // Both tell which command is asked for, and give its variables what has been read.
+    int readOptionCommand(CLI::App& app, const QStringList& arguments, QString* error) const;
+    int readSubcommand(CLI::App& app, const QStringList& arguments) const;
+
+    const char* m_description;
+    QList<Group> m_groups;
+    QList<cSyntax> m_syntaxes; // of the commands, in the same order
+    std::vector<std::unique_ptr<cCommand>> m_commands;
+};

@@ -1,0 +1,279 @@
+#include "config/cTransfer.h"
+
+#include <QtCore/QCoreApplication>
+#include <QtCore/QFile>
+#include <QtCore/QFileInfo>
+#include <QtNetwork/QNetworkAccessManager>
+#include <QtNetwork/QNetworkRequest>
+
+#include <algorithm>
+#include <limits>
+#include <utility>
+
+namespace {
+
+/// The most that a wait goes without a look at what it waits for, in milliseconds.
+constexpr int WaitStep = 100;
+
+/// What may lie between the network and a device that is slower, in bytes.
+constexpr qint64 ReadBuffer = 256 * 1024;
+
+/// What a byte array can hold beside its own few bytes, and with it a transfer into memory.
+constexpr qint64 MemoryLimit = std::numeric_limits<int>::max() - 64;
+
+int statusOf(const QNetworkReply& reply)
+{
+    return reply.attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
+}
+
+/// The server's own words are shortened: they go into the log.
+QString reasonOf(const QNetworkReply& reply)
+{
+    const int status = statusOf(reply);
+    if (status < 400)
+        return reply.errorString();
+    const QString phrase = reply.attribute(QNetworkRequest::HttpReasonPhraseAttribute).toString().simplified();
+    return QStringLiteral("the server answers %1 %2").arg(QString::number(status), phrase.left(100));
+}
+
+} // namespace
+
+cTransfer::cTransfer(QNetworkAccessManager& manager, const QUrl& url, const Options& options,
+                     std::optional<QIODevice*> device)
+    : m_manager(manager)
+    , m_url(url)
+    , m_options(options)
+    , m_hasDevice(device.has_value())
+    , m_device(device.value_or(nullptr))
+{
+}
+
+cTransfer::~cTransfer()
+{
+    releaseReply();
+}
+
+void cTransfer::start()
+{
+    m_state = Running;
+    const QString path = m_url.toLocalFile();
+    if (path.isEmpty())
+        request();
+    else
+        readLocalFile(path);
+}
+
+void cTransfer::cancel()
+{
+    // What the reply has said by itself holds: a slot of the last progress may cancel when all has come.
+    const bool isOver = m_reply && m_reply->isFinished();
+    end(Cancelled, isOver ? int(m_reply->error()) : QNetworkReply::OperationCanceledError,
+        QStringLiteral("Operation canceled"));
+}
+
+void cTransfer::wait(const QVector<QSharedPointer<cTransfer>>& transfers)
+{
+    const QVector<QSharedPointer<cTransfer>> held = transfers;
+    // Events are waited for, not asked for again and again; the timer is an event every step.
+    QTimer step;
+    step.start(WaitStep);
+    while (std::any_of(held.begin(), held.end(), [](const auto& transfer) { return transfer->state() == Running; }))
+        QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents);
+}
+
+void cTransfer::readLocalFile(const QString& path)
+{
+    // Opening a pipe could wait for ever, and a device has no end.
+    QFile file(path);
+    const QFileInfo info(path);
+    if (!info.isFile())
+        return fail(QNetworkReply::ContentNotFoundError,
+                    info.exists() ? QStringLiteral("this is no file") : QStringLiteral("no such file"));
+    if (!file.open(QIODevice::ReadOnly))
+        return fail(QNetworkReply::ContentNotFoundError, file.errorString());
+    beginAnew();
+    const qint64 size = file.size();
+    emit progress(0, size);
+    if (m_state != Running)
+        return;
+    if (isTooLong(size))
+        return fail(QNetworkReply::OperationCanceledError, QStringLiteral("the file is too long"));
+    m_data = file.readAll();
+    if (file.error() != QFile::NoError)
+        return fail(QNetworkReply::UnknownContentError, file.errorString());
+    m_digest.addData(m_data);
+    if (m_hasDevice)
+        write(m_data);
+    emit progress(m_data.size(), size);
+    succeed();
+}
+
+void cTransfer::request()
+{
+    QNetworkRequest request(m_url);
+    request.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::NoLessSafeRedirectPolicy);
+    // As it lies on the server: a compressed answer that is cut off could not be told from a whole one.
+    request.setRawHeader("Accept-Encoding", "identity");
+    if (m_options.offset > 0) {
+        request.setRawHeader("Range", "bytes=" + QByteArray::number(m_options.offset) + '-');
+        if (!m_options.validator.isEmpty())
+            request.setRawHeader("If-Range", m_options.validator);
+    }
+    // Without an application nothing would ever end the transfer.
+    m_reply = QCoreApplication::instance() ? m_manager.get(request) : nullptr;
+    if (!m_reply)
+        return fail(QNetworkReply::UnknownNetworkError, QStringLiteral("the request cannot be started"));
+    connectReply();
+    m_silence.start();
+    checkSilence();
+}
+
+void cTransfer::connectReply()
+{
+    if (m_hasDevice)
+        m_reply->setReadBufferSize(ReadBuffer);
+    connect(m_reply, &QNetworkReply::downloadProgress, this, [this](qint64 received, qint64 total) {
+        emit progress(m_options.offset + received, total < 0 ? total : m_options.offset + total);
+    });
+    connect(m_reply, &QNetworkReply::redirected, this, [this] { m_silence.restart(); });
+    connect(m_reply, &QNetworkReply::metaDataChanged, this, &cTransfer::arrive);
+    connect(m_reply, &QNetworkReply::readyRead, this, &cTransfer::arrive);
+    connect(m_reply, &QNetworkReply::finished, this, [this] { finish(m_reply); });
+    connect(m_reply, &QObject::destroyed, this,
+            [this] { fail(QNetworkReply::OperationCanceledError, QStringLiteral("the network manager is gone")); });
+    // It is checked after what the queue holds: what came while a slot kept this thread busy has not been told yet.
+    m_stallTimer.setSingleShot(true);
+    connect(&m_stallTimer, &QTimer::timeout, this, &cTransfer::checkSilence, Qt::QueuedConnection);
+}
+
+void cTransfer::checkSilence()
+{
+    const qint64 left = m_options.stallTimeout - m_silence.elapsed();
+    if (left <= 0)
+        fail(QNetworkReply::TimeoutError, QStringLiteral("nothing received for %1 ms").arg(m_options.stallTimeout));
+    else if (m_state == Running)
+        m_stallTimer.start(int(left));
+}
+
+/// The server decides whether a request for the rest is answered with the rest or with the whole.
+void cTransfer::checkOffset()
+{
+    const int status = statusOf(*m_reply);
+    const QByteArray asked = "bytes " + QByteArray::number(m_options.offset) + '-';
+    if (m_options.offset > 0 && status != 206 && status < 300)
+        beginAnew();
+    else if (m_options.offset > 0 && status == 206 && !m_reply->rawHeader("Content-Range").startsWith(asked))
+        fail(QNetworkReply::ProtocolFailure, QStringLiteral("the server sends another part than it was asked for"));
+}
+
+void cTransfer::beginAnew()
+{
+    if (m_options.offset == 0)
+        return;
+    m_options.offset = 0;
+    auto* file = qobject_cast<QFileDevice*>(m_device.data());
+    if (m_device && (!m_device->seek(0) || (file && !file->resize(0))))
+        fail(QNetworkReply::OperationCanceledError, m_device->errorString());
+}
+
+void cTransfer::arrive()
+{
+    if (m_state != Running || !m_reply)
+        return;
+    m_silence.restart();
+    checkOffset();
+    if (m_state != Running)
+        return;
+    const qint64 promised = m_reply->header(QNetworkRequest::ContentLengthHeader).toLongLong();
+    if (isTooLong(qMax(promised, m_written + m_reply->bytesAvailable())))
+        return fail(QNetworkReply::OperationCanceledError, QStringLiteral("more bytes than are accepted"));
+    while (m_hasDevice && m_state == Running && m_reply->bytesAvailable() > 0) {
+        const QByteArray bytes = m_reply->readAll();
+        if (m_options.offset > 0 && statusOf(*m_reply) >= 400)
+            continue; // what a server says of an error is no part of the file
+        m_digest.addData(bytes);
+        write(bytes);
+    }
+}
+
+void cTransfer::finish(const QNetworkReply* reply)
+{
+    if (m_state != Running || !m_reply || reply != m_reply)
+        return;
+    if (m_reply->error() != QNetworkReply::NoError)
+        return fail(m_reply->error(), reasonOf(*m_reply));
+    if (isCutShort())
+        return fail(QNetworkReply::RemoteHostClosedError, QStringLiteral("Connection closed"));
+    m_data = m_reply->readAll();
+    m_digest.addData(m_data);
+    emit progress(m_data.size(), m_data.size());
+    if (m_state == Running && m_hasDevice && !m_data.isEmpty())
+        write(m_data);
+    succeed();
+}
+
+bool cTransfer::isTooLong(qint64 bytes) const
+{
+    return (m_options.sizeLimit > 0 && m_options.offset + bytes > m_options.sizeLimit) ||
+           (!m_hasDevice && bytes > MemoryLimit);
+}
+
+/// On a busy machine Qt now and then takes a connection that ends early for the end of the answer.
+bool cTransfer::isCutShort() const
+{
+    const QVariant promised = m_reply->header(QNetworkRequest::ContentLengthHeader);
+    return promised.isValid() && m_written + m_reply->bytesAvailable() < promised.toLongLong();
+}
+
+void cTransfer::write(const QByteArray& bytes)
+{
+    m_written += bytes.size();
+    QString reason;
+    if (isTooLong(m_written))
+        reason = QStringLiteral("more bytes than are accepted");
+    else if (!m_device)
+        reason = QStringLiteral("the device to write to is gone");
+    else if (!m_device->isWritable())
+        reason = QStringLiteral("the device takes no bytes");
+    else if (m_device->write(bytes) != bytes.size())
+        reason = m_device->errorString();
+    if (!reason.isEmpty())
+        fail(QNetworkReply::OperationCanceledError, reason);
+}
+
+void cTransfer::succeed()
+{
+    // A full disk may show only now.
+    auto* file = qobject_cast<QFileDevice*>(m_device.data());
+    if (m_state == Running && file && !file->flush())
+        fail(QNetworkReply::OperationCanceledError, file->errorString());
+    end(Succeeded, QNetworkReply::NoError, QString());
+}
+
+void cTransfer::fail(int error, const QString& reason)
+{
+    end(Failed, error, reason);
+}
+
+void cTransfer::end(State state, int error, const QString& reason)
+{
+    if (m_state != Running)
+        return;
+    m_state = state;
+    m_error = error;
+    m_errorString = reason;
+    m_stallTimer.stop();
+    releaseReply();
+    emit done();
+}
+
+/// A signal of the reply may be what has led here: the reply must outlive it.
+void cTransfer::releaseReply()
+{
+    if (!m_reply)
+        return;
+    QNetworkReply* reply = std::exchange(m_reply, nullptr);
+    reply->disconnect(this);
+    reply->abort();
+    reply->deleteLater();
+}

@@ -1,0 +1,127 @@
+#pragma once
+
+#include <QtCore/QByteArray>
+#include <QtCore/QCryptographicHash>
+#include <QtCore/QElapsedTimer>
+#include <QtCore/QObject>
+#include <QtCore/QPointer>
+#include <QtCore/QSharedPointer>
+#include <QtCore/QTimer>
+#include <QtCore/QUrl>
+#include <QtCore/QVector>
+#include <QtNetwork/QNetworkReply>
+
+#include <optional>
+
+class QIODevice;
+class QNetworkAccessManager;
+
+/**
+ * One transfer of one URL: over HTTP or HTTPS, or of a local file, into memory or into a device. Every byte goes
+ * through a SHA-1 digest; nothing is compared with it here. An answer shorter than the length it promises fails; one
+ * without a length ends with its connection, so that only the digest or the content tells whether it is whole.
+ * Redirects are followed unless they lead from HTTPS to HTTP.
+ *
+ * A transfer runs on the events of its thread and does not wait by itself; several may share a manager. Whoever waits
+ * for it, as `wait()` does, holds it by a shared pointer: what those events run may then cancel it, and destroy the
+ * device and whoever began the transfer. Lives on the manager's thread.
+ */
+class cTransfer : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// Moves only on; the last three are ends.
+    enum State { Idle, Running, Succeeded, Failed, Cancelled };
+
+    struct Options
+    {
+        qint64 sizeLimit = 0;     // the most bytes of the whole that are accepted; 0 for any number
+        int stallTimeout = 30000; // milliseconds without anything received; the head of an answer counts as a whole
+
+        /// With a device only, which stands at this place: the bytes from here on are asked for.
+        qint64 offset = 0;
+        /// The entity tag or the date of the answer that the bytes before the offset came from; empty when it had none.
+        /// If it no longer holds, or the server knows no ranges, the whole comes and the device is emptied for it.
+        QByteArray validator;
+    };
+
+    /// A transfer into memory, or into @p device, which is open for writing and stays the caller's: bytes are written
+    /// in bounded steps as they arrive, so that after a failure a part may have been written. @p manager must be there
+    /// at the start; a transfer whose manager is destroyed meanwhile fails.
+    cTransfer(QNetworkAccessManager& manager, const QUrl& url, const Options& options,
+              std::optional<QIODevice*> device = std::nullopt);
+    ~cTransfer() override;
+
+    /// Once. A local file has been read when it returns.
+    void start();
+
+    /// Ends the transfer if it runs.
+    void cancel();
+
+    /// Serves the events of this thread until none of @p transfers runs any more.
+    static void wait(const QVector<QSharedPointer<cTransfer>>& transfers);
+
+    State state() const { return m_state; }
+    bool hasSucceeded() const { return m_state == Succeeded; }
+    /// True while a transfer over the network runs.
+    bool hasReply() const { return !m_reply.isNull(); }
+
+    /// Where the bytes that came begin: the offset that was asked for, or 0 when the whole came instead.
+    qint64 offset() const { return m_options.offset; }
+    /// All bytes, once they are there. With a device, those that were unread when the transfer ended, or all of a local
+    /// file.
+    QByteArray data() const { return m_data; }
+    /// The SHA-1 of what came, as raw bytes.
+    QByteArray digest() const { return m_digest.result(); }
+    /// Counts in what the transfer did not receive, such as the bytes before the offset.
+    void addToDigest(const QByteArray& bytes) { m_digest.addData(bytes); }
+
+    /// 0 after a success, else a `QNetworkReply::NetworkError`: the reply's own; 203 for a local file that cannot be
+    /// opened; 99 for a request that cannot be started; 4 after too long a silence; 5 when the transfer was broken off
+    /// by `cancel()`, by the size limit or by a device that does not take the bytes.
+    int error() const { return m_error; }
+    /// Why the transfer failed, for the log; without the URL. Empty after a success.
+    QString errorString() const { return m_errorString; }
+
+    /// Takes what the reply holds so far: what its signal `readyRead` does.
+    void arrive();
+    /// Takes the rest and ends the transfer if @p reply is its own: what the reply's signal `finished` does.
+    void finish(const QNetworkReply* reply);
+
+signals:
+    void progress(qint64 bytesReceived, qint64 bytesTotal);
+    /// The transfer has come to an end, whichever.
+    void done();
+
+private:
+    void readLocalFile(const QString& path);
+    void request();
+    void connectReply();
+    void checkSilence();
+    void checkOffset();
+    void beginAnew();
+    bool isTooLong(qint64 bytes) const;
+    bool isCutShort() const;
+    void write(const QByteArray& bytes);
+    void succeed();
+    void fail(int error, const QString& reason);
+    void end(State state, int error, const QString& reason);
+    void releaseReply();
+
+    QNetworkAccessManager& m_manager;
+    const QUrl m_url;
+    Options m_options;
+    const bool m_hasDevice;
+    const QPointer<QIODevice> m_device;
+
+    State m_state = Idle;
+    QPointer<QNetworkReply> m_reply;
+    qint64 m_written = 0; // bytes passed on to the device
+    QByteArray m_data;
+    QCryptographicHash m_digest{QCryptographicHash::Sha1};
+    int m_error = QNetworkReply::NoError;
+    QString m_errorString;
+    QElapsedTimer m_silence; // since something last arrived
+    QTimer m_stallTimer;
+};

@@ -1,0 +1,172 @@
+#include "plugins/cPluginSuite.h"
+
+#include "core/Files.h"
+#include "plugins/cDependencyOrder.h"
+#include "plugins/cPluginReporter.h"
+
+#include <Norvale/IPlugin.h>
+
+#include <QtCore/QDir>
+
+int cPluginSuite::numberOf(const cPluginId& id)
+{
+    const auto [entry, isNew] = m_numbers.try_emplace(id, int(m_records.size()));
+    if (isNew) {
+        m_records.push_back({Plugin::create(id.name(), id.version())});
+        m_records.back().plugin->setFolder(Corvane::pluginDir(id).absolutePath());
+    }
+    return entry->second;
+}
+
+void cPluginSuite::clearAllowed()
+{
+    for (Record& record : m_records)
+        record.isRegistered = false;
+}
+
+void cPluginSuite::registerPlugin(const cPluginId& id)
+{
+    const int number = numberOf(id);
+    m_records[number].isRegistered = true;
+    m_loadList.push_back(number);
+    QVector<int>& namesakes = m_namesakes[id.name()];
+    if (!namesakes.contains(number))
+        namesakes.append(number);
+}
+
+bool cPluginSuite::publish()
+{
+    m_reasons.clear();
+    if (!m_installed)
+        return fail(QStringLiteral("nobody is there to tell which plugins are installed"));
+    const bool isPublished = m_installed->publishInstalledPlugins();
+    if (!isWhole())
+        m_reasons.append(m_installed->publicationError());
+    return isPublished;
+}
+
+bool cPluginSuite::isCoreInstalled()
+{
+    return m_installed->isFeatureInstalled(QStringLiteral("Core")) ||
+           fail(QStringLiteral("the feature \"Core\" is not installed"));
+}
+
+// All faults are found in one go, so that who repairs an installation need not repair and start again for each.
+bool cPluginSuite::readManifests()
+{
+    using Stage = cPluginInstance::Stage;
+    bool isEveryOneRight = true;
+    for (const Plugin& plugin : registered()) {
+        if (plugin->stage() == Stage::Faulty)
+            fail(QStringLiteral("%1 has been found faulty before").arg(plugin->id().toString()));
+        if (plugin->stage() == Stage::Known)
+            judge(*plugin);
+        isEveryOneRight = isEveryOneRight && plugin->stage() != Stage::Faulty;
+    }
+    return isEveryOneRight;
+}
+
+void cPluginSuite::judge(cPluginInstance& plugin)
+{
+    const auto isRight = [&] { return isAcceptable(plugin); };
+    plugin.judge(m_reporter.observe(IPluginObserver::ReadManifest, plugin.name(), isRight));
+}
+
+bool cPluginSuite::isAcceptable(cPluginInstance& plugin)
+{
+    if (!plugin.readManifest())
+        return fail(
+            QStringLiteral("the manifest of %1 is faulty: %2").arg(plugin.id().toString(), plugin.errorString()));
+    if (plugin.runtimeApiVersion() != IPlugin::RuntimeApiVersion)
+        return fail(QStringLiteral("%1 is made for the runtime API version %2; this is version %3")
+                        .arg(plugin.id().toString())
+                        .arg(plugin.runtimeApiVersion())
+                        .arg(IPlugin::RuntimeApiVersion));
+    return enterServices(plugin);
+}
+
+bool cPluginSuite::enterServices(const cPluginInstance& plugin)
+{
+    for (const QString& service : plugin.services()) {
+        const auto [entry, isNew] = m_services.try_emplace(service, plugin.name());
+        if (!isNew)
+            return fail(QStringLiteral("the service \"%1\" is declared twice: by plugin \"%2\" and by plugin \"%3\"")
+                            .arg(service, entry->second, plugin.name()));
+    }
+    return true;
+}
+
+bool cPluginSuite::order()
+{
+    constexpr int Unlisted = -1;
+    cDependencyOrder order;
+    QVector<Plugin> listed;
+    std::vector<int> places(m_records.size(), Unlisted); // of each record in listed
+    order.reserve(int(m_loadList.size()), int(m_loadList.size()));
+    for (int number : m_loadList) {
+        const Record& record = m_records[number];
+        if (!record.isRegistered)
+            continue;
+        if (places[number] != Unlisted) {
+            order.addPlace(places[number]);
+            continue;
+        }
+        record.plugin->setState(0);
+        places[number] = order.addRecord(record.plugin->name(), record.plugin->dependencies());
+        listed.append(record.plugin);
+    }
+    const QVector<int> placed = order.order();
+    for (int i = 0; i < placed.size(); ++i)
+        listed.at(placed.at(i))->setState(i + 1);
+    for (const QString& reason : order.reasons())
+        fail(QStringLiteral("the plugins cannot be ordered: %1").arg(reason));
+    return placed.size() == listed.size();
+}
+
+QVector<cPluginSuite::Plugin> cPluginSuite::loadList() const
+{
+    QVector<Plugin> list;
+    list.reserve(int(m_loadList.size()));
+    for (int number : m_loadList) {
+        if (m_records[number].isRegistered)
+            list.append(m_records[number].plugin);
+    }
+    return list;
+}
+
+QVector<cPluginSuite::Plugin> cPluginSuite::registered() const
+{
+    QVector<Plugin> list;
+    std::vector<bool> isListed(m_records.size());
+    for (int number : m_loadList) {
+        if (!m_records[number].isRegistered || isListed[number])
+            continue;
+        isListed[number] = true;
+        list.append(m_records[number].plugin);
+    }
+    return list;
+}
+
+cPluginSuite::Plugin cPluginSuite::find(const QString& name) const
+{
+    const auto namesakes = m_namesakes.find(name);
+    if (namesakes == m_namesakes.end())
+        return Plugin();
+    for (int number : namesakes->second) {
+        if (m_records[number].isRegistered)
+            return m_records[number].plugin;
+    }
+    return Plugin();
+}
+
+const QString* cPluginSuite::ownerOf(const QString& service) const
+{
+    const auto entry = m_services.find(service);
+    return entry == m_services.end() ? nullptr : &entry->second;
+}
+
+bool cPluginSuite::fail(const QString& reason)
+{
+    m_reasons.append(reason);
+    return m_reporter.logAndFail(reason);
+}

@@ -1,0 +1,110 @@
+#pragma once
+
+#include "plugins/cPluginInstance.h"
+#include "version/FlatMap.h"
+
+#include <QtCore/QSharedPointer>
+#include <QtCore/QStringList>
+#include <QtCore/QVector>
+
+#include <vector>
+
+class cPluginReporter;
+
+/**
+ * What the suite needs to be told about the installed features. The configuration manager implements it, and start-up
+ * hands it over, so that this room need not know the room above.
+ */
+class IInstalledPlugins
+{
+public:
+    virtual ~IInstalledPlugins() = default;
+
+    /// Brings the installed features up to date, then clears the plugin manager's allowed set and registers each plugin
+    /// of each feature with it. On false the reason has been logged.
+    virtual bool publishInstalledPlugins() = 0;
+
+    /// @return true when a feature of that name is installed, as of the last publication.
+    virtual bool isFeatureInstalled(const QString& name) const = 0;
+
+    /// Why the last publication could not be made or, if it was made, why it does not name what is installed: the
+    /// features could not be read. Empty when it does. Has been logged.
+    virtual QString publicationError() const = 0;
+};
+
+/**
+ * The installed plugins: their records, which of them the last publication names, and the order in which they start.
+ *
+ * Publishing happens more than once in a start, so a record may stand in the load list more than once; and a record
+ * that the last publication did not name again counts as not registered, though the list still holds it.
+ */
+class cPluginSuite
+{
+public:
+    using Plugin = QSharedPointer<cPluginInstance>;
+
+    explicit cPluginSuite(cPluginReporter& reporter) : m_reporter(reporter) {}
+
+    /// Who publishes the installed plugins. Not owned; needed from publish() on.
+    void setInstalledPlugins(IInstalledPlugins* installed) { m_installed = installed; }
+
+    /// The record of exactly that plugin; made, with the folder of an installed plugin, if there is none.
+    Plugin findOrMake(const cPluginId& id) { return m_records[numberOf(id)].plugin; }
+    bool isKnown(const cPluginId& id) const { return m_numbers.contains(id); }
+
+    /// No record counts as registered until it is registered again.
+    void clearAllowed();
+    void registerPlugin(const cPluginId& id);
+
+    /// Has the installed plugins registered.
+    [[nodiscard]] bool publish();
+
+    /// Whether the last publication names all that is installed.
+    bool isWhole() const { return m_installed->publicationError().isEmpty(); }
+    [[nodiscard]] bool isCoreInstalled();
+
+    /// Reads and judges the manifest of each registered record that has not been judged. False when one is faulty, be
+    /// it from an earlier call.
+    [[nodiscard]] bool readManifests();
+
+    /// Gives each registered record its place in the start order, also when its manifest is faulty. False when one has
+    /// none: what it depends on is not installed or is part of a circle.
+    [[nodiscard]] bool order();
+
+    /// What has been logged of a publication that was not made, manifests and the order, since publish() was called.
+    const QStringList& reasons() const { return m_reasons; }
+
+    /// The registered records of the load list in its order, as often as they stand in it.
+    QVector<Plugin> loadList() const;
+
+    /// The same, each record once.
+    QVector<Plugin> registered() const;
+
+    /// The first registered record of that name in the load list; null when there is none.
+    Plugin find(const QString& name) const;
+
+    /// The name of the plugin whose manifest declares the service; null when there is none.
+    const QString* ownerOf(const QString& service) const;
+
+private:
+    struct Record
+    {
+        Plugin plugin;
+        bool isRegistered = false;
+    };
+
+    int numberOf(const cPluginId& id);
+    void judge(cPluginInstance& plugin);
+    bool isAcceptable(cPluginInstance& plugin);
+    bool enterServices(const cPluginInstance& plugin);
+    bool fail(const QString& reason);
+
+    cPluginReporter& m_reporter;
+    IInstalledPlugins* m_installed = nullptr;
+    std::vector<Record> m_records;              // every one ever made; others name it by its number
+    FlatMap<cPluginId, int> m_numbers;          // of all records
+    std::vector<int> m_loadList;                // in the order of registration
+    FlatMap<QString, QVector<int>> m_namesakes; // of the load list, each record once, in the order of the list
+    FlatMap<QString, QString> m_services;       // service name -> name of the plugin that declares it
+    QStringList m_reasons;
+};
