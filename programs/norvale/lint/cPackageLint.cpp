@@ -56,8 +56,8 @@ bool cPackageLint::check(const QByteArray& package)
         }
         return false;
     }
-    m_name = rules.name();
-    m_version = rules.version();
+    m_name = rules.id().name();
+    m_version = rules.id().version();
     checkManifest(package);
     checkSums(package);
     return true;

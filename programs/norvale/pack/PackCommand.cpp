@@ -1,7 +1,7 @@
 #include "Commands.h"
 #include "common/Terminal.h"
 #include "common/cProgram.h"
-#include "core/DurableFile.h"
+#include "core/Files.h"
 #include "install/cPackageCheck.h"
 #include "lint/InputFile.h"
 #include "lint/cManifestLint.h"

@@ -1,7 +1,7 @@
 #include "site/cSitePublisher.h"
 
 #include "config/cCatalogueReader.h"
-#include "core/DurableFile.h"
+#include "core/Files.h"
 #include "lint/InputFile.h"
 #include "lint/cCatalogueLint.h"
 #include "lint/cPackageLint.h"

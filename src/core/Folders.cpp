@@ -1,9 +1,9 @@
-#include <Norvale/Corvane.h>
-
-#include "core/InstallRecord.h"
+#include "core/Files.h"
 #include "core/Settings.h"
+#include "core/System.h"
+#include "version/cPluginId.h"
 
-#include <Norvale/cVersion.h>
+#include <Norvale/Corvane.h>
 
 #include <QtCore/QDir>
 #include <QtCore/QStandardPaths>
@@ -84,8 +84,13 @@ QString Corvane::velmiraFolderOrFile(VelmFolderOrFile value)
 
 QDir Corvane::pluginDir(const QString& name, const QString& version)
 {
+    return pluginDir(cPluginId(name, cVersion(version)));
+}
+
+QDir Corvane::pluginDir(const cPluginId& id)
+{
     const QDir plugins(velmiraFolderOrFile(PluginsFolder));
-    return QDir(plugins.absoluteFilePath(name + QLatin1Char('-') + cVersion(version).toString()));
+    return QDir(plugins.absoluteFilePath(id.toString()));
 }
 
 QString Corvane::currentVersion()
