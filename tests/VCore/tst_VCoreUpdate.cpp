@@ -118,13 +118,15 @@ private slots:
         newer("update", "--update", Code::Ok, {"Version 2.00.000 is ready (", "VCore: main-2.00.000: 100 % of "});
         newer("update with an unknown feature", "--update Nonsense", Code::FeatureMissing, {"Nonsense"});
         newer("option behind a feature", "--update Core --json", Code::Usage, {"options stand before"});
-        newer("install no file", "--install /no/file", Code::NothingToInstall, {"/no/file is no description"});
+        newer("install no file", "--install /no/file", Code::NothingToInstall,
+              {"/no/file is not installed: it does not exist"});
         const QString site = "--install " + m_site.folder() + '/';
         const QString install = site + "repository.xml";
         newer("install", install, Code::Ok, {"Installed are Core 2.00.000.", "  unpacking   A 2.00.000\n"});
         newer("install a package of one's own", site + "A-2.00.000.zip", Code::Ok,
               {"Installed are Core 1.00.000, VelmDev 0.00.001."});
-        newer("install a package that is none", site + "A-3.zip", Code::NothingToInstall, {"A-3.zip is no file"});
+        newer("install a package that is none", site + "A-3.zip", Code::NothingToInstall,
+              {"A-3.zip is not installed: it is no file"});
         newer("bootstrap without its folder", "--bootstrap", Code::NothingToInstall, {"Bootstrap/repository.xml"});
 
         const QString old = feature("Core", "1.0.0", "");
@@ -134,7 +136,8 @@ private slots:
         const QString needy = "2.0.0' core_version='1.5";
         row("update of a newer core", "--update", Code::CoreTooOld, {"the installed version 1.00.000"}, needy,
             update());
-        row("install for a newer core", install, Code::CoreTooOld, {"needs the core 1.05.000"}, needy, update());
+        row("install for a newer core", install, Code::CoreTooOld, {"it needs the core version 1.05.000"}, needy,
+            update());
         const QString core = update() + "<runtime version='2.0.0' name='run-2'><source>run-2</source><hash>" +
                              QCryptographicHash::hash("setup", QCryptographicHash::Sha1).toHex() + "</hash></runtime>";
         row("check finds a new core", "--check", Code::NewCore, {"a new core first"}, two, core);

@@ -4,16 +4,12 @@
 #include "common/Terminal.h"
 #include "common/cProgram.h"
 #include "updates/UpdateSession.h"
-#include "updates/cPackageLocation.h"
 
 #include <Norvale/Corvane.h>
 #include <Norvale/IConfigMgr.h>
 #include <Norvale/IInstallMgr.h>
-#include <Norvale/IPluginMgr.h>
-#include <Norvale/cVersion.h>
 
 #include <QtCore/QFileInfo>
-#include <QtXml/QDomDocument>
 
 namespace {
 
@@ -41,31 +37,22 @@ protected:
 
     void addLog(cSyntax& syntax) { m_log.addTo(syntax); }
 
-    /// Whether the repository description at @p path can be installed at all; says why not.
-    static ExitCode examine(const QString& path)
+    /// The exit code of the last installation; says what is installed now. Why it has come to nothing is in the log,
+    /// whose errors are shown.
+    static ExitCode conclude()
     {
-        QDomDocument document;
-        if (!Corvane::FileReadDom(path, document, false)) {
-            return endWith(ExitCode::NothingToInstall,
-                           QStringLiteral("%1 is no description of a repository").arg(path));
-        }
-        const cVersion needed(document.documentElement().attribute(QStringLiteral("core_version")));
-        if (needed <= cVersion(Corvane::currentVersion()))
-            return ExitCode::Ok;
-        return endWith(ExitCode::CoreTooOld, QStringLiteral("%1 needs the core %2, the installed version is %3")
-                                                 .arg(path, needed.toString(), Corvane::currentVersion()));
-    }
-
-    /// The exit code of an installation; says what is installed now.
-    static ExitCode conclude(bool isComplete)
-    {
+        const cInstallOutcome outcome = IInstallMgr::lastOutcome();
+        if (outcome.result == cInstallOutcome::NoDescription)
+            return ExitCode::NothingToInstall;
+        if (outcome.result == cInstallOutcome::CoreTooOld)
+            return ExitCode::CoreTooOld;
         QStringList features;
         for (const cFeatureInfo& feature : IConfigMgr::installedFeatures())
             features.append(Terminal::printable(feature.name) + QLatin1Char(' ') + feature.version.toString());
         const QString all = features.join(QStringLiteral(", "));
         Terminal::answer(all.isEmpty() ? QStringLiteral("No feature is installed.")
                                        : QStringLiteral("Installed are %1.").arg(all));
-        if (isComplete)
+        if (outcome.isSuccess())
             return ExitCode::Ok;
         return endWith(ExitCode::InstallIncomplete, QStringLiteral("something was left out; the lines above tell why"));
     }
@@ -91,22 +78,14 @@ protected:
     ExitCode work() override
     {
         const QString path = QFileInfo(m_path).absoluteFilePath();
-        if (cPackageLocation::isPackage(path))
-            return installPackage(path);
-        const ExitCode code = examine(path);
-        return code == ExitCode::Ok ? conclude(IInstallMgr::installFromLocation(path, false)) : code;
+        if (path.endsWith(QLatin1String(".zip"), Qt::CaseInsensitive))
+            IInstallMgr::installPackage(path);
+        else
+            IInstallMgr::installFromLocation(path, false);
+        return conclude();
     }
 
 private:
-    static ExitCode installPackage(const QString& path)
-    {
-        IPluginMgr::instance()->discover(); // what is faulty is logged
-        cPackageLocation location;
-        if (location.describe(path))
-            return conclude(IInstallMgr::installFromLocation(location.path(), false));
-        return endWith(ExitCode::NothingToInstall, location.errorString());
-    }
-
     QString m_path;
 };
 
@@ -123,8 +102,8 @@ public:
 protected:
     ExitCode work() override
     {
-        const ExitCode code = examine(Corvane::velmiraFolderOrFile(Corvane::BootstrapRepositoryFile));
-        return code == ExitCode::Ok ? conclude(IInstallMgr::installBootstrap()) : code;
+        IInstallMgr::installBootstrap();
+        return conclude();
     }
 };
 
