@@ -72,11 +72,7 @@ bool Corvane::FileReadDom(const QString& path, QDomDocument& doc, bool namespace
 {
     bool isRead = false;
     const QByteArray bytes = FileReadAll(path, &isRead);
-    if (!isRead)
-        return false;
-    if (!namespaceProcessing)
-        return cXmlGuard::readDom(bytes, doc, nullptr);
-    return cXmlGuard::isReadable(bytes, nullptr) && doc.setContent(bytes, true);
+    return isRead && cXmlGuard::readDom(bytes, doc, nullptr, namespaceProcessing);
 }
 
 bool Corvane::SaveDomToFile(QDomDocument& doc, const QString& path)

@@ -57,14 +57,14 @@ private:
     bool m_isTooDeep = false;
 };
 
-/// The reader as QDomDocument sets it up for a document without namespace processing.
+/// The reader as QDomDocument sets it up.
 class cGuardedReader : public QXmlSimpleReader
 {
 public:
-    cGuardedReader()
+    explicit cGuardedReader(bool hasNamespaces)
     {
-        setFeature(QStringLiteral("http://xml.org/sax/features/namespaces"), false);
-        setFeature(QStringLiteral("http://xml.org/sax/features/namespace-prefixes"), true);
+        setFeature(QStringLiteral("http://xml.org/sax/features/namespaces"), hasNamespaces);
+        setFeature(QStringLiteral("http://xml.org/sax/features/namespace-prefixes"), !hasNamespaces);
         setFeature(QStringLiteral("http://trolltech.com/xml/features/report-whitespace-only-CharData"), false);
     }
 
@@ -92,7 +92,7 @@ bool hasCostlyDeclarations(const QString& text)
 
 } // namespace
 
-bool cXmlGuard::readDom(const QByteArray& xml, QDomDocument& document, QString* reason)
+bool cXmlGuard::readDom(const QByteArray& xml, QDomDocument& document, QString* reason, bool hasNamespaces)
 {
     QXmlInputSource source;
     source.setData(xml);
@@ -102,7 +102,7 @@ bool cXmlGuard::readDom(const QByteArray& xml, QDomDocument& document, QString* 
             *reason = QStringLiteral("line 1, column 1: too much depends on the document's own declarations");
         return false;
     }
-    cGuardedReader reader;
+    cGuardedReader reader(hasNamespaces);
     QString message;
     int line = 0;
     int column = 0;
@@ -112,12 +112,6 @@ bool cXmlGuard::readDom(const QByteArray& xml, QDomDocument& document, QString* 
     if (reason)
         *reason = QStringLiteral("line %1, column %2: %3").arg(QString::number(line), QString::number(column), message);
     return false;
-}
-
-bool cXmlGuard::isReadable(const QByteArray& xml, QString* reason)
-{
-    QDomDocument probe;
-    return readDom(xml, probe, reason);
 }
 
 QT_WARNING_POP

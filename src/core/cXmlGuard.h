@@ -12,7 +12,7 @@ class QDomDocument;
  * elements overflows the stack. Elements nested deeper than `MaxDepth` are therefore refused while they are parsed. A
  * document that declares entities, elements or attributes of its own is refused when it leans on them so heavily that
  * reading could take time or memory out of proportion. Everything else is accepted or refused exactly as
- * `QDomDocument::setContent` without namespace processing does, in time and memory linear in the document's size.
+ * `QDomDocument::setContent` does, in time and memory linear in the document's size.
  */
 class cXmlGuard
 {
@@ -31,12 +31,9 @@ public:
     /**
      * Parses @p xml into @p document, whose former content is lost.
      * @param reason receives "line L, column C: message" when the result is false; may be null.
+     * @param hasNamespaces whether prefixes are resolved to namespaces.
      * @return false when the bytes are not well-formed or are refused for one of the limits above.
      */
-    [[nodiscard]] static bool readDom(const QByteArray& xml, QDomDocument& document, QString* reason);
-
-    /**
-     * Tells whether `readDom` would succeed, building no document. One who wants the document calls `readDom` alone.
-     */
-    [[nodiscard]] static bool isReadable(const QByteArray& xml, QString* reason);
+    [[nodiscard]] static bool readDom(const QByteArray& xml, QDomDocument& document, QString* reason,
+                                      bool hasNamespaces = false);
 };

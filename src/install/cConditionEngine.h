@@ -19,7 +19,7 @@ public:
     struct Result
     {
         bool isTrue = false;
-        QString error; ///< "line L: message"; empty when the condition was evaluated
+        QString error; // "line L: message"; empty when the condition was evaluated
     };
 
     virtual ~cConditionScript();
@@ -34,8 +34,7 @@ public:
     static std::unique_ptr<cConditionScript> makeWithQtQml();
 
 protected:
-    /// The numbers that the global functions answer.
-    static constexpr int Bitness = 64;
+    static constexpr int Bitness = 64; // that OSBitness() answers
     static bool isWindows(int major, int minor);
 
     static Result failedAt(int line, const QString& message);
@@ -55,7 +54,7 @@ class cConditionEngine
 public:
     using ScriptMaker = std::unique_ptr<cConditionScript> (*)();
 
-    /// Longest that a condition may run, in milliseconds; then it is stopped and counts as failed.
+    // Longest that a condition may run, in milliseconds; then it is stopped and counts as failed.
     static constexpr int DefaultTimeLimit = 10000;
 
     /// With the engine that the library was built with.

@@ -24,7 +24,7 @@ public:
     struct Reason
     {
         QString text;
-        bool isWorthRetrying = false; ///< it may be gone at the next start
+        bool isWorthRetrying = false; // it may be gone at the next start
 
         bool isEmpty() const { return text.isEmpty(); }
     };
@@ -33,7 +33,7 @@ public:
     struct Feature
     {
         QSharedPointer<cFeatureInstance> record;
-        Reason reason; ///< for leaving it out
+        Reason reason; // for leaving it out
 
         bool isLeftOut() const { return !reason.isEmpty(); }
     };

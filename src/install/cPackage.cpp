@@ -108,13 +108,13 @@ bool cPackageUnpacker::unpack(const cPackage& package)
 
 bool cPackageUnpacker::unpack(const cPackage& package, const cZipRecord& record)
 {
-    constexpr quint32 executableByAnyone = 0111;
+    constexpr quint32 ExecutableByAnyone = 0111; // the bits of a Unix mode
     const QString path = m_folder.absoluteFilePath(record.name);
     QByteArray content;
     QString error;
     if (!package.readContent(record, &content, &error))
         return fail(path, error);
-    return makeFolderOf(path) && write(path, content, record.unixMode() & executableByAnyone);
+    return makeFolderOf(path) && write(path, content, record.unixMode() & ExecutableByAnyone);
 }
 
 bool cPackageUnpacker::makeFolderOf(const QString& path)

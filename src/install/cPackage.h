@@ -20,9 +20,9 @@ public:
     /// Where an entry lies in the package.
     struct Span
     {
-        qint64 begin = 0; ///< of its local header
+        qint64 begin = 0; // of its local header
         qint64 data = 0;
-        qint64 end = 0; ///< one past its data
+        qint64 end = 0; // one past its data
     };
 
     /// Reads the file whole. False when the system cannot read it.

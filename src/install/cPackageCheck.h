@@ -26,8 +26,8 @@ struct cPackageFinding
         Size          ///< the unpacked size and the ratio of an entry stay within the limits
     };
     Rule rule = Readable;
-    QString entry; ///< Name of the entry; empty when the package as a whole is meant.
-    QString text;  ///< One sentence for people.
+    QString entry; // its name; empty when the package as a whole is meant.
+    QString text;  // one sentence for people
 
     /// "entry: text", or the text alone.
     QString toString() const;
@@ -45,9 +45,9 @@ public:
     /// The limits of an installation stand in the machine-wide settings, see SettingsKey.
     struct Limits
     {
-        qint64 unpackedSize = Q_INT64_C(2) << 30;        ///< bytes of the package, and of all its entries together
-        int ratio = 200;                                 ///< unpacked to packed bytes of an entry ...
-        static constexpr qint64 RatioFreeSize = 1 << 20; ///< ... that unpacks to more than this
+        qint64 unpackedSize = Q_INT64_C(2) << 30;        // bytes of the package, and of all its entries together
+        int ratio = 200;                                 // unpacked to packed bytes of an entry ...
+        static constexpr qint64 RatioFreeSize = 1 << 20; // ... that unpacks to more than this
 
         static Limits fromSettings();
     };

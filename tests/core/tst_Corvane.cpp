@@ -146,11 +146,20 @@ private slots:
         QVERIFY(!isRead);
 
         QDomDocument doc;
+        const QByteArrayList accepted{
+            "<a xmlns='urn:a' xmlns:p='urn:p' p:b='c'><p:d p:e='f'/> <g xmlns=''/></a>",
+            "<?xml version='1.0'?><!DOCTYPE a [<!ENTITY b 'c'>]><q:a>&b;<!-- - --><![CDATA[<]]></q:a>"};
         const QByteArrayList refused{"", "<a><b></a>", QByteArray("<a>").repeated(1000000),
                                      "<!DOCTYPE a [<!ELEMENT a " + QByteArray(1000000, '(') + ">]><a/>"};
         for (bool hasNamespaces : {false, true}) {
             QVERIFY(Corvane::FileReadDom(file("<p:a xmlns:p='urn:p'/>"), doc, hasNamespaces));
             QCOMPARE(doc.documentElement().namespaceURI(), QString(hasNamespaces ? "urn:p" : ""));
+            for (const QByteArray& xml : accepted) {
+                QDomDocument direct;
+                QVERIFY(direct.setContent(xml, hasNamespaces));
+                QVERIFY2(Corvane::FileReadDom(file(xml), doc, hasNamespaces), xml);
+                QCOMPARE(doc.toString(), direct.toString());
+            }
             for (const QByteArray& xml : refused)
                 QVERIFY2(!Corvane::FileReadDom(file(xml), doc, hasNamespaces), xml.left(40));
         }
