@@ -15,7 +15,7 @@ bool cRepositoryEdit::apply(QList<cNewFile>& packages, cNewFile* runtime)
     QSet<QString> names;
     for (cNewFile& package : packages) {
         if (names.contains(package.id.name()))
-            return fail(QStringLiteral("there are two packages of %1").arg(package.id.name()));
+            return fail(QStringLiteral("there are two packages of plugin \"%1\"").arg(package.id.name()));
         names.insert(package.id.name());
         if (!placePackage(package))
             return false;
@@ -94,7 +94,7 @@ bool cRepositoryEdit::editSharedFeatures(const QList<cNewFile>& packages)
     for (auto it = m_wanted.shared.begin(); it != m_wanted.shared.end(); ++it) {
         const Feature old = m_state.catalogue().find(it.key());
         if (!old)
-            return fail(QStringLiteral("there is no feature %1 that could share plugins").arg(it.key()));
+            return fail(QStringLiteral("there is no feature \"%1\" that could share plugins").arg(it.key()));
         const Feature feature = old->copy(cVersion(it.value()));
         feature->setActive(true);
         for (const Plugin& plugin : old->plugins()) {
@@ -118,11 +118,11 @@ bool cRepositoryEdit::takeFeature(const Feature& feature)
         return true;
     }
     if (feature->version() < (*place)->version())
-        return fail(QStringLiteral("feature %1 is published as %2, which is newer than %3")
+        return fail(QStringLiteral("feature \"%1\" is published as %2, which is newer than %3")
                         .arg(feature->name(), (*place)->version().toString(), feature->version().toString()));
     if (feature->version() == (*place)->version() && !m_wanted.mayReplace && textOf(feature) != textOf(*place))
         return fail(
-            QStringLiteral("feature %1 %2 is published with other contents: who has it would not fetch it again; "
+            QStringLiteral("feature \"%1\" %2 is published with other contents: who has it would not fetch it again; "
                            "give it a new version")
                 .arg(feature->name(), feature->version().toString()));
     *place = feature;

@@ -79,7 +79,7 @@ bool cSiteState::pickContent(const cSiteAddition& wanted)
                               : m_entry.update + QLatin1Char('-') + m_entry.status;
     const QString asked = QDir::cleanPath(wanted.content.value_or(m_entry.content));
     if (m_hasEntry && asked != QDir::cleanPath(m_entry.content))
-        return fail(QStringLiteral("the repository %1 (%2) lies in \"%3\"")
+        return fail(QStringLiteral("the repository \"%1\" (%2) lies in \"%3\"")
                         .arg(m_entry.update, m_entry.status, m_entry.content));
     if (!m_hasEntry)
         m_entry.content = asked == QLatin1String(".") ? QString() : asked;

@@ -65,7 +65,7 @@ void cSuite::checkDependencies(const QString& file, cFindings& findings) const
         for (const QString& name : dependenciesOf(plugin->id()))
             if (!names.contains(name))
                 findings.add(Rule::SuiteDependencyMissing, file,
-                             QStringLiteral("%1 depends on %2, which no feature has: the suite does not start")
+                             QStringLiteral("%1 depends on \"%2\", which no feature has: the suite does not start")
                                  .arg(plugin->id().toString(), name));
 }
 
@@ -85,7 +85,8 @@ void cSuite::checkReach(const QString& file, cFindings& findings) const
                 if (!further->contains(name))
                     findings.add(
                         Rule::SuiteDependencyOutside, file,
-                        QStringLiteral("%1 of feature %2 depends on %3, which is in no feature that %2 depends on")
+                        QStringLiteral(
+                            "%1 of feature \"%2\" depends on \"%3\", which is in no feature that \"%2\" depends on")
                             .arg(plugin->id().toString(), feature->name(), name));
             }
         }
@@ -137,9 +138,10 @@ void cSuite::checkServices(const QString& file, cFindings& findings) const
             if (owner.isEmpty())
                 owners.insert(service, plugin->name());
             else if (owner != plugin->name())
-                findings.add(Rule::SuiteServiceTwice, file,
-                             QStringLiteral("%1 and %2 both declare the service \"%3\": the suite does not start")
-                                 .arg(owner, plugin->name(), service));
+                findings.add(
+                    Rule::SuiteServiceTwice, file,
+                    QStringLiteral("\"%1\" and \"%2\" both declare the service \"%3\": the suite does not start")
+                        .arg(owner, plugin->name(), service));
         }
     }
 }
