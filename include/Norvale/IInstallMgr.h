@@ -1,11 +1,78 @@
 #pragma once
 
 #include <Norvale/NorvaleGlobal.h>
+#include <Norvale/cVersion.h>
 
+#include <QtCore/QList>
 #include <QtCore/QMetaType>
 #include <QtCore/QString>
+#include <QtCore/QStringList>
 
 class QObject;
+
+/**
+ * How an install went: a copy of facts, which stays valid whatever is installed afterwards. IInstallMgr::lastOutcome()
+ * gives it.
+ *
+ * @code
+ * if (!IInstallMgr::installDropbox()) {
+ *     const cInstallOutcome outcome = IInstallMgr::lastOutcome();
+ *     for (const cInstallOutcome::cLeftOut& feature : outcome.leftOut)
+ *         show(feature.name, feature.reason);
+ * }
+ * @endcode
+ */
+struct cInstallOutcome
+{
+    /// How far the install came.
+    enum Result {
+        NotMade = 0,       ///< No install has been made yet.
+        NothingToDo = 1,   ///< Nothing waits, or nothing that is offered is newer than what is installed.
+        Complete = 2,      ///< All that was newer is installed.
+        Incomplete = 3,    ///< Features were left out, see @ref leftOut; the others are installed.
+        NoDescription = 4, ///< There is no readable description, or no package, at the path. Nothing has changed.
+        CoreTooOld = 5,    ///< What is offered needs a newer core than what is installed. Nothing has changed.
+        Failed = 6         ///< The install could not be finished, see @ref reason. Nothing is half installed.
+    };
+
+    /// A feature that was not installed and kept its old version, if it had one.
+    struct cLeftOut
+    {
+        /// Name of the feature.
+        QString name;
+        /// The version that was offered.
+        cVersion version;
+        /// Why, as a sentence for people that goes on after "it is left out:".
+        QString reason;
+        /// Whether the same install may succeed at the next start: the system has refused to read or write something.
+        bool isWorthRetrying = false;
+    };
+
+    /// How far the install came.
+    Result result = NotMade;
+    /// A sentence for people that tells why nothing came of it: for NoDescription, CoreTooOld and Failed, else empty.
+    QString reason;
+    /// The plugins that have been installed, each as "name-version" with the version in print form: "Foo-1.02.003".
+    QStringList installed;
+    /// The plugins, in the same form, that no feature has any more. A folder that could not be removed yet goes at a
+    /// later start.
+    QStringList removed;
+    /// The features that were left out, in the order of the description.
+    QList<cLeftOut> leftOut;
+    /// What went wrong with command lines, a sentence for people each that names the plugin: one that failed, that
+    /// could not be started, or that was passed over because its condition cannot be evaluated. The plugins count as
+    /// installed all the same.
+    QStringList failedCommands;
+    /// Whether the system refused to read or write something, such as on a full disk; then @ref result is Failed, or a
+    /// feature in @ref leftOut is worth retrying.
+    bool hasDiskRefused = false;
+
+    /**
+     * Tells whether all that was to be done has been done.
+     * @return what the function that made the install has returned.
+     */
+    bool isSuccess() const { return result == NothingToDo || result == Complete; }
+};
 
 /**
  * Static facade of the install manager: installs plugin packages and removes what is installed.
@@ -93,12 +160,30 @@ public:
     static bool installBootstrap();
 
     /**
+     * Installs one package that belongs to no repository, for who develops its plugin: it becomes part of the
+     * development feature "VelmDev", whose other plugins stay. A plugin of that feature takes the place of any other of
+     * its name. Name and version of the installed repository stay as they are; where there is none, the name becomes
+     * "VelmDev", too. The package is kept.
+     * @param path the package, absolute or relative to the current directory. It is named "name-version.zip" after the
+     * plugin in its manifest, such as "Foo-1.02.003.zip".
+     * @return false when it is no such file or was left out for the reasons of installFromLocation().
+     */
+    static bool installPackage(const QString& path);
+
+    /**
      * Uninstalls everything: runs the uninstall command lines of every installed plugin and removes its folder, the
      * repository settings, the features file and the folders that are empty then. Links are removed, never followed;
      * what was not installed stays.
      * @return false when something could not be removed; the reasons stand in the log channel "InstallMgr".
      */
     static bool uninstallPlugins();
+
+    /**
+     * Tells how the last install of this process went: of installDropbox(), installFromLocation(), installBootstrap()
+     * or installPackage(). A call that was refused because an install was under way does not count.
+     * @return a copy; its result is cInstallOutcome::NotMade before the first one, and before `Corvane::initialize`.
+     */
+    static cInstallOutcome lastOutcome();
 };
 
 Q_DECLARE_METATYPE(IInstallMgr::OPERATION)

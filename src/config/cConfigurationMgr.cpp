@@ -6,7 +6,7 @@
 #include "config/cUpdateApply.h"
 #include "config/cUpdateCheck.h"
 #include "config/cUpdateMgr.h"
-#include "core/DurableFile.h"
+#include "core/Files.h"
 #include "plugins/cPluginMgr.h"
 
 #include <Norvale/Corvane.h>

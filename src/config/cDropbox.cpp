@@ -1,7 +1,8 @@
 #include "config/cDropbox.h"
 
 #include "config/cCatalogueWriter.h"
-#include "core/DurableFile.h"
+#include "core/Files.h"
+#include "core/System.h"
 #include "version/SafeName.h"
 
 #include <Norvale/Corvane.h>

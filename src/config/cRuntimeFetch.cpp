@@ -2,7 +2,7 @@
 
 #include "config/cDownloader.h"
 #include "config/cFeatureCatalogue.h"
-#include "core/DurableFile.h"
+#include "core/System.h"
 #include "version/SafeName.h"
 
 #include <Norvale/Corvane.h>

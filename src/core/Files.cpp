@@ -1,10 +1,14 @@
-#include <Norvale/Corvane.h>
+#include "core/Files.h"
 
+#include "core/System.h"
 #include "core/cXmlGuard.h"
+
+#include <Norvale/Corvane.h>
 
 #include <QtCore/QDir>
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
+#include <QtCore/QSaveFile>
 #include <QtCore/QTextStream>
 #include <QtXml/QDomDocument>
 
@@ -33,6 +37,24 @@ bool openForWriting(QFile& file)
         return true;
     QDir().mkpath(QFileInfo(file.fileName()).absolutePath());
     return file.open(mode);
+}
+
+/// What keeps @p bytes from being the content of the file at @p path; empty when they are.
+QString replacingFault(const QString& path, const QByteArray& bytes)
+{
+    const QString folder = QFileInfo(path).absolutePath();
+    if (!QDir().mkpath(folder))
+        return QStringLiteral("the folder %1 cannot be made").arg(folder);
+    QSaveFile file(path); // removes what it wrote when it is not committed
+    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size())
+        return file.errorString();
+    if (!flushFile(file)) // it would flush by itself, and go on when that fails
+        return QStringLiteral("it cannot be flushed to the disk");
+    waitUntilReplaceable(path);
+    if (!file.commit())
+        return file.errorString();
+    flushFolder(folder); // the file is in place all the same when the folder cannot be flushed
+    return QString();
 }
 
 } // namespace
@@ -70,4 +92,12 @@ bool Corvane::SaveDomToFile(QDomDocument& doc, const QString& path)
     stream.flush();
     file.close();
     return true;
+}
+
+bool replaceFile(const QString& path, const QByteArray& bytes, QString* error)
+{
+    const QString fault = replacingFault(path, bytes);
+    if (!fault.isEmpty() && error)
+        *error = QStringLiteral("%1 cannot be written: %2").arg(path, fault);
+    return fault.isEmpty();
 }

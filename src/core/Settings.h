@@ -20,18 +20,18 @@ class cHostSettings : public QSettings
 namespace SettingsKey {
 
 // Machine-wide product settings.
-constexpr char RepositoryVersion[] = "ConfigMgr/RepositoryVersion"; ///< Version text, default "0.00.000".
-constexpr char RepositoryName[] = "ConfigMgr/RepositoryName";       ///< String, no default.
-constexpr char RepositoryStatus[] = "ConfigMgr/RepositoryStatus";   ///< String, default "release".
-constexpr char RuntimeVersion[] = "ConfigMgr/RuntimeVersion";       ///< Version text, none means 0.0.0.
-constexpr char Locale[] = "ConfigMgr/Locale";                       ///< String such as "en_US", default empty.
-constexpr char Region[] = "ConfigMgr/Region";                       ///< String, default "varkel".
-constexpr char MaxUnpackedSize[] = "InstallMgr/MaxUnpackedSize";    ///< Bytes of a package, default 2 GiB.
-constexpr char MaxRatio[] = "InstallMgr/MaxRatio";                  ///< Unpacked to packed size, default 200.
+constexpr char RepositoryVersion[] = "ConfigMgr/RepositoryVersion"; // Version text, default "0.00.000".
+constexpr char RepositoryName[] = "ConfigMgr/RepositoryName";       // String, no default.
+constexpr char RepositoryStatus[] = "ConfigMgr/RepositoryStatus";   // String, default "release".
+constexpr char RuntimeVersion[] = "ConfigMgr/RuntimeVersion";       // Version text, none means 0.0.0.
+constexpr char Locale[] = "ConfigMgr/Locale";                       // String such as "en_US", default empty.
+constexpr char Region[] = "ConfigMgr/Region";                       // String, default "varkel".
+constexpr char MaxUnpackedSize[] = "InstallMgr/MaxUnpackedSize";    // Bytes of a package, default 2 GiB.
+constexpr char MaxRatio[] = "InstallMgr/MaxRatio";                  // Unpacked to packed size, default 200.
 
 // Host settings.
-constexpr char RestartOption[] = "ConfigMgr/RestartOption";     ///< Integer, default 0.
-constexpr char RestartFilename[] = "ConfigMgr/RestartFilename"; ///< String, default empty.
-constexpr char UpdateLocations[] = "UpdateMgr/Locations";       ///< A group with one entry for each update location.
+constexpr char RestartOption[] = "ConfigMgr/RestartOption";     // Integer, default 0.
+constexpr char RestartFilename[] = "ConfigMgr/RestartFilename"; // String, default empty.
+constexpr char UpdateLocations[] = "UpdateMgr/Locations";       // A group with one entry for each update location.
 
 } // namespace SettingsKey

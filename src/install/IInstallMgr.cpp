@@ -42,8 +42,20 @@ bool IInstallMgr::installBootstrap()
     return manager && manager->installBootstrap();
 }
 
+bool IInstallMgr::installPackage(const QString& path)
+{
+    cInstallMgr* manager = managerFor("installPackage()");
+    return manager && manager->installPackage(path);
+}
+
 bool IInstallMgr::uninstallPlugins()
 {
     cInstallMgr* manager = managerFor("uninstallPlugins()");
     return manager && manager->uninstallPlugins();
+}
+
+cInstallOutcome IInstallMgr::lastOutcome()
+{
+    const cInstallMgr* manager = cInstallMgr::instance();
+    return manager ? manager->lastOutcome() : cInstallOutcome();
 }

@@ -1,7 +1,7 @@
 #include "install/cCommandRunner.h"
 
 #include "install/cConditionEngine.h"
-#include "install/cOperation.h"
+#include "install/cInstallMgr.h"
 #include "plugins/cPluginInstance.h"
 
 #include <QtCore/QProcess>
@@ -12,45 +12,49 @@ cCommandRunner::~cCommandRunner() = default;
 
 bool cCommandRunner::run(cPluginInstance& plugin, IInstallMgr::OPERATION operation)
 {
-    if (!plugin.readManifest()) {
-        m_log.error().noquote() << "The command lines of" << plugin.id().toString() << "are not run: " + plugin.errorString()
-                                << Qt::endl;
-        return false;
-    }
+    const cPluginId& id = plugin.id();
+    if (!plugin.readManifest())
+        return logAndFail(
+            QStringLiteral("The command lines of %1 are not run: %2").arg(id.toString(), plugin.errorString()));
     const bool isInstall = operation == IInstallMgr::OPERATION_INSTALL;
     const QList<cCmdLine>& lines = isInstall ? plugin.installCommandLines() : plugin.uninstallCommandLines();
     if (lines.isEmpty())
         return true;
-    const cOperation announced(m_manager, operation, plugin.name(), plugin.version().toString());
-    return runAll(plugin, lines);
+    const cOperation announced(m_manager, operation, id);
+    return runAll(id, lines, plugin.folder());
 }
 
-bool cCommandRunner::runAll(const cPluginInstance& plugin, const QList<cCmdLine>& lines)
+bool cCommandRunner::runAll(const cPluginId& id, const QList<cCmdLine>& lines, const QString& folder)
 {
     for (const cCmdLine& line : lines) {
-        if (!isWanted(plugin, line))
+        if (!isWanted(id, line))
             continue;
-        const QString fault = execute(line, plugin.folder());
-        if (!fault.isEmpty()) {
-            m_log.error().noquote() << "A command line of" << plugin.id().toString() << "failed:" << line.command() << fault
-                                    << Qt::endl;
-            return false;
-        }
+        const QString reason = execute(line, folder);
+        if (!reason.isEmpty())
+            return logAndFail(
+                QStringLiteral("A command line of %1 failed: %2 %3").arg(id.toString(), line.command(), reason));
     }
     return true;
 }
 
-bool cCommandRunner::isWanted(const cPluginInstance& plugin, const cCmdLine& line)
+bool cCommandRunner::isWanted(const cPluginId& id, const cCmdLine& line)
 {
     if (line.condition().isEmpty())
         return true;
     if (!m_conditions)
         m_conditions = std::make_unique<cConditionEngine>();
     const bool isTrue = m_conditions->isTrue(line.condition());
-    if (!m_conditions->errorString().isEmpty())
-        m_log.error().noquote() << "A condition of" << plugin.id().toString() << "counts as false:" << line.condition()
-                                << "fails in" << m_conditions->errorString() << Qt::endl;
-    return isTrue;
+    if (m_conditions->errorString().isEmpty())
+        return isTrue;
+    return logAndFail(QStringLiteral("A condition of %1 counts as false: %2 fails in %3")
+                          .arg(id.toString(), line.condition(), m_conditions->errorString()));
+}
+
+bool cCommandRunner::logAndFail(const QString& error)
+{
+    m_errors.append(error);
+    m_log.error().noquote() << error << Qt::endl;
+    return false;
 }
 
 QString cCommandRunner::execute(const cCmdLine& line, const QString& folder)

@@ -4,13 +4,14 @@
 #include <Norvale/cLog.h>
 
 #include <QtCore/QList>
+#include <QtCore/QStringList>
 
 #include <memory>
 
-class QString;
 class cCmdLine;
 class cConditionEngine;
 class cInstallMgr;
+class cPluginId;
 class cPluginInstance;
 
 /**
@@ -28,12 +29,17 @@ public:
     /// are not run; the reason has been logged. A plugin without command lines is done without being announced.
     bool run(cPluginInstance& plugin, IInstallMgr::OPERATION operation);
 
+    /// What went wrong so far, a sentence each, as it has been logged.
+    const QStringList& errors() const { return m_errors; }
+
 private:
-    bool runAll(const cPluginInstance& plugin, const QList<cCmdLine>& lines);
-    bool isWanted(const cPluginInstance& plugin, const cCmdLine& line);
+    bool runAll(const cPluginId& id, const QList<cCmdLine>& lines, const QString& folder);
+    bool isWanted(const cPluginId& id, const cCmdLine& line);
+    bool logAndFail(const QString& error);
     static QString execute(const cCmdLine& line, const QString& folder);
 
     cInstallMgr& m_manager;
     cLog m_log;
     std::unique_ptr<cConditionEngine> m_conditions; // made for the first condition
+    QStringList m_errors;
 };

@@ -1,10 +1,9 @@
 #include "install/cConditionEngine.h"
 
-#include "install/cConditionScript.h"
-
 #include <QtCore/QCoreApplication>
 #include <QtCore/QMetaObject>
 #include <QtCore/QObject>
+#include <QtCore/QOperatingSystemVersion>
 #include <QtCore/QSemaphore>
 
 namespace {
@@ -15,10 +14,26 @@ constexpr auto BuiltIn = cConditionScript::makeWithQtScript;
 constexpr auto BuiltIn = cConditionScript::makeWithQtQml;
 #endif
 
-/// Scripts may nest calls deeply; the default of a thread is smaller than that of a process on some systems.
+// Scripts may nest calls deeply; the default of a thread is smaller than that of a process on some systems.
 constexpr uint StackSize = 8 << 20;
 
 } // namespace
+
+cConditionScript::~cConditionScript() = default;
+
+bool cConditionScript::isWindows(int major, int minor)
+{
+    const QOperatingSystemVersion system = QOperatingSystemVersion::current();
+    return system.type() == QOperatingSystemVersion::Windows && system.majorVersion() == major &&
+           system.minorVersion() == minor;
+}
+
+cConditionScript::Result cConditionScript::failedAt(int line, const QString& message)
+{
+    Result result;
+    result.error = QStringLiteral("line %1: %2").arg(QString::number(line), message);
+    return result;
+}
 
 cConditionEngine::cConditionEngine() : cConditionEngine(BuiltIn) {}
 

@@ -1,4 +1,4 @@
-#include "install/cConditionScript.h"
+#include "install/cConditionEngine.h"
 
 #include <QtQml/QJSEngine>
 #include <QtQml/QJSValue>

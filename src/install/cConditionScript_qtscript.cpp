@@ -1,11 +1,11 @@
-#include "install/cConditionScript.h"
+#include "install/cConditionEngine.h"
 
 #include <QtCore/QMetaObject>
 #include <QtScript/QScriptEngine>
 
 namespace {
 
-/// The engine looks this often (milliseconds) whether it has been asked to stop.
+// The engine looks this often (milliseconds) whether it has been asked to stop.
 constexpr int LookInterval = 50;
 
 class cQtScript : public cConditionScript

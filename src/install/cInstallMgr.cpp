@@ -2,33 +2,72 @@
 
 #include "config/cCatalogueReader.h"
 #include "config/cConfigurationMgr.h"
-#include "install/cFolderJournal.h"
+#include "core/Settings.h"
 #include "install/cInstallation.h"
-#include "install/cOperation.h"
+#include "install/cPluginFolders.h"
 #include "install/cUninstallation.h"
-#include "plugins/cPluginMgr.h"
 
 #include <Norvale/Corvane.h>
 #include <Norvale/cLogCentral.h>
 
 #include <QtCore/QFile>
+#include <QtCore/QFileInfo>
+#include <QtCore/QRegularExpression>
+#include <QtCore/QScopedValueRollback>
+#include <QtCore/QUrl>
 
 namespace {
 
 cInstallMgr* s_instance = nullptr;
 
-/// Keeps a slot that is told of the progress from starting what is under way.
-class cOnce
-{
-public:
-    explicit cOnce(bool& isBusy) : m_isBusy(isBusy), m_isFirst(!isBusy) { m_isBusy = true; }
-    ~cOnce() { m_isBusy = !m_isFirst; }
-    bool isFirst() const { return m_isFirst; }
+const QLatin1String Busy("an installation is under way");
 
-private:
-    bool& m_isBusy;
-    const bool m_isFirst;
-};
+QString textOf(const QString& path, const QString& reason)
+{
+    return QStringLiteral("%1 is not installed: %2").arg(path, reason);
+}
+
+/// The plugin of a package file that is named "name-version.zip", the version in any form; the null id for other names.
+cPluginId idOfPackage(const QString& path)
+{
+    static const QRegularExpression form(QStringLiteral("^(.+)-(\\d+(?:\\.\\d+){0,2})\\.zip$"),
+                                         QRegularExpression::CaseInsensitiveOption);
+    const QRegularExpressionMatch match = form.match(QFileInfo(path).fileName());
+    return cPluginId(match.captured(1), cVersion(match.captured(2)));
+}
+
+/// The version that follows @p version, whose components are read as unsigned numbers.
+cVersion nextVersion(const cVersion& version)
+{
+    return cVersion(QStringLiteral("%1.%2.%3")
+                        .arg(quint32(version.major()))
+                        .arg(quint32(version.minor()))
+                        .arg(quint32(version.build()) + 1));
+}
+
+/// What a package belongs to that is of no repository: the next version of the development feature, with the package's
+/// plugin and those of other names that the feature has. Repository name and version are the installed ones.
+cFeatureCatalogue developmentFeature(const cFeatureCatalogue& installed, const cPluginId& package, const QUrl& source)
+{
+    const QString name = QString::fromLatin1(cFeatureInstance::DevelopmentName);
+    cFeatureCatalogue offered;
+    offered.setName(cMachineSettings().value(QLatin1String(SettingsKey::RepositoryName), name).toString());
+    offered.setVersion(cVersion(Corvane::currentVersion()));
+    QSharedPointer<cFeatureInstance> before = installed.find(name);
+    if (!before)
+        before = QSharedPointer<cFeatureInstance>::create(name, cVersion(), true, QString());
+    const QSharedPointer<cFeatureInstance> feature = before->copy(nextVersion(before->version()));
+    feature->setRepository(offered.name());
+    for (const QSharedPointer<cFeaturePlugin>& plugin : before->plugins()) {
+        if (plugin->name() != package.name())
+            feature->addPlugin(QSharedPointer<cFeaturePlugin>::create(plugin->id()));
+    }
+    const auto plugin = QSharedPointer<cFeaturePlugin>::create(package);
+    plugin->addSource({nullptr, source.toString(QUrl::FullyEncoded)});
+    feature->addPlugin(plugin);
+    offered.append(feature);
+    return offered;
+}
 
 } // namespace
 
@@ -71,61 +110,114 @@ bool cInstallMgr::installDropbox()
 
 bool cInstallMgr::installFromLocation(const QString& path, bool consume)
 {
-    const cOnce once(m_isBusy);
-    if (!once.isFirst())
-        return refuse(path, QStringLiteral("an installation is under way"));
+    if (m_isBusy)
+        return logAndFail(textOf(path, Busy));
+    const QScopedValueRollback<bool> busy(m_isBusy, true);
+    m_outcome = cInstallOutcome();
     const cOperation announced(*this, IInstallMgr::OPERATION_START);
     if (!QFile::exists(path)) {
         if (cFolderJournal().exists())
             cInstallation(*this, m_configuration, m_plugins, m_log).recover();
-        return consume || refuse(path, QStringLiteral("it does not exist"));
+        m_outcome.result = cInstallOutcome::NothingToDo;
+        return consume || logAndFail(path, QStringLiteral("it does not exist"));
     }
     emit installationStart(IInstallMgr::OPERATION_LOCATION, QString(), QString());
     bool isRead = false;
     const QByteArray xml = Corvane::FileReadAll(path, &isRead);
     if (!isRead)
-        return refuse(path, QStringLiteral("it cannot be read"));
+        return logAndFail(path, QStringLiteral("it cannot be read"));
     cFeatureCatalogue offered;
     cCatalogueReader reader(offered);
     if (!reader.read(xml))
-        return refuse(path, reader.errorString());
-    return install(offered, path, consume);
+        return logAndFail(path, reader.errorString());
+    return install(offered, cPackageSource(path, consume ? cPackageSource::Consumed : cPackageSource::Kept));
 }
 
 bool cInstallMgr::installBootstrap()
 {
     const QString path = Corvane::velmiraFolderOrFile(Corvane::BootstrapRepositoryFile);
-    const cOnce once(m_isBusy);
-    if (!once.isFirst())
-        return refuse(path, QStringLiteral("an installation is under way"));
+    if (m_isBusy)
+        return logAndFail(textOf(path, Busy));
+    const QScopedValueRollback<bool> busy(m_isBusy, true);
+    m_outcome = cInstallOutcome();
     const cOperation announced(*this, IInstallMgr::OPERATION_START);
     if (!QFile::exists(path))
-        return refuse(path, QStringLiteral("it does not exist"));
+        return logAndFail(path, QStringLiteral("it does not exist"));
     emit installationStart(IInstallMgr::OPERATION_LOCATION, QString(), QString());
-    // Why it cannot be read has been logged by who reads it.
-    return m_configuration.readAvailable(path) && install(m_configuration.available(), path, false);
+    if (!m_configuration.readAvailable(path)) // the configuration manager has logged why
+        return fail(path, QStringLiteral("it cannot be read as a repository description"));
+    return install(m_configuration.available(), cPackageSource(path, cPackageSource::Kept));
+}
+
+bool cInstallMgr::installPackage(const QString& path)
+{
+    const QString package = QFileInfo(path).absoluteFilePath();
+    if (m_isBusy)
+        return logAndFail(textOf(package, Busy));
+    const QScopedValueRollback<bool> busy(m_isBusy, true);
+    m_outcome = cInstallOutcome();
+    const cOperation announced(*this, IInstallMgr::OPERATION_START);
+    if (!QFileInfo(package).isFile())
+        return logAndFail(package, QStringLiteral("it is no file"));
+    const cPluginId id = idOfPackage(package);
+    if (id.isNull())
+        return logAndFail(package, QStringLiteral("it is not named NAME-VERSION.zip, as packages are"));
+    emit installationStart(IInstallMgr::OPERATION_LOCATION, QString(), QString());
+    // The features must be loaded for the other plugins of the development feature to stay in it.
+    cInstallation installation(*this, m_configuration, m_plugins, m_log);
+    installation.recover();
+    const cFeatureCatalogue offered = developmentFeature(m_configuration.installed(), id, QUrl::fromLocalFile(package));
+    return conclude(installation.run(offered, cPackageSource(package, cPackageSource::SinglePackage)));
 }
 
 bool cInstallMgr::uninstallPlugins()
 {
-    const cOnce once(m_isBusy);
-    if (!once.isFirst()) {
-        m_log.error() << "Nothing is uninstalled: an installation is under way" << Qt::endl;
-        return false;
-    }
+    if (m_isBusy)
+        return logAndFail(QStringLiteral("Nothing is uninstalled: ") + Busy);
+    const QScopedValueRollback<bool> busy(m_isBusy, true);
     return cUninstallation(*this, m_configuration, m_plugins, m_log).run();
 }
 
-bool cInstallMgr::install(const cFeatureCatalogue& offered, const QString& path, bool consume)
+bool cInstallMgr::install(const cFeatureCatalogue& offered, const cPackageSource& source)
 {
     cInstallation installation(*this, m_configuration, m_plugins, m_log);
     installation.recover();
-    const bool isComplete = installation.run(offered, path, consume);
-    return m_configuration.publishInstalledPlugins() && isComplete;
+    return conclude(installation.run(offered, source));
 }
 
-bool cInstallMgr::refuse(const QString& path, const QString& reason)
+bool cInstallMgr::conclude(const cInstallOutcome& outcome)
 {
-    m_log.error().noquote() << path << "is not installed:" << reason << Qt::endl;
+    m_outcome = outcome;
+    if (!m_configuration.publishInstalledPlugins()) { // the configuration manager has logged why
+        m_outcome.result = cInstallOutcome::Failed;
+        m_outcome.reason = QStringLiteral("The installed plugins cannot be published");
+    }
+    return m_outcome.isSuccess();
+}
+
+/// There is nothing at @p path to install from.
+bool cInstallMgr::fail(const QString& path, const QString& reason)
+{
+    m_outcome.result = cInstallOutcome::NoDescription;
+    m_outcome.reason = textOf(path, reason);
     return false;
+}
+
+bool cInstallMgr::logAndFail(const QString& path, const QString& reason)
+{
+    fail(path, reason);
+    return logAndFail(m_outcome.reason);
+}
+
+bool cInstallMgr::logAndFail(const QString& text) const
+{
+    m_log.error().noquote() << text << Qt::endl;
+    return false;
+}
+
+cOperation::cOperation(cInstallMgr& manager, IInstallMgr::OPERATION operation, const cPluginId& plugin)
+    : m_manager(manager)
+{
+    const QString version = plugin.isNull() ? QString() : plugin.version().toString();
+    emit m_manager.installationStart(operation, plugin.name(), version);
 }

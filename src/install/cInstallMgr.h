@@ -1,5 +1,7 @@
 #pragma once
 
+#include "version/cPluginId.h"
+
 #include <Norvale/IInstallMgr.h>
 #include <Norvale/cLog.h>
 
@@ -8,6 +10,7 @@
 
 class cConfigurationMgr;
 class cFeatureCatalogue;
+class cPackageSource;
 class cPluginMgr;
 
 /**
@@ -33,7 +36,9 @@ public:
     bool installDropbox();
     bool installFromLocation(const QString& path, bool consume);
     bool installBootstrap();
+    bool installPackage(const QString& path);
     bool uninstallPlugins();
+    const cInstallOutcome& lastOutcome() const { return m_outcome; }
 
 signals:
     /// Name and version of the plugin concerned; both empty for the operations on a whole location.
@@ -43,11 +48,33 @@ signals:
 
 private:
     void connectSlot(const char* signal, QObject* receiver, const char* slot);
-    bool install(const cFeatureCatalogue& offered, const QString& path, bool consume);
-    bool refuse(const QString& path, const QString& reason);
+    bool install(const cFeatureCatalogue& offered, const cPackageSource& source);
+    bool conclude(const cInstallOutcome& outcome);
+    bool fail(const QString& path, const QString& reason);
+    bool logAndFail(const QString& path, const QString& reason);
+    bool logAndFail(const QString& text) const;
 
     cConfigurationMgr& m_configuration;
     cPluginMgr& m_plugins;
     cLog m_log;
-    bool m_isBusy = false;
+    cInstallOutcome m_outcome; // of the last install
+    bool m_isBusy = false;     // an install or uninstall is under way, perhaps further up this thread's stack
+};
+
+/**
+ * Announces an operation for as long as it lives: its start when it is made, its finish when it goes, however the
+ * operation ends.
+ */
+class cOperation
+{
+public:
+    /// @p plugin is the null id for the operations on a whole location.
+    cOperation(cInstallMgr& manager, IInstallMgr::OPERATION operation, const cPluginId& plugin = cPluginId());
+    ~cOperation() { emit m_manager.installationFinished(); }
+
+    cOperation(const cOperation&) = delete;
+    cOperation& operator=(const cOperation&) = delete;
+
+private:
+    cInstallMgr& m_manager;
 };

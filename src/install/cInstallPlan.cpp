@@ -6,15 +6,35 @@
 
 namespace {
 
-/// Its plugins take the place of any others of their names.
-bool isDevelopment(const cFeatureInstance& feature)
+QVector<cPluginId> without(const QVector<cPluginId>& plugins, const QSet<cPluginId>& others)
 {
-    return feature.name() == QLatin1String("VelmDev");
+    QVector<cPluginId> rest;
+    for (const cPluginId& id : plugins) {
+        if (!others.contains(id))
+            rest.append(id);
+    }
+    return rest;
 }
 
 } // namespace
 
-cInstallPlan::cInstallPlan(const cFeatureCatalogue& installed, const QSet<QString>& present,
+QVector<cPluginId> pluginsOf(const cFeatureCatalogue::Features& features)
+{
+    QVector<cPluginId> plugins;
+    QSet<cPluginId> seen;
+    for (const QSharedPointer<cFeatureInstance>& feature : features) {
+        for (const QSharedPointer<cFeaturePlugin>& plugin : feature->plugins()) {
+            const cPluginId& id = plugin->id();
+            if (seen.contains(id))
+                continue;
+            seen.insert(id);
+            plugins.append(id);
+        }
+    }
+    return plugins;
+}
+
+cInstallPlan::cInstallPlan(const cFeatureCatalogue& installed, const QSet<cPluginId>& present,
                            const cFeatureCatalogue& offered)
     : m_installed(installed), m_present(present)
 {
@@ -26,30 +46,29 @@ cInstallPlan::cInstallPlan(const cFeatureCatalogue& installed, const QSet<QStrin
         if (!cUpdateCheck::needsUpdate(installed.find(feature->name()).data(), *feature))
             continue;
         m_placeByName.insert(feature->name(), m_features.size());
-        m_features.append({feature, QString(), false});
+        m_features.append({feature, Reason()});
     }
-}
-
-void cInstallPlan::leaveOut(int index, const QString& fault, bool isWorthRetrying)
-{
-    m_features[index].fault = fault;
-    m_features[index].isWorthRetrying = isWorthRetrying;
 }
 
 bool cInstallPlan::isComplete() const
 {
-    return std::all_of(m_features.begin(), m_features.end(), [](const Feature& f) { return f.fault.isEmpty(); });
+    return std::none_of(m_features.begin(), m_features.end(), [](const Feature& f) { return f.isLeftOut(); });
 }
 
 bool cInstallPlan::hasTaken() const
 {
-    return std::any_of(m_features.begin(), m_features.end(), [](const Feature& f) { return f.fault.isEmpty(); });
+    return std::any_of(m_features.begin(), m_features.end(), [](const Feature& f) { return !f.isLeftOut(); });
+}
+
+bool cInstallPlan::hasRetried() const
+{
+    return std::any_of(m_features.begin(), m_features.end(), [](const Feature& f) { return f.reason.isWorthRetrying; });
 }
 
 bool cInstallPlan::isTaken(const QString& name) const
 {
     const int place = m_placeByName.value(name, -1);
-    return place >= 0 && m_features.at(place).fault.isEmpty();
+    return place >= 0 && !m_features.at(place).isLeftOut();
 }
 
 // What is left out brings its old version back, which may clash with what was taken; so it is gone over again.
@@ -67,20 +86,19 @@ bool cInstallPlan::settleOnce()
         if (!isTaken(feature->name()))
             enter(*feature, versions);
     }
-    const bool isRetried =
-        std::any_of(m_features.begin(), m_features.end(), [](const Feature& f) { return f.isWorthRetrying; });
+    const bool isRetried = hasRetried();
     for (int i = 0; i < m_features.size(); ++i) {
         const cFeatureInstance& feature = *m_features.at(i).record;
-        if (!m_features.at(i).fault.isEmpty())
+        if (m_features.at(i).isLeftOut())
             continue;
-        QString fault = missingDependency(feature);
-        if (fault.isEmpty())
-            fault = clash(feature, versions);
-        if (fault.isEmpty()) {
+        QString reason = missingDependency(feature);
+        if (reason.isEmpty())
+            reason = clash(feature, versions);
+        if (reason.isEmpty()) {
             enter(feature, versions);
             continue;
         }
-        leaveOut(i, fault, isRetried);
+        leaveOut(i, {reason, isRetried});
         hasLeftOut = true;
     }
     return hasLeftOut;
@@ -90,37 +108,37 @@ QString cInstallPlan::missingDependency(const cFeatureInstance& feature) const
 {
     for (const QString& name : feature.dependencies()) {
         if (m_placeByName.contains(name) && !isTaken(name) && !m_installed.find(name))
-            return QStringLiteral("it depends on %1, which is left out").arg(name);
+            return QStringLiteral("it depends on the feature \"%1\", which is left out").arg(name);
     }
     return QString();
 }
 
 QString cInstallPlan::clash(const cFeatureInstance& feature, const QHash<QString, cVersion>& versions)
 {
-    if (isDevelopment(feature))
+    if (feature.isDevelopment())
         return QString();
-    for (const Plugin& plugin : feature.plugins()) {
+    for (const QSharedPointer<cFeaturePlugin>& plugin : feature.plugins()) {
         if (feature.findPlugin(plugin->name())->version() != plugin->version())
-            return QStringLiteral("it has the plugin %1 in two versions").arg(plugin->name());
+            return QStringLiteral("it has the plugin \"%1\" in two versions").arg(plugin->name());
         const auto known = versions.constFind(plugin->name());
         if (known != versions.constEnd() && *known != plugin->version())
             return QStringLiteral("it has the plugin %1, which another feature has in version %2")
-                .arg(plugin->identity(), known->toString());
+                .arg(plugin->id().toString(), known->toString());
     }
     return QString();
 }
 
 void cInstallPlan::enter(const cFeatureInstance& feature, QHash<QString, cVersion>& versions)
 {
-    if (isDevelopment(feature))
+    if (feature.isDevelopment())
         return;
-    for (const Plugin& plugin : feature.plugins())
+    for (const QSharedPointer<cFeaturePlugin>& plugin : feature.plugins())
         versions.insert(plugin->name(), plugin->version());
 }
 
-QVector<QSharedPointer<cFeatureInstance>> cInstallPlan::result() const
+cFeatureCatalogue::Features cInstallPlan::result() const
 {
-    QVector<QSharedPointer<cFeatureInstance>> result;
+    cFeatureCatalogue::Features result;
     QSet<QString> placed;
     for (const QSharedPointer<cFeatureInstance>& feature : m_installed.features()) {
         if (!isTaken(feature->name())) {
@@ -131,59 +149,36 @@ QVector<QSharedPointer<cFeatureInstance>> cInstallPlan::result() const
         }
     }
     for (const Feature& feature : m_features) {
-        if (feature.fault.isEmpty() && !placed.contains(feature.record->name()))
+        if (!feature.isLeftOut() && !placed.contains(feature.record->name()))
             result.append(feature.record);
     }
     return result;
 }
 
-QVector<cInstallPlan::Plugin> cInstallPlan::added() const
+QVector<cPluginId> cInstallPlan::added() const
 {
-    QVector<Plugin> added;
-    QSet<QString> seen = m_present;
+    cFeatureCatalogue::Features taken;
     for (const Feature& feature : m_features) {
-        for (const Plugin& plugin : feature.record->plugins()) {
-            const QString identity = plugin->identity();
-            if (!feature.fault.isEmpty() || seen.contains(identity))
-                continue;
-            seen.insert(identity);
-            added.append(plugin);
-        }
+        if (!feature.isLeftOut())
+            taken.append(feature.record);
     }
-    return added;
+    return without(pluginsOf(taken), m_present);
 }
 
-QVector<cInstallPlan::Plugin> cInstallPlan::removed() const
+QVector<cPluginId> cInstallPlan::removed() const
 {
-    QSet<QString> kept;
-    for (const QSharedPointer<cFeatureInstance>& feature : result()) {
-        for (const Plugin& plugin : feature->plugins())
-            kept.insert(plugin->identity());
-    }
-    QVector<Plugin> removed;
-    for (const QSharedPointer<cFeatureInstance>& feature : m_installed.features()) {
-        for (const Plugin& plugin : feature->plugins()) {
-            if (kept.contains(plugin->identity()))
-                continue;
-            kept.insert(plugin->identity());
-            removed.append(plugin);
-        }
-    }
-    return removed;
+    const QVector<cPluginId> kept = pluginsOf(result());
+    return without(pluginsOf(m_installed.features()), QSet<cPluginId>(kept.begin(), kept.end()));
 }
 
-QStringList cInstallPlan::touched() const
+QVector<cPluginId> cInstallPlan::touched() const
 {
-    QStringList touched;
-    const auto append = [&](const cFeatureInstance& feature) {
-        for (const Plugin& plugin : feature.plugins())
-            touched.append(plugin->identity());
-    };
+    cFeatureCatalogue::Features features;
     for (const Feature& feature : m_features)
-        append(*feature.record);
+        features.append(feature.record);
     for (const QSharedPointer<cFeatureInstance>& feature : m_installed.features()) {
         if (m_placeByName.contains(feature->name()))
-            append(*feature);
+            features.append(feature);
     }
-    return touched;
+    return pluginsOf(features);
 }

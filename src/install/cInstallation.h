@@ -1,20 +1,18 @@
 #pragma once
 
 #include "install/cInstallPlan.h"
-#include "install/cPackageSource.h"
 #include "install/cRepositorySettings.h"
+#include "install/cUnpacking.h"
 
+#include <Norvale/IInstallMgr.h>
 #include <Norvale/cLog.h>
 
-#include <QtCore/QHash>
-#include <QtCore/QSet>
 #include <QtCore/QString>
 
 #include <memory>
 
 class cConfigurationMgr;
 class cInstallMgr;
-class cPackage;
 class cPluginMgr;
 
 /**
@@ -33,33 +31,20 @@ public:
     /// had unpacked or replaced and that no feature names.
     void recover();
 
-    /// Installs what @p offered lists; it was read from @p path, beside which the packages lie. With @p consume
-    /// packages and description are deleted. recover() comes before. False when something was left out or could not be
-    /// written; it has been logged.
-    [[nodiscard]] bool run(const cFeatureCatalogue& offered, const QString& path, bool consume);
+    /// Installs what @p offered lists from the packages of @p source. recover() comes before. What was left out or
+    /// could not be written has been logged.
+    [[nodiscard]] cInstallOutcome run(const cFeatureCatalogue& offered, const cPackageSource& source);
 
 private:
-    /// How it went with a plugin's package.
-    struct Outcome
-    {
-        QString fault; ///< empty when the plugin is unpacked
-        bool isWorthRetrying = false;
-    };
-
-    QSet<QString> present() const;
-    bool prepare(const cFeatureCatalogue& offered);
-    bool refuse(const QString& reason);
-
-    void unpackAll(bool consume);
-    void unpackFeature(int index, bool consume);
-    Outcome unpack(const cFeaturePlugin& plugin, bool consume);
-    Outcome writePackage(const cFeaturePlugin& plugin, const cPackage& package);
-    void reportLeftOut();
-
+    QSet<cPluginId> present() const;
+    bool prepare(const cFeatureCatalogue& offered, const cPackageSource& source);
+    void noteLeftOut();
     void runCommands();
-    bool commit(const cFeatureCatalogue& offered);
-    void consumeLocation(const cFeatureCatalogue& offered, const QString& path);
-    void consumeFile(const QString& path);
+    bool commit(const cFeatureCatalogue& offered, const cPackageSource& source);
+    void noteInstalled(const cFeatureCatalogue& offered);
+    void consume(const cFeatureCatalogue& offered, const cPackageSource& source);
+    bool fail(const cPackageSource& source, cInstallOutcome::Result result, const QString& reason);
+    bool logAndFail(const cPackageSource& source, cInstallOutcome::Result result, const QString& reason);
 
     cInstallMgr& m_manager;
     cConfigurationMgr& m_configuration;
@@ -67,7 +52,5 @@ private:
     cLog m_log;
     cRepositorySettings m_settings;
     std::unique_ptr<cInstallPlan> m_plan;
-    std::unique_ptr<cPackageSource> m_source;
-    QHash<QString, Outcome> m_outcomes;  // by identity
-    QHash<QString, QString> m_occupants; // identities of the plugins that are there, by the caseless form
+    cInstallOutcome m_outcome;
 };

@@ -1,10 +1,9 @@
 #include "install/cPackageCheck.h"
 
-#include "version/SafeName.h"
 #include "core/Settings.h"
 #include "core/cXmlTreeReader.h"
-#include "install/cEntryNames.h"
 #include "install/cPackage.h"
+#include "version/SafeName.h"
 
 #include <QtCore/QCryptographicHash>
 #include <QtCore/QFileInfo>
@@ -18,32 +17,104 @@ namespace {
 
 const QLatin1String ManifestName("Manifest.xml");
 
-/// Manifests have a few KiB; reading XML takes a multiple of its size.
+// Manifests have a few KiB; reading XML takes a multiple of its size.
 constexpr quint32 MaxManifestSize = 16 << 20;
 
-/// What a byte array can hold.
+// What a byte array can hold.
 constexpr qint64 LargestPackage = 0x7fffff00;
 
-/// A longer list is not read by anybody.
+// A longer list is not read by anybody.
 constexpr int FindingsInSummary = 5;
 
-/// The types that the mode of a Unix file can have; others are links, devices, pipes and sockets.
+// The types that the mode of a Unix file can have; others are links, devices, pipes and sockets.
 constexpr quint32 TypeMask = 0170000;
 constexpr quint32 RegularFile = 0100000;
 constexpr quint32 Folder = 0040000;
+
+// The longest name of an entry, and the most steps in it: well above what plugins have, well below what systems take.
+constexpr int MaxNameLength = 1000;
+constexpr int MaxFolderDepth = 32;
+
+/**
+ * Collects the names of a package's entries and finds out those that cannot stand beside one another in a folder: two
+ * that are one file on a system that takes upper and lower case for the same, and a file that is also a folder.
+ */
+class cEntryNames
+{
+public:
+    /// What is wrong with @p name by itself: it must be a way down from a folder, with every step a safe file name. A
+    /// "/" at the end marks a folder. Empty when nothing is.
+    static QString fault(const QString& name);
+
+    /// Takes @p name in, which has no fault, and the folders on its way. @return what it clashes with as a sentence;
+    /// empty when it does not.
+    QString add(const QString& name);
+
+private:
+    struct Known
+    {
+        QString spelling;
+        bool isFolder;
+    };
+
+    QString addStep(const QString& path, bool isFolder, bool isWay, bool* isNew);
+
+    QHash<QString, Known> m_known; // by the form in which names are compared
+};
+
+QString cEntryNames::fault(const QString& name)
+{
+    if (name.size() > MaxNameLength)
+        return QStringLiteral("its name is longer than %1 characters").arg(MaxNameLength);
+    const QString path = name.endsWith(QLatin1Char('/')) ? name.chopped(1) : name;
+    const QStringList steps = path.split(QLatin1Char('/'));
+    if (steps.size() > MaxFolderDepth)
+        return QStringLiteral("its name leads through more than %1 folders").arg(MaxFolderDepth);
+    for (const QString& step : steps) {
+        if (!isSafeFileName(step))
+            return QStringLiteral("\"%1\" in its name is no file name, or leads out of the folder").arg(step);
+    }
+    return QString();
+}
+
+QString cEntryNames::add(const QString& name)
+{
+    const bool isFolder = name.endsWith(QLatin1Char('/'));
+    QString path = isFolder ? name.chopped(1) : name;
+    bool isNew = true;
+    QString clash = addStep(path, isFolder, false, &isNew);
+    // Upwards, until a folder is met whose own way is known.
+    for (int slash = path.lastIndexOf(QLatin1Char('/')); slash > 0 && isNew && clash.isEmpty();
+         slash = path.lastIndexOf(QLatin1Char('/'))) {
+        path.truncate(slash);
+        clash = addStep(path, true, true, &isNew);
+    }
+    return clash;
+}
+
+QString cEntryNames::addStep(const QString& path, bool isFolder, bool isWay, bool* isNew)
+{
+    const QString key = caselessFileName(path);
+    const auto known = m_known.constFind(key);
+    *isNew = known == m_known.constEnd();
+    if (*isNew) {
+        m_known.insert(key, {path, isFolder});
+        return QString();
+    }
+    if (known->isFolder != isFolder)
+        return QStringLiteral("\"%1\" is a file and a folder").arg(path);
+    if (known->spelling != path)
+        return QStringLiteral("its name differs from \"%1\" only in upper and lower case").arg(known->spelling);
+    if (!isFolder && !isWay)
+        return QStringLiteral("its name stands twice in the package");
+    return QString();
+}
 
 } // namespace
 
 QString cPackageFinding::toString() const
 {
     return entry.isEmpty() ? text : entry + QLatin1String(": ") + text;
-}
-
-QString cPackageFinding::ruleName(Rule rule)
-{
-    static const char* const names[] = {"readable",    "hash",       "manifest",     "identity",      "entry-name",
-                                        "entry-clash", "entry-type", "entry-record", "entry-content", "size"};
-    return QString::fromLatin1(names[rule]);
 }
 
 cPackageCheck::Limits cPackageCheck::Limits::fromSettings()
@@ -59,13 +130,6 @@ cPackageCheck::Limits cPackageCheck::Limits::fromSettings()
     return limits;
 }
 
-void cPackageCheck::expectIdentity(const QString& name, const cVersion& version)
-{
-    m_isIdentityExpected = true;
-    m_expectedName = name;
-    m_expectedVersion = version;
-}
-
 bool cPackageCheck::checkFile(const QString& path)
 {
     cPackage package;
@@ -78,11 +142,11 @@ bool cPackageCheck::checkFile(const QString& path, cPackage& package)
     const qint64 size = QFileInfo(path).size();
     const qint64 largest = std::min<qint64>(m_limits.unpackedSize, LargestPackage);
     if (size > largest)
-        return find(cPackageFinding::Size, QString(),
-                    QStringLiteral("its %1 bytes are more than the limit of %2").arg(size).arg(largest));
+        return addFinding(cPackageFinding::Size, QString(),
+                          QStringLiteral("its %1 bytes are more than the limit of %2").arg(size).arg(largest));
     m_isUnread = !package.readFile(path);
     if (m_isUnread)
-        return find(cPackageFinding::Readable, QString(), package.errorString());
+        return addFinding(cPackageFinding::Readable, QString(), package.errorString());
     return check(package);
 }
 
@@ -108,15 +172,14 @@ void cPackageCheck::begin()
 {
     m_findings.clear();
     m_isUnread = false;
-    m_name.clear();
-    m_version = cVersion();
+    m_id = cPluginId();
 }
 
 bool cPackageCheck::check(cPackage& package)
 {
     checkHash(package.bytes());
     if (!package.readDirectory())
-        return find(cPackageFinding::Readable, QString(), package.errorString());
+        return addFinding(cPackageFinding::Readable, QString(), package.errorString());
     checkNames(package);
     for (const cZipRecord& record : package.records())
         checkType(record);
@@ -135,9 +198,9 @@ void cPackageCheck::checkHash(const QByteArray& bytes)
         return;
     const QByteArray hash = QCryptographicHash::hash(bytes, QCryptographicHash::Sha1);
     if (hash != m_hash)
-        find(cPackageFinding::Hash, QString(),
-             QStringLiteral("its SHA-1 is %1, where %2 is expected")
-                 .arg(QString::fromLatin1(hash.toHex()), QString::fromLatin1(m_hash.toHex())));
+        addFinding(cPackageFinding::Hash, QString(),
+                   QStringLiteral("its SHA-1 is %1, where %2 is expected")
+                       .arg(QString::fromLatin1(hash.toHex()), QString::fromLatin1(m_hash.toHex())));
 }
 
 void cPackageCheck::checkNames(const cPackage& package)
@@ -146,12 +209,12 @@ void cPackageCheck::checkNames(const cPackage& package)
     for (const cZipRecord& record : package.records()) {
         const QString fault = cEntryNames::fault(record.name);
         if (!fault.isEmpty()) {
-            find(cPackageFinding::EntryName, record.name, fault);
+            addFinding(cPackageFinding::EntryName, record.name, fault);
             continue;
         }
         const QString clash = names.add(record.name);
         if (!clash.isEmpty())
-            find(cPackageFinding::EntryClash, record.name, clash);
+            addFinding(cPackageFinding::EntryClash, record.name, clash);
     }
 }
 
@@ -159,17 +222,17 @@ void cPackageCheck::checkType(const cZipRecord& record)
 {
     const quint32 type = record.unixMode() & TypeMask;
     if (!record.hasSignature)
-        find(cPackageFinding::EntryRecord, record.name, QStringLiteral("its record has no signature"));
+        addFinding(cPackageFinding::EntryRecord, record.name, QStringLiteral("its record has no signature"));
     if (type != 0 && type != (record.isFolder() ? Folder : RegularFile))
-        find(cPackageFinding::EntryType, record.name,
-             QStringLiteral("it is neither a file nor a folder, but a link "
-                            "or device, or its name says otherwise"));
+        addFinding(cPackageFinding::EntryType, record.name,
+                   QStringLiteral("it is neither a file nor a folder, but a link "
+                                  "or device, or its name says otherwise"));
     if (record.flags & cZipRecord::IsEncrypted)
-        find(cPackageFinding::EntryType, record.name, QStringLiteral("it is encrypted"));
+        addFinding(cPackageFinding::EntryType, record.name, QStringLiteral("it is encrypted"));
     if (!record.isAcceptable())
-        find(cPackageFinding::EntryType, record.name, QStringLiteral("it is neither stored nor deflated"));
+        addFinding(cPackageFinding::EntryType, record.name, QStringLiteral("it is neither stored nor deflated"));
     if (record.isFolder() && record.uncompressedSize != 0)
-        find(cPackageFinding::EntryType, record.name, QStringLiteral("it is a folder with contents"));
+        addFinding(cPackageFinding::EntryType, record.name, QStringLiteral("it is a folder with contents"));
 }
 
 void cPackageCheck::checkSizes(const cPackage& package)
@@ -179,12 +242,13 @@ void cPackageCheck::checkSizes(const cPackage& package)
         const qint64 size = record.uncompressedSize;
         sum += size;
         if (size > Limits::RatioFreeSize && size > qint64(m_limits.ratio) * record.compressedSize)
-            find(cPackageFinding::Size, record.name,
-                 QStringLiteral("it unpacks to more than %1 times its size").arg(m_limits.ratio));
+            addFinding(cPackageFinding::Size, record.name,
+                       QStringLiteral("it unpacks to more than %1 times its size").arg(m_limits.ratio));
     }
     if (sum > m_limits.unpackedSize)
-        find(cPackageFinding::Size, QString(),
-             QStringLiteral("it unpacks to %1 bytes, more than the limit of %2").arg(sum).arg(m_limits.unpackedSize));
+        addFinding(
+            cPackageFinding::Size, QString(),
+            QStringLiteral("it unpacks to %1 bytes, more than the limit of %2").arg(sum).arg(m_limits.unpackedSize));
 }
 
 void cPackageCheck::checkRecords(const cPackage& package)
@@ -201,13 +265,13 @@ void cPackageCheck::checkRecords(const cPackage& package)
         if (package.locate(record, &place.span, &error))
             places.push_back(place);
         else
-            find(cPackageFinding::EntryRecord, record.name, error);
+            addFinding(cPackageFinding::EntryRecord, record.name, error);
     }
     std::sort(places.begin(), places.end(), [](const Place& a, const Place& b) { return a.span.begin < b.span.begin; });
     for (size_t i = 1; i < places.size(); ++i) {
         if (places[i].span.begin < places[i - 1].span.end)
-            find(cPackageFinding::EntryRecord, places[i].name,
-                 QStringLiteral("it overlaps with \"%1\"").arg(places[i - 1].name));
+            addFinding(cPackageFinding::EntryRecord, places[i].name,
+                       QStringLiteral("it overlaps with \"%1\"").arg(places[i - 1].name));
     }
 }
 
@@ -217,7 +281,7 @@ void cPackageCheck::checkContents(const cPackage& package)
     QString error;
     for (const cZipRecord& record : package.records()) {
         if (record.isListed() && !package.readContent(record, &content, &error))
-            find(cPackageFinding::EntryContent, record.name, error);
+            addFinding(cPackageFinding::EntryContent, record.name, error);
     }
 }
 
@@ -229,12 +293,12 @@ void cPackageCheck::checkManifest(const cPackage& package)
         QByteArray xml;
         QString error;
         if (record.uncompressedSize > MaxManifestSize)
-            find(cPackageFinding::Manifest, ManifestName, QStringLiteral("it is larger than a manifest may be"));
+            addFinding(cPackageFinding::Manifest, ManifestName, QStringLiteral("it is larger than a manifest may be"));
         else if (package.readContent(record, &xml, &error))
             readManifest(xml);
         return;
     }
-    find(cPackageFinding::Manifest, QString(), QStringLiteral("it has no %1").arg(ManifestName));
+    addFinding(cPackageFinding::Manifest, QString(), QStringLiteral("it has no %1").arg(ManifestName));
 }
 
 void cPackageCheck::readManifest(const QByteArray& xml)
@@ -242,30 +306,29 @@ void cPackageCheck::readManifest(const QByteArray& xml)
     cXmlTree tree;
     QString reason;
     if (!cXmlTreeReader::read(xml, tree, &reason)) {
-        find(cPackageFinding::Manifest, ManifestName, reason);
+        addFinding(cPackageFinding::Manifest, ManifestName, reason);
         return;
     }
     const cXmlElement plugin = tree.root().firstChild(u"plugin");
-    m_name = plugin.attribute(u"name");
-    m_version = cVersion(plugin.attribute(u"version"));
-    if (m_name.isEmpty())
-        find(cPackageFinding::Manifest, ManifestName, QStringLiteral("it gives no plugin with a name"));
+    m_id = cPluginId(plugin.attribute(u"name"), cVersion(plugin.attribute(u"version")));
+    if (m_id.isNull())
+        addFinding(cPackageFinding::Manifest, ManifestName, QStringLiteral("it gives no plugin with a name"));
     else
         checkIdentity();
 }
 
 void cPackageCheck::checkIdentity()
 {
-    const QString identity = m_name + QLatin1Char('-') + m_version.toString();
-    const QString expected = m_expectedName + QLatin1Char('-') + m_expectedVersion.toString();
-    if (!isSafeFileName(m_name))
-        find(cPackageFinding::Identity, ManifestName, QStringLiteral("\"%1\" cannot name a folder").arg(m_name));
-    else if (m_isIdentityExpected && (m_name != m_expectedName || m_version != m_expectedVersion))
-        find(cPackageFinding::Identity, ManifestName,
-             QStringLiteral("it is the manifest of %1, where %2 is expected").arg(identity, expected));
+    if (!m_id.isSafe())
+        addFinding(cPackageFinding::Identity, ManifestName,
+                   QStringLiteral("\"%1\" cannot name a folder").arg(m_id.name()));
+    else if (!m_expected.isNull() && m_id != m_expected)
+        addFinding(cPackageFinding::Identity, ManifestName,
+                   QStringLiteral("it is the manifest of %1, where %2 is expected")
+                       .arg(m_id.toString(), m_expected.toString()));
 }
 
-bool cPackageCheck::find(cPackageFinding::Rule rule, const QString& entry, const QString& text)
+bool cPackageCheck::addFinding(cPackageFinding::Rule rule, const QString& entry, const QString& text)
 {
     m_findings.append({rule, entry, text});
     return false;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <Norvale/cVersion.h>
+#include "version/cPluginId.h"
 
 #include <QtCore/QByteArray>
 #include <QtCore/QList>
@@ -12,7 +12,7 @@ struct cZipRecord;
 /// What is wrong with a package.
 struct cPackageFinding
 {
-    /// The rules that a package is held against; their names are ruleName().
+    /// The rules that a package is held against.
     enum Rule {
         Readable,     ///< the file can be read and is a zip archive with all of its records
         Hash,         ///< the bytes have the expected SHA-1
@@ -31,9 +31,6 @@ struct cPackageFinding
 
     /// "entry: text", or the text alone.
     QString toString() const;
-
-    /// The rule in a form that tools can print, such as "entry-name".
-    static QString ruleName(Rule rule);
 };
 
 /**
@@ -57,8 +54,10 @@ public:
 
     explicit cPackageCheck(const Limits& limits = Limits::fromSettings()) : m_limits(limits) {}
 
-    /// What must hold beside the rules of every package; what is not called is not asked for.
-    void expectIdentity(const QString& name, const cVersion& version);
+    // What must hold beside the rules of every package; what is not called is not asked for.
+
+    /// The manifest is that of the plugin @p id.
+    void expect(const cPluginId& id) { m_expected = id; }
     /// SHA-1 as raw bytes; an empty one is not looked at.
     void expectHash(const QByteArray& hash) { m_hash = hash; }
 
@@ -77,9 +76,8 @@ public:
     /// All findings in one line, the first ones only when they are many.
     QString summary() const;
 
-    /// Name and version as the manifest has them; valid when there is no finding.
-    const QString& name() const { return m_name; }
-    const cVersion& version() const { return m_version; }
+    /// The plugin, as the manifest tells; valid when there is no finding.
+    const cPluginId& id() const { return m_id; }
 
 private:
     void begin();
@@ -93,15 +91,13 @@ private:
     void checkManifest(const cPackage& package);
     void readManifest(const QByteArray& xml);
     void checkIdentity();
-    bool find(cPackageFinding::Rule rule, const QString& entry, const QString& text);
+    /// Always false.
+    bool addFinding(cPackageFinding::Rule rule, const QString& entry, const QString& text);
 
     Limits m_limits;
-    bool m_isIdentityExpected = false;
-    QString m_expectedName;
-    cVersion m_expectedVersion;
+    cPluginId m_expected;
     QByteArray m_hash;
     bool m_isUnread = false;
-    QString m_name;
-    cVersion m_version;
+    cPluginId m_id;
     QList<cPackageFinding> m_findings;
 };

@@ -1,7 +1,7 @@
 #include "install/cRepositorySettings.h"
 
 #include "config/cFeatureCatalogue.h"
-#include "core/DurableFile.h"
+#include "core/System.h"
 
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
@@ -16,7 +16,8 @@ cRepositorySettings::cRepositorySettings()
 
 void cRepositorySettings::setTarget(const cFeatureCatalogue& offered, bool isTaken)
 {
-    const QString name = m_oldName.isValid() ? m_oldName.toString() : QStringLiteral("VelmDev");
+    const QString name =
+        m_oldName.isValid() ? m_oldName.toString() : QString::fromLatin1(cFeatureInstance::DevelopmentName);
     const bool isSame = offered.name().isEmpty() || offered.name() == name;
     if (!isSame && !isTaken)
         return;

@@ -1,9 +1,10 @@
 #include "install/cUninstallation.h"
 
 #include "config/cConfigurationMgr.h"
-#include "version/SafeName.h"
+#include "core/Files.h"
 #include "install/cCommandRunner.h"
-#include "install/cFolderSweep.h"
+#include "install/cInstallPlan.h"
+#include "install/cPluginFolders.h"
 #include "install/cRepositorySettings.h"
 #include "plugins/cPluginMgr.h"
 
@@ -11,7 +12,6 @@
 
 #include <QtCore/QDir>
 #include <QtCore/QFile>
-#include <QtCore/QSet>
 
 cUninstallation::cUninstallation(cInstallMgr& manager, cConfigurationMgr& configuration, cPluginMgr& plugins,
                                  const cLog& log)
@@ -36,21 +36,14 @@ bool cUninstallation::removePlugins(const cFeatureCatalogue& installed)
     cFolderSweep sweep(m_manager, m_log);
     cCommandRunner commands(m_manager, m_log);
     bool isDone = true;
-    QSet<QString> seen;
-    for (const QSharedPointer<cFeatureInstance>& feature : installed.features()) {
-        for (const QSharedPointer<cFeaturePlugin>& plugin : feature->plugins()) {
-            const QString identity = plugin->identity();
-            if (seen.contains(identity) || !isSafeFileName(plugin->name()))
-                continue;
-            seen.insert(identity);
-            // A run that was cut off has removed it already.
-            if (!Corvane::pluginDir(plugin->name(), plugin->version().toString()).exists())
-                continue;
-            commands.run(*m_plugins.findOrMake({plugin->name(), plugin->version()}), IInstallMgr::OPERATION_UNINSTALL);
-            isDone = sweep.remove(identity) && isDone;
-        }
+    for (const cPluginId& id : pluginsOf(installed.features())) {
+        // A run that was cut off may have removed it already.
+        if (!id.isSafe() || !Corvane::pluginDir(id).exists())
+            continue;
+        commands.run(*m_plugins.findOrMake(id), IInstallMgr::OPERATION_UNINSTALL);
+        isDone = sweep.remove(id) && isDone;
     }
-    sweep.run(QSet<QString>());
+    sweep.run(QSet<cPluginId>());
     return isDone;
 }
 

@@ -1,9 +1,9 @@
 #include "plugins/cPluginSuite.h"
 
+#include "core/Files.h"
 #include "plugins/cDependencyOrder.h"
 #include "plugins/cPluginReporter.h"
 
-#include <Norvale/Corvane.h>
 #include <Norvale/IPlugin.h>
 
 #include <QtCore/QDir>
@@ -12,8 +12,8 @@ int cPluginSuite::numberOf(const cPluginId& id)
 {
     const auto [entry, isNew] = m_numbers.try_emplace(id, int(m_records.size()));
     if (isNew) {
-        m_records.push_back({Plugin::create(id.name(), id.version())});
-        m_records.back().plugin->setFolder(Corvane::pluginDir(id.name(), id.version().toString()).absolutePath());
+        m_records.push_back({Plugin::create(id)});
+        m_records.back().plugin->setFolder(Corvane::pluginDir(id).absolutePath());
     }
     return entry->second;
 }

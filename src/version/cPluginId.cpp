@@ -22,7 +22,7 @@ QString cPluginId::caselessKey() const
 
 bool cPluginId::isSafe() const
 {
-    return isSafeFileName(toString());
+    return isSafeFileName(m_name);
 }
 
 cPluginId cPluginId::parse(const QString& text)

@@ -28,7 +28,7 @@ public:
     /// The same text for all ids whose folders are one where upper and lower case are the same.
     QString caselessKey() const;
 
-    /// Whether the plugin's folder and package can be files of a folder on every system.
+    /// Whether the name can be that of a file on every system, and the plugin's folder and package with it.
     [[nodiscard]] bool isSafe() const;
 
     /// The id whose toString() is @p text; the null id when there is none. The name ends at the last "-" that a

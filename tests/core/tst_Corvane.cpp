@@ -4,7 +4,8 @@
 #include <Rows.h>
 #include <SettingsSandbox.h>
 
-#include "core/DurableFile.h"
+#include "core/Files.h"
+#include "core/System.h"
 #include "version/SafeName.h"
 
 #include <QtXml/QDomDocument>
@@ -29,7 +30,8 @@ private slots:
     {
         const QString root = m_sandbox.path() + "/suite";
         m_sandbox.setInstallDir(root + "/x/..");
-        QVERIFY(Corvane::initializeFolderOrFile() && Corvane::initializeFolderOrFile());
+        QVERIFY(Corvane::initializeFolderOrFile());
+        QVERIFY(Corvane::initializeFolderOrFile());
         QCOMPARE(QDir::searchPaths("core"), QStringList(root));
         // A path stands at the place of its value; it begins in the root (~) or in the data folder (@).
         const QString expected = "~,~,~,~/plugins,@/Dropbox,~/Bootstrap,~/Repository,@,@,,,~/plugins/features.xml,"
@@ -53,7 +55,8 @@ private slots:
         QVERIFY2(replaceFile(path, "one", &error), qPrintable(error));
         QVERIFY2(replaceFile(path, "two", &error), qPrintable(error));
         QCOMPARE(Corvane::FileReadAll(path, nullptr), QByteArray("two"));
-        QVERIFY(flushFolder(QFileInfo(path).path()) && !flushFolder(path));
+        QVERIFY(flushFolder(QFileInfo(path).path()));
+        QVERIFY(!flushFolder(path));
 
         // Where nothing can take the place of an open file, a reader is waited for.
         QFile reader(path);
@@ -68,7 +71,8 @@ private slots:
 
         // Neither over a folder nor below a file; what is there stays, and nothing is left beside it.
         for (const QString& refused : {QFileInfo(path).path(), path + "/below"}) {
-            QVERIFY(!replaceFile(refused, "three", &error) && !replaceFile(refused, "three", nullptr));
+            QVERIFY(!replaceFile(refused, "three", &error));
+            QVERIFY(!replaceFile(refused, "three", nullptr));
             QVERIFY2(error.contains(refused), qPrintable(error));
         }
         QCOMPARE(Corvane::FileReadAll(path, nullptr), QByteArray("two"));
@@ -83,7 +87,8 @@ private slots:
                                  "a\n", "a\x7f",   "a?",     "a*",   "a|b",    "<a>",       "\"a\"",  "a.",     "a ",
                                  "nul", "NUL.txt", "Aux .b", "com1", "LPT9.x", "com\u00b9", "conin$", "conout$"})
             QVERIFY2(!isSafeFileName(QString::fromUtf8(name)), name);
-        QVERIFY(!isSafeFileName(QChar(0xd800)) && !isSafeFileName(QString(201, 'a')));
+        QVERIFY(!isSafeFileName(QChar(0xd800)));
+        QVERIFY(!isSafeFileName(QString(201, 'a')));
     }
     void translate_data()
     {
@@ -131,10 +136,14 @@ private slots:
     {
         const QByteArray bytes("a\r\nb\0c\n", 7);
         bool isRead = false;
-        QVERIFY(Corvane::FileReadAll(file(bytes), &isRead) == bytes && isRead);
-        QVERIFY(Corvane::FileReadAll(m_sandbox.path(), &isRead).isEmpty() && !isRead);
-        QVERIFY(Corvane::FileReadAll(file(""), &isRead).isEmpty() && isRead);
-        QVERIFY(Corvane::FileReadAll(file("") + "/missing", &isRead).isEmpty() && !isRead);
+        QCOMPARE(Corvane::FileReadAll(file(bytes), &isRead), bytes);
+        QVERIFY(isRead);
+        QVERIFY(Corvane::FileReadAll(m_sandbox.path(), &isRead).isEmpty());
+        QVERIFY(!isRead);
+        QVERIFY(Corvane::FileReadAll(file(""), &isRead).isEmpty());
+        QVERIFY(isRead);
+        QVERIFY(Corvane::FileReadAll(file("") + "/missing", &isRead).isEmpty());
+        QVERIFY(!isRead);
 
         QDomDocument doc;
         const QByteArrayList refused{"", "<a><b></a>", QByteArray("<a>").repeated(1000000),
@@ -156,8 +165,10 @@ private slots:
             QCOMPARE(QString::fromUtf8(Corvane::FileReadAll(path).replace('\'', '"')),
                      QString::fromUtf8(text).replace("\n", Platform::lineEnd()));
             // What is read is declared already; it is declared again all the same, and cannot be read any more.
-            QVERIFY(Corvane::FileReadDom(path, doc, false) && Corvane::SaveDomToFile(doc, path));
-            QVERIFY(Corvane::FileReadAll(path).count("<?xml") == 2 && !Corvane::FileReadDom(path, doc, false));
+            QVERIFY(Corvane::FileReadDom(path, doc, false));
+            QVERIFY(Corvane::SaveDomToFile(doc, path));
+            QCOMPARE(Corvane::FileReadAll(path).count("<?xml"), 2);
+            QVERIFY(!Corvane::FileReadDom(path, doc, false));
             QVERIFY2(!Corvane::SaveDomToFile(doc, path + "/in a file"), qPrintable(path));
         }
     }

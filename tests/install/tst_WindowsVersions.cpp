@@ -33,7 +33,8 @@ private slots:
         }
         QProcess child;
         child.start(program, {"child"});
-        QVERIFY(child.waitForFinished() && child.exitStatus() == QProcess::NormalExit);
+        QVERIFY(child.waitForFinished());
+        QCOMPARE(child.exitStatus(), QProcess::NormalExit);
         QTEST(QString::fromLatin1(child.readAllStandardOutput()), "said");
     }
 

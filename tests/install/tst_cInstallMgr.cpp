@@ -26,8 +26,10 @@ public slots:
     void onFinished()
     {
         m_signals << ".";
-        if (m_isImpatient)
-            QVERIFY(!m_manager->installDropbox() && !m_manager->uninstallPlugins());
+        if (m_isImpatient) {
+            QVERIFY(!m_manager->installDropbox());
+            QVERIFY(!m_manager->uninstallPlugins());
+        }
     }
 
 private slots:
@@ -39,7 +41,8 @@ private slots:
         qputenv("JOURNAL", QFile::encodeName(m_root + "/journal"));
         for (const char* key : {"ConfigMgr/RepositoryName", "ConfigMgr/RepositoryVersion"})
             m_sandbox.removeMachineValue(key);
-        QVERIFY(QDir().mkpath(m_root) && Corvane::initializeFolderOrFile());
+        QVERIFY(QDir().mkpath(m_root));
+        QVERIFY(Corvane::initializeFolderOrFile());
         m_manager.reset();
         m_configuration.reset();
         m_plugins.reset(new cPluginMgr);
@@ -76,7 +79,7 @@ private slots:
         row("program that is not there", {}, {"main 1.0", "Core 1.0: A 1.0 !no-such-program, B 1.0"}, first,
             "install B 1.0", done, "none cannot be started");
         row("core too old", one, {"main 2.0 1.1", "Core 2.0: A 2.0"}, first, "", "A-2.00.000.zip, repository.xml",
-            "it needs the core version 1.01.000; this is 1.00.000");
+            "repository.xml is not installed: it needs the core version 1.01.000; this is 1.00.000");
         row("core just new enough", one, {"main 2.0 1.0", "Core 2.0: A 2.0"}, "2.00.000 Core 2.0: A 2.0",
             "uninstall A 1.0, uninstall B 1.0, install A 2.0", done, "");
 
@@ -95,7 +98,7 @@ private slots:
             "1.00.000 Core 1.0: A 1.0; More 1.0: A 1.0, C 1.0", "", done,
             "it has the plugin A-2.00.000, which another feature has in version 1.00.000");
         row("depends on what is left out", {}, {"main 1.0", "Top 1.0: A 1.0; Base", "Base 1.0: B 1.0 !no-manifest"}, "",
-            "", done, "it depends on Base, which is left out");
+            "", done, "it depends on the feature \"Base\", which is left out");
         row("plugin in two versions", {}, {"main 1.0", "Core 1.0: A 1.0, A 2.0"}, "", "", done, "in two versions");
     }
     void installs()
@@ -106,7 +109,8 @@ private slots:
         QFETCH(QString, logged);
         if (!before.isEmpty()) {
             offer(before);
-            QVERIFY(m_manager->installDropbox() && m_manager->installDropbox());
+            QVERIFY(m_manager->installDropbox());
+            QVERIFY(m_manager->installDropbox());
             QCOMPARE(leftInDropbox(), QString());
         }
         QFile::remove(m_root + "/journal");
@@ -117,7 +121,8 @@ private slots:
         QTEST(leftInDropbox(), "left");
         QVERIFY2(said(logged), qPrintable(log().join('\n')));
         QVERIFY(isComplete == (logged.isEmpty() || logged.contains("ended") || logged.contains("started")));
-        QVERIFY(isWhole() && m_signals.count(".") + m_signals.count("location") == startsOf(m_signals));
+        QVERIFY(isWhole());
+        QCOMPARE(m_signals.count(".") + m_signals.count("location"), startsOf(m_signals));
         // Only what is worth it is tried again.
         m_signals.clear();
         QVERIFY(m_manager->installDropbox() == !QFile::exists(dropbox()));
@@ -132,16 +137,19 @@ private slots:
         m_isImpatient = true; // what a slot asks for meanwhile is refused
         QVERIFY(m_manager->installDropbox());
         m_isImpatient = false;
+        QCOMPARE(m_manager->lastOutcome().result, cInstallOutcome::Complete);
         QVERIFY(m_manager->installDropbox());
         QCOMPARE(
             m_signals.join(", "),
             QString("start, location, extract A 2.00.000, ., extract B 2.00.000, ., uninstall Old 1.00.000, ., 2/6, "
                     "install A 2.00.000, ., 3/6, 4/6, remove Old 1.00.000, ., ., start, ."));
         m_signals.clear();
-        QVERIFY(!m_manager->installFromLocation(m_root + "/none.xml", false) && said("none.xml is not installed"));
+        QVERIFY(!m_manager->installFromLocation(m_root + "/none.xml", false));
+        QVERIFY(said("none.xml is not installed"));
         offer({"main 3.0"});
         QFile::resize(dropbox(), 20);
-        QVERIFY(!m_manager->installDropbox() && said("repository.xml is not installed: line 1"));
+        QVERIFY(!m_manager->installDropbox());
+        QVERIFY(said("repository.xml is not installed: line 1"));
         QCOMPARE(m_signals.join(", "), QString("start, ., start, location, ."));
         m_manager->connectSlots(this, nullptr, SLOT(none()), SLOT(onFinished()));
         QCOMPARE(log().filter("is not connected").size(), 2);
@@ -155,23 +163,28 @@ private slots:
         const QString library = folder.filePath(Platform::library("it"));
         QCOMPARE(read(library), QByteArray("library of A 1.0").repeated(40));
         QCOMPARE(QFileInfo(library).isExecutable(), Platform::hasUnixFiles());
-        QVERIFY(!QFileInfo(folder.filePath("doc/read.me")).isExecutable() && !folder.exists("empty"));
+        QVERIFY(!QFileInfo(folder.filePath("doc/read.me")).isExecutable());
+        QVERIFY(!folder.exists("empty"));
     }
     void installsTheBootstrapAgainAndAgain()
     {
-        QVERIFY(!m_manager->installBootstrap() && said("Bootstrap/repository.xml is not installed: it does not exist"));
+        QVERIFY(!m_manager->installBootstrap());
+        QVERIFY(said("Bootstrap/repository.xml is not installed: it does not exist"));
         offer({"main 1.0", "Core 1.0: A 1.0"}, m_root + "/core/Bootstrap");
-        QVERIFY(m_manager->installBootstrap() && m_manager->installBootstrap());
+        QVERIFY(m_manager->installBootstrap());
+        QVERIFY(m_manager->installBootstrap());
         QCOMPARE(m_configuration->available().name(), QString("main"));
         QCOMPARE(QDir(m_root + "/core/Bootstrap").entryList(QDir::Files).join(' '),
                  QString("A-1.00.000.zip repository.xml"));
         offer({"main 2.0", "Core 2.0: A 2.0"});
-        QVERIFY(m_manager->installDropbox() && m_manager->installBootstrap());
+        QVERIFY(m_manager->installDropbox());
+        QVERIFY(m_manager->installBootstrap());
         QCOMPARE(installed(), QString("2.00.000 Core 2.0: A 2.0"));
         // What has been lost comes back with the next version.
         QTRY_VERIFY(QDir(m_root + "/core/plugins/A-2.00.000").removeRecursively()); // a command may have just left it
         offer({"main 2.1", "Core 2.1: A 2.0"});
-        QVERIFY(m_manager->installDropbox() && isWhole());
+        QVERIFY(m_manager->installDropbox());
+        QVERIFY(isWhole());
     }
     void uninstallsOnlyWhatItInstalled()
     {
@@ -191,8 +204,9 @@ private slots:
         QCOMPARE(QDir(plugins).entryList(QDir::AllEntries | QDir::NoDotAndDotDot).join(' '), QString("Mine-1.00.000"));
         QCOMPARE(installed(), QString());
         QVERIFY(!QSettings(QSettings::SystemScope, "Varkel", "Pelmora").contains("ConfigMgr/RepositoryName"));
-        QVERIFY(QDir().rmdir(plugins + "/Mine-1.00.000") && m_manager->uninstallPlugins() &&
-                !QFile::exists(m_root + "/core"));
+        QVERIFY(QDir().rmdir(plugins + "/Mine-1.00.000"));
+        QVERIFY(m_manager->uninstallPlugins());
+        QVERIFY(!QFile::exists(m_root + "/core"));
     }
     void removesWhatIsInUseAtALaterStart()
     {
@@ -203,9 +217,13 @@ private slots:
         offer({"main 2.0", "Core 2.0: A 2.0"});
         QVERIFY(m_manager->installDropbox());
         QCOMPARE(installed(), QString("2.00.000 Core 2.0: A 2.0"));
-        QVERIFY(Platform::hasUnixFiles() || (said("A-1.00.000 is not removed whole") && !isWhole()));
+        if (!Platform::hasUnixFiles()) {
+            QVERIFY(said("A-1.00.000 is not removed whole"));
+            QVERIFY(!isWhole());
+        }
         used.close();
-        QVERIFY(m_manager->installDropbox() && isWhole());
+        QVERIFY(m_manager->installDropbox());
+        QVERIFY(isWhole());
     }
     void removesLinksNotWhatTheyLeadTo()
     {
@@ -213,13 +231,16 @@ private slots:
         offer({"main 1.0", "Core 1.0: A 1.0, B 1.0"});
         QVERIFY(m_manager->installDropbox());
         const QString plugins = m_root + "/core/plugins", outside = m_root + "/outside";
-        QVERIFY(QDir().mkpath(outside) && QDir().mkpath(plugins + "/A-1.00.000/sub"));
+        QVERIFY(QDir().mkpath(outside));
+        QVERIFY(QDir().mkpath(plugins + "/A-1.00.000/sub"));
         write(outside + "/kept", "kept");
         QTRY_VERIFY(QDir(plugins + "/B-1.00.000").removeRecursively());
-        QVERIFY(Platform::link(outside, plugins + "/A-1.00.000/sub/link") &&
-                Platform::link(m_root + "/none", plugins + "/A-1.00.000/gone") &&
-                Platform::link(outside, plugins + "/B-1.00.000"));
-        QVERIFY(m_manager->uninstallPlugins() && QFile::exists(outside + "/kept") && !QFile::exists(m_root + "/core"));
+        QVERIFY(Platform::link(outside, plugins + "/A-1.00.000/sub/link"));
+        QVERIFY(Platform::link(m_root + "/none", plugins + "/A-1.00.000/gone"));
+        QVERIFY(Platform::link(outside, plugins + "/B-1.00.000"));
+        QVERIFY(m_manager->uninstallPlugins());
+        QVERIFY(QFile::exists(outside + "/kept"));
+        QVERIFY(!QFile::exists(m_root + "/core"));
     }
 
 private:
@@ -289,7 +310,8 @@ private:
     static void write(const QString& path, const QByteArray& text)
     {
         QFile file(path);
-        QVERIFY(file.open(QFile::WriteOnly) && file.write(text) == text.size());
+        QVERIFY(file.open(QFile::WriteOnly));
+        QCOMPARE(file.write(text), qint64(text.size()));
     }
 
     SettingsSandbox m_sandbox;

@@ -133,7 +133,7 @@ private slots:
         row("a version with other plugins", "", "B-1.00.000.zip --feature Core --feature-version 1.0.0", "new version");
         row("a package with other bytes", pack, core, "published with other contents");
         row("no package", "echo x >A-1.00.000.zip", core, "[package-readable]");
-        row("a plugin twice", "cp A-1.00.000.zip again.zip", "again.zip " + core, "two packages of plugin \"A\"");
+        row("a plugin twice", "cp A-1.00.000.zip again.zip", "again.zip " + core, "two packages of \"A\"");
         row("a feature that is not there", "", core + "--depends Z", "[feature-unknown-dependency]");
         row("a plugin that is not there", "", "B-1.00.000.zip --feature Core --feature-version 1.1.0",
             "[suite-dependency-missing]");

@@ -37,7 +37,8 @@ private slots:
         QCOMPARE(id.packageFileName(), QString("\u00c4rger-1.02.003.zip"));
         QCOMPARE(id.caselessKey(), cPluginId("A\u0308RGER", cVersion("1.2.3")).caselessKey());
         QVERIFY(id.isSafe());
-        QVERIFY(!cPluginId("a/b", cVersion("1.2.3")).isSafe());
+        for (const char* name : {"", "a/b", "nul", "a."})
+            QVERIFY2(!cPluginId(name, cVersion("1.2.3")).isSafe(), name);
         QCOMPARE(qHash(id), qHash(cPluginId("\u00c4rger", cVersion("1.02.003"))));
         QVERIFY(id != cPluginId("\u00c4rger", cVersion("1.2.4")));
     }

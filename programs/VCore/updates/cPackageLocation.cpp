@@ -30,9 +30,10 @@ Identity identityOf(const QString& text)
 
 cFeatureInfo installedDevelopment()
 {
-    for (const cFeatureInfo& feature : IConfigMgr::installedFeatures())
+    for (const cFeatureInfo& feature : IConfigMgr::installedFeatures()) {
         if (feature.name == DevelopmentFeature)
             return feature;
+    }
     return {};
 }
 
@@ -65,9 +66,10 @@ void writeDescription(QIODevice* device, const Identity& package, const QUrl& so
     xml.writeAttribute(QStringLiteral("name"), DevelopmentFeature);
     xml.writeAttribute(QStringLiteral("version"), nextVersion(before.version));
     xml.writeStartElement(QStringLiteral("plugins"));
-    for (const QString& plugin : before.plugins)
+    for (const QString& plugin : before.plugins) {
         if (identityOf(plugin).name != package.name)
             writePlugin(xml, identityOf(plugin), QUrl());
+    }
     writePlugin(xml, package, source);
     xml.writeEndDocument();
 }

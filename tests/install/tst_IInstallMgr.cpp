@@ -1,0 +1,186 @@
+#include <MachineProgram.h>
+#include <Norvale/Corvane.h>
+#include <Norvale/IConfigMgr.h>
+#include <Norvale/IInstallMgr.h>
+#include <Rows.h>
+#include <SettingsSandbox.h>
+
+Q_DECLARE_METATYPE(cInstallOutcome::Result)
+
+/// The install manager as a host sees it: what it tells of an install, and packages that belong to no repository. The
+/// packages are made by tests/support/packages.py.
+class tst_IInstallMgr : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase()
+    {
+        m_root = m_sandbox.path() + "/root";
+        m_sandbox.setInstallDir(m_root + "/core");
+        qputenv("JOURNAL", QFile::encodeName(m_root + "/journal"));
+        QVERIFY(QDir().mkpath(m_root));
+        QVERIFY(!IInstallMgr::installPackage(package("A", "1.0")));
+        QCOMPARE(IInstallMgr::lastOutcome().result, cInstallOutcome::NotMade);
+        QVERIFY(Corvane::initialize());
+    }
+    void init() { QVERIFY(QDir().mkpath(m_root)); }
+    void cleanup()
+    {
+        QVERIFY(IInstallMgr::uninstallPlugins());
+        QVERIFY(QDir(m_root).removeRecursively());
+    }
+    void tellsTheOutcome_data()
+    {
+        using Outcome = cInstallOutcome;
+        const Rows<QStringList, Outcome::Result, QString, QString> row("offered", "result", "plugins", "text");
+        row("newer", {"main 2.0", "Core 2.0: A 2.0, B 1.0"}, Outcome::Complete, "+A-2.00.000 -A-1.00.000", "");
+        row("older", {"main 0.5", "Core 0.5: A 0.5"}, Outcome::NothingToDo, "", "");
+        row("newer in name only", {"main 2.0", "Core 1.0: A 1.0"}, Outcome::NothingToDo, "", "");
+        row("a failing command line", {"main 2.0", "Core 2.0: A 2.0 !no-such-program, B 1.0"}, Outcome::Complete,
+            "+A-2.00.000 -A-1.00.000", "commands: A command line of A-2.00.000 failed: ");
+        row("a missing package", {"main 2.0", "Core 2.0: A 2.0 !missing", "More 1.0: C 1.0"}, Outcome::Incomplete,
+            "+C-1.00.000", "Core 2.00.000: its package A-2.00.000.zip is not there");
+        row("a defective package", {"main 2.0", "Core 2.0: A 2.0 !damaged"}, Outcome::Incomplete, "",
+            "Core 2.00.000: its package ");
+        row("a newer core", {"main 2.0 1.5", "Core 2.0: A 2.0"}, Outcome::CoreTooOld, "",
+            "/repository.xml is not installed: it needs the core version 1.05.000; this is 1.00.000");
+        row("no description", {}, Outcome::NoDescription, "", "/repository.xml is not installed: it does not exist");
+        row("a damaged description", {"broken"}, Outcome::NoDescription, "",
+            "/repository.xml is not installed: line 1, column ");
+        row("a journal that cannot be written", {"main 2.0", "Core 2.0: A 2.0"}, Outcome::Failed, "",
+            "/unfinished.txt cannot be written");
+    }
+    void tellsTheOutcome()
+    {
+        QFETCH(QStringList, offered);
+        QFETCH(cInstallOutcome::Result, result);
+        QFETCH(QString, text);
+        offer({"main 1.0", "Core 1.0: A 1.0, B 1.0"});
+        QVERIFY(IInstallMgr::installFromLocation(description(), false));
+        QCOMPARE(changed(IInstallMgr::lastOutcome()), QString("+A-1.00.000 +B-1.00.000"));
+        QVERIFY(QDir(m_root + "/site").removeRecursively());
+        if (offered == QStringList("broken"))
+            write(description(), "<r>");
+        else if (!offered.isEmpty())
+            offer(offered);
+        if (result == cInstallOutcome::Failed)
+            QVERIFY(QDir().mkpath(m_root + "/core/plugins/unfinished.txt/below"));
+
+        const bool isDone = IInstallMgr::installFromLocation(description(), false);
+        const cInstallOutcome outcome = IInstallMgr::lastOutcome();
+        QCOMPARE(outcome.result, result);
+        QCOMPARE(outcome.isSuccess(), isDone);
+        QTEST(changed(outcome), "plugins");
+        QVERIFY2(told(outcome).contains(text), qPrintable(told(outcome)));
+        QCOMPARE(told(outcome).isEmpty(), text.isEmpty());
+        QCOMPARE(outcome.hasDiskRefused, result == cInstallOutcome::Failed);
+    }
+    void nothingWaits()
+    {
+        QVERIFY(IInstallMgr::installDropbox());
+        QCOMPARE(IInstallMgr::lastOutcome().result, cInstallOutcome::NothingToDo);
+        QVERIFY(!IInstallMgr::installBootstrap());
+        QCOMPARE(IInstallMgr::lastOutcome().result, cInstallOutcome::NoDescription);
+    }
+    void aPackageJoinsTheDevelopmentFeature()
+    {
+        offer({"main 1.0", "Core 1.0: A 1.0"});
+        QVERIFY(IInstallMgr::installFromLocation(description(), false));
+        QVERIFY(IInstallMgr::installPackage(package("A", "0.9")));
+        QCOMPARE(installed(), QString("Core 1.00.000: A-1.00.000; VelmDev 0.00.001: A-0.09.000"));
+        // Those of other names stay, and what is there already is not asked for again.
+        QVERIFY(IInstallMgr::installPackage(package("B-x", "1.0")));
+        QVERIFY(QFile::remove(m_root + "/A-0.09.000.zip"));
+        QVERIFY(IInstallMgr::installPackage(package("B-x", "2.0")));
+        QCOMPARE(changed(IInstallMgr::lastOutcome()), QString("+B-x-2.00.000 -B-x-1.00.000"));
+        QCOMPARE(installed(), QString("Core 1.00.000: A-1.00.000; VelmDev 0.00.003: A-0.09.000 B-x-2.00.000"));
+        QCOMPARE(Corvane::currentVersion(), QString("1.00.000"));
+        QVERIFY(QFile::exists(m_root + "/B-x-2.00.000.zip"));
+        QVERIFY(!QFile::exists(m_root + "/core/plugins/B-x-1.00.000"));
+
+        // Only the file that was named counts, and it has the version in any form.
+        QVERIFY(QFile::rename(package("C", "1.0"), m_root + "/C-1.0.ZIP"));
+        write(m_root + "/C-1.00.000.zip", "no archive");
+        QVERIFY(IInstallMgr::installPackage(QDir().relativeFilePath(m_root + "/C-1.0.ZIP")));
+        QCOMPARE(changed(IInstallMgr::lastOutcome()), QString("+C-1.00.000"));
+    }
+    void refusesAPackage_data()
+    {
+        const Rows<QString, QString, QString> row("fault", "file", "reason");
+        row("no file", "", "D-1.0.zip", "/D-1.0.zip is not installed: it is no file");
+        row("a folder", "", "", " is not installed: it is no file");
+        row("another name", "", "A.zip", "/A.zip is not installed: it is not named NAME-VERSION.zip, as packages are");
+        row("another ending", "", "A-1.0.rar", " is not installed: it is not named");
+        row("of another plugin", "other-name", "A-1.00.000.zip", "it is the manifest of Other-1.00.000, where A-1");
+        row("damaged", "damaged", "A-1.00.000.zip", "A-1.00.000.zip is refused: doc/read.me: ");
+    }
+    void refusesAPackage()
+    {
+        const auto [fault, file, reason] = cells<QString, QString, QString>("fault", "file", "reason");
+        const QString made = package("A", "1.0", fault);
+        if (!file.isEmpty() && !file.startsWith('D'))
+            QVERIFY(file == "A-1.00.000.zip" || QFile::rename(made, m_root + '/' + file));
+        QVERIFY(!IInstallMgr::installPackage(m_root + '/' + file));
+        QVERIFY2(told(IInstallMgr::lastOutcome()).contains(reason), qPrintable(told(IInstallMgr::lastOutcome())));
+        QCOMPARE(installed(), QString());
+    }
+
+private:
+    QString description() const { return m_root + "/site/repository.xml"; }
+    void offer(const QStringList& words)
+    {
+        const QStringList arguments = QStringList{PACKAGES_PY, "repository", m_root + "/site"} + words;
+        QCOMPARE(MachineProgram::execute("python3", arguments), 0);
+    }
+    /// Makes a package and gives its path.
+    QString package(const QString& name, const QString& version, const QString& fault = QString())
+    {
+        const QString path = QString("%1/%2-%3.zip").arg(m_root, name, cVersion(version).toString());
+        if (MachineProgram::execute("python3", {PACKAGES_PY, "package", path, name, version, fault}) != 0)
+            qFatal("packages.py failed");
+        return path;
+    }
+    static void write(const QString& path, const QByteArray& text)
+    {
+        QVERIFY(QDir().mkpath(QFileInfo(path).path()));
+        QFile file(path);
+        QVERIFY(file.open(QFile::WriteOnly));
+        QCOMPARE(file.write(text), qint64(text.size()));
+    }
+    /// What has come (+) and gone (-).
+    static QString changed(const cInstallOutcome& outcome)
+    {
+        QStringList texts;
+        for (const QString& plugin : outcome.installed)
+            texts << '+' + plugin;
+        for (const QString& plugin : outcome.removed)
+            texts << '-' + plugin;
+        return texts.join(' ');
+    }
+    /// All that is said for people.
+    static QString told(const cInstallOutcome& outcome)
+    {
+        QStringList texts;
+        if (!outcome.reason.isEmpty())
+            texts << outcome.reason;
+        for (const cInstallOutcome::cLeftOut& feature : outcome.leftOut)
+            texts << feature.name + " " + feature.version.toString() + ": " + feature.reason;
+        if (!outcome.failedCommands.isEmpty())
+            texts << "commands: " + outcome.failedCommands.join(", ");
+        return texts.join('\n');
+    }
+    static QString installed()
+    {
+        QStringList features;
+        for (const cFeatureInfo& feature : IConfigMgr::installedFeatures())
+            features << feature.name + " " + feature.version.toString() + ": " + feature.plugins.join(' ');
+        return features.join("; ");
+    }
+
+    SettingsSandbox m_sandbox;
+    QString m_root;
+};
+
+QTEST_GUILESS_MAIN(tst_IInstallMgr)
+#include "tst_IInstallMgr.moc"
