@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QtCore/QByteArray>
+#include <QtCore/QXmlStreamReader>
 
 /// @p count features of three plugins each, as a repository description has them. Each needs the one of half its
 /// number.
@@ -22,4 +23,23 @@ inline QByteArray sampleRepository(int count)
         xml += "    </plugins>\n  </feature>\n";
     }
     return xml + "</repository>\n";
+}
+
+/// The plain way over a document, which what is made of it is held against: all of it as a stream, with the attributes
+/// of each element. @return how many letters its attributes and texts have; 0 when it is not well-formed.
+inline qint64 parsePlainly(const QByteArray& xml)
+{
+    qint64 letters = 0;
+    QXmlStreamReader stream(xml);
+    while (!stream.atEnd()) {
+        const QXmlStreamReader::TokenType token = stream.readNext();
+        if (token == QXmlStreamReader::StartElement) {
+            const QXmlStreamAttributes attributes = stream.attributes();
+            for (const QXmlStreamAttribute& attribute : attributes)
+                letters += attribute.value().size();
+        } else if (token == QXmlStreamReader::Characters) {
+            letters += stream.text().size();
+        }
+    }
+    return stream.hasError() ? 0 : letters;
 }

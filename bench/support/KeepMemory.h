@@ -13,3 +13,13 @@ inline void keepMemory()
     mallopt(M_TRIM_THRESHOLD, 1 << 30);
 #endif
 }
+
+/// Small pieces of memory are joined with their neighbours as soon as they are given back. glibc would put that off
+/// until the next large block is asked for, and then visit all of them wherever they lie, which costs a process that
+/// makes and releases one catalogue after the other a sixth of its time, and one that makes one catalogue nothing.
+inline void joinFreedMemory()
+{
+#ifdef __GLIBC__
+    mallopt(M_MXFAST, 0);
+#endif
+}

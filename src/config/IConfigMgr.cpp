@@ -13,7 +13,7 @@ cConfigurationMgr* managerFor(const char* consequence)
 {
     cConfigurationMgr* manager = cConfigurationMgr::instance();
     if (!manager) {
-        cLogCentral::log(QStringLiteral("ConfigurationMgr")).warning()
+        cLogCentral::log(QStringLiteral("ConfigurationMgr")).warning().noquote()
             << QLatin1String(consequence) + QStringLiteral(": the library is not initialized") << Qt::endl;
     }
     return manager;

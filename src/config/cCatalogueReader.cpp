@@ -1,115 +1,205 @@
 #include "config/cCatalogueReader.h"
 
-#include "config/cFeatureCatalogue.h"
 #include "core/cXmlTreeReader.h"
 
+#include <QtCore/QXmlStreamReader>
+
+namespace {
+
+/// Null when there is no such attribute.
+const QXmlStreamAttribute* find(const QXmlStreamAttributes& attributes, QStringView name)
+{
+    for (const QXmlStreamAttribute& attribute : attributes) {
+        if (attribute.qualifiedName() == name)
+            return &attribute;
+    }
+    return nullptr;
+}
+
+QString attribute(const QXmlStreamAttributes& attributes, QStringView name, const QString& absent = QString())
+{
+    const QXmlStreamAttribute* const found = find(attributes, name);
+    return found ? found->value().toString() : absent;
+}
+
+/// A copy without the buffer's reserve, which is used for the next text.
+QString textOf(const QString& buffer)
+{
+    return QString(buffer.constData(), buffer.size());
+}
+
+QByteArray digestOf(const QString& text)
+{
+    return QByteArray::fromHex(text.toLatin1());
+}
+
+} // namespace
+
 cCatalogueReader::cCatalogueReader(cFeatureCatalogue& catalogue, const QSharedPointer<cUpdateLocation>& location)
-    : m_catalogue(catalogue), m_location(location)
+    : m_catalogue(catalogue), m_before(catalogue), m_location(location)
 {
 }
 
 bool cCatalogueReader::read(const QByteArray& xml)
 {
-    cXmlTree tree;
-    return cXmlTreeReader::read(xml, tree, &m_errorString) && read(tree);
+    // What a document has added to features that were there cannot be taken back when it turns out to have a fault, so
+    // it is held against the rules as a whole before.
+    return m_before.isEmpty() ? cXmlTreeReader::read(xml, *this, &m_errorString)
+                              : cXmlTreeReader::readByDom(xml, *this, &m_errorString);
 }
 
-bool cCatalogueReader::read(const cXmlTree& tree)
+void cCatalogueReader::beginDocument()
 {
-    if (tree.root().isNull()) {
-        m_errorString = QStringLiteral("line 0, column 0: not a document");
-        return false;
+    m_catalogue = m_before;
+    m_open.assign(1, Place::Document);
+}
+
+cCatalogueReader::Place cCatalogueReader::placeOf(Place parent, QStringView tag)
+{
+    static constexpr struct
+    {
+        Place parent;
+        QStringView tag;
+        Place place;
+    } Children[] = {
+        {Place::Plugin, u"source", Place::Source},
+        {Place::Plugin, u"hash", Place::Hash},
+        {Place::Plugins, u"plugin", Place::Plugin},
+        {Place::Feature, u"displayname", Place::DisplayName},
+        {Place::Feature, u"dependencies", Place::Dependencies},
+        {Place::Feature, u"plugins", Place::Plugins},
+        {Place::Dependencies, u"feature", Place::Dependency},
+        {Place::Root, u"feature", Place::Feature},
+        {Place::Root, u"runtime", Place::Runtime},
+        {Place::Runtime, u"source", Place::RuntimeSource},
+        {Place::Runtime, u"hash", Place::RuntimeHash},
+    };
+    for (const auto& child : Children) {
+        if (child.parent == parent && child.tag == tag)
+            return child.place;
     }
-    readRoot(tree.root());
-    return true;
+    return parent == Place::Document ? Place::Root : Place::Unknown;
 }
 
-void cCatalogueReader::readRoot(const cXmlElement& root)
+void cCatalogueReader::beginElement(QStringView tag, const QXmlStreamAttributes& attributes, int, int)
 {
-    m_repository = root.attribute(u"name");
+    m_open.push_back(placeOf(m_open.back(), tag));
+    switch (m_open.back()) {
+    case Place::Root:
+        return beginRoot(attributes);
+    case Place::Feature:
+        return beginFeature(attributes);
+    case Place::Dependency:
+        return m_feature->addDependency(attribute(attributes, u"name"));
+    case Place::Plugin:
+        return beginPlugin(attributes);
+    case Place::Runtime:
+        return beginRuntime(attributes);
+    case Place::DisplayName:
+        // A few languages name many features.
+        m_language = *m_languages.insert(attribute(attributes, u"lang", QStringLiteral("en-us")));
+        [[fallthrough]];
+    case Place::Source:
+    case Place::Hash: // its `method` selects nothing: the digest is always SHA-1
+    case Place::RuntimeSource:
+    case Place::RuntimeHash:
+        m_text.resize(0);
+        return;
+    default:
+        return;
+    }
+}
+
+// An element's text is all that stands between its beginning and its end, within unknown elements too.
+void cCatalogueReader::addCharacters(QStringView text)
+{
+    m_text.append(text.data(), int(text.size()));
+}
+
+void cCatalogueReader::endElement()
+{
+    switch (m_open.back()) {
+    case Place::DisplayName:
+        m_feature->setDisplayName(m_language, textOf(m_text));
+        break;
+    case Place::Source:
+        m_plugin->addSource({m_location, textOf(m_text)});
+        break;
+    case Place::Hash:
+        m_plugin->setHash(digestOf(m_text));
+        break;
+    case Place::RuntimeSource:
+        // Of a runtime the first source and hash count.
+        if (!m_hasRuntimeSource)
+            m_runtime.source = textOf(m_text);
+        m_hasRuntimeSource = true;
+        break;
+    case Place::RuntimeHash:
+        if (!m_hasRuntimeHash)
+            m_runtime.hash = digestOf(m_text);
+        m_hasRuntimeHash = true;
+        break;
+    case Place::Runtime:
+        m_catalogue.append(m_runtime);
+        break;
+    default:
+        break;
+    }
+    m_open.pop_back();
+}
+
+cVersion cCatalogueReader::versionOf(const QXmlStreamAttributes& attributes)
+{
+    const QXmlStreamAttribute* const found = find(attributes, u"version");
+    if (!found)
+        return cVersion();
+    m_text.resize(0); // there are many versions, and none needs a text of its own
+    addCharacters(found->value());
+    return cVersion(m_text);
+}
+
+void cCatalogueReader::beginRoot(const QXmlStreamAttributes& attributes)
+{
+    m_repository = attribute(attributes, u"name");
     m_catalogue.setName(m_repository);
-    m_catalogue.setVersion(cVersion(root.attribute(u"version")));
-    const QString coreVersion = root.attribute(u"core_version");
+    m_catalogue.setVersion(versionOf(attributes));
+    const QString coreVersion = attribute(attributes, u"core_version");
     if (coreVersion.isEmpty())
         m_catalogue.clearCoreVersion();
     else
         m_catalogue.setCoreVersion(cVersion(coreVersion));
-    for (cXmlElement element = root.firstChild(); !element.isNull(); element = element.nextSibling()) {
-        if (element.tag() == u"feature")
-            readFeature(element);
-        else if (element.tag() == u"runtime")
-            readRuntime(element);
-    }
 }
 
-void cCatalogueReader::readRuntime(const cXmlElement& element)
+void cCatalogueReader::beginFeature(const QXmlStreamAttributes& attributes)
 {
-    cRuntimeEntry runtime;
-    runtime.version = cVersion(element.attribute(u"version"));
-    runtime.name = element.attribute(u"name");
-    runtime.hash = QByteArray::fromHex(element.firstChild(u"hash").text().toLatin1());
-    runtime.source = element.firstChild(u"source").text();
-    m_catalogue.append(runtime);
+    const QString name = attribute(attributes, u"name");
+    const cVersion version = versionOf(attributes);
+    m_feature = m_catalogue.find(name, version);
+    if (m_feature)
+        return;
+    const QXmlStreamAttribute* const active = find(attributes, u"active");
+    const bool isActive = active && active->value() == QLatin1String("true");
+    m_feature = QSharedPointer<cFeatureInstance>::create(name, version, isActive,
+                                                         attribute(attributes, u"repository", m_repository));
+    m_catalogue.append(m_feature);
 }
 
-void cCatalogueReader::readFeature(const cXmlElement& element)
+void cCatalogueReader::beginPlugin(const QXmlStreamAttributes& attributes)
 {
-    const QString name = element.attribute(u"name");
-    const cVersion version(element.attribute(u"version"));
-    QSharedPointer<cFeatureInstance> feature = m_catalogue.find(name, version);
-    if (!feature) {
-        const bool isActive = element.attribute(u"active") == QLatin1String("true");
-        const QString repository = element.attribute(u"repository", m_repository);
-        feature = QSharedPointer<cFeatureInstance>::create(name, version, isActive, repository);
-        m_catalogue.append(feature);
-    }
-    for (cXmlElement child = element.firstChild(); !child.isNull(); child = child.nextSibling()) {
-        if (child.tag() == u"displayname")
-            readDisplayName(child, *feature);
-        else if (child.tag() == u"dependencies")
-            readDependencies(child, *feature);
-        else if (child.tag() == u"plugins")
-            readPlugins(child, *feature);
-    }
+    const cPluginId id(attribute(attributes, u"name"), versionOf(attributes));
+    m_plugin = m_feature->findPlugin(id);
+    if (m_plugin)
+        return;
+    const QXmlStreamAttribute* const size = find(attributes, u"size");
+    m_plugin = QSharedPointer<cFeaturePlugin>::create(id, size ? size->value().toUInt() : 0);
+    m_feature->addPlugin(m_plugin);
 }
 
-void cCatalogueReader::readDisplayName(const cXmlElement& element, cFeatureInstance& feature)
+void cCatalogueReader::beginRuntime(const QXmlStreamAttributes& attributes)
 {
-    // A few languages name many features.
-    const QString language = *m_languages.insert(element.attribute(u"lang", QStringLiteral("en-us")));
-    feature.setDisplayName(language, element.text());
-}
-
-void cCatalogueReader::readDependencies(const cXmlElement& element, cFeatureInstance& feature)
-{
-    for (cXmlElement child = element.firstChild(u"feature"); !child.isNull(); child = child.nextSibling(u"feature"))
-        feature.addDependency(child.attribute(u"name"));
-}
-
-void cCatalogueReader::readPlugins(const cXmlElement& element, cFeatureInstance& feature) const
-{
-    for (cXmlElement child = element.firstChild(u"plugin"); !child.isNull(); child = child.nextSibling(u"plugin"))
-        readPlugin(child, feature);
-}
-
-void cCatalogueReader::readPlugin(const cXmlElement& element, cFeatureInstance& feature) const
-{
-    const cPluginId id(element.attribute(u"name"), cVersion(element.attribute(u"version")));
-    QSharedPointer<cFeaturePlugin> plugin = feature.findPlugin(id);
-    if (!plugin) {
-        plugin = QSharedPointer<cFeaturePlugin>::create(id, element.attribute(u"size").toUInt());
-        feature.addPlugin(plugin);
-    }
-    readPackage(element, *plugin);
-}
-
-void cCatalogueReader::readPackage(const cXmlElement& element, cFeaturePlugin& plugin) const
-{
-    for (cXmlElement child = element.firstChild(); !child.isNull(); child = child.nextSibling()) {
-        // A hash's `method` selects nothing: the digest is always SHA-1.
-        if (child.tag() == u"source")
-            plugin.addSource({m_location, child.text()});
-        else if (child.tag() == u"hash")
-            plugin.setHash(QByteArray::fromHex(child.text().toLatin1()));
-    }
+    m_runtime = cRuntimeEntry();
+    m_runtime.version = versionOf(attributes);
+    m_runtime.name = attribute(attributes, u"name");
+    m_hasRuntimeHash = false;
+    m_hasRuntimeSource = false;
 }

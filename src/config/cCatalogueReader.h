@@ -1,52 +1,75 @@
 #pragma once
 
-#include "config/cUpdateLocation.h"
+#include "config/cFeatureCatalogue.h"
+#include "core/cXmlTree.h"
 
 #include <QtCore/QSet>
-#include <QtCore/QSharedPointer>
 #include <QtCore/QString>
 
-class QByteArray;
-class cFeatureCatalogue;
-class cFeatureInstance;
-class cFeaturePlugin;
-class cXmlElement;
-class cXmlTree;
+#include <vector>
 
 /**
  * Reads catalogue documents (`features.xml`, `repository.xml`) into a feature catalogue. What is read is added to the
  * features and runtimes that the catalogue already holds; a feature or plugin that comes twice is one with the union of
  * its parts.
  */
-class cCatalogueReader
+class cCatalogueReader : private cXmlHandler
 {
 public:
     /// @p location goes into every source read; null for a document from the local disk.
     explicit cCatalogueReader(cFeatureCatalogue& catalogue,
                               const QSharedPointer<cUpdateLocation>& location = QSharedPointer<cUpdateLocation>());
 
-    /// False only when the bytes are not well-formed or nested too deeply; errorString() then says where and why.
+    /// False only when the bytes are not well-formed or nested too deeply; errorString() then says where and why, and
+    /// the catalogue is as it was. Otherwise true, however much of the content was usable.
     [[nodiscard]] bool read(const QByteArray& xml);
-
-    /// False only when the tree is empty; otherwise true, however much of the content was usable.
-    [[nodiscard]] bool read(const cXmlTree& tree);
 
     /// "line L, column C: message" of the last failure.
     QString errorString() const { return m_errorString; }
 
 private:
-    void readRoot(const cXmlElement& root);
-    void readFeature(const cXmlElement& element);
-    void readRuntime(const cXmlElement& element);
-    void readDisplayName(const cXmlElement& element, cFeatureInstance& feature);
-    static void readDependencies(const cXmlElement& element, cFeatureInstance& feature);
-    void readPlugins(const cXmlElement& element, cFeatureInstance& feature) const;
-    void readPlugin(const cXmlElement& element, cFeatureInstance& feature) const;
-    void readPackage(const cXmlElement& element, cFeaturePlugin& plugin) const;
+    /// What an element is by its tag and its parent.
+    enum class Place {
+        Document,
+        Root,
+        Feature,
+        DisplayName,
+        Dependencies,
+        Dependency,
+        Plugins,
+        Plugin,
+        Source,
+        Hash,
+        Runtime,
+        RuntimeSource,
+        RuntimeHash,
+        Unknown
+    };
+    static Place placeOf(Place parent, QStringView tag);
+
+    void beginDocument() override;
+    void beginElement(QStringView tag, const QXmlStreamAttributes& attributes, int line, int column) override;
+    void addCharacters(QStringView text) override;
+    void endElement() override;
+
+    cVersion versionOf(const QXmlStreamAttributes& attributes);
+    void beginRoot(const QXmlStreamAttributes& attributes);
+    void beginFeature(const QXmlStreamAttributes& attributes);
+    void beginPlugin(const QXmlStreamAttributes& attributes);
+    void beginRuntime(const QXmlStreamAttributes& attributes);
 
     cFeatureCatalogue& m_catalogue;
+    const cFeatureCatalogue m_before;
     QSharedPointer<cUpdateLocation> m_location;
     QString m_repository;
-    QSet<QString> m_languages; // each text is kept once
+    QSet<QString> m_languages;                  // each text is kept once
+    std::vector<Place> m_open;                  // from the document to the element that was begun last
+    QSharedPointer<cFeatureInstance> m_feature; // that was begun last, as are the others
+    QSharedPointer<cFeaturePlugin> m_plugin;
+    cRuntimeEntry m_runtime;
+    bool m_hasRuntimeHash = false;
+    bool m_hasRuntimeSource = false;
+    QString m_language;
+    QString m_text; // of the display name, source, hash or version
     QString m_errorString;
 };

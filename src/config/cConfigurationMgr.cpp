@@ -56,21 +56,21 @@ bool cConfigurationMgr::loadFeatures()
 {
     m_installed.clear();
     const QString path = Corvane::velmiraFolderOrFile(Corvane::FeaturesFile);
-    const QString fault = readCatalogue(path, m_installed);
+    const QString reason = readCatalogue(path, m_installed);
     // The start asks twice for what is installed; one line tells it.
-    if (!fault.isEmpty() && fault != m_reportedFault)
-        m_log.warning() << "No installed features:" << path << fault << Qt::endl;
-    m_reportedFault = fault;
-    return fault.isEmpty();
+    if (!reason.isEmpty() && reason != m_loggedReason)
+        m_log.warning().noquote() << "No installed features:" << path << reason << Qt::endl;
+    m_loggedReason = reason;
+    return reason.isEmpty();
 }
 
 bool cConfigurationMgr::readAvailable(const QString& path)
 {
     m_available = cFeatureCatalogue();
-    const QString fault = readCatalogue(path, m_available);
-    if (!fault.isEmpty())
-        m_log.error() << "No repository description:" << path << fault << Qt::endl;
-    return fault.isEmpty();
+    const QString reason = readCatalogue(path, m_available);
+    if (!reason.isEmpty())
+        m_log.error().noquote() << "No repository description:" << path << reason << Qt::endl;
+    return reason.isEmpty();
 }
 
 QString cConfigurationMgr::readCatalogue(const QString& path, cFeatureCatalogue& catalogue)
@@ -91,7 +91,7 @@ bool cConfigurationMgr::saveFeatures(const QVector<QSharedPointer<cFeatureInstan
     QString error;
     if (replaceFile(Corvane::velmiraFolderOrFile(Corvane::FeaturesFile), text.data(), &error))
         return true;
-    m_log.error() << "Cannot write the features file:" << error << Qt::endl;
+    m_log.error().noquote() << "Cannot write the features file:" << error << Qt::endl;
     return false;
 }
 
@@ -101,12 +101,12 @@ bool cConfigurationMgr::publishInstalledPlugins()
     m_publicationError.clear();
     const QString path = Corvane::velmiraFolderOrFile(Corvane::FeaturesFile);
     if (m_installed.isEmpty() && !loadFeatures() && QFile::exists(path))
-        m_publicationError = path + QLatin1Char(' ') + m_reportedFault;
+        m_publicationError = path + QLatin1Char(' ') + m_loggedReason;
     cPublication publication;
     for (const QSharedPointer<cFeatureInstance>& feature : m_installed.features()) {
         if (!publication.add(*feature)) {
             m_publicationError = publication.errorString();
-            m_log.error() << "Installed plugins are not published:" << m_publicationError << Qt::endl;
+            m_log.error().noquote() << "Installed plugins are not published:" << m_publicationError << Qt::endl;
             return false;
         }
     }

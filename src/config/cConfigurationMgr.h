@@ -81,7 +81,7 @@ public slots:
     void onProgress(QString fname, qint64 bytesReceived, qint64 bytesTotal);
 
 private:
-    /// What is wrong with the catalogue document at @p path; empty when it has been read into @p catalogue.
+    /// The reason why the catalogue document at @p path cannot be read; empty when it has been read into @p catalogue.
     static QString readCatalogue(const QString& path, cFeatureCatalogue& catalogue);
 
     /// False, with the reason logged, while a check or an update waits further up this thread's stack.
@@ -99,6 +99,6 @@ private:
     bool m_isUpdating = false;       // a check or an update is under way, perhaps further up this thread's stack
     bool m_isCancelled = false;      // since the last update began
     cUpdateApply* m_apply = nullptr; // the fetching under way; null between
-    QString m_reportedFault;         // of the last load; empty when it succeeded
+    QString m_loggedReason;          // of the last load; empty when it succeeded
     QString m_publicationError;      // of the last publication; empty when it names all that is installed
 };

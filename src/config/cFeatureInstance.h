@@ -11,6 +11,7 @@
 #include <QtCore/QSharedPointer>
 #include <QtCore/QString>
 #include <QtCore/QStringList>
+#include <QtCore/QVarLengthArray>
 #include <QtCore/QVector>
 
 /// Where a plugin package can be fetched: the text of a `source` element and the location of the document that held it.
@@ -49,7 +50,8 @@ public:
     QByteArray hash() const { return m_hash; }
     void setHash(const QByteArray& hash) { m_hash = hash; }
 
-    const QVector<cFeatureSource>& sources() const { return m_sources; }
+    using Sources = QVarLengthArray<cFeatureSource, 1>; // nearly all have one
+    const Sources& sources() const { return m_sources; }
     void addSource(const cFeatureSource& source) { m_sources.append(source); }
 
     bool isPending() const { return m_isPending; }
@@ -80,7 +82,7 @@ private:
     bool m_isPending = false;
     bool m_isDevelopment = false;
     QByteArray m_hash;
-    QVector<cFeatureSource> m_sources;
+    Sources m_sources;
     qint64 m_downloadStatus = 0;
     QByteArray m_packageData;
 };

@@ -38,9 +38,10 @@ bool cPublication::addOrdinary(const QSharedPointer<cFeaturePlugin>& plugin, con
     const Entry& match = m_entries.at(*place);
     if (match.plugin->isDevelopment() || match.plugin->version() == plugin->version())
         return true;
-    m_errorString = QStringLiteral("plugin %1 is installed in two versions: %2 by feature %3, %4 by feature %5")
-                        .arg(plugin->name(), match.plugin->version().toString(), match.feature,
-                             plugin->version().toString(), feature.name());
+    m_errorString =
+        QStringLiteral("plugin \"%1\" is installed in two versions: %2 by feature \"%3\", %4 by feature \"%5\"")
+            .arg(plugin->name(), match.plugin->version().toString(), match.feature, plugin->version().toString(),
+                 feature.name());
     return false;
 }
 

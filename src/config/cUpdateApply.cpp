@@ -117,9 +117,11 @@ bool cUpdateApply::fetchFrom(const QUrl& url, cFeaturePlugin& plugin)
         plugin.setPackageData(m_downloader.data());
         return true;
     }
-    m_log.warning() << "Not fetched:" << plugin.id().toString() << "from" << url.toDisplayString()
-                    << (hasArrived ? QStringLiteral("does not match its hash") : m_downloader.errorString())
-                    << Qt::endl;
+    m_log.warning().noquote() << "Not fetched:" << plugin.id().toString() << "from"
+                              << url.toDisplayString() + QLatin1Char(':')
+                              << (hasArrived ? QStringLiteral("it does not match its hash")
+                                             : m_downloader.errorString())
+                              << Qt::endl;
     return false;
 }
 
@@ -145,7 +147,7 @@ bool cUpdateApply::commit()
     Corvane::setRestartSetupFilename(QString());
     const QString left = m_dropbox.tidy(update);
     if (!left.isEmpty())
-        m_log.warning() << "Packages of an earlier update cannot be removed:" << left << Qt::endl;
+        m_log.warning().noquote() << "Packages of an earlier update cannot be removed:" << left << Qt::endl;
     return true;
 }
 
@@ -168,6 +170,6 @@ bool cUpdateApply::fetchRuntime()
 bool cUpdateApply::fail(const QString& what, const QString& reason)
 {
     m_failed = what;
-    m_log.error() << "The update cannot be made ready:" << what << reason << Qt::endl;
+    m_log.error().noquote() << "The update cannot be made ready:" << what + QLatin1Char(':') << reason << Qt::endl;
     return false;
 }

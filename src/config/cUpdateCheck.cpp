@@ -143,8 +143,10 @@ bool cUpdateCheck::collectFeatures(const QVector<QString>& names)
             continue;
         const QSharedPointer<cFeatureInstance> available = m_available.find(name);
         if (!available) {
-            m_log.warning() << "No update: the newest repository" << m_available.name()
-                            << m_available.version().toString() << "lacks the feature" << name << Qt::endl;
+            m_log.warning().noquote() << QStringLiteral(
+                                             "No update: the newest repository \"%1\" %2 lacks the feature \"%3\"")
+                                             .arg(m_available.name(), m_available.version().toString(), name)
+                                      << Qt::endl;
             return false;
         }
         if (needsUpdate(m_installed.find(name).data(), *available))
@@ -156,7 +158,11 @@ bool cUpdateCheck::collectFeatures(const QVector<QString>& names)
 qint64 cUpdateCheck::collectPlugins()
 {
     qint64 size = 0;
+    int count = 0;
+    for (const QSharedPointer<cFeatureInstance>& feature : qAsConst(m_features))
+        count += feature->plugins().size();
     FlatSet<QString> names;
+    names.reserve(size_t(count));
     for (const QSharedPointer<cFeatureInstance>& feature : qAsConst(m_features)) {
         for (const QSharedPointer<cFeaturePlugin>& plugin : feature->plugins()) {
             if (!names.insert(plugin->name()).second || m_known.isKnown(plugin->id()))

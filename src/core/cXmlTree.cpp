@@ -1,5 +1,7 @@
 #include "core/cXmlTree.h"
 
+#include <QtCore/QXmlStreamReader>
+
 QStringView cXmlElement::tag() const
 {
     return m_tree ? m_tree->view(m_tree->m_nodes[m_node].tag) : QStringView();
@@ -62,12 +64,12 @@ int cXmlElement::column() const
     return m_tree ? m_tree->m_nodes[m_node].column : 0;
 }
 
-void cXmlTree::clear()
+void cXmlTree::beginDocument()
 {
     *this = cXmlTree();
 }
 
-void cXmlTree::beginElement(QStringView tag, int line, int column)
+void cXmlTree::beginElement(QStringView tag, const QXmlStreamAttributes& attributes, int line, int column)
 {
     const int number = int(m_nodes.size());
     if (!m_open.empty()) {
@@ -75,14 +77,11 @@ void cXmlTree::beginElement(QStringView tag, int line, int column)
         (parent.firstChild < 0 ? parent.firstChild : m_nodes[parent.lastChild].nextSibling) = number;
         parent.lastChild = number;
     }
-    m_nodes.push_back({keep(tag), {m_text.size(), 0}, int(m_attributes.size()), 0, -1, -1, -1, line, column});
+    m_nodes.push_back(
+        {keep(tag), {m_text.size(), 0}, int(m_attributes.size()), attributes.size(), -1, -1, -1, line, column});
     m_open.push_back(number);
-}
-
-void cXmlTree::addAttribute(QStringView name, QStringView value)
-{
-    m_attributes.push_back({keep(name), keep(value)});
-    ++m_nodes[m_open.back()].attributeCount;
+    for (const QXmlStreamAttribute& attribute : attributes)
+        m_attributes.push_back({keep(attribute.qualifiedName()), keep(attribute.value())});
 }
 
 void cXmlTree::addCharacters(QStringView text)

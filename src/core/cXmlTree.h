@@ -7,6 +7,25 @@
 #include <vector>
 
 class cXmlTree;
+class QXmlStreamAttributes;
+
+/// Is told what stands in a document, from its beginning to its end.
+class cXmlHandler
+{
+public:
+    virtual ~cXmlHandler() = default;
+
+    /// A document begins: what has been told before was none and does not count.
+    virtual void beginDocument() = 0;
+
+    /// @param line,column where the element begins, counted from 1, as the parser counted.
+    virtual void beginElement(QStringView tag, const QXmlStreamAttributes& attributes, int line, int column) = 0;
+
+    /// Character data of the element that was begun last; never only white space.
+    virtual void addCharacters(QStringView text) = 0;
+
+    virtual void endElement() = 0;
+};
 
 /**
  * An element of a cXmlTree, or the null element; a small value that is valid as long as its tree does not change.
@@ -34,7 +53,7 @@ public:
     /// The next element with the same parent; tags as above.
     cXmlElement nextSibling(QStringView tag = QStringView()) const;
 
-    /// Where the element begins, counted from 1, as the parser counted.
+    /// Where the element begins; see cXmlHandler.
     int line() const;
     int column() const;
 
@@ -47,23 +66,17 @@ private:
     int m_node = 0;
 };
 
-/**
- * The elements, attributes and character data of an XML document, kept side by side in a few arrays.
- *
- * Made from its beginning to its end: beginElement(), its attributes, its characters and elements, endElement().
- */
-class cXmlTree
+/// The elements, attributes and character data of an XML document, kept side by side in a few arrays.
+class cXmlTree : public cXmlHandler
 {
 public:
-    void clear();
-    void beginElement(QStringView tag, int line, int column);
-    void addAttribute(QStringView name, QStringView value);
-    void addCharacters(QStringView text);
-    void endElement();
+    void beginDocument() override;
+    void beginElement(QStringView tag, const QXmlStreamAttributes& attributes, int line, int column) override;
+    void addCharacters(QStringView text) override;
+    void endElement() override;
 
     /// The root element; null in an empty tree.
     cXmlElement root() const { return cXmlElement(this, m_nodes.empty() ? -1 : 0); }
-    int depth() const { return int(m_open.size()); }
 
 private:
     friend class cXmlElement;

@@ -6,57 +6,61 @@
 #include <QtXml/QDomDocument>
 
 #include <algorithm>
+#include <cstring>
 
-bool cXmlTreeReader::read(const QByteArray& xml, cXmlTree& tree, QString* reason)
+bool cXmlTreeReader::read(const QByteArray& xml, cXmlHandler& handler, QString* reason)
 {
-    return readPlain(xml, tree) || readByDom(xml, tree, reason);
+    return readPlain(xml, handler) || readByDom(xml, handler, reason);
 }
 
-bool cXmlTreeReader::readByDom(const QByteArray& xml, cXmlTree& tree, QString* reason)
+bool cXmlTreeReader::readByDom(const QByteArray& xml, cXmlHandler& handler, QString* reason)
 {
-    tree.clear();
+    handler.beginDocument();
     QDomDocument document;
     if (!cXmlGuard::readDom(xml, document, reason))
         return false;
-    copy(document.documentElement(), tree);
+    tell(document.documentElement(), handler);
     return true;
 }
 
 // As deep as the guard lets the document be.
-void cXmlTreeReader::copy(const QDomElement& element, cXmlTree& tree)
+void cXmlTreeReader::tell(const QDomElement& element, cXmlHandler& handler)
 {
-    tree.beginElement(element.tagName(), element.lineNumber(), element.columnNumber());
-    const QDomNamedNodeMap attributes = element.attributes();
-    for (int i = 0; i < attributes.size(); ++i)
-        tree.addAttribute(attributes.item(i).nodeName(), attributes.item(i).nodeValue());
+    QXmlStreamAttributes attributes;
+    const QDomNamedNodeMap nodes = element.attributes();
+    for (int i = 0; i < nodes.size(); ++i)
+        attributes.append(nodes.item(i).nodeName(), nodes.item(i).nodeValue());
+    handler.beginElement(element.tagName(), attributes, element.lineNumber(), element.columnNumber());
     for (QDomNode child = element.firstChild(); !child.isNull(); child = child.nextSibling()) {
         if (child.isElement())
-            copy(child.toElement(), tree);
+            tell(child.toElement(), handler);
         else if (child.isText())
-            tree.addCharacters(child.nodeValue());
+            handler.addCharacters(child.nodeValue());
     }
-    tree.endElement();
+    handler.endElement();
 }
 
-bool cXmlTreeReader::readPlain(const QByteArray& xml, cXmlTree& tree)
+bool cXmlTreeReader::readPlain(const QByteArray& xml, cXmlHandler& handler)
 {
-    tree.clear();
     if (!isPlain(xml))
         return false;
+    handler.beginDocument();
     QXmlStreamReader stream(xml);
     stream.setNamespaceProcessing(false);
+    int depth = 0;
     while (!stream.atEnd()) {
         switch (stream.readNext()) {
         case QXmlStreamReader::StartElement:
-            if (!beginElement(stream, tree))
+            if (++depth > cXmlGuard::MaxDepth || !beginElement(stream, handler))
                 return false;
             break;
         case QXmlStreamReader::Characters:
-            if (!stream.text().trimmed().isEmpty()) // the DOM drops text that is nothing but space
-                tree.addCharacters(stream.text());
+            if (!stream.isWhitespace()) // the DOM drops text that is nothing but space
+                handler.addCharacters(stream.text());
             break;
         case QXmlStreamReader::EndElement:
-            tree.endElement();
+            --depth;
+            handler.endElement();
             break;
         default:
             break;
@@ -65,17 +69,16 @@ bool cXmlTreeReader::readPlain(const QByteArray& xml, cXmlTree& tree)
     return !stream.hasError();
 }
 
-bool cXmlTreeReader::beginElement(const QXmlStreamReader& stream, cXmlTree& tree)
+bool cXmlTreeReader::beginElement(const QXmlStreamReader& stream, cXmlHandler& handler)
 {
-    if (tree.depth() == cXmlGuard::MaxDepth || !isPlainName(stream.qualifiedName()))
+    if (!isPlainName(stream.qualifiedName()))
         return false;
-    tree.beginElement(stream.qualifiedName(), int(stream.lineNumber()), int(stream.columnNumber()));
     const QXmlStreamAttributes attributes = stream.attributes();
     for (const QXmlStreamAttribute& attribute : attributes) {
         if (!isPlainName(attribute.qualifiedName()))
             return false;
-        tree.addAttribute(attribute.qualifiedName(), attribute.value());
     }
+    handler.beginElement(stream.qualifiedName(), attributes, int(stream.lineNumber()), int(stream.columnNumber()));
     return true;
 }
 
@@ -98,7 +101,7 @@ bool cXmlTreeReader::isPlain(const QByteArray& xml)
             return false;
     }
     for (char never : {'&', '\r', '\0'}) {
-        if (xml.contains(never))
+        if (std::memchr(xml.constData(), never, size_t(xml.size())))
             return false;
     }
     const char* end = xml.constEnd();

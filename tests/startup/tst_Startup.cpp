@@ -98,8 +98,8 @@ private slots:
             "the feature \"Core\" is not installed",
             "features.xml");
         row("two versions of a plugin", {"A 1.0 Core", "A 1.1 Extra"}, failing,
-            "initialized, not started, 2 plugin A is installed in two versions: 1.00.000 by feature Core, "
-            "1.01.000 by feature Extra",
+            "initialized, not started, 2 plugin \"A\" is installed in two versions: 1.00.000 by feature \"Core\", "
+            "1.01.000 by feature \"Extra\"",
             "two versions");
         row("initialize again", {"A 1.0 Core"}, {"initialize", "initialize", "start", "initialize", "stop"},
             "initialized, initialized, start A, started, initialized, stop A", "initialize() was called again");
