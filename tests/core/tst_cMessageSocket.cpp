@@ -42,7 +42,8 @@ private slots:
             wire += frame(QByteArray(size, 'x'));
         }
         QTRY_COMPARE_WITH_TIMEOUT(m_peer->bytesAvailable(), qint64(wire.size()), 30000);
-        QVERIFY(m_peer->peek(7) == QByteArray("\x03\0\0\0xxx", 7) && m_peer->readAll() == wire);
+        QCOMPARE(m_peer->peek(7), QByteArray("\x03\0\0\0xxx", 7));
+        QVERIFY(m_peer->readAll() == wire);
     }
     void read_data()
     {
