@@ -22,8 +22,8 @@
 
 namespace {
 
-constexpr int headerSize = 4;
-constexpr int batch = 4; ///< Messages in one reading of the clock.
+constexpr int HeaderSize = 4; // of a frame, in bytes
+constexpr int Batch = 4;      // messages in one reading of the clock
 
 /// Threads that are started later inherit the core.
 void stayOnThisCore()
@@ -130,11 +130,11 @@ void thereAndBack(benchmark::State& state, Serve serve, Exchange exchange, int s
     }
     for (auto _ : state) {
         const cProcessorTime time;
-        for (int i = 0; i < batch; ++i)
+        for (int i = 0; i < Batch; ++i)
             benchmark::DoNotOptimize(exchange(echo.socket(), bytes));
         state.SetIterationTime(time.elapsed());
     }
-    state.SetBytesProcessed(state.iterations() * batch * size);
+    state.SetBytesProcessed(state.iterations() * Batch * size);
 }
 
 void compare(Goals& goals, const std::string& name, int messageSize)
@@ -146,7 +146,7 @@ void compare(Goals& goals, const std::string& name, int messageSize)
             ->MinTime(0.03)
             ->Unit(benchmark::kMicrosecond);
     };
-    add("/bare", echoBare, exchangeBare, headerSize + messageSize);
+    add("/bare", echoBare, exchangeBare, HeaderSize + messageSize);
     add("/framed", echoFramed, exchangeFramed, messageSize);
     goals.atLeast(name, name + "/bare", name + "/framed", 0.95);
 }

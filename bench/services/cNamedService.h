@@ -20,6 +20,6 @@ public:
 
 private:
     const QByteArray m_id;
-    std::array<QByteArrayData, 3> m_strings; ///< name of the class, key and value of the class information
+    std::array<QByteArrayData, 3> m_strings; // name of the class, key and value of the class information
     QMetaObject m_metaObject;
 };

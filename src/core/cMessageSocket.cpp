@@ -10,19 +10,18 @@
 
 namespace {
 
-// The length of a message, which stands before it.
-constexpr int HeaderSize = 4;
+constexpr int HeaderSize = 4; // the length before each message
 
-// A read asks for at least so many bytes. It bounds what a length that never arrives can make us hold.
+/// The least that is asked for at once, in bytes. It bounds what a length that never arrives can make us hold.
 constexpr qint64 SmallestRead = 4 * 1024;
 
-// Room is made for so many times of what has arrived, so that a message of megabytes is not moved as it grows. Beyond
-// 16 MiB the array's own doubling will do.
+/// Room is made for so many times of what has arrived, so that a message of megabytes is not moved as it grows. Beyond
+/// so many bytes the array's own doubling will do.
 constexpr qint64 Growth = 8;
 constexpr qint64 FastGrowing = 16 * 1024 * 1024;
 
-// What fits into a QByteArray, beside its own few bytes. A few lengths that can be sent are above.
-constexpr int MaxSize = std::numeric_limits<int>::max() - 64;
+/// What fits into a QByteArray beside its own few bytes. A frame can announce a little more.
+constexpr int MaximalSize = std::numeric_limits<int>::max() - 64;
 
 using Handlers = QList<Corvane::ILocalSocketMessageHandler*>;
 
@@ -55,9 +54,9 @@ QByteArray cMessageSocket::readMessage()
     QByteArray message;
     bool isValid = m_socket->isValid();
     while (isValid && message.size() < length) {
-        collect(message, qMin(length, MaxSize));
+        collect(message, qMin(length, MaximalSize));
         const bool isShort = message.size() < length;
-        if (isShort && (message.size() == MaxSize || !m_socket->waitForReadyRead(-1)))
+        if (isShort && (message.size() == MaximalSize || !m_socket->waitForReadyRead(-1)))
             return QByteArray(); // the flag stays set, on purpose: no further frame can be told from this one's rest
         isValid = m_socket->isValid();
     }

@@ -1,9 +1,12 @@
 #include "services/cListenerRegistry.h"
 
-#include "services/cNotificationInstance.h"
-
 #include <algorithm>
 #include <iterator>
+
+cNotificationInstance::cNotificationInstance(const QString& eventset, QObject* listener, const QString& prefix)
+    : m_eventset(eventset), m_listener(listener), m_prefix(prefix), m_guard(listener)
+{
+}
 
 void cListenerRegistry::add(const Record& record)
 {
@@ -16,15 +19,16 @@ void cListenerRegistry::remove(const QString& eventset, const QObject* listener)
 {
     Records withdrawn;
     const QWriteLocker writer(&m_lock);
-    const auto all = m_ofListener.find(listener);
-    if (all == m_ofListener.end())
+    const auto found = m_ofListener.find(listener);
+    if (found == m_ofListener.end())
         return;
-    const auto kept = std::stable_partition(all->begin(), all->end(),
+    Records& all = found.value();
+    const auto kept = std::stable_partition(all.begin(), all.end(),
                                             [&](const Record& record) { return record->eventset() != eventset; });
-    std::copy(kept, all->end(), std::back_inserter(withdrawn));
-    all->erase(kept, all->end());
-    if (all->isEmpty())
-        m_ofListener.erase(all);
+    std::copy(kept, all.end(), std::back_inserter(withdrawn));
+    all.erase(kept, all.end());
+    if (all.isEmpty())
+        m_ofListener.erase(found);
     withdrawAll(withdrawn);
 }
 
@@ -32,18 +36,22 @@ void cListenerRegistry::removeEverywhere(const QObject* listener)
 {
     Records withdrawn;
     const QWriteLocker writer(&m_lock);
-    withdrawn = m_ofListener.take(listener);
+    const auto found = m_ofListener.find(listener);
+    if (found == m_ofListener.end())
+        return;
+    withdrawn.swap(found.value());
+    m_ofListener.erase(found);
     withdrawAll(withdrawn);
 }
 
 void cListenerRegistry::clear()
 {
-    QMap<QString, Records> dropped;
+    FlatMap<const QObject*, Records> dropped;
     const QWriteLocker writer(&m_lock);
-    dropped.swap(m_sets);
-    m_ofListener.clear();
-    for (const Records& records : qAsConst(dropped)) {
-        for (const Record& record : records)
+    dropped.swap(m_ofListener);
+    m_sets.clear();
+    for (const auto& records : dropped) {
+        for (const Record& record : records.second)
             record->withdraw();
     }
 }
@@ -51,28 +59,25 @@ void cListenerRegistry::clear()
 cListenerRegistry::Records cListenerRegistry::ofSet(const QString& eventset) const
 {
     const QReadLocker reader(&m_lock);
-    return m_sets.value(eventset);
+    const auto found = m_sets.find(eventset);
+    return found == m_sets.end() ? Records() : found->second;
 }
 
 bool cListenerRegistry::hasLiving(const QObject* listener) const
 {
     const QReadLocker reader(&m_lock);
-    const Records records = m_ofListener.value(listener);
-    return std::any_of(records.begin(), records.end(), [](const Record& record) { return record->target(); });
+    const auto found = m_ofListener.find(listener);
+    return found != m_ofListener.end() && std::any_of(found->second.begin(), found->second.end(),
+                                                      [](const Record& record) { return record->target(); });
 }
 
 void cListenerRegistry::withdrawAll(const Records& records)
 {
     for (const Record& record : records) {
         record->withdraw();
-        removeFromSet(record);
+        const auto set = m_sets.find(record->eventset());
+        set.value().removeOne(record);
+        if (set->second.isEmpty())
+            m_sets.erase(set);
     }
-}
-
-void cListenerRegistry::removeFromSet(const Record& record)
-{
-    const auto set = m_sets.find(record->eventset());
-    set->removeOne(record);
-    if (set->isEmpty())
-        m_sets.erase(set);
 }

@@ -9,9 +9,8 @@
 /**
  * A call by name with its values, made once and carried to one object or to several.
  *
- * It finds and calls a method as `QMetaObject::invokeMethod` does, with two differences: an object that lacks the
- * method is no matter for standard error, where `invokeMethod` would tell of each; and what is the same for all
- * objects is done once.
+ * It finds and calls a method as `QMetaObject::invokeMethod` does, with two differences: nothing is printed for an
+ * object that lacks the method, and what is the same for all objects is done once.
  */
 class cMethodCall
 {
@@ -37,5 +36,5 @@ private:
     bool call(QObject* object, const char* signature, Qt::ConnectionType type, QGenericReturnArgument result) const;
 
     const Values& m_values;
-    Text m_signature; ///< such as "changed(QString,int)", with the zero at its end
+    Text m_signature; // such as "changed(QString,int)", with the zero at its end
 };

@@ -5,14 +5,21 @@
 #include <Norvale/cLogCentral.h>
 
 #include "services/cMethodCall.h"
-#include "services/cNotificationInstance.h"
-#include "services/cServiceInstance.h"
 
 namespace {
 
 std::atomic<cServiceMgr*> s_current{nullptr};
 
 } // namespace
+
+IServiceMgr::IServiceMgr() = default;
+
+IServiceMgr::~IServiceMgr() = default;
+
+IServiceMgr* IServiceMgr::instance()
+{
+    return cServiceMgr::current();
+}
 
 cServiceMgr::cServiceMgr() : m_log(cLogCentral::log(QStringLiteral("ServiceMgr")))
 {
@@ -158,11 +165,11 @@ void cServiceMgr::announce(const QString& serviceId)
 
 void cServiceMgr::warnOfFailedCall(const QString& serviceId, const QString& method) const
 {
-    QString reason = QStringLiteral("no service is registered under this id");
+    QString reason = QStringLiteral("none is registered under this id");
     if (m_services.object(serviceId))
-        reason = QStringLiteral("the service has no such method for the given values");
+        reason = QStringLiteral("it has no such method for the given values");
     else if (m_services.contains(serviceId))
-        reason = QStringLiteral("the service has been destroyed without being unregistered");
-    m_log.warning().noquote() << QStringLiteral("Cannot call %1 of service %2: %3.").arg(method, serviceId, reason)
-                              << Qt::endl;
+        reason = QStringLiteral("it has been destroyed without being unregistered");
+    m_log.warning().noquote()
+        << QStringLiteral("Cannot call \"%1\" of the service \"%2\": %3").arg(method, serviceId, reason) << Qt::endl;
 }

@@ -1,28 +1,99 @@
 #include "services/cServiceRegistry.h"
 
-#include "services/cServiceCache.h"
-#include "services/cServiceInstance.h"
+#include <QtCore/QMetaClassInfo>
+#include <QtCore/QThreadStorage>
 
-void cServiceRegistry::insert(const QSharedPointer<cServiceInstance>& record)
+#include <algorithm>
+#include <array>
+#include <cstring>
+
+namespace {
+
+/// The value that the class of @p object declares under @p key: the first entry counted from the root class, so that a
+/// base class's entry wins over a derived one's. Empty when there is none.
+QString classInformation(const QObject* object, const char* key)
 {
-    QSharedPointer<cServiceInstance> superseded;
+    // The entries of a meta-object include those of its base classes; the chain is walked all the same, as a
+    // meta-object that is made at run time may count only its own.
+    for (const QMetaObject* meta = object->metaObject(); meta; meta = meta->superClass()) {
+        for (int i = 0; i < meta->classInfoCount(); ++i) {
+            const QMetaClassInfo info = meta->classInfo(i);
+            if (std::strcmp(info.name(), key) == 0)
+                return QString::fromLatin1(info.value());
+        }
+    }
+    return QString();
+}
+
+/// What a thread has found last for some ids. Each holds for one state of one registry: every change of a registry
+/// gives it a number that none has had before.
+class cLastFound
+{
+public:
+    struct Place
+    {
+        quint64 state = 0; // 0 for none
+        QSharedPointer<cServiceInstance> record;
+    };
+
+    ~cLastFound() { s_ofThread = nullptr; }
+
+    /// The place of the calling thread that may be about the id of this hash.
+    static Place& placeOf(std::size_t hash)
+    {
+        if (!s_ofThread) {
+            // Qt destroys it with its thread; MinGW destroys a thread_local object when its memory is gone already.
+            static QThreadStorage<cLastFound*> owner;
+            owner.setLocalData(s_ofThread = new cLastFound);
+        }
+        return s_ofThread->m_places[hash % s_ofThread->m_places.size()];
+    }
+
+private:
+    static thread_local cLastFound* s_ofThread;
+
+    std::array<Place, 32> m_places;
+};
+
+thread_local cLastFound* cLastFound::s_ofThread = nullptr;
+
+} // namespace
+
+cServiceInstance::cServiceInstance(QObject* service)
+    : m_name(idOf(service))
+    , m_service(service)
+    , m_isThreadSafe(classInformation(service, "threadsafe") == QLatin1String("true"))
+{
+}
+
+QString cServiceInstance::idOf(const QObject* object)
+{
+    return classInformation(object, "service");
+}
+
+void cServiceRegistry::insert(Record record)
+{
     const QWriteLocker writer(&m_lock);
-    superseded = m_records.insert(record);
+    m_records[record->name()].swap(record);
     m_state.store(nextState(), std::memory_order_release);
 }
 
-QSharedPointer<cServiceInstance> cServiceRegistry::take(const QString& id)
+cServiceRegistry::Record cServiceRegistry::take(const QString& id)
 {
+    Record taken;
     const QWriteLocker writer(&m_lock);
-    const QSharedPointer<cServiceInstance> taken = m_records.take(id);
-    if (taken)
+    const auto found = m_records.find(id);
+    if (found != m_records.end()) {
+        taken.swap(found.value());
+        m_records.erase(found);
         m_state.store(nextState(), std::memory_order_release);
+    }
     return taken;
 }
 
 void cServiceRegistry::clear()
 {
-    cServiceIndex dropped;
+    FlatMap<QString, Record> dropped;
     const QWriteLocker writer(&m_lock);
     dropped.swap(m_records);
     m_state.store(nextState(), std::memory_order_release);
@@ -31,40 +102,41 @@ void cServiceRegistry::clear()
 bool cServiceRegistry::contains(const QString& id) const
 {
     const QReadLocker reader(&m_lock);
-    return m_records.find(id);
+    return m_records.contains(id);
 }
 
 QObject* cServiceRegistry::object(const QString& id) const
 {
-    cServiceCache* cache = cServiceCache::ofThread();
-    if (!cache) {
+    const std::size_t hash = m_records.hash_function()(id);
+    cLastFound::Place& last = cLastFound::placeOf(hash);
+    if (last.state == m_state.load(std::memory_order_acquire) && last.record->name() == id)
+        return last.record->service();
+    cLastFound::Place fresh;
+    {
         const QReadLocker reader(&m_lock);
-        return find(id).data();
+        const auto found = m_records.find(id, hash);
+        if (found == m_records.end())
+            return nullptr;
+        fresh = {m_state.load(std::memory_order_relaxed), found->second};
     }
-    cServiceCache::Entry& known = cache->entryFor(id);
-    if (known.state != m_state.load(std::memory_order_acquire) || known.id != id) {
-        const QReadLocker reader(&m_lock);
-        known.id = id;
-        known.object = find(id);
-        known.state = m_state.load(std::memory_order_relaxed);
-    }
-    return known.object.data();
+    last = fresh;
+    return fresh.record->service();
 }
 
 QStringList cServiceRegistry::ids() const
 {
-    const QReadLocker reader(&m_lock);
-    return m_records.ids();
+    QStringList ids;
+    {
+        const QReadLocker reader(&m_lock);
+        for (const auto& record : m_records)
+            ids.append(record.first);
+    }
+    std::sort(ids.begin(), ids.end());
+    return ids;
 }
 
 quint64 cServiceRegistry::nextState()
 {
     static std::atomic<quint64> last{0};
     return last.fetch_add(1, std::memory_order_relaxed) + 1;
-}
-
-QPointer<QObject> cServiceRegistry::find(const QString& id) const
-{
-    const cServiceInstance* record = m_records.find(id);
-    return record ? record->guard() : QPointer<QObject>();
 }

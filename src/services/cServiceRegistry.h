@@ -1,7 +1,8 @@
 #pragma once
 
-#include "services/cServiceIndex.h"
+#include "version/FlatMap.h"
 
+#include <QtCore/QObject>
 #include <QtCore/QPointer>
 #include <QtCore/QReadWriteLock>
 #include <QtCore/QSharedPointer>
@@ -10,37 +11,60 @@
 
 #include <atomic>
 
-class QObject;
-class cServiceInstance;
+/**
+ * One registered service. It never changes after its construction, so any thread may read it.
+ *
+ * The object is not owned. It is held by a guarded pointer: once it is destroyed, `service()` is null.
+ */
+class cServiceInstance : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit cServiceInstance(QObject* service);
+
+    const QString& name() const { return m_name; }
+    QObject* service() const { return m_service.data(); }
+    bool isThreadSafe() const { return m_isThreadSafe; }
+
+    /// The id under which an object of this class is published; empty when its class names none.
+    static QString idOf(const QObject* object);
+
+private:
+    const QString m_name;
+    const QPointer<QObject> m_service;
+    const bool m_isThreadSafe;
+};
 
 /**
  * The registered services by their ids, at most one an id. Any thread may use it.
  *
  * Only the registry's own data is touched under its lock; a record that is dropped is destroyed after it is released.
- * A look-up that the thread has done before, with nothing changed since, takes no lock.
+ * A look-up that the thread has done before, with nothing changed since, takes no lock that other threads would wait
+ * for.
  */
 class cServiceRegistry
 {
 public:
+    using Record = QSharedPointer<cServiceInstance>;
+
     /// Stores a record under its name, in the place of one that is there.
-    void insert(const QSharedPointer<cServiceInstance>& record);
+    void insert(Record record);
     /// @return the record that was stored under @p id; null when there was none.
-    QSharedPointer<cServiceInstance> take(const QString& id);
+    Record take(const QString& id);
     void clear();
 
     bool contains(const QString& id) const;
     /// The object registered under @p id; null when there is none, or when it is gone.
     QObject* object(const QString& id) const;
-    /// All ids in ascending order.
+    /// All ids in ascending order. They are sorted when they are asked for, which is seldom.
     QStringList ids() const;
 
 private:
     static quint64 nextState();
-    /// The guarded object of the record of @p id. The lock is held.
-    QPointer<QObject> find(const QString& id) const;
 
-    mutable QReadWriteLock m_lock; ///< guards the members below
-    cServiceIndex m_records;
-    /// The number of the present state, changed under the lock for writing; threads compare it with what they remember.
+    mutable QReadWriteLock m_lock; // guards the members below
+    FlatMap<QString, Record> m_records;
+    // The number of the present state, changed under the lock for writing; threads compare it with what they remember.
     std::atomic<quint64> m_state{nextState()};
 };

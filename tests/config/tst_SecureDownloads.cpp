@@ -14,13 +14,15 @@ private slots:
     void passesOnWhatIsLarge()
     {
         const QByteArray whole = "hello world" + QByteArray(3000000, '\0');
-        QVERIFY(m_secureSite.isRunning() && m_secureSite.write("large", whole));
+        QVERIFY(m_secureSite.isRunning());
+        QVERIFY(m_secureSite.write("large", whole));
         QBuffer device;
         QVERIFY(device.open(QIODevice::WriteOnly));
         cDownloader downloader;
         trust(downloader);
         QVERIFY2(downloader.download(m_secureSite.url("large"), &device), qPrintable(downloader.errorString()));
-        QVERIFY(device.data() == whole && downloader.data().isEmpty());
+        QVERIFY(device.data() == whole);
+        QCOMPARE(downloader.data(), QByteArray());
     }
     void neverLeavesHttps_data()
     {

@@ -31,8 +31,9 @@ private slots:
     void initTestCase()
     {
         QVERIFY(m_site.isRunning());
-        QVERIFY(m_site.write("a", Text) && m_site.write("empty", "") &&
-                m_site.write("large", QByteArray(1000001, 'x')));
+        QVERIFY(m_site.write("a", Text));
+        QVERIFY(m_site.write("empty", ""));
+        QVERIFY(m_site.write("large", QByteArray(1000001, 'x')));
     }
     void slotsStandInTheirOrder()
     {
@@ -114,9 +115,12 @@ private slots:
             cDownloader downloader;
             QSignalSpy progress(&downloader, &cDownloader::progress);
             QVERIFY2(downloader.download(url, &device), qPrintable(url.path() + downloader.errorString()));
-            QVERIFY(device.data() == whole && downloader.digestResult() == sha1(whole) && downloader.data().isEmpty());
+            QVERIFY(device.data() == whole);
+            QCOMPARE(downloader.digestResult(), sha1(whole));
+            QCOMPARE(downloader.data(), QByteArray());
             // The reply's own progress, then that of what was left.
-            QVERIFY(progress.contains({3000011LL, 3000011LL}) && progress.last() == QVariantList({0LL, 0LL}));
+            QVERIFY(progress.contains({3000011LL, 3000011LL}));
+            QCOMPARE(progress.last(), QVariantList({0LL, 0LL}));
         }
     }
     void survivesACutAtAnyByte() { endAtAnyByte("~cut=%1"); }
@@ -145,7 +149,8 @@ private slots:
         const Rows<bool, QString, int, Event> row("isSuccess", "reason", "refusals", "event");
         row("cancelled", false, "Operation canceled", 0, [](cDownloader* d, QIODevice*) { d->cancel(); });
         row("asked for others", true, "", 2, [](cDownloader* d, QIODevice* device) {
-            QVERIFY(!d->download(QUrl("http://127.0.0.1:1/")) && !d->download(QUrl("file:///dev/null"), device));
+            QVERIFY(!d->download(QUrl("http://127.0.0.1:1/")));
+            QVERIFY(!d->download(QUrl("file:///dev/null"), device));
         });
         row("the thread is kept busy", true, "", 0, [](cDownloader*, QIODevice*) { QThread::msleep(1500); });
         row("the device is closed", false, "takes no bytes", 0,
@@ -177,10 +182,13 @@ private slots:
             QVERIFY(!isSuccess || device->data() == Text);
             if (downloader) {
                 QVERIFY2(downloader->errorString().contains(reason), qPrintable(downloader->errorString()));
-                QVERIFY(downloader->isCancelled() == reason.contains("cancel") && !downloader->hasReply());
+                QCOMPARE(downloader->isCancelled(), reason.contains("cancel"));
+                QVERIFY(!downloader->hasReply());
                 // The next transfer begins with nothing of this one.
-                QVERIFY(downloader->download(m_site.url("a")) && downloader->data() == Text);
-                QVERIFY(!downloader->isCancelled() && downloader->error() == 0);
+                QVERIFY(downloader->download(m_site.url("a")));
+                QCOMPARE(downloader->data(), Text);
+                QVERIFY(!downloader->isCancelled());
+                QCOMPARE(downloader->error(), 0);
             }
             QTEST(log.close().count("Not fetched while another transfer waits"), "refusals");
             delete downloader;
@@ -191,11 +199,12 @@ private slots:
     {
         cDownloader downloader;
         OpenBuffer device;
-        QTimer::singleShot(0, &downloader, [&] {
-            downloader.findChild<QNetworkReply*>()->disconnect(SIGNAL(readyRead()));
-        });
-        QVERIFY(downloader.download(m_site.url("a", "~trickle=5"), &device) && device.data() == Text);
-        QVERIFY(downloader.data() == Text && downloader.digestResult() == sha1(Text + Text));
+        QTimer::singleShot(0, &downloader,
+                           [&] { downloader.findChild<QNetworkReply*>()->disconnect(SIGNAL(readyRead())); });
+        QVERIFY(downloader.download(m_site.url("a", "~trickle=5"), &device));
+        QCOMPARE(device.data(), Text);
+        QCOMPARE(downloader.data(), Text);
+        QCOMPARE(downloader.digestResult(), sha1(Text + Text));
     }
     void stopsAtOnceAndSleepsMeanwhile()
     {
@@ -220,7 +229,8 @@ private slots:
             QSKIP("a disk that is always full is needed");
         cDownloader downloader;
         for (const QUrl& url : {m_site.url("a"), localUrl("a")}) {
-            QVERIFY(!downloader.download(url, &full) && !downloader.hasSucceeded());
+            QVERIFY(!downloader.download(url, &full));
+            QVERIFY(!downloader.hasSucceeded());
             QVERIFY2(downloader.errorString().contains(Platform::diskFullText()), qPrintable(downloader.errorString()));
         }
     }
@@ -239,7 +249,8 @@ private:
         for (int length = 0; length <= whole + 60; length += step) {
             const bool isWhole = downloader.download(m_site.url("a", fault.arg(length)));
             QVERIFY2(isWhole == (length >= whole), qPrintable(fault.arg(length)));
-            QVERIFY(downloader.data() == (isWhole ? Text : QByteArray()) && !downloader.hasReply());
+            QCOMPARE(downloader.data(), isWhole ? Text : QByteArray());
+            QVERIFY(!downloader.hasReply());
             QCOMPARE(downloader.error(), int(isWhole ? QNetworkReply::NoError : QNetworkReply::RemoteHostClosedError));
         }
     }

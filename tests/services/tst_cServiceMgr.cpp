@@ -7,8 +7,8 @@
 #include <Norvale/Corvane.h>
 #include <Norvale/cJsonValue.h>
 
-#include "services/cServiceInstance.h"
 #include "services/cServiceMgr.h"
+#include "services/cServiceRegistry.h"
 
 #include <memory>
 #include <random>
@@ -141,10 +141,10 @@ private Q_SLOTS:
     }
     void invoke_data()
     {
-        const QString noMethod = "Clock: the service has no such method";
+        const QString noMethod = "the service \"Clock\": it has no such method";
         const Rows<QString, QString, QString> row("id", "method", "reason");
         row("called", "Clock", "now", "");
-        row("unknown id", "Cuckoo", "now", "Cuckoo: no service is registered");
+        row("unknown id", "Cuckoo", "now", "the service \"Cuckoo\": none is registered");
         row("unknown method", "Clock", "tomorrow", noMethod);
         row("method with parentheses", "Clock", "now()", noMethod);
         row("method without a name", "Clock", "", noMethod);
@@ -175,7 +175,8 @@ private Q_SLOTS:
         QCOMPARE(text, "1230");
         bool isHandedOver = false;
         QVERIFY(m_mgr.invoke("Clock", "handOverTo", Q_RETURN_ARG(bool, isHandedOver), Q_ARG(QObject*, &m_alarm)));
-        QVERIFY(isHandedOver && m_alarm.rung == 1);
+        QVERIFY(isHandedOver);
+        QCOMPARE(m_alarm.rung, 1);
         QCOMPARE(m_mgr.serviceList(), QStringList("Alarm"));
     }
     void destroyedServiceAnswersNullAndFalse()
@@ -233,7 +234,7 @@ private:
     SettingsSandbox m_sandbox;
     cServiceMgr m_manager;
     IServiceMgr& m_mgr = m_manager;
-    cClock m_clock; ///< registered, unless a test withdraws it
+    cClock m_clock; // registered, unless a test withdraws it
     cAlarm m_alarm;
     QStringList m_announced;
 };
