@@ -55,6 +55,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
             checkFile(package, record, archive);
         }
     }
-    require(listed == archive.entries().size() && !check.name().isEmpty());
+    require(listed == archive.entries().size() && !check.id().isNull());
     return 0;
 }

@@ -1,8 +1,17 @@
 #pragma once
 
+#include "zip/cInflater.h"
+
 #include <QtCore/QByteArray>
 
 #include <zlib.h>
+
+/// What an archive that says the truth states of @p content.
+inline cInflater::Stated statedOf(const QByteArray& content)
+{
+    const auto* bytes = reinterpret_cast<const Bytef*>(content.constData());
+    return {quint32(content.size()), quint32(crc32(0, bytes, uInt(content.size())))};
+}
 
 /// What an entry unpacks to, in the steps that it is told by, as plainly as they can be said.
 /// @param size the uncompressed size that the directory states.

@@ -73,6 +73,7 @@ private:
 
     cLogImpl& m_channel;
     debugType m_level;
-    cLogLine* m_line; ///< Where this line is composed, and
-    quint64 m_number; ///< its number there: together they tell who holds the channel's lock.
+    // Together they tell who holds the channel's lock.
+    cLogLine* m_line; // where this line is composed
+    quint64 m_number; // its number there
 };

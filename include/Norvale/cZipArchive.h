@@ -10,7 +10,7 @@
 #include <QtCore/QString>
 
 class QIODevice;
-class cZipArchiveData;
+struct cZipArchiveData;
 class cZipEntry;
 
 /**

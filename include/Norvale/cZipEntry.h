@@ -64,6 +64,6 @@ private:
     friend class cZipEntryBlock;
     cZipEntry(cZipEntryBlock* block, const uchar* record);
 
-    cZipEntryBlock* m_block; ///< What the entries of one parse share.
-    const uchar* m_record;   ///< This entry's record of the central directory, in memory that the block keeps.
+    cZipEntryBlock* m_block; // what the entries of one parse share
+    const uchar* m_record;   // this entry's record of the central directory, in memory that the block keeps
 };

@@ -17,7 +17,7 @@ namespace {
 
 const QString RequestMember = QStringLiteral("request");
 
-// It is repeated in every answer, an error about too long an answer among them, so it must be short itself.
+// Every answer repeats the request, also the error that an answer is too long, so the request itself must be short.
 constexpr int MaxRequestLength = 256;
 
 QJsonValue requestOf(const cJsonValue& message)

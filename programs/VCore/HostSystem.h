@@ -11,10 +11,10 @@ namespace HostSystem {
 /// @p error, when there is none.
 QString userFolder(QString* error);
 
-/// What a socket with the name @p baseName, and its lock in @p folder, is called.
+/// The full name of the socket @p baseName in @p folder.
 QString socketName(const QString& folder, const QString& baseName);
 
-/// What tells the user from others where the names of sockets do not lie in a folder of the user; else empty.
+/// Tells the user from others where the names of sockets do not lie in a folder of the user; empty where they do.
 QString userPart();
 
 /// The one spelling of @p path where the system knows a folder by several.

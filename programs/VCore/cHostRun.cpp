@@ -8,17 +8,14 @@
 #include "wire/cHostAddress.h"
 
 #include <Norvale/Corvane.h>
-#include <Norvale/IConfigMgr.h>
 #include <Norvale/IInstallMgr.h>
 #include <Norvale/IPluginMgr.h>
 
 #include <QtCore/QCoreApplication>
-#include <QtCore/QFile>
-#include <QtXml/QDomDocument>
 
 namespace {
 
-// A request to set up anew belongs to the run that made it.
+// A request of an earlier run to set the suite up anew is void.
 void forgetRestartRequests()
 {
     if (Corvane::restartOption() != Corvane::NoRestart)
@@ -30,15 +27,6 @@ void forgetRestartRequests()
 bool isRestartRequested()
 {
     return Corvane::restartOption() != Corvane::NoRestart || !Corvane::restartSetupFilename().isEmpty();
-}
-
-// A catalogue that cannot be read says nothing about the feature "Core"; an absent one is that of a fresh machine.
-bool isCoreMissing()
-{
-    const QString catalogue = Corvane::velmiraFolderOrFile(Corvane::FeaturesFile);
-    QDomDocument document;
-    const bool isReadable = !QFile::exists(catalogue) || Corvane::FileReadDom(catalogue, document, false);
-    return isReadable && !IConfigMgr::isFeatureInstalled(QStringLiteral("Core"));
 }
 
 } // namespace
@@ -122,8 +110,8 @@ ExitCode cHostRun::initialise()
     return ExitCode::Ok;
 }
 
-// Installs what an update has fetched, and finishes what a killed run left unfinished. Whatever comes of it, a whole
-// set of plugins is installed afterwards, so the suite starts.
+// Installs what an update has fetched, and finishes what a killed run left unfinished. Also after a failure a whole set
+// of plugins is installed, so the suite starts.
 void cHostRun::installWaiting()
 {
     cChangeLock lock;
@@ -148,7 +136,7 @@ ExitCode cHostRun::start()
     if (ok)
         return ExitCode::Ok;
     IPluginMgr::instance()->setObserver(nullptr);
-    if (isCoreMissing()) {
+    if (IPluginMgr::instance()->lastOutcome().result == cStartOutcome::NoCore) {
         return endWith(ExitCode::NoCore, QStringLiteral("the feature \"Core\" is not installed in %1")
                                              .arg(Corvane::velmiraFolderOrFile(Corvane::CoreFolder)));
     }

@@ -2,48 +2,49 @@
 
 #include <QtCore/QString>
 
-/// How a program ends. The numbers are part of its interface: scripts tell the ends apart by them, so none is ever
-/// reused. VCore and norvale count for themselves; their meanings stand in ExitCode.cpp.
+// How the programs end. The numbers are part of their interface: scripts tell the ends apart by them, so none is ever
+// reused. Each program counts for itself: whose code it is, its name, its number, and what it means.
+#define EXIT_CODES(X)                                                                                                  \
+    X(All, Ok, 0, "done, in order and without an error")                                                               \
+    X(All, Usage, 2, "the command line was not understood")                                                            \
+    X(VCore, InitialiseFailed, 3, "the framework could not be initialised")                                            \
+    X(VCore, StartFailed, 4, "the suite could not be started")                                                         \
+    X(VCore, NoCore, 5, "the feature \"Core\" is not installed")                                                       \
+    X(VCore, HostRunning, 6, "another host of this installation is running")                                           \
+    X(VCore, NoHost, 7, "no host of this installation is running")                                                     \
+    X(VCore, CallFailed, 8, "the running host answered with an error")                                                 \
+    X(VCore, Timeout, 9, "the running host did not answer in time")                                                    \
+    X(VCore, Restart, 10, "the suite asks to be set up anew with the stored setup program")                            \
+    X(VCore, SocketFailed, 11, "the local socket or its lock could not be had")                                        \
+    X(VCore, Fatal, 12, "the framework met a fatal condition")                                                         \
+    X(VCore, HardStop, 13, "ended hard by a second stop signal")                                                       \
+    X(VCore, FileFailed, 14, "the log or trace file could not be written")                                             \
+    X(VCore, ConnectionLost, 15, "the running host closed the connection before it had answered")                      \
+    X(VCore, LoopEnded, 16, "a plugin ended the event loop with another code than 0")                                  \
+    X(VCore, NoUpdate, 17, "there is no update")                                                                       \
+    X(VCore, Cancelled, 18, "the check or the update was cancelled; what is installed is as it was")                   \
+    X(VCore, FetchFailed, 19, "a file of the update could not be fetched, or is not what its hash says")               \
+    X(VCore, CoreTooOld, 20, "what is to be fetched or installed needs a newer core")                                  \
+    X(VCore, FeatureMissing, 21, "the update sites lack a feature that is installed, needed or asked for")             \
+    X(VCore, CheckFailed, 22, "the update check ended without a result")                                               \
+    X(VCore, NewCore, 23, "the update is a new core; after --update its setup program is there to be run")             \
+    X(VCore, InstallIncomplete, 24, "the installation left something out")                                             \
+    X(VCore, NothingToInstall, 25, "there is no description of a repository to install from")                          \
+    X(VCore, UninstallIncomplete, 26, "something could not be removed")                                                \
+    X(VCore, UpdateRunning, 27, "another process fetches an update for this installation, or installs one")            \
+    X(VCore, SettingsFailed, 28, "the settings could not be written")                                                  \
+    X(norvale, Faults, 1, "the input breaks a rule; nothing was written")                                              \
+    X(norvale, ReadFailed, 3, "a file or folder that was named cannot be read")                                        \
+    X(norvale, WriteFailed, 4, "a result could not be written; what was there before stands")                          \
+    X(norvale, Unreachable, 5, "the site's description could not be fetched")                                          \
+    X(norvale, NoGraphviz, 6, "Graphviz's program dot is not there, or failed")                                        \
+    X(norvale, Busy, 7, "another run of this program is changing the site")
+
+/// How a program ends; what the codes mean is in the list above.
 enum class ExitCode {
-    // both
-    Ok = 0,
-    Usage = 2,
-
-    // VCore
-    InitialiseFailed = 3,
-    StartFailed = 4,
-    NoCore = 5,
-    HostRunning = 6,
-    NoHost = 7,
-    CallFailed = 8,
-    Timeout = 9,
-    Restart = 10,
-    SocketFailed = 11,
-    Fatal = 12,
-    HardStop = 13,
-    FileFailed = 14,
-    ConnectionLost = 15,
-    LoopEnded = 16,
-    NoUpdate = 17,
-    Cancelled = 18,
-    FetchFailed = 19,
-    CoreTooOld = 20,
-    FeatureMissing = 21,
-    CheckFailed = 22,
-    NewCore = 23,
-    InstallIncomplete = 24,
-    NothingToInstall = 25,
-    UninstallIncomplete = 26,
-    UpdateRunning = 27,
-    SettingsFailed = 28,
-
-    // norvale
-    Faults = 1,
-    ReadFailed = 3,
-    WriteFailed = 4,
-    Unreachable = 5,
-    NoGraphviz = 6,
-    Busy = 7
+#define X(program, name, number, meaning) name = number,
+    EXIT_CODES(X)
+#undef X
 };
 
 /// The exit codes of this program with their meanings, a line each, as the help text shows them.

@@ -15,16 +15,17 @@
  * A command is called by an option of its own ("--list", or "--send JSON"), or it is a sub-command ("pack", or "site
  * add" in the group "site"). All commands of a program are of one kind.
  */
-class cSyntax
+struct cSyntax
 {
-public:
+    using Target = std::variant<bool*, QString*, QStringList*>;
+
     /// One option or word, and where its value goes.
     struct Parameter
     {
         QByteArray names; // "--feature" or "-o,--output"; of words what the help calls them
-        const char* form; // what the help calls the value
+        Target target;
         const char* help;
-        std::variant<bool*, QString*, QStringList*> target;
+        const char* form; // what the help calls the value of an option
 
         bool isOption() const { return names.startsWith('-'); }
 
@@ -32,53 +33,37 @@ public:
         QByteArray key() const { return names.mid(names.lastIndexOf(',') + 1); }
     };
 
-    /// Names a sub-command, or a command whose option has no value.
-    void setName(const char* name, const char* help);
+    QByteArray name;
+    const char* help = "";
+    const char* footer = ""; // what the help of a sub-command says below its options
+    int leastWords = 0;      // this and the next for commands that are options
+    int mostWords = 0;
+    QList<Parameter> parameters; // all options and words, the command's own option among them
 
-    /// Names a command whose option has a value.
-    void setName(const char* name, QString* target, const char* form, const char* help);
+    /// Names the command. One that is an option may take a value, which the help calls @p form.
+    void call(const char* newName, const char* newHelp, Target target = static_cast<bool*>(nullptr),
+              const char* form = "")
+    {
+        name = newName;
+        help = newHelp;
+        if (isOption())
+            add(newName, target, newHelp, form);
+    }
 
-    /// What the help of a sub-command says below its options.
-    void setFooter(const char* text) { m_footer = text; }
+    /**
+     * Adds an option when @p names begin with a dash, else words. An option is a flag for a bool; else it has a value,
+     * which the help calls @p form, and may repeat for a list. A text is one word that must be there, a list all
+     * others. What a text holds is the default of its option; it stays null when there is neither.
+     */
+    void add(const char* names, Target target, const char* newHelp, const char* form = "")
+    {
+        parameters.append({names, target, newHelp, form});
+    }
 
-    void addFlag(const char* names, bool* target, const char* help);
-
-    /// An option with a value. What @p target holds is the default; without one it stays null when it is not given.
-    void addOption(const char* names, QString* target, const char* form, const char* help);
-
-    /// An option with a value that may be given several times.
-    void addOption(const char* names, QStringList* target, const char* form, const char* help);
-
-    /// A word that must be there; for sub-commands.
-    void addWord(const char* name, QString* target, const char* help);
-
-    /// The other words. Where commands are options, all that follows the first word is a word, whatever it looks like,
-    /// and there must be @p least of them at least and @p most at most.
-    void addWords(const char* name, QStringList* target, const char* help, int least = 0, int most = 1000);
-
-    QByteArray name() const { return m_name; }
-    const char* help() const { return m_help; }
-    const char* footer() const { return m_footer; }
-    int leastWords() const { return m_leastWords; }
-    int mostWords() const { return m_mostWords; }
-    bool isOption() const { return m_name.startsWith('-'); }
-
-    /// All options and words; the first of a command that is an option is this option.
-    const QList<Parameter>& parameters() const { return m_parameters; }
-
-    /// Whether an option with the key @p key goes with the command.
-    bool hasOption(const QByteArray& key) const;
-
-private:
-    QByteArray m_name;
-    const char* m_help = "";
-    const char* m_footer = "";
-    int m_leastWords = 0;
-    int m_mostWords = 0;
-    QList<Parameter> m_parameters;
+    bool isOption() const { return name.startsWith('-'); }
 };
 
-/// Something that a program does. A new command is a class of its own, and a line in its program's main().
+/// Something that a program does. A new command is a class of its own, and is added where its program adds the others.
 class cCommand
 {
 public:

@@ -79,15 +79,15 @@ void addOptionCommands(CLI::App& app, const QList<cSyntax>& syntaxes)
 {
     QStringList uses;
     for (const cSyntax& syntax : syntaxes) {
-        for (const cSyntax::Parameter& parameter : syntax.parameters()) {
+        for (const cSyntax::Parameter& parameter : syntax.parameters) {
             const std::string key = parameter.key().toStdString();
             if (!parameter.isOption()) {
-                uses.append(QStringLiteral("%1 %2").arg(QString(syntax.name()), QString(parameter.names)));
+                uses.append(QStringLiteral("%1 %2").arg(QString(syntax.name), QString(parameter.names)));
             } else if (!app.get_option_no_throw(key)) {
                 addParameter(app, parameter);
                 CLI::Option* const option = app.get_option(key);
                 option->multi_option_policy(CLI::MultiOptionPolicy::TakeLast)->disable_flag_override();
-                option->group(parameter.key() == syntax.name() ? "Commands" : "Options");
+                option->group(parameter.key() == syntax.name ? "Commands" : "Options");
             }
         }
     }
@@ -101,11 +101,11 @@ int pickOptionCommand(const CLI::App& app, const QList<cSyntax>& syntaxes, QStri
 {
     int picked = -1;
     for (int i = 0; i < syntaxes.size(); ++i) {
-        if (app.count(syntaxes.at(i).name().toStdString()) == 0)
+        if (app.count(syntaxes.at(i).name.toStdString()) == 0)
             continue;
         if (picked >= 0) {
             *error = QStringLiteral("%1 and %2 exclude each other")
-                         .arg(QString(syntaxes.at(picked).name()), QString(syntaxes.at(i).name()));
+                         .arg(QString(syntaxes.at(picked).name), QString(syntaxes.at(i).name));
         }
         picked = i;
     }
@@ -115,31 +115,33 @@ int pickOptionCommand(const CLI::App& app, const QList<cSyntax>& syntaxes, QStri
 // What is given beside the command and does not go with it; empty when all does.
 QString errorOf(const CLI::App& app, const cSyntax& syntax)
 {
-    const QString name = syntax.name();
+    const QString name = syntax.name;
     for (const CLI::Option* const option : app.get_options()) {
         const QByteArray key = QByteArray::fromStdString(option->get_name());
-        if (option->count() > 0 && option->nonpositional() && !syntax.hasOption(key))
+        const bool isOurs = std::any_of(syntax.parameters.begin(), syntax.parameters.end(),
+                                        [&](const cSyntax::Parameter& parameter) { return parameter.key() == key; });
+        if (option->count() > 0 && option->nonpositional() && !isOurs)
             return QStringLiteral("%1 does not go with %2").arg(QString(key), name);
     }
     const std::vector<std::string> words = app.get_option(Words)->results();
-    if (int(words.size()) < syntax.leastWords())
-        return QStringLiteral("%1 takes at least %2 arguments").arg(name).arg(syntax.leastWords());
-    if (int(words.size()) > syntax.mostWords())
-        return QStringLiteral("\"%1\" is not understood").arg(unguarded(words.at(size_t(syntax.mostWords()))));
+    if (int(words.size()) < syntax.leastWords)
+        return QStringLiteral("%1 takes at least %2 arguments").arg(name).arg(syntax.leastWords);
+    if (int(words.size()) > syntax.mostWords)
+        return QStringLiteral("\"%1\" is not understood").arg(unguarded(words.at(size_t(syntax.mostWords))));
     return QString();
 }
 
 CLI::App* addSubcommand(CLI::App& app, const cSyntax& syntax)
 {
     CLI::App* parent = &app;
-    QByteArray name = syntax.name();
+    QByteArray name = syntax.name;
     if (name.contains(' ')) {
         parent = app.get_subcommand(name.left(name.indexOf(' ')).toStdString());
         name = name.mid(name.indexOf(' ') + 1);
     }
-    CLI::App* const command = parent->add_subcommand(name.toStdString(), syntax.help());
-    command->footer(syntax.footer());
-    for (const cSyntax::Parameter& parameter : syntax.parameters())
+    CLI::App* const command = parent->add_subcommand(name.toStdString(), syntax.help);
+    command->footer(syntax.footer);
+    for (const cSyntax::Parameter& parameter : syntax.parameters)
         addParameter(*command, parameter);
     return command;
 }
@@ -147,7 +149,7 @@ CLI::App* addSubcommand(CLI::App& app, const cSyntax& syntax)
 // Gives the variables of @p syntax what @p app has read.
 void deliver(const CLI::App& app, const cSyntax& syntax)
 {
-    for (const cSyntax::Parameter& parameter : syntax.parameters()) {
+    for (const cSyntax::Parameter& parameter : syntax.parameters) {
         const bool isMerged = syntax.isOption() && !parameter.isOption();
         const CLI::Option* const option = app.get_option(isMerged ? Words : parameter.key().toStdString());
         if (option->count() == 0)

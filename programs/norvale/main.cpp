@@ -1,4 +1,5 @@
-#include "cProgram.h"
+#include "Commands.h"
+#include "common/cProgram.h"
 
 #include <QtCore/QCoreApplication>
 
@@ -9,5 +10,10 @@ int main(int argc, char** argv)
     QCoreApplication::setOrganizationName(QStringLiteral("Varkel"));
     QCoreApplication::setApplicationName(QStringLiteral("norvale"));
     QCoreApplication::setApplicationVersion(QStringLiteral(NORVALE_TOOL_VERSION));
-    return int(cProgram().run(QCoreApplication::arguments()));
+    cProgram program("For people who build plugins and run update sites.");
+    addPackCommand(program);
+    addLintCommand(program);
+    addGraphCommand(program);
+    addSiteCommands(program);
+    return int(program.run(QCoreApplication::arguments()));
 }

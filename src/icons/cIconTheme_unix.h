@@ -24,6 +24,6 @@ private:
     QString pictureIn(const QString& folder, const QString& name) const;
 
     int m_size;
-    QStringList m_roots;    ///< folders that have themes in them
-    QStringList m_suffixes; ///< of pictures that Qt reads, the preferred one first
+    QStringList m_roots;    // folders that have themes in them
+    QStringList m_suffixes; // of pictures that Qt reads, the preferred one first
 };

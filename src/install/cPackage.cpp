@@ -1,13 +1,10 @@
 #include "install/cPackage.h"
 
 #include "core/System.h"
-#include "zip/Inflate.h"
 #include "zip/ZipRecords.h"
 
 #include <QtCore/QBuffer>
 #include <QtCore/QFile>
-
-using namespace ZipRecords;
 
 namespace {
 
@@ -18,17 +15,17 @@ bool failWith(QString* error, const QString& reason)
 }
 
 /// What keeps the local header from belonging to the record; empty when it does.
-QString mismatch(const cZipRecord& record, const uchar* local, const QByteArray& name)
+QString mismatch(const cZipRecord& record, const cZipLocalHeader& local)
 {
-    if (field32(local, 0) != LocalSignature)
+    if (!local.hasSignature())
         return QStringLiteral("its local header has no signature");
-    if (QString::fromLatin1(name) != record.name)
-        return QStringLiteral("its local header names \"%1\"").arg(QString::fromLatin1(name));
-    if (field16(local, LocalMethod) != record.method)
+    if (local.name() != record.name)
+        return QStringLiteral("its local header names \"%1\"").arg(local.name());
+    if (local.method() != record.method)
         return QStringLiteral("its local header has another compression method");
-    if (field16(local, LocalFlags) & cZipRecord::HasDataDescriptor)
+    if (local.flags() & cZipRecord::HasDataDescriptor)
         return QStringLiteral("its sizes stand behind its data (data descriptor) instead of before them");
-    if (field32(local, LocalCompressedSize) != record.compressedSize)
+    if (local.compressedSize() != record.compressedSize)
         return QStringLiteral("its local header has another compressed size");
     return QString();
 }
@@ -61,16 +58,14 @@ bool cPackage::readDirectory()
 bool cPackage::locate(const cZipRecord& record, Span* span, QString* error) const
 {
     span->begin = record.localHeaderOffset;
-    if (span->begin + LocalSize > m_directoryOffset || m_directoryOffset > m_bytes.size())
+    if (span->begin + cZipLocalHeader::Size > m_directoryOffset || m_directoryOffset > m_bytes.size())
         return failWith(error, QStringLiteral("its local header does not lie before the directory"));
-    const auto* local = reinterpret_cast<const uchar*>(m_bytes.constData()) + span->begin;
-    const int nameLength = field16(local, LocalNameLength);
-    span->data = span->begin + LocalSize + nameLength + field16(local, LocalExtraLength);
+    const cZipLocalHeader local(reinterpret_cast<const uchar*>(m_bytes.constData()) + span->begin);
+    span->data = span->begin + local.dataOffset();
     span->end = span->data + record.compressedSize;
     if (span->end > m_directoryOffset)
         return failWith(error, QStringLiteral("its data do not lie before the directory"));
-    const char* name = m_bytes.constData() + span->begin + LocalSize;
-    *error = mismatch(record, local, QByteArray::fromRawData(name, nameLength));
+    *error = mismatch(record, local);
     return error->isEmpty();
 }
 
@@ -81,9 +76,9 @@ bool cPackage::readContent(const cZipRecord& record, QByteArray* content, QStrin
         return false;
     // A view into the package; nothing is copied but what is stored.
     const QByteArray data = QByteArray::fromRawData(m_bytes.constData() + span.data, int(record.compressedSize));
-    if (record.method == Stored)
+    if (record.method == cZipHeader::Stored)
         *content = QByteArray(data.constData(), data.size());
-    else if (!Inflate::inflateRaw(data, record.uncompressedSize, content, error))
+    else if (!m_inflater.inflate(data, record.uncompressedSize, {record.uncompressedSize, record.crc}, content, error))
         return false;
     if (quint32(content->size()) == record.uncompressedSize)
         return true;

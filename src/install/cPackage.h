@@ -1,5 +1,6 @@
 #pragma once
 
+#include "zip/cInflater.h"
 #include "zip/cZipDirectory.h"
 
 #include <QtCore/QByteArray>
@@ -48,6 +49,7 @@ private:
     QByteArray m_bytes;
     QVector<cZipRecord> m_records;
     qint64 m_directoryOffset = 0;
+    mutable cInflater m_inflater;
     QString m_errorString;
 };
 

@@ -59,7 +59,7 @@ JsonNumber::Number decodeDouble(const char* begin, const char*& at, const char* 
 
 constexpr int Precision = 6; // significant digits of a stream with default settings
 
-// Numbers of this range are written without an exponent, before and after rounding.
+// Numbers of this range are written without an exponent, also when they have been rounded up.
 constexpr double FixedBegin = 0.0001;
 constexpr double FixedLast = 999999;
 

@@ -4,7 +4,7 @@
 #include <Norvale/cJsonValue.h>
 #include <Norvale/cJsonWriter.h>
 
-#include "json/JsonEscape.h"
+#include "json/JsonText.h"
 #include "json/cJsonParts.h"
 
 #include <QtCore/QDebug>
@@ -55,7 +55,7 @@ void writeScalar(QTextStream& s, const cJsonValue& v)
         s << v.toDouble();
         return;
     case StringType:
-        s << '"' << JsonEscape::plain(cJsonParts::string(v)) << '"';
+        s << '"' << JsonText::escaped(cJsonParts::string(v)) << '"';
         return;
     case BooleanType:
         s << (v.toBool() ? "true" : "false");

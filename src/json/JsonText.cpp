@@ -5,6 +5,8 @@
 #include <QtCore/QVarLengthArray>
 
 #include <array>
+#include <charconv>
+#include <cstring>
 
 namespace {
 
@@ -31,29 +33,12 @@ char meaningOf(char letter)
     }
 }
 
-/// The value of each byte as a hex digit, -1 for those that are none.
-constexpr std::array<qint8, 256> hexDigits()
-{
-    std::array<qint8, 256> table{};
-    for (qint8& value : table)
-        value = -1;
-    for (int i = 0; i < 10; ++i)
-        table[size_t('0' + i)] = qint8(i);
-    for (int i = 0; i < 6; ++i)
-        table[size_t('a' + i)] = table[size_t('A' + i)] = qint8(10 + i);
-    return table;
-}
-
-constexpr std::array<qint8, 256> s_hexDigits = hexDigits();
-
 /// Four hex digits at @p at as a UTF-16 unit; negative when they are none or too few.
 int hexUnit(const char* at, const char* end)
 {
-    if (end - at < 4)
-        return -1;
-    const int digits[] = {s_hexDigits[quint8(at[0])], s_hexDigits[quint8(at[1])], s_hexDigits[quint8(at[2])],
-                          s_hexDigits[quint8(at[3])]};
-    return digits[0] * 4096 | digits[1] * 256 | digits[2] * 16 | digits[3];
+    ushort unit = 0;
+    const bool isWhole = end - at >= 4 && std::from_chars(at, at + 4, unit, 16).ptr == at + 4;
+    return isWhole ? unit : -1;
 }
 
 using Units = QVarLengthArray<ushort, 512>;
@@ -85,6 +70,75 @@ bool appendEscape(Units& units, const char*& at, const char* end)
     return true;
 }
 
+/// What a unit below 256 becomes; eight bytes are copied, the first `size` of them count.
+struct Escape
+{
+    char bytes[7];
+    quint8 size;
+};
+
+constexpr char hexDigit(int digit)
+{
+    return "0123456789abcdef"[digit];
+}
+
+constexpr Escape escapeOf(int unit)
+{
+    const std::pair<char, char> letters[] = {{'\\', '\\'}, {'"', '"'},  {'\b', 'b'}, {'\f', 'f'},
+                                             {'\n', 'n'},  {'\r', 'r'}, {'\t', 't'}};
+    for (const auto& letter : letters) {
+        if (unit == letter.first)
+            return {{'\\', letter.second}, 2};
+    }
+    if (unit < 128)
+        return {{char(unit)}, 1};
+    return {{'\\', 'u', '0', '0', hexDigit(unit >> 4), hexDigit(unit & 15)}, JsonText::MaxEscape};
+}
+
+constexpr std::array<Escape, 256> escapes()
+{
+    std::array<Escape, 256> table{};
+    for (int unit = 0; unit < 256; ++unit)
+        table[size_t(unit)] = escapeOf(unit);
+    return table;
+}
+
+constexpr std::array<Escape, 256> Escapes = escapes();
+
+char* writeUnit(ushort unit, char* out)
+{
+    if (unit < 256) {
+        const Escape& escape = Escapes[unit];
+        std::memcpy(out, escape.bytes, sizeof escape.bytes);
+        return out + escape.size;
+    }
+    const char text[] = {
+        '\\', 'u', hexDigit(unit >> 12), hexDigit((unit >> 8) & 15), hexDigit((unit >> 4) & 15), hexDigit(unit & 15)};
+    std::memcpy(out, text, sizeof text);
+    return out + sizeof text;
+}
+
+#if defined(NORVALE_JSON_SSE2)
+
+/// Eight units as bytes in the low half. Units that no byte can hold become 255, or 0 from 0x8000 on.
+__m128i packed(const QChar* units)
+{
+    const __m128i words = JsonScan::load(reinterpret_cast<const char*>(units));
+    return _mm_packus_epi16(words, words);
+}
+
+/// One bit for each of the eight bytes that are not copied as they are, or may not be: above 127, below 32, quotes and
+/// backslashes.
+int specialBytes(__m128i bytes)
+{
+    const __m128i control = _mm_cmplt_epi8(bytes, _mm_set1_epi8(0x20));
+    const __m128i quote = _mm_cmpeq_epi8(bytes, _mm_set1_epi8('"'));
+    const __m128i backslash = _mm_cmpeq_epi8(bytes, _mm_set1_epi8('\\'));
+    return _mm_movemask_epi8(_mm_or_si128(control, _mm_or_si128(quote, backslash))) & 0xff;
+}
+
+#endif
+
 } // namespace
 
 const char* JsonText::findClosingQuote(const char* at, const char* end, bool* isPlain)
@@ -111,4 +165,59 @@ bool JsonText::decodeEscaped(const char* at, const char* end, QString& out)
     }
     out = QString(reinterpret_cast<const QChar*>(units.constData()), units.size());
     return true;
+}
+
+char* JsonText::escape(const QChar* units, int count, char* out)
+{
+    const QChar* const end = units + count;
+#if defined(NORVALE_JSON_SSE2)
+    while (end - units >= 8) {
+        const __m128i bytes = packed(units);
+        const int special = specialBytes(bytes);
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(out), bytes);
+        const int plain = special ? int(qCountTrailingZeroBits(quint32(special))) : 8;
+        units += plain;
+        out += plain;
+        // Units that need an escape mostly come in runs.
+        while (special && units < end &&
+               (units->unicode() > 127 || Escapes[units->unicode()].size > 1 || units->unicode() < 32))
+            out = writeUnit((units++)->unicode(), out);
+    }
+#endif
+    while (units < end)
+        out = writeUnit((units++)->unicode(), out);
+    return out;
+}
+
+QByteArray JsonText::escaped(const QString& text)
+{
+    constexpr int Step = 512;
+    QByteArray ascii;
+    char piece[Step * MaxEscape + Slack];
+    for (int done = 0; done < text.size(); done += Step) {
+        const char* const end = escape(text.constData() + done, qMin(Step, text.size() - done), piece);
+        ascii.append(piece, int(end - piece));
+    }
+    return ascii;
+}
+
+char* JsonText::copyAscii(const QChar* units, int count, char* out)
+{
+    ushort all = 0;
+    int i = 0;
+#if defined(NORVALE_JSON_SSE2)
+    __m128i any = _mm_setzero_si128();
+    for (; count - i >= 8; i += 8) {
+        any = _mm_or_si128(any, JsonScan::load(reinterpret_cast<const char*>(units + i)));
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(out + i), packed(units + i));
+    }
+    any = _mm_cmpeq_epi16(_mm_and_si128(any, _mm_set1_epi16(short(0xff80))), _mm_setzero_si128());
+    if (_mm_movemask_epi8(any) != 0xffff)
+        return nullptr;
+#endif
+    for (; i < count; ++i) {
+        all |= units[i].unicode();
+        out[i] = char(units[i].unicode());
+    }
+    return all > 127 ? nullptr : out + count;
 }

@@ -1,8 +1,9 @@
 #pragma once
 
+#include <QtCore/QByteArray>
 #include <QtCore/QString>
 
-/// Decoding of string tokens.
+/// Strings as they stand in a text: decoding of tokens, and escaping.
 namespace JsonText {
 
 /**
@@ -28,5 +29,28 @@ inline bool decode(const char* at, const char* end, bool isPlain, QString& out)
     out = QString::fromLatin1(at, int(end - at));
     return true;
 }
+
+/// The most bytes that `escape` makes of a unit.
+constexpr int MaxEscape = 6;
+
+/// Bytes behind the last one that `escape` and `copyAscii` may overwrite.
+constexpr int Slack = 16;
+
+/**
+ * Writes @p count units to @p out as the content of a string token in ASCII: each unit above 127 as an escape, also
+ * each half of a pair.
+ * @param out has room for `MaxEscape` bytes each and `Slack`.
+ * @return the end.
+ */
+char* escape(const QChar* units, int count, char* out);
+
+/// All of @p text as `escape` writes it.
+QByteArray escaped(const QString& text);
+
+/**
+ * Copies @p count units that are all ASCII to @p out, which has room for them and `Slack`.
+ * @return the end; null when one is not ASCII.
+ */
+char* copyAscii(const QChar* units, int count, char* out);
 
 } // namespace JsonText

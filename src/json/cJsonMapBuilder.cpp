@@ -7,8 +7,7 @@
 
 namespace {
 
-/// An odd number without a pattern, whose multiples spread over the high bits.
-constexpr quint64 HashFactor = Q_UINT64_C(0x9E3779B97F4A7C15);
+constexpr quint64 HashFactor = Q_UINT64_C(0x9E3779B97F4A7C15); // 2^64 by the golden ratio: spreads over the high bits
 
 } // namespace
 
@@ -82,7 +81,7 @@ cJsonMapBuilder::Map cJsonMapBuilder::fill(const Shape& shape, cJsonValue* value
     return map;
 }
 
-/// Whether objects of @p shape are worth looking for: not when fewer than one in eight has been found so far.
+/// Whether objects of @p shape are worth looking up: at least one in eight has been found so far.
 bool cJsonMapBuilder::isRepeating(const Shape& shape)
 {
     return shape.objects < 64 || shape.repeated >= shape.objects / 8;
@@ -105,7 +104,7 @@ cJsonMapBuilder::Map cJsonMapBuilder::share(Shape& shape, cJsonValue* values)
     return known.map;
 }
 
-// What the known map refers to is alive, so an equal address is an equal content.
+// A known map keeps alive what it refers to, so an equal address means equal content.
 bool cJsonMapBuilder::holds(const Map& map, const Shape& shape, const cJsonValue* values)
 {
     auto source = shape.sorted.begin();

@@ -35,18 +35,18 @@ private:
     struct Shape
     {
         std::vector<const QString*> names;
-        std::vector<int> sorted; ///< the place in the text of each member of the map, in the order of the map
-        Map skeleton;            ///< empty until the shape has come a second time
-        quint32 number = 0;      ///< tells the shapes apart that use this slot one after the other
-        quint32 objects = 0;     ///< how many objects have been looked for among those known
-        quint32 repeated = 0;    ///< how many of them have been found
+        std::vector<int> sorted; // the place in the text of each member of the map, in the order of the map
+        Map skeleton;            // empty until the shape has come a second time
+        quint32 number = 0;      // tells the shapes apart that use this slot one after the other
+        quint32 objects = 0;     // how many objects have been looked up among the known ones
+        quint32 repeated = 0;    // how many of them have been found
     };
 
     /// A map that may come again.
     struct KnownMap
     {
         quint64 hash = 0;
-        quint32 shape = 0; ///< the number of its shape
+        quint32 shape = 0; // the number of its shape
         Map map;
     };
 

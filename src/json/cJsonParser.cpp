@@ -123,8 +123,8 @@ cJsonParser::Outcome cJsonParser::openObject()
     return readName();
 }
 
-// Behind the opening bracket or a comma. The name of the last member counts here: only when it is empty, as it also is
-// before the first member, may the object end.
+// Reads on behind the opening bracket or a comma. The object may end here only when the name of its last member is
+// empty, as it is before the first member.
 cJsonParser::Outcome cJsonParser::readName()
 {
     m_at = JsonScan::skipSpaces(m_at, m_end);
@@ -193,7 +193,7 @@ cJsonParser::Outcome cJsonParser::goOnInObject(char first)
     return first == ',' ? readName() : close();
 }
 
-// Whatever follows the comment but a closing bracket counts as the comma: the rule only looks at the token before it.
+// Every token behind the comment but a closing bracket counts as the comma: the rule looks at the comment only.
 cJsonParser::Outcome cJsonParser::goOnBehindComment()
 {
     Token token = nextToken();
@@ -226,15 +226,15 @@ cJsonParser::Outcome cJsonParser::close()
     return ValueDone;
 }
 
-// The texts say what is wrong; the flag is all that is told to the caller, so this is where they end.
-cJsonParser::Outcome cJsonParser::fail(const char* message)
+// The caller is told the flag only; the reason ends here.
+cJsonParser::Outcome cJsonParser::fail(const char* reason)
 {
-    Q_UNUSED(message)
+    Q_UNUSED(reason)
     return Failed;
 }
 
-// The element or member was there before its value was read, so it stays, as null; a member that came before under the
-// same name keeps its value.
+// An element or member exists before its value is read, so it stays, as null. A member that came before under the same
+// name keeps its value.
 cJsonParser::Outcome cJsonParser::failValue()
 {
     if (m_levels.size() > 0 && !m_levels.last().isArray) {
@@ -271,20 +271,13 @@ cJsonParser::Token cJsonParser::nextToken()
     switch (first) {
     case '\0':
         return EndOfInput;
-    case '{':
-        return ObjectBegin;
     case '}':
         return ObjectEnd;
-    case '[':
-        return ArrayBegin;
     case ']':
         return ArrayEnd;
-    case ',':
-        return ArraySeparator;
-    case ':':
-        return MemberSeparator;
     case '"':
-        return stringToken();
+        skipString();
+        return OtherToken;
     case '/':
         return commentToken();
     case 't':
@@ -294,25 +287,23 @@ cJsonParser::Token cJsonParser::nextToken()
     case 'n':
         return wordToken("ull", 3, NullToken);
     default:
-        if (first != '-' && (first < '0' || first > '9'))
-            return ErrorToken;
-        m_at = JsonNumber::findEnd(m_at, m_end);
-        return NumberToken;
+        if (first == '-' || (first >= '0' && first <= '9'))
+            m_at = JsonNumber::findEnd(m_at, m_end);
+        return OtherToken;
     }
 }
 
-cJsonParser::Token cJsonParser::stringToken()
+void cJsonParser::skipString()
 {
     bool isPlain = false;
     const char* const end = JsonText::findClosingQuote(m_at, m_end, &isPlain);
     m_at = end ? end + 1 : m_end;
-    return end ? StringToken : ErrorToken;
 }
 
 cJsonParser::Token cJsonParser::wordToken(const char* rest, int size, Token token)
 {
     if (m_end - m_at < size || std::memcmp(m_at, rest, size_t(size)) != 0)
-        return ErrorToken;
+        return OtherToken;
     m_at += size;
     return token;
 }
@@ -325,9 +316,9 @@ cJsonParser::Token cJsonParser::commentToken()
         return CommentToken;
     }
     if (second != '*')
-        return ErrorToken;
-    static const char close[] = {'*', '/'};
-    const char* const found = std::search(m_at, m_end, close, close + 2);
+        return OtherToken;
+    constexpr char Close[] = {'*', '/'};
+    const char* const found = std::search(m_at, m_end, Close, Close + 2);
     m_at = found == m_end ? m_end : found + 2;
-    return found == m_end ? ErrorToken : CommentToken;
+    return found == m_end ? OtherToken : CommentToken;
 }

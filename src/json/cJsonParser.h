@@ -1,11 +1,52 @@
 #pragma once
 
+#include "version/FlatMap.h"
 #include "json/cJsonMapBuilder.h"
 #include "json/cJsonScratch.h"
-#include "json/cJsonTextCache.h"
+
+#include <QtCore/QLatin1String>
 
 #include <deque>
 #include <optional>
+
+/**
+ * Decoded texts by their bytes, so that one that comes again is neither decoded nor allocated. It keeps the first ones
+ * up to a limit; where fewer than one in eight is found, it is not asked any more.
+ *
+ * @tparam Text what is known of a text.
+ */
+template <typename Text>
+class cJsonTextCache
+{
+public:
+    /// Whether it is still worth asking.
+    bool isUseful() const { return m_asked < 128 || m_found >= m_asked / 8; }
+
+    /// What is known of @p bytes; null when nothing is. It lives until the next `insert`.
+    const Text* find(QLatin1String bytes)
+    {
+        ++m_asked;
+        const auto known = m_texts.find(bytes);
+        if (known == m_texts.end())
+            return nullptr;
+        ++m_found;
+        return &known->second;
+    }
+
+    /// Keeps @p text, which was decoded from @p bytes; these must outlive the cache.
+    void insert(QLatin1String bytes, const Text& text)
+    {
+        if (m_texts.size() < MaxTexts)
+            m_texts.emplace(bytes, text);
+    }
+
+private:
+    static constexpr size_t MaxTexts = 1024; // a document with more seldom repeats them
+
+    FlatMap<QLatin1String, Text> m_texts;
+    quint32 m_asked = 0;
+    quint32 m_found = 0;
+};
 
 /**
  * One reading of a JSON text.
@@ -24,22 +65,8 @@ public:
     bool read(cJsonValue& document);
 
 private:
-    enum Token {
-        EndOfInput,
-        ObjectBegin,
-        ObjectEnd,
-        ArrayBegin,
-        ArrayEnd,
-        StringToken,
-        NumberToken,
-        TrueToken,
-        FalseToken,
-        NullToken,
-        ArraySeparator,
-        MemberSeparator,
-        CommentToken,
-        ErrorToken
-    };
+    /// The tokens that are told apart where one is skipped or refused.
+    enum Token { EndOfInput, ObjectEnd, ArrayEnd, TrueToken, FalseToken, NullToken, CommentToken, OtherToken };
 
     /// What came of reading a value, of going on behind one, or of opening a container.
     enum Outcome { Failed, ValueFollows, ValueDone };
@@ -77,25 +104,24 @@ private:
     Outcome goOnBehindComment();
     Outcome close();
 
-    static Outcome fail(const char* message);
+    static Outcome fail(const char* reason);
     Outcome failValue();
     void closeFailed();
     void skipBehind(Token closing);
 
     Token nextToken();
-    Token stringToken();
+    void skipString();
     Token wordToken(const char* rest, int size, Token token);
     Token commentToken();
 
-    /// Longer strings come again too seldom to be looked for.
-    static constexpr int MaxKnownString = 1024;
-    static constexpr int MaxShortText = 2048;
+    static constexpr int MaxKnownString = 1024; // longer ones come again too seldom to be looked up
+    static constexpr int MaxShortText = 2048;   // takes longer to set up what is known than to read
 
     const char* m_at;
     const char* m_end;
     cJsonScratch<cJsonValue> m_values;
     cJsonScratch<const QString*> m_names;
     cJsonScratch<Level> m_levels;
-    std::deque<QString> m_decodedNames; ///< all that `m_names` and the map builder point to
-    std::optional<Known> m_known;       ///< not for short texts, which would take longer to set it up than to read
+    std::deque<QString> m_decodedNames; // all that `m_names` and the map builder point to
+    std::optional<Known> m_known;       // not for short texts
 };

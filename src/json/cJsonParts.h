@@ -42,7 +42,7 @@ public:
     /// Moves the bytes of @p from into @p to, which owns nothing. @p from may then only be forgotten.
     static void relocate(const cJsonValue* from, cJsonValue& to) { copyBytes(from, &to, 1); }
 
-    /// The @p count values at @p from, of which it takes the bytes.
+    /// An array of the @p count values at @p from; takes their bytes.
     static QVector<cJsonValue> takeElements(const cJsonValue* from, int count)
     {
         QVector<cJsonValue> elements(count);
@@ -51,21 +51,21 @@ public:
         return elements;
     }
 
-    /// Makes @p v the string @p text, which gets what it had.
+    /// Makes @p v the string @p text, and leaves there what it had.
     static void setString(cJsonValue& v, QString& text)
     {
         v.m_type = StringType;
         v.m_string.swap(text);
     }
 
-    /// Makes @p v an array of @p elements, which get what it had.
+    /// Makes @p v an array of @p elements, and leaves there what it had.
     static void setArray(cJsonValue& v, QVector<cJsonValue>& elements)
     {
         v.m_type = ArrayType;
         v.m_array.swap(elements);
     }
 
-    /// Makes @p v an object of @p members, which get what it had.
+    /// Makes @p v an object of @p members, and leaves there what it had.
     static void setObject(cJsonValue& v, QMap<QString, cJsonValue>& members)
     {
         v.m_type = ObjectType;

@@ -1,5 +1,8 @@
 #include "log/LineText.h"
 
+#include <QtCore/QDateTime>
+
+#include <charconv>
 #include <cstring>
 
 namespace {
@@ -23,42 +26,36 @@ char* copyAscii(char* to, const char*& from, const char* end)
 
 } // namespace
 
-namespace LineText {
-
-QString message(const QByteArray& text)
+QString LineText::message(const QByteArray& text)
 {
     return QString::fromLatin1(text.constData());
 }
 
-QString forDebugger(Qt::HANDLE threadId, const QString& channel, const QString& message)
+int LineText::messageLength(const QByteArray& text)
+{
+    const void* const zero = std::memchr(text.constData(), 0, size_t(text.size()));
+    return zero ? int(static_cast<const char*>(zero) - text.constData()) : text.size();
+}
+
+QString LineText::forDebugger(Qt::HANDLE threadId, const QString& channel, const QString& message)
 {
     return QLatin1Char('T') + QString::number(quintptr(threadId)) + QLatin1Char(':') + channel + QLatin1Char(':') +
            message;
 }
 
-void appendFilePrefix(Bytes& line, const QByteArray& time, const QByteArray& channel, Qt::HANDLE threadId)
+void LineText::appendFilePrefix(Bytes& line, const QByteArray& time, const QByteArray& channel, Qt::HANDLE threadId)
 {
+    char digits[2 * sizeof threadId];
+    const char* const end = std::to_chars(digits, digits + sizeof digits, quintptr(threadId), 16).ptr;
     append(line, time);
     line.append('-');
     append(line, channel);
     line.append('(');
-    appendHex(line, quintptr(threadId));
+    line.append(digits, int(end - digits));
     line.append("):", 2);
 }
 
-void appendHex(Bytes& line, quintptr number)
-{
-    char digits[2 * sizeof number];
-    char* const end = digits + sizeof digits;
-    char* first = end;
-    do {
-        *--first = "0123456789abcdef"[number & 0xf];
-        number >>= 4;
-    } while (number);
-    line.append(first, int(end - first));
-}
-
-void appendLatin1(Bytes& line, const char* text, int length)
+void LineText::appendLatin1(Bytes& line, const char* text, int length)
 {
     const int size = line.size();
     line.resize(size + 2 * length); // a byte above 127 becomes two
@@ -76,10 +73,12 @@ void appendLatin1(Bytes& line, const char* text, int length)
     line.resize(int(to - line.data()));
 }
 
-int messageLength(const QByteArray& text)
+const QByteArray& cTimeText::at(qint64 milliseconds)
 {
-    const void* const zero = std::memchr(text.constData(), 0, size_t(text.size()));
-    return zero ? int(static_cast<const char*>(zero) - text.constData()) : text.size();
+    const qint64 second = milliseconds / 1000 - (milliseconds % 1000 < 0 ? 1 : 0);
+    if (second != m_second || m_text.isEmpty()) {
+        m_second = second;
+        m_text = QDateTime::fromMSecsSinceEpoch(milliseconds).toString(Qt::TextDate).toUtf8();
+    }
+    return m_text;
 }
-
-} // namespace LineText

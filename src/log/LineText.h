@@ -13,19 +13,38 @@ using Bytes = QVarLengthArray<char, 512>;
 /// The message of a line: the bytes up to the first zero byte, each a character of Latin-1.
 QString message(const QByteArray& text);
 
+/// The number of bytes of a line that are its message: those before the first zero byte.
+int messageLength(const QByteArray& text);
+
 /// The line for the debugger: "T<thread id>:<channel>:<message>".
 QString forDebugger(Qt::HANDLE threadId, const QString& channel, const QString& message);
 
-/// The beginning of the line for the log file: "<time>-<channel>(<thread id>):", all in UTF-8.
+/// Appends the beginning of a line of the log file: "<time>-<channel>(<thread id>):", all in UTF-8.
 void appendFilePrefix(Bytes& line, const QByteArray& time, const QByteArray& channel, Qt::HANDLE threadId);
-
-/// Appends a number in lower-case hexadecimal, with no prefix and no padding.
-void appendHex(Bytes& line, quintptr number);
 
 /// Appends the UTF-8 form of Latin-1 text, without the way over UTF-16.
 void appendLatin1(Bytes& line, const char* text, int length);
 
-/// Up to where the bytes of a line are its message: the first zero byte, or the end.
-int messageLength(const QByteArray& text);
-
 } // namespace LineText
+
+/**
+ * The text of the time, made once a second.
+ *
+ * The form of the log file has no smaller unit, and making it costs many times what writing the line does: the system
+ * is asked for the zone, and day and month are named in its language. A changed clock is seen at once, a changed zone
+ * with the next second. Not thread-safe.
+ */
+class cTimeText
+{
+public:
+    /// Local time in the form of `Qt::TextDate`, in UTF-8.
+    /// @param milliseconds since the start of 1970, UTC.
+    const QByteArray& at(qint64 milliseconds);
+
+private:
+    QByteArray m_text;
+    qint64 m_second = 0; // of `m_text`, once that is not empty
+};
+
+/// Hands one line to the debugger of the system; where there is none, writes it to standard error.
+void writeDebuggerLine(const QString& line);

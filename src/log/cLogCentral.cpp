@@ -7,7 +7,7 @@
 
 namespace {
 
-/// Switches a channel that is not registered: it lives only for as long as that takes.
+/// Switches a channel that is not registered, by a temporary one of its name.
 void storeSwitchOf(const QString& name, bool isEnabled)
 {
     cLogImpl channel(name);
@@ -26,11 +26,11 @@ void switchLog(cLogCentralData& central, const QString& name, bool isEnabled)
     }
 }
 
-/// The central outlives the library's static objects, so the end of its file's buffer must not wait for it.
+/// Flushes the log file when the library is unloaded, which the central itself outlives.
 struct FlushAtUnload
 {
     cLogCentralData& central;
-    ~FlushAtUnload() { central.flushForGood(); }
+    ~FlushAtUnload() { central.flushAtUnload(); }
 };
 
 } // namespace

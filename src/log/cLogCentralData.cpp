@@ -1,22 +1,46 @@
 #include "log/cLogCentralData.h"
 
-#include "log/DebuggerOutput.h"
-#include "log/LineText.h"
 #include "log/cLogImpl.h"
 
+#include <QtCore/QMetaMethod>
 #include <QtCore/QThread>
 
 namespace {
 
-constexpr int historyLimit = 10000;
+constexpr int HistoryLimit = 10000;
+constexpr int UnloadTimeout = 1000; // milliseconds that the unloading of the library waits for a line being written
+constexpr int PieceLimit = 65536;   // bytes of a long message that are converted at a time
 
-/// How long the unloading of the library waits for a line that is being written, in milliseconds.
-constexpr int unloadPatience = 1000;
-
-/// A long message is converted in pieces of this many bytes.
-constexpr int pieceLimit = 65536;
+bool hasMethod(const QObject* object, const char* method)
+{
+    const QByteArray signature = QByteArray(method) + "(QString,Qt::HANDLE,QDateTime,debugType,QString)";
+    return object->metaObject()->indexOfMethod(QMetaObject::normalizedSignature(signature)) >= 0;
+}
 
 } // namespace
+
+void cLogHooks::set(QObject* object, const char* method, const QMetaObject::Connection& gone)
+{
+    m_hooks.insert(object, Hook{method, gone});
+}
+
+void cLogHooks::remove(QObject* object)
+{
+    QObject::disconnect(m_hooks.take(object).gone);
+}
+
+void cLogHooks::call(const cLogEntry& entry)
+{
+    const QMap<QObject*, Hook> hooks = m_hooks;
+    for (auto it = hooks.begin(); it != hooks.end(); ++it) {
+        if (!m_hooks.contains(it.key()) || !hasMethod(it.key(), it->method))
+            continue;
+        QMetaObject::invokeMethod(
+            it.key(), it->method, Qt::AutoConnection, QGenericArgument("const QString", &entry.channel),
+            QGenericArgument("Qt::HANDLE", &entry.threadId), QGenericArgument("const QDateTime", &entry.time),
+            QGenericArgument("debugType", &entry.level), QGenericArgument("const QString", &entry.message));
+    }
+}
 
 Qt::HANDLE cLogCentralData::currentThread()
 {
@@ -31,9 +55,10 @@ void cLogCentralData::output(const cLogImpl* channel, debugType level, const QBy
     if (!isDebuggerOutputOn && !m_file)
         return;
     const qint64 time = QDateTime::currentMSecsSinceEpoch();
-    if (isDebuggerOutputOn)
-        showEntry(
-            {channel->name(), currentThread(), QDateTime::fromMSecsSinceEpoch(time), level, LineText::message(text)});
+    if (isDebuggerOutputOn) {
+        const QDateTime localTime = QDateTime::fromMSecsSinceEpoch(time);
+        showEntry({channel->name(), currentThread(), localTime, level, LineText::message(text)});
+    }
     if (!m_file)
         return;
     writeToFile(channel->utf8Name(), time, text);
@@ -49,7 +74,7 @@ void cLogCentralData::showEntry(const cLogEntry& entry)
     hooks.call(entry);
     m_caller.store(nullptr, std::memory_order_relaxed);
     history.append(entry);
-    if (history.size() > historyLimit)
+    if (history.size() > HistoryLimit)
         history.removeFirst();
 }
 
@@ -60,7 +85,7 @@ void cLogCentralData::writeToFile(const QByteArray& channel, qint64 time, const 
     const char* message = text.constData();
     const char* const end = message + LineText::messageLength(text);
     do {
-        const int length = int(qMin<qptrdiff>(end - message, pieceLimit));
+        const int length = int(qMin<qptrdiff>(end - message, PieceLimit));
         LineText::appendLatin1(line, message, length);
         m_file->write(line.constData(), line.size());
         line.clear();
@@ -77,10 +102,10 @@ void cLogCentralData::closeFile()
     m_file.reset();
 }
 
-void cLogCentralData::flushForGood()
+void cLogCentralData::flushAtUnload()
 {
     // A thread that ends the process may hold the lock, as a hook that is called directly does.
-    if (!lock.tryLock(unloadPatience))
+    if (!lock.tryLock(UnloadTimeout))
         return;
     m_isFlushedAlways = true;
     if (m_file)

@@ -1,26 +1,49 @@
 #pragma once
 
-#include "log/cLogHooks.h"
-#include "log/cTimeText.h"
+#include "log/LineText.h"
+
+#include <Norvale/cLogCentral.h>
 
 #include <QtCore/QFile>
 #include <QtCore/QMap>
 #include <QtCore/QMutex>
+#include <QtCore/QObject>
 
 #include <atomic>
 #include <memory>
 
 class cLogImpl;
 
+/// The objects that have a method called for each line. Not locked: the central's lock is held around every call.
+class cLogHooks
+{
+public:
+    /// Sets or replaces the method of @p object; @p gone removes it when it is destroyed.
+    void set(QObject* object, const char* method, const QMetaObject::Connection& gone);
+
+    bool contains(QObject* object) const { return m_hooks.contains(object); }
+    void replace(QObject* object, const char* method) { m_hooks[object].method = method; }
+    void remove(QObject* object);
+
+    /// Calls the hooks in the order of their addresses; one may remove itself or others meanwhile.
+    void call(const cLogEntry& entry);
+
+private:
+    struct Hook
+    {
+        const char* method = nullptr;
+        QMetaObject::Connection gone;
+    };
+    QMap<QObject*, Hook> m_hooks;
+};
+
 /// What the central's lock guards: the registered channels and the sinks.
 class cLogCentralData
 {
 public:
-    /// Taken after a channel's lock, never before one.
-    QMutex lock;
+    QMutex lock; // taken after a channel's lock, never before one
 
-    /// Never removed, and not owned: lines may outlive the central.
-    QMap<QString, cLogImpl*> channels;
+    QMap<QString, cLogImpl*> channels; // never removed, and not owned: lines may outlive the central
     cLogHooks hooks;
     QList<cLogEntry> history;
     bool isDebuggerOutputOn = false;
@@ -33,14 +56,14 @@ public:
     void closeFile();
 
     /// Writes out what the log file still buffers, and from now on each line at once: the library is unloaded.
-    void flushForGood();
+    void flushAtUnload();
 
     /// Opens a log file. @return false when that fails; the lock is held.
     bool openFile(const QString& path);
 
     bool isFileOpen(const QString& path) const { return m_file && m_file->fileName() == path; }
 
-    /// Runs @p action with the lock held, or, when the calling thread is a hook that holds it already, at once.
+    /// Runs @p action with the lock held; at once when the calling thread is in a hook, and so holds it already.
     template <typename Action>
     void lockedUnlessHeld(const Action& action)
     {
@@ -61,5 +84,5 @@ private:
     std::unique_ptr<QFile> m_file;
     cTimeText m_timeText;
     bool m_isFlushedAlways = false;
-    std::atomic<Qt::HANDLE> m_caller{nullptr}; ///< The thread that calls the hooks at present.
+    std::atomic<Qt::HANDLE> m_caller{nullptr}; // the thread that calls the hooks at present
 };

@@ -16,7 +16,8 @@ const QString& switchKey()
     return key;
 }
 
-/// Made after the settings have been read, so the statics that they need are destroyed after this one.
+/// Stores the switch when the library is unloaded. It is made after the settings have been read, so that the statics
+/// which they need are destroyed after it.
 struct StoreAtUnload
 {
     const cLogImpl& channel;

@@ -1,18 +1,78 @@
 #include "log/cLogLine.h"
 
+#include <QtCore/QLocale>
+#include <QtCore/QTextCodec>
+#include <QtCore/QTextStream>
 #include <QtCore/QThread>
 
 namespace {
 
-/// The bytes of a line keep their memory from line to line, unless one was long.
-constexpr int usualCapacity = 512;
-constexpr int keptCapacity = 65536;
+// The bytes of a line keep their memory from line to line, unless one was long.
+constexpr int UsualCapacity = 512;
+constexpr int KeptCapacity = 65536;
+
+// The stream of a QDebug is private. How many objects share it decides whether text that is left in it will be flushed
+// by the object that is about to be destroyed. The explicit instantiation may name the private member; it stops
+// compiling should Qt change it.
+template <auto Member>
+struct Access
+{
+    friend auto privateStream(const QDebug& debug) { return debug.*Member; }
+};
+template struct Access<&QDebug::stream>;
+auto privateStream(const QDebug& debug);
+
+/// How many objects share the stream of @p debug; 0 when it has been moved from.
+int owners(const QDebug& debug)
+{
+    const auto stream = privateStream(debug);
+    return stream ? stream->ref : 0;
+}
+
+/// The text stream below @p debug, which has not been moved from.
+QTextStream& textStream(const QDebug& debug)
+{
+    return privateStream(debug)->ts;
+}
 
 } // namespace
 
+const QDebug& cLineStream::start()
+{
+    if (!m_stream || !reset())
+        m_stream.emplace(&m_device);
+    return *m_stream;
+}
+
+/// A manipulator of the caller's own can reach everything in a text stream. @return false when it has changed what no
+/// reset brings back.
+bool cLineStream::reset()
+{
+    const QTextStream& text = textStream(*m_stream);
+    if (owners(*m_stream) > 1 || text.device() != &m_device || text.status() != QTextStream::Ok ||
+        text.codec() != QTextCodec::codecForLocale() || text.locale() != QLocale::c())
+        return false;
+    flush();
+    m_stream->resetFormat();
+    return true;
+}
+
+void cLineStream::finish(QDebug line)
+{
+    if (m_stream && privateStream(line) == privateStream(*m_stream) && owners(line) == 2)
+        flush();
+}
+
+void cLineStream::flush()
+{
+    QTextStream& text = textStream(*m_stream);
+    text.flush();
+    text.seek(m_device.pos()); // forgets half a character that the conversion is still waiting to complete
+}
+
 cLogLine::cLogLine() : m_buffer(&m_text), m_stream(m_buffer)
 {
-    m_text.reserve(usualCapacity);
+    m_text.reserve(UsualCapacity);
     m_buffer.open(QIODevice::ReadWrite | QIODevice::Text);
 }
 
@@ -30,7 +90,7 @@ void cLogLine::unlock()
 
 bool cLogLine::lockUnlessHeld()
 {
-    // Only the calling thread itself can have stored its own id, so a stale answer is never "held".
+    // Only the calling thread itself can have stored its own id, so a stale value never reads as held.
     if (m_holder.load(std::memory_order_relaxed) == QThread::currentThreadId())
         return false;
     lock();
@@ -50,12 +110,12 @@ bool cLogLine::claim(quint64 number)
 
 void cLogLine::clear(QDebug debug)
 {
-    if (m_text.capacity() > keptCapacity) {
+    if (m_text.capacity() > KeptCapacity) {
         m_text.clear();
-        m_text.reserve(usualCapacity);
+        m_text.reserve(UsualCapacity);
     } else {
         m_text.resize(0);
     }
     m_buffer.seek(0);
-    m_stream.settle(std::move(debug));
+    m_stream.finish(std::move(debug));
 }

@@ -87,7 +87,7 @@ QString cTranslationLocale::current()
     return s_innermost ? read(s_innermost->m_settings) : read(cMachineSettings());
 }
 
-cPluginInstance::cPluginInstance(const QString& name, const cVersion& version) : m_id(name, version), m_context(*this)
+cPluginInstance::cPluginInstance(const cPluginId& id) : m_id(id), m_context(*this)
 {
     // A symbol that is missing is to be found out when the library is loaded, not in the middle of a call.
     m_library.setLoadHints(QLibrary::ResolveAllSymbolsHint);

@@ -84,7 +84,7 @@ public:
     /// What is appended to a manifest's `filename`. There is no prefix on any system: foo is foo.dll or foo.so.
     static const char* const LibrarySuffix;
 
-    cPluginInstance(const QString& name, const cVersion& version);
+    explicit cPluginInstance(const cPluginId& id);
     ~cPluginInstance() override;
 
     /// The dependency texts in manifest order.

@@ -12,7 +12,7 @@ int cPluginSuite::numberOf(const cPluginId& id)
 {
     const auto [entry, isNew] = m_numbers.try_emplace(id, int(m_records.size()));
     if (isNew) {
-        m_records.push_back({Plugin::create(id.name(), id.version())});
+        m_records.push_back({Plugin::create(id)});
         m_records.back().plugin->setFolder(Corvane::pluginDir(id).absolutePath());
     }
     return entry->second;

@@ -1,74 +1,104 @@
 #pragma once
 
+#include <QtCore/QString>
 #include <QtCore/QtEndian>
 
-/// Where the fields of the records of a zip archive stand; all numbers are little-endian.
-namespace ZipRecords {
-
-constexpr int EndSize = 22; ///< End record without its comment.
-constexpr quint32 EndSignature = 0x06054b50;
-constexpr int EndTotalEntries = 10;
-constexpr int EndDirectorySize = 12;
-constexpr int EndDirectoryOffset = 16;
-constexpr int EndCommentLength = 20;
-
-constexpr int CentralSize = 46; ///< Central directory record without name, extra field and comment.
-constexpr quint32 CentralSignature = 0x02014b50;
-constexpr int CentralVersionMadeBy = 4;
-constexpr int CentralVersionNeeded = 6;
-constexpr int CentralFlags = 8;
-constexpr int CentralMethod = 10;
-constexpr int CentralDosTime = 12; ///< Time, then date: 16 bits each.
-constexpr int CentralCrc = 16;
-constexpr int CentralCompressedSize = 20;
-constexpr int CentralUncompressedSize = 24;
-constexpr int CentralNameLength = 28;
-constexpr int CentralExtraLength = 30;
-constexpr int CentralCommentLength = 32;
-constexpr int CentralExternalAttributes = 38;
-constexpr int CentralLocalOffset = 42;
-
-constexpr int LocalSize = 30; ///< Local header without name and extra field.
-constexpr quint32 LocalSignature = 0x04034b50;
-constexpr int LocalFlags = 6;
-constexpr int LocalMethod = 8;
-constexpr int LocalCrc = 14;
-constexpr int LocalCompressedSize = 18;
-constexpr int LocalUncompressedSize = 22;
-constexpr int LocalNameLength = 26;
-constexpr int LocalExtraLength = 28;
-
-constexpr quint32 Stored = 0;
-constexpr quint32 Deflated = 8;
-
-inline quint16 field16(const uchar* record, int offset)
+/// A record of a zip archive, where it lies in memory. All numbers are little-endian.
+class cZipBytes
 {
-    return qFromLittleEndian<quint16>(record + offset);
-}
+protected:
+    explicit cZipBytes(const uchar* bytes) : m_bytes(bytes) {}
 
-inline quint32 field32(const uchar* record, int offset)
+    template <typename Number>
+    Number field(int offset) const
+    {
+        return qFromLittleEndian<Number>(m_bytes + offset);
+    }
+    /// Each byte is one Latin-1 character.
+    QLatin1String text(int offset, int length) const
+    {
+        return QLatin1String(reinterpret_cast<const char*>(m_bytes) + offset, length);
+    }
+
+private:
+    const uchar* m_bytes;
+};
+
+class cZipEndRecord : public cZipBytes
 {
-    return qFromLittleEndian<quint32>(record + offset);
-}
+public:
+    static constexpr int Size = 22; // without its comment
 
-/// The archive reader takes deflated files, and stored ones with two equal sizes.
-constexpr bool isAcceptable(quint32 method, quint32 compressedSize, quint32 uncompressedSize)
+    explicit cZipEndRecord(const uchar* bytes) : cZipBytes(bytes) {}
+
+    bool hasSignature() const { return field<quint32>(0) == 0x06054b50; }
+    quint16 totalEntries() const { return field<quint16>(10); }
+    quint32 directorySize() const { return field<quint32>(12); }
+    quint32 directoryOffset() const { return field<quint32>(16); }
+    quint16 commentLength() const { return field<quint16>(20); }
+};
+
+/// What the two headers of a file have in common: the local one before its data, and its record in the central
+/// directory. Both have these fields in the same order.
+class cZipHeader : public cZipBytes
 {
-    return method == Deflated || (method == Stored && compressedSize == uncompressedSize);
-}
+public:
+    enum Method { Stored = 0, Deflated = 8 };
 
-inline bool isAcceptable(const uchar* record)
+    quint16 flags() const { return field<quint16>(m_first); }
+    quint16 method() const { return field<quint16>(m_first + 2); }
+    quint32 crc() const { return field<quint32>(m_first + 8); }
+    quint32 compressedSize() const { return field<quint32>(m_first + 12); }
+    quint32 uncompressedSize() const { return field<quint32>(m_first + 16); }
+    quint16 nameLength() const { return field<quint16>(m_first + 20); }
+    quint16 extraLength() const { return field<quint16>(m_first + 22); }
+
+protected:
+    /// @param first where the first of these fields is.
+    cZipHeader(const uchar* bytes, int first) : cZipBytes(bytes), m_first(first) {}
+
+private:
+    int m_first;
+};
+
+class cZipLocalHeader : public cZipHeader
 {
-    return isAcceptable(field16(record, CentralMethod), field32(record, CentralCompressedSize),
-                        field32(record, CentralUncompressedSize));
-}
+public:
+    static constexpr int Size = 30; // without name and extra field
 
-/// Folders and empty files are not listed.
-inline bool isListed(const uchar* record)
+    explicit cZipLocalHeader(const uchar* bytes) : cZipHeader(bytes, 6) {}
+
+    bool hasSignature() const { return field<quint32>(0) == 0x04034b50; }
+    /// The name, which must lie in memory too.
+    QLatin1String name() const { return text(Size, nameLength()); }
+    /// Where the data begin behind the beginning of the header.
+    int dataOffset() const { return Size + nameLength() + extraLength(); }
+};
+
+class cZipCentralRecord : public cZipHeader
 {
-    const int nameLength = field16(record, CentralNameLength);
-    const bool isFolder = nameLength > 0 && record[CentralSize + nameLength - 1] == '/';
-    return !isFolder && field32(record, CentralUncompressedSize) != 0;
-}
+public:
+    static constexpr int Size = 46; // without name, extra field and comment
+    static constexpr int NameLengthOffset = 28;
 
-} // namespace ZipRecords
+    explicit cZipCentralRecord(const uchar* bytes) : cZipHeader(bytes, 8) {}
+
+    bool hasSignature() const { return field<quint32>(0) == 0x02014b50; }
+    quint16 versionMadeBy() const { return field<quint16>(4); }
+    quint32 externalAttributes() const { return field<quint32>(38); }
+    quint32 localHeaderOffset() const { return field<quint32>(42); }
+    /// The name, which must lie in memory too.
+    QLatin1String name() const { return text(Size, nameLength()); }
+    /// The length of the record with its name, extra field and comment.
+    quint32 length() const { return quint32(Size) + nameLength() + extraLength() + field<quint16>(32); }
+
+    bool isAcceptable() const { return isAcceptable(method(), compressedSize(), uncompressedSize()); }
+    /// The archive reader takes deflated files, and stored ones with two equal sizes.
+    static bool isAcceptable(quint32 method, quint32 compressedSize, quint32 uncompressedSize)
+    {
+        return method == Deflated || (method == Stored && compressedSize == uncompressedSize);
+    }
+    /// Folders and empty files are not listed.
+    bool isListed() const { return uncompressedSize() != 0 && !isFolder(); }
+    bool isFolder() const { return name().endsWith(QLatin1Char('/')); }
+};

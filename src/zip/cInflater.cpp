@@ -1,16 +1,29 @@
 #include "zip/cInflater.h"
 
-#include "zip/cFastInflate.h"
+#include "zip/cZipReader.h"
 
-#include <utility>
+#include <QtCore/QString>
 
 #include <zlib.h>
 
+#if defined(NORVALE_HAS_LIBDEFLATE)
+#include <libdeflate.h>
+#endif
+
 namespace {
 
-constexpr int RawDeflate = -15;           ///< Window bits of a stream without a header.
-constexpr qint64 LargestFirst = 64 << 20; ///< A larger buffer is made only when so much has come out.
-constexpr qint64 MostPerByte = 1032;      ///< Deflate's largest repetition, 258 bytes, takes two bits.
+constexpr int RawDeflate = -15;           // window bits of a stream without a header
+constexpr qint64 LargestFirst = 64 << 20; // a larger buffer is made only when so much has come out
+constexpr qint64 MostPerByte = 1032;      // deflate's largest repetition, 258 bytes, takes two bits
+
+enum class End { Complete, Damaged, CutOff, BufferFull };
+
+/// The first buffer for a size that the archive states. What the input can inflate to at most bounds it.
+int firstSize(const QByteArray& in, qint64 stated)
+{
+    const qint64 most = (in.size() + 1) * MostPerByte;
+    return int(qMin(qMin(stated, LargestFirst), most));
+}
 
 /// Goes on with the stream in what @p out has left behind @p done bytes.
 int inflateInto(z_stream& stream, QByteArray& out, int done)
@@ -20,58 +33,116 @@ int inflateInto(z_stream& stream, QByteArray& out, int done)
     return inflate(&stream, Z_FINISH);
 }
 
-cInflater::Status statusOf(int answer, const z_stream& stream)
+End endOf(int answer, const z_stream& stream)
 {
     if (answer == Z_STREAM_END)
-        return cInflater::Complete;
+        return End::Complete;
     if (answer != Z_BUF_ERROR)
-        return cInflater::Damaged;
-    return stream.avail_in == 0 ? cInflater::CutOff : cInflater::BufferFull;
+        return End::Damaged;
+    return stream.avail_in == 0 ? End::CutOff : End::BufferFull;
+}
+
+/// Cuts the buffer to what was produced. It keeps some spare memory, but not much.
+void trim(QByteArray& out, int produced)
+{
+    out.resize(produced);
+    if (out.capacity() - produced > produced / 4)
+        out.squeeze();
+}
+
+/// Inflates from the beginning, as zlib does with a buffer of @p bufferSize bytes, at least 1. The memory for it is
+/// made as it fills. @p out receives what was inflated, also before a failure.
+End inflateWithZlib(const QByteArray& in, qint64 bufferSize, QByteArray& out)
+{
+    z_stream stream = {};
+    stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(in.constData()));
+    stream.avail_in = uInt(in.size());
+    out.clear();
+    if (inflateInit2(&stream, RawDeflate) != Z_OK)
+        return End::Damaged;
+    out = QByteArray(firstSize(in, bufferSize), Qt::Uninitialized);
+    int answer = inflateInto(stream, out, 0);
+    while (answer == Z_BUF_ERROR && stream.avail_out == 0 && out.size() < bufferSize) {
+        const int done = out.size();
+        out.resize(int(qMin(2 * qint64(done), bufferSize)));
+        answer = inflateInto(stream, out, done);
+    }
+    const End end = endOf(answer, stream);
+    inflateEnd(&stream);
+    trim(out, out.size() - int(stream.avail_out));
+    return end;
+}
+
+bool fail(QString* error, const QString& reason)
+{
+    if (error)
+        *error = reason;
+    return false;
 }
 
 } // namespace
 
-cInflater::Status cInflater::run(qint64 bufferSize)
+bool cInflater::inflate(const QByteArray& in, qint64 limit, Stated stated, QByteArray* out, QString* error)
 {
-    if (!cFastInflate::inflate(m_in, m_inSize, firstSize(bufferSize), &m_out))
-        return runZlib(bufferSize);
-    m_produced = m_out.size();
-    return Complete;
+    const qint64 held = qBound<qint64>(0, limit, cZipReader::MaxArray);
+    if (stated.size <= held && inflateStated(in, stated, out))
+        return true;
+    // One byte more than allowed tells a stream that is too large from one that is cut off.
+    const End end = inflateWithZlib(in, held + 1, *out);
+    const bool isTooLarge = out->size() > held;
+    if (end == End::Complete && !isTooLarge)
+        return true;
+    out->clear();
+    if (isTooLarge)
+        return fail(error, QStringLiteral("the data inflate to more than %1 bytes").arg(held));
+    return fail(error, end == End::CutOff ? QStringLiteral("the deflated data are cut off")
+                                          : QStringLiteral("the deflated data are damaged"));
 }
 
-/// What is damaged, and how, is for zlib to say.
-cInflater::Status cInflater::runZlib(qint64 bufferSize)
+QByteArray cInflater::inflateEntry(const QByteArray& in, Stated stated)
 {
-    z_stream stream = {};
-    stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(m_in));
-    stream.avail_in = uInt(m_inSize);
-    m_produced = 0;
-    if (inflateInit2(&stream, RawDeflate) != Z_OK)
-        return Damaged;
-    m_out = QByteArray(firstSize(bufferSize), Qt::Uninitialized);
-    int answer = inflateInto(stream, m_out, 0);
-    while (answer == Z_BUF_ERROR && stream.avail_out == 0 && m_out.size() < bufferSize) {
-        const int done = m_out.size();
-        m_out.resize(int(qMin(2 * qint64(done), bufferSize)));
-        answer = inflateInto(stream, m_out, done);
+    QByteArray out;
+    if (inflateStated(in, stated, &out))
+        return out;
+    for (qint64 bufferSize = qMax<qint64>(stated.size, 1);; bufferSize *= 2) {
+        const End end = inflateWithZlib(in, qMin<qint64>(bufferSize, cZipReader::MaxArray), out);
+        if (end == End::Complete)
+            return out;
+        if (end != End::BufferFull || bufferSize >= cZipReader::MaxArray)
+            return QByteArray();
     }
-    m_produced = m_out.size() - int(stream.avail_out);
-    const Status status = statusOf(answer, stream);
-    inflateEnd(&stream);
-    return status;
 }
 
-/// The size that is asked for comes from the archive. What the input can inflate to at most bounds it.
-int cInflater::firstSize(qint64 bufferSize) const
+#if defined(NORVALE_HAS_LIBDEFLATE)
+
+void cInflater::Free::operator()(libdeflate_decompressor* decompressor) const
 {
-    const qint64 most = (m_inSize + 1) * MostPerByte;
-    return int(qMin(qMin(bufferSize, LargestFirst), most));
+    libdeflate_free_decompressor(decompressor);
 }
 
-QByteArray cInflater::takeResult()
+/// Inflates with libdeflate. @return whether exactly the stated bytes came out; only then @p out is of use.
+bool cInflater::inflateStated(const QByteArray& in, Stated stated, QByteArray* out)
 {
-    m_out.resize(m_produced);
-    if (m_out.capacity() - m_produced > m_produced / 4)
-        m_out.squeeze();
-    return std::move(m_out);
+    if (stated.size == 0 || firstSize(in, stated.size) < qint64(stated.size))
+        return false;
+    if (!m_decompressor)
+        m_decompressor.reset(libdeflate_alloc_decompressor());
+    if (!m_decompressor)
+        return false;
+    *out = QByteArray(int(stated.size), Qt::Uninitialized);
+    // Without a place for the number of bytes it takes a stream of just this size.
+    const libdeflate_result result = libdeflate_deflate_decompress(
+        m_decompressor.get(), in.constData(), size_t(in.size()), out->data(), stated.size, nullptr);
+    return result == LIBDEFLATE_SUCCESS && libdeflate_crc32(0, out->constData(), stated.size) == stated.crc;
 }
+
+#else
+
+void cInflater::Free::operator()(libdeflate_decompressor*) const {}
+
+bool cInflater::inflateStated(const QByteArray&, Stated, QByteArray*)
+{
+    return false;
+}
+
+#endif

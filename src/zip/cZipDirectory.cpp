@@ -3,46 +3,50 @@
 #include "zip/ZipRecords.h"
 #include "zip/cZipReader.h"
 
-#include <cstring>
-
-using namespace ZipRecords;
-
 namespace {
 
 constexpr int LongestComment = 0xffff;
-constexpr int LongestRecord = CentralSize + 0xffff; ///< With its name, which is all that is kept of it.
-constexpr qint64 FirstBlock = 16 << 20;             ///< Read at once at most, whatever size is stated.
+constexpr int LongestRecord = cZipCentralRecord::Size + 0xffff; // with its name, which is all that is kept of it
+constexpr qint64 FirstBlock = 16 << 20;                         // read at once at most, whatever size is stated
 constexpr qint64 FurtherBlock = 1 << 20;
-
-quint16 nameLength(const uchar* record)
-{
-    return field16(record, CentralNameLength);
-}
-
-quint32 recordLength(const uchar* record)
-{
-    return quint32(CentralSize) + nameLength(record) + field16(record, CentralExtraLength) +
-           field16(record, CentralCommentLength);
-}
 
 const uchar* bytesOf(const QByteArray& block)
 {
     return reinterpret_cast<const uchar*>(block.constData());
 }
 
+/// The end record with a comment of at most @p longestComment bytes that ends with the archive; empty when there is
+/// none.
+/// @param last where one without a comment would be.
+QByteArray findEnd(cZipReader& reader, qint64 last, int longestComment)
+{
+    const QByteArray tail = reader.bytes(last - longestComment, cZipEndRecord::Size + longestComment);
+    if (tail.size() < cZipEndRecord::Size + longestComment)
+        return QByteArray();
+    for (int comment = 0; comment <= longestComment; ++comment) {
+        const cZipEndRecord end(bytesOf(tail) + longestComment - comment);
+        if (end.hasSignature() && end.commentLength() == comment)
+            return tail.mid(longestComment - comment, cZipEndRecord::Size);
+    }
+    return QByteArray();
+}
+
+/// The end record is the last one whose comment ends with the archive. It never begins at the archive's first byte.
+QByteArray findEnd(cZipReader& reader)
+{
+    const qint64 last = reader.size() - cZipEndRecord::Size;
+    const int longest = int(qMin<qint64>(last - 1, LongestComment));
+    if (longest < 0)
+        return QByteArray();
+    const QByteArray end = findEnd(reader, last, 0); // most archives have no comment
+    return end.isEmpty() ? findEnd(reader, last, longest) : end;
+}
+
 } // namespace
 
 bool cZipRecord::isAcceptable() const
 {
-    return ZipRecords::isAcceptable(method, compressedSize, uncompressedSize);
-}
-
-QDateTime cZipRecord::modificationTime() const
-{
-    const quint32 date = dosTime >> 16;
-    const QDate day(1980 + int(date >> 9), (date >> 5) & 0xf, date & 0x1f);
-    const QTime time((dosTime >> 11) & 0x1f, (dosTime >> 5) & 0x3f, 2 * (dosTime & 0x1f));
-    return day.isValid() && time.isValid() ? QDateTime(day, time) : QDateTime();
+    return cZipCentralRecord::isAcceptable(method, compressedSize, uncompressedSize);
 }
 
 quint32 cZipRecord::unixMode() const
@@ -65,39 +69,15 @@ bool cZipDirectory::read(cZipReader& reader)
     reader.reset();
     if (!reader.isReadable())
         return fail(QStringLiteral("there is no device that is open and can seek"));
-    uchar end[EndSize];
-    if (!findEnd(reader, end))
+    const QByteArray endBytes = findEnd(reader);
+    if (endBytes.isEmpty())
         return fail(QStringLiteral("there is no end record"));
-    m_directoryOffset = field32(end, EndDirectoryOffset);
-    const int total = field16(end, EndTotalEntries);
-    if (!readRecords(reader, total, field32(end, EndDirectorySize)))
+    const cZipEndRecord end(bytesOf(endBytes));
+    m_directoryOffset = end.directoryOffset();
+    const int total = end.totalEntries();
+    if (!readRecords(reader, total, end.directorySize()))
         return fail(QStringLiteral("record %1 of %2 lies outside the archive").arg(count() + 1).arg(total));
     return true;
-}
-
-/// The end record is the last one whose comment ends with the archive. It never begins at the archive's first byte.
-bool cZipDirectory::findEnd(cZipReader& reader, uchar* end)
-{
-    const qint64 last = reader.size() - EndSize;
-    const int longest = int(qMin<qint64>(last - 1, LongestComment));
-    if (longest < 0)
-        return false;
-    return findEnd(reader, last, 0, end) || findEnd(reader, last, longest, end); // most archives have no comment
-}
-
-bool cZipDirectory::findEnd(cZipReader& reader, qint64 last, int longestComment, uchar* end)
-{
-    const QByteArray tail = reader.bytes(last - longestComment, EndSize + longestComment);
-    if (tail.size() < EndSize + longestComment)
-        return false;
-    for (int comment = 0; comment <= longestComment; ++comment) {
-        const uchar* candidate = bytesOf(tail) + longestComment - comment;
-        if (field32(candidate, 0) == EndSignature && field16(candidate, EndCommentLength) == comment) {
-            std::memcpy(end, candidate, EndSize);
-            return true;
-        }
-    }
-    return false;
 }
 
 /// Each record stands behind the one before it. A block is read for as many of them as lie in it; the first block is
@@ -122,17 +102,18 @@ bool cZipDirectory::readRecords(cZipReader& reader, int total, quint32 statedSiz
 /// @return how far the next record is from the beginning of the block, which may be outside of it.
 qint64 cZipDirectory::takeRecords(const QByteArray& block, int total, bool isLast)
 {
-    const uchar* bytes = bytesOf(block);
+    constexpr int size = cZipCentralRecord::Size;
     qint64 used = 0;
     m_blocks.append(block);
-    m_records.reserve(qMin(total, count() + block.size() / CentralSize));
-    while (count() < total && used + CentralSize <= block.size()) {
-        const uchar* record = bytes + used;
-        const int nameSpace = int(block.size() - used) - CentralSize;
-        if (nameLength(record) > nameSpace && !isLast)
+    m_records.reserve(qMin(total, count() + block.size() / size));
+    while (count() < total && used + size <= block.size()) {
+        const uchar* bytes = bytesOf(block) + used;
+        const cZipCentralRecord record(bytes);
+        const int nameSpace = int(block.size() - used) - size;
+        if (record.nameLength() > nameSpace && !isLast)
             break;
-        m_records.append(nameLength(record) > nameSpace ? cutOff(record, nameSpace) : record);
-        used += recordLength(record);
+        m_records.append(record.nameLength() > nameSpace ? cutOff(bytes, nameSpace) : bytes);
+        used += record.length();
     }
     return used;
 }
@@ -140,29 +121,27 @@ qint64 cZipDirectory::takeRecords(const QByteArray& block, int total, bool isLas
 /// A copy of a record whose name is cut off by the end of the archive, with the name that is there.
 const uchar* cZipDirectory::cutOff(const uchar* record, int nameSpace)
 {
-    QByteArray copy(reinterpret_cast<const char*>(record), CentralSize + nameSpace);
-    copy[CentralNameLength] = char(nameSpace);
-    copy[CentralNameLength + 1] = char(nameSpace >> 8);
+    QByteArray copy(reinterpret_cast<const char*>(record), cZipCentralRecord::Size + nameSpace);
+    copy[cZipCentralRecord::NameLengthOffset] = char(nameSpace);
+    copy[cZipCentralRecord::NameLengthOffset + 1] = char(nameSpace >> 8);
     m_blocks.append(copy);
     return bytesOf(m_blocks.constLast());
 }
 
-cZipRecord cZipDirectory::decode(const uchar* record)
+cZipRecord cZipDirectory::record(int index) const
 {
+    const cZipCentralRecord record(m_records.at(index));
     cZipRecord result;
-    result.name = QString::fromLatin1(reinterpret_cast<const char*>(record) + CentralSize, nameLength(record));
-    result.versionMadeBy = field16(record, CentralVersionMadeBy);
-    result.versionNeeded = field16(record, CentralVersionNeeded);
-    result.flags = field16(record, CentralFlags);
-    result.method = field16(record, CentralMethod);
-    result.dosTime = field32(record, CentralDosTime);
-    result.crc = field32(record, CentralCrc);
-    result.compressedSize = field32(record, CentralCompressedSize);
-    result.uncompressedSize = field32(record, CentralUncompressedSize);
-    result.externalAttributes = field32(record, CentralExternalAttributes);
-    result.localHeaderOffset = field32(record, CentralLocalOffset);
-    result.recordLength = recordLength(record);
-    result.hasSignature = field32(record, 0) == CentralSignature;
+    result.name = record.name();
+    result.versionMadeBy = record.versionMadeBy();
+    result.flags = record.flags();
+    result.method = record.method();
+    result.crc = record.crc();
+    result.compressedSize = record.compressedSize();
+    result.uncompressedSize = record.uncompressedSize();
+    result.externalAttributes = record.externalAttributes();
+    result.localHeaderOffset = record.localHeaderOffset();
+    result.hasSignature = record.hasSignature();
     return result;
 }
 

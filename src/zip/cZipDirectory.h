@@ -1,7 +1,6 @@
 #pragma once
 
 #include <QtCore/QByteArray>
-#include <QtCore/QDateTime>
 #include <QtCore/QString>
 #include <QtCore/QVector>
 
@@ -11,29 +10,24 @@ class cZipReader;
 /// One record of the central directory, whatever it stands for: file, empty file or folder.
 struct cZipRecord
 {
-    QString name; ///< Each byte one Latin-1 character, as cZipEntry::name() gives it.
+    enum Flag { IsEncrypted = 0x1, HasDataDescriptor = 0x8 };
+
+    QString name; // each byte is one Latin-1 character, as cZipEntry::name() gives it
     quint16 versionMadeBy = 0;
-    quint16 versionNeeded = 0;
     quint16 flags = 0;
     quint32 method = 0;
-    quint32 dosTime = 0; ///< The date in the upper, the time in the lower 16 bits.
     quint32 crc = 0;
     quint32 compressedSize = 0;
     quint32 uncompressedSize = 0;
     quint32 externalAttributes = 0;
     quint32 localHeaderOffset = 0;
-    quint32 recordLength = 0;  ///< With name, extra field and comment.
-    bool hasSignature = false; ///< Whether the record starts as one should. The archive reader does not ask for it.
-
-    enum { IsEncrypted = 0x1, HasDataDescriptor = 0x8 }; ///< Bits of the flags.
+    bool hasSignature = false; // the archive reader does not ask for it
 
     /// Whether the archive reader takes it: deflated, or stored with two equal sizes.
     bool isAcceptable() const;
     /// Whether the archive lists it: its name does not end with "/", and it has contents.
     bool isListed() const { return uncompressedSize != 0 && !isFolder(); }
     bool isFolder() const { return name.endsWith(QLatin1Char('/')); }
-    /// Local time; invalid when the record's fields are no date and time.
-    QDateTime modificationTime() const;
     /// The Unix mode that archivers of Unix systems keep (file type and permissions); 0 from other systems.
     quint32 unixMode() const;
 };
@@ -53,7 +47,7 @@ public:
     QString errorString() const { return m_error; }
 
     int count() const { return m_records.size(); }
-    cZipRecord record(int index) const { return decode(m_records.at(index)); }
+    cZipRecord record(int index) const;
 
     /// The records' raw bytes, 46 and then the name of each. They live as long as a copy of blocks().
     const QVector<const uchar*>& rawRecords() const { return m_records; }
@@ -63,11 +57,7 @@ public:
     /// Where the end record says the central directory begins.
     quint32 directoryOffset() const { return m_directoryOffset; }
 
-    static cZipRecord decode(const uchar* record);
-
 private:
-    bool findEnd(cZipReader& reader, uchar* end);
-    bool findEnd(cZipReader& reader, qint64 last, int longestComment, uchar* end);
     bool readRecords(cZipReader& reader, int total, quint32 statedSize);
     qint64 takeRecords(const QByteArray& block, int total, bool isLast);
     const uchar* cutOff(const uchar* record, int nameSpace);

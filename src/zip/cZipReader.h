@@ -13,8 +13,8 @@ public:
     static constexpr int MaxArray = 0x7fffff00;
 
     enum Use {
-        Shared, ///< Others may change the device, so that it is read anew each time.
-        Own     ///< What was read once stays true until reset(): files that follow each other come from one read.
+        Shared, // others may change the device, so that it is read anew each time.
+        Own     // what was read once stays true until reset(): files that follow each other come from one read.
     };
 
     /// @param device may be null; it must be open, and able to seek, for anything to be read.
@@ -45,7 +45,7 @@ private:
 
     QIODevice* m_device;
     Use m_use;
-    QByteArray m_window; ///< What was read for the last view.
+    QByteArray m_window; // what was read for the last view
     qint64 m_windowPosition = 0;
-    qint64 m_size = -1; ///< Of an own device, once it was asked for.
+    qint64 m_size = -1; // of an own device, once it was asked for
 };

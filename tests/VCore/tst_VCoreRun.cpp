@@ -69,7 +69,8 @@ private slots:
 
         QStringList names;
         for (const QJsonValue& span : HostFixture::spansOf(trace)) {
-            QVERIFY(span["ph"] == "X" && span["args"]["ok"].toBool());
+            QCOMPARE(span["ph"].toString(), QString("X"));
+            QVERIFY(span["args"]["ok"].toBool());
             names.append(span["name"].toString());
         }
         for (const char* name : {"read manifest Base", "read manifest OnDemand", "load library Base", "start Later"})

@@ -29,7 +29,8 @@ IconFiles::IconFiles()
     };
     for (auto text = texts.begin(); text != texts.end(); ++text) {
         QFile file(text.key());
-        QVERIFY(file.open(QIODevice::WriteOnly) && file.write(*text) == text->size());
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        QCOMPARE(file.write(*text), qint64(text->size()));
     }
 }
 

@@ -20,7 +20,8 @@ IconFiles::IconFiles()
         QVERIFY(QFile::copy(PICTURED_PROGRAM, path(name)));
     for (const char* name : {"text.bin", "a.norvaletest", "a.norvaletest2", "a.norvaletest3", "unknown.norvalenone"}) {
         QFile file(path(name));
-        QVERIFY(file.open(QIODevice::WriteOnly) && file.write("text") == 4);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        QCOMPARE(file.write("text"), qint64(4));
     }
     registerKind("norvaletest", path("program.exe"));
     registerKind("norvaletest2", path("a.norvaletest"));

@@ -34,8 +34,10 @@ private slots:
         loader->start();
         loader->start(); // while it loads: nothing
         const QPixmap icon = Corvane::loadApplicationIcon(loader->path());
-        QVERIFY(!icon.isNull() && loader->pixmap().toImage() == icon.toImage());
-        QVERIFY(finished.isEmpty() && finished.wait());
+        QVERIFY(!icon.isNull());
+        QCOMPARE(loader->pixmap().toImage(), icon.toImage());
+        QVERIFY(finished.isEmpty());
+        QVERIFY(finished.wait());
         QCOMPARE(finished.first().first().value<cDelayedApplicationIconLoader*>(), loader);
         QCoreApplication::processEvents();
         QCOMPARE(finished.size(), 1);
@@ -43,7 +45,8 @@ private slots:
         cDelayedApplicationIconLoader* absent = load("absent", &parent);
         QSignalSpy absentFinished(absent, &cDelayedApplicationIconLoader::finished);
         absent->start();
-        QVERIFY(absentFinished.wait() && absent->pixmap().isNull());
+        QVERIFY(absentFinished.wait());
+        QVERIFY(absent->pixmap().isNull());
     }
     /// While the main thread uses the same theme; half of the loaders are deleted before they are done.
     void manyLoadersAtOnce()

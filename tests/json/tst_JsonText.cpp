@@ -121,11 +121,13 @@ private slots:
 
         QBuffer device;
         device.setData("123 [3]");
-        QVERIFY(device.open(QIODevice::ReadOnly) && device.seek(3));
+        QVERIFY(device.open(QIODevice::ReadOnly));
+        QVERIFY(device.seek(3));
         cJsonReader reader(&device);
         device.close();
         QVERIFY(reader.parse() == cJsonReader(reader).parse());
-        QVERIFY(cJsonReader::parse(reader, value) && value.size() == 1 && value[0] == 3);
+        QVERIFY(cJsonReader::parse(reader, value));
+        QCOMPARE(cJsonWriter::serialize(value), QByteArray("[3]"));
     }
     void writes_data()
     {

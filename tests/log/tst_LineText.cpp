@@ -1,7 +1,5 @@
-#include "log/DebugStream.h"
 #include "log/LineText.h"
-#include "log/cLineStream.h"
-#include "log/cTimeText.h"
+#include "log/cLogLine.h"
 
 #include <QtTest/QtTest>
 
@@ -49,7 +47,32 @@ void tst_LineText::timeIsThatOfQDateTime()
     }
 }
 
-/// Values and manipulators; those of a caller's own may do what they like with the text stream.
+// Manipulators of a caller's own may do what they like with the text stream.
+
+static QTextStream& halfCharacter(QTextStream& stream)
+{
+    return stream << QChar(0xd83d) << Qt::flush;
+}
+
+static QTextStream& otherCodec(QTextStream& stream)
+{
+    stream.setCodec("ISO-8859-1");
+    return stream;
+}
+
+static QTextStream& otherLocale(QTextStream& stream)
+{
+    stream.setLocale(QLocale(QLocale::German));
+    return stream;
+}
+
+static QTextStream& noDevice(QTextStream& stream)
+{
+    stream.setDevice(nullptr);
+    return stream;
+}
+
+/// Values and manipulators.
 static void (*const streamings[])(QDebug& debug, int value) = {
     [](QDebug& debug, int value) { debug << value << "text" << value * 0.37; },
     [](QDebug& debug, int value) { debug << QString(QChar(value % 0xd800)) << QByteArray("a\"b"); },
@@ -60,17 +83,18 @@ static void (*const streamings[])(QDebug& debug, int value) = {
     [](QDebug& debug, int) { debug << Qt::flush; },
     [](QDebug& debug, int) { debug << Qt::endl; },
     // The conversion keeps the half of a character until the other one arrives.
-    [](QDebug& debug, int) { DebugStream::textStream(debug) << QChar(0xd83d) << Qt::flush; },
-    [](QDebug& debug, int) { DebugStream::textStream(debug).setCodec("ISO-8859-1"); },
-    [](QDebug& debug, int) { DebugStream::textStream(debug).setLocale(QLocale(QLocale::German)); },
-    [](QDebug& debug, int) { DebugStream::textStream(debug << Qt::flush).setDevice(nullptr); },
+    [](QDebug& debug, int) { debug << halfCharacter; },
+    [](QDebug& debug, int) { debug << otherCodec; },
+    [](QDebug& debug, int) { debug << otherLocale; },
+    [](QDebug& debug, int) { debug << Qt::flush << noDevice; },
 };
 
 /// Lines of random values and manipulators, through the kept stream and through a new one for each line.
 void tst_LineText::streamIsAsGoodAsNew()
 {
     QBuffer kept, fresh;
-    QVERIFY(kept.open(QIODevice::ReadWrite | QIODevice::Text) && fresh.open(QIODevice::ReadWrite | QIODevice::Text));
+    QVERIFY(kept.open(QIODevice::ReadWrite | QIODevice::Text));
+    QVERIFY(fresh.open(QIODevice::ReadWrite | QIODevice::Text));
     cLineStream lines(kept);
     for (int i = 0; i < 100000; ++i) {
         QDebug ours(lines.start()), plain(&fresh);
@@ -80,7 +104,7 @@ void tst_LineText::streamIsAsGoodAsNew()
             streaming(ours, value);
             streaming(plain, value);
         }
-        lines.settle(std::move(ours));
+        lines.finish(std::move(ours));
         QDebug(std::move(plain)).nospace();
         QCOMPARE(kept.data(), fresh.data());
         for (QBuffer* buffer : {&kept, &fresh}) {

@@ -133,11 +133,11 @@ private slots:
         row("a version with other plugins", "", "B-1.00.000.zip --feature Core --feature-version 1.0.0", "new version");
         row("a package with other bytes", pack, core, "published with other contents");
         row("no package", "echo x >A-1.00.000.zip", core, "[package-readable]");
-        row("a plugin twice", "cp A-1.00.000.zip again.zip", "again.zip " + core, "two packages of A");
+        row("a plugin twice", "cp A-1.00.000.zip again.zip", "again.zip " + core, "two packages of \"A\"");
         row("a feature that is not there", "", core + "--depends Z", "[feature-unknown-dependency]");
         row("a plugin that is not there", "", "B-1.00.000.zip --feature Core --feature-version 1.1.0",
             "[suite-dependency-missing]");
-        row("sharing with nobody", "", core + "--shared Z=1.0.0", "no feature Z");
+        row("sharing with nobody", "", core + "--shared Z=1.0.0", "no feature \"Z\"");
         row("an older repository", "", core + "--repository-version 0.1.0", "newer than 0.01.000");
         row("an older runtime", "", "--runtime setup.exe --runtime-version 1.0.0", "newer than 1.00.000");
         row("a runtime with other bytes", "echo x >setup.exe", "--runtime setup.exe --runtime-version 2.0.0",

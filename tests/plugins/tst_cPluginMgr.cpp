@@ -221,7 +221,7 @@ private slots:
     {
         cInstalledSuite suite({"Foo plain needs:B needs:C gives:a",
                                "Bar <m><plugin><start><params>{\"a\":1}</params></start></plugin></m>"});
-        cPluginInstance plugin("Foo", cVersion("1.0"));
+        cPluginInstance plugin({"Foo", cVersion("1.0")});
         plugin.setFolder("#Default");
         QCOMPARE(plugin.folder(), QString("#Default"));
         plugin.setFolder("#default");

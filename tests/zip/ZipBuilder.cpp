@@ -3,6 +3,8 @@
 #include <QtCore/QList>
 #include <QtCore/QtEndian>
 
+#include <zlib.h>
+
 namespace {
 
 class Record
@@ -40,7 +42,9 @@ const QByteArray centralExtra("\x99\x99\x01\x00z", 5);
 
 ZipFile deflated(const QByteArray& name, const QByteArray& content)
 {
-    return {name, deflate(content), quint32(content.size())};
+    ZipFile file{name, deflate(content), quint32(content.size())};
+    file.crc = quint32(crc32(0, reinterpret_cast<const Bytef*>(content.constData()), uInt(content.size())));
+    return file;
 }
 
 ZipFile stored(const QByteArray& name, const QByteArray& content)
@@ -61,10 +65,13 @@ QByteArray buildZip(const QList<ZipFile>& files, const ZipEnd& end)
     for (const ZipFile& file : files) {
         const qint64 offset = given(file.localOffset, out.result.size());
         const qint64 nameLength = given(file.nameLength, file.name.size());
-        out.u32(0x04034b50).u16(20).u16(0).u16(file.method).u32(0).u32(0).u32(given(file.localSize, file.data.size()));
-        out.u32(file.uncompressedSize).u16(file.name.size()).u16(localExtra.size());
+        out.u32(0x04034b50).u16(20).u16(0).u16(file.method).u32(0).u32(file.crc);
+        out.u32(given(file.localSize, file.data.size()))
+            .u32(file.uncompressedSize)
+            .u16(file.name.size())
+            .u16(localExtra.size());
         out.bytes(file.name).bytes(localExtra).bytes(file.data);
-        directory.u32(file.signature).u16(20).u16(20).u16(0).u16(file.method).u32(0x526e7931).u32(0);
+        directory.u32(file.signature).u16(20).u16(20).u16(0).u16(file.method).u32(0x526e7931).u32(file.crc);
         directory.u32(given(file.centralSize, file.data.size())).u32(file.uncompressedSize).u16(nameLength);
         directory.u16(centralExtra.size()).u16(3).u16(0).u16(0).u32(0).u32(offset);
         directory.bytes(file.name).bytes(centralExtra).bytes("why");

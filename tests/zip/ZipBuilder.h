@@ -6,14 +6,15 @@
 struct ZipFile
 {
     QByteArray name;
-    QByteArray data; ///< As it lies in the archive.
+    QByteArray data; // as it lies in the archive
     quint32 uncompressedSize;
     quint16 method = 8;
-    qint64 centralSize = -1; ///< The compressed size that the central record states.
-    qint64 localSize = -1;   ///< The one that the local header states.
+    qint64 centralSize = -1; // the compressed size that the central record states
+    qint64 localSize = -1;   // the one that the local header states
     qint64 localOffset = -1;
     quint32 signature = 0x02014b50;
     int nameLength = -1;
+    quint32 crc = 0;
 };
 
 ZipFile deflated(const QByteArray& name, const QByteArray& content);

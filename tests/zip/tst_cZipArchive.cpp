@@ -132,18 +132,21 @@ private slots:
         for (int i = 0; i < directory.count(); ++i) {
             const cZipRecord record = directory.record(i);
             list += record.name + QString(" %1").arg(record.unixMode(), 0, 8) + (record.isListed() ? "" : " unlisted");
-            QVERIFY(record.hasSignature && record.isAcceptable() && record.flags == 0 && record.crc != 1);
-            if (record.name != "link.txt")
-                QCOMPARE(record.modificationTime(), QDateTime(QDate(2021, 3, 14), QTime(15, 9, 26)));
+            QVERIFY(record.hasSignature);
+            QVERIFY(record.isAcceptable());
+            QCOMPARE(record.flags, quint16(0));
         }
         QCOMPARE(list.mid(2), QStringList({"empty.txt 100644 unlisted", "Manifest.xml 100644", "docs/ 40755 unlisted",
                                            "docs/readme.txt 100644", "link.txt 120777"}));
-        QVERIFY(!directory.read(nullptr) && directory.count() == 0 && !directory.errorString().isEmpty());
+        QVERIFY(!directory.read(nullptr));
+        QCOMPARE(directory.count(), 0);
+        QVERIFY(!directory.errorString().isEmpty());
     }
 
     void findsByName()
     {
         QList<ZipFile> files{stored("same", "1"), stored("Same", "2"), stored("same", "3")};
+        files += {stored(QByteArray("\0b", 2), "4"), stored(QByteArray("\0a", 2), "5"), stored("\xfc", "6")};
         for (int i = 0; i < 300; ++i)
             files.prepend(stored("n" + QByteArray::number(i * 7919 % 300), QByteArray::number(i)));
         cZipArchive archive(buildZip(files));
@@ -158,8 +161,9 @@ private slots:
                  {QString(), QString("SAME"), QString("n"), QString("n300"), QString(QChar(0x173))})
                 QVERIFY(!archive.entry(name));
             QCOMPARE(archive.entry("same")->compressedContent(), QByteArray("1"));
-            QCOMPARE(archive.uncompressedSize(), 793 * (round + 1));
-            QVERIFY(archive.parse() && archive.entries().size() == 303 * (round + 2)); // appends
+            QCOMPARE(archive.uncompressedSize(), 796 * (round + 1));
+            QVERIFY(archive.parse());
+            QCOMPARE(archive.entries().size(), 306 * (round + 2)); // appends
         }
     }
 
@@ -168,21 +172,31 @@ private slots:
         const QTemporaryDir folder;
         QByteArray bytes = buildZip({stored("a", "1")});
         QFile file(folder.filePath("a.zip"));
-        QVERIFY(file.open(QIODevice::ReadWrite) && file.write(bytes) && file.flush());
+        QVERIFY(file.open(QIODevice::ReadWrite));
+        QCOMPARE(file.write(bytes), qint64(bytes.size()));
+        QVERIFY(file.flush());
         QBuffer buffer(&bytes);
         QVERIFY(buffer.open(QIODevice::ReadWrite));
 
         cZipArchive archive(file.fileName());
         QCOMPARE(listOf(archive), QString("a 1/1"));
-        QVERIFY(archive.qt_metacast("cZipArchive") && !archive.parent());
+        QVERIFY(archive.qt_metacast("cZipArchive"));
+        QVERIFY(!archive.parent());
         const auto entry = archive.entries().constFirst();
-        QVERIFY(archive.setArchive(&buffer) && listOf(archive) == "a 1/1");
+        QVERIFY(archive.setArchive(&buffer));
+        QCOMPARE(listOf(archive), QString("a 1/1"));
         QCOMPARE(entry->compressedContent(), QByteArray("1")); // from the device that the archive has now
         bytes.replace("1PK", "2PK");
         QCOMPARE(archive.entry("a")->compressedContent(), QByteArray("2")); // a device of others is read anew
-        QVERIFY(!archive.setArchive(bytes) && archive.entries().isEmpty() && !archive.parse());
-        QVERIFY(!archive.setArchive(nullptr) && !archive.parse() && entry->compressedContent().isEmpty());
-        QVERIFY(buffer.isOpen() && !cZipArchive().parse() && !cZipArchive(folder.filePath("none")).parse());
+        QVERIFY(!archive.setArchive(bytes));
+        QVERIFY(archive.entries().isEmpty());
+        QVERIFY(!archive.parse());
+        QVERIFY(!archive.setArchive(nullptr));
+        QVERIFY(!archive.parse());
+        QVERIFY(entry->compressedContent().isEmpty());
+        QVERIFY(buffer.isOpen());
+        QVERIFY(!cZipArchive().parse());
+        QVERIFY(!cZipArchive(folder.filePath("none")).parse());
     }
 
     void leavesHostileDevicesAlone()
@@ -192,10 +206,12 @@ private slots:
         QVERIFY(growing.open(QIODevice::ReadWrite));
         cZipArchive archive(&growing);
         const int size = bytes.size();
-        QVERIFY(archive.entry("a")->compressedContent().isEmpty() && archive.entry("a")->content().isEmpty());
+        QVERIFY(archive.entry("a")->compressedContent().isEmpty());
+        QVERIFY(archive.entry("a")->content().isEmpty());
         QCOMPARE(bytes.size(), size);
         SlowDevice pipe(bytes, true);
-        QVERIFY(!archive.setArchive(&pipe) && archive.entries().isEmpty());
+        QVERIFY(!archive.setArchive(&pipe));
+        QVERIFY(archive.entries().isEmpty());
     }
 
     void entriesOutliveTheirArchive()
@@ -204,10 +220,14 @@ private slots:
         const auto entry = archive->entry("name");
         const cZipEntry empty(archive.data()); // its local header is the first
         QCOMPARE(entry->content() + empty.content(), QByteArray("contentcontent"));
-        QVERIFY(empty.name().isEmpty() && empty.compressedSize() == 0 && empty.uncompressedSize() == 0);
+        QVERIFY(empty.name().isEmpty());
+        QCOMPARE(empty.compressedSize(), 0);
+        QCOMPARE(empty.uncompressedSize(), 0);
         archive.reset();
         QCOMPARE(entry->name() + QString::number(entry->uncompressedSize()), QString("name7"));
-        QVERIFY(entry->content().isEmpty() && entry->compressedContent().isEmpty() && empty.content().isEmpty());
+        QVERIFY(entry->content().isEmpty());
+        QVERIFY(entry->compressedContent().isEmpty());
+        QVERIFY(empty.content().isEmpty());
     }
 };
 

@@ -15,8 +15,7 @@
 namespace CallValues {
 namespace {
 
-// Beyond it a double, as which readers of JSON take numbers, no longer tells neighbouring integers apart; such numbers
-// travel as text.
+// Readers of JSON take numbers as doubles, which tell integers apart up to here; larger ones travel as text.
 constexpr qlonglong MaxExactInteger = Q_INT64_C(9007199254740992);
 
 QString textOf(const cJsonValue& json)

@@ -23,7 +23,7 @@ ExitCode cLogOption::open(void (*show)()) const
 
 void addJsonFlag(cSyntax& syntax, bool* target)
 {
-    syntax.addFlag("--json", target, "Print JSON instead of text. With --call the ARGs are JSON, too.");
+    syntax.add("--json", target, "Print JSON instead of text. With --call the ARGs are JSON, too.");
 }
 
 ExitCode initialiseFramework()

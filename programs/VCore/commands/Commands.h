@@ -17,7 +17,7 @@ void addInstallCommands(cProgram& program);
 class cLogOption
 {
 public:
-    void addTo(cSyntax& syntax) { syntax.addOption("--log", &m_path, "FILE", "Append the log to FILE."); }
+    void addTo(cSyntax& syntax) { syntax.add("--log", &m_path, "Append the log to FILE.", "FILE"); }
 
     /// Shows the log on the terminal, and opens the log file when one is named; says why when that cannot be written.
     /// @p show is Diagnostics::showLog or Diagnostics::showReasons.

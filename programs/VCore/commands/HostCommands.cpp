@@ -40,13 +40,13 @@ class cRunCommand : public cCommand
 public:
     void describe(cSyntax& syntax) override
     {
-        syntax.setName("--run", "Start the suite and serve it until Ctrl+C, SIGTERM or a client's QUIT; this is what "
-                                "is done when no other command is given.");
-        syntax.addOption("--categories", &m_categories, "a,b",
-                         "Load the plugins of these load categories, in this order, beside what loads anyway.");
+        syntax.call("--run", "Start the suite and serve it until Ctrl+C, SIGTERM or a client's QUIT; this is what "
+                             "is done when no other command is given.");
+        syntax.add("--categories", &m_categories,
+                   "Load the plugins of these load categories, in this order, beside what loads anyway.", "a,b");
         m_log.addTo(syntax);
-        syntax.addOption("--trace", &m_tracePath, "FILE",
-                         "Write a Chrome trace of start-up and stop to FILE when the run ends.");
+        syntax.add("--trace", &m_tracePath, "Write a Chrome trace of start-up and stop to FILE when the run ends.",
+                   "FILE");
     }
 
     ExitCode run() override
@@ -94,13 +94,13 @@ protected:
 
     void addTimeout(cSyntax& syntax)
     {
-        syntax.addOption("--timeout", &m_timeout, "SECONDS", "Wait so long for the running host.");
+        syntax.add("--timeout", &m_timeout, "Wait so long for the running host.", "SECONDS");
     }
 
     void addWaiting(cSyntax& syntax)
     {
-        syntax.addFlag("--wait", &m_waits,
-                       "With --send and --call: wait for a host that does not run yet, up to the time limit.");
+        syntax.add("--wait", &m_waits,
+                   "With --send and --call: wait for a host that does not run yet, up to the time limit.");
     }
 
     cHostClient::Outcome connect(cHostClient& client) const
@@ -127,8 +127,8 @@ class cListCommand : public cAskingCommand
 public:
     void describe(cSyntax& syntax) override
     {
-        syntax.setName("--list", "Show features, plugins and services: those of the running host, or what is "
-                                 "installed when none is running.");
+        syntax.call("--list", "Show features, plugins and services: those of the running host, or what is "
+                              "installed when none is running.");
         addJsonFlag(syntax, &m_isJson);
         m_log.addTo(syntax);
         addTimeout(syntax);
@@ -184,7 +184,7 @@ class cSendCommand : public cAskingCommand
 public:
     void describe(cSyntax& syntax) override
     {
-        syntax.setName("--send", &m_message, "JSON", "Send JSON to the running host and print each answer on a line.");
+        syntax.call("--send", "Send JSON to the running host and print each answer on a line.", &m_message, "JSON");
         addTimeout(syntax);
         addWaiting(syntax);
     }
@@ -211,12 +211,14 @@ class cCallCommand : public cAskingCommand
 public:
     void describe(cSyntax& syntax) override
     {
-        syntax.setName("--call", "Call a method of a service in the running host and print what it returns. Options "
-                                 "stand before SERVICE, all behind it are ARGs.");
+        syntax.call("--call", "Call a method of a service in the running host and print what it returns. Options "
+                              "stand before SERVICE, all behind it are ARGs.");
         addJsonFlag(syntax, &m_isJson);
         addTimeout(syntax);
         addWaiting(syntax);
-        syntax.addWords("SERVICE METHOD [ARG...]", &m_words, "", 2, 12);
+        syntax.add("SERVICE METHOD [ARG...]", &m_words, "");
+        syntax.leastWords = 2;
+        syntax.mostWords = 12;
     }
 
 protected:

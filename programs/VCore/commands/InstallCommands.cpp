@@ -67,9 +67,10 @@ class cInstallCommand : public cInstallingCommand
 public:
     void describe(cSyntax& syntax) override
     {
-        syntax.setName("--install", &m_path, "FILE",
-                       "Install what the repository description FILE lists, whose packages lie beside it; or the one "
-                       "package FILE, NAME-VERSION.zip, for who develops it.");
+        syntax.call("--install",
+                    "Install what the repository description FILE lists, whose packages lie beside it; or the one "
+                    "package FILE, NAME-VERSION.zip, for who develops it.",
+                    &m_path, "FILE");
         addLog(syntax);
     }
 
@@ -94,7 +95,7 @@ class cBootstrapCommand : public cInstallingCommand
 public:
     void describe(cSyntax& syntax) override
     {
-        syntax.setName("--bootstrap", "Install what the folder Bootstrap of the installation holds.");
+        syntax.call("--bootstrap", "Install what the folder Bootstrap of the installation holds.");
         addLog(syntax);
     }
 
@@ -112,7 +113,7 @@ class cUninstallCommand : public cInstallingCommand
 public:
     void describe(cSyntax& syntax) override
     {
-        syntax.setName("--uninstall", "Remove every plugin, without asking.");
+        syntax.call("--uninstall", "Remove every plugin, without asking.");
         addLog(syntax);
     }
 

@@ -4,12 +4,16 @@
 #include "common/Terminal.h"
 #include "common/cProgram.h"
 #include "updates/UpdateSession.h"
-#include "updates/UpdateSites.h"
 #include "wire/WireText.h"
 
+#include <Norvale/IConfigMgr.h>
+
+#include <QtCore/QFileInfo>
 #include <QtCore/QUrl>
 
 namespace {
+
+constexpr int ManyWords = 1000;
 
 /// Asks the update sites for a newer version and shows what they have.
 class cCheckCommand : public cCommand
@@ -17,7 +21,7 @@ class cCheckCommand : public cCommand
 public:
     void describe(cSyntax& syntax) override
     {
-        syntax.setName("--check", "Ask the update sites for a newer version; nothing is changed.");
+        syntax.call("--check", "Ask the update sites for a newer version; nothing is changed.");
         addJsonFlag(syntax, &m_isJson);
         m_log.addTo(syntax);
     }
@@ -50,12 +54,13 @@ class cUpdateCommand : public cCommand
 public:
     void describe(cSyntax& syntax) override
     {
-        syntax.setName("--update", "Fetch the newest version from the update sites; the next start installs it. The "
-                                   "FEATUREs that are named come in addition. Ctrl+C cancels. A running host goes on "
-                                   "meanwhile.");
+        syntax.call("--update", "Fetch the newest version from the update sites; the next start installs it. The "
+                                "FEATUREs that are named come in addition. Ctrl+C cancels. A running host goes on "
+                                "meanwhile.");
         addJsonFlag(syntax, &m_isJson);
         m_log.addTo(syntax);
-        syntax.addWords("[FEATURE...]", &m_features, "");
+        syntax.add("[FEATURE...]", &m_features, "");
+        syntax.mostWords = ManyWords;
     }
 
     ExitCode run() override
@@ -89,9 +94,10 @@ class cSitesCommand : public cCommand
 public:
     void describe(cSyntax& syntax) override
     {
-        syntax.setName("--update-sites", "Show the update sites. With URLs (or folders) make these the update sites, "
-                                         "asked in this order; with the word \"none\" have none.");
-        syntax.addWords("[URL...]", &m_words, "");
+        syntax.call("--update-sites", "Show the update sites. With URLs (or folders) make these the update sites, "
+                                      "asked in this order; with the word \"none\" have none.");
+        syntax.add("[URL...]", &m_words, "");
+        syntax.mostWords = ManyWords;
     }
 
     ExitCode run() override
@@ -99,18 +105,30 @@ public:
         const bool isNone = m_words == QStringList(QStringLiteral("none"));
         QList<QUrl> sites;
         for (const QString& word : isNone ? QStringList() : m_words) {
-            sites.append(UpdateSites::urlOf(word));
+            sites.append(urlOf(word));
             if (!sites.last().isValid())
                 return endWith(ExitCode::Usage, QStringLiteral("\"%1\" is no URL of a site, and no folder").arg(word));
         }
-        if (!m_words.isEmpty() && !UpdateSites::set(sites))
+        if (!m_words.isEmpty() && !IConfigMgr::setUpdateLocations(sites))
             return endWith(ExitCode::SettingsFailed, QStringLiteral("the settings cannot be written"));
-        for (const QString& site : UpdateSites::list())
-            Terminal::answer(site);
+        for (const QUrl& site : IConfigMgr::updateLocations())
+            Terminal::answer(site.toString(QUrl::FullyEncoded));
         return ExitCode::Ok;
     }
 
 private:
+    // http, https or file, or the path of a folder that is there; invalid when the text is none of these.
+    static QUrl urlOf(const QString& text)
+    {
+        const QFileInfo folder(text);
+        if (folder.isDir())
+            return QUrl::fromLocalFile(folder.canonicalFilePath());
+        const QUrl url(text, QUrl::StrictMode);
+        const bool isRemote =
+            (url.scheme() == QLatin1String("http") || url.scheme() == QLatin1String("https")) && !url.host().isEmpty();
+        return url.isValid() && (isRemote || !url.toLocalFile().isEmpty()) ? url : QUrl();
+    }
+
     QStringList m_words;
 };
 

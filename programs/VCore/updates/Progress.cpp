@@ -131,7 +131,7 @@ QString cProgressLine::barText(qint64 done, qint64 total, int width)
            QLatin1Char(']');
 }
 
-// Each figure has its place, whether it is there or not, so that the bar keeps its width.
+// Each figure keeps its place also when it is empty, so that the bar keeps its width.
 QString cProgressLine::figures() const
 {
     const qint64 rate = m_rate.bytesPerSecond();
@@ -154,7 +154,7 @@ QString cProgressLine::timeLeft() const
     const QString minutes = QStringLiteral("%1:%2").arg(seconds / 60 % 60).arg(seconds % 60, 2, 10, QLatin1Char('0'));
     if (seconds < 3600)
         return minutes + QStringLiteral(" left");
-    constexpr qint64 Longest = 100 * 3600; // beyond, the rate is no promise
+    constexpr qint64 Longest = 100 * 3600; // seconds; for more the rate says too little
     return seconds < Longest ? QStringLiteral("%1 h left").arg((seconds + 1800) / 3600) : QString();
 }
 
@@ -203,9 +203,10 @@ void cInstallReport::onStart(IInstallMgr::OPERATION operation, const QString& na
     if (operation == IInstallMgr::OPERATION_LOCATION)
         Terminal::answer(QStringLiteral("Installing"));
     const QString what = nameOf(operation);
-    if (!what.isEmpty())
-        Terminal::answer(
-            QStringLiteral("  %1 %2 %3").arg(what, -11).arg(Terminal::printable(name), Terminal::printable(version)));
+    if (!what.isEmpty()) {
+        const QString plugin = Terminal::printable(name + QLatin1Char(' ') + version);
+        Terminal::answer(QStringLiteral("  %1 %2").arg(what, -11).arg(plugin));
+    }
 }
 
 void cInstallReport::onProgress(int current, int total)

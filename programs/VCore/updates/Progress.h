@@ -40,7 +40,7 @@ public:
     /// Takes in that @p done bytes of @p total (0 or less: nobody knows) have arrived at @p time (milliseconds).
     void update(const QString& label, qint64 done, qint64 total, qint64 time);
 
-    /// False for what is so small that it is there before anybody has read of it.
+    /// False for a transfer that is so small that it ends before anybody has read the line.
     bool isWorthShowing() const;
 
     bool isComplete() const { return m_total > 0 && m_done >= m_total; }
@@ -72,8 +72,8 @@ private:
     cTransferRate m_rate;
 };
 
-/// Shows the progress of downloads: one bar where standard error is a terminal, a line now and then where it is not.
-/// While it lives; the bar goes away with it.
+/// Shows the progress of downloads while it lives: one bar where standard error is a terminal, else a line now and
+/// then.
 class cProgressBar : public QObject
 {
     Q_OBJECT

@@ -1,7 +1,6 @@
 #include "updates/UpdateSession.h"
 
 #include "common/Terminal.h"
-#include "updates/UpdateSites.h"
 #include "wire/WireText.h"
 
 #include <Norvale/Corvane.h>
@@ -52,7 +51,7 @@ QString failure(const QJsonObject& result)
 {
     switch (UpdateReport::codeOf(result)) {
     case ExitCode::NoUpdate:
-        if (UpdateSites::list().isEmpty())
+        if (IConfigMgr::updateLocations().isEmpty())
             return QStringLiteral("There is no update: no update site is set. VCore --update-sites URL sets one.");
         if (cVersion(textOf(result, "update_to_version")) == cVersion())
             return QStringLiteral("There is no update: no update site has a repository for this installation.");
@@ -116,7 +115,7 @@ QJsonObject cUpdateSession::update(const QStringList& features)
     return result;
 }
 
-// A signal that came so far is served before, since nobody else would hear of it.
+// A stop signal that has come so far is served first; the work would not hear of it.
 QJsonObject cUpdateSession::run(const std::function<cJsonValue()>& work)
 {
     QCoreApplication::processEvents();

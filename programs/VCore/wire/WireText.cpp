@@ -6,16 +6,14 @@
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonDocument>
 
+#include <algorithm>
 #include <cstdio>
 
 namespace {
 
 bool isAscii(const QByteArray& bytes)
 {
-    for (const char byte : bytes)
-        if (static_cast<unsigned char>(byte) > 127)
-            return false;
-    return true;
+    return std::all_of(bytes.begin(), bytes.end(), [](char byte) { return static_cast<unsigned char>(byte) < 128; });
 }
 
 // Outside of strings and comments such a character is an error with or without being escaped.

@@ -22,8 +22,8 @@ QString shortHash(const QString& text)
     return QString::fromLatin1(QCryptographicHash::hash(text.toUtf8(), QCryptographicHash::Sha1).toHex().left(16));
 }
 
-// Its holder writes who it is as soon as it has made the file. Killed in between, it leaves one that nobody can be
-// asked about, and only then age decides.
+// The holder of a lock writes who it is as soon as it has made the file. A holder that was killed in between leaves an
+// empty file, and only for that the age decides.
 bool tryLock(QLockFile& file)
 {
     constexpr int Patience = 5000; // milliseconds

@@ -21,7 +21,7 @@ public:
     /// The address of the host of the installation that the machine's settings name.
     static cHostAddress ofThisInstallation();
 
-    /// False when no folder is to be had that the user alone can enter; then errorString() tells why.
+    /// False when there is no folder that only the user can enter; errorString() tells why.
     bool isValid() const { return m_error.isEmpty(); }
 
     /// Why the address is not valid.

@@ -62,9 +62,10 @@ cHostClient::Outcome cHostClient::fail()
 bool cHostClient::sendAll(const QByteArray& message)
 {
     cMessageSocket(&m_socket).writeMessage(message);
-    while (m_socket.bytesToWrite() > 0)
+    while (m_socket.bytesToWrite() > 0) {
         if (!m_socket.waitForBytesWritten(int(m_deadline.remainingTime())))
             return false;
+    }
     return true;
 }
 

@@ -198,7 +198,8 @@ void cHostServer::forget(int connectionId, const QString& reason)
 {
     if (cClientConnection* client = m_clients.take(connectionId))
         client->deleteLater();
-    if (!reason.isEmpty())
+    if (!reason.isEmpty()) {
         cLogCentral::log(QStringLiteral("VCore")).warning()
             << qPrintable(QStringLiteral("connection %1 was ended: %2").arg(connectionId).arg(reason)) << Qt::endl;
+    }
 }

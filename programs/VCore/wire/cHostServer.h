@@ -75,7 +75,7 @@ public:
     enum Outcome {
         Listening,   // the address is ours
         HostIsAlive, // another host holds the address
-        Failed       // lock or socket cannot be had
+        Failed       // the lock or the socket cannot be taken
     };
 
     /// Clients served at a time; a further one is turned away.

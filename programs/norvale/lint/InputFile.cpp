@@ -1,7 +1,7 @@
 #include "lint/InputFile.h"
 
 #include "report/cFindings.h"
-#include "zip/Inflate.h"
+#include "zip/cInflater.h"
 
 #include <Norvale/cZipArchive.h>
 #include <Norvale/cZipEntry.h>
@@ -43,7 +43,7 @@ QByteArray packageManifest(const cZipArchive& package)
         return QByteArray();
     const QByteArray packed = entry->compressedContent();
     QByteArray bytes;
-    if (Inflate::inflateRaw(packed, LargestManifest, &bytes, nullptr))
+    if (cInflater().inflate(packed, LargestManifest, {}, &bytes, nullptr))
         return bytes;
     const bool isStored = packed.size() == entry->uncompressedSize();
     return isStored ? packed : QByteArray();

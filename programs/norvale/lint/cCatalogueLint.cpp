@@ -81,9 +81,10 @@ void cCatalogueLint::checkFeature(const cXmlElement& feature)
     if (active != QLatin1String("true") && active != QLatin1String("false"))
         report(Rule::FeatureBadActive, feature, QStringLiteral("active \"%1\" counts as false").arg(active));
     const QString name = feature.attribute(u"name");
-    for (cXmlElement list = feature.firstChild(u"plugins"); !list.isNull(); list = list.nextSibling(u"plugins"))
+    for (cXmlElement list = feature.firstChild(u"plugins"); !list.isNull(); list = list.nextSibling(u"plugins")) {
         for (cXmlElement child = list.firstChild(u"plugin"); !child.isNull(); child = child.nextSibling(u"plugin"))
             checkPlugin(child, name);
+    }
 }
 
 void cCatalogueLint::checkIdentity(const cXmlElement& feature)
@@ -93,15 +94,16 @@ void cCatalogueLint::checkIdentity(const cXmlElement& feature)
     if (name.isEmpty())
         report(Rule::FeatureNoName, feature, QStringLiteral("the feature has no name"));
     checkVersion(Rule::FeatureBadVersion, feature, u"version");
-    if (m_featureVersions.contains(cPluginId(name, version)))
+    if (m_featureVersions.contains(cPluginId(name, version))) {
         report(Rule::FeatureTwice, feature,
-               QStringLiteral("%1 %2 comes twice; both are read as one").arg(name, version.toString()));
-    else if (m_features.contains(name))
+               QStringLiteral("\"%1\" %2 comes twice; both are read as one").arg(name, version.toString()));
+    } else if (m_features.contains(name)) {
         report(Rule::FeatureHidden, feature,
-               QStringLiteral("%1 %2 is never seen behind %3")
+               QStringLiteral("\"%1\" %2 is never seen behind %3")
                    .arg(name, version.toString(), m_features.value(name).toString()));
-    else
+    } else {
         m_features.insert(name, version);
+    }
     m_featureVersions.insert(cPluginId(name, version));
 }
 
@@ -110,27 +112,33 @@ void cCatalogueLint::checkDependencies()
 {
     const cXmlElement root = tree().root();
     for (cXmlElement feature = root.firstChild(u"feature"); !feature.isNull();
-         feature = feature.nextSibling(u"feature"))
+         feature = feature.nextSibling(u"feature")) {
         for (cXmlElement list = feature.firstChild(u"dependencies"); !list.isNull();
-             list = list.nextSibling(u"dependencies"))
+             list = list.nextSibling(u"dependencies")) {
             for (cXmlElement child = list.firstChild(u"feature"); !child.isNull();
-                 child = child.nextSibling(u"feature"))
-                if (!m_features.contains(child.attribute(u"name")))
+                 child = child.nextSibling(u"feature")) {
+                if (!m_features.contains(child.attribute(u"name"))) {
                     report(Rule::FeatureUnknownDependency, child,
-                           QStringLiteral("%1 needs %2, which is not in the repository: an update would fail")
+                           QStringLiteral("\"%1\" needs \"%2\", which is not in the repository: an update would fail")
                                .arg(feature.attribute(u"name"), child.attribute(u"name")));
+                }
+            }
+        }
+    }
 }
 
 void cCatalogueLint::checkPlugin(const cXmlElement& plugin, const QString& feature)
 {
     const QString name = plugin.attribute(u"name");
-    if (!isSafeFileName(name))
+    if (!isSafeFileName(name)) {
         report(Rule::PluginBadName, plugin,
                name.isEmpty() ? QStringLiteral("the plugin has no name")
                               : QStringLiteral("\"%1\" cannot name a folder").arg(name));
+    }
     QString& spelling = m_spellings[caselessFileName(name)];
     if (!spelling.isEmpty() && spelling != name)
-        report(Rule::PluginNameClash, plugin, QStringLiteral("%1 differs from %2 only in case").arg(name, spelling));
+        report(Rule::PluginNameClash, plugin,
+               QStringLiteral("\"%1\" differs from \"%2\" only in case").arg(name, spelling));
     spelling = name;
     checkVersionOf(plugin, feature);
     if (m_kind == Kind::Repository)
@@ -145,12 +153,14 @@ void cCatalogueLint::checkVersionOf(const cXmlElement& plugin, const QString& fe
     const QString name = plugin.attribute(u"name");
     const cVersion version(plugin.attribute(u"version"));
     const auto known = m_plugins.constFind(name);
-    if (known == m_plugins.constEnd())
+    if (known == m_plugins.constEnd()) {
         m_plugins.insert(name, {version, feature});
-    else if (known->first != version)
+    } else if (known->first != version) {
         report(Rule::PluginTwoVersions, plugin,
-               QStringLiteral("%1 is %2 in feature %3 and %4 in feature %5: a suite with both does not start")
+               QStringLiteral(
+                   "\"%1\" is %2 in the feature \"%3\" and %4 in the feature \"%5\": a suite with both does not start")
                    .arg(name, known->first.toString(), known->second, version.toString(), feature));
+    }
 }
 
 void cCatalogueLint::checkPackage(const cXmlElement& plugin)
@@ -158,14 +168,16 @@ void cCatalogueLint::checkPackage(const cXmlElement& plugin)
     const QString size = plugin.attribute(u"size");
     bool isNumber = false;
     size.toUInt(&isNumber);
-    if (!isNumber)
+    if (!isNumber) {
         report(Rule::PluginBadSize, plugin,
                size.isEmpty() ? QStringLiteral("there is no size")
                               : QStringLiteral("size \"%1\" counts as 0").arg(size));
+    }
     checkHash(Rule::PluginBadHash, plugin);
-    if (plugin.firstChild(u"source").isNull() && !liesBesideDocument(plugin))
+    if (plugin.firstChild(u"source").isNull() && !liesBesideDocument(plugin)) {
         report(Rule::PluginNoSource, plugin,
-               QStringLiteral("%1 can be fetched from nowhere").arg(plugin.attribute(u"name")));
+               QStringLiteral("\"%1\" can be fetched from nowhere").arg(plugin.attribute(u"name")));
+    }
 }
 
 bool cCatalogueLint::liesBesideDocument(const cXmlElement& plugin) const
@@ -182,7 +194,7 @@ void cCatalogueLint::checkRuntime(const cXmlElement& runtime)
     checkVersion(Rule::RuntimeBadVersion, runtime, u"version");
     checkHash(Rule::RuntimeBadHash, runtime);
     if (runtime.firstChild(u"source").text().isEmpty())
-        report(Rule::RuntimeNoSource, runtime, QStringLiteral("%1 can be fetched from nowhere").arg(name));
+        report(Rule::RuntimeNoSource, runtime, QStringLiteral("\"%1\" can be fetched from nowhere").arg(name));
 }
 
 void cCatalogueLint::checkHash(Rule rule, const cXmlElement& parent)
@@ -213,9 +225,10 @@ void cSiteLint::checkEntry(const cXmlElement& entry)
 {
     const QString config = entry.attribute(u"config");
     const QString platform = entry.attribute(u"platform");
-    if (config != QLatin1String("release") || platform != QLatin1String("x64"))
+    if (config != QLatin1String("release") || platform != QLatin1String("x64")) {
         report(Rule::SiteOtherBuild, entry,
                QStringLiteral("config \"%1\" and platform \"%2\" fit no installation").arg(config, platform));
+    }
     const QString update = entry.attribute(u"update");
     const QString status = entry.attribute(u"status");
     if (update.isEmpty() || status.isEmpty())
@@ -223,7 +236,8 @@ void cSiteLint::checkEntry(const cXmlElement& entry)
     const QString content = entry.attribute(u"content");
     const QStringList whole{config, status, platform, update, content};
     if (m_seen.contains(whole))
-        report(Rule::SiteEntryTwice, entry, QStringLiteral("the entry for %1 (%2) comes twice").arg(update, status));
+        report(Rule::SiteEntryTwice, entry,
+               QStringLiteral("the entry for \"%1\" (%2) comes twice").arg(update, status));
     m_seen.insert(whole);
     m_entries.append({update, content, entry.line(), entry.column()});
 }

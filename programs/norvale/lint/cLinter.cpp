@@ -69,10 +69,11 @@ void cLinter::checkFolder(const QString& path, QStringList& pending)
     const auto entries =
         folder.entryInfoList(QDir::Dirs | QDir::Files | QDir::NoSymLinks | QDir::NoDotAndDotDot, QDir::Name);
     for (const QFileInfo& entry : entries) {
-        if (entry.isDir())
+        if (entry.isDir()) {
             inside.prepend(entry.filePath()); // they are taken from the end
-        else if (entry.suffix() == QLatin1String("zip") || kindOfName(entry.fileName()) != Kind::None)
+        } else if (entry.suffix() == QLatin1String("zip") || kindOfName(entry.fileName()) != Kind::None) {
             checkFile(entry.filePath());
+        }
     }
     pending += inside;
 }
@@ -159,9 +160,10 @@ void cLinter::checkSite(const QString& path, const QByteArray& xml)
     for (const cSiteLint::Entry& entry : lint.entries()) {
         const QString repository = QDir::cleanPath(QFileInfo(path).path() + QLatin1Char('/') + entry.content +
                                                    QStringLiteral("/repository.xml"));
-        if (!QFileInfo(repository).isFile())
+        if (!QFileInfo(repository).isFile()) {
             m_findings.add({Rule::SiteNoRepository, path, entry.line, entry.column,
                             QStringLiteral("there is no %1").arg(repository)});
+        }
     }
 }
 

@@ -89,9 +89,10 @@ std::optional<cManifest> cManifestLint::read(const QByteArray& xml, const QStrin
 
 void cManifestLint::checkElement(const cRule& rule, const cXmlElement& element)
 {
-    for (const cRule& attribute : ManifestRules::Table)
+    for (const cRule& attribute : ManifestRules::Table) {
         if (attribute.kind == cRule::Attribute && attribute.in == rule.name)
             checkText(attribute, element.attribute(attribute.name, attribute.absent.toString()), element);
+    }
     if (rule.text)
         checkText(rule, element.text(), element);
     if (rule.name == u"plugin")
@@ -117,18 +118,20 @@ void cManifestLint::checkText(const cRule& rule, const QString& text, const cXml
     }
     if (rule.name == u"condition")
         checkCondition(element, text);
-    if (rule.name == u"program" || rule.name == u"param")
+    if (rule.name == u"program" || rule.name == u"param") {
         for (const QString& variable : cVariableExpander::unknownVariables(text))
             report(Rule::ManifestBadVariable, element, QStringLiteral("\"%1\" is not replaced").arg(variable));
+    }
 }
 
 void cManifestLint::checkBuiltPlugin(const cXmlElement& plugin)
 {
     const cPluginId id(plugin.attribute(u"name"), cVersion(plugin.attribute(u"version")));
-    if (m_built && id != m_built->id)
+    if (m_built && id != m_built->id) {
         report(
             Rule::FolderIdentity, plugin,
             QStringLiteral("the manifest is that of %1, and %2 is built").arg(id.toString(), m_built->id.toString()));
+    }
 }
 
 // The document is taken for Latin-1, a byte for each character.
@@ -136,10 +139,11 @@ void cManifestLint::checkParams(const cXmlElement& params)
 {
     const QString text = params.text();
     const auto lost = std::find_if(text.begin(), text.end(), [](QChar c) { return c.unicode() > 0xff; });
-    if (lost != text.end())
+    if (lost != text.end()) {
         report(Rule::ManifestLossyParams, params,
                QStringLiteral("a character is read as \"?\", write it as \\u%1")
                    .arg(lost->unicode(), 4, 16, QLatin1Char('0')));
+    }
 }
 
 void cManifestLint::checkLibrary(const cXmlElement& library)
@@ -147,12 +151,14 @@ void cManifestLint::checkLibrary(const cXmlElement& library)
     m_hasLibrary = true;
     const QString name = library.attribute(u"filename");
     const QString function = library.attribute(u"function");
-    if (m_built && !name.isEmpty() && name != m_built->id.name())
+    if (m_built && !name.isEmpty() && name != m_built->id.name()) {
         report(Rule::ManifestLibraryMissing, library,
                QStringLiteral("the library is \"%1\", and \"%2\" is built").arg(name, m_built->id.name()));
-    if (m_built && !m_built->entryFunction.isEmpty() && !function.isEmpty() && function != m_built->entryFunction)
+    }
+    if (m_built && !m_built->entryFunction.isEmpty() && !function.isEmpty() && function != m_built->entryFunction) {
         report(Rule::ManifestBadLibrary, library,
                QStringLiteral("the function is \"%1\", and \"%2\" is built").arg(function, m_built->entryFunction));
+    }
     // A package may be meant for the other system.
     if (m_neighbours && !name.isEmpty() && !m_neighbours->contains(name + QLatin1String(".so")) &&
         !m_neighbours->contains(name + QLatin1String(".dll")))
@@ -161,11 +167,12 @@ void cManifestLint::checkLibrary(const cXmlElement& library)
 
 void cManifestLint::checkNoLibrary(const cXmlElement& plugin)
 {
-    if (m_built)
+    if (m_built) {
         report(Rule::ManifestLibraryMissing, plugin,
                QStringLiteral("there is no <library>, and \"%1\" is built").arg(m_built->id.name()));
-    else
+    } else {
         report(Rule::ManifestNoLibrary, plugin, QStringLiteral("no <library>: the plugin cannot be loaded"));
+    }
 }
 
 void cManifestLint::checkService(const cXmlElement& service)
@@ -184,9 +191,9 @@ void cManifestLint::checkDependency(const cXmlElement& dependency)
     if (name.isEmpty())
         return;
     if (name == m_id.name())
-        report(Rule::ManifestOwnDependency, dependency, QStringLiteral("%1 depends on itself").arg(name));
+        report(Rule::ManifestOwnDependency, dependency, QStringLiteral("\"%1\" depends on itself").arg(name));
     else if (m_dependencies.contains(name))
-        report(Rule::ManifestDependencyTwice, dependency, QStringLiteral("%1 is named twice").arg(name));
+        report(Rule::ManifestDependencyTwice, dependency, QStringLiteral("\"%1\" is named twice").arg(name));
     m_dependencies.insert(name);
 }
 
@@ -207,7 +214,8 @@ void cManifestLint::checkCondition(const cXmlElement& line, const QString& condi
     cConditionEngine engine;
     engine.isTrue(condition);
     hasStalled = timer.hasExpired(cConditionEngine::DefaultTimeLimit);
-    if (!engine.errorString().isEmpty())
+    if (!engine.errorString().isEmpty()) {
         report(Rule::ManifestBadCondition, line,
                QStringLiteral("\"%1\" counts as false: %2").arg(condition, engine.errorString()));
+    }
 }

@@ -50,9 +50,10 @@ bool cPackageLint::check(const QByteArray& package)
     cPackageCheck rules{cPackageCheck::Limits()};
     m_manifest.reset();
     if (!rules.check(package)) {
-        for (const cPackageFinding& finding : rules.findings())
+        for (const cPackageFinding& finding : rules.findings()) {
             m_findings.add(ruleOf(finding.rule),
                            finding.entry.isEmpty() ? m_file : m_file + QLatin1Char('!') + finding.entry, finding.text);
+        }
         return false;
     }
     m_name = rules.id().name();
@@ -75,9 +76,10 @@ void cPackageLint::checkSums(const QByteArray& bytes)
         if (!record.isListed() || !package.readContent(record, &content, &error))
             continue;
         const auto* const data = reinterpret_cast<const Bytef*>(content.constData());
-        if (crc32(0, data, uInt(content.size())) != record.crc)
+        if (crc32(0, data, uInt(content.size())) != record.crc) {
             m_findings.add(Rule::PackageCrc, m_file + QLatin1Char('!') + record.name,
                            QStringLiteral("its CRC-32 is not the one that the archive states"));
+        }
     }
 }
 

@@ -27,9 +27,10 @@ void cXmlLint::checkNames(const cXmlElement& element, const QString& path, const
     const QString tag = element.tag().toString();
     for (const QString& name : element.attributeNames()) {
         const bool isForXml = name.startsWith(QLatin1String("xml")) || name.contains(QLatin1Char(':'));
-        if (!isForXml && !known.contains(QLatin1Char('@') + name))
+        if (!isForXml && !known.contains(QLatin1Char('@') + name)) {
             report(Rule::XmlUnknownAttribute, element,
                    QStringLiteral("the attribute \"%1\" of <%2> is not read").arg(name, tag));
+        }
     }
     for (cXmlElement child = element.firstChild(); !child.isNull(); child = child.nextSibling()) {
         const QString childTag = child.tag().toString();

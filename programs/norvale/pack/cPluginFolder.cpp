@@ -1,7 +1,7 @@
 #include "pack/cPluginFolder.h"
 
-#include "version/SafeName.h"
 #include "report/cFindings.h"
+#include "version/SafeName.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QRegularExpression>
@@ -70,9 +70,10 @@ void cPluginFolder::addFile(const QString& name, const QFileInfo& info, cFinding
 {
     if (!info.isReadable())
         return findings.add(Rule::FileUnreadable, info.filePath(), QStringLiteral("the file cannot be read"));
-    if (info.size() == 0)
+    if (info.size() == 0) {
         findings.add(Rule::FolderEmptyFile, info.filePath(),
                      QStringLiteral("an installation leaves an empty file out"));
+    }
     m_files.append({name, info.filePath(), info.size()});
 }
 

@@ -17,7 +17,7 @@ class cPluginFolder
 public:
     struct File
     {
-        QString name; ///< Relative to the folder, with "/".
+        QString name; // relative to the folder, with "/"
         QString path;
         qint64 size;
     };

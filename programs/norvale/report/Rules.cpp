@@ -37,10 +37,11 @@ QString Rules::word(Severity severity)
 QString Rules::table()
 {
     QStringList lines;
-    for (const Entry& entry : Entries)
+    for (const Entry& entry : Entries) {
         lines.append(QStringLiteral("%1  %2  %3")
                          .arg(QLatin1String(entry.name), -26)
                          .arg(word(entry.severity), -7)
                          .arg(QLatin1String(entry.meaning)));
+    }
     return lines.join(QLatin1Char('\n'));
 }

@@ -15,7 +15,7 @@ bool cRepositoryEdit::apply(QList<cNewFile>& packages, cNewFile* runtime)
     QSet<QString> names;
     for (cNewFile& package : packages) {
         if (names.contains(package.id.name()))
-            return fail(QStringLiteral("there are two packages of %1").arg(package.id.name()));
+            return fail(QStringLiteral("there are two packages of \"%1\"").arg(package.id.name()));
         names.insert(package.id.name());
         if (!placePackage(package))
             return false;
@@ -35,9 +35,10 @@ bool cRepositoryEdit::placePackage(cNewFile& package)
     const Plugin published = publishedPlugin(package.id);
     if (!published || published->hash() == package.hash)
         return true;
-    if (!m_wanted.mayReplace)
+    if (!m_wanted.mayReplace) {
         return fail(QStringLiteral("%1 is published with other contents: give the plugin a new version")
                         .arg(package.id.toString()));
+    }
     package.source = QStringLiteral("packages/%1/%2")
                          .arg(QString::fromLatin1(package.hash.toHex().left(8)), package.id.packageFileName());
     return true;
@@ -45,9 +46,10 @@ bool cRepositoryEdit::placePackage(cNewFile& package)
 
 cRepositoryEdit::Plugin cRepositoryEdit::publishedPlugin(const cPluginId& id) const
 {
-    for (const Feature& feature : m_state.catalogue().features())
+    for (const Feature& feature : m_state.catalogue().features()) {
         if (const Plugin plugin = feature->findPlugin(id))
             return plugin;
+    }
     return Plugin();
 }
 
@@ -94,7 +96,7 @@ bool cRepositoryEdit::editSharedFeatures(const QList<cNewFile>& packages)
     for (auto it = m_wanted.shared.begin(); it != m_wanted.shared.end(); ++it) {
         const Feature old = m_state.catalogue().find(it.key());
         if (!old)
-            return fail(QStringLiteral("there is no feature %1 that could share plugins").arg(it.key()));
+            return fail(QStringLiteral("there is no feature \"%1\" that could share plugins").arg(it.key()));
         const Feature feature = old->copy(cVersion(it.value()));
         feature->setActive(true);
         for (const Plugin& plugin : old->plugins()) {
@@ -117,14 +119,16 @@ bool cRepositoryEdit::takeFeature(const Feature& feature)
         m_features.append(feature);
         return true;
     }
-    if (feature->version() < (*place)->version())
-        return fail(QStringLiteral("feature %1 is published as %2, which is newer than %3")
+    if (feature->version() < (*place)->version()) {
+        return fail(QStringLiteral("the feature \"%1\" is published as %2, which is newer than %3")
                         .arg(feature->name(), (*place)->version().toString(), feature->version().toString()));
-    if (feature->version() == (*place)->version() && !m_wanted.mayReplace && textOf(feature) != textOf(*place))
-        return fail(
-            QStringLiteral("feature %1 %2 is published with other contents: who has it would not fetch it again; "
-                           "give it a new version")
-                .arg(feature->name(), feature->version().toString()));
+    }
+    if (feature->version() == (*place)->version() && !m_wanted.mayReplace && textOf(feature) != textOf(*place)) {
+        return fail(QStringLiteral(
+                        "the feature \"%1\" %2 is published with other contents: who has it would not fetch it again; "
+                        "give it a new version")
+                        .arg(feature->name(), feature->version().toString()));
+    }
     *place = feature;
     return true;
 }
@@ -141,15 +145,17 @@ bool cRepositoryEdit::editRuntime(cNewFile& runtime)
     const QString version = runtime.id.version().toString();
     runtime.source = QStringLiteral("runtime/%1/%2").arg(version, runtime.id.name());
     for (const cRuntimeEntry& published : m_state.catalogue().runtimes()) {
-        if (runtime.id.version() < published.version)
+        if (runtime.id.version() < published.version) {
             return fail(QStringLiteral("the runtime is published as %1, which is newer than %2")
                             .arg(published.version.toString(), version));
+        }
         if (published.version != runtime.id.version())
             continue;
         const bool isSame = published.hash == runtime.hash && published.name == runtime.id.name();
-        if (!isSame && !m_wanted.mayReplace)
+        if (!isSame && !m_wanted.mayReplace) {
             return fail(
                 QStringLiteral("the runtime %1 is published with other contents: give it a new version").arg(version));
+        }
         runtime.source = isSame
                              ? published.source
                              : QStringLiteral("runtime/%1-%2/%3")
@@ -186,9 +192,10 @@ bool cRepositoryEdit::editVersion(bool isChanged)
     const bool isAsked = !m_wanted.repositoryVersion.isEmpty();
     m_isChanged = isNew || isChanged || (isAsked && asked != old);
     if (isAsked) {
-        if (asked < old)
+        if (asked < old) {
             return fail(QStringLiteral("the repository is published as %1, which is newer than %2")
                             .arg(old.toString(), asked.toString()));
+        }
         m_catalogue.setVersion(asked);
     } else if (isNew) {
         m_catalogue.setVersion(cVersion(QStringLiteral("1.0.0")));

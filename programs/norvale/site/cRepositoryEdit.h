@@ -15,12 +15,12 @@ struct cSiteAddition;
 /// A package or a setup program that is to be published.
 struct cNewFile
 {
-    QString path; ///< Where it comes from.
+    QString path; // where it comes from
     QByteArray bytes;
-    QByteArray hash;                   ///< SHA-1
-    QString source;                    ///< Where it goes, relative to the repository.
-    cPluginId id;                      ///< Of a setup program its file name and the runtime's version.
-    std::optional<cManifest> manifest; ///< Of a package.
+    QByteArray hash;                   // SHA-1
+    QString source;                    // where it goes, relative to the repository
+    cPluginId id;                      // of a setup program its file name and the runtime's version
+    std::optional<cManifest> manifest; // of a package
 };
 
 /**

@@ -57,9 +57,10 @@ bool cSiteCheck::run()
         return false;
     }
     cSiteLint lint(name, m_findings);
-    if (lint.check(xml))
+    if (lint.check(xml)) {
         for (const cSiteLint::Entry& entry : lint.entries())
             checkRepository(entry, name);
+    }
     return true;
 }
 
@@ -79,9 +80,10 @@ void cSiteCheck::checkRepository(const cSiteLint::Entry& entry, const QString& s
     const QUrl url = cUpdateLocation(content).resolve(QStringLiteral("repository.xml"));
     const QString name = cSiteFetcher::nameOf(url);
     QByteArray xml;
-    if (!m_fetcher.fetch(url, LargestDocument, &xml))
+    if (!m_fetcher.fetch(url, LargestDocument, &xml)) {
         return m_findings.add({Rule::SiteNoRepository, site, entry.line, entry.column,
                                QStringLiteral("%1 cannot be fetched: %2").arg(name, m_fetcher.errorString())});
+    }
     cCatalogueLint lint(cCatalogueLint::Kind::Repository, name, m_findings);
     if (lint.check(xml))
         readCatalogue(xml, content, name, entry.update);
@@ -95,13 +97,15 @@ void cSiteCheck::readCatalogue(const QByteArray& xml, const QUrl& content, const
     cCatalogueReader reader(suite.catalogue(), location);
     if (!reader.read(xml))
         return m_findings.add(Rule::XmlMalformed, name, reader.errorString());
-    if (suite.catalogue().name() != expectedName)
+    if (suite.catalogue().name() != expectedName) {
         m_findings.add(Rule::SiteOtherName, name,
                        QStringLiteral("the repository is named \"%1\", the site names it \"%2\"")
                            .arg(suite.catalogue().name(), expectedName));
-    for (const QSharedPointer<cFeatureInstance>& feature : suite.catalogue().features())
+    }
+    for (const QSharedPointer<cFeatureInstance>& feature : suite.catalogue().features()) {
         for (const QSharedPointer<cFeaturePlugin>& plugin : feature->plugins())
             checkPlugin(*plugin, name, suite);
+    }
     for (const cRuntimeEntry& runtime : suite.catalogue().runtimes())
         checkRuntime(runtime, *location, name);
     suite.check(name, m_findings);
@@ -131,17 +135,20 @@ void cSiteCheck::checkPlugin(const cFeaturePlugin& plugin, const QString& reposi
 
 void cSiteCheck::comparePackage(const cFeaturePlugin& plugin, const cPackageStore::File& file, const QString& name)
 {
-    if (file.plugin && *file.plugin != plugin.id())
+    if (file.plugin && *file.plugin != plugin.id()) {
         m_findings.add(Rule::PackageIdentity, name,
                        QStringLiteral("the package is that of %1, not of %2")
                            .arg(file.plugin->toString(), plugin.id().toString()));
-    if (plugin.size() > 0 && file.size != plugin.size())
+    }
+    if (plugin.size() > 0 && file.size != plugin.size()) {
         m_findings.add(Rule::SourceSize, name,
                        QStringLiteral("%1 bytes, but the repository says %2").arg(file.size).arg(plugin.size()));
-    if (!plugin.hash().isEmpty() && file.hash != plugin.hash())
+    }
+    if (!plugin.hash().isEmpty() && file.hash != plugin.hash()) {
         m_findings.add(Rule::PackageHash, name,
                        QStringLiteral("the hash is %1, but the repository says %2")
                            .arg(QString::fromLatin1(file.hash.toHex()), QString::fromLatin1(plugin.hash().toHex())));
+    }
 }
 
 void cSiteCheck::checkRuntime(const cRuntimeEntry& runtime, const cUpdateLocation& location, const QString& repository)
@@ -151,11 +158,12 @@ void cSiteCheck::checkRuntime(const cRuntimeEntry& runtime, const cUpdateLocatio
     const QUrl url = location.resolve(runtime.source);
     const cPackageStore::File& file = m_packages.file(url);
     const QString name = cSiteFetcher::nameOf(url);
-    if (!file.isThere)
+    if (!file.isThere) {
         m_findings.add(Rule::SourceUnreachable, repository,
                        QStringLiteral("%1 cannot be fetched: %2").arg(name, file.reason));
-    else if (file.hash != runtime.hash)
+    } else if (file.hash != runtime.hash) {
         m_findings.add(Rule::SourceHash, name,
                        QStringLiteral("the hash is %1, but the repository says %2")
                            .arg(QString::fromLatin1(file.hash.toHex()), QString::fromLatin1(runtime.hash.toHex())));
+    }
 }

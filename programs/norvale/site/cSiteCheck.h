@@ -27,11 +27,11 @@ public:
     struct File
     {
         bool isThere = false;
-        QString reason; ///< why it is not
+        QString reason; // why it is not
         qint64 size = 0;
-        QByteArray hash;                   ///< SHA-1
-        std::optional<cPluginId> plugin;   ///< of a package that the installer would take
-        std::optional<cManifest> manifest; ///< of such a package
+        QByteArray hash;                   // SHA-1
+        std::optional<cPluginId> plugin;   // of a package that the installer would take
+        std::optional<cManifest> manifest; // of such a package
     };
 
     explicit cPackageStore(cSiteFetcher& fetcher) : m_fetcher(fetcher) {}

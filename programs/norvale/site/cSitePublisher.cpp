@@ -34,10 +34,11 @@ ExitCode cSitePublisher::run()
     // A living owner's file is locked by the system too, however old it is. A dead one may have left it without or with
     // half a name.
     lock.setStaleLockTime(1000);
-    if (!lock.tryLock(2000))
+    if (!lock.tryLock(2000)) {
         return lock.error() == QLockFile::LockFailedError
                    ? fail(ExitCode::Busy, QStringLiteral("%1 is being changed by another run").arg(m_wanted.site))
                    : fail(ExitCode::WriteFailed, QStringLiteral("%1 cannot be written").arg(m_wanted.site));
+    }
     return publish();
 }
 
@@ -56,9 +57,10 @@ ExitCode cSitePublisher::publish()
 
 bool cSitePublisher::readFiles()
 {
-    for (const QString& path : qAsConst(m_wanted.packages))
+    for (const QString& path : qAsConst(m_wanted.packages)) {
         if (!readPackage(path))
             return false;
+    }
     return m_wanted.runtime.isEmpty() || readRuntime();
 }
 
@@ -98,9 +100,10 @@ bool cSitePublisher::isResultSound()
     QSet<QString> known;
     for (const cFinding& finding : before.list())
         known.insert(Rules::name(finding.rule) + finding.text);
-    for (const cFinding& finding : after.list())
+    for (const cFinding& finding : after.list()) {
         if (!known.contains(Rules::name(finding.rule) + finding.text))
             m_findings.add(finding);
+    }
     return !m_findings.hasErrors();
 }
 
@@ -115,10 +118,12 @@ cFindings cSitePublisher::findingsOf(const QByteArray& xml, bool withNewFiles) c
     if (!cCatalogueReader(suite.catalogue()).read(xml))
         return findings;
     cSuiteReader::readPackages(m_state.repositoryFolder(), suite);
-    if (withNewFiles)
-        for (const cNewFile& file : m_packages)
+    if (withNewFiles) {
+        for (const cNewFile& file : m_packages) {
             if (file.manifest)
                 suite.addManifest(file.id, *file.manifest);
+        }
+    }
     suite.check(path, findings);
     suite.checkReach(path, findings);
     return findings;
@@ -145,9 +150,10 @@ bool cSitePublisher::write()
     QList<cNewFile> files = m_packages;
     if (m_runtime)
         files.append(*m_runtime);
-    for (const cNewFile& file : qAsConst(files))
+    for (const cNewFile& file : qAsConst(files)) {
         if (!writeFile(folder + file.source, file.bytes))
             return false;
+    }
     if (m_edit.isChanged() && !writeFile(m_state.repositoryPath(), m_edit.xml()))
         return false;
     return m_state.hasEntry() || writeFile(m_state.sitePath(), m_state.siteXml());

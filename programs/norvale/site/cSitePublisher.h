@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ExitCode.h"
+#include "common/ExitCode.h"
 #include "report/cFindings.h"
 #include "site/cRepositoryEdit.h"
 #include "site/cSiteState.h"

@@ -71,22 +71,25 @@ bool cSiteState::pickContent(const cSiteAddition& wanted)
         return entry.fits(m_entry.update, m_entry.status);
     });
     m_hasEntry = known != m_entries.end();
-    if (m_hasEntry)
+    if (m_hasEntry) {
         m_entry.content = known->content;
-    else
+    } else {
         m_entry.content = m_entry.status == QLatin1String("release")
                               ? m_entry.update
                               : m_entry.update + QLatin1Char('-') + m_entry.status;
+    }
     const QString asked = QDir::cleanPath(wanted.content.value_or(m_entry.content));
-    if (m_hasEntry && asked != QDir::cleanPath(m_entry.content))
-        return fail(QStringLiteral("the repository %1 (%2) lies in \"%3\"")
+    if (m_hasEntry && asked != QDir::cleanPath(m_entry.content)) {
+        return fail(QStringLiteral("the repository \"%1\" (%2) lies in \"%3\"")
                         .arg(m_entry.update, m_entry.status, m_entry.content));
+    }
     if (!m_hasEntry)
         m_entry.content = asked == QLatin1String(".") ? QString() : asked;
     const QStringList parts = m_entry.content.split(QLatin1Char('/'), Qt::SkipEmptyParts);
-    if (m_entry.content.startsWith(QLatin1Char('/')) || !std::all_of(parts.begin(), parts.end(), isSafeFileName))
+    if (m_entry.content.startsWith(QLatin1Char('/')) || !std::all_of(parts.begin(), parts.end(), isSafeFileName)) {
         return fail(
             QStringLiteral("\"%1\" cannot be a folder of the site: give another with --content").arg(m_entry.content));
+    }
     return true;
 }
 

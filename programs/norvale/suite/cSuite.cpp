@@ -35,9 +35,10 @@ const cManifest* cSuite::manifestOf(const cPluginId& plugin) const
 QVector<QSharedPointer<cFeaturePlugin>> cSuite::plugins() const
 {
     cPublication publication;
-    for (const QSharedPointer<cFeatureInstance>& feature : m_catalogue.features())
+    for (const QSharedPointer<cFeatureInstance>& feature : m_catalogue.features()) {
         if (!publication.add(*feature))
             break; // two versions of a plugin; the catalogue's check says so
+    }
     return publication.plugins();
 }
 
@@ -51,9 +52,10 @@ void cSuite::check(const QString& file, cFindings& findings) const
 QStringList cSuite::dependenciesOf(const cPluginId& plugin) const
 {
     QStringList names;
-    if (const cManifest* const manifest = manifestOf(plugin))
+    if (const cManifest* const manifest = manifestOf(plugin)) {
         for (const QString& text : manifest->dependencies)
             names.append(cPluginDependency(text).name());
+    }
     return names;
 }
 
@@ -61,12 +63,15 @@ void cSuite::checkDependencies(const QString& file, cFindings& findings) const
 {
     const QVector<QSharedPointer<cFeaturePlugin>> all = plugins();
     const QSet<QString> names = namesOf(all);
-    for (const QSharedPointer<cFeaturePlugin>& plugin : all)
-        for (const QString& name : dependenciesOf(plugin->id()))
-            if (!names.contains(name))
+    for (const QSharedPointer<cFeaturePlugin>& plugin : all) {
+        for (const QString& name : dependenciesOf(plugin->id())) {
+            if (!names.contains(name)) {
                 findings.add(Rule::SuiteDependencyMissing, file,
-                             QStringLiteral("%1 depends on %2, which no feature has: the suite does not start")
+                             QStringLiteral("%1 depends on \"%2\", which no feature has: the suite does not start")
                                  .arg(plugin->id().toString(), name));
+            }
+        }
+    }
 }
 
 void cSuite::checkReach(const QString& file, cFindings& findings) const
@@ -82,11 +87,13 @@ void cSuite::checkReach(const QString& file, cFindings& findings) const
                     continue;
                 if (!further)
                     further = pluginsBehind(*feature);
-                if (!further->contains(name))
+                if (!further->contains(name)) {
                     findings.add(
                         Rule::SuiteDependencyOutside, file,
-                        QStringLiteral("%1 of feature %2 depends on %3, which is in no feature that %2 depends on")
+                        QStringLiteral(
+                            "%1 of the feature \"%2\" depends on \"%3\", which is in no feature that \"%2\" depends on")
                             .arg(plugin->id().toString(), feature->name(), name));
+                }
             }
         }
     }
@@ -117,9 +124,10 @@ void cSuite::checkCircles(const QString& file, cFindings& findings) const
     cDependencyOrder order;
     for (const QSharedPointer<cFeaturePlugin>& plugin : all) {
         QStringList present;
-        for (const QString& name : dependenciesOf(plugin->id()))
+        for (const QString& name : dependenciesOf(plugin->id())) {
             if (names.contains(name))
                 present.append(name);
+        }
         order.addRecord(plugin->name(), present);
     }
     order.order();
@@ -134,12 +142,14 @@ void cSuite::checkServices(const QString& file, cFindings& findings) const
         const cManifest* const manifest = manifestOf(plugin->id());
         for (const QString& service : manifest ? manifest->services : QStringList()) {
             const QString owner = owners.value(service);
-            if (owner.isEmpty())
+            if (owner.isEmpty()) {
                 owners.insert(service, plugin->name());
-            else if (owner != plugin->name())
-                findings.add(Rule::SuiteServiceTwice, file,
-                             QStringLiteral("%1 and %2 both declare the service \"%3\": the suite does not start")
-                                 .arg(owner, plugin->name(), service));
+            } else if (owner != plugin->name()) {
+                findings.add(
+                    Rule::SuiteServiceTwice, file,
+                    QStringLiteral("\"%1\" and \"%2\" both declare the service \"%3\": the suite does not start")
+                        .arg(owner, plugin->name(), service));
+            }
         }
     }
 }

@@ -1,6 +1,4 @@
-#include "log/DebuggerOutput.h"
-
-#include <QtCore/QString>
+#include "log/LineText.h"
 
 #include <cstdio>
 
@@ -9,5 +7,5 @@ void writeDebuggerLine(const QString& line)
     QByteArray bytes = line.toUtf8();
     if (!bytes.endsWith('\n'))
         bytes.append('\n');
-    std::fwrite(bytes.constData(), 1, static_cast<size_t>(bytes.size()), stderr);
+    std::fwrite(bytes.constData(), 1, size_t(bytes.size()), stderr);
 }

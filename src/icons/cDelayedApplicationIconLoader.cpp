@@ -1,19 +1,43 @@
-#include "icons/cDelayedApplicationIconLoaderImpl.h"
+#include <Norvale/cDelayedApplicationIconLoader.h>
 
 #include <Norvale/Corvane.h>
 
 #include <QtConcurrent/QtConcurrentRun>
 #include <QtCore/QCoreApplication>
+#include <QtCore/QFutureWatcher>
 #include <QtCore/QThreadPool>
+#include <QtGui/QPixmap>
 
 #include <atomic>
 #include <new>
+
+/// The loader that `cDelayedApplicationIconLoader::createLoader` makes.
+class cDelayedApplicationIconLoaderImpl : public cDelayedApplicationIconLoader
+{
+    Q_OBJECT
+
+public:
+    cDelayedApplicationIconLoaderImpl(QObject* parent, const QString& id, const QString& path);
+
+    void start() override;
+    QString id() override { return m_id; }
+    QPixmap pixmap() override;
+    QString path() override { return m_path; }
+
+private slots:
+    void futureFinished();
+
+private:
+    QString m_id;
+    QString m_path;
+    QFutureWatcher<QPixmap> m_watcher;
+};
 
 namespace {
 
 std::atomic<bool> s_isEndAwaited{false};
 
-/// What is still loading when the application ends, also for loaders that are gone, ends before it: without an
+/// Makes the application wait at its end for what is still loading, also for loaders that are gone: without an
 /// application there must be no pixmap.
 void awaitEndBeforeApplication()
 {
@@ -60,3 +84,5 @@ void cDelayedApplicationIconLoaderImpl::futureFinished()
 {
     emit finished(this);
 }
+
+#include "cDelayedApplicationIconLoader.moc"

@@ -1,6 +1,5 @@
-#include "log/DebuggerOutput.h"
+#include "log/LineText.h"
 
-#include <QtCore/QString>
 #include <QtCore/qt_windows.h>
 
 void writeDebuggerLine(const QString& line)

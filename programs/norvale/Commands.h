@@ -1,0 +1,17 @@
+#pragma once
+
+class cProgram;
+
+// What norvale does; each adds commands with the files of one folder.
+
+/// Adds `norvale pack`, which makes a plugin's package out of its folder.
+void addPackCommand(cProgram& program);
+
+/// Adds `norvale lint`, which holds manifests, catalogues, packages and folders of them against the rules.
+void addLintCommand(cProgram& program);
+
+/// Adds `norvale graph`, which draws the dependencies of a suite or a repository.
+void addGraphCommand(cProgram& program);
+
+/// Adds `norvale site add`, which publishes a feature or a runtime, and `norvale site check`, which verifies a site.
+void addSiteCommands(cProgram& program);
