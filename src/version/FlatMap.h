@@ -1,5 +1,7 @@
 #pragma once
 
+#include "version/cPluginId.h"
+
 #include <QtCore/QHash>
 #include <QtCore/QStringView>
 
@@ -7,13 +9,19 @@
 #include <tsl/robin_set.h>
 
 /**
- * Hashes a key of the library's indices with its `qHash`, seeded anew in every process, so that no document can be made
- * to have many names of one hash.
+ * Hashes a key of the library's indices. Texts are taken as a polynomial modulo a prime, at a point that each process
+ * draws for itself, so that no document can be made to have many names of one hash. Qt's hash of a text is not enough
+ * for that: it is linear, and names that share it share it whatever the seed is.
  */
 struct cSeededHash
 {
     using is_transparent = void;
 
+    std::size_t operator()(QStringView text) const;
+    std::size_t operator()(const QString& text) const { return (*this)(QStringView(text)); }
+    std::size_t operator()(const cPluginId& id) const;
+
+    /// Of a key that does not come from outside.
     template <typename Key>
     std::size_t operator()(const Key& key) const
     {

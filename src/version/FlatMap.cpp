@@ -1,0 +1,54 @@
+#include "version/FlatMap.h"
+
+#include <QtCore/QRandomGenerator>
+
+namespace {
+
+__extension__ using Wide = unsigned __int128;
+
+constexpr int PrimeBits = 61;
+constexpr quint64 Prime = (quint64(1) << PrimeBits) - 1; // a Mersenne prime, so the rest is had by adding
+
+/// Where the polynomials of this process are evaluated.
+quint64 drawnPoint()
+{
+    static const quint64 point = QRandomGenerator::system()->generate64() % (Prime - 1) + 1;
+    return point;
+}
+
+quint64 step(quint64 hash, quint64 point, quint64 coefficient)
+{
+    const Wide sum = Wide(hash) * point + coefficient;
+    const quint64 rest = quint64(sum & Prime) + quint64(sum >> PrimeBits);
+    return rest < Prime ? rest : rest - Prime;
+}
+
+quint64 hashOf(QStringView text)
+{
+    constexpr qsizetype UnitsAtOnce = 3; // 48 bits, fewer than the prime has
+    const quint64 point = drawnPoint();
+    const char16_t* unit = text.utf16();
+    quint64 hash = quint64(text.size());
+    qsizetype left = text.size();
+    for (; left >= UnitsAtOnce; left -= UnitsAtOnce, unit += UnitsAtOnce)
+        hash = step(hash, point, quint64(unit[0]) << 32 | quint64(unit[1]) << 16 | unit[2]);
+    for (; left > 0; --left, ++unit)
+        hash = step(hash, point, *unit);
+    return hash;
+}
+
+} // namespace
+
+std::size_t cSeededHash::operator()(QStringView text) const
+{
+    return hashOf(text);
+}
+
+std::size_t cSeededHash::operator()(const cPluginId& id) const
+{
+    const cVersion& version = id.version();
+    quint64 hash = hashOf(id.name());
+    for (const qint32 component : {version.major(), version.minor(), version.build()})
+        hash = step(hash, drawnPoint(), quint32(component));
+    return hash;
+}
