@@ -2,11 +2,10 @@
 
 #include <Norvale/Corvane.h>
 
+#include <QtCore/QJsonObject>
 #include <QtCore/QObject>
 #include <QtCore/QVariant>
 
-class QJsonObject;
-class QJsonValue;
 class cHostServer;
 
 /**
@@ -77,3 +76,17 @@ signals:
 private:
     cHostServer* m_server;
 };
+
+/// The features, plugins and services of the suite, as programs and people are shown them.
+namespace SuiteReport {
+
+/**
+ * What the framework of this process knows. It must have been initialised; services are there only while it runs.
+ * @return an object with the arrays "features", "plugins" and "services", and "core_version".
+ */
+QJsonObject collect();
+
+/// The tables that people read, of what collect() gave.
+QString tables(const QJsonObject& report);
+
+} // namespace SuiteReport

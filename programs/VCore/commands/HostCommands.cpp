@@ -1,6 +1,6 @@
 // The commands around the running host: to be it, to list it, and to speak to it.
 #include "Diagnostics.h"
-#include "SuiteReport.h"
+#include "HostInterface.h"
 #include "cHostRun.h"
 #include "commands/Commands.h"
 #include "common/Terminal.h"

@@ -1,8 +1,8 @@
 #pragma once
 
+#include "config/cDownloader.h"
 #include "lint/cCatalogueLint.h"
 #include "plugins/cManifest.h"
-#include "site/cSiteFetcher.h"
 #include "version/cPluginId.h"
 
 #include <QtCore/QByteArray>
@@ -18,6 +18,26 @@ class cFindings;
 class cSuite;
 class cUpdateLocation;
 struct cRuntimeEntry;
+
+/// Fetches the files of a site, which is a folder of this machine or lies on a server, as an installation does.
+class cSiteFetcher
+{
+public:
+    /// @p place is a URL or the path of a folder; "site.xml" behind it is dropped.
+    static QUrl siteUrl(const QString& place);
+
+    /// What people read: the path of a local file, else the URL.
+    static QString nameOf(const QUrl& url);
+
+    /// @param limit the most bytes that are taken.
+    [[nodiscard]] bool fetch(const QUrl& url, qint64 limit, QByteArray* bytes);
+
+    /// Why the last fetch() failed; without the URL.
+    QString errorString() const { return m_downloader.errorString(); }
+
+private:
+    cDownloader m_downloader;
+};
 
 /// The packages and setup programs of a site. Each is fetched once, whoever names it and however often; what is kept of
 /// it is what there is to compare.
