@@ -40,8 +40,6 @@ public:
     const cPluginId& id() const { return m_id; }
     const QString& name() const { return m_id.name(); }
     const cVersion& version() const { return m_id.version(); }
-    QString identity() const { return m_id.toString(); }
-    QString packageFileName() const { return m_id.packageFileName(); }
 
     /// Package size in bytes; 0 when the catalogue does not say.
     quint32 size() const { return m_size; }
