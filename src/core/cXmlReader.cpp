@@ -55,7 +55,8 @@ bool cXmlReader::readPlain(const QByteArray& xml, cXmlHandler& handler)
                 return false;
             break;
         case QXmlStreamReader::Characters:
-            if (!stream.isWhitespace()) // the DOM drops text that is nothing but space
+            // The DOM drops text that is nothing but space, of which there are more kinds than XML's own.
+            if (!stream.text().trimmed().isEmpty())
                 handler.addCharacters(stream.text());
             break;
         case QXmlStreamReader::EndElement:
