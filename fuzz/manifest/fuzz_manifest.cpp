@@ -1,6 +1,7 @@
 // Reads the bytes as a plugin's Manifest.xml, and orders plugins made of what they say.
 
-#include "core/cXmlTreeReader.h"
+#include "core/cXmlReader.h"
+#include "core/cXmlTree.h"
 #include "plugins/cDependencyOrder.h"
 #include "plugins/cManifest.h"
 #include "plugins/cManifestReader.h"
@@ -55,8 +56,8 @@ void checkPlainWay(const QByteArray& bytes)
 {
     cXmlTree plain;
     cXmlTree byDom;
-    if (cXmlTreeReader::readPlain(bytes, plain))
-        require(cXmlTreeReader::readByDom(bytes, byDom, nullptr) && isEqual(plain.root(), byDom.root()));
+    if (cXmlReader::readPlain(bytes, plain))
+        require(cXmlReader::readByDom(bytes, byDom, nullptr) && isEqual(plain.root(), byDom.root()));
 }
 
 } // namespace

@@ -1,6 +1,6 @@
 #include "config/cCatalogueReader.h"
 
-#include "core/cXmlTreeReader.h"
+#include "core/cXmlReader.h"
 
 #include <QtCore/QXmlStreamReader>
 
@@ -44,8 +44,8 @@ bool cCatalogueReader::read(const QByteArray& xml)
 {
     // What a document has added to features that were there cannot be taken back when it turns out to have a fault, so
     // it is held against the rules as a whole before.
-    return m_before.isEmpty() ? cXmlTreeReader::read(xml, *this, &m_errorString)
-                              : cXmlTreeReader::readByDom(xml, *this, &m_errorString);
+    return m_before.isEmpty() ? cXmlReader::read(xml, *this, &m_errorString)
+                              : cXmlReader::readByDom(xml, *this, &m_errorString);
 }
 
 void cCatalogueReader::beginDocument()

@@ -57,7 +57,7 @@ bool cConfigurationMgr::loadFeatures()
     m_installed.clear();
     const QString path = Corvane::velmiraFolderOrFile(Corvane::FeaturesFile);
     const QString reason = readCatalogue(path, m_installed);
-    // The start asks twice for what is installed; one line tells it.
+    // The start loads the file twice; the reason is logged once.
     if (!reason.isEmpty() && reason != m_loggedReason)
         m_log.warning().noquote() << "No installed features:" << path << reason << Qt::endl;
     m_loggedReason = reason;

@@ -15,7 +15,7 @@
 
 namespace {
 
-/// The same feature as the description holds it: its packages lie beside it, and where they came from is past.
+/// The feature as the description holds it: without sources, since its packages lie beside it.
 QSharedPointer<cFeatureInstance> withoutSources(const cFeatureInstance& feature)
 {
     const QSharedPointer<cFeatureInstance> copy = feature.copy(feature.version());

@@ -6,8 +6,8 @@ class cFeatureCatalogue;
 class cFeaturePlugin;
 
 /**
- * The Dropbox folder: packages that wait for the next start, and the description that makes them count. What has no
- * description is only a stock for the next try.
+ * The Dropbox folder: packages that wait for the next start, and the description that makes them count. Without it they
+ * are only kept for the next try.
  *
  * Every change is whole or has not happened, also when the process is killed. Reasons of a false are answered, not
  * logged.

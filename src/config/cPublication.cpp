@@ -1,6 +1,6 @@
 #include "config/cPublication.h"
 
-#include "config/cFeatureInstance.h"
+#include "config/cFeatureCatalogue.h"
 
 bool cPublication::add(const cFeatureInstance& feature)
 {

@@ -7,6 +7,7 @@
 
 #include <Norvale/cLogCentral.h>
 
+#include <algorithm>
 #include <limits>
 
 namespace {
@@ -88,7 +89,7 @@ void cUpdateCheck::compare(const QStringList& names)
         m_result["result_code"] = IConfigMgr::NothingNewer;
         return;
     }
-    if (!collectFeatures(closure(namesWithInstalled(names)))) {
+    if (!collectFeatures(names)) {
         m_result["result_code"] = IConfigMgr::FeatureMissing;
         return;
     }
@@ -97,62 +98,43 @@ void cUpdateCheck::compare(const QStringList& names)
     m_result["result_code"] = isNewer ? IConfigMgr::UpdateFound : IConfigMgr::NothingNewer;
 }
 
-QVector<QString> cUpdateCheck::namesWithInstalled(const QStringList& names) const
+bool cUpdateCheck::collectFeatures(const QStringList& names)
 {
-    QVector<QString> all;
     FlatSet<QString> present;
-    const auto append = [&](const QString& name) {
+    present.reserve(size_t(m_available.features().size()));
+    QVector<QString> waiting; // the next one is the last
+    const auto add = [&](const QString& name) {
         if (present.insert(name).second)
-            all.append(name);
+            waiting.append(name);
     };
     for (const QString& name : names)
-        append(name);
+        add(name);
     for (const QSharedPointer<cFeatureInstance>& feature : m_installed.features())
-        append(feature->name());
-    return all;
-}
-
-QVector<QString> cUpdateCheck::closure(const QVector<QString>& names) const
-{
-    QVector<QString> closure;
-    QVector<QString> waiting;
-    FlatSet<QString> present;
-    for (auto name = names.rbegin(); name != names.rend(); ++name) {
-        present.insert(*name);
-        waiting.append(*name);
-    }
+        add(feature->name());
+    std::reverse(waiting.begin(), waiting.end());
     while (!waiting.isEmpty()) {
-        closure.append(waiting.takeLast());
-        const QSharedPointer<cFeatureInstance> feature = m_available.find(closure.last());
-        if (!feature)
-            continue;
+        const QString name = waiting.takeLast();
+        const QSharedPointer<cFeatureInstance> available = m_available.find(name);
         // Each goes directly behind the current entry, so that the last of them is visited next.
-        for (const QString& dependency : feature->dependencies()) {
-            if (present.insert(dependency).second)
-                waiting.append(dependency);
-        }
-    }
-    return closure;
-}
-
-bool cUpdateCheck::collectFeatures(const QVector<QString>& names)
-{
-    for (const QString& name : names) {
-        // Taken as it lies on the disk, whatever a repository says.
+        const QStringList dependencies = available ? available->dependencies() : QStringList();
+        for (const QString& dependency : dependencies)
+            add(dependency);
+        // The development feature is taken as it lies on the disk, whatever a repository says.
         if (cFeatureInstance::isDevelopment(name))
             continue;
-        const QSharedPointer<cFeatureInstance> available = m_available.find(name);
-        if (!available) {
-            m_log.warning().noquote() << QStringLiteral(
-                                             "No update: the newest repository \"%1\" %2 lacks the feature \"%3\"")
-                                             .arg(m_available.name(), m_available.version().toString(), name)
-                                      << Qt::endl;
-            return false;
-        }
+        if (!available)
+            return logMissing(name);
         if (needsUpdate(m_installed.find(name).data(), *available))
             m_features.append(available);
     }
     return true;
+}
+
+bool cUpdateCheck::logMissing(const QString& feature)
+{
+    const QString text = QStringLiteral("No update: the newest repository \"%1\" %2 lacks the feature \"%3\"");
+    m_log.warning().noquote() << text.arg(m_available.name(), m_available.version().toString(), feature) << Qt::endl;
+    return false;
 }
 
 qint64 cUpdateCheck::collectPlugins()

@@ -61,12 +61,10 @@ private:
     bool isRuntimeTooOld() const;
     void requireRuntime();
     void compare(const QStringList& names);
-    /// Each once.
-    QVector<QString> namesWithInstalled(const QStringList& names) const;
-    /// The names with everything that their features in the new repository depend on, each once.
-    QVector<QString> closure(const QVector<QString>& names) const;
-    /// False when the new repository lacks one of the features.
-    bool collectFeatures(const QVector<QString>& names);
+    /// Goes through @p names, the installed features and everything that these depend on in the new repository, each
+    /// once. False when the new repository lacks one of them.
+    bool collectFeatures(const QStringList& names);
+    bool logMissing(const QString& feature);
     /// @return the bytes of what is to be fetched.
     qint64 collectPlugins();
 

@@ -1,7 +1,8 @@
 #include "config/cUpdateLocation.h"
 
 #include "core/Settings.h"
-#include "core/cXmlTreeReader.h"
+#include "core/cXmlReader.h"
+#include "core/cXmlTree.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QVariant>
@@ -75,7 +76,7 @@ bool cSiteReader::read(const QByteArray& xml)
     m_entries.clear();
     m_errorString.clear();
     cXmlTree tree;
-    if (!cXmlTreeReader::read(xml, tree, &m_errorString))
+    if (!cXmlReader::read(xml, tree, &m_errorString))
         return false;
     for (cXmlElement element = tree.root().firstChild(u"repository"); !element.isNull();
          element = element.nextSibling(u"repository"))

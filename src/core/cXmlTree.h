@@ -1,5 +1,7 @@
 #pragma once
 
+#include "core/cXmlReader.h"
+
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 #include <QtCore/QStringView>
@@ -7,25 +9,6 @@
 #include <vector>
 
 class cXmlTree;
-class QXmlStreamAttributes;
-
-/// Is told what stands in a document, from its beginning to its end.
-class cXmlHandler
-{
-public:
-    virtual ~cXmlHandler() = default;
-
-    /// A document begins: what has been told before was none and does not count.
-    virtual void beginDocument() = 0;
-
-    /// @param line,column where the element begins, counted from 1, as the parser counted.
-    virtual void beginElement(QStringView tag, const QXmlStreamAttributes& attributes, int line, int column) = 0;
-
-    /// Character data of the element that was begun last; never only white space.
-    virtual void addCharacters(QStringView text) = 0;
-
-    virtual void endElement() = 0;
-};
 
 /**
  * An element of a cXmlTree, or the null element; a small value that is valid as long as its tree does not change.

@@ -1,7 +1,8 @@
 #include "install/cPackageCheck.h"
 
 #include "core/Settings.h"
-#include "core/cXmlTreeReader.h"
+#include "core/cXmlReader.h"
+#include "core/cXmlTree.h"
 #include "install/cPackage.h"
 #include "version/SafeName.h"
 
@@ -305,7 +306,7 @@ void cPackageCheck::readManifest(const QByteArray& xml)
 {
     cXmlTree tree;
     QString reason;
-    if (!cXmlTreeReader::read(xml, tree, &reason)) {
+    if (!cXmlReader::read(xml, tree, &reason)) {
         addFinding(cPackageFinding::Manifest, ManifestName, reason);
         return;
     }

@@ -1,6 +1,7 @@
 #include "plugins/cManifestReader.h"
 
-#include "core/cXmlTreeReader.h"
+#include "core/cXmlReader.h"
+#include "core/cXmlTree.h"
 #include "version/cPluginId.h"
 
 #include <Norvale/Corvane.h>
@@ -21,7 +22,7 @@ bool cManifestReader::read(const QByteArray& xml, const QString& path)
     m_path = path;
     cXmlTree tree;
     QString reason;
-    if (!cXmlTreeReader::read(xml, tree, &reason)) {
+    if (!cXmlReader::read(xml, tree, &reason)) {
         m_errorString = QStringLiteral("%1, %2").arg(path, reason);
         return false;
     }

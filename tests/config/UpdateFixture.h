@@ -50,7 +50,8 @@ public:
     void write(const QString& file, const QByteArray& bytes) const
     {
         QFile target(path(file));
-        QVERIFY(QFileInfo(target).dir().mkpath(".") && target.open(QIODevice::WriteOnly));
+        QVERIFY(QFileInfo(target).dir().mkpath("."));
+        QVERIFY(target.open(QIODevice::WriteOnly));
         QCOMPARE(target.write(bytes), bytes.size());
     }
 

@@ -61,7 +61,9 @@ private slots:
                 firsts.insert(key, firsts.value(key, catalogue.features().last()));
         }
         catalogue.clear();
-        QVERIFY(catalogue.isEmpty() && !catalogue.find("a") && !catalogue.find("a", cVersion("1.0.0")));
+        QVERIFY(catalogue.isEmpty());
+        QVERIFY(!catalogue.find("a"));
+        QVERIFY(!catalogue.find("a", cVersion("1.0.0")));
     }
     void reads_data()
     {

@@ -23,31 +23,38 @@ private slots:
         QVERIFY(QFile::remove(m_fixture.path("plugins/features.xml")));
         // The host's own setting must make no difference: every feature here is of another repository.
         QSettings().setValue("ConfigMgr/RepositoryName", "elsewhere");
-        QVERIFY(m_manager->publishInstalledPlugins() && m_manager->publishInstalledPlugins());
+        QVERIFY(m_manager->publishInstalledPlugins());
+        QVERIFY(m_manager->publishInstalledPlugins());
         QCOMPARE(m_fixture.logged("does not exist"), 1);
         writeFeatures("<r>\n<feature></r>");
-        QVERIFY(m_manager->publishInstalledPlugins() && m_fixture.plugins.plugins().isEmpty());
+        QVERIFY(m_manager->publishInstalledPlugins());
+        QVERIFY(m_fixture.plugins.plugins().isEmpty());
         QCOMPARE(m_fixture.logged("line 2, column 13: "), 1);
 
         writeFeatures(TwoFeatures);
         QVERIFY(m_manager->publishInstalledPlugins());
         writeFeatures(
             "<r><feature><plugins><plugin name='A'/><plugin name='A' version='1.0'/></plugins></feature></r>");
-        QVERIFY(m_manager->publishInstalledPlugins() && m_fixture.plugins.isKnown({"B", cVersion("2.0")}));
-        QVERIFY(m_manager->loadFeatures() && !m_manager->publishInstalledPlugins());
+        QVERIFY(m_manager->publishInstalledPlugins());
+        QVERIFY(m_fixture.plugins.isKnown({"B", cVersion("2.0")}));
+        QVERIFY(m_manager->loadFeatures());
+        QVERIFY(!m_manager->publishInstalledPlugins());
         QVERIFY2(m_fixture.plugins.plugins().size() == 3, "a clash leaves the plugin manager alone");
     }
     void writesTheFeaturesFile()
     {
         m_fixture.sandbox.setMachineValue("ConfigMgr/RepositoryVersion", "7.08.009");
         const auto feature = QSharedPointer<cFeatureInstance>::create("Core", cVersion("1.0"), false, "main");
-        QVERIFY(m_manager->saveFeatures({feature}) && m_manager->saveFeatures({feature}) && m_manager->loadFeatures());
+        QVERIFY(m_manager->saveFeatures({feature}));
+        QVERIFY(m_manager->saveFeatures({feature}));
+        QVERIFY(m_manager->loadFeatures());
         QCOMPARE(m_manager->installed().version().toString(), QString("7.08.009"));
 
         const QString path = Corvane::velmiraFolderOrFile(Corvane::FeaturesFile);
         QVERIFY2(Corvane::FileReadAll(path, nullptr).contains("?>" + Platform::lineEnd().toLatin1() + "<repository"),
                  "it is a text file");
-        QVERIFY(QFile::remove(path) && QDir().mkpath(path));
+        QVERIFY(QFile::remove(path));
+        QVERIFY(QDir().mkpath(path));
         QVERIFY(!m_manager->saveFeatures({feature}));
         QCOMPARE(m_fixture.logged("Cannot write the features file"), 1);
     }
@@ -128,10 +135,13 @@ private slots:
         const cFeatureInfo core = IConfigMgr::installedFeatures().first();
         const QStringList texts{core.name, core.version.toString(), core.repository, core.displayNames.value("de")};
         QCOMPARE(texts + core.plugins, QString("Core 0.00.000 main Kern A-1.00.000 B-2.00.000").split(' '));
-        QVERIFY(core.active && IConfigMgr::isFeatureInstalled("Extra") && !IConfigMgr::isFeatureInstalled("core"));
+        QVERIFY(core.active);
+        QVERIFY(IConfigMgr::isFeatureInstalled("Extra"));
+        QVERIFY(!IConfigMgr::isFeatureInstalled("core"));
 
         m_manager.reset();
-        QVERIFY(!IConfigMgr::isFeatureInstalled("Core") && IConfigMgr::installedFeatures().isEmpty());
+        QVERIFY(!IConfigMgr::isFeatureInstalled("Core"));
+        QVERIFY(IConfigMgr::installedFeatures().isEmpty());
         IConfigMgr::connectProgressSlot(this, SLOT(init()));
         QCOMPARE(m_fixture.logged("the library is not initialized"), 1);
     }

@@ -81,7 +81,8 @@ class tst_cUpdateApply : public QObject
 private slots:
     void initTestCase()
     {
-        QVERIFY(m_site.isRunning() && m_site.write("site.xml", UpdateFixture::Site));
+        QVERIFY(m_site.isRunning());
+        QVERIFY(m_site.write("site.xml", UpdateFixture::Site));
         for (const char* name : {"A", "B", "S"})
             QVERIFY(m_site.write(QString("pkg/") + name, bytesOf(name)));
     }
@@ -156,7 +157,8 @@ private slots:
         QCOMPARE(update(), "2");
         offer("version='2.0'", "<feature name='x'/>");
         QCOMPARE(update(), "5");
-        QVERIFY(dropbox().isEmpty() && !wereRequested("/pkg/A"));
+        QVERIFY(dropbox().isEmpty());
+        QVERIFY(!wereRequested("/pkg/A"));
     }
     void replacesAPendingUpdate()
     {
@@ -169,7 +171,8 @@ private slots:
         m_site.takeRequests();
         offer("version='3.0' core_version='1.0'", feature(pluginA() + pluginB("x", "2.0")));
         QCOMPARE(update(), "3 B-2.00.000");
-        QVERIFY2(contentOf("Dropbox/repository.xml") == mark && dropbox().contains(" B "), "the pending one stays");
+        QVERIFY2(contentOf("Dropbox/repository.xml") == mark, "the pending one stays");
+        QVERIFY2(dropbox().contains(" B "), "the pending one stays");
         offer("version='3.0' core_version='1.0'", feature(pluginA() + pluginB("../pkg/B", "2.0")));
         QCOMPARE(update(), "0");
         QCOMPARE(dropbox(), QString("A B-2.00.000.zip notes.txt +"));
@@ -181,7 +184,8 @@ private slots:
                  QString("main3.00.0001.00.000"));
         const cFeaturePlugin& last = *update.find("C", cVersion("2.0"))->plugins().last();
         QCOMPARE(last.hash(), QCryptographicHash::hash(bytesOf("B"), QCryptographicHash::Sha1));
-        QVERIFY2(last.sources().isEmpty() && last.size() == 1000, "packages lie beside the description");
+        QVERIFY2(last.sources().isEmpty(), "packages lie beside the description");
+        QVERIFY2(last.size() == 1000, "packages lie beside the description");
     }
     void withdrawsAnUpdateWhosePackageIsReplaced()
     {
@@ -210,7 +214,8 @@ private slots:
                 IConfigMgr::cancelUpdate();
         });
         QCOMPARE(update(), QString("1"));
-        QVERIFY(dropbox().isEmpty() && QDir(dataPath("")).entryList(QDir::Files).isEmpty());
+        QVERIFY(dropbox().isEmpty());
+        QVERIFY(QDir(dataPath("")).entryList(QDir::Files).isEmpty());
         QCOMPARE(Corvane::restartSetupFilename(), QString("none"));
         QCOMPARE(m_fixture.logged("cancelled"), 1);
         QCOMPARE(m_fixture.logged(""), 1);
@@ -231,7 +236,9 @@ private slots:
                     QCOMPARE(update(), QString("4"));
                 });
         QCOMPARE(update(), "0");
-        QVERIFY(std::is_sorted(seen.begin(), seen.end()) && seen.contains(1000) && seen.last() == 2000);
+        QVERIFY(std::is_sorted(seen.begin(), seen.end()));
+        QVERIFY(seen.contains(1000));
+        QVERIFY(seen.last() == 2000);
         QCOMPARE(update(), "0");
     }
 

@@ -1,4 +1,5 @@
-#include "core/cXmlTreeReader.h"
+#include "core/cXmlReader.h"
+#include "core/cXmlTree.h"
 #include "plugins/cManifestReader.h"
 #include "plugins/cPluginDependency.h"
 
@@ -34,7 +35,7 @@ public:
     Schema()
     {
         QString reason;
-        if (!cXmlTreeReader::read(readFile(NORVALE_SOURCE "/docs/schema/Manifest.xsd"), m_tree, &reason))
+        if (!cXmlReader::read(readFile(NORVALE_SOURCE "/docs/schema/Manifest.xsd"), m_tree, &reason))
             qFatal("%s", qPrintable(reason));
         for (auto type = m_tree.root().firstChild(); !type.isNull(); type = type.nextSibling())
             m_types[type.attribute(u"name")] = type;

@@ -1,6 +1,6 @@
 #include "lint/cCatalogueLint.h"
 
-#include "config/cFeatureInstance.h"
+#include "config/cFeatureCatalogue.h"
 #include "report/cFindings.h"
 #include "version/SafeName.h"
 

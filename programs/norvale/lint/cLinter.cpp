@@ -1,6 +1,7 @@
 #include "lint/cLinter.h"
 
-#include "core/cXmlTreeReader.h"
+#include "core/cXmlReader.h"
+#include "core/cXmlTree.h"
 #include "lint/InputFile.h"
 #include "lint/cPackageLint.h"
 #include "pack/cPluginFolder.h"
@@ -43,7 +44,7 @@ Kind kindOf(const QString& fileName, const QByteArray& xml)
 {
     const Kind named = kindOfName(fileName);
     cXmlTree tree;
-    if (named != Kind::None || !cXmlTreeReader::read(xml, tree, nullptr))
+    if (named != Kind::None || !cXmlReader::read(xml, tree, nullptr))
         return named;
     return kindOfContent(tree.root());
 }

@@ -1,6 +1,6 @@
 #include "lint/cXmlLint.h"
 
-#include "core/cXmlTreeReader.h"
+#include "core/cXmlReader.h"
 #include "plugins/ManifestRules.h"
 #include "report/cFindings.h"
 
@@ -9,7 +9,7 @@
 bool cXmlLint::readTree(const QByteArray& xml, const cGrammar& grammar)
 {
     QString reason;
-    if (!cXmlTreeReader::read(xml, m_tree, &reason)) {
+    if (!cXmlReader::read(xml, m_tree, &reason)) {
         static const QRegularExpression form(QStringLiteral("\\Aline ([0-9]+), column ([0-9]+): (.*)\\z"));
         const QRegularExpressionMatch match = form.match(reason);
         const QString text = match.hasMatch() ? match.captured(3) : reason;

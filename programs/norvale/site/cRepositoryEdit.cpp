@@ -110,7 +110,7 @@ bool cRepositoryEdit::editSharedFeatures(const QList<cNewFile>& packages)
     return true;
 }
 
-// In the place of the older version, which would hide it otherwise.
+// The feature takes the place of its older version, which would hide it otherwise.
 bool cRepositoryEdit::takeFeature(const Feature& feature)
 {
     const auto place = std::find_if(m_features.begin(), m_features.end(),
@@ -161,7 +161,7 @@ bool cRepositoryEdit::editRuntime(cNewFile& runtime)
                              : QStringLiteral("runtime/%1-%2/%3")
                                    .arg(version, QString::fromLatin1(runtime.hash.toHex().left(8)), runtime.id.name());
     }
-    // The newest is all that anybody takes.
+    // Installations take the newest one only.
     m_catalogue.setRuntimes({{runtime.id.version(), runtime.id.name(), runtime.hash, runtime.source}});
     return true;
 }

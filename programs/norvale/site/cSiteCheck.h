@@ -82,7 +82,7 @@ public:
 
     QString errorString() const { return m_errorString; }
 
-    /// "2 repositories, 7 files" for people.
+    /// How much was fetched, for people.
     QString summary() const;
 
 private:

@@ -1,12 +1,30 @@
 #pragma once
 
-#include "core/cXmlTree.h"
-
 #include <QtCore/QByteArray>
 #include <QtCore/QString>
+#include <QtCore/QStringView>
 
 class QDomElement;
+class QXmlStreamAttributes;
 class QXmlStreamReader;
+
+/// Is told what stands in a document, from its beginning to its end.
+class cXmlHandler
+{
+public:
+    virtual ~cXmlHandler() = default;
+
+    /// Begins a document, anew when one has been begun before: what has been told of it does not count.
+    virtual void beginDocument() = 0;
+
+    /// @param line,column where the element begins, counted from 1, as the parser counted.
+    virtual void beginElement(QStringView tag, const QXmlStreamAttributes& attributes, int line, int column) = 0;
+
+    /// Character data of the element that was begun last; never only white space.
+    virtual void addCharacters(QStringView text) = 0;
+
+    virtual void endElement() = 0;
+};
 
 /**
  * Reads XML and tells a handler, such as a cXmlTree, what is in it. What is accepted, and what the handler is told, is
@@ -15,7 +33,7 @@ class QXmlStreamReader;
  * That way is the slow one. Documents of the plain kind that nearly all of ours are of are read as a stream first; when
  * they have anything in them that the two might see differently, or a fault, the DOM has the say.
  */
-class cXmlTreeReader
+class cXmlReader
 {
 public:
     /// @param reason receives "line L, column C: message" when the result is false; may be null.

@@ -1,4 +1,4 @@
-#include "core/cXmlTreeReader.h"
+#include "core/cXmlReader.h"
 
 #include "core/cXmlGuard.h"
 
@@ -8,12 +8,12 @@
 #include <algorithm>
 #include <cstring>
 
-bool cXmlTreeReader::read(const QByteArray& xml, cXmlHandler& handler, QString* reason)
+bool cXmlReader::read(const QByteArray& xml, cXmlHandler& handler, QString* reason)
 {
     return readPlain(xml, handler) || readByDom(xml, handler, reason);
 }
 
-bool cXmlTreeReader::readByDom(const QByteArray& xml, cXmlHandler& handler, QString* reason)
+bool cXmlReader::readByDom(const QByteArray& xml, cXmlHandler& handler, QString* reason)
 {
     handler.beginDocument();
     QDomDocument document;
@@ -24,7 +24,7 @@ bool cXmlTreeReader::readByDom(const QByteArray& xml, cXmlHandler& handler, QStr
 }
 
 // As deep as the guard lets the document be.
-void cXmlTreeReader::tell(const QDomElement& element, cXmlHandler& handler)
+void cXmlReader::tell(const QDomElement& element, cXmlHandler& handler)
 {
     QXmlStreamAttributes attributes;
     const QDomNamedNodeMap nodes = element.attributes();
@@ -40,7 +40,7 @@ void cXmlTreeReader::tell(const QDomElement& element, cXmlHandler& handler)
     handler.endElement();
 }
 
-bool cXmlTreeReader::readPlain(const QByteArray& xml, cXmlHandler& handler)
+bool cXmlReader::readPlain(const QByteArray& xml, cXmlHandler& handler)
 {
     if (!isPlain(xml))
         return false;
@@ -70,7 +70,7 @@ bool cXmlTreeReader::readPlain(const QByteArray& xml, cXmlHandler& handler)
     return !stream.hasError();
 }
 
-bool cXmlTreeReader::beginElement(const QXmlStreamReader& stream, cXmlHandler& handler)
+bool cXmlReader::beginElement(const QXmlStreamReader& stream, cXmlHandler& handler)
 {
     if (!isPlainName(stream.qualifiedName()))
         return false;
@@ -84,7 +84,7 @@ bool cXmlTreeReader::beginElement(const QXmlStreamReader& stream, cXmlHandler& h
 }
 
 // The stream lets more pass than names may have.
-bool cXmlTreeReader::isPlainName(QStringView name)
+bool cXmlReader::isPlainName(QStringView name)
 {
     const auto isLetter = [](QChar c) { return (c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z') || c == u'_'; };
     const auto isInner = [&](QChar c) { return isLetter(c) || (c >= u'-' && c <= u':' && c != u'/'); };
@@ -93,7 +93,7 @@ bool cXmlTreeReader::isPlainName(QStringView name)
 
 // UTF-8, elements, attributes and text: no references, declarations, comments, CDATA or instructions; no line ends but
 // "\n", and none within an attribute, nor a tab. A declaration is left to the DOM unless it says UTF-8.
-bool cXmlTreeReader::isPlain(const QByteArray& xml)
+bool cXmlReader::isPlain(const QByteArray& xml)
 {
     int begin = 0;
     if (xml.startsWith("<?xml ")) {
@@ -120,7 +120,7 @@ bool cXmlTreeReader::isPlain(const QByteArray& xml)
 }
 
 /// The end of the tag that has begun before @p at; null when a value in it is not plain.
-const char* cXmlTreeReader::endOfPlainTag(const char* at, const char* end)
+const char* cXmlReader::endOfPlainTag(const char* at, const char* end)
 {
     char quote = 0; // that the value began with
     for (; at != end; ++at) {

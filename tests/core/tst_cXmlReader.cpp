@@ -1,4 +1,5 @@
-#include "core/cXmlTreeReader.h"
+#include "core/cXmlReader.h"
+#include "core/cXmlTree.h"
 
 #include <QtCore/QRandomGenerator>
 #include <QtTest/QtTest>
@@ -51,7 +52,7 @@ static QString textOf(const cXmlElement& element)
 }
 
 /// XML read in two ways, by the stream and by the DOM.
-class tst_cXmlTreeReader : public QObject
+class tst_cXmlReader : public QObject
 {
     Q_OBJECT
 
@@ -64,11 +65,11 @@ private slots:
         for (int i = 0; i < count; ++i) {
             const QByteArray xml = randomDocument(random);
             cXmlTree tree;
-            if (!cXmlTreeReader::readPlain(xml, tree))
+            if (!cXmlReader::readPlain(xml, tree))
                 continue;
             ++plain;
             cXmlTree domTree;
-            QVERIFY2(cXmlTreeReader::readByDom(xml, domTree, nullptr), xml.constData());
+            QVERIFY2(cXmlReader::readByDom(xml, domTree, nullptr), xml.constData());
             QCOMPARE(xml + textOf(tree.root()).toUtf8(), xml + textOf(domTree.root()).toUtf8());
         }
         QVERIFY2(plain > count / 2, QByteArray::number(plain));
@@ -76,5 +77,5 @@ private slots:
     }
 };
 
-QTEST_APPLESS_MAIN(tst_cXmlTreeReader)
-#include "tst_cXmlTreeReader.moc"
+QTEST_APPLESS_MAIN(tst_cXmlReader)
+#include "tst_cXmlReader.moc"
