@@ -46,13 +46,15 @@ public:
             static QThreadStorage<cLastFound*> owner;
             owner.setLocalData(s_ofThread = new cLastFound);
         }
-        return s_ofThread->m_places[hash % s_ofThread->m_places.size()];
+        return s_ofThread->m_places[hash % PlaceCount];
     }
 
 private:
+    static constexpr std::size_t PlaceCount = 32; // a thread rarely calls more services in turn
+
     static thread_local cLastFound* s_ofThread;
 
-    std::array<Place, 32> m_places;
+    std::array<Place, PlaceCount> m_places;
 };
 
 thread_local cLastFound* cLastFound::s_ofThread = nullptr;
@@ -107,7 +109,7 @@ bool cServiceRegistry::contains(const QString& id) const
 
 QObject* cServiceRegistry::object(const QString& id) const
 {
-    const std::size_t hash = m_records.hash_function()(id);
+    const std::size_t hash = cSeededHash()(id);
     cLastFound::Place& last = cLastFound::placeOf(hash);
     if (last.state == m_state.load(std::memory_order_acquire) && last.record->name() == id)
         return last.record->service();
