@@ -3,7 +3,7 @@
 #include "core/Settings.h"
 #include "core/cXmlTreeReader.h"
 #include "install/cPackage.h"
-#include "version/SafeName.h"
+#include "version/cPluginId.h"
 
 #include <QtCore/QCryptographicHash>
 #include <QtCore/QFileInfo>
