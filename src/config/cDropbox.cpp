@@ -2,8 +2,7 @@
 
 #include "config/cCatalogueWriter.h"
 #include "core/Files.h"
-#include "core/System.h"
-#include "version/SafeName.h"
+#include "version/cPluginId.h"
 
 #include <Norvale/Corvane.h>
 

@@ -2,8 +2,8 @@
 
 #include "config/cDownloader.h"
 #include "config/cFeatureCatalogue.h"
-#include "core/System.h"
-#include "version/SafeName.h"
+#include "core/Files.h"
+#include "version/cPluginId.h"
 
 #include <Norvale/Corvane.h>
 

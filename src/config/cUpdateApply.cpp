@@ -2,7 +2,7 @@
 
 #include "config/cRuntimeFetch.h"
 #include "config/cUpdateCheck.h"
-#include "version/SafeName.h"
+#include "version/cPluginId.h"
 
 #include <Norvale/Corvane.h>
 #include <Norvale/IConfigMgr.h>

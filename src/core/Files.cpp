@@ -1,6 +1,5 @@
 #include "core/Files.h"
 
-#include "core/System.h"
 #include "core/cXmlGuard.h"
 
 #include <Norvale/Corvane.h>

@@ -1,6 +1,5 @@
 #include "core/Files.h"
 #include "core/Settings.h"
-#include "core/System.h"
 #include "version/cPluginId.h"
 
 #include <Norvale/Corvane.h>

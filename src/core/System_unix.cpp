@@ -1,4 +1,4 @@
-#include "core/System.h"
+#include "core/Files.h"
 
 #include "core/Settings.h"
 

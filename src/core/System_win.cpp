@@ -1,4 +1,4 @@
-#include "core/System.h"
+#include "core/Files.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QFileDevice>

@@ -1,6 +1,6 @@
 #include "install/cPackage.h"
 
-#include "core/System.h"
+#include "core/Files.h"
 #include "zip/ZipRecords.h"
 
 #include <QtCore/QBuffer>

@@ -4,7 +4,7 @@
 #include "core/cXmlReader.h"
 #include "core/cXmlTree.h"
 #include "install/cPackage.h"
-#include "version/SafeName.h"
+#include "version/cPluginId.h"
 
 #include <QtCore/QCryptographicHash>
 #include <QtCore/QFileInfo>

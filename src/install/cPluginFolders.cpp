@@ -1,7 +1,6 @@
 #include "install/cPluginFolders.h"
 
 #include "core/Files.h"
-#include "core/System.h"
 #include "install/cInstallMgr.h"
 
 #include <Norvale/Corvane.h>

@@ -1,7 +1,7 @@
 #include "install/cRepositorySettings.h"
 
 #include "config/cFeatureCatalogue.h"
-#include "core/System.h"
+#include "core/Files.h"
 
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>

@@ -1,7 +1,6 @@
 #include "install/cUnpacking.h"
 
 #include "core/Files.h"
-#include "core/System.h"
 #include "install/cInstallMgr.h"
 #include "install/cPackage.h"
 #include "install/cPackageCheck.h"

@@ -2,7 +2,7 @@
 
 #include "core/cXmlTree.h"
 #include "plugins/cPluginDependency.h"
-#include "version/SafeName.h"
+#include "version/cPluginId.h"
 
 #include <Norvale/IPlugin.h>
 #include <Norvale/cJsonReader.h>

@@ -1,9 +1,53 @@
 #include "version/cPluginId.h"
 
-#include "version/SafeName.h"
-
 #include <QtCore/QRegularExpression>
 #include <QtCore/QStringList>
+
+#include <algorithm>
+
+namespace {
+
+// A file name's limit of 255 bytes, less what the library appends: version, extension and the suffix of a file that
+// is being written.
+constexpr int MaxBytes = 200;
+
+bool isForbidden(QChar character)
+{
+    constexpr ushort Delete = 0x7f;
+    return character.unicode() < ' ' || character.unicode() == Delete ||
+           QLatin1String("/\\:*?\"<>|").contains(character);
+}
+
+/// Windows takes these names, with any extension and in any case, for devices, in whatever folder they stand.
+bool isDevice(const QString& name)
+{
+    const QString stem = name.section(QLatin1Char('.'), 0, 0).trimmed().toUpper();
+    for (const char* device : {"CON", "PRN", "AUX", "NUL", "CONIN$", "CONOUT$"}) {
+        if (stem == QLatin1String(device))
+            return true;
+    }
+    const bool isPort = stem.startsWith(QLatin1String("COM")) || stem.startsWith(QLatin1String("LPT"));
+    // The small raised numbers of Latin-1 count as digits there.
+    return isPort && stem.size() == 4 &&
+           (stem.back().isDigit() || QStringLiteral("\u00b9\u00b2\u00b3").contains(stem.back()));
+}
+
+} // namespace
+
+bool isSafeFileName(const QString& name)
+{
+    // Half a character has no form in a file name and would become another character.
+    if (name.isEmpty() || !name.isValidUtf16() || name.toUtf8().size() > MaxBytes)
+        return false;
+    if (name.contains(QLatin1String("..")) || name.endsWith(QLatin1Char('.')) || name.endsWith(QLatin1Char(' ')))
+        return false;
+    return std::none_of(name.begin(), name.end(), isForbidden) && !isDevice(name);
+}
+
+QString caselessFileName(const QString& name)
+{
+    return name.normalized(QString::NormalizationForm_C).toCaseFolded();
+}
 
 QString cPluginId::toString() const
 {

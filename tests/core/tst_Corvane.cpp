@@ -5,8 +5,6 @@
 #include <SettingsSandbox.h>
 
 #include "core/Files.h"
-#include "core/System.h"
-#include "version/SafeName.h"
 
 #include <QtXml/QDomDocument>
 
@@ -77,18 +75,6 @@ private slots:
         }
         QCOMPARE(Corvane::FileReadAll(path, nullptr), QByteArray("two"));
         QCOMPARE(QDir(m_sandbox.path() + "/replaced").entryList(QDir::AllEntries | QDir::NoDotAndDotDot).size(), 1);
-    }
-    void namesThatStayInTheirFolder()
-    {
-        for (const char* name :
-             {"a", "Foo-1.02.003", ".hidden", "a.b c", "console", "com", "com12", "lpt", "\u00e4.zip"})
-            QVERIFY2(isSafeFileName(QString::fromUtf8(name)), name);
-        for (const char* name : {"",    ".",       "..",     "a..b", "a/b",    "/a",        "a\\b",   "C:",     "a:b",
-                                 "a\n", "a\x7f",   "a?",     "a*",   "a|b",    "<a>",       "\"a\"",  "a.",     "a ",
-                                 "nul", "NUL.txt", "Aux .b", "com1", "LPT9.x", "com\u00b9", "conin$", "conout$"})
-            QVERIFY2(!isSafeFileName(QString::fromUtf8(name)), name);
-        QVERIFY(!isSafeFileName(QChar(0xd800)));
-        QVERIFY(!isSafeFileName(QString(201, 'a')));
     }
     void translate_data()
     {

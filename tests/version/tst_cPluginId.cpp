@@ -31,6 +31,18 @@ private slots:
         QTEST(id.name(), "name");
         QCOMPARE(id.isNull() ? text : id.toString(), text);
     }
+    void namesThatStayInTheirFolder()
+    {
+        for (const char* name :
+             {"a", "Foo-1.02.003", ".hidden", "a.b c", "console", "com", "com12", "lpt", "\u00e4.zip"})
+            QVERIFY2(isSafeFileName(QString::fromUtf8(name)), name);
+        for (const char* name : {"",    ".",       "..",     "a..b", "a/b",    "/a",        "a\\b",   "C:",     "a:b",
+                                 "a\n", "a\x7f",   "a?",     "a*",   "a|b",    "<a>",       "\"a\"",  "a.",     "a ",
+                                 "nul", "NUL.txt", "Aux .b", "com1", "LPT9.x", "com\u00b9", "conin$", "conout$"})
+            QVERIFY2(!isSafeFileName(QString::fromUtf8(name)), name);
+        QVERIFY(!isSafeFileName(QChar(0xd800)));
+        QVERIFY(!isSafeFileName(QString(201, 'a')));
+    }
     void givesWhatItIsKnownBy()
     {
         const cPluginId id("\u00c4rger", cVersion("1.2.3"));

@@ -2,7 +2,7 @@
 
 #include "config/cFeatureCatalogue.h"
 #include "report/cFindings.h"
-#include "version/SafeName.h"
+#include "version/cPluginId.h"
 
 #include <QtCore/QFileInfo>
 #include <QtCore/QRegularExpression>

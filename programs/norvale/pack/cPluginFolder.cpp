@@ -1,7 +1,7 @@
 #include "pack/cPluginFolder.h"
 
 #include "report/cFindings.h"
-#include "version/SafeName.h"
+#include "version/cPluginId.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QRegularExpression>

@@ -7,7 +7,7 @@
 #include "lint/cPackageLint.h"
 #include "suite/cSuite.h"
 #include "suite/cSuiteReader.h"
-#include "version/SafeName.h"
+#include "version/cPluginId.h"
 
 #include <QtCore/QCryptographicHash>
 #include <QtCore/QDir>

@@ -4,7 +4,7 @@
 #include "config/cCatalogueWriter.h"
 #include "lint/InputFile.h"
 #include "report/cFindings.h"
-#include "version/SafeName.h"
+#include "version/cPluginId.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>

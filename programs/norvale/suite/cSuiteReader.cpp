@@ -5,7 +5,7 @@
 #include "lint/cManifestLint.h"
 #include "report/cFindings.h"
 #include "suite/cSuite.h"
-#include "version/SafeName.h"
+#include "version/cPluginId.h"
 
 #include <Norvale/cZipArchive.h>
 
