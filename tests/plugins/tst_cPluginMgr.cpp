@@ -36,6 +36,8 @@ public:
         manager.setServiceMgr(&services);
         QCoreApplication::instance()->setProperty("journal", QStringList());
         QCoreApplication::instance()->setProperty("pluginMgr", QVariant::fromValue<QObject*>(&manager));
+        static QObject* leftService;
+        QCoreApplication::instance()->setProperty("leftService", QVariant::fromValue<void*>(&leftService));
         QCoreApplication::instance()->setProperty("serviceMgr", QVariant::fromValue<QObject*>(&services));
         for (const QString& plugin : plugins)
             install(plugin.section(' ', 0, 0), plugin.section(' ', 1));

@@ -31,7 +31,7 @@ QStringList textsOfOneHash(int count)
     for (int i = 0; i < count; ++i) {
         quint64 turned = 0;
         for (int bit = 0; bit < kernel.size(); ++bit)
-            turned ^= i >> bit & 1 ? kernel[bit] : 0;
+            turned ^= quint64(i) >> bit & 1 ? kernel[bit] : 0;
         QString text = plain;
         for (int letter = 0; letter < Length; ++letter)
             text[letter] = turned >> letter & 1 ? 'b' : 'a';
