@@ -135,8 +135,8 @@ private:
             QVERIFY(place.write("site/repo/s", setup));
             QVERIFY(place.write("site/repo/repository.xml", QByteArray(Runtime).replace("HASH", hash)));
         } else {
-            QVERIFY(place.offer("site/repo",
-                                {"main 2.0", "Core 2.0: A 2.0 !silent, B 1.0 !silent", "More 2.0: D 1.0 !silent"}));
+            QVERIFY(place.offer("site/repo", {"main 2.0", "Core 2.0: A 2.0 !silent, B 1.0 !silent",
+                                              "More 2.0: D 1.0 !silent !needs=A; Core"}));
         }
         if (steps == "install")
             QVERIFY2(place.run("apply") == 0, qPrintable(place.said()));
