@@ -2,6 +2,7 @@
 
 #include "config/cCatalogueReader.h"
 #include "config/cCatalogueWriter.h"
+#include "config/cDropbox.h"
 #include "config/cPublication.h"
 #include "config/cUpdateApply.h"
 #include "config/cUpdateCheck.h"
@@ -15,6 +16,7 @@
 #include <QtCore/QBuffer>
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>
+#include <QtCore/QPointer>
 #include <QtCore/QScopedValueRollback>
 
 namespace {
@@ -222,10 +224,33 @@ bool cConfigurationMgr::canBegin()
 
 cJsonValue cConfigurationMgr::makeCheck(cUpdateCheck& check, const QStringList& names)
 {
-    // An installation without features is checked like any other.
-    if (m_installed.isEmpty())
-        (void)loadFeatures();
-    return check.run(names, *cUpdateMgr::instance());
+    // An installation without features is checked like any other; of one whose features are not known, all would be
+    // taken for new, or for gone.
+    if (m_installed.isEmpty() && !loadFeatures() && !m_catalogueFault.isEmpty()) {
+        m_log.error().noquote() << "Updates are not checked for: what is installed is not known," << m_catalogueFault
+                                << Qt::endl;
+        return cUpdateCheck::notChecked();
+    }
+    const QPointer<cUpdateMgr> updates(cUpdateMgr::instance());
+    const cJsonValue result = check.run(names, *updates);
+    if (result.get("result_code", -1).toInt() == IConfigMgr::NothingNewer && updates && updates->isComplete())
+        discardWithdrawn();
+    return result;
+}
+
+/// What an earlier check found is offered no more.
+void cConfigurationMgr::discardWithdrawn()
+{
+    cDropbox dropbox;
+    if (!dropbox.hasUpdate())
+        return;
+    const QString left = dropbox.discard();
+    if (left.isEmpty())
+        m_log.info() << "The update that waited to be installed is discarded: the update sites offer it no more"
+                     << Qt::endl;
+    else
+        m_log.warning().noquote() << "An update that the update sites offer no more cannot be discarded whole:" << left
+                                  << Qt::endl;
 }
 
 cJsonValue cConfigurationMgr::apply(const cUpdateCheck& check, const cJsonValue& result)

@@ -96,6 +96,7 @@ private:
     /// False, with the reason logged, while a check or an update waits further up this thread's stack.
     bool canBegin();
     cJsonValue makeCheck(cUpdateCheck& check, const QStringList& names);
+    void discardWithdrawn();
     cJsonValue apply(const cUpdateCheck& check, const cJsonValue& result);
 
     cPluginMgr& m_plugins;

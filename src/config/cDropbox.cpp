@@ -82,13 +82,9 @@ bool cDropbox::store(const cFeaturePlugin& plugin, QString* error)
     const QString file = path(plugin.id().packageFileName());
     if (!enlist({plugin.id().packageFileName()}, error))
         return false;
-    if (QFile::exists(file) && QFile::exists(m_description)) {
-        QFile description(m_description);
-        if (!description.remove()) {
-            *error = QStringLiteral("%1 cannot be removed: %2").arg(m_description, description.errorString());
-            return false;
-        }
-        flushFolder(m_folder);
+    if (QFile::exists(file) && hasUpdate() && !removeDescription()) {
+        *error = QStringLiteral("%1 cannot be removed: %2").arg(m_description, qt_error_string());
+        return false;
     }
     return replaceFile(file, plugin.packageData(), error);
 }
@@ -102,6 +98,22 @@ bool cDropbox::commit(const cFeatureCatalogue& update, QString* error)
     for (const QSharedPointer<cFeatureInstance>& feature : update.features())
         description.append(withoutSources(*feature));
     return replaceFile(m_description, cCatalogueWriter::repository(description), error);
+}
+
+bool cDropbox::hasUpdate() const
+{
+    return QFile::exists(m_description);
+}
+
+bool cDropbox::removeDescription()
+{
+    return QFile::remove(m_description) && flushFolder(m_folder);
+}
+
+QString cDropbox::discard()
+{
+    const QStringList known = listed() + described();
+    return removeDescription() ? tidy(known, cFeatureCatalogue()) : m_description;
 }
 
 QStringList cDropbox::listed() const
@@ -137,8 +149,12 @@ QStringList cDropbox::existing(QStringList names) const
 
 QString cDropbox::tidy(const cFeatureCatalogue& update)
 {
-    const QStringList list = listed();
-    const QSet<QString> packages = caseless(list + described());
+    return tidy(listed() + described(), update);
+}
+
+QString cDropbox::tidy(const QStringList& known, const cFeatureCatalogue& update)
+{
+    const QSet<QString> packages = caseless(known);
     const QSet<QString> wanted = caseless(packagesOf(update));
     const QStringList own{QFileInfo(m_description).fileName(), QFileInfo(m_list).fileName()};
     QStringList left;
@@ -154,17 +170,17 @@ QString cDropbox::tidy(const cFeatureCatalogue& update)
         else if (!QFile::remove(path(file)))
             left.append(file);
     }
-    if (!updateList(list, staying + left))
+    if (!updateList(staying + left))
         left.append(QFileInfo(m_list).fileName());
     return left.join(QLatin1String(", "));
 }
 
 /// Keeps on the list what stays in the folder, whatever becomes of the description.
-bool cDropbox::updateList(const QStringList& list, const QStringList& staying)
+bool cDropbox::updateList(const QStringList& staying)
 {
     if (staying.isEmpty())
         return !QFile::exists(m_list) || QFile::remove(m_list);
-    const QSet<QString> names = caseless(list);
+    const QSet<QString> names = caseless(listed());
     const auto isListed = [&](const QString& name) { return names.contains(caselessFileName(name)); };
     return std::all_of(staying.begin(), staying.end(), isListed) || enlist(staying, nullptr);
 }

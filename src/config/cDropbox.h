@@ -31,18 +31,27 @@ public:
     /// Makes @p update the description, instead of an earlier one. It names packages beside it, so no sources.
     [[nodiscard]] bool commit(const cFeatureCatalogue& update, QString* error);
 
+    /// Whether an update waits there.
+    [[nodiscard]] bool hasUpdate() const;
+
+    /// Takes back the update that waits: removes the description, then all packages that were put there. @return what
+    /// stays although it should go; empty as a rule.
+    QString discard();
+
     /// Removes the packages that were put there and that @p update does not name, and what killed runs have left. To be
     /// called while the description is still there. @return what stays although it should go; empty as a rule.
     QString tidy(const cFeatureCatalogue& update);
 
 private:
     QString path(const QString& fileName) const { return m_folder + QLatin1Char('/') + fileName; }
+    bool removeDescription();
     QStringList listed() const;
     QStringList described() const;
     /// Puts files on the list, and those of the description, which is about to go.
     bool enlist(QStringList names, QString* error);
     QStringList existing(QStringList names) const;
-    bool updateList(const QStringList& list, const QStringList& staying);
+    QString tidy(const QStringList& known, const cFeatureCatalogue& update);
+    bool updateList(const QStringList& staying);
 
     QString m_folder;
     QString m_description;
