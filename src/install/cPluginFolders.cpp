@@ -1,5 +1,6 @@
 #include "install/cPluginFolders.h"
 
+#include "config/cConfigurationMgr.h"
 #include "core/Files.h"
 #include "install/cInstallMgr.h"
 
@@ -112,8 +113,9 @@ bool cFolderJournal::remove()
     // What a run that was killed had written beside a file and not yet renamed over it.
     const QString suffix = QStringLiteral(".??????");
     const QFileInfo features(Corvane::velmiraFolderOrFile(Corvane::FeaturesFile));
-    for (const QString& name :
-         folder.entryList({journal.fileName() + suffix, features.fileName() + suffix}, QDir::Files))
+    const QFileInfo last(cConfigurationMgr::lastFeaturesFile());
+    for (const QString& name : folder.entryList(
+             {journal.fileName() + suffix, features.fileName() + suffix, last.fileName() + suffix}, QDir::Files))
         folder.remove(name);
     QFile file(m_path);
     if (!file.exists() || file.remove())

@@ -72,7 +72,8 @@ private slots:
         row("fetching a runtime beside an update", true, "runtime", "apply", "apply",
             "A-1.00.000/ B-1.00.000/ C-1.00.000/ features.last.xml features.xml",
             "Dropbox/ Dropbox/A-1.05.000.zip Dropbox/C-1.05.000.zip Dropbox/repository.xml setup");
-        row("installing an update", false, "update", "install", "install", updated, "Dropbox/");
+        // The check reads the catalogue, and has its copy made if that was not possible before.
+        row("installing an update", false, "update", "install", "install,apply", updated, "Dropbox/");
         row("uninstalling everything", false, "update", "uninstall", "uninstall", "", "Dropbox/");
     }
     void endsInTheNewState()
