@@ -13,12 +13,18 @@
 #include <Norvale/cLogCentral.h>
 
 #include <QtCore/QBuffer>
-#include <QtCore/QFile>
+#include <QtCore/QDir>
+#include <QtCore/QFileInfo>
 #include <QtCore/QScopedValueRollback>
 
 namespace {
 
 cConfigurationMgr* s_instance = nullptr;
+
+QString featuresFile()
+{
+    return Corvane::velmiraFolderOrFile(Corvane::FeaturesFile);
+}
 
 cFeatureInfo infoOf(const cFeatureInstance& feature)
 {
@@ -32,6 +38,30 @@ cFeatureInfo infoOf(const cFeatureInstance& feature)
     for (const QSharedPointer<cFeaturePlugin>& plugin : feature.plugins())
         info.plugins.append(plugin->id().toString());
     return info;
+}
+
+/// What reading a catalogue document has come to.
+struct cCatalogueFile
+{
+    QByteArray xml;
+    QString error;   // why it is not read; the texts of both are as cConfigurationMgr::catalogueFault()
+    QString foreign; // by what it is known as a document of another kind, although it has been read
+};
+
+cCatalogueFile readCatalogue(const QString& path, cFeatureCatalogue& catalogue)
+{
+    cCatalogueFile file;
+    QString cause;
+    if (!readFile(path, file.xml, &cause)) {
+        file.error = QStringLiteral("%1: cannot be read: %2").arg(path, cause);
+        return file;
+    }
+    cCatalogueReader reader(catalogue);
+    if (!reader.read(file.xml))
+        file.error = path + QLatin1String(": ") + reader.errorString();
+    else if (!reader.foreignRoot().isEmpty())
+        file.foreign = path + QLatin1String(": ") + reader.foreignRoot();
+    return file;
 }
 
 } // namespace
@@ -55,32 +85,49 @@ cConfigurationMgr* cConfigurationMgr::instance()
 bool cConfigurationMgr::loadFeatures()
 {
     m_installed.clear();
-    const QString path = Corvane::velmiraFolderOrFile(Corvane::FeaturesFile);
-    const QString reason = readCatalogue(path, m_installed);
+    m_catalogueFault.clear();
+    const QString path = featuresFile();
+    QString reason = path + QStringLiteral(" does not exist");
+    cCatalogueFile file;
+    if (!isAbsent(path)) {
+        file = readCatalogue(path, m_installed);
+        reason = m_catalogueFault = file.error.isEmpty() ? file.foreign : file.error;
+    }
     // The start loads the file twice; the reason is logged once.
     if (!reason.isEmpty() && reason != m_loggedReason)
-        m_log.warning().noquote() << "No installed features:" << path << reason << Qt::endl;
+        (m_catalogueFault.isEmpty() ? m_log.warning() : m_log.error()).noquote()
+            << "No installed features:" << reason << Qt::endl;
     m_loggedReason = reason;
+    if (reason.isEmpty())
+        keepAsLast(file.xml);
     return reason.isEmpty();
 }
 
 bool cConfigurationMgr::readAvailable(const QString& path)
 {
     m_available = cFeatureCatalogue();
-    const QString reason = readCatalogue(path, m_available);
-    if (!reason.isEmpty())
-        m_log.error().noquote() << "No repository description:" << path << reason << Qt::endl;
-    return reason.isEmpty();
+    const cCatalogueFile file = readCatalogue(path, m_available);
+    if (!file.error.isEmpty())
+        m_log.error().noquote() << "No repository description:" << file.error << Qt::endl;
+    else if (!file.foreign.isEmpty())
+        m_log.warning().noquote() << "A repository description without features:" << file.foreign << Qt::endl;
+    return file.error.isEmpty();
 }
 
-QString cConfigurationMgr::readCatalogue(const QString& path, cFeatureCatalogue& catalogue)
+QString cConfigurationMgr::lastFeaturesFile()
 {
-    bool isRead = false;
-    const QByteArray xml = Corvane::FileReadAll(path, &isRead);
-    if (!isRead)
-        return QFile::exists(path) ? QStringLiteral("cannot be read") : QStringLiteral("does not exist");
-    cCatalogueReader reader(catalogue);
-    return reader.read(xml) ? QString() : reader.errorString();
+    return QFileInfo(featuresFile()).dir().absoluteFilePath(QStringLiteral("features.last.xml"));
+}
+
+void cConfigurationMgr::keepAsLast(const QByteArray& xml)
+{
+    QByteArray last;
+    QString error;
+    const bool isKept =
+        (readFile(lastFeaturesFile(), last, nullptr) && last == xml) || replaceFile(lastFeaturesFile(), xml, &error);
+    if (!isKept && error != m_loggedLast)
+        m_log.info().noquote() << "The catalogue of installed features has no copy for a repair:" << error << Qt::endl;
+    m_loggedLast = error;
 }
 
 bool cConfigurationMgr::saveFeatures(const QVector<QSharedPointer<cFeatureInstance>>& features)
@@ -89,8 +136,11 @@ bool cConfigurationMgr::saveFeatures(const QVector<QSharedPointer<cFeatureInstan
     text.open(QIODevice::WriteOnly | QIODevice::Text);
     text.write(cCatalogueWriter::installed(features, Corvane::currentVersion()));
     QString error;
-    if (replaceFile(Corvane::velmiraFolderOrFile(Corvane::FeaturesFile), text.data(), &error))
+    if (replaceFile(featuresFile(), text.data(), &error)) {
+        m_catalogueFault.clear();
+        keepAsLast(text.data());
         return true;
+    }
     m_log.error().noquote() << "Cannot write the features file:" << error << Qt::endl;
     return false;
 }
@@ -99,9 +149,8 @@ bool cConfigurationMgr::publishInstalledPlugins()
 {
     // A features file that cannot be loaded leaves an empty catalogue, which is published like any other.
     m_publicationError.clear();
-    const QString path = Corvane::velmiraFolderOrFile(Corvane::FeaturesFile);
-    if (m_installed.isEmpty() && !loadFeatures() && QFile::exists(path))
-        m_publicationError = path + QLatin1Char(' ') + m_loggedReason;
+    if (m_installed.isEmpty() && !loadFeatures())
+        m_publicationError = m_catalogueFault;
     cPublication publication;
     for (const QSharedPointer<cFeatureInstance>& feature : m_installed.features()) {
         if (!publication.add(*feature)) {
