@@ -26,6 +26,16 @@ const QStringList& ownFiles()
     return names;
 }
 
+/// What tells the features file, or its copy, from those that the suite has written; empty when nothing does.
+QString changeOf(const QString& path)
+{
+    QByteArray xml;
+    cFileRecord record;
+    if (!readFile(path, xml, nullptr) || !record.read() || record.knowsCatalogue(xml))
+        return QString();
+    return QStringLiteral("%1 has another content than was written").arg(path);
+}
+
 qint64 unitsOf(qint64 bytes)
 {
     constexpr qint64 Unit = 64 * 1024; // a file counts as one, and each further 64 KiB of it as much
@@ -54,13 +64,14 @@ cFileRecord::Files filesIn(const QString& folder, const cFileRecord::Files& know
 cInstalledState cInstalledState::read(cConfigurationMgr& configuration)
 {
     cInstalledState state;
-    if (configuration.loadFeatures()) {
+    const QString features = Corvane::velmiraFolderOrFile(Corvane::FeaturesFile);
+    const QString last = cConfigurationMgr::lastFeaturesFile();
+    const bool isLoaded = configuration.loadFeatures();
+    state.fault = isLoaded ? changeOf(features) : configuration.catalogueFault();
+    if (isLoaded && state.fault.isEmpty()) {
         state.catalogue = configuration.installed();
         return state;
     }
-    const QString features = Corvane::velmiraFolderOrFile(Corvane::FeaturesFile);
-    const QString last = cConfigurationMgr::lastFeaturesFile();
-    state.fault = configuration.catalogueFault();
     state.isGone = state.fault.isEmpty();
     if (state.isGone)
         state.fault = QStringLiteral("%1 does not exist").arg(features);
@@ -76,6 +87,8 @@ cInstalledState cInstalledState::read(cConfigurationMgr& configuration)
     else if (!reader.read(state.lastXml) || !reader.foreignRoot().isEmpty())
         state.reason = QStringLiteral("%1; and the copy of the last whole one, %2, is damaged, too: %3")
                            .arg(state.fault, last, reader.errorString() + reader.foreignRoot());
+    else if (isLoaded && !changeOf(last).isEmpty())
+        state.reason = QStringLiteral("%1; and so has the copy, %2").arg(state.fault, last);
     return state;
 }
 
