@@ -8,6 +8,7 @@
 #include "install/cInstallMgr.h"
 #include "install/cPluginFolders.h"
 #include "install/cStartCheck.h"
+#include "install/cVerification.h"
 #include "plugins/cPluginMgr.h"
 
 #include <Norvale/Corvane.h>
@@ -78,7 +79,9 @@ cInstallOutcome cInstallation::run(const cFeatureCatalogue& offered, const cPack
     m_plan = std::make_unique<cInstallPlan>(m_configuration.installed(), present(), offered);
     if (!prepare(offered, source))
         return m_outcome;
-    cUnpacking(m_manager, m_plugins, m_log, source, *m_plan).run();
+    cUnpacking unpacking(m_manager, m_plugins, m_log, source, *m_plan);
+    unpacking.run();
+    m_unpacked = unpacking.files();
     cStartCheck(*m_plan).run();
     noteLeftOut();
     runCommands();
@@ -129,9 +132,12 @@ QSet<cPluginId> cInstallation::foreign() const
     for (const cPluginId& id :
          pluginsOf(m_configuration.installed().features()) + pluginsOf(last.features()) + cFolderJournal().plugins())
         own.insert(id.caselessKey());
+    cFileRecord record;
+    (void)record.read(); // it only knows of more
     QSet<cPluginId> foreign;
     for (const cPluginId& id : m_plan->touched()) {
-        if (id.isSafe() && !own.contains(id.caselessKey()) && !isAbsent(Corvane::pluginDir(id).absolutePath()))
+        if (id.isSafe() && !own.contains(id.caselessKey()) && !record.contains(id) &&
+            !isAbsent(Corvane::pluginDir(id).absolutePath()))
             foreign.insert(id);
     }
     return foreign;
@@ -197,15 +203,50 @@ bool cInstallation::commit(const cFeatureCatalogue& offered, const cPackageSourc
         return logAndFail(source, cInstallOutcome::Failed, m_settings.errorString());
     if (!isChange)
         return true;
+    QString error;
+    if (!writeRecord(&error)) {
+        restoreSettings();
+        return logAndFail(source, cInstallOutcome::Failed, error);
+    }
     if (!m_configuration.saveFeatures(m_plan->result())) {
-        if (!m_settings.restore())
-            m_log.error().noquote() << "What is installed is not what the settings tell:" << m_settings.errorString()
-                                    << Qt::endl;
+        restoreSettings();
         // The configuration manager has logged why.
         return fail(source, cInstallOutcome::Failed, QStringLiteral("the features file cannot be written"));
     }
     noteInstalled(offered);
     return true;
+}
+
+void cInstallation::restoreSettings()
+{
+    if (!m_settings.restore())
+        m_log.error().noquote() << "What is installed is not what the settings tell:" << m_settings.errorString()
+                                << Qt::endl;
+}
+
+// Before the features file names a plugin, so that whatever is installed at any moment has its record.
+bool cInstallation::writeRecord(QString* error)
+{
+    cFileRecord record;
+    if (!record.read())
+        m_log.warning().noquote() << "The record of installed files begins anew:" << record.errorString() << Qt::endl;
+    record.keepOnly(setOf(pluginsOf(m_configuration.installed().features()) + pluginsOf(m_plan->result())));
+    for (const cPluginId& id : m_plan->added()) {
+        cFileRecord::Files files = m_unpacked.value(id);
+        // What a plugin's own command lines have made of its files is installed, too.
+        if (!m_plugins.findOrMake(id)->installCommandLines().isEmpty())
+            files = filesIn(Corvane::pluginDir(id).absolutePath(), files);
+        record.set(id, files);
+    }
+    QByteArray before;
+    QList<QByteArray> catalogues{cConfigurationMgr::featuresText(m_plan->result())};
+    if (readFile(Corvane::velmiraFolderOrFile(Corvane::FeaturesFile), before, nullptr))
+        catalogues.append(before);
+    record.setCatalogues(catalogues);
+    if (record.write())
+        return true;
+    *error = record.errorString();
+    return false;
 }
 
 void cInstallation::noteInstalled(const cFeatureCatalogue& offered)

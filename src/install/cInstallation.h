@@ -3,6 +3,7 @@
 #include "install/cInstallPlan.h"
 #include "install/cRepositorySettings.h"
 #include "install/cUnpacking.h"
+#include "plugins/cFileRecord.h"
 
 #include <Norvale/IInstallMgr.h>
 #include <Norvale/cLog.h>
@@ -45,6 +46,8 @@ private:
     void noteLeftOut();
     void runCommands();
     bool commit(const cFeatureCatalogue& offered, const cPackageSource& source);
+    void restoreSettings();
+    bool writeRecord(QString* error);
     void noteInstalled(const cFeatureCatalogue& offered);
     void consume(const cFeatureCatalogue& offered, const cPackageSource& source);
     bool fail(const cPackageSource& source, cInstallOutcome::Result result, const QString& reason);
@@ -56,6 +59,7 @@ private:
     cLog m_log;
     cRepositorySettings m_settings;
     std::unique_ptr<cInstallPlan> m_plan;
+    QHash<cPluginId, cFileRecord::Files> m_unpacked;
     QSet<cPluginId> m_foreign; // plugins of the plan whose folders others have made
     cInstallOutcome m_outcome;
 };

@@ -4,7 +4,10 @@
 #include "zip/ZipRecords.h"
 
 #include <QtCore/QBuffer>
+#include <QtCore/QCryptographicHash>
+#include <QtCore/QDateTime>
 #include <QtCore/QFile>
+#include <QtCore/QFileInfo>
 
 namespace {
 
@@ -28,19 +31,6 @@ QString mismatch(const cZipRecord& record, const cZipLocalHeader& local)
     if (local.compressedSize() != record.compressedSize)
         return QStringLiteral("its local header has another compressed size");
     return QString();
-}
-
-/// Only a write of nothing tells its cause: the one that fills the disk is cut short and calls that no error.
-bool writeWhole(QFile& file, const QByteArray& content)
-{
-    qint64 done = 0;
-    while (done < content.size()) {
-        const qint64 size = file.write(content.constData() + done, content.size() - done);
-        if (size <= 0)
-            return false;
-        done += size;
-    }
-    return true;
 }
 
 } // namespace
@@ -127,7 +117,10 @@ bool cPackageUnpacker::unpack(const cPackage& package, const cZipRecord& record)
     QString error;
     if (!package.readContent(record, &content, &error))
         return fail(path, error);
-    return makeFolderOf(path) && write(path, content, record.unixMode() & ExecutableByAnyone);
+    if (!makeFolderOf(path) || !write(path, content, record.unixMode() & ExecutableByAnyone))
+        return false;
+    note(record.name, content);
+    return true;
 }
 
 bool cPackageUnpacker::makeFolderOf(const QString& path)
@@ -144,14 +137,22 @@ bool cPackageUnpacker::makeFolderOf(const QString& path)
 bool cPackageUnpacker::write(const QString& path, const QByteArray& content, bool isExecutable)
 {
     QFile file(path);
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Unbuffered) || !writeWhole(file, content))
-        return fail(path, file.errorString());
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Unbuffered) ||
+        file.write(content) != content.size())
+        return fail(path, causeOf(file));
     const QFile::Permissions execution = QFile::ExeOwner | QFile::ExeUser | QFile::ExeGroup | QFile::ExeOther;
     if (isExecutable && !file.setPermissions(file.permissions() | execution))
-        return fail(path, file.errorString());
-    if (!flushNewFile(file))
-        return fail(path, QStringLiteral("it cannot be flushed to the disk: ") + qt_error_string());
-    return true;
+        return fail(path, causeOf(file));
+    return flushNewFile(file) || fail(path, causeOf(file));
+}
+
+// The content is what was to be written, not what the disk has made of it; the time is known once the file is closed.
+void cPackageUnpacker::note(const QString& name, const QByteArray& content)
+{
+    cRecordedFile& file = m_files[name];
+    file.size = content.size();
+    file.changed = QFileInfo(m_folder.absoluteFilePath(name)).lastModified().toMSecsSinceEpoch();
+    file.sha256 = QCryptographicHash::hash(content, QCryptographicHash::Sha256);
 }
 
 bool cPackageUnpacker::fail(const QString& path, const QString& reason)
