@@ -85,6 +85,12 @@ void cTransfer::wait(const QVector<QSharedPointer<cTransfer>>& transfers)
         QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents);
 }
 
+/// What is whole in memory is digested when that is asked for: nobody asks it of a catalogue.
+QByteArray cTransfer::digest() const
+{
+    return m_hasDevice ? m_digest.result() : QCryptographicHash::hash(m_data, QCryptographicHash::Sha1);
+}
+
 void cTransfer::readLocalFile(const QString& path)
 {
     // Opening a pipe could wait for ever, and a device has no end.
@@ -280,8 +286,6 @@ void cTransfer::succeed()
     auto* file = qobject_cast<QFileDevice*>(m_device.data());
     if (m_state == Running && file && !file->flush())
         fail(QNetworkReply::OperationCanceledError, file->errorString());
-    if (m_state == Running && !m_hasDevice)
-        m_digest.addData(m_data);
     end(Succeeded, QNetworkReply::NoError, QString());
 }
 

@@ -82,7 +82,7 @@ public:
     /// All bytes, once they are there. With a device, those that were unread when the transfer ended.
     QByteArray data() const { return m_state == Running ? QByteArray() : m_data; }
     /// The SHA-1 of what came, as raw bytes.
-    QByteArray digest() const { return m_digest.result(); }
+    QByteArray digest() const;
     /// Counts in what the transfer did not receive, such as the bytes before the offset.
     void addToDigest(const QByteArray& bytes) { m_digest.addData(bytes); }
 
