@@ -8,6 +8,7 @@
 #include "config/cUpdateCheck.h"
 #include "config/cUpdateMgr.h"
 #include "core/Files.h"
+#include "plugins/cFileRecord.h"
 #include "plugins/cPluginMgr.h"
 
 #include <Norvale/Corvane.h>
@@ -100,7 +101,7 @@ bool cConfigurationMgr::loadFeatures()
         (m_catalogueFault.isEmpty() ? m_log.warning() : m_log.error()).noquote()
             << "No installed features:" << reason << Qt::endl;
     m_loggedReason = reason;
-    if (reason.isEmpty())
+    if (reason.isEmpty() && isTrusted(file.xml))
         keepAsLast(file.xml);
     return reason.isEmpty();
 }
@@ -121,6 +122,23 @@ QString cConfigurationMgr::lastFeaturesFile()
     return QFileInfo(featuresFile()).dir().absoluteFilePath(QStringLiteral("features.last.xml"));
 }
 
+// One changed letter can make another whole document. What has come about like that must not replace the copy that a
+// repair needs; nor must what somebody has written into the file, who is told so.
+bool cConfigurationMgr::isTrusted(const QByteArray& xml)
+{
+    QByteArray last;
+    cFileRecord record;
+    if ((readFile(lastFeaturesFile(), last, nullptr) && last == xml) || !record.read() || record.knowsCatalogue(xml))
+        return true;
+    if (!m_hasWarned) {
+        m_log.warning().noquote()
+            << featuresFile() << "is not as it was written last; verifying compares all, and a repair brings it back"
+            << Qt::endl;
+    }
+    m_hasWarned = true;
+    return false;
+}
+
 void cConfigurationMgr::keepAsLast(const QByteArray& xml)
 {
     QByteArray last;
@@ -132,15 +150,21 @@ void cConfigurationMgr::keepAsLast(const QByteArray& xml)
     m_loggedLast = error;
 }
 
-bool cConfigurationMgr::saveFeatures(const QVector<QSharedPointer<cFeatureInstance>>& features)
+QByteArray cConfigurationMgr::featuresText(const QVector<QSharedPointer<cFeatureInstance>>& features)
 {
     QBuffer text; // a text file, as all documents that are saved
     text.open(QIODevice::WriteOnly | QIODevice::Text);
     text.write(cCatalogueWriter::installed(features, Corvane::currentVersion()));
+    return text.data();
+}
+
+bool cConfigurationMgr::saveFeatures(const QVector<QSharedPointer<cFeatureInstance>>& features)
+{
+    const QByteArray xml = featuresText(features);
     QString error;
-    if (replaceFile(featuresFile(), text.data(), &error)) {
+    if (replaceFile(featuresFile(), xml, &error)) {
         m_catalogueFault.clear();
-        keepAsLast(text.data());
+        keepAsLast(xml);
         return true;
     }
     m_log.error().noquote() << "Cannot write the features file:" << error << Qt::endl;

@@ -4,8 +4,6 @@
 #include "plugins/cDependencyOrder.h"
 #include "plugins/cPluginReporter.h"
 
-#include <Norvale/IPlugin.h>
-
 #include <QtCore/QDir>
 
 int cPluginSuite::numberOf(const cPluginId& id)
@@ -75,25 +73,9 @@ void cPluginSuite::judge(cPluginInstance& plugin)
 bool cPluginSuite::isAcceptable(cPluginInstance& plugin)
 {
     if (!plugin.readManifest())
-        return fail(
-            QStringLiteral("the manifest of %1 is faulty: %2").arg(plugin.id().toString(), plugin.errorString()));
-    if (plugin.runtimeApiVersion() != IPlugin::RuntimeApiVersion)
-        return fail(QStringLiteral("%1 is made for the runtime API version %2; this is version %3")
-                        .arg(plugin.id().toString())
-                        .arg(plugin.runtimeApiVersion())
-                        .arg(IPlugin::RuntimeApiVersion));
-    return enterServices(plugin);
-}
-
-bool cPluginSuite::enterServices(const cPluginInstance& plugin)
-{
-    for (const QString& service : plugin.services()) {
-        const auto [entry, isNew] = m_services.try_emplace(service, plugin.name());
-        if (!isNew)
-            return fail(QStringLiteral("the service \"%1\" is declared twice: by plugin \"%2\" and by plugin \"%3\"")
-                            .arg(service, entry->second, plugin.name()));
-    }
-    return true;
+        return fail(cStartRules::unreadable(plugin.id(), plugin.errorString()));
+    const auto fault = m_rules.enter(plugin.id(), plugin.runtimeApiVersion(), plugin.services());
+    return !fault || fail(fault->reason);
 }
 
 bool cPluginSuite::order()
@@ -157,12 +139,6 @@ cPluginSuite::Plugin cPluginSuite::find(const QString& name) const
             return m_records[number].plugin;
     }
     return Plugin();
-}
-
-const QString* cPluginSuite::ownerOf(const QString& service) const
-{
-    const auto entry = m_services.find(service);
-    return entry == m_services.end() ? nullptr : &entry->second;
 }
 
 bool cPluginSuite::fail(const QString& reason)

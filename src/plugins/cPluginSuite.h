@@ -1,6 +1,7 @@
 #pragma once
 
 #include "plugins/cPluginInstance.h"
+#include "plugins/cStartRules.h"
 #include "version/FlatMap.h"
 
 #include <QtCore/QSharedPointer>
@@ -84,7 +85,7 @@ public:
     Plugin find(const QString& name) const;
 
     /// The name of the plugin whose manifest declares the service; null when there is none.
-    const QString* ownerOf(const QString& service) const;
+    const QString* ownerOf(const QString& service) const { return m_rules.ownerOf(service); }
 
 private:
     struct Record
@@ -96,7 +97,6 @@ private:
     int numberOf(const cPluginId& id);
     void judge(cPluginInstance& plugin);
     bool isAcceptable(cPluginInstance& plugin);
-    bool enterServices(const cPluginInstance& plugin);
     bool fail(const QString& reason);
 
     cPluginReporter& m_reporter;
@@ -105,6 +105,6 @@ private:
     FlatMap<cPluginId, int> m_numbers;          // of all records
     std::vector<int> m_loadList;                // in the order of registration
     FlatMap<QString, QVector<int>> m_namesakes; // of the load list, each record once, in the order of the list
-    FlatMap<QString, QString> m_services;       // service name -> name of the plugin that declares it
+    cStartRules m_rules;
     QStringList m_reasons;
 };
