@@ -286,8 +286,6 @@ void cTransfer::succeed()
     auto* file = qobject_cast<QFileDevice*>(m_device.data());
     if (m_state == Running && file && !file->flush())
         fail(QNetworkReply::OperationCanceledError, file->errorString());
-    if (m_state == Running && !m_hasDevice)
-        m_digest.addData(m_data);
     end(Succeeded, QNetworkReply::NoError, QString());
 }
 
