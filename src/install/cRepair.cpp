@@ -64,7 +64,7 @@ QString moveInto(const QDir& folder, const QString& name, const QString& from)
     const QString parent = QFileInfo(way).absolutePath();
     QString error;
     if (!QDir().mkpath(parent))
-        return QStringLiteral("the folder %1 cannot be made").arg(parent);
+        return QStringLiteral("the folder %1 cannot be made: %2").arg(parent, qt_error_string());
     return moveOver(from, way, &error) ? QString() : error;
 }
 
@@ -240,7 +240,7 @@ void cRepair::repairPlugins(const cVerification& verification)
     else if (!remover.remove(scratch))
         reason = remover.errorString();
     else if (!QDir().mkpath(scratch))
-        reason = QStringLiteral("the folder %1 cannot be made").arg(scratch);
+        reason = QStringLiteral("the folder %1 cannot be made: %2").arg(scratch, qt_error_string());
     const cFeatureCatalogue installed = m_configuration.installed();
     cRepairSource source(m_configuration, installed, scratch);
     for (const cPluginId& id : verification.faulty()) {
