@@ -3,8 +3,7 @@
 #include "config/cConfigurationMgr.h"
 #include "config/cUpdateCheck.h"
 #include "config/cUpdateMgr.h"
-
-#include <Norvale/cLogCentral.h>
+#include "log/cFrameworkLog.h"
 
 namespace {
 
@@ -13,7 +12,7 @@ cConfigurationMgr* managerFor(const char* consequence)
 {
     cConfigurationMgr* manager = cConfigurationMgr::instance();
     if (!manager) {
-        cLogCentral::log(QStringLiteral("ConfigurationMgr")).warning().noquote()
+        cFrameworkLog::configuration().warning().noquote()
             << QLatin1String(consequence) + QStringLiteral(": the library is not initialized") << Qt::endl;
     }
     return manager;
@@ -68,7 +67,7 @@ QList<QUrl> IConfigMgr::updateLocations()
 bool IConfigMgr::setUpdateLocations(const QList<QUrl>& urls)
 {
     if (!cUpdateLocation::writeAll(urls)) {
-        cLogCentral::log(QStringLiteral("ConfigurationMgr")).error()
+        cFrameworkLog::configuration().error()
             << "The update locations are not kept: the host's settings cannot be written" << Qt::endl;
         return false;
     }

@@ -7,10 +7,10 @@
 #include "config/cUpdateCheck.h"
 #include "config/cUpdateMgr.h"
 #include "core/Files.h"
+#include "log/cFrameworkLog.h"
 #include "plugins/cPluginMgr.h"
 
 #include <Norvale/Corvane.h>
-#include <Norvale/cLogCentral.h>
 
 #include <QtCore/QBuffer>
 #include <QtCore/QFile>
@@ -36,8 +36,7 @@ cFeatureInfo infoOf(const cFeatureInstance& feature)
 
 } // namespace
 
-cConfigurationMgr::cConfigurationMgr(cPluginMgr& plugins)
-    : m_plugins(plugins), m_log(cLogCentral::log(QStringLiteral("ConfigurationMgr")))
+cConfigurationMgr::cConfigurationMgr(cPluginMgr& plugins) : m_plugins(plugins), m_log(cFrameworkLog::configuration())
 {
     s_instance = this;
 }

@@ -1,7 +1,8 @@
 #include "config/cDownloader.h"
 
 #include <Norvale/cLog.h>
-#include <Norvale/cLogCentral.h>
+
+#include "log/cFrameworkLog.h"
 
 #include <QtNetwork/QNetworkAccessManager>
 
@@ -26,7 +27,7 @@ cDownloader::~cDownloader()
 bool cDownloader::run(const QUrl& url, std::optional<QIODevice*> device)
 {
     if (m_isBusy) {
-        cLogCentral::log(QStringLiteral("ConfigurationMgr")).warning()
+        cFrameworkLog::configuration().warning()
             << "Not fetched while another transfer waits:" << url.toDisplayString() << Qt::endl;
         return false;
     }

@@ -2,16 +2,13 @@
 
 #include "config/cRuntimeFetch.h"
 #include "config/cUpdateCheck.h"
+#include "log/cFrameworkLog.h"
 #include "version/cPluginId.h"
 
 #include <Norvale/Corvane.h>
 #include <Norvale/IConfigMgr.h>
-#include <Norvale/cLogCentral.h>
 
-cUpdateApply::cUpdateApply(const cUpdateCheck& check)
-    : m_check(check), m_log(cLogCentral::log(QStringLiteral("ConfigurationMgr")))
-{
-}
+cUpdateApply::cUpdateApply(const cUpdateCheck& check) : m_check(check), m_log(cFrameworkLog::configuration()) {}
 
 cJsonValue cUpdateApply::run(cJsonValue result)
 {

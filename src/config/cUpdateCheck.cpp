@@ -2,10 +2,9 @@
 
 #include "config/cUpdateMgr.h"
 #include "core/Settings.h"
+#include "log/cFrameworkLog.h"
 #include "plugins/cPluginMgr.h"
 #include "version/FlatMap.h"
-
-#include <Norvale/cLogCentral.h>
 
 #include <algorithm>
 #include <limits>
@@ -28,10 +27,7 @@ cJsonValue integer(qint64 number)
 } // namespace
 
 cUpdateCheck::cUpdateCheck(const cFeatureCatalogue& installed, const cPluginMgr& plugins)
-    : m_installed(installed)
-    , m_known(plugins)
-    , m_log(cLogCentral::log(QStringLiteral("ConfigurationMgr")))
-    , m_result(notChecked())
+    : m_installed(installed), m_known(plugins), m_log(cFrameworkLog::configuration()), m_result(notChecked())
 {
 }
 

@@ -6,9 +6,9 @@
 #include "install/cInstallation.h"
 #include "install/cPluginFolders.h"
 #include "install/cUninstallation.h"
+#include "log/cFrameworkLog.h"
 
 #include <Norvale/Corvane.h>
-#include <Norvale/cLogCentral.h>
 
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
@@ -72,7 +72,7 @@ cFeatureCatalogue developmentFeature(const cFeatureCatalogue& installed, const c
 } // namespace
 
 cInstallMgr::cInstallMgr(cConfigurationMgr& configuration, cPluginMgr& plugins)
-    : m_configuration(configuration), m_plugins(plugins), m_log(cLogCentral::log(QStringLiteral("InstallMgr")))
+    : m_configuration(configuration), m_plugins(plugins), m_log(cFrameworkLog::installation())
 {
     qRegisterMetaType<IInstallMgr::OPERATION>("IInstallMgr::OPERATION");
     s_instance = this;

@@ -1,5 +1,6 @@
 #include <Norvale/cLogCentral.h>
 
+#include "log/cFrameworkLog.h"
 #include "log/cLogCentralData.h"
 #include "log/cLogImpl.h"
 
@@ -68,6 +69,15 @@ cLog cLogCentral::log(const QString& name)
     if (!channel)
         channel = new cLogImpl(name);
     return cLog(*channel);
+}
+
+cLog cFrameworkLog::take(const QString& name)
+{
+    const cLog log = cLogCentral::log(name);
+    cLogCentralData& central = *cLogCentral::instance()->d;
+    const QMutexLocker locker(&central.lock);
+    central.channels.value(name)->setShown();
+    return log;
 }
 
 cLog cLogCentral::sysLog()

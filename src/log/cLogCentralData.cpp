@@ -47,17 +47,18 @@ Qt::HANDLE cLogCentralData::currentThread()
     return QThread::currentThreadId();
 }
 
-void cLogCentralData::output(const cLogImpl* channel, debugType level, const QByteArray& text)
+void cLogCentralData::output(const cLogImpl* channel, debugType level, const QByteArray& bytes)
 {
     if (!channel)
         qFatal("Called output without a logger!");
     const QMutexLocker locker(&lock);
     if (!isDebuggerOutputOn && !m_file)
         return;
+    const QByteArray text = channel->isShown() ? LineText::shownLine(bytes) : bytes;
     const qint64 time = QDateTime::currentMSecsSinceEpoch();
     if (isDebuggerOutputOn) {
         const QDateTime localTime = QDateTime::fromMSecsSinceEpoch(time);
-        showEntry({channel->name(), currentThread(), localTime, level, LineText::message(text)});
+        showEntry({channel->name(), currentThread(), localTime, level, LineText::message(text)}, channel->shownName());
     }
     if (!m_file)
         return;
@@ -66,10 +67,10 @@ void cLogCentralData::output(const cLogImpl* channel, debugType level, const QBy
         m_file->flush(); // the reason of a fatal end is on disk
 }
 
-void cLogCentralData::showEntry(const cLogEntry& entry)
+void cLogCentralData::showEntry(const cLogEntry& entry, const QString& shownChannel)
 {
     if (!isHooksOnly)
-        writeDebuggerLine(LineText::forDebugger(entry.threadId, entry.channel, entry.message));
+        writeDebuggerLine(LineText::forDebugger(entry.threadId, shownChannel, entry.message));
     m_caller.store(entry.threadId, std::memory_order_relaxed);
     hooks.call(entry);
     m_caller.store(nullptr, std::memory_order_relaxed);
@@ -85,8 +86,8 @@ void cLogCentralData::writeToFile(const QByteArray& channel, qint64 time, const 
     const char* message = text.constData();
     const char* const end = message + LineText::messageLength(text);
     do {
-        const int length = int(qMin<qptrdiff>(end - message, PieceLimit));
-        LineText::appendLatin1(line, message, length);
+        const int length = LineText::pieceLength(message, int(end - message), PieceLimit);
+        LineText::appendUtf8(line, message, length);
         m_file->write(line.constData(), line.size());
         line.clear();
         message += length;
@@ -116,7 +117,8 @@ void cLogCentralData::flushAtUnload()
 bool cLogCentralData::openFile(const QString& path)
 {
     m_file = std::make_unique<QFile>(path);
-    if (m_file->open(QIODevice::WriteOnly | QIODevice::Append | QIODevice::Text))
+    // Not as text: the lines have the system's line ends already, and would get another CR.
+    if (m_file->open(QIODevice::WriteOnly | QIODevice::Append))
         return true;
     m_file.reset();
     return false;

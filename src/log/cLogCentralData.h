@@ -78,7 +78,7 @@ public:
 private:
     static Qt::HANDLE currentThread();
 
-    void showEntry(const cLogEntry& entry);
+    void showEntry(const cLogEntry& entry, const QString& shownChannel);
     void writeToFile(const QByteArray& channel, qint64 time, const QByteArray& text);
 
     std::unique_ptr<QFile> m_file;

@@ -1,6 +1,6 @@
 #include <Norvale/IPluginMgr.h>
 
-#include <Norvale/cLogCentral.h>
+#include "log/cFrameworkLog.h"
 
 #include <QtCore/QMetaMethod>
 #include <QtCore/QMetaType>
@@ -13,7 +13,7 @@ IPluginMgr* s_instance = nullptr;
 /// A signal that nobody has been connected to is a request that nobody hears.
 void reportUnheard(const QString& wanted)
 {
-    cLogCentral::log(QStringLiteral("PluginMgr")).warning().noquote()
+    cFrameworkLog::plugins().warning().noquote()
         << wanted << "is not loaded: the plugins have not been started" << Qt::endl;
 }
 

@@ -3,6 +3,7 @@
 #include "config/cConfigurationMgr.h"
 #include "config/cUpdateMgr.h"
 #include "install/cInstallMgr.h"
+#include "log/cFrameworkLog.h"
 #include "plugins/cPluginMgr.h"
 #include "services/cServiceMgr.h"
 
@@ -26,7 +27,7 @@ Managers s_managers;
 
 cLog frameworkLog()
 {
-    return cLogCentral::log(QStringLiteral("Norvale"));
+    return cFrameworkLog::library();
 }
 
 bool createPluginMgr()
