@@ -1,5 +1,6 @@
 #include "core/cXmlReader.h"
 
+#include "core/cXmlBounds.h"
 #include "core/cXmlGuard.h"
 
 #include <QtCore/QXmlStreamReader>
@@ -51,7 +52,7 @@ bool cXmlReader::readPlain(const QByteArray& xml, cXmlHandler& handler)
     while (!stream.atEnd()) {
         switch (stream.readNext()) {
         case QXmlStreamReader::StartElement:
-            if (++depth > cXmlGuard::MaxDepth || !beginElement(stream, handler))
+            if (++depth > cXmlBounds::MaxDepth || !beginElement(stream, handler))
                 return false;
             break;
         case QXmlStreamReader::Characters:
@@ -119,16 +120,20 @@ bool cXmlReader::isPlain(const QByteArray& xml)
     return true;
 }
 
-/// The end of the tag that has begun before @p at; null when a value in it is not plain.
+/// The end of the tag that has begun before @p at; null when a value in it is not plain, or it has too many.
 const char* cXmlReader::endOfPlainTag(const char* at, const char* end)
 {
     char quote = 0; // that the value began with
+    int values = 0;
     for (; at != end; ++at) {
         if (quote) {
             if (*at == '\n' || *at == '\t')
                 return nullptr;
-            if (*at == quote)
-                quote = 0;
+            if (*at != quote)
+                continue;
+            quote = 0;
+            if (++values > cXmlBounds::MaxAttributes)
+                return nullptr;
         } else if (*at == '>') {
             break;
         } else if (*at == '"' || *at == '\'') {
