@@ -7,6 +7,7 @@
 #define EXIT_CODES(X)                                                                                                  \
     X(All, Ok, 0, "done, in order and without an error")                                                               \
     X(All, Usage, 2, "the command line was not understood")                                                            \
+    X(All, NoMemory, 40, "there was not enough memory")                                                                \
     X(VCore, InitialiseFailed, 3, "the framework could not be initialised")                                            \
     X(VCore, StartFailed, 4, "the suite could not be started")                                                         \
     X(VCore, NoCore, 5, "the feature \"Core\" is not installed")                                                       \

@@ -48,7 +48,7 @@ protected:
             return ExitCode::CoreTooOld;
         QStringList features;
         for (const cFeatureInfo& feature : IConfigMgr::installedFeatures())
-            features.append(Terminal::printable(feature.name) + QLatin1Char(' ') + feature.version.toString());
+            features.append(feature.name + QLatin1Char(' ') + feature.version.toString());
         const QString all = features.join(QStringLiteral(", "));
         Terminal::answer(all.isEmpty() ? QStringLiteral("No feature is installed.")
                                        : QStringLiteral("Installed are %1.").arg(all));
@@ -125,7 +125,8 @@ protected:
                            QStringLiteral("not everything could be removed; the lines above tell why"));
         }
         const QString folder = Corvane::velmiraFolderOrFile(Corvane::CoreFolder);
-        Terminal::answer(QStringLiteral("Nothing is installed any more in %1.").arg(folder) + UpdateReport::waiting());
+        Terminal::answer(QStringLiteral("Nothing is installed any more in %1.").arg(folder));
+        UpdateReport::tellWaiting();
         return ExitCode::Ok;
     }
 };
