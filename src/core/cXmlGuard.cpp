@@ -5,6 +5,8 @@
 #include <QtXml/QDomDocument>
 #include <QtXml/QXmlInputSource>
 
+#include <new>
+
 namespace {
 
 // The document's text as QDomDocument::setContent() decodes it. Qt 6 has no such class: this is the seam.
@@ -21,6 +23,23 @@ QT_WARNING_POP
 } // namespace
 
 bool cXmlGuard::readDom(const QByteArray& xml, QDomDocument& document, QString* reason, bool hasNamespaces)
+{
+    try {
+        return readWithinBounds(xml, document, reason, hasNamespaces);
+    } catch (const std::bad_alloc&) {
+        document = QDomDocument();
+        if (reason)
+            *reason = noMemory();
+        return false;
+    }
+}
+
+QString cXmlGuard::noMemory()
+{
+    return QStringLiteral("line 1, column 1: there is not enough memory for this document");
+}
+
+bool cXmlGuard::readWithinBounds(const QByteArray& xml, QDomDocument& document, QString* reason, bool hasNamespaces)
 {
     const QString excess = cXmlBounds(textOf(xml)).excess();
     if (!excess.isEmpty()) {

@@ -8,10 +8,17 @@
 
 #include <algorithm>
 #include <cstring>
+#include <new>
 
 bool cXmlReader::read(const QByteArray& xml, cXmlHandler& handler, QString* reason)
 {
-    return readPlain(xml, handler) || readByDom(xml, handler, reason);
+    try {
+        return readPlain(xml, handler) || readByDom(xml, handler, reason);
+    } catch (const std::bad_alloc&) {
+        if (reason)
+            *reason = cXmlGuard::noMemory();
+        return false;
+    }
 }
 
 bool cXmlReader::readByDom(const QByteArray& xml, cXmlHandler& handler, QString* reason)
