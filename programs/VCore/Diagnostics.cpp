@@ -24,7 +24,7 @@ std::function<void()>& lastAct()
 void onMessage(QtMsgType type, const QMessageLogContext& context, const QString& text)
 {
     if (type != QtFatalMsg) {
-        s_otherMessages(type, context, Terminal::printable(text));
+        s_otherMessages(type, context, text);
         return;
     }
     Terminal::reason(text);

@@ -32,6 +32,24 @@ void onTerminate()
     std::abort();
 }
 
+/// While it lives, Qt's own messages are printable as well: they name files and elements from outside.
+class cTameMessages
+{
+public:
+    cTameMessages() { s_other = qInstallMessageHandler(show); }
+    ~cTameMessages() { qInstallMessageHandler(s_other); }
+
+private:
+    static void show(QtMsgType type, const QMessageLogContext& context, const QString& text)
+    {
+        s_other(type, context, Terminal::printable(text));
+    }
+
+    static QtMessageHandler s_other;
+};
+
+QtMessageHandler cTameMessages::s_other = nullptr;
+
 constexpr char Guard = '\0';           // no argument holds one
 constexpr const char Words[] = "WORD"; // all words, where commands are options
 
@@ -202,6 +220,7 @@ void cProgram::add(std::unique_ptr<cCommand> command)
 ExitCode cProgram::run(const QStringList& arguments)
 {
     s_otherEnd = std::set_terminate(onTerminate);
+    const cTameMessages tame;
     try {
         return readAndRun(arguments);
     } catch (const std::bad_alloc&) {
