@@ -81,11 +81,13 @@ cCatalogueReader::Place cCatalogueReader::placeOf(Place parent, QStringView tag)
     return parent == Place::Document ? Place::Root : Place::Unknown;
 }
 
-void cCatalogueReader::beginElement(QStringView tag, const QXmlStreamAttributes& attributes, int, int)
+void cCatalogueReader::beginElement(QStringView tag, const QXmlStreamAttributes& attributes, int line, int column)
 {
-    m_open.push_back(placeOf(m_open.back(), tag));
+    const Place parent = m_open.back();
+    m_open.push_back(placeOf(parent, tag));
     switch (m_open.back()) {
     case Place::Root:
+        noteRoot(tag, line, column);
         return beginRoot(attributes);
     case Place::Feature:
         return beginFeature(attributes);
@@ -104,6 +106,9 @@ void cCatalogueReader::beginElement(QStringView tag, const QXmlStreamAttributes&
     case Place::RuntimeSource:
     case Place::RuntimeHash:
         m_text.resize(0);
+        return;
+    case Place::Unknown:
+        m_hasOthers = m_hasOthers || parent == Place::Root;
         return;
     default:
         return;
@@ -158,6 +163,16 @@ cVersion cCatalogueReader::versionOf(const QXmlStreamAttributes& attributes)
     return cVersion(m_text);
 }
 
+void cCatalogueReader::noteRoot(QStringView tag, int line, int column)
+{
+    m_hasEntries = false;
+    m_hasOthers = false;
+    m_foreignRoot.clear();
+    if (tag != u"repository")
+        m_foreignRoot = QStringLiteral("line %1, column %2: a document of another kind, its root is \"%3\"")
+                            .arg(QString::number(line), QString::number(column), tag);
+}
+
 void cCatalogueReader::beginRoot(const QXmlStreamAttributes& attributes)
 {
     m_repository = attribute(attributes, u"name");
@@ -172,6 +187,7 @@ void cCatalogueReader::beginRoot(const QXmlStreamAttributes& attributes)
 
 void cCatalogueReader::beginFeature(const QXmlStreamAttributes& attributes)
 {
+    m_hasEntries = true;
     const QString name = attribute(attributes, u"name");
     const cVersion version = versionOf(attributes);
     m_feature = m_catalogue.find(name, version);
@@ -197,6 +213,7 @@ void cCatalogueReader::beginPlugin(const QXmlStreamAttributes& attributes)
 
 void cCatalogueReader::beginRuntime(const QXmlStreamAttributes& attributes)
 {
+    m_hasEntries = true;
     m_runtime = cRuntimeEntry();
     m_runtime.version = versionOf(attributes);
     m_runtime.name = attribute(attributes, u"name");

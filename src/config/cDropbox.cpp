@@ -1,5 +1,6 @@
 #include "config/cDropbox.h"
 
+#include "config/cCatalogueReader.h"
 #include "config/cCatalogueWriter.h"
 #include "core/Files.h"
 #include "version/cPluginId.h"
@@ -65,12 +66,9 @@ bool cDropbox::holds(const cFeaturePlugin& plugin) const
 bool cDropbox::store(const cFeaturePlugin& plugin, QString* error)
 {
     const QString file = path(plugin.id().packageFileName());
-    if (QFile::exists(file) && QFile::exists(m_description)) {
-        if (!QFile::remove(m_description)) {
-            *error = QStringLiteral("%1 cannot be removed").arg(m_description);
-            return false;
-        }
-        flushFolder(m_folder);
+    if (QFile::exists(file) && hasUpdate() && !removeDescription()) {
+        *error = QStringLiteral("%1 cannot be removed").arg(m_description);
+        return false;
     }
     return replaceFile(file, plugin.packageData(), error);
 }
@@ -84,14 +82,40 @@ bool cDropbox::commit(const cFeatureCatalogue& update, QString* error)
     return replaceFile(m_description, cCatalogueWriter::repository(description), error);
 }
 
-QString cDropbox::tidy(const cFeatureCatalogue& update)
+bool cDropbox::hasUpdate() const
 {
-    const QSet<QString> named = packagesOf(update);
+    return QFile::exists(m_description);
+}
+
+bool cDropbox::removeDescription()
+{
+    return QFile::remove(m_description) && flushFolder(m_folder);
+}
+
+QString cDropbox::discard()
+{
+    QByteArray xml;
+    cFeatureCatalogue update;
+    const bool isRead = readFile(m_description, xml, nullptr) && cCatalogueReader(update).read(xml);
+    if (!removeDescription())
+        return m_description;
+    const QSet<QString> named = isRead ? packagesOf(update) : QSet<QString>();
+    return removeFiles([&](const QString& file) { return named.contains(caselessFileName(file)); });
+}
+
+QString cDropbox::removeFiles(const std::function<bool(const QString& file)>& isToGo)
+{
     QStringList left;
     const QStringList files = QDir(m_folder).entryList(QDir::Files | QDir::Hidden | QDir::System);
     for (const QString& file : files) {
-        if (isOurs(file) && !named.contains(caselessFileName(file)) && !QFile::remove(path(file)))
+        if (isToGo(file) && !QFile::remove(path(file)))
             left.append(file);
     }
     return left.join(QLatin1String(", "));
+}
+
+QString cDropbox::tidy(const cFeatureCatalogue& update)
+{
+    const QSet<QString> named = packagesOf(update);
+    return removeFiles([&](const QString& file) { return isOurs(file) && !named.contains(caselessFileName(file)); });
 }

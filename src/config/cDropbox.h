@@ -2,6 +2,8 @@
 
 #include <QtCore/QString>
 
+#include <functional>
+
 class cFeatureCatalogue;
 class cFeaturePlugin;
 
@@ -27,11 +29,21 @@ public:
     /// Makes @p update the description, instead of an earlier one. It names packages beside it, so no sources.
     [[nodiscard]] bool commit(const cFeatureCatalogue& update, QString* error);
 
+    /// Whether an update waits there.
+    [[nodiscard]] bool hasUpdate() const;
+
+    /// Takes back the update that waits: removes the description, then the packages that it names. @return what stays
+    /// although it should go; empty as a rule.
+    QString discard();
+
     /// Removes the packages that @p update does not name, and what killed runs have left. @return what stays although
     /// it should go; empty as a rule.
     QString tidy(const cFeatureCatalogue& update);
 
 private:
+    bool removeDescription();
+    /// @return which of the files @p isToGo stay.
+    QString removeFiles(const std::function<bool(const QString& file)>& isToGo);
     QString path(const QString& fileName) const { return m_folder + QLatin1Char('/') + fileName; }
 
     QString m_folder;

@@ -75,6 +75,7 @@ bool cSiteReader::read(const QByteArray& xml)
 {
     m_entries.clear();
     m_errorString.clear();
+    m_foreignRoot.clear();
     cXmlTree tree;
     if (!cXmlReader::read(xml, tree, &m_errorString))
         return false;
@@ -82,5 +83,9 @@ bool cSiteReader::read(const QByteArray& xml)
          element = element.nextSibling(u"repository"))
         m_entries.append({element.attribute(u"config"), element.attribute(u"status"), element.attribute(u"platform"),
                           element.attribute(u"update"), element.attribute(u"content")});
+    const cXmlElement root = tree.root();
+    if (m_entries.isEmpty() && root.tag() != u"site" && !root.firstChild().isNull())
+        m_foreignRoot = QStringLiteral("line %1, column %2: a document of another kind, its root is \"%3\"")
+                            .arg(QString::number(root.line()), QString::number(root.column()), root.tag());
     return true;
 }

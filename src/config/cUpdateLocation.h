@@ -75,7 +75,12 @@ public:
     /// "line L, column C: message" of the last failure.
     QString errorString() const { return m_errorString; }
 
+    /// As cCatalogueReader::foreignRoot(): by what the last document, which was read, is known as no description of a
+    /// site.
+    QString foreignRoot() const { return m_foreignRoot; }
+
 private:
     QList<cSiteEntry> m_entries;
+    QString m_foreignRoot;
     QString m_errorString;
 };

@@ -11,7 +11,12 @@
 #include <QtCore/QTextStream>
 #include <QtXml/QDomDocument>
 
+#include <filesystem>
+
 namespace {
+
+/// The most that readFile() reads: no document of the system comes near it, and a byte array holds eight times as much.
+constexpr qint64 MaxReadSize = 256 * 1024 * 1024;
 
 /// The rule by which a document counts as having its declaration. It asks for a null node on purpose, and so never
 /// holds for a declaration that was read from a file: a fresh one is then put in front.
@@ -57,6 +62,35 @@ QString replacingFault(const QString& path, const QByteArray& bytes)
 }
 
 } // namespace
+
+bool isAbsent(const QString& path)
+{
+    std::error_code ignored;
+    return std::filesystem::symlink_status(path.toStdU16String(), ignored).type() ==
+           std::filesystem::file_type::not_found;
+}
+
+bool readFile(const QString& path, QByteArray& bytes, QString* reason)
+{
+    QFile file(path);
+    const QFileInfo info(path);
+    QString fault;
+    if (info.exists() && !info.isFile())
+        fault = info.isDir() ? QStringLiteral("this is a folder") : QStringLiteral("this is no file");
+    else if (!file.open(QIODevice::ReadOnly))
+        fault = file.errorString();
+    else if (file.size() > MaxReadSize)
+        fault = QStringLiteral("it has more than %1 bytes").arg(MaxReadSize);
+    else
+        bytes = file.readAll();
+    if (fault.isEmpty() && file.error() != QFile::NoError)
+        fault = file.errorString();
+    if (!fault.isEmpty())
+        bytes.clear();
+    if (!fault.isEmpty() && reason)
+        *reason = fault;
+    return fault.isEmpty();
+}
 
 QByteArray Corvane::FileReadAll(const QString& path, bool* ok)
 {

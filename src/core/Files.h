@@ -15,6 +15,14 @@ QDir pluginDir(const cPluginId& id);
 
 } // namespace Corvane
 
+/// Whether nothing stands at @p path. What cannot be looked at, and a link that leads nowhere, is not absent.
+[[nodiscard]] bool isAbsent(const QString& path);
+
+/// Reads the file at @p path whole into @p bytes. A folder, a pipe or a device is refused at once instead of waited
+/// for.
+/// @return false when it cannot be read; @p reason (which may be null) then says why, without the path.
+[[nodiscard]] bool readFile(const QString& path, QByteArray& bytes, QString* reason);
+
 /// Makes @p bytes the content of the file at @p path, in a way that survives a power cut: they are written to a file
 /// beside it, flushed, and renamed over it, and the folder is flushed. A reader, and whoever comes after a crash, meets
 /// the old content or the new one, never a part. Missing parent folders are made.

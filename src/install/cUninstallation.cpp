@@ -57,11 +57,16 @@ bool cUninstallation::removeSettings()
 
 bool cUninstallation::removeFeaturesFile()
 {
-    QFile file(Corvane::velmiraFolderOrFile(Corvane::FeaturesFile));
-    if (!file.exists() || file.remove())
-        return true;
-    m_log.error().noquote() << file.fileName() << "cannot be removed:" << file.errorString() << Qt::endl;
-    return false;
+    // The copy last: without the file itself nothing is installed any more.
+    for (const QString& path :
+         {Corvane::velmiraFolderOrFile(Corvane::FeaturesFile), cConfigurationMgr::lastFeaturesFile()}) {
+        QFile file(path);
+        if (!file.exists() || file.remove())
+            continue;
+        m_log.error().noquote() << path << "cannot be removed:" << file.errorString() << Qt::endl;
+        return false;
+    }
+    return true;
 }
 
 // The plugins folder, and the root above it; what else is in them keeps them.

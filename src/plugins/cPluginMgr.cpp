@@ -60,11 +60,12 @@ bool cPluginMgr::StartNormal()
 /// The steps before anything is loaded. @return Started when nothing speaks against it.
 cStartOutcome::Result cPluginMgr::prepare()
 {
-    if (!m_suite.publish())
+    // A catalogue that cannot be read says nothing of Core: a new installation is not what is needed then.
+    if (!m_suite.publish() || !m_suite.isWhole())
         return cStartOutcome::NotPublished;
     if (!m_suite.isCoreInstalled()) {
         Corvane::setRestartOption(Corvane::RestartMissingCore);
-        return m_suite.isWhole() ? cStartOutcome::NoCore : cStartOutcome::NotPublished;
+        return cStartOutcome::NoCore;
     }
     // Published twice on purpose: no record may depend on standing in the load list only once.
     if (!m_suite.publish())

@@ -187,6 +187,50 @@ private slots:
         QVERIFY2(last.sources().isEmpty(), "packages lie beside the description");
         QVERIFY2(last.size() == 1000, "packages lie beside the description");
     }
+    void fetchesWhatIsKnownButGone()
+    {
+        const QByteArray known = plugin("K", package("A", {"../pkg/A"}));
+        m_fixture.plugins.registerPlugin({"K", cVersion("1.0")});
+        m_fixture.write("plugins/K-1.00.000/Manifest.xml", "<m/>");
+        offer("version='2.0'", feature(known + pluginB()));
+        cJsonValue result = IConfigMgr::doUpdateOn({});
+        QCOMPARE(dropbox() + ' ' + QString::number(result["size"].toInt()), QString("B + 1000"));
+        QVERIFY(QFile::remove(m_fixture.path("plugins/K-1.00.000/Manifest.xml")));
+        result = IConfigMgr::doUpdateOn({});
+        QCOMPARE(dropbox() + ' ' + QString::number(result["size"].toInt()), QString("B K + 2000"));
+    }
+    void discardsWhatTheSiteHasWithdrawn_data()
+    {
+        // What the site has afterwards; "-" for no site.
+        const Rows<QByteArray, QString> row("repository", "found");
+        row("nothing newer", "<r name='main' version='1.0'><feature name='C' version='1.0'/></r>", "other.zip");
+        row("no answer", "-", "A B other.zip +");
+        row("an answer that cannot be read", "<r name='main' version='1.0'>", "A B other.zip +");
+        row("an answer of another kind", "<html><body/></html>", "A B other.zip +");
+        row("something newer", "<r name='main' version='3.0'><feature name='x'/></r>", "A B other.zip +");
+    }
+    void discardsWhatTheSiteHasWithdrawn()
+    {
+        QFETCH(QByteArray, repository);
+        offer("version='2.0'", feature(pluginA() + pluginB()));
+        QCOMPARE(update(), "0");
+        m_fixture.write(dataPath("Dropbox/other.zip"), "of somebody else");
+        QVERIFY(m_site.write("repo/repository.xml", repository));
+        if (repository == "-") // read from the settings at each check
+            QVERIFY(IConfigMgr::setUpdateLocations({QUrl("http://127.0.0.1:1/")}));
+        IConfigMgr::checkForUpdates();
+        QTEST(dropbox(), "found");
+        const bool isDiscarded = cLogCentral::history().last().message.contains("is discarded");
+        QCOMPARE(isDiscarded, !dropbox().contains('+'));
+    }
+    void asksTheLocationsThatAreSetNow()
+    {
+        QSettings().setValue("UpdateMgr/Locations/site", QVariantMap{{"url", "http://127.0.0.1:1/"}});
+        QCOMPARE(update(), "2");
+        QSettings().setValue("UpdateMgr/Locations/site", QVariantMap{{"url", m_site.url()}});
+        offer("version='2.0'", feature(pluginA()));
+        QCOMPARE(update(), "0");
+    }
     void withdrawsAnUpdateWhosePackageIsReplaced()
     {
         offer("version='2.0'", feature(pluginA()));
