@@ -246,8 +246,8 @@ public:
      * Finds out what is installed without starting anything: publishes the installed plugins, reads their manifests,
      * and gives each its place in the start order.
      *
-     * It goes on over what is faulty, so that one call logs every fault. StartNormal() may follow; it does not read
-     * the manifests a second time, and refuses to start when one was faulty.
+     * It goes on over what is faulty, so that one call logs every fault. StartNormal() may follow; it finds out anew,
+     * for what is installed may have changed. A plugin that runs keeps what its manifest said when it was loaded.
      *
      * @return true when the installed plugins could be published, every manifest was read without fault and every
      *         plugin could be ordered.
@@ -256,6 +256,8 @@ public:
 
     /**
      * The plugins that the installed features name, in the order in which they were registered, each once.
+     *
+     * What has been installed since the last discover() or StartNormal() is read first.
      *
      * @return empty before discover() or StartNormal().
      */

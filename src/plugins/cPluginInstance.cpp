@@ -37,7 +37,7 @@ bool isMove(Stage from, Stage to)
 {
     switch (to) {
     case Stage::Known:
-        return false;
+        return from == Stage::Faulty || from == Stage::Read;
     case Stage::Faulty:
         return from == Stage::Known;
     case Stage::Read:
@@ -128,6 +128,13 @@ bool cPluginInstance::readCommandLines(const cXmlElement& element, QList<cCmdLin
 QString cPluginInstance::expandVariables(const QString& text) const
 {
     return cVariableExpander(m_id, m_folder).expand(text);
+}
+
+bool cPluginInstance::reconsider()
+{
+    if (m_stage == Stage::Faulty || m_stage == Stage::Read)
+        moveTo(Stage::Known);
+    return m_stage == Stage::Known;
 }
 
 bool cPluginInstance::loadLibrary()

@@ -68,9 +68,10 @@ private:
 class cPluginInstance : public QObject
 {
 public:
-    /// How far the plugin has come. The record moves on by what is done to it, and back to Read when its library is
-    /// gone again. A place in the start order is no stage but the state(): it is given anew at each ordering, to
-    /// faulty and to running plugins as well.
+    /// How far the plugin has come. The record moves on by what is done to it, back to Read when its library is gone
+    /// again, and, as long as no library is loaded, back to Known with each publication of the installed plugins. A
+    /// place in the start order is no stage but the state(): it is given anew at each ordering, to faulty and to
+    /// running plugins as well.
     enum class Stage {
         Known,   ///< The record has been made; its manifest has not been judged.
         Faulty,  ///< The manifest has been refused; the library is not loaded.
@@ -120,6 +121,9 @@ public:
 
     Stage stage() const { return m_stage; }
 
+    /// Forgets how the manifest was judged, unless the plugin is running by it. @return false when it is.
+    bool reconsider();
+
     /// Tells a record that is only known whether its manifest is accepted.
     void judge(bool isAccepted) { moveTo(isAccepted ? Stage::Read : Stage::Faulty); }
 
@@ -133,6 +137,8 @@ public:
     /// @p path is kept as given, but "#default" stands for the plugin's own folder below "core:plugins".
     void setFolder(const QString& path);
 
+    /// What has been read last.
+    const cManifest& manifest() const { return m_manifest; }
     const QString& loadCategory() const { return m_manifest.loadCategory; }
     const QStringList& services() const { return m_manifest.services; }
     const cJsonValue& params() const { return m_manifest.params; }

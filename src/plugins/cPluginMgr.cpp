@@ -85,6 +85,7 @@ bool cPluginMgr::discover()
 
 QList<cPluginInfo> cPluginMgr::plugins() const
 {
+    m_suite.refresh();
     QList<cPluginInfo> infos;
     for (const Plugin& plugin : m_suite.registered())
         infos.append(infoOf(*plugin));
@@ -133,14 +134,16 @@ void cPluginMgr::requestLoad(const QString& name)
 
 QString cPluginMgr::pluginOfService(QString service) const
 {
+    m_suite.refresh();
     const QString* const owner = m_suite.ownerOf(service);
     return owner ? *owner : QString();
 }
 
 bool cPluginMgr::loadPluginByService(QString service)
 {
-    if (const QString* const owner = m_suite.ownerOf(service))
-        return loadPlugin(*owner);
+    const QString owner = pluginOfService(service);
+    if (!owner.isEmpty())
+        return loadPlugin(owner);
     return m_reporter.logAndFail(
         QStringLiteral("no plugin is loaded for the service \"%1\": none declares it").arg(service));
 }

@@ -64,7 +64,7 @@ private:
     void requestLoad(const QString& name);
 
     cPluginReporter m_reporter;
-    cPluginSuite m_suite{m_reporter};
+    mutable cPluginSuite m_suite{m_reporter}; // reads what has been published meanwhile when it is asked
     cPluginRunner m_runner{m_suite, m_reporter};
     cServiceMgr* m_services = nullptr;
     QStringList m_loadCategories;

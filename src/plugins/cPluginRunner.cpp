@@ -67,6 +67,7 @@ private:
 
 bool cPluginRunner::load(const QString& name)
 {
+    m_suite.refresh();
     const Plugin plugin = m_suite.find(name);
     if (!plugin)
         return m_reporter.logAndFail(

@@ -15,7 +15,7 @@ class cPluginRunner
 public:
     using Plugin = cPluginSuite::Plugin;
 
-    cPluginRunner(const cPluginSuite& suite, cPluginReporter& reporter) : m_suite(suite), m_reporter(reporter) {}
+    cPluginRunner(cPluginSuite& suite, cPluginReporter& reporter) : m_suite(suite), m_reporter(reporter) {}
 
     /// Who is told of the stop, and gives up the services of a failed start. Not owned; may be null.
     void setServiceMgr(cServiceMgr* services) { m_services = services; }
@@ -36,7 +36,7 @@ private:
     void withdraw(const QStringList& services);
     void stop(cPluginInstance& plugin);
 
-    const cPluginSuite& m_suite;
+    cPluginSuite& m_suite;
     cPluginReporter& m_reporter;
     cServiceMgr* m_services = nullptr;
     QVector<Plugin> m_started; // in the order of the starts

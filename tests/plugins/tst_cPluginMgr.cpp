@@ -82,6 +82,12 @@ public slots:
     void serve(QString service) { note(manager.loadByService(service) ? service + " there" : "no " + service); }
     void want(QString plugins) { QCoreApplication::instance()->setProperty("wanted", plugins.split(' ')); }
     void observe(QString) { manager.setObserver(this); }
+    void put(QString plugin)
+    {
+        names.removeOne(plugin.section(' ', 0, 0));
+        install(plugin.section(' ', 0, 0), plugin.section(' ', 1));
+    }
+    void publish(QString) { publishInstalledPlugins(); }
     void uninstall(QString name) { names.removeOne(name); }
     void removeManifest(QString name) { QVERIFY(QFile::remove(folderOf(name) + "/Manifest.xml")); }
     void events(QString) { QCoreApplication::processEvents(); }
@@ -183,19 +189,33 @@ private slots:
             {"outcome", "discover", "list", "start", "outcome"}, {},
             "outcome 0 with 0 reasons, discovered, 1 A:1:Ordered B:2:Ordered , start A, started, "
             "outcome 1 with 0 reasons");
-        row("all faults are told at once, and remembered",
+        const QStringList faults{"version 12", "manifest of Torn-1.00.000", "Lost-1.00.000/Manifest.xml is missing",
+                                 "the service \"S\" is declared twice: by plugin \"X\" and by plugin \"Y\"",
+                                 "the service \"Z\" is declared twice: by plugin \"Z\" and by plugin \"Z\""};
+        row("all faults are told at once",
             {"A plain auto needs:B needs:Absent", "B plain auto", "Old <m><plugin runtime_api_version='12'/></m>",
              "Torn <m>", "Lost plain", "X plain gives:S", "Y plain gives:S", "Z plain gives:Z gives:Z"},
             {"removeManifest Lost", "discover", "list", "start", "outcome", "load B"},
-            {"version 12", "manifest of Torn-1.00.000", "plugin \"A\" depends on \"Absent\", which is not installed",
-             "Lost-1.00.000/Manifest.xml is missing",
-             "the service \"S\" is declared twice: by plugin \"X\" and by plugin \"Y\"",
-             "the service \"Z\" is declared twice: by plugin \"Z\" and by plugin \"Z\"",
-             "Old-1.00.000 has been found faulty before", "Torn-1.00.000 has been found faulty before"},
+            faults + faults + QStringList("plugin \"A\" depends on \"Absent\", which is not installed"),
             "faulty, 1 A:0:Registered B:1:Ordered Old:2:Ordered Torn:3:Ordered Lost:4:Ordered X:5:Ordered Y:6:Ordered "
             "Z:7:Ordered , not started, outcome 4 with 5 reasons, no B");
         row("only the last publication counts", {"Gone <m>", "A plain auto"},
             {"discover", "uninstall Gone", "start", "load Gone"}, {}, "faulty, start A, started, no Gone");
+        row("what is mended starts", {"A plain gives:a", "B plain auto gives:a", "T <m>"},
+            {"start", "put A plain", "put T plain auto needs:B", "start", "serve a", "list"},
+            {"declared twice", "manifest of T"},
+            "not started, start B, start T, started, a there, 4 A:1:Ordered B:2:Started* T:3:Started* ");
+        row("what is installed beside a running suite", {"A plain auto gives:a", "B plain gives:b", "C plain gives:c"},
+            {"start", "put N plain needs:B gives:n", "put C plain gives:d", "uninstall A", "publish", "list", "serve n",
+             "serve c", "serve d", "serve a", "load A"},
+            {"for the service \"c\": none declares it", "for the service \"a\": none declares it"},
+            "start A, started, 3 B:1:Ordered C:2:Ordered N:3:Ordered , start B, start N, n there, no c, start C, "
+            "d there, no a, A there");
+        row("what is installed beside a running suite is faulty", {"A plain auto", "B plain", "C plain gives:c"},
+            {"start", "put B <m>", "put D plain gives:c", "publish", "load B", "load D", "load C"},
+            {"manifest of B", "declared twice", "would not start as they are", "B-1.00.000 is not loaded",
+             "D-1.00.000 is not loaded"},
+            "start A, started, no B, no D, start C, C there");
         QStringList chain; // of which only the last one has a library
         for (int i = 0; i < 1000; ++i)
             chain.append(QString("%1 <m><plugin runtime_api_version='13'> needs:%2 </plugin></m>").arg(i).arg(i + 1));
