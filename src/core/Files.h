@@ -30,6 +30,10 @@ QDir pluginDir(const cPluginId& id);
 ///         be null) names the path and the cause.
 [[nodiscard]] bool replaceFile(const QString& path, const QByteArray& bytes, QString* error);
 
+/// Moves the file @p from over whatever file is at @p to, in one step; both lie on one file system.
+/// @return false when that failed: both are as they were, and @p error names @p to and the cause.
+[[nodiscard]] bool moveOver(const QString& from, const QString& to, QString* error);
+
 // What each system does in its own way: System_unix.cpp and System_win.cpp. Any thread.
 
 /// The "InstallDir" record as the installer wrote it, with native separators; empty when there is none.

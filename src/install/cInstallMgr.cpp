@@ -5,6 +5,7 @@
 #include "core/Settings.h"
 #include "install/cInstallation.h"
 #include "install/cPluginFolders.h"
+#include "install/cRepair.h"
 #include "install/cUninstallation.h"
 
 #include <Norvale/Corvane.h>
@@ -176,6 +177,31 @@ bool cInstallMgr::uninstallPlugins()
         return logAndFail(QStringLiteral("Nothing is uninstalled: ") + Busy);
     const QScopedValueRollback<bool> busy(m_isBusy, true);
     return cUninstallation(*this, m_configuration, m_plugins, m_log).run();
+}
+
+cVerifyOutcome cInstallMgr::verify()
+{
+    cVerifyOutcome outcome;
+    outcome.reason = Busy;
+    if (m_isBusy)
+        return outcome;
+    const QScopedValueRollback<bool> busy(m_isBusy, true);
+    // Plugins may run, and what they are told is installed does not change under them.
+    const cFeatureCatalogue published = m_configuration.installed();
+    const cInstalledState state = cInstalledState::read(m_configuration);
+    if (!published.isEmpty())
+        m_configuration.setInstalled(published);
+    return cVerification(*this, m_log).run(state);
+}
+
+cRepairOutcome cInstallMgr::repair()
+{
+    cRepairOutcome outcome;
+    outcome.reason = QStringLiteral("Nothing is repaired: ") + Busy;
+    if (m_isBusy)
+        return outcome;
+    const QScopedValueRollback<bool> busy(m_isBusy, true);
+    return cRepair(*this, m_configuration, m_plugins, m_log).run();
 }
 
 bool cInstallMgr::install(const cFeatureCatalogue& offered, const cPackageSource& source)

@@ -38,6 +38,8 @@ public:
     bool installBootstrap();
     bool installPackage(const QString& path);
     bool uninstallPlugins();
+    cVerifyOutcome verify();
+    cRepairOutcome repair();
     const cInstallOutcome& lastOutcome() const { return m_outcome; }
 
 signals:

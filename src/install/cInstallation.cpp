@@ -6,6 +6,7 @@
 #include "install/cCommandRunner.h"
 #include "install/cInstallMgr.h"
 #include "install/cPluginFolders.h"
+#include "install/cVerification.h"
 #include "plugins/cPluginMgr.h"
 
 #include <Norvale/Corvane.h>
@@ -73,7 +74,9 @@ cInstallOutcome cInstallation::run(const cFeatureCatalogue& offered, const cPack
     m_plan = std::make_unique<cInstallPlan>(m_configuration.installed(), present(), offered);
     if (!prepare(offered, source))
         return m_outcome;
-    cUnpacking(m_manager, m_plugins, m_log, source, *m_plan).run();
+    cUnpacking unpacking(m_manager, m_plugins, m_log, source, *m_plan);
+    unpacking.run();
+    m_unpacked = unpacking.files();
     m_plan->settle();
     noteLeftOut();
     runCommands();
@@ -149,6 +152,9 @@ bool cInstallation::commit(const cFeatureCatalogue& offered, const cPackageSourc
     const bool isChange = m_plan->hasTaken();
     if (!isChange && !m_plan->isComplete())
         return true;
+    QString error;
+    if (isChange && !writeRecord(&error))
+        return logAndFail(source, cInstallOutcome::Failed, error);
     if (!m_settings.store())
         return logAndFail(source, cInstallOutcome::Failed,
                           QStringLiteral("the machine-wide settings cannot be written"));
@@ -161,6 +167,26 @@ bool cInstallation::commit(const cFeatureCatalogue& offered, const cPackageSourc
     }
     noteInstalled(offered);
     return true;
+}
+
+// Before the features file names a plugin, so that whatever is installed at any moment has its record.
+bool cInstallation::writeRecord(QString* error)
+{
+    cFileRecord record;
+    if (!record.read())
+        m_log.warning().noquote() << "The record of installed files begins anew:" << record.errorString() << Qt::endl;
+    record.keepOnly(setOf(pluginsOf(m_configuration.installed().features()) + pluginsOf(m_plan->result())));
+    for (const cPluginId& id : m_plan->added()) {
+        cFileRecord::Files files = m_unpacked.value(id);
+        // What a plugin's own command lines have made of its files is installed, too.
+        if (!m_plugins.findOrMake(id)->installCommandLines().isEmpty())
+            files = filesIn(Corvane::pluginDir(id).absolutePath(), files);
+        record.set(id, files);
+    }
+    if (record.write())
+        return true;
+    *error = record.errorString();
+    return false;
 }
 
 void cInstallation::noteInstalled(const cFeatureCatalogue& offered)

@@ -3,6 +3,7 @@
 #include "install/cInstallPlan.h"
 #include "install/cRepositorySettings.h"
 #include "install/cUnpacking.h"
+#include "plugins/cFileRecord.h"
 
 #include <Norvale/IInstallMgr.h>
 #include <Norvale/cLog.h>
@@ -41,6 +42,7 @@ private:
     void noteLeftOut();
     void runCommands();
     bool commit(const cFeatureCatalogue& offered, const cPackageSource& source);
+    bool writeRecord(QString* error);
     void noteInstalled(const cFeatureCatalogue& offered);
     void consume(const cFeatureCatalogue& offered, const cPackageSource& source);
     bool fail(const cPackageSource& source, cInstallOutcome::Result result, const QString& reason);
@@ -52,5 +54,6 @@ private:
     cLog m_log;
     cRepositorySettings m_settings;
     std::unique_ptr<cInstallPlan> m_plan;
+    QHash<cPluginId, cFileRecord::Files> m_unpacked;
     cInstallOutcome m_outcome;
 };

@@ -4,7 +4,10 @@
 #include "zip/ZipRecords.h"
 
 #include <QtCore/QBuffer>
+#include <QtCore/QCryptographicHash>
+#include <QtCore/QDateTime>
 #include <QtCore/QFile>
+#include <QtCore/QFileInfo>
 
 namespace {
 
@@ -114,7 +117,10 @@ bool cPackageUnpacker::unpack(const cPackage& package, const cZipRecord& record)
     QString error;
     if (!package.readContent(record, &content, &error))
         return fail(path, error);
-    return makeFolderOf(path) && write(path, content, record.unixMode() & ExecutableByAnyone);
+    if (!makeFolderOf(path) || !write(path, content, record.unixMode() & ExecutableByAnyone))
+        return false;
+    note(record.name, content);
+    return true;
 }
 
 bool cPackageUnpacker::makeFolderOf(const QString& path)
@@ -140,6 +146,15 @@ bool cPackageUnpacker::write(const QString& path, const QByteArray& content, boo
     if (!flushNewFile(file))
         return fail(path, QStringLiteral("it cannot be flushed to the disk"));
     return true;
+}
+
+// The content is what was to be written, not what the disk has made of it; the time is known once the file is closed.
+void cPackageUnpacker::note(const QString& name, const QByteArray& content)
+{
+    cRecordedFile& file = m_files[name];
+    file.size = content.size();
+    file.changed = QFileInfo(m_folder.absoluteFilePath(name)).lastModified().toMSecsSinceEpoch();
+    file.sha256 = QCryptographicHash::hash(content, QCryptographicHash::Sha256);
 }
 
 bool cPackageUnpacker::fail(const QString& path, const QString& reason)

@@ -6,6 +6,7 @@
 #include "install/cInstallPlan.h"
 #include "install/cPluginFolders.h"
 #include "install/cRepositorySettings.h"
+#include "plugins/cFileRecord.h"
 #include "plugins/cPluginMgr.h"
 
 #include <Norvale/Corvane.h>
@@ -59,7 +60,8 @@ bool cUninstallation::removeFeaturesFile()
 {
     // The copy last: without the file itself nothing is installed any more.
     for (const QString& path :
-         {Corvane::velmiraFolderOrFile(Corvane::FeaturesFile), cConfigurationMgr::lastFeaturesFile()}) {
+         {cFileRecord::path(), cFolderSweep::damagedFeaturesFile(), Corvane::velmiraFolderOrFile(Corvane::FeaturesFile),
+          cConfigurationMgr::lastFeaturesFile()}) {
         QFile file(path);
         if (!file.exists() || file.remove())
             continue;

@@ -121,6 +121,7 @@ cUnpacking::Reason cUnpacking::write(const cPluginId& id, const cPackage& packag
     cPackageUnpacker unpacker(folder);
     if (unpacker.unpack(package)) {
         m_occupants.insert(id.caselessKey(), id);
+        m_files.insert(id, unpacker.files());
         m_plugins.findOrMake(id);
         return {};
     }

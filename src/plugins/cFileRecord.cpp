@@ -113,20 +113,13 @@ QString cFileRecord::path()
 bool cFileRecord::read()
 {
     m_plugins.clear();
-    QFile file(path());
-    const QFileInfo info(file);
-    if (!info.exists())
+    if (isAbsent(path()))
         return true;
-    if (!info.isFile()) // a pipe would never end
-        return fail(QStringLiteral("%1 is no file").arg(path()));
-    if (!file.open(QIODevice::ReadOnly))
-        return fail(QStringLiteral("%1 cannot be read: %2").arg(path(), file.errorString()));
-    const QByteArray bytes = file.read(MaxSize + 1);
-    if (file.error() != QFile::NoError)
-        return fail(QStringLiteral("%1 cannot be read: %2").arg(path(), file.errorString()));
-    if (bytes.size() > MaxSize)
-        return fail(QStringLiteral("%1 is longer than %2 bytes").arg(path()).arg(MaxSize));
-    return fromBytes(bytes) || fail(QStringLiteral("%1 is damaged: %2").arg(path(), m_errorString));
+    QByteArray bytes;
+    QString reason;
+    if (!readFile(path(), bytes, &reason))
+        return fail(QStringLiteral("%1: cannot be read: %2").arg(path(), reason));
+    return fromBytes(bytes) || fail(QStringLiteral("%1: damaged: %2").arg(path(), m_errorString));
 }
 
 bool cFileRecord::write()

@@ -45,9 +45,6 @@ public:
     /// By name relative to the plugin's folder, with slashes.
     using Files = QMap<QString, cRecordedFile>;
 
-    /// The longest record that is read, in bytes: about half a million files.
-    static constexpr qint64 MaxSize = 64 << 20;
-
     /// The path of this installation's record.
     static QString path();
 

@@ -289,7 +289,7 @@ private:
             if (!QFile::exists(m_root + "/core/plugins/" + plugin + "/Manifest.xml"))
                 return false;
         }
-        wanted += wanted.isEmpty() ? QStringList() : QStringList{"features.xml", "features.last.xml"};
+        wanted += wanted.isEmpty() ? QStringList() : QStringList{"features.xml", "features.last.xml", "files.json"};
         wanted.sort();
         found.sort();
         return wanted == found;
