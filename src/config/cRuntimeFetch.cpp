@@ -48,6 +48,8 @@ bool cRuntimeFetch::run()
 {
     if (!canLieInDataFolder(m_runtime.name()))
         return fail(QStringLiteral("its name cannot be that of a file in the data folder"));
+    if (!m_runtime.hashFault().isEmpty())
+        return fail(m_runtime.hashFault());
     if (m_runtime.hash().isEmpty())
         return fail(QStringLiteral("the repository gives no hash for it"));
     m_path = QDir(Corvane::velmiraFolderOrFile(Corvane::DataFolder)).absoluteFilePath(m_runtime.name());

@@ -93,6 +93,8 @@ bool cUpdateApply::fetchMissing()
 
 bool cUpdateApply::fetchPackage(cFeaturePlugin& plugin)
 {
+    if (!plugin.hashFault().isEmpty())
+        return fail(plugin.id().toString(), plugin.hashFault());
     if (plugin.hash().isEmpty())
         return fail(plugin.id().toString(), QStringLiteral("the repository gives no hash for it"));
     if (plugin.sources().isEmpty())

@@ -51,6 +51,7 @@ signals:
 private:
     void connectSlot(const char* signal, QObject* receiver, const char* slot);
     bool install(const cFeatureCatalogue& offered, const cPackageSource& source);
+    bool refuse(const QString& path, const QString& fault);
     bool conclude(const cInstallOutcome& outcome);
     bool fail(const QString& path, const QString& reason);
     bool logAndFail(const QString& path, const QString& reason);

@@ -1,11 +1,13 @@
 #include "install/cInstallation.h"
 
+#include "config/cCatalogueReader.h"
 #include "config/cConfigurationMgr.h"
 #include "config/cDropbox.h"
 #include "core/Files.h"
 #include "install/cCommandRunner.h"
 #include "install/cInstallMgr.h"
 #include "install/cPluginFolders.h"
+#include "install/cStartCheck.h"
 #include "install/cVerification.h"
 #include "plugins/cPluginMgr.h"
 
@@ -13,6 +15,8 @@
 
 #include <QtCore/QDir>
 #include <QtCore/QFile>
+
+#include <algorithm>
 
 namespace {
 
@@ -55,12 +59,13 @@ cInstallation::cInstallation(cInstallMgr& manager, cConfigurationMgr& configurat
 {
 }
 
-void cInstallation::recover()
+QString cInstallation::recover()
 {
-    // Without a list of what is installed, nothing tells a leftover from a plugin.
-    const QString features = Corvane::velmiraFolderOrFile(Corvane::FeaturesFile);
-    if (m_configuration.loadFeatures() || !QFile::exists(features))
+    (void)m_configuration.loadFeatures();
+    const QString fault = m_configuration.catalogueFault();
+    if (fault.isEmpty())
         cFolderSweep(m_manager, m_log).run(setOf(pluginsOf(m_configuration.installed().features())));
+    return fault;
 }
 
 cInstallOutcome cInstallation::run(const cFeatureCatalogue& offered, const cPackageSource& source)
@@ -77,11 +82,11 @@ cInstallOutcome cInstallation::run(const cFeatureCatalogue& offered, const cPack
     cUnpacking unpacking(m_manager, m_plugins, m_log, source, *m_plan);
     unpacking.run();
     m_unpacked = unpacking.files();
-    m_plan->settle();
+    cStartCheck(*m_plan).run();
     noteLeftOut();
     runCommands();
     const bool isDone = commit(offered, source);
-    recover();
+    (void)recover();
     if (isDone && source.isConsumed())
         consume(offered, source);
     return m_outcome;
@@ -107,8 +112,47 @@ bool cInstallation::prepare(const cFeatureCatalogue& offered, const cPackageSour
                           QStringLiteral("the machine-wide settings cannot be written"));
     if (m_plan->features().isEmpty())
         return true;
+    leaveOutForeign();
     cFolderJournal journal;
-    return journal.note(m_plan->touched()) || logAndFail(source, cInstallOutcome::Failed, journal.errorString());
+    QVector<cPluginId> touched = m_plan->touched();
+    const auto isForeign = [&](const cPluginId& id) { return m_foreign.contains(id); };
+    touched.erase(std::remove_if(touched.begin(), touched.end(), isForeign), touched.end());
+    return journal.note(touched) || logAndFail(source, cInstallOutcome::Failed, journal.errorString());
+}
+
+/// The plugins of the plan whose folders are there although the suite has not made them: no feature names them, or has
+/// named them before, and no run that was cut off has left them.
+QSet<cPluginId> cInstallation::foreign() const
+{
+    cFeatureCatalogue last;
+    QByteArray xml;
+    if (readFile(cConfigurationMgr::lastFeaturesFile(), xml, nullptr))
+        (void)cCatalogueReader(last).read(xml);
+    QSet<QString> own;
+    for (const cPluginId& id :
+         pluginsOf(m_configuration.installed().features()) + pluginsOf(last.features()) + cFolderJournal().plugins())
+        own.insert(id.caselessKey());
+    QSet<cPluginId> foreign;
+    for (const cPluginId& id : m_plan->touched()) {
+        if (id.isSafe() && !own.contains(id.caselessKey()) && !isAbsent(Corvane::pluginDir(id).absolutePath()))
+            foreign.insert(id);
+    }
+    return foreign;
+}
+
+void cInstallation::leaveOutForeign()
+{
+    m_foreign = foreign();
+    for (int i = 0; i < m_plan->features().size(); ++i) {
+        for (const cPluginId& id : pluginsOf({m_plan->features().at(i).record})) {
+            if (!m_foreign.contains(id))
+                continue;
+            const QString text =
+                QStringLiteral("the folder %1 is there, which no feature has had: it is left as it is");
+            m_plan->leaveOut(i, {text.arg(Corvane::pluginDir(id).absolutePath())});
+            break;
+        }
+    }
 }
 
 void cInstallation::noteLeftOut()
@@ -148,7 +192,7 @@ bool cInstallation::commit(const cFeatureCatalogue& offered, const cPackageSourc
 {
     m_outcome.result = resultOf(*m_plan);
     if (!m_plan->isComplete())
-        m_settings.keepVersion();
+        m_settings.keep();
     const bool isChange = m_plan->hasTaken();
     if (!isChange && !m_plan->isComplete())
         return true;
@@ -202,21 +246,26 @@ void cInstallation::noteInstalled(const cFeatureCatalogue& offered)
 
 void cInstallation::consume(const cFeatureCatalogue& offered, const cPackageSource& source)
 {
+    cFeatureCatalogue leftOut;
     cFeatureCatalogue::Features retried;
     for (const cInstallPlan::Feature& feature : m_plan->features()) {
+        if (feature.isLeftOut())
+            leftOut.append(feature.record);
         if (feature.reason.isWorthRetrying)
             retried.append(feature.record);
     }
     const QSet<cPluginId> kept = setOf(pluginsOf(retried));
+    const QSet<cPluginId> installed = setOf(m_plan->added()) + m_plan->present();
     for (const cPluginId& id : pluginsOf(offered.features())) {
-        if (id.isSafe() && !kept.contains(id))
+        if (id.isSafe() && installed.contains(id) && !kept.contains(id))
             consumeFile(source.besideDescription(id), m_log);
     }
     if (!retried.isEmpty())
         return;
-    // A fetch that was killed when its update had just come to count leaves packages of the one before.
+    // What is older than what is installed, and what a fetch has left that was killed when its update had just come to
+    // count. What was left out may be wanted by the next update.
     if (source.path() == Corvane::velmiraFolderOrFile(Corvane::DropboxRepositoryFile)) {
-        const QString left = cDropbox().tidy(cFeatureCatalogue());
+        const QString left = cDropbox().tidy(leftOut);
         if (!left.isEmpty())
             m_log.warning().noquote() << "Left in the Dropbox:" << left << Qt::endl;
     }

@@ -21,7 +21,12 @@ public:
     /// same repository counts; with one, no older version of the same repository does. What its root does not name
     /// stays.
     void setTarget(const cFeatureCatalogue& offered, bool isTaken);
-    void keepVersion() { m_newVersion = m_oldVersion; }
+    /// Nothing is to be stored: a name without its version, or a version that is not whole, would mislead a check.
+    void keep()
+    {
+        m_newName = m_oldName;
+        m_newVersion = m_oldVersion;
+    }
     bool hasChange() const { return m_newName != m_oldName || m_newVersion != m_oldVersion; }
     bool isWritable() const { return m_settings.isWritable(); }
 

@@ -22,8 +22,13 @@ cUninstallation::cUninstallation(cInstallMgr& manager, cConfigurationMgr& config
 
 bool cUninstallation::run()
 {
-    // Without a readable list of what is installed there is nothing to uninstall but that list.
     (void)m_configuration.loadFeatures();
+    const QString fault = m_configuration.catalogueFault();
+    if (!fault.isEmpty()) {
+        m_log.error().noquote() << "Nothing is uninstalled: the list of what is installed is damaged:" << fault
+                                << Qt::endl;
+        return false;
+    }
     if (!removePlugins(m_configuration.installed()) || !removeSettings() || !removeFeaturesFile())
         return false;
     removeEmptiedFolders();

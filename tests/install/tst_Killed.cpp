@@ -142,8 +142,8 @@ private:
                                 {"main 1.0", "Core 1.0: A 1.0 !silent, B 1.0 !silent", "More 1.0: C 1.0 !silent"}));
             damage(place);
         } else {
-            QVERIFY(place.offer("site/repo",
-                                {"main 2.0", "Core 2.0: A 2.0 !silent, B 1.0 !silent", "More 2.0: D 1.0 !silent"}));
+            QVERIFY(place.offer("site/repo", {"main 2.0", "Core 2.0: A 2.0 !silent, B 1.0 !silent",
+                                              "More 2.0: D 1.0 !silent !needs=A; Core"}));
         }
         if (steps == "install")
             QVERIFY2(place.run("apply") == 0, qPrintable(place.said()));
