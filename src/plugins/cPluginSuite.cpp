@@ -3,8 +3,12 @@
 #include "core/Files.h"
 #include "plugins/cDependencyOrder.h"
 #include "plugins/cPluginReporter.h"
+#include "version/cCodeImage.h"
 
 #include <QtCore/QDir>
+#include <QtCore/QFileInfo>
+
+#include <algorithm>
 
 int cPluginSuite::numberOf(const cPluginId& id)
 {
@@ -18,6 +22,7 @@ int cPluginSuite::numberOf(const cPluginId& id)
 
 void cPluginSuite::clearAllowed()
 {
+    m_files.reset();
     for (Record& record : m_records)
         record.isRegistered = false;
     m_isStale = true;
@@ -163,6 +168,31 @@ cPluginSuite::Plugin cPluginSuite::find(const QString& name) const
             found = record.plugin;
     }
     return found;
+}
+
+QString cPluginSuite::libraryChange(const cPluginInstance& plugin)
+{
+    if (!m_files) {
+        m_files.emplace();
+        if (!m_files->read())
+            m_reporter.warn(QStringLiteral("libraries are loaded unchecked: %1").arg(m_files->errorString()));
+    }
+    const QString path = plugin.libraryFile();
+    if (path.isEmpty() || !m_files->contains(plugin.id()) || m_installed->isInDevelopment(plugin.id()))
+        return QString();
+    const cFileRecord::Files files = m_files->files(plugin.id());
+    const auto file = files.constFind(QDir(plugin.folder()).relativeFilePath(path));
+    if (file == files.constEnd() || file->looksUntouched(QFileInfo(path)))
+        return QString();
+    const QString difference = file->difference(path);
+    const QString text = QStringLiteral("its library %1 %2; the plugin has to be repaired or installed anew");
+    return difference.isEmpty() ? QString() : text.arg(path, difference);
+}
+
+bool cPluginSuite::isLibraryOfPlugin(const cCodeImage& image) const
+{
+    return std::any_of(m_records.begin(), m_records.end(),
+                       [&](const Record& record) { return image.contains(record.plugin->code()); });
 }
 
 bool cPluginSuite::fail(const QString& reason)
