@@ -65,7 +65,8 @@ const cSites& sites()
 void checkForUpdates(benchmark::State& state)
 {
     const int count = int(state.range(0));
-    QSettings().setValue("UpdateMgr/Locations/site", QVariantMap{{"url", sites().site(count)}});
+    const QUrl site = sites().site(count); // moves the settings, too
+    QSettings().setValue("UpdateMgr/Locations/site", QVariantMap{{"url", site}});
 
     cPluginMgr plugins;
     cConfigurationMgr manager(plugins);

@@ -1,5 +1,7 @@
 #include "cSampleSuite.h"
 
+#include <Norvale/IPlugin.h>
+
 #include <QtCore/QDir>
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
@@ -47,7 +49,9 @@ void cSampleSuite::installPlugin(int number) const
           "  <plugin name=\"" +
               name +
               "\" version=\"1.2.0\" autoload=\"true\" api_version=\"4\""
-              " runtime_api_version=\"13\">\n    <start>\n"
+              " runtime_api_version=\"" +
+              QByteArray::number(IPlugin::RuntimeApiVersion) +
+              "\">\n    <start>\n"
               "      <library filename=\"small\" function=\"createPlugin\"/>\n"
               "      <params>{\"unit\": \"celsius\", \"stations\": [10384, 10488]}</params>\n    </start>\n"
               "    <dependencies>\n" +

@@ -81,6 +81,12 @@ void cTransfer::wait(const QVector<QSharedPointer<cTransfer>>& transfers)
         QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents);
 }
 
+/// What is whole in memory is digested when that is asked for: nobody asks it of a catalogue.
+QByteArray cTransfer::digest() const
+{
+    return m_hasDevice ? m_digest.result() : QCryptographicHash::hash(m_data, QCryptographicHash::Sha1);
+}
+
 void cTransfer::readLocalFile(const QString& path)
 {
     // Opening a pipe could wait for ever, and a device has no end.
@@ -101,9 +107,10 @@ void cTransfer::readLocalFile(const QString& path)
     m_data = file.readAll();
     if (file.error() != QFile::NoError)
         return fail(QNetworkReply::UnknownContentError, file.errorString());
-    m_digest.addData(m_data);
-    if (m_hasDevice)
+    if (m_hasDevice) {
+        m_digest.addData(m_data);
         write(m_data);
+    }
     emit progress(m_data.size(), size);
     succeed();
 }
@@ -205,7 +212,8 @@ void cTransfer::finish(const QNetworkReply* reply)
     if (isCutShort())
         return fail(QNetworkReply::RemoteHostClosedError, QStringLiteral("Connection closed"));
     m_data = m_reply->readAll();
-    m_digest.addData(m_data);
+    if (m_hasDevice)
+        m_digest.addData(m_data);
     emit progress(m_data.size(), m_data.size());
     if (m_state == Running && m_hasDevice && !m_data.isEmpty())
         write(m_data);

@@ -73,7 +73,7 @@ public:
     /// file.
     QByteArray data() const { return m_data; }
     /// The SHA-1 of what came, as raw bytes.
-    QByteArray digest() const { return m_digest.result(); }
+    QByteArray digest() const;
     /// Counts in what the transfer did not receive, such as the bytes before the offset.
     void addToDigest(const QByteArray& bytes) { m_digest.addData(bytes); }
 

@@ -42,10 +42,12 @@ void cXmlReader::tell(const QDomElement& element, cXmlHandler& handler)
 
 bool cXmlReader::readPlain(const QByteArray& xml, cXmlHandler& handler)
 {
-    if (!isPlain(xml))
+    const bool hasBlanks = handler.asksForPlaces();
+    QByteArray dense;
+    if (!isPlain(xml, hasBlanks ? nullptr : &dense))
         return false;
     handler.beginDocument();
-    QXmlStreamReader stream(xml);
+    QXmlStreamReader stream(hasBlanks ? xml : dense);
     stream.setNamespaceProcessing(false);
     int depth = 0;
     while (!stream.atEnd()) {
@@ -93,47 +95,66 @@ bool cXmlReader::isPlainName(QStringView name)
 
 // UTF-8, elements, attributes and text: no references, declarations, comments, CDATA or instructions; no line ends but
 // "\n", and none within an attribute, nor a tab. A declaration is left to the DOM unless it says UTF-8.
-bool cXmlReader::isPlain(const QByteArray& xml)
+bool cXmlReader::isPlain(const QByteArray& xml, QByteArray* dense)
 {
-    int begin = 0;
+    const char* at = xml.constData();
     if (xml.startsWith("<?xml ")) {
-        begin = xml.indexOf("?>") + 2;
+        const int begin = xml.indexOf("?>") + 2;
         if (begin < 2 || !xml.left(begin).toLower().contains("encoding=\"utf-8\""))
             return false;
+        at += begin;
     }
     for (char never : {'&', '\r', '\0'}) {
         if (std::memchr(xml.constData(), never, size_t(xml.size())))
             return false;
     }
-    const char* end = xml.constEnd();
-    const char* at = std::find(xml.constData() + begin, end, '<');
-    while (at != end) {
-        ++at;
-        if (at == end || *at == '!' || *at == '?')
-            return false;
-        at = endOfPlainTag(at, end);
-        if (!at)
-            return false;
-        at = std::find(at, end, '<');
+    char* out = nullptr;
+    if (dense) {
+        dense->resize(xml.size());
+        out = dense->data();
     }
+    for (const char* const end = xml.constEnd(); at != end;) {
+        const char* const text = at;
+        at = endOfBlank(text, end);
+        const bool isBlank = at == end || *at == '<';
+        at = std::find(at, end, '<');
+        const char* const tag = at;
+        if (at != end) {
+            ++at;
+            if (at == end || *at == '!' || *at == '?')
+                return false;
+            at = endOfPlainTag(at, end);
+            if (!at)
+                return false;
+        }
+        if (out)
+            out = std::copy(isBlank ? tag : text, at, out);
+    }
+    if (dense)
+        dense->truncate(int(out - dense->constData()));
     return true;
 }
 
-/// The end of the tag that has begun before @p at; null when a value in it is not plain.
+const char* cXmlReader::endOfBlank(const char* at, const char* end)
+{
+    return std::find_if(at, end, [](char c) { return c != ' ' && c != '\n' && c != '\t'; });
+}
+
+/// Behind the tag that has begun before @p at; null when a value in it is not plain.
 const char* cXmlReader::endOfPlainTag(const char* at, const char* end)
 {
-    char quote = 0; // that the value began with
-    for (; at != end; ++at) {
-        if (quote) {
+    while (at != end) {
+        const char c = *at++;
+        if (c == '>')
+            break;
+        if (c != '"' && c != '\'')
+            continue;
+        for (; at != end && *at != c; ++at) {
             if (*at == '\n' || *at == '\t')
                 return nullptr;
-            if (*at == quote)
-                quote = 0;
-        } else if (*at == '>') {
-            break;
-        } else if (*at == '"' || *at == '\'') {
-            quote = *at;
         }
+        if (at != end)
+            ++at;
     }
     return at;
 }

@@ -14,6 +14,9 @@ class cXmlHandler
 public:
     virtual ~cXmlHandler() = default;
 
+    /// Whether the lines and columns of elements are used. They need not be right otherwise.
+    virtual bool asksForPlaces() const { return false; }
+
     /// Begins a document, anew when one has been begun before: what has been told of it does not count.
     virtual void beginDocument() = 0;
 
@@ -47,7 +50,10 @@ public:
     [[nodiscard]] static bool readPlain(const QByteArray& xml, cXmlHandler& handler);
 
 private:
-    static bool isPlain(const QByteArray& xml);
+    /// @param dense receives the plain document without the blank text between its tags, of which nobody is told and
+    /// which takes the stream a seventh of its time; may be null.
+    static bool isPlain(const QByteArray& xml, QByteArray* dense);
+    static const char* endOfBlank(const char* at, const char* end);
     static const char* endOfPlainTag(const char* at, const char* end);
     static bool isPlainName(QStringView name);
     static bool beginElement(const QXmlStreamReader& stream, cXmlHandler& handler);

@@ -53,6 +53,7 @@ private:
 class cXmlTree : public cXmlHandler
 {
 public:
+    bool asksForPlaces() const override { return true; }
     void beginDocument() override;
     void beginElement(QStringView tag, const QXmlStreamAttributes& attributes, int line, int column) override;
     void addCharacters(QStringView text) override;

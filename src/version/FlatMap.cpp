@@ -23,10 +23,9 @@ quint64 step(quint64 hash, quint64 point, quint64 coefficient)
     return rest < Prime ? rest : rest - Prime;
 }
 
-quint64 hashOf(QStringView text)
+quint64 valueOf(QStringView text, quint64 point)
 {
     constexpr qsizetype UnitsAtOnce = 3; // 48 bits, fewer than the prime has
-    const quint64 point = drawnPoint();
     const char16_t* unit = text.utf16();
     quint64 hash = quint64(text.size());
     qsizetype left = text.size();
@@ -37,18 +36,28 @@ quint64 hashOf(QStringView text)
     return hash;
 }
 
+/// The tables take the lowest bits, in which the values of texts that differ in their last letters lie side by side:
+/// the last step of SplitMix64 lets each bit depend on all of them. No two values become one.
+std::size_t spread(quint64 value)
+{
+    value = (value ^ value >> 30) * 0xbf58476d1ce4e5b9U;
+    value = (value ^ value >> 27) * 0x94d049bb133111ebU;
+    return value ^ value >> 31;
+}
+
 } // namespace
 
 std::size_t cSeededHash::operator()(QStringView text) const
 {
-    return hashOf(text);
+    return spread(valueOf(text, drawnPoint()));
 }
 
 std::size_t cSeededHash::operator()(const cPluginId& id) const
 {
     const cVersion& version = id.version();
-    quint64 hash = hashOf(id.name());
+    const quint64 point = drawnPoint();
+    quint64 value = valueOf(id.name(), point);
     for (const qint32 component : {version.major(), version.minor(), version.build()})
-        hash = step(hash, drawnPoint(), quint32(component));
-    return hash;
+        value = step(value, point, quint32(component));
+    return spread(value);
 }

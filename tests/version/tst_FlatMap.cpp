@@ -58,6 +58,16 @@ private slots:
         for (int i = 0; i < texts.size(); ++i)
             QCOMPARE(map.find(QStringView(texts.at(i)))->second, i);
     }
+    // A table takes the lowest bits: 2,048 places of which a thousand names are to meet about 790.
+    void spreadsNamesThatDifferInTheirLastLetters()
+    {
+        for (const QString& stem : {QString(), QString("Feature"), QString("Plugin12")}) {
+            QSet<size_t> places;
+            for (int i = 0; i < 1000; ++i)
+                places.insert(cSeededHash()(stem + QString::number(i)) & 2047);
+            QVERIFY2(places.size() > 600, qPrintable(stem + QString::number(places.size())));
+        }
+    }
     void tellsTextsAndIdsApart()
     {
         const cSeededHash hash;

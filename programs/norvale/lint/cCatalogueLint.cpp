@@ -136,9 +136,10 @@ void cCatalogueLint::checkPlugin(const cXmlElement& plugin, const QString& featu
                               : QStringLiteral("\"%1\" cannot name a folder").arg(name));
     }
     QString& spelling = m_spellings[caselessFileName(name)];
-    if (!spelling.isEmpty() && spelling != name)
+    if (!spelling.isEmpty() && spelling != name) {
         report(Rule::PluginNameClash, plugin,
                QStringLiteral("\"%1\" differs from \"%2\" only in case").arg(name, spelling));
+    }
     spelling = name;
     checkVersionOf(plugin, feature);
     if (m_kind == Kind::Repository)
@@ -235,9 +236,10 @@ void cSiteLint::checkEntry(const cXmlElement& entry)
         report(Rule::SiteNoUpdate, entry, QStringLiteral("update or status is missing"));
     const QString content = entry.attribute(u"content");
     const QStringList whole{config, status, platform, update, content};
-    if (m_seen.contains(whole))
+    if (m_seen.contains(whole)) {
         report(Rule::SiteEntryTwice, entry,
                QStringLiteral("the entry for \"%1\" (%2) comes twice").arg(update, status));
+    }
     m_seen.insert(whole);
     m_entries.append({update, content, entry.line(), entry.column()});
 }
