@@ -10,6 +10,7 @@
 #include "core/Files.h"
 #include "plugins/cFileRecord.h"
 #include "plugins/cPluginMgr.h"
+#include "version/ForeignCode.h"
 
 #include <Norvale/Corvane.h>
 #include <Norvale/cLogCentral.h>
@@ -19,6 +20,8 @@
 #include <QtCore/QFileInfo>
 #include <QtCore/QPointer>
 #include <QtCore/QScopedValueRollback>
+
+#include <algorithm>
 
 namespace {
 
@@ -192,6 +195,17 @@ bool cConfigurationMgr::publishInstalledPlugins()
     return true;
 }
 
+bool cConfigurationMgr::isInDevelopment(const cPluginId& id) const
+{
+    const QSharedPointer<cFeatureInstance> feature =
+        m_installed.find(QString::fromLatin1(cFeatureInstance::DevelopmentName));
+    if (!feature)
+        return false;
+    const QVector<QSharedPointer<cFeaturePlugin>> plugins = feature->plugins();
+    return std::any_of(plugins.begin(), plugins.end(),
+                       [&](const QSharedPointer<cFeaturePlugin>& plugin) { return plugin->id() == id; });
+}
+
 bool cConfigurationMgr::isFeatureInstalled(const QString& name) const
 {
     return !m_installed.find(name).isNull();
@@ -306,8 +320,12 @@ void cConfigurationMgr::setOverallProgress(const QString& label, qint64 base, qi
 
 void cConfigurationMgr::onProgress(QString fname, qint64 bytesReceived, qint64 bytesTotal)
 {
-    if (!m_overallLabel.isEmpty() && m_overallTotal >= 1)
-        emit progress(m_overallLabel, m_overallBase + bytesReceived, m_overallTotal);
-    else
-        emit progress(fname, bytesReceived, bytesTotal);
+    const QString thrown = whatIsThrownBy([&] {
+        if (!m_overallLabel.isEmpty() && m_overallTotal >= 1)
+            emit progress(m_overallLabel, m_overallBase + bytesReceived, m_overallTotal);
+        else
+            emit progress(fname, bytesReceived, bytesTotal);
+    });
+    if (!thrown.isEmpty())
+        m_log.error().noquote() << "A receiver of the progress" << thrown << Qt::endl;
 }

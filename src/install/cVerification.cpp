@@ -214,5 +214,5 @@ void cVerification::add(Kind kind, const cPluginId& id, const QString& file, con
 void cVerification::step(qint64 bytes)
 {
     m_done += unitsOf(bytes);
-    emit m_manager.installationProgress(int(m_done), int(m_total));
+    m_manager.tell([&] { emit m_manager.installationProgress(int(m_done), int(m_total)); });
 }
