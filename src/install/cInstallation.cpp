@@ -197,8 +197,7 @@ bool cInstallation::commit(const cFeatureCatalogue& offered, const cPackageSourc
     if (!isChange && !m_plan->isComplete())
         return true;
     if (!m_settings.store())
-        return logAndFail(source, cInstallOutcome::Failed,
-                          QStringLiteral("the machine-wide settings cannot be written"));
+        return logAndFail(source, cInstallOutcome::Failed, m_settings.errorString());
     if (!isChange)
         return true;
     QString error;
@@ -207,7 +206,9 @@ bool cInstallation::commit(const cFeatureCatalogue& offered, const cPackageSourc
         return logAndFail(source, cInstallOutcome::Failed, error);
     }
     if (!m_configuration.saveFeatures(m_plan->result())) {
-        m_settings.restore();
+        if (!m_settings.restore())
+            m_log.error().noquote() << "What is installed is not what the settings tell:" << m_settings.errorString()
+                                    << Qt::endl;
         // The configuration manager has logged why.
         return fail(source, cInstallOutcome::Failed, QStringLiteral("the features file cannot be written"));
     }

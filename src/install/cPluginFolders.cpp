@@ -1,5 +1,6 @@
 #include "install/cPluginFolders.h"
 
+#include "config/cConfigurationMgr.h"
 #include "core/Files.h"
 #include "install/cInstallMgr.h"
 

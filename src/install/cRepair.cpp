@@ -7,6 +7,7 @@
 #include "config/cUpdateMgr.h"
 #include "core/Files.h"
 #include "core/Settings.h"
+#include "disk/WholeFiles.h"
 #include "install/cCommandRunner.h"
 #include "install/cInstallMgr.h"
 #include "install/cInstallPlan.h"

@@ -3,6 +3,7 @@
 #include "config/cCatalogueReader.h"
 #include "config/cConfigurationMgr.h"
 #include "core/Files.h"
+#include "disk/WholeFiles.h"
 #include "install/cInstallMgr.h"
 #include "install/cInstallPlan.h"
 #include "plugins/cManifestReader.h"
