@@ -111,15 +111,17 @@ NORVALE_EXPORT bool initialize();
 /**
  * Loads and starts the installed plugins; needs initialize() to have succeeded.
  * @return the result of the plugin manager's start: false when the suite cannot run, for the reason in the channel
- * "PluginMgr". A plugin set that cannot be ordered ends the process.
+ * "PluginMgr". A plugin set that cannot be ordered ends the process. After stopNormal() it is refused.
  */
 NORVALE_EXPORT bool startNormal();
 
-/// Stops the plugins in the reverse order of their start and releases their services; their libraries stay loaded.
+/// Stops the plugins in the reverse order of their start and releases their services; their libraries stay loaded, and
+/// nothing is loaded any more. Called while a plugin is being loaded, it ends the start, and stops when that is done.
 NORVALE_EXPORT void stopNormal();
 
 /**
- * Restricts which plugins startNormal() loads; call it between initialize() and startNormal().
+ * Restricts which plugins startNormal() loads; call it between initialize() and startNormal(). The plugin
+ * "ZentraSettings" may call it from its start; from then on it counts for the next start.
  * @param categories the load categories, in the order in which they are loaded; they replace the earlier list.
  */
 NORVALE_EXPORT void setLoadCategories(const QStringList& categories);

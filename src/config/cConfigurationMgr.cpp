@@ -8,7 +8,9 @@
 #include "config/cUpdateCheck.h"
 #include "config/cUpdateMgr.h"
 #include "core/Files.h"
+#include "plugins/cFileRecord.h"
 #include "plugins/cPluginMgr.h"
+#include "version/ForeignCode.h"
 
 #include <Norvale/Corvane.h>
 #include <Norvale/cLogCentral.h>
@@ -18,6 +20,8 @@
 #include <QtCore/QFileInfo>
 #include <QtCore/QPointer>
 #include <QtCore/QScopedValueRollback>
+
+#include <algorithm>
 
 namespace {
 
@@ -100,7 +104,7 @@ bool cConfigurationMgr::loadFeatures()
         (m_catalogueFault.isEmpty() ? m_log.warning() : m_log.error()).noquote()
             << "No installed features:" << reason << Qt::endl;
     m_loggedReason = reason;
-    if (reason.isEmpty())
+    if (reason.isEmpty() && isTrusted(file.xml))
         keepAsLast(file.xml);
     return reason.isEmpty();
 }
@@ -121,6 +125,23 @@ QString cConfigurationMgr::lastFeaturesFile()
     return QFileInfo(featuresFile()).dir().absoluteFilePath(QStringLiteral("features.last.xml"));
 }
 
+// One changed letter can make another whole document. What has come about like that must not replace the copy that a
+// repair needs; nor must what somebody has written into the file, who is told so.
+bool cConfigurationMgr::isTrusted(const QByteArray& xml)
+{
+    QByteArray last;
+    cFileRecord record;
+    if ((readFile(lastFeaturesFile(), last, nullptr) && last == xml) || !record.read() || record.knowsCatalogue(xml))
+        return true;
+    if (!m_hasWarned) {
+        m_log.warning().noquote()
+            << featuresFile() << "is not as it was written last; verifying compares all, and a repair brings it back"
+            << Qt::endl;
+    }
+    m_hasWarned = true;
+    return false;
+}
+
 void cConfigurationMgr::keepAsLast(const QByteArray& xml)
 {
     QByteArray last;
@@ -132,15 +153,21 @@ void cConfigurationMgr::keepAsLast(const QByteArray& xml)
     m_loggedLast = error;
 }
 
-bool cConfigurationMgr::saveFeatures(const QVector<QSharedPointer<cFeatureInstance>>& features)
+QByteArray cConfigurationMgr::featuresText(const QVector<QSharedPointer<cFeatureInstance>>& features)
 {
     QBuffer text; // a text file, as all documents that are saved
     text.open(QIODevice::WriteOnly | QIODevice::Text);
     text.write(cCatalogueWriter::installed(features, Corvane::currentVersion()));
+    return text.data();
+}
+
+bool cConfigurationMgr::saveFeatures(const QVector<QSharedPointer<cFeatureInstance>>& features)
+{
+    const QByteArray xml = featuresText(features);
     QString error;
-    if (replaceFile(featuresFile(), text.data(), &error)) {
+    if (replaceFile(featuresFile(), xml, &error)) {
         m_catalogueFault.clear();
-        keepAsLast(text.data());
+        keepAsLast(xml);
         return true;
     }
     m_log.error().noquote() << "Cannot write the features file:" << error << Qt::endl;
@@ -166,6 +193,17 @@ bool cConfigurationMgr::publishInstalledPlugins()
     for (const QSharedPointer<cFeaturePlugin>& plugin : plugins)
         m_plugins.registerPlugin(plugin->id());
     return true;
+}
+
+bool cConfigurationMgr::isInDevelopment(const cPluginId& id) const
+{
+    const QSharedPointer<cFeatureInstance> feature =
+        m_installed.find(QString::fromLatin1(cFeatureInstance::DevelopmentName));
+    if (!feature)
+        return false;
+    const QVector<QSharedPointer<cFeaturePlugin>> plugins = feature->plugins();
+    return std::any_of(plugins.begin(), plugins.end(),
+                       [&](const QSharedPointer<cFeaturePlugin>& plugin) { return plugin->id() == id; });
 }
 
 bool cConfigurationMgr::isFeatureInstalled(const QString& name) const
@@ -282,8 +320,12 @@ void cConfigurationMgr::setOverallProgress(const QString& label, qint64 base, qi
 
 void cConfigurationMgr::onProgress(QString fname, qint64 bytesReceived, qint64 bytesTotal)
 {
-    if (!m_overallLabel.isEmpty() && m_overallTotal >= 1)
-        emit progress(m_overallLabel, m_overallBase + bytesReceived, m_overallTotal);
-    else
-        emit progress(fname, bytesReceived, bytesTotal);
+    const QString thrown = whatIsThrownBy([&] {
+        if (!m_overallLabel.isEmpty() && m_overallTotal >= 1)
+            emit progress(m_overallLabel, m_overallBase + bytesReceived, m_overallTotal);
+        else
+            emit progress(fname, bytesReceived, bytesTotal);
+    });
+    if (!thrown.isEmpty())
+        m_log.error().noquote() << "A receiver of the progress" << thrown << Qt::endl;
 }

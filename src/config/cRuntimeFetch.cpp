@@ -74,7 +74,7 @@ bool cRuntimeFetch::download()
 {
     QFile part(m_path + QStringLiteral(".part"));
     if (!QDir().mkpath(QFileInfo(m_path).absolutePath()) || !part.open(QIODevice::ReadWrite | QIODevice::Truncate))
-        return failToWrite(part.fileName(), part.errorString());
+        return failToWrite(part.fileName(), causeOf(part));
     if (transferTo(part) && moveIntoPlace(part))
         return true;
     part.remove();
@@ -95,7 +95,7 @@ bool cRuntimeFetch::moveIntoPlace(QFile& part)
     // It is a program, wherever it came from.
     const QFileDevice::Permissions run = QFileDevice::ExeOwner | QFileDevice::ExeUser;
     if (!part.setPermissions(part.permissions() | run) || !flushFile(part))
-        return failToWrite(part.fileName(), part.errorString());
+        return failToWrite(part.fileName(), causeOf(part));
     part.close();
     if (const std::error_code failure = renameOnto(m_path, part.fileName()))
         return failToWrite(m_path, QString::fromLocal8Bit(failure.message().c_str()));

@@ -167,7 +167,9 @@ bool cUpdateApply::fetchRuntime()
         return false;
     if (!isFetched)
         return fail(runtime.name(), fetch.errorString());
-    Corvane::setRestartSetupFilename(fetch.path());
+    Corvane::setRestartSetupFilename(fetch.path()); // logs why it cannot
+    if (Corvane::restartSetupFilename() != fetch.path())
+        return fail(runtime.name(), QStringLiteral("the settings do not keep where %1 lies").arg(fetch.path()));
     Corvane::setRestartOption(Corvane::RestartWithSetup);
     return true;
 }

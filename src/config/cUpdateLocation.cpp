@@ -3,6 +3,7 @@
 #include "core/Settings.h"
 #include "core/cXmlReader.h"
 #include "core/cXmlTree.h"
+#include "disk/WriteSettings.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QVariant>
@@ -51,18 +52,17 @@ QList<QSharedPointer<cUpdateLocation>> cUpdateLocation::readAll()
     return locations;
 }
 
-bool cUpdateLocation::writeAll(const QList<QUrl>& urls)
+bool cUpdateLocation::writeAll(const QList<QUrl>& urls, QString* error)
 {
-    cHostSettings settings;
-    settings.beginGroup(QLatin1String(SettingsKey::UpdateLocations));
-    settings.remove(QString());
+    const QLatin1String group(SettingsKey::UpdateLocations);
+    SettingsChanges changes{{group, QVariant()}};
     for (int i = 0; i < urls.size(); ++i) {
         // Keys are sorted as texts.
-        const QString key = QStringLiteral("%1").arg(i + 1, 4, 10, QLatin1Char('0'));
-        settings.setValue(key, QVariantMap{{UrlMember, urls.at(i).toString(QUrl::FullyEncoded)}, {PriorityMember, 0}});
+        const QString key = QStringLiteral("%1/%2").arg(group).arg(i + 1, 4, 10, QLatin1Char('0'));
+        changes.insert(key, QVariantMap{{UrlMember, urls.at(i).toString(QUrl::FullyEncoded)}, {PriorityMember, 0}});
     }
-    settings.sync();
-    return settings.status() == QSettings::NoError;
+    cHostSettings settings;
+    return writeSettings(settings, changes, error);
 }
 
 bool cSiteEntry::fits(const QString& name, const QString& requiredStatus) const

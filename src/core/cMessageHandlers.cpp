@@ -85,15 +85,11 @@ QStringList cMessageHandlers::dispatch(int connectionId, const cJsonValue& messa
 /// @return what has been thrown; empty when nothing was.
 QString cMessageHandlers::call(const Entry& entry, int connectionId, const cJsonValue& message)
 {
-    try {
-        entry.handler->handleMessage(connectionId, message);
-        return QString();
-    } catch (...) {
-        const QString thrown = whatWasThrown();
+    const QString thrown = whatIsThrownBy([&] { entry.handler->handleMessage(connectionId, message); });
+    if (!thrown.isEmpty())
         cLogCentral::log(QStringLiteral("Norvale")).error().noquote()
             << "A message handler of" << cCodeImage::around(entry.code).path() << thrown << Qt::endl;
-        return thrown;
-    }
+    return thrown;
 }
 
 int cMessageHandlers::removeOf(const cCodeImage& image)

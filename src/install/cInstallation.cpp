@@ -180,7 +180,7 @@ void cInstallation::runCommands()
         for (const cPluginId& id : plugins) {
             if (id.isSafe())
                 commands.run(*m_plugins.findOrMake(id), operation);
-            emit m_manager.installationProgress(++current, total);
+            m_manager.tell([&] { emit m_manager.installationProgress(++current, total); });
         }
     };
     run(removed, IInstallMgr::OPERATION_UNINSTALL);
@@ -196,16 +196,19 @@ bool cInstallation::commit(const cFeatureCatalogue& offered, const cPackageSourc
     const bool isChange = m_plan->hasTaken();
     if (!isChange && !m_plan->isComplete())
         return true;
-    QString error;
-    if (isChange && !writeRecord(&error))
-        return logAndFail(source, cInstallOutcome::Failed, error);
     if (!m_settings.store())
-        return logAndFail(source, cInstallOutcome::Failed,
-                          QStringLiteral("the machine-wide settings cannot be written"));
+        return logAndFail(source, cInstallOutcome::Failed, m_settings.errorString());
     if (!isChange)
         return true;
-    if (!m_configuration.saveFeatures(m_plan->result())) {
+    QString error;
+    if (!writeRecord(&error)) {
         m_settings.restore();
+        return logAndFail(source, cInstallOutcome::Failed, error);
+    }
+    if (!m_configuration.saveFeatures(m_plan->result())) {
+        if (!m_settings.restore())
+            m_log.error().noquote() << "What is installed is not what the settings tell:" << m_settings.errorString()
+                                    << Qt::endl;
         // The configuration manager has logged why.
         return fail(source, cInstallOutcome::Failed, QStringLiteral("the features file cannot be written"));
     }
@@ -227,6 +230,11 @@ bool cInstallation::writeRecord(QString* error)
             files = filesIn(Corvane::pluginDir(id).absolutePath(), files);
         record.set(id, files);
     }
+    QByteArray before;
+    QList<QByteArray> catalogues{cConfigurationMgr::featuresText(m_plan->result())};
+    if (readFile(Corvane::velmiraFolderOrFile(Corvane::FeaturesFile), before, nullptr))
+        catalogues.append(before);
+    record.setCatalogues(catalogues);
     if (record.write())
         return true;
     *error = record.errorString();

@@ -1,5 +1,6 @@
 #include "install/cPluginFolders.h"
 
+#include "config/cConfigurationMgr.h"
 #include "core/Files.h"
 #include "install/cInstallMgr.h"
 
@@ -47,7 +48,8 @@ bool cFolderRemover::removeFolder(const QString& path)
     const QDir::Filters everything = QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot;
     for (const QFileInfo& entry : QDir(path).entryInfoList(everything, QDir::Unsorted))
         isEmpty = removeEntry(entry) && isEmpty;
-    return isEmpty && (removeEmptyFolder(path) || fail(path, QStringLiteral("the folder is not empty or in use: ") + qt_error_string()));
+    return isEmpty && (removeEmptyFolder(path) ||
+                       fail(path, QStringLiteral("the folder is not empty or in use: ") + qt_error_string()));
 }
 
 bool cFolderRemover::removeFile(const QString& path)

@@ -7,6 +7,7 @@
 #include "config/cUpdateMgr.h"
 #include "core/Files.h"
 #include "core/Settings.h"
+#include "disk/WholeFiles.h"
 #include "install/cCommandRunner.h"
 #include "install/cInstallMgr.h"
 #include "install/cInstallPlan.h"
@@ -118,6 +119,8 @@ bool cRepairSource::getRemote(const cPluginId& id, cPackage& package, QString* r
     QString lack;
     if (!plugin)
         lack = otherVersionIn(repository, id.name());
+    else if (!plugin->hashFault().isEmpty())
+        lack = plugin->hashFault();
     else if (plugin->hash().isEmpty())
         lack = QStringLiteral("gives no hash for it");
     else if (plugin->sources().isEmpty())
@@ -310,6 +313,9 @@ void cRepair::writeRecord(const cVerification& verification)
         record.set(id, filesIn(Corvane::pluginDir(id).absolutePath(), {}));
     for (auto plugin = m_files.begin(); plugin != m_files.end(); ++plugin)
         record.set(plugin.key(), plugin.value());
+    QByteArray catalogue;
+    if (isDamaged && readFile(Corvane::velmiraFolderOrFile(Corvane::FeaturesFile), catalogue, nullptr))
+        record.setCatalogues({catalogue});
     const QString name = QStringLiteral("files.json");
     cFolderJournal journal;
     if (!journal.note({}))

@@ -55,9 +55,11 @@ bool cUninstallation::removePlugins(const cFeatureCatalogue& installed)
 
 bool cUninstallation::removeSettings()
 {
-    if (cRepositorySettings().remove())
+    cRepositorySettings settings;
+    if (settings.remove())
         return true;
-    m_log.error() << "The repository settings of the machine cannot be removed" << Qt::endl;
+    m_log.error().noquote() << "The repository settings of the machine cannot be removed:" << settings.errorString()
+                            << Qt::endl;
     return false;
 }
 

@@ -3,6 +3,7 @@
 #include "config/cCatalogueReader.h"
 #include "config/cConfigurationMgr.h"
 #include "core/Files.h"
+#include "disk/WholeFiles.h"
 #include "install/cInstallMgr.h"
 #include "install/cInstallPlan.h"
 #include "plugins/cManifestReader.h"
@@ -24,6 +25,16 @@ const QStringList& ownFiles()
     static const QStringList names{QStringLiteral("features*.xml*"), QStringLiteral("files.json*"),
                                    QStringLiteral("unfinished.*")};
     return names;
+}
+
+/// What tells the features file, or its copy, from those that the suite has written; empty when nothing does.
+QString changeOf(const QString& path)
+{
+    QByteArray xml;
+    cFileRecord record;
+    if (!readFile(path, xml, nullptr) || !record.read() || record.knowsCatalogue(xml))
+        return QString();
+    return QStringLiteral("%1 has another content than was written").arg(path);
 }
 
 qint64 unitsOf(qint64 bytes)
@@ -54,13 +65,14 @@ cFileRecord::Files filesIn(const QString& folder, const cFileRecord::Files& know
 cInstalledState cInstalledState::read(cConfigurationMgr& configuration)
 {
     cInstalledState state;
-    if (configuration.loadFeatures()) {
+    const QString features = Corvane::velmiraFolderOrFile(Corvane::FeaturesFile);
+    const QString last = cConfigurationMgr::lastFeaturesFile();
+    const bool isLoaded = configuration.loadFeatures();
+    state.fault = isLoaded ? changeOf(features) : configuration.catalogueFault();
+    if (isLoaded && state.fault.isEmpty()) {
         state.catalogue = configuration.installed();
         return state;
     }
-    const QString features = Corvane::velmiraFolderOrFile(Corvane::FeaturesFile);
-    const QString last = cConfigurationMgr::lastFeaturesFile();
-    state.fault = configuration.catalogueFault();
     state.isGone = state.fault.isEmpty();
     if (state.isGone)
         state.fault = QStringLiteral("%1 does not exist").arg(features);
@@ -76,6 +88,8 @@ cInstalledState cInstalledState::read(cConfigurationMgr& configuration)
     else if (!reader.read(state.lastXml) || !reader.foreignRoot().isEmpty())
         state.reason = QStringLiteral("%1; and the copy of the last whole one, %2, is damaged, too: %3")
                            .arg(state.fault, last, reader.errorString() + reader.foreignRoot());
+    else if (isLoaded && !changeOf(last).isEmpty())
+        state.reason = QStringLiteral("%1; and so has the copy, %2").arg(state.fault, last);
     return state;
 }
 
@@ -201,5 +215,5 @@ void cVerification::add(Kind kind, const cPluginId& id, const QString& file, con
 void cVerification::step(qint64 bytes)
 {
     m_done += unitsOf(bytes);
-    emit m_manager.installationProgress(int(m_done), int(m_total));
+    m_manager.tell([&] { emit m_manager.installationProgress(int(m_done), int(m_total)); });
 }

@@ -1,5 +1,7 @@
 #include <Norvale/IPluginMgr.h>
 
+#include "version/ForeignCode.h"
+
 #include <Norvale/cLogCentral.h>
 
 #include <QtCore/QMetaMethod>
@@ -15,6 +17,16 @@ void reportUnheard(const QString& wanted)
 {
     cLogCentral::log(QStringLiteral("PluginMgr")).warning().noquote()
         << wanted << "is not loaded: the plugins have not been started" << Qt::endl;
+}
+
+/// Emits a request. What a receiver other than the manager throws is logged, and is not for who has asked.
+template <typename Emission>
+void request(const Emission& emission)
+{
+    const QString thrown = whatIsThrownBy(emission);
+    if (!thrown.isEmpty())
+        cLogCentral::log(QStringLiteral("PluginMgr")).error().noquote()
+            << "A receiver of a request to load" << thrown << Qt::endl;
 }
 
 /// Where the answer of a request goes: nowhere from another thread than the manager's, for it comes later then.
@@ -47,7 +59,7 @@ bool IPluginMgr::load(const QString& name)
     if (!isSignalConnected(QMetaMethod::fromSignal(&IPluginMgr::DoLoad)))
         reportUnheard(QStringLiteral("plugin \"%1\"").arg(name));
     bool isLoaded = false;
-    emit DoLoad(name, answerFor(*this, isLoaded));
+    request([&] { emit DoLoad(name, answerFor(*this, isLoaded)); });
     return isLoaded;
 }
 
@@ -56,7 +68,7 @@ bool IPluginMgr::loadByService(const QString& service)
     if (!isSignalConnected(QMetaMethod::fromSignal(&IPluginMgr::DoLoadByService)))
         reportUnheard(QStringLiteral("the plugin of the service \"%1\"").arg(service));
     bool isLoaded = false;
-    emit DoLoadByService(service, answerFor(*this, isLoaded));
+    request([&] { emit DoLoadByService(service, answerFor(*this, isLoaded)); });
     return isLoaded;
 }
 

@@ -113,7 +113,8 @@ public:
     virtual bool unloadLibrary();
     virtual bool isLibraryLoaded() const;
 
-    /// Registers the search path, installs the translation and starts the plugin object.
+    /// Registers the search path, installs the translation and starts the plugin object. On false the first two are
+    /// taken back.
     [[nodiscard]] virtual bool start();
 
     /// Stops the plugin object of a started plugin, if there is one. False when it threw an exception.
@@ -139,6 +140,8 @@ public:
 
     /// What has been read last.
     const cManifest& manifest() const { return m_manifest; }
+    /// The path of the library; empty when the manifest names none.
+    QString libraryFile() const;
     const QString& loadCategory() const { return m_manifest.loadCategory; }
     const QStringList& services() const { return m_manifest.services; }
     const cJsonValue& params() const { return m_manifest.params; }
@@ -149,6 +152,9 @@ public:
     const QList<cCmdLine>& uninstallCommandLines() const { return m_manifest.uninstallCommandLines; }
     bool hasPluginObject() const { return m_object != nullptr; }
 
+    /// An address in the loaded library; null when no library is loaded, or it lacks the entry function.
+    const void* code() const { return m_code; }
+
     /// Why the last operation that returned false did so; names the file.
     const QString& errorString() const { return m_errorString; }
 
@@ -156,7 +162,8 @@ private:
     void moveTo(Stage next);
     bool fail(const QString& reason);
     bool callEntryFunction();
-    void registerSearchPath();
+    bool registerSearchPath();
+    void removeSearchPath();
     void installTranslation();
 
     const cPluginId m_id;
@@ -165,6 +172,7 @@ private:
     QString m_folder;
     cManifest m_manifest;
     IPlugin* m_object = nullptr; // made and owned by the library
+    const void* m_code = nullptr;
     cPluginContext m_context;
     qint32 m_state = 0;
     Stage m_stage = Stage::Known;

@@ -3,8 +3,12 @@
 #include "core/Files.h"
 #include "plugins/cDependencyOrder.h"
 #include "plugins/cPluginReporter.h"
+#include "version/cCodeImage.h"
 
 #include <QtCore/QDir>
+#include <QtCore/QFileInfo>
+
+#include <algorithm>
 
 int cPluginSuite::numberOf(const cPluginId& id)
 {
@@ -18,6 +22,7 @@ int cPluginSuite::numberOf(const cPluginId& id)
 
 void cPluginSuite::clearAllowed()
 {
+    m_files.reset();
     for (Record& record : m_records)
         record.isRegistered = false;
     m_isStale = true;
@@ -69,6 +74,7 @@ bool cPluginSuite::judge(cPluginInstance& plugin)
         return isAcceptable(plugin);
     const auto readAndJudge = [&] {
         const bool isRead = plugin.readManifest();
+        tellOfChange(plugin);
         return isRead ? isAcceptable(plugin) : fail(cStartRules::unreadable(plugin.id(), plugin.errorString()));
     };
     const bool isAccepted = m_reporter.observe(IPluginObserver::ReadManifest, plugin.name(), readAndJudge);
@@ -163,6 +169,44 @@ cPluginSuite::Plugin cPluginSuite::find(const QString& name) const
             found = record.plugin;
     }
     return found;
+}
+
+QString cPluginSuite::libraryChange(const cPluginInstance& plugin)
+{
+    const QString path = plugin.libraryFile();
+    const QString difference = path.isEmpty() ? QString() : changeOf(plugin, path);
+    const QString text = QStringLiteral("its library %1 %2; the plugin has to be repaired or installed anew");
+    return difference.isEmpty() ? QString() : text.arg(path, difference);
+}
+
+QString cPluginSuite::changeOf(const cPluginInstance& plugin, const QString& path)
+{
+    if (!m_files) {
+        m_files.emplace();
+        if (!m_files->read())
+            m_reporter.warn(QStringLiteral("installed files are used unchecked: %1").arg(m_files->errorString()));
+    }
+    if (!m_files->contains(plugin.id()) || m_installed->isInDevelopment(plugin.id()))
+        return QString();
+    const cFileRecord::Files files = m_files->files(plugin.id());
+    const auto file = files.constFind(QDir(plugin.folder()).relativeFilePath(path));
+    return file == files.constEnd() || file->looksUntouched(QFileInfo(path)) ? QString() : file->difference(path);
+}
+
+// A manifest is text, which people change; what it says counts, and they are told. One changed letter can take away a
+// dependency or a service without making the rest unreadable.
+void cPluginSuite::tellOfChange(const cPluginInstance& plugin)
+{
+    const QString path = plugin.folder() + QLatin1String("/Manifest.xml");
+    const QString difference = changeOf(plugin, path);
+    if (!difference.isEmpty())
+        m_reporter.warn(QStringLiteral("%1: its manifest %2 %3").arg(plugin.id().toString(), path, difference));
+}
+
+bool cPluginSuite::isLibraryOfPlugin(const cCodeImage& image) const
+{
+    return std::any_of(m_records.begin(), m_records.end(),
+                       [&](const Record& record) { return image.contains(record.plugin->code()); });
 }
 
 bool cPluginSuite::fail(const QString& reason)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "plugins/cFileRecord.h"
 #include "plugins/cPluginInstance.h"
 #include "plugins/cStartRules.h"
 #include "version/FlatMap.h"
@@ -8,8 +9,10 @@
 #include <QtCore/QStringList>
 #include <QtCore/QVector>
 
+#include <optional>
 #include <vector>
 
+class cCodeImage;
 class cPluginReporter;
 
 /**
@@ -31,6 +34,9 @@ public:
     /// Why the last publication could not be made or, if it was made, why it does not name what is installed: the
     /// features could not be read. Empty when it does. Has been logged.
     virtual QString publicationError() const = 0;
+
+    /// Whether somebody works on the plugin, so that its files may change.
+    virtual bool isInDevelopment(const cPluginId& id) const = 0;
 };
 
 /**
@@ -93,6 +99,13 @@ public:
     /// list; null when there is none.
     Plugin find(const QString& name) const;
 
+    /// Why the plugin's library is not the one that was installed, as the record of files has it; empty when it is, and
+    /// when nobody knows.
+    QString libraryChange(const cPluginInstance& plugin);
+
+    /// Whether @p image is the loaded library of a plugin.
+    bool isLibraryOfPlugin(const cCodeImage& image) const;
+
     /// The name of the plugin whose manifest declares the service; null when there is none.
     const QString* ownerOf(const QString& service) const { return m_rules.ownerOf(service); }
 
@@ -105,6 +118,8 @@ private:
 
     int numberOf(const cPluginId& id);
     bool judge(cPluginInstance& plugin);
+    QString changeOf(const cPluginInstance& plugin, const QString& path);
+    void tellOfChange(const cPluginInstance& plugin);
     bool isAcceptable(cPluginInstance& plugin);
     bool fail(const QString& reason);
 
@@ -118,4 +133,5 @@ private:
     bool m_isRead = false;                      // some publication has been read, and
     bool m_isStale = false;                     // something else has been published since
     QStringList m_reasons;
+    std::optional<cFileRecord> m_files; // once it is needed, until the next publication
 };

@@ -23,13 +23,6 @@ QString textOf(const cNotificationInstance& listener)
     return QStringLiteral("a listener of \"%1\"").arg(listener.eventset());
 }
 
-/// Events that wait for a listener would be delivered after its code is gone.
-void dropQueuedEvents(const QPointer<QObject>& listener)
-{
-    if (listener)
-        QCoreApplication::removePostedEvents(listener, QEvent::MetaCall);
-}
-
 } // namespace
 
 IServiceMgr::IServiceMgr() = default;
@@ -133,8 +126,9 @@ void cServiceMgr::addListener(const QString& eventset, QObject* pListener, const
     m_listeners.add(record);
     if (cStartJournal::isOpen()) {
         cStartJournal::note(record->code(), [=] {
-            dropQueuedEvents(record->guard());
-            return m_listeners.remove(record) ? textOf(*record) : QString();
+            const bool isWithdrawn = m_listeners.remove(record);
+            forgetListener(*record);
+            return isWithdrawn ? textOf(*record) : QString();
         });
     }
     connect(pListener, &QObject::destroyed, this, &cServiceMgr::onListenerDestroyed, Qt::DirectConnection);
@@ -205,7 +199,7 @@ QStringList cServiceMgr::withdraw(const cCodeImage& image)
         withdrawn.append(textOf(*record));
     }
     for (const cListenerRegistry::Record& record : m_listeners.removeOf(image)) {
-        dropQueuedEvents(record->guard());
+        forgetListener(*record);
         withdrawn.append(textOf(*record));
     }
     return withdrawn;
@@ -215,17 +209,27 @@ QStringList cServiceMgr::withdraw(const cCodeImage& image)
 bool cServiceMgr::withdraw(const cServiceRegistry::Record& record, const cServiceRegistry::Record& before)
 {
     const bool isBack = before && before->service();
-    if (!m_services.withdraw(record, isBack ? before : cServiceRegistry::Record()))
-        return false;
-    if (!isBack || before->service() != record->service())
-        forgetService(*record);
-    return true;
+    const bool isWithdrawn = m_services.withdraw(record, isBack ? before : cServiceRegistry::Record());
+    forgetService(*record);
+    return isWithdrawn;
 }
 
+// A connection that is left would have the object's code called when the manager goes.
 void cServiceMgr::forgetService(const cServiceInstance& record)
 {
-    if (QObject* const service = record.service())
+    QObject* const service = record.service();
+    if (service && m_services.object(record.name()) != service)
         disconnect(service, &QObject::destroyed, this, &cServiceMgr::onServiceDestroyed);
+}
+
+// So would an event that waits for it.
+void cServiceMgr::forgetListener(const cNotificationInstance& record)
+{
+    QObject* const listener = record.guard();
+    if (!listener || m_listeners.hasLiving(listener))
+        return;
+    disconnect(listener, &QObject::destroyed, this, &cServiceMgr::onListenerDestroyed);
+    QCoreApplication::removePostedEvents(listener, QEvent::MetaCall);
 }
 
 void cServiceMgr::logThrown(const QString& serviceId, const QString& method) const

@@ -69,6 +69,7 @@ private:
     static void announce(const QString& serviceId);
     bool withdraw(const cServiceRegistry::Record& record, const cServiceRegistry::Record& before);
     void forgetService(const cServiceInstance& record);
+    void forgetListener(const cNotificationInstance& record);
     void warnOfFailedCall(const QString& serviceId, const QString& method, const cMethodCall::Values& values,
                           const QGenericReturnArgument& result) const;
     QString reasonOfFailedCall(const QString& serviceId, const cMethodCall& call,

@@ -12,6 +12,18 @@
  */
 QString whatWasThrown();
 
+/// Calls out of the library. @return what was thrown, as whatWasThrown() tells it; empty when nothing was.
+template <typename Call>
+QString whatIsThrownBy(const Call& call)
+{
+    try {
+        call();
+        return QString();
+    } catch (...) {
+        return whatWasThrown();
+    }
+}
+
 /**
  * What is registered with the library while a plugin's start runs, so that a start that fails leaves nothing behind.
  *
