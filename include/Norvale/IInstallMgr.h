@@ -228,10 +228,14 @@ public:
      *
      * A package is the file "name-version.zip" beside the description, or else the first source that is an existing
      * local file. Each is verified whole before a file of it is written. A feature is installed with all its plugins or
-     * keeps its old version with all of its own; the other features go on.
+     * keeps its old version with all of its own; the other features go on. What would keep the suite from starting is
+     * left out, with what depends on it; so is a plugin whose folder is there without the suite having made it.
+     *
+     * With a features file that is damaged nothing is installed, changed or run.
      * @param path absolute path of a repository description, such as ".../Dropbox/repository.xml".
-     * @param consume true deletes the packages and the description once they are installed, and a package that is
-     * defective at once. What could not be written stays for the next start.
+     * @param consume true deletes each package once its plugin is installed, a package that is defective at once, and
+     * the description at the end. What could not be written stays for the next start, and so does the description then;
+     * a sound package of a feature that was left out stays.
      * @return false when a feature was left out, the description could not be read or asks for a newer core, or the
      * disk refused to be written. The reasons stand in the log channel "InstallMgr". A failing command line alone is
      * logged and is no failure. A @p path that does not exist is one unless @p consume is true.
@@ -259,7 +263,7 @@ public:
     /**
      * Uninstalls everything: runs the uninstall command lines of every installed plugin and removes its folder, the
      * repository settings, the features file and the folders that are empty then. Links are removed, never followed;
-     * what was not installed stays.
+     * what was not installed stays. With a features file that is damaged nothing is removed or run.
      * @return false when something could not be removed; the reasons stand in the log channel "InstallMgr".
      */
     static bool uninstallPlugins();

@@ -64,13 +64,18 @@ QByteArray escapedText(const QString& value)
     return isQuoted ? '"' + text + '"' : text;
 }
 
+QString wrapped(const char* kind, const QByteArray& bytes)
+{
+    return QLatin1String(kind) + QString::fromLatin1(bytes.constData(), bytes.size()) + QLatin1Char(')');
+}
+
 QString textOf(const QVariant& value)
 {
     switch (int(value.type())) {
     case QMetaType::UnknownType:
         return QStringLiteral("@Invalid()");
     case QMetaType::QByteArray:
-        return QLatin1String("@ByteArray(") + QString::fromLatin1(value.toByteArray()) + QLatin1Char(')');
+        return wrapped("@ByteArray(", value.toByteArray());
     case QMetaType::QString:
     case QMetaType::Int:
     case QMetaType::UInt:
@@ -88,7 +93,7 @@ QString textOf(const QVariant& value)
     QDataStream stream(&bytes, QIODevice::WriteOnly);
     stream.setVersion(QDataStream::Qt_4_0); // the one that QSettings reads, whatever its own version is
     stream << value;
-    return QLatin1String("@Variant(") + QString::fromLatin1(bytes.constData(), bytes.size()) + QLatin1Char(')');
+    return wrapped("@Variant(", bytes);
 }
 
 /// The line that begins the part of the file with all keys of the group @p name; empty for keys without a group.

@@ -43,7 +43,8 @@ bool readFile(const QString& path, QByteArray& bytes, QString* reason)
 
 QString causeOf(const QFileDevice& file)
 {
-    return file.error() == QFileDevice::NoError ? qt_error_string() : file.errorString();
+    const bool isKnown = file.error() != QFileDevice::NoError && file.error() != QFileDevice::UnspecifiedError;
+    return isKnown ? file.errorString() : qt_error_string();
 }
 
 QString cReplacement::write(const QByteArray& bytes)

@@ -144,9 +144,9 @@ QString writeToFile(const QSettings& store, const SettingsChanges& changes)
             return file.cause();
         // Of this file alone: a store shows also what stands behind it for other applications.
         QSettings settings(file.path(), QSettings::IniFormat);
-        if (settings.status() != QSettings::NoError)
-            return causeOf(settings);
         const Values before = valuesIn(settings);
+        if (settings.status() != QSettings::NoError) // known once all has been read
+            return causeOf(settings);
         const Values wanted = changed(before, changes);
         if (areSame(before, wanted))
             return QString();
@@ -157,7 +157,7 @@ QString writeToFile(const QSettings& store, const SettingsChanges& changes)
         if (result == cSettingsFile::ChangedMeanwhile)
             continue;
         settings.sync();
-        if (settings.status() == QSettings::NoError && areSame(valuesIn(settings), wanted))
+        if (areSame(valuesIn(settings), wanted) && settings.status() == QSettings::NoError)
             return QString();
         (void)file.replace(text, old);
         return NotAsWritten;

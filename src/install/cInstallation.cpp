@@ -132,9 +132,12 @@ QSet<cPluginId> cInstallation::foreign() const
     for (const cPluginId& id :
          pluginsOf(m_configuration.installed().features()) + pluginsOf(last.features()) + cFolderJournal().plugins())
         own.insert(id.caselessKey());
+    cFileRecord record;
+    (void)record.read(); // it only knows of more
     QSet<cPluginId> foreign;
     for (const cPluginId& id : m_plan->touched()) {
-        if (id.isSafe() && !own.contains(id.caselessKey()) && !isAbsent(Corvane::pluginDir(id).absolutePath()))
+        if (id.isSafe() && !own.contains(id.caselessKey()) && !record.contains(id) &&
+            !isAbsent(Corvane::pluginDir(id).absolutePath()))
             foreign.insert(id);
     }
     return foreign;
@@ -202,18 +205,23 @@ bool cInstallation::commit(const cFeatureCatalogue& offered, const cPackageSourc
         return true;
     QString error;
     if (!writeRecord(&error)) {
-        m_settings.restore();
+        restoreSettings();
         return logAndFail(source, cInstallOutcome::Failed, error);
     }
     if (!m_configuration.saveFeatures(m_plan->result())) {
-        if (!m_settings.restore())
-            m_log.error().noquote() << "What is installed is not what the settings tell:" << m_settings.errorString()
-                                    << Qt::endl;
+        restoreSettings();
         // The configuration manager has logged why.
         return fail(source, cInstallOutcome::Failed, QStringLiteral("the features file cannot be written"));
     }
     noteInstalled(offered);
     return true;
+}
+
+void cInstallation::restoreSettings()
+{
+    if (!m_settings.restore())
+        m_log.error().noquote() << "What is installed is not what the settings tell:" << m_settings.errorString()
+                                << Qt::endl;
 }
 
 // Before the features file names a plugin, so that whatever is installed at any moment has its record.

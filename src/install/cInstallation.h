@@ -46,6 +46,7 @@ private:
     void noteLeftOut();
     void runCommands();
     bool commit(const cFeatureCatalogue& offered, const cPackageSource& source);
+    void restoreSettings();
     bool writeRecord(QString* error);
     void noteInstalled(const cFeatureCatalogue& offered);
     void consume(const cFeatureCatalogue& offered, const cPackageSource& source);

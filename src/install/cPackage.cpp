@@ -33,19 +33,6 @@ QString mismatch(const cZipRecord& record, const cZipLocalHeader& local)
     return QString();
 }
 
-/// Only a write of nothing tells its cause: the one that fills the disk is cut short and calls that no error.
-bool writeWhole(QFile& file, const QByteArray& content)
-{
-    qint64 done = 0;
-    while (done < content.size()) {
-        const qint64 size = file.write(content.constData() + done, content.size() - done);
-        if (size <= 0)
-            return false;
-        done += size;
-    }
-    return true;
-}
-
 } // namespace
 
 bool cPackage::readFile(const QString& path)
@@ -150,14 +137,13 @@ bool cPackageUnpacker::makeFolderOf(const QString& path)
 bool cPackageUnpacker::write(const QString& path, const QByteArray& content, bool isExecutable)
 {
     QFile file(path);
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Unbuffered) || !writeWhole(file, content))
-        return fail(path, file.errorString());
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Unbuffered) ||
+        file.write(content) != content.size())
+        return fail(path, causeOf(file));
     const QFile::Permissions execution = QFile::ExeOwner | QFile::ExeUser | QFile::ExeGroup | QFile::ExeOther;
     if (isExecutable && !file.setPermissions(file.permissions() | execution))
-        return fail(path, file.errorString());
-    if (!flushNewFile(file))
-        return fail(path, QStringLiteral("it cannot be flushed to the disk: ") + qt_error_string());
-    return true;
+        return fail(path, causeOf(file));
+    return flushNewFile(file) || fail(path, causeOf(file));
 }
 
 // The content is what was to be written, not what the disk has made of it; the time is known once the file is closed.

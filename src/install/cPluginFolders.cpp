@@ -1,6 +1,5 @@
 #include "install/cPluginFolders.h"
 
-#include "config/cConfigurationMgr.h"
 #include "core/Files.h"
 #include "install/cInstallMgr.h"
 
@@ -97,8 +96,10 @@ bool cFolderJournal::note(const QVector<cPluginId>& plugins)
 QVector<cPluginId> cFolderJournal::plugins() const
 {
     QVector<cPluginId> plugins;
-    const QString text = QString::fromUtf8(Corvane::FileReadAll(m_path, nullptr));
-    for (const QString& line : text.split(QLatin1Char('\n'))) {
+    QByteArray text;
+    if (!isAbsent(m_path) && !readFile(m_path, text, nullptr))
+        return plugins; // remove() tells why
+    for (const QString& line : QString::fromUtf8(text).split(QLatin1Char('\n'))) {
         // Nobody is to have a folder removed that is not one of a plugin.
         const cPluginId id = cPluginId::parse(line);
         if (id.isSafe())

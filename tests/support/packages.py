@@ -13,8 +13,7 @@ import hashlib, os, struct, sys, zlib
 FILE, LINK, DEVICE = 0o100644, 0o120777, 0o020666
 MANIFEST = """<?xml version="1.0" encoding="utf-8"?>
 <manifest><plugin name="{name}" version="{version}" runtime_api_version="{api}">
-<start><library filename="it" function="create"/><params>{params}</params></start>
-<services>{services}</services><dependencies>{needs}</dependencies>
+<start><library filename="it" function="create"/><params>{params}</params></start><services>{services}</services><dependencies>{needs}</dependencies>
 <deployment><install>{install}</install><uninstall>{uninstall}</uninstall></deployment></plugin></manifest>
 """
 
