@@ -14,8 +14,6 @@
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonObject>
 
-#include <exception>
-
 namespace {
 
 const QString RequestMember = QStringLiteral("request");
@@ -137,24 +135,14 @@ void cHostHandler::handlePayload(int connectionId, const QByteArray& payload)
         message = cJsonValue();
         answerError(connectionId, message, QStringLiteral("not_json"), QStringLiteral("the message is no JSON"));
     } else {
-        QString fault;
-        if (!dispatch(connectionId, message, &fault))
-            answerError(connectionId, message, QStringLiteral("handler_failed"), fault);
+        // A handler that looks for a member by its plain name throws when the message lacks it.
+        const QStringList thrown = Corvane::dispatchLocalSocketMessage(connectionId, message);
+        if (!thrown.isEmpty()) {
+            answerError(connectionId, message, QStringLiteral("handler_failed"),
+                        QStringLiteral("a handler ") + thrown.join(QStringLiteral("; a handler ")));
+        }
     }
     answer(connectionId, message, QStringLiteral("HANDLED"), {});
-}
-
-// A handler that looks for a member by its plain name throws when the message lacks it; the client is told, and the
-// host goes on.
-bool cHostHandler::dispatch(int connectionId, const cJsonValue& message, QString* fault)
-{
-    try {
-        Corvane::handleLocalSocketMessage(connectionId, message);
-        return true;
-    } catch (const std::exception& error) {
-        *fault = QStringLiteral("a handler threw: %1").arg(QString::fromLocal8Bit(error.what()));
-    }
-    return false;
 }
 
 void cHostHandler::announce(const cJsonValue& message)

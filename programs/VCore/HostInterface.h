@@ -31,7 +31,6 @@ signals:
 
 private:
     void handlePayload(int connectionId, const QByteArray& payload);
-    bool dispatch(int connectionId, const cJsonValue& message, QString* fault);
     void announce(const cJsonValue& message);
     void call(int connectionId, const cJsonValue& message);
     void answer(int connectionId, const cJsonValue& message, const QString& command, QJsonObject members);

@@ -4,6 +4,8 @@
 
 #include <QtCore/QXmlStreamReader>
 
+#include <algorithm>
+
 namespace {
 
 /// Null when there is no such attribute.
@@ -31,6 +33,19 @@ QString textOf(const QString& buffer)
 QByteArray digestOf(const QString& text)
 {
     return QByteArray::fromHex(text.toLatin1());
+}
+
+/// Why @p text is no hash; empty when it is one. The decoding takes any text.
+QString hashFault(const QString& text)
+{
+    constexpr int Digits = 40;
+    const QStringView digits = QStringView(text).trimmed();
+    const auto isDigit = [](QChar c) {
+        return (c >= u'0' && c <= u'9') || (c >= u'a' && c <= u'f') || (c >= u'A' && c <= u'F');
+    };
+    if (digits.size() == Digits && std::all_of(digits.begin(), digits.end(), isDigit))
+        return QString();
+    return QStringLiteral("its hash \"%1\" is no SHA-1 hash in 40 hexadecimal digits").arg(text);
 }
 
 } // namespace
@@ -81,11 +96,13 @@ cCatalogueReader::Place cCatalogueReader::placeOf(Place parent, QStringView tag)
     return parent == Place::Document ? Place::Root : Place::Unknown;
 }
 
-void cCatalogueReader::beginElement(QStringView tag, const QXmlStreamAttributes& attributes, int, int)
+void cCatalogueReader::beginElement(QStringView tag, const QXmlStreamAttributes& attributes, int line, int column)
 {
-    m_open.push_back(placeOf(m_open.back(), tag));
+    const Place parent = m_open.back();
+    m_open.push_back(placeOf(parent, tag));
     switch (m_open.back()) {
     case Place::Root:
+        noteRoot(tag, line, column);
         return beginRoot(attributes);
     case Place::Feature:
         return beginFeature(attributes);
@@ -104,6 +121,9 @@ void cCatalogueReader::beginElement(QStringView tag, const QXmlStreamAttributes&
     case Place::RuntimeSource:
     case Place::RuntimeHash:
         m_text.resize(0);
+        return;
+    case Place::Unknown:
+        m_hasOthers = m_hasOthers || parent == Place::Root;
         return;
     default:
         return;
@@ -126,7 +146,7 @@ void cCatalogueReader::endElement()
         m_plugin->addSource({m_location, textOf(m_text)});
         break;
     case Place::Hash:
-        m_plugin->setHash(digestOf(m_text));
+        m_plugin->setHash(digestOf(m_text), hashFault(m_text));
         break;
     case Place::RuntimeSource:
         // Of a runtime the first source and hash count.
@@ -135,8 +155,10 @@ void cCatalogueReader::endElement()
         m_hasRuntimeSource = true;
         break;
     case Place::RuntimeHash:
-        if (!m_hasRuntimeHash)
+        if (!m_hasRuntimeHash) {
             m_runtime.hash = digestOf(m_text);
+            m_runtime.hashFault = hashFault(m_text);
+        }
         m_hasRuntimeHash = true;
         break;
     case Place::Runtime:
@@ -158,6 +180,16 @@ cVersion cCatalogueReader::versionOf(const QXmlStreamAttributes& attributes)
     return cVersion(m_text);
 }
 
+void cCatalogueReader::noteRoot(QStringView tag, int line, int column)
+{
+    m_hasEntries = false;
+    m_hasOthers = false;
+    m_foreignRoot.clear();
+    if (tag != u"repository")
+        m_foreignRoot = QStringLiteral("line %1, column %2: a document of another kind, its root is \"%3\"")
+                            .arg(QString::number(line), QString::number(column), tag);
+}
+
 void cCatalogueReader::beginRoot(const QXmlStreamAttributes& attributes)
 {
     m_repository = attribute(attributes, u"name");
@@ -172,6 +204,7 @@ void cCatalogueReader::beginRoot(const QXmlStreamAttributes& attributes)
 
 void cCatalogueReader::beginFeature(const QXmlStreamAttributes& attributes)
 {
+    m_hasEntries = true;
     const QString name = attribute(attributes, u"name");
     const cVersion version = versionOf(attributes);
     m_feature = m_catalogue.find(name, version);
@@ -197,6 +230,7 @@ void cCatalogueReader::beginPlugin(const QXmlStreamAttributes& attributes)
 
 void cCatalogueReader::beginRuntime(const QXmlStreamAttributes& attributes)
 {
+    m_hasEntries = true;
     m_runtime = cRuntimeEntry();
     m_runtime.version = versionOf(attributes);
     m_runtime.name = attribute(attributes, u"name");

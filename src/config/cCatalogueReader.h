@@ -27,6 +27,11 @@ public:
     /// "line L, column C: message" of the last failure.
     QString errorString() const { return m_errorString; }
 
+    /// "line L, column C: ..." of the root when the last document was no catalogue by all signs: the root has another
+    /// name, elements in it, and no feature and runtime among them. Empty otherwise: the name alone is not held against
+    /// it.
+    QString foreignRoot() const { return m_hasOthers && !m_hasEntries ? m_foreignRoot : QString(); }
+
 private:
     /// What an element is by its tag and its parent.
     enum class Place {
@@ -54,6 +59,7 @@ private:
 
     cVersion versionOf(const QXmlStreamAttributes& attributes);
     void beginRoot(const QXmlStreamAttributes& attributes);
+    void noteRoot(QStringView tag, int line, int column);
     void beginFeature(const QXmlStreamAttributes& attributes);
     void beginPlugin(const QXmlStreamAttributes& attributes);
     void beginRuntime(const QXmlStreamAttributes& attributes);
@@ -72,4 +78,7 @@ private:
     QString m_language;
     QString m_text; // of the display name, source, hash or version
     QString m_errorString;
+    QString m_foreignRoot; // what foreignRoot() says, should no entry come; empty when the root is named as ours
+    bool m_hasEntries = false;
+    bool m_hasOthers = false;
 };

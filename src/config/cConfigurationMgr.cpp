@@ -2,23 +2,35 @@
 
 #include "config/cCatalogueReader.h"
 #include "config/cCatalogueWriter.h"
+#include "config/cDropbox.h"
 #include "config/cPublication.h"
 #include "config/cUpdateApply.h"
 #include "config/cUpdateCheck.h"
 #include "config/cUpdateMgr.h"
 #include "core/Files.h"
 #include "log/cFrameworkLog.h"
+#include "plugins/cFileRecord.h"
 #include "plugins/cPluginMgr.h"
+#include "version/ForeignCode.h"
 
 #include <Norvale/Corvane.h>
 
 #include <QtCore/QBuffer>
-#include <QtCore/QFile>
+#include <QtCore/QDir>
+#include <QtCore/QFileInfo>
+#include <QtCore/QPointer>
 #include <QtCore/QScopedValueRollback>
+
+#include <algorithm>
 
 namespace {
 
 cConfigurationMgr* s_instance = nullptr;
+
+QString featuresFile()
+{
+    return Corvane::velmiraFolderOrFile(Corvane::FeaturesFile);
+}
 
 cFeatureInfo infoOf(const cFeatureInstance& feature)
 {
@@ -32,6 +44,30 @@ cFeatureInfo infoOf(const cFeatureInstance& feature)
     for (const QSharedPointer<cFeaturePlugin>& plugin : feature.plugins())
         info.plugins.append(plugin->id().toString());
     return info;
+}
+
+/// What reading a catalogue document has come to.
+struct cCatalogueFile
+{
+    QByteArray xml;
+    QString error;   // why it is not read; the texts of both are as cConfigurationMgr::catalogueFault()
+    QString foreign; // by what it is known as a document of another kind, although it has been read
+};
+
+cCatalogueFile readCatalogue(const QString& path, cFeatureCatalogue& catalogue)
+{
+    cCatalogueFile file;
+    QString cause;
+    if (!readFile(path, file.xml, &cause)) {
+        file.error = QStringLiteral("%1: cannot be read: %2").arg(path, cause);
+        return file;
+    }
+    cCatalogueReader reader(catalogue);
+    if (!reader.read(file.xml))
+        file.error = path + QLatin1String(": ") + reader.errorString();
+    else if (!reader.foreignRoot().isEmpty())
+        file.foreign = path + QLatin1String(": ") + reader.foreignRoot();
+    return file;
 }
 
 } // namespace
@@ -54,42 +90,85 @@ cConfigurationMgr* cConfigurationMgr::instance()
 bool cConfigurationMgr::loadFeatures()
 {
     m_installed.clear();
-    const QString path = Corvane::velmiraFolderOrFile(Corvane::FeaturesFile);
-    const QString reason = readCatalogue(path, m_installed);
+    m_catalogueFault.clear();
+    const QString path = featuresFile();
+    QString reason = path + QStringLiteral(" does not exist");
+    cCatalogueFile file;
+    if (!isAbsent(path)) {
+        file = readCatalogue(path, m_installed);
+        reason = m_catalogueFault = file.error.isEmpty() ? file.foreign : file.error;
+    }
     // The start loads the file twice; the reason is logged once.
     if (!reason.isEmpty() && reason != m_loggedReason)
-        m_log.warning().noquote() << "No installed features:" << path << reason << Qt::endl;
+        (m_catalogueFault.isEmpty() ? m_log.warning() : m_log.error()).noquote()
+            << "No installed features:" << reason << Qt::endl;
     m_loggedReason = reason;
+    if (reason.isEmpty() && isTrusted(file.xml))
+        keepAsLast(file.xml);
     return reason.isEmpty();
 }
 
 bool cConfigurationMgr::readAvailable(const QString& path)
 {
     m_available = cFeatureCatalogue();
-    const QString reason = readCatalogue(path, m_available);
-    if (!reason.isEmpty())
-        m_log.error().noquote() << "No repository description:" << path << reason << Qt::endl;
-    return reason.isEmpty();
+    const cCatalogueFile file = readCatalogue(path, m_available);
+    if (!file.error.isEmpty())
+        m_log.error().noquote() << "No repository description:" << file.error << Qt::endl;
+    else if (!file.foreign.isEmpty())
+        m_log.warning().noquote() << "A repository description without features:" << file.foreign << Qt::endl;
+    return file.error.isEmpty();
 }
 
-QString cConfigurationMgr::readCatalogue(const QString& path, cFeatureCatalogue& catalogue)
+QString cConfigurationMgr::lastFeaturesFile()
 {
-    bool isRead = false;
-    const QByteArray xml = Corvane::FileReadAll(path, &isRead);
-    if (!isRead)
-        return QFile::exists(path) ? QStringLiteral("cannot be read") : QStringLiteral("does not exist");
-    cCatalogueReader reader(catalogue);
-    return reader.read(xml) ? QString() : reader.errorString();
+    return QFileInfo(featuresFile()).dir().absoluteFilePath(QStringLiteral("features.last.xml"));
 }
 
-bool cConfigurationMgr::saveFeatures(const QVector<QSharedPointer<cFeatureInstance>>& features)
+// One changed letter can make another whole document. What has come about like that must not replace the copy that a
+// repair needs; nor must what somebody has written into the file, who is told so.
+bool cConfigurationMgr::isTrusted(const QByteArray& xml)
+{
+    QByteArray last;
+    cFileRecord record;
+    if ((readFile(lastFeaturesFile(), last, nullptr) && last == xml) || !record.read() || record.knowsCatalogue(xml))
+        return true;
+    if (!m_hasWarned) {
+        m_log.warning().noquote()
+            << featuresFile() << "is not as it was written last; verifying compares all, and a repair brings it back"
+            << Qt::endl;
+    }
+    m_hasWarned = true;
+    return false;
+}
+
+void cConfigurationMgr::keepAsLast(const QByteArray& xml)
+{
+    QByteArray last;
+    QString error;
+    const bool isKept =
+        (readFile(lastFeaturesFile(), last, nullptr) && last == xml) || replaceFile(lastFeaturesFile(), xml, &error);
+    if (!isKept && error != m_loggedLast)
+        m_log.info().noquote() << "The catalogue of installed features has no copy for a repair:" << error << Qt::endl;
+    m_loggedLast = error;
+}
+
+QByteArray cConfigurationMgr::featuresText(const QVector<QSharedPointer<cFeatureInstance>>& features)
 {
     QBuffer text; // a text file, as all documents that are saved
     text.open(QIODevice::WriteOnly | QIODevice::Text);
     text.write(cCatalogueWriter::installed(features, Corvane::currentVersion()));
+    return text.data();
+}
+
+bool cConfigurationMgr::saveFeatures(const QVector<QSharedPointer<cFeatureInstance>>& features)
+{
+    const QByteArray xml = featuresText(features);
     QString error;
-    if (replaceFile(Corvane::velmiraFolderOrFile(Corvane::FeaturesFile), text.data(), &error))
+    if (replaceFile(featuresFile(), xml, &error)) {
+        m_catalogueFault.clear();
+        keepAsLast(xml);
         return true;
+    }
     m_log.error().noquote() << "Cannot write the features file:" << error << Qt::endl;
     return false;
 }
@@ -98,9 +177,8 @@ bool cConfigurationMgr::publishInstalledPlugins()
 {
     // A features file that cannot be loaded leaves an empty catalogue, which is published like any other.
     m_publicationError.clear();
-    const QString path = Corvane::velmiraFolderOrFile(Corvane::FeaturesFile);
-    if (m_installed.isEmpty() && !loadFeatures() && QFile::exists(path))
-        m_publicationError = path + QLatin1Char(' ') + m_loggedReason;
+    if (m_installed.isEmpty() && !loadFeatures())
+        m_publicationError = m_catalogueFault;
     cPublication publication;
     for (const QSharedPointer<cFeatureInstance>& feature : m_installed.features()) {
         if (!publication.add(*feature)) {
@@ -114,6 +192,17 @@ bool cConfigurationMgr::publishInstalledPlugins()
     for (const QSharedPointer<cFeaturePlugin>& plugin : plugins)
         m_plugins.registerPlugin(plugin->id());
     return true;
+}
+
+bool cConfigurationMgr::isInDevelopment(const cPluginId& id) const
+{
+    const QSharedPointer<cFeatureInstance> feature =
+        m_installed.find(QString::fromLatin1(cFeatureInstance::DevelopmentName));
+    if (!feature)
+        return false;
+    const QVector<QSharedPointer<cFeaturePlugin>> plugins = feature->plugins();
+    return std::any_of(plugins.begin(), plugins.end(),
+                       [&](const QSharedPointer<cFeaturePlugin>& plugin) { return plugin->id() == id; });
 }
 
 bool cConfigurationMgr::isFeatureInstalled(const QString& name) const
@@ -172,10 +261,33 @@ bool cConfigurationMgr::canBegin()
 
 cJsonValue cConfigurationMgr::makeCheck(cUpdateCheck& check, const QStringList& names)
 {
-    // An installation without features is checked like any other.
-    if (m_installed.isEmpty())
-        (void)loadFeatures();
-    return check.run(names, *cUpdateMgr::instance());
+    // An installation without features is checked like any other; of one whose features are not known, all would be
+    // taken for new, or for gone.
+    if (m_installed.isEmpty() && !loadFeatures() && !m_catalogueFault.isEmpty()) {
+        m_log.error().noquote() << "Updates are not checked for: what is installed is not known," << m_catalogueFault
+                                << Qt::endl;
+        return cUpdateCheck::notChecked();
+    }
+    const QPointer<cUpdateMgr> updates(cUpdateMgr::instance());
+    const cJsonValue result = check.run(names, *updates);
+    if (result.get("result_code", -1).toInt() == IConfigMgr::NothingNewer && updates && updates->isComplete())
+        discardWithdrawn();
+    return result;
+}
+
+/// What an earlier check found is offered no more.
+void cConfigurationMgr::discardWithdrawn()
+{
+    cDropbox dropbox;
+    if (!dropbox.hasUpdate())
+        return;
+    const QString left = dropbox.discard();
+    if (left.isEmpty())
+        m_log.info() << "The update that waited to be installed is discarded: the update sites offer it no more"
+                     << Qt::endl;
+    else
+        m_log.warning().noquote() << "An update that the update sites offer no more cannot be discarded whole:" << left
+                                  << Qt::endl;
 }
 
 cJsonValue cConfigurationMgr::apply(const cUpdateCheck& check, const cJsonValue& result)
@@ -207,8 +319,12 @@ void cConfigurationMgr::setOverallProgress(const QString& label, qint64 base, qi
 
 void cConfigurationMgr::onProgress(QString fname, qint64 bytesReceived, qint64 bytesTotal)
 {
-    if (!m_overallLabel.isEmpty() && m_overallTotal >= 1)
-        emit progress(m_overallLabel, m_overallBase + bytesReceived, m_overallTotal);
-    else
-        emit progress(fname, bytesReceived, bytesTotal);
+    const QString thrown = whatIsThrownBy([&] {
+        if (!m_overallLabel.isEmpty() && m_overallTotal >= 1)
+            emit progress(m_overallLabel, m_overallBase + bytesReceived, m_overallTotal);
+        else
+            emit progress(fname, bytesReceived, bytesTotal);
+    });
+    if (!thrown.isEmpty())
+        m_log.error().noquote() << "A receiver of the progress" << thrown << Qt::endl;
 }

@@ -36,9 +36,18 @@ public:
     const cFeatureCatalogue& installed() const { return m_installed; }
     const cFeatureCatalogue& available() const { return m_available; }
 
-    /// Reads the features file into the installed catalogue, which is emptied first. False when the file is absent,
-    /// unreadable or not well-formed; the reason is logged unless it is the same as the time before.
+    /// Reads the features file into the installed catalogue, which is emptied first. False when the file is absent or
+    /// faulty; the reason is logged unless it is the same as the time before. A file that was read whole is kept as
+    /// lastFeaturesFile(), unless it is known not to be what was written last, which is logged.
     [[nodiscard]] bool loadFeatures();
+
+    /// What is wrong with the features file, as of the last load or save: "PATH: line L, column C: message", or "PATH:
+    /// cannot be read: cause". Empty when it was whole, or absent: only then is the installed catalogue what is
+    /// installed. Whoever would write, remove or run something because of it asks first, and refuses.
+    QString catalogueFault() const { return m_catalogueFault; }
+
+    /// Where the last features file that was whole is kept, beside the features file.
+    static QString lastFeaturesFile();
 
     /// Replaces the installed catalogue in memory; the features file is not touched.
     void setInstalled(const cFeatureCatalogue& catalogue) { m_installed = catalogue; }
@@ -51,8 +60,12 @@ public:
     /// root's version is the installed repository version. False when it cannot be written; the old file then stays.
     [[nodiscard]] bool saveFeatures(const QVector<QSharedPointer<cFeatureInstance>>& features);
 
+    /// What saveFeatures() would write now.
+    static QByteArray featuresText(const QVector<QSharedPointer<cFeatureInstance>>& features);
+
     bool publishInstalledPlugins() override;
     bool isFeatureInstalled(const QString& name) const override;
+    bool isInDevelopment(const cPluginId& id) const override;
     QString publicationError() const override { return m_publicationError; }
 
     /// What `IConfigMgr::installedFeatures` answers.
@@ -81,12 +94,15 @@ public slots:
     void onProgress(QString fname, qint64 bytesReceived, qint64 bytesTotal);
 
 private:
-    /// The reason why the catalogue document at @p path cannot be read; empty when it has been read into @p catalogue.
-    static QString readCatalogue(const QString& path, cFeatureCatalogue& catalogue);
+    /// Whether @p xml, which was read whole, is what the suite has written, as far as the record of files knows.
+    bool isTrusted(const QByteArray& xml);
+    /// Makes @p xml, which was read whole or written, what lastFeaturesFile() holds.
+    void keepAsLast(const QByteArray& xml);
 
     /// False, with the reason logged, while a check or an update waits further up this thread's stack.
     bool canBegin();
     cJsonValue makeCheck(cUpdateCheck& check, const QStringList& names);
+    void discardWithdrawn();
     cJsonValue apply(const cUpdateCheck& check, const cJsonValue& result);
 
     cPluginMgr& m_plugins;
@@ -99,6 +115,9 @@ private:
     bool m_isUpdating = false;       // a check or an update is under way, perhaps further up this thread's stack
     bool m_isCancelled = false;      // since the last update began
     cUpdateApply* m_apply = nullptr; // the fetching under way; null between
-    QString m_loggedReason;          // of the last load; empty when it succeeded
-    QString m_publicationError;      // of the last publication; empty when it names all that is installed
+    QString m_catalogueFault;
+    QString m_loggedReason;     // of the last load; empty when it succeeded
+    bool m_hasWarned = false;   // of a features file that is not as it was written
+    QString m_loggedLast;       // why the last features file could not be kept; empty when it was
+    QString m_publicationError; // of the last publication; empty when it names all that is installed
 };

@@ -2,11 +2,14 @@
 
 #include "config/cCatalogueReader.h"
 #include "config/cConfigurationMgr.h"
+#include "core/Files.h"
 #include "core/Settings.h"
 #include "install/cInstallation.h"
 #include "install/cPluginFolders.h"
+#include "install/cRepair.h"
 #include "install/cUninstallation.h"
 #include "log/cFrameworkLog.h"
+#include "version/ForeignCode.h"
 
 #include <Norvale/Corvane.h>
 
@@ -116,16 +119,16 @@ bool cInstallMgr::installFromLocation(const QString& path, bool consume)
     m_outcome = cInstallOutcome();
     const cOperation announced(*this, IInstallMgr::OPERATION_START);
     if (!QFile::exists(path)) {
-        if (cFolderJournal().exists())
-            cInstallation(*this, m_configuration, m_plugins, m_log).recover();
+        if (cFolderJournal().exists()) // a damaged features file is told by the start
+            (void)cInstallation(*this, m_configuration, m_plugins, m_log).recover();
         m_outcome.result = cInstallOutcome::NothingToDo;
         return consume || logAndFail(path, QStringLiteral("it does not exist"));
     }
-    emit installationStart(IInstallMgr::OPERATION_LOCATION, QString(), QString());
-    bool isRead = false;
-    const QByteArray xml = Corvane::FileReadAll(path, &isRead);
-    if (!isRead)
-        return logAndFail(path, QStringLiteral("it cannot be read"));
+    tell([&] { emit installationStart(IInstallMgr::OPERATION_LOCATION, QString(), QString()); });
+    QByteArray xml;
+    QString cause;
+    if (!readFile(path, xml, &cause))
+        return logAndFail(path, QStringLiteral("it cannot be read: ") + cause);
     cFeatureCatalogue offered;
     cCatalogueReader reader(offered);
     if (!reader.read(xml))
@@ -143,7 +146,7 @@ bool cInstallMgr::installBootstrap()
     const cOperation announced(*this, IInstallMgr::OPERATION_START);
     if (!QFile::exists(path))
         return logAndFail(path, QStringLiteral("it does not exist"));
-    emit installationStart(IInstallMgr::OPERATION_LOCATION, QString(), QString());
+    tell([&] { emit installationStart(IInstallMgr::OPERATION_LOCATION, QString(), QString()); });
     if (!m_configuration.readAvailable(path)) // the configuration manager has logged why
         return fail(path, QStringLiteral("it cannot be read as a repository description"));
     return install(m_configuration.available(), cPackageSource(path, cPackageSource::Kept));
@@ -162,10 +165,12 @@ bool cInstallMgr::installPackage(const QString& path)
     const cPluginId id = idOfPackage(package);
     if (id.isNull())
         return logAndFail(package, QStringLiteral("it is not named NAME-VERSION.zip, as packages are"));
-    emit installationStart(IInstallMgr::OPERATION_LOCATION, QString(), QString());
+    tell([&] { emit installationStart(IInstallMgr::OPERATION_LOCATION, QString(), QString()); });
     // The features must be loaded for the other plugins of the development feature to stay in it.
     cInstallation installation(*this, m_configuration, m_plugins, m_log);
-    installation.recover();
+    const QString fault = installation.recover();
+    if (!fault.isEmpty())
+        return refuse(package, fault);
     const cFeatureCatalogue offered = developmentFeature(m_configuration.installed(), id, QUrl::fromLocalFile(package));
     return conclude(installation.run(offered, cPackageSource(package, cPackageSource::SinglePackage)));
 }
@@ -178,11 +183,46 @@ bool cInstallMgr::uninstallPlugins()
     return cUninstallation(*this, m_configuration, m_plugins, m_log).run();
 }
 
+cVerifyOutcome cInstallMgr::verify()
+{
+    cVerifyOutcome outcome;
+    outcome.reason = Busy;
+    if (m_isBusy)
+        return outcome;
+    const QScopedValueRollback<bool> busy(m_isBusy, true);
+    // Plugins may run, and what they are told is installed does not change under them.
+    const cFeatureCatalogue published = m_configuration.installed();
+    const cInstalledState state = cInstalledState::read(m_configuration);
+    if (!published.isEmpty())
+        m_configuration.setInstalled(published);
+    return cVerification(*this, m_log).run(state);
+}
+
+cRepairOutcome cInstallMgr::repair()
+{
+    cRepairOutcome outcome;
+    outcome.reason = QStringLiteral("Nothing is repaired: ") + Busy;
+    if (m_isBusy)
+        return outcome;
+    const QScopedValueRollback<bool> busy(m_isBusy, true);
+    return cRepair(*this, m_configuration, m_plugins, m_log).run();
+}
+
 bool cInstallMgr::install(const cFeatureCatalogue& offered, const cPackageSource& source)
 {
     cInstallation installation(*this, m_configuration, m_plugins, m_log);
-    installation.recover();
+    const QString fault = installation.recover();
+    if (!fault.isEmpty())
+        return refuse(source.path(), fault);
     return conclude(installation.run(offered, source));
+}
+
+/// Nothing is installed as long as nobody knows what is.
+bool cInstallMgr::refuse(const QString& path, const QString& fault)
+{
+    m_outcome.result = cInstallOutcome::Failed;
+    m_outcome.reason = textOf(path, QStringLiteral("the list of what is installed is damaged: ") + fault);
+    return logAndFail(m_outcome.reason);
 }
 
 bool cInstallMgr::conclude(const cInstallOutcome& outcome)
@@ -209,6 +249,13 @@ bool cInstallMgr::logAndFail(const QString& path, const QString& reason)
     return logAndFail(m_outcome.reason);
 }
 
+void cInstallMgr::tell(const std::function<void()>& emission)
+{
+    const QString thrown = whatIsThrownBy(emission);
+    if (!thrown.isEmpty())
+        m_log.error().noquote() << "A receiver of the signals of an installation" << thrown << Qt::endl;
+}
+
 bool cInstallMgr::logAndFail(const QString& text) const
 {
     m_log.error().noquote() << text << Qt::endl;
@@ -219,5 +266,5 @@ cOperation::cOperation(cInstallMgr& manager, IInstallMgr::OPERATION operation, c
     : m_manager(manager)
 {
     const QString version = plugin.isNull() ? QString() : plugin.version().toString();
-    emit m_manager.installationStart(operation, plugin.name(), version);
+    m_manager.tell([&] { emit m_manager.installationStart(operation, plugin.name(), version); });
 }

@@ -8,6 +8,8 @@
 #include <QtCore/QObject>
 #include <QtCore/QString>
 
+#include <functional>
+
 class cConfigurationMgr;
 class cFeatureCatalogue;
 class cPackageSource;
@@ -38,7 +40,12 @@ public:
     bool installBootstrap();
     bool installPackage(const QString& path);
     bool uninstallPlugins();
+    cVerifyOutcome verify();
+    cRepairOutcome repair();
     const cInstallOutcome& lastOutcome() const { return m_outcome; }
+
+    /// Emits a signal of an installation. What a receiver throws is logged, and stops nothing.
+    void tell(const std::function<void()>& emission);
 
 signals:
     /// Name and version of the plugin concerned; both empty for the operations on a whole location.
@@ -49,6 +56,7 @@ signals:
 private:
     void connectSlot(const char* signal, QObject* receiver, const char* slot);
     bool install(const cFeatureCatalogue& offered, const cPackageSource& source);
+    bool refuse(const QString& path, const QString& fault);
     bool conclude(const cInstallOutcome& outcome);
     bool fail(const QString& path, const QString& reason);
     bool logAndFail(const QString& path, const QString& reason);
@@ -70,7 +78,10 @@ class cOperation
 public:
     /// @p plugin is the null id for the operations on a whole location.
     cOperation(cInstallMgr& manager, IInstallMgr::OPERATION operation, const cPluginId& plugin = cPluginId());
-    ~cOperation() { emit m_manager.installationFinished(); }
+    ~cOperation()
+    {
+        m_manager.tell([this] { emit m_manager.installationFinished(); });
+    }
 
     cOperation(const cOperation&) = delete;
     cOperation& operator=(const cOperation&) = delete;

@@ -31,6 +31,9 @@ void appendUtf8(Bytes& line, const char* text, int length);
 /// How many of the @p length bytes are the next piece, of about @p limit bytes: no character is cut in two.
 int pieceLength(const char* text, int length, int limit);
 
+/// The line end of the system's text files, as the line builder makes it of "\n".
+const char* end();
+
 /// The bytes of a line with everything shown that stands before its line end; see version/Shown.h.
 QByteArray shownLine(const QByteArray& text);
 

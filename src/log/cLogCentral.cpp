@@ -3,28 +3,39 @@
 #include "log/cFrameworkLog.h"
 #include "log/cLogCentralData.h"
 #include "log/cLogImpl.h"
+#include "version/ForeignCode.h"
+#include "version/cCodeImage.h"
 
+#include <QtCore/QCoreApplication>
 #include <QtCore/QMutexLocker>
 
 namespace {
 
-/// Switches a channel that is not registered, by a temporary one of its name.
-void storeSwitchOf(const QString& name, bool isEnabled)
+/// Tells why switches are not kept, if they are not; no lock is held.
+void tell(const QString& error)
 {
-    cLogImpl channel(name);
+    if (!error.isEmpty())
+        cLogCentral::log(QStringLiteral("Norvale")).warning().noquote() << error << Qt::endl;
+}
+
+QString switchTo(cLogImpl& channel, bool isEnabled)
+{
     channel.setEnabled(isEnabled);
-    channel.storeSwitch();
+    return cLogImpl::storeSwitches({&channel});
 }
 
 void switchLog(cLogCentralData& central, const QString& name, bool isEnabled)
 {
-    const QMutexLocker locker(&central.lock);
+    QMutexLocker locker(&central.lock);
+    QString error;
     if (cLogImpl* channel = central.channels.value(name)) {
-        channel->setEnabled(isEnabled);
-        channel->storeSwitch();
+        error = switchTo(*channel, isEnabled);
     } else {
-        storeSwitchOf(name, isEnabled);
+        cLogImpl temporary(name);
+        error = switchTo(temporary, isEnabled);
     }
+    locker.unlock();
+    tell(error);
 }
 
 /// Flushes the log file when the library is unloaded, which the central itself outlives.
@@ -65,10 +76,10 @@ cLog cLogCentral::log(const QString& name)
     const QMutexLocker locker(&central.lock);
     if (name.isEmpty())
         return cLog();
-    cLogImpl*& channel = central.channels[name];
-    if (!channel)
-        channel = new cLogImpl(name);
-    return cLog(*channel);
+    if (cLogImpl* const channel = central.channels.value(name))
+        return cLog(*channel);
+    const QString owned(name.constData(), name.size()); // a literal goes with the library that it lies in
+    return cLog(**central.channels.insert(owned, new cLogImpl(owned)));
 }
 
 cLog cFrameworkLog::take(const QString& name)
@@ -99,9 +110,13 @@ void cLogCentral::disableLog(const QString& name)
 void cLogCentral::saveLogSettings()
 {
     cLogCentralData& central = *instance()->d;
-    const QMutexLocker locker(&central.lock);
+    QMutexLocker locker(&central.lock);
+    QVector<const cLogImpl*> channels;
     for (const cLogImpl* channel : qAsConst(central.channels))
-        channel->storeSwitch();
+        channels.append(channel);
+    const QString error = cLogImpl::storeSwitches(channels);
+    locker.unlock();
+    tell(error);
 }
 
 void cLogCentral::setLogFile(const QString& path)
@@ -140,11 +155,21 @@ void cLogCentral::addHook(QObject* object, const char* method)
         return;
     cLogCentralData& central = *instance()->d;
     const QMutexLocker locker(&central.lock);
-    if (central.hooks.contains(object))
+    if (central.hooks.contains(object)) {
         central.hooks.replace(object, method);
-    else
-        central.hooks.set(object, method,
-                          QObject::connect(object, &QObject::destroyed, [object] { removeHook(object); }));
+        return;
+    }
+    central.hooks.set(object, method, QObject::connect(object, &QObject::destroyed, [object] { removeHook(object); }));
+    if (!cStartJournal::isOpen())
+        return;
+    cStartJournal::note(cCodeImage::codeOf(object), [&central, object] {
+        const QMutexLocker undoing(&central.lock);
+        if (!central.hooks.contains(object))
+            return QString();
+        central.hooks.remove(object);
+        QCoreApplication::removePostedEvents(object, QEvent::MetaCall);
+        return QStringLiteral("a log hook");
+    });
 }
 
 void cLogCentral::removeHook(QObject* object)

@@ -133,15 +133,19 @@ void cDependencyOrder::resolve()
     m_isPlaced.resize(m_names.size());
 }
 
-QStringList cDependencyOrder::reasons() const
+QVector<cOrderFault> cDependencyOrder::faults() const
 {
-    QStringList lines;
+    QVector<cOrderFault> faults;
     for (int record = 0; record < count(); ++record) {
         for (int i = m_providersBegin[record]; i < m_providersBegin[record + 1]; ++i) {
-            const QString& text = m_dependencies[record].at(i - m_providersBegin[record]);
-            if (m_providers[i] == Absent)
-                lines.append(QStringLiteral("plugin \"%1\" depends on \"%2\", which is not installed")
-                                 .arg(m_names[record], cPluginDependency(text).name()));
+            if (m_providers[i] != Absent)
+                continue;
+            const QString name = cPluginDependency(m_dependencies[record].at(i - m_providersBegin[record])).name();
+            faults.append(
+                {{record},
+                 false,
+                 name,
+                 QStringLiteral("plugin \"%1\" depends on \"%2\", which is not installed").arg(m_names[record], name)});
         }
     }
     // From each record that is left to the first that it waits for: a walk that meets its own trace has found a cycle.
@@ -153,9 +157,17 @@ QStringList cDependencyOrder::reasons() const
             at = firstLeftProvider(at);
         }
         if (at != Absent && walkOf[at] == start)
-            lines.append(describeCycle(at));
+            faults.append(cycleOf(at));
     }
-    return lines;
+    return faults;
+}
+
+QStringList cDependencyOrder::reasons() const
+{
+    QStringList texts;
+    for (const cOrderFault& fault : faults())
+        texts.append(fault.text);
+    return texts;
 }
 
 int cDependencyOrder::firstLeftProvider(int record) const
@@ -167,11 +179,17 @@ int cDependencyOrder::firstLeftProvider(int record) const
     return Absent;
 }
 
-QString cDependencyOrder::describeCycle(int member) const
+cOrderFault cDependencyOrder::cycleOf(int member) const
 {
-    QStringList names{m_names[member]};
-    for (int at = firstLeftProvider(member); at != member; at = firstLeftProvider(at))
+    cOrderFault fault{{}, true, QString(), QString()};
+    QStringList names;
+    int at = member;
+    do {
+        fault.records.append(at);
         names.append(m_names[at]);
+        at = firstLeftProvider(at);
+    } while (at != member);
     names.append(m_names[member]);
-    return QStringLiteral("plugins depend on each other in a circle: ") + names.join(QStringLiteral(" -> "));
+    fault.text = QStringLiteral("plugins depend on each other in a circle: ") + names.join(QStringLiteral(" -> "));
+    return fault;
 }

@@ -6,6 +6,15 @@
 
 #include <vector>
 
+/// Why records have no place in a dependency order.
+struct cOrderFault
+{
+    QVector<int> records; // the numbers of those that are at fault: one, or all of a circle
+    bool isCircle;
+    QString absent; // the name of what the one depends on and that is not there; empty for a circle
+    QString text;
+};
+
 /**
  * Puts plugins into the order in which they may start.
  *
@@ -32,8 +41,11 @@ public:
     /// The records that can be placed, in the order of their start. Called once.
     QVector<int> order();
 
-    /// After order(), a line for each reason why records are left: an absent dependency, or the names along a cycle.
-    /// Records that only depend on such ones have no line of their own. Empty when all are placed.
+    /// After order(), why records are left, a fault each: an absent dependency, or the names along a cycle. Records
+    /// that only depend on such ones have no fault of their own. Empty when all are placed.
+    QVector<cOrderFault> faults() const;
+
+    /// The texts of the faults.
     QStringList reasons() const;
 
 private:
@@ -42,7 +54,7 @@ private:
     int count() const { return int(m_names.size()); }
     void resolve();
     int firstLeftProvider(int record) const;
-    QString describeCycle(int member) const;
+    cOrderFault cycleOf(int member) const;
 
     std::vector<QString> m_names;
     std::vector<QStringList> m_dependencies; // as written in the manifests

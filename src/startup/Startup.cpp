@@ -2,6 +2,7 @@
 
 #include "config/cConfigurationMgr.h"
 #include "config/cUpdateMgr.h"
+#include "core/Files.h"
 #include "install/cInstallMgr.h"
 #include "log/cFrameworkLog.h"
 #include "plugins/cPluginMgr.h"
@@ -97,7 +98,10 @@ bool Corvane::initialize()
     }
     if (!initializeFolderOrFile() || !cLogCentral::initialize())
         return false;
-    frameworkLog();
+    if (installRecord().isEmpty())
+        frameworkLog().warning().noquote() << "There is no" << installRecordPlace() + QLatin1Char(':')
+                                         << "the current folder is taken for the installation,"
+                                         << velmiraFolderOrFile(CoreFolder) << Qt::endl;
     return createPluginMgr() && createServiceMgr() && createConfigurationMgr() && createInstallMgr() &&
            createUpdateMgr();
 }

@@ -1,5 +1,6 @@
 #include "UpdateFixture.h"
 
+#include <MachineProgram.h>
 #include <Platform.h>
 
 static const char TwoFeatures[] =
@@ -57,6 +58,44 @@ private slots:
         QVERIFY(QDir().mkpath(path));
         QVERIFY(!m_manager->saveFeatures({feature}));
         QCOMPARE(m_fixture.logged("Cannot write the features file"), 1);
+    }
+    void tellsADamagedCatalogueFromNone_data()
+    {
+        // What stands where the features file should be: its content, " " for none in it, "/" for a folder, "|" for a
+        // pipe.
+        const Rows<QByteArray, QString> row("content", "fault");
+        const QByteArray whole(TwoFeatures);
+        row("none", "", "");
+        row("whole, under any name of the root", whole, "");
+        row("whole and empty", "<r/>", "");
+        row("empty", " ", "line 1, column 1: unexpected end of file");
+        row("cut short", whole.left(whole.indexOf("</feature>")), "line 1, column ");
+        row("cut short to its beginning", "<repository version='1.0'>\n", "line 2, column ");
+        row("of another kind", "<html>\n<body/></html>", "line 1, column 6: a document of another kind, its root is ");
+        row("folder", "/", "cannot be read: this is a folder");
+        if (Platform::hasUnixFiles())
+            row("pipe", "|", "cannot be read: this is no file");
+    }
+    void tellsADamagedCatalogueFromNone()
+    {
+        const auto [content, fault] = cells<QByteArray, QString>("content", "fault");
+        const QString file = m_fixture.path("plugins/features.xml");
+        writeFeatures(TwoFeatures);
+        QVERIFY(m_manager->loadFeatures());
+        QVERIFY(QFile::remove(file));
+        if (content == "/")
+            QVERIFY(QDir().mkpath(file));
+        else if (content == "|")
+            QVERIFY(MachineProgram::execute("mkfifo", {file}) == 0);
+        else if (!content.isEmpty())
+            writeFeatures(content == " " ? QByteArray() : content);
+        QCOMPARE(m_manager->loadFeatures(), !content.isEmpty() && fault.isEmpty());
+        const QString found = m_manager->catalogueFault();
+        QCOMPARE(found.left(file.size() + 2 + fault.size()), fault.isEmpty() ? fault : file + ": " + fault);
+        QCOMPARE(m_fixture.logged(found.toUtf8()), content.isEmpty() || !fault.isEmpty());
+        // The last whole one stays, also when there is none any more.
+        const QByteArray last = fault.isEmpty() && !content.isEmpty() ? content : QByteArray(TwoFeatures);
+        QCOMPARE(Corvane::FileReadAll(m_fixture.path("plugins/features.last.xml"), nullptr), last);
     }
     void addsUpProgress()
     {

@@ -8,6 +8,8 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <stdexcept>
+#include <thread>
 
 /// What is done with a channel and its lines.
 using Use = void (*)(cLog& log);
@@ -43,6 +45,7 @@ private slots:
     void files();
     void history();
     void hooks();
+    void throwingHook();
     void threadsWriteWholeLinesInOrder();
     void assignmentLetsWaitingThreadsOn();
 
@@ -245,6 +248,27 @@ void tst_Log::hooks()
     hooks[0].emplace().action = hooks[5]->action; // at the same address, but it is no hook
     cLogCentral::log("hooks").error() << "b" << Qt::flush;
     QCOMPARE(called, QStringList({"0 hooks 1 a ", "3 hooks 1 a ", "5 hooks 1 a ", "3 hooks 2 b ", "5 hooks 2 b "}));
+}
+
+/// It is named where no hook hears of it, and the line goes on its way; also when the hook is called later.
+void tst_Log::throwingHook()
+{
+    const LogFile file;
+    QStringList called;
+    Hook first, throwing, last;
+    for (Hook* hook : {&first, &throwing, &last}) {
+        hook->action = [&](const QString& line) { called << line; };
+        cLogCentral::addHook(hook, "onLine");
+    }
+    throwing.action = [](const QString&) { throw std::runtime_error("out of paper"); };
+    cLogCentral::setDebuggerOutput(true);
+    cLogCentral::log("hooks").warning() << "a" << Qt::flush;
+    std::thread([] { cLogCentral::log("hooks").warning() << "b" << Qt::flush; }).join();
+    QCoreApplication::processEvents();
+    QCOMPARE(called, QStringList({"hooks 1 a ", "hooks 1 a ", "hooks 1 b ", "hooks 1 b "}));
+    QCOMPARE(file.lines().count("[Norvale]The log hook Hook threw an exception: out of paper"), 2);
+    QCOMPARE(cLogCentral::history().last().level, debugError);
+    cLogCentral::removeHook(&first); // which waits for nothing that the exception has left locked
 }
 
 /// Meanwhile the file, the hooks and the switch, which does not count for warnings, are changed. A hook is called at

@@ -20,6 +20,7 @@ Rule ruleOf(cPackageFinding::Rule rule)
     case cPackageFinding::Hash:
         return Rule::PackageHash;
     case cPackageFinding::Manifest:
+    case cPackageFinding::Start: // the manifest's own check tells it, with the place
         return Rule::PackageManifest;
     case cPackageFinding::Identity:
         return Rule::PackageIdentity;
@@ -46,13 +47,17 @@ bool cPackageLint::check(const QByteArray& bytes)
     // Not those of this machine's settings: what is found must be the same everywhere.
     cPackageCheck rules{cPackageCheck::Limits()};
     m_manifest.reset();
-    if (!rules.check(bytes)) {
-        for (const cPackageFinding& finding : rules.findings()) {
-            m_findings.add(ruleOf(finding.rule),
-                           finding.entry.isEmpty() ? m_file : m_file + QLatin1Char('!') + finding.entry, finding.text);
-        }
-        return false;
+    const bool isInstallable = rules.check(bytes);
+    bool isReadable = true;
+    for (const cPackageFinding& finding : rules.findings()) {
+        if (finding.rule == cPackageFinding::Start)
+            continue;
+        isReadable = false;
+        m_findings.add(ruleOf(finding.rule),
+                       finding.entry.isEmpty() ? m_file : m_file + QLatin1Char('!') + finding.entry, finding.text);
     }
+    if (!isReadable)
+        return false;
     m_name = rules.id().name();
     m_version = rules.id().version();
     cPackage package;
@@ -61,7 +66,7 @@ bool cPackageLint::check(const QByteArray& bytes)
         return false;
     checkManifest(package);
     checkSums(package);
-    return true;
+    return isInstallable;
 }
 
 // An installation goes by the hash of the whole; other programs would refuse the entry.
