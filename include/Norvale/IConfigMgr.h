@@ -64,7 +64,7 @@ public:
         Cancelled = 1,             ///< cancelUpdate() was called.
         NothingNewer = 2,          ///< No repository was found or reached, it has no features, or nothing is newer.
         NotFetched = 3,            ///< Something could not be fetched, verified or stored.
-        NotChecked = 4,            ///< `Corvane::initialize` is missing, or a check or update is under way.
+        NotChecked = 4,            ///< No initialization, a check or update under way, or a damaged features file.
         FeatureMissing = 5,        ///< The newest repository lacks a feature that is needed.
     };
 
@@ -90,7 +90,9 @@ public:
      *
      * The call returns when the sites have answered or failed to. Meanwhile it serves the thread's event queue in steps
      * of at most 100 milliseconds, so slots and timers run; one that calls this function or doUpdateOn() is refused.
-     * The installed catalogue is loaded first if it is empty. Nothing is changed, on the disk or in the settings.
+     * The installed catalogue is loaded first if it is empty. What is installed does not change. An update that waits
+     * in the Dropbox folder is discarded when every location was reached and none offers anything newer: it has been
+     * withdrawn.
      *
      * @return an object. A key is there only from the step on at which its value is known:
      * | Key | Type | Meaning |
@@ -105,7 +107,7 @@ public:
      * |---|---|
      * | 0, UpdateFound | There is an update, or a newer runtime, or only the description of the repository is newer. |
      * | 2, NothingNewer | There is none: no repository was found or reached, it has no features, or none is newer. |
-     * | 4, NotChecked | No check was made: `Corvane::initialize` is missing, or a check or update is under way. |
+     * | 4, NotChecked | No check was made: no `Corvane::initialize`, one is under way, or a damaged features file. |
      * | 5, FeatureMissing | The newest repository lacks a feature that is installed, asked for or depended on. |
      *
      * Why a site, a document or a feature was passed over stands in the log channel "ConfigurationMgr".

@@ -74,8 +74,93 @@ struct cInstallOutcome
     bool isSuccess() const { return result == NothingToDo || result == Complete; }
 };
 
+/// What a verification has found out of one installed file, or of a plugin as a whole. A copy of facts.
+struct cFileFinding
+{
+    /// What is found.
+    enum Kind {
+        Missing = 0,  ///< The file is not there.
+        Changed = 1,  ///< It has another content than was installed, is no file any more, or cannot be read.
+        Foreign = 2,  ///< It was not installed by the suite. It is told, but is no fault, and stays.
+        NoRecord = 3, ///< Nothing is known of the plugin's files; only that folder, manifest and library are there.
+        FolderMissing = 4, ///< The plugin's whole folder is not there.
+    };
+
+    /// What is found.
+    Kind kind = Missing;
+    /// The plugin as "name-version", the version in print form: "Foo-1.02.003". Empty for what is of no plugin: the
+    /// features file, the record of files, a foreign folder.
+    QString plugin;
+    /// The file relative to the plugin's folder, or to the folder of all plugins, with slashes; empty when the plugin
+    /// as a whole is meant.
+    QString file;
+    /// A sentence for people that goes on after the names: "has 12 bytes instead of 40".
+    QString text;
+
+    /**
+     * Tells whether it keeps something from being as it was installed, so that a repair has something to do.
+     * @return false for Foreign and NoRecord.
+     */
+    bool isFault() const { return kind == Missing || kind == Changed || kind == FolderMissing; }
+};
+
+/// How a verification went: what IInstallMgr::verify() answers. A copy of facts.
+struct cVerifyOutcome
+{
+    /// What it came to.
+    enum Result {
+        NotVerified = 0, ///< What is installed cannot be told, see @ref reason.
+        Sound = 1,       ///< No finding is a fault.
+        Faulty = 2       ///< A finding is one.
+    };
+
+    /// What it came to.
+    Result result = NotVerified;
+    /// A sentence for people that tells why nothing could be verified; else empty.
+    QString reason;
+    /// The findings, those of one plugin behind one another, in the order of the features file.
+    QList<cFileFinding> findings;
+    /// The installed plugins.
+    int plugins = 0;
+    /// Their files that have been compared.
+    int files = 0;
+};
+
+/// How a repair went: what IInstallMgr::repair() answers. A copy of facts.
+struct cRepairOutcome
+{
+    /// What it came to.
+    enum Result {
+        NotRepaired = 0, ///< Nothing could be done, see @ref reason. Nothing has changed.
+        NothingToDo = 1, ///< Nothing is at fault.
+        Complete = 2,    ///< All that was at fault is as it was installed.
+        Incomplete = 3   ///< Something could not be had or written, see @ref unrepaired.
+    };
+
+    /// Something that is still at fault.
+    struct cUnrepaired
+    {
+        /// A plugin as "name-version", or a file of the suite itself: "features.xml", "files.json".
+        QString name;
+        /// Why, as a sentence for people that goes on after "it is not repaired:".
+        QString reason;
+    };
+
+    /// What it came to.
+    Result result = NotRepaired;
+    /// A sentence for people that tells why nothing could be done; else empty.
+    QString reason;
+    /// What has been repaired: plugins as "name-version", and files of the suite itself by their names.
+    QStringList repaired;
+    /// What could not be repaired, in the order of the features file.
+    QList<cUnrepaired> unrepaired;
+    /// As cInstallOutcome::failedCommands.
+    QStringList failedCommands;
+};
+
 /**
- * Static facade of the install manager: installs plugin packages and removes what is installed.
+ * Static facade of the install manager: installs plugin packages, removes what is installed, and finds and mends what
+ * is damaged.
  *
  * `Corvane::initialize` creates the one install manager behind it. It lives until the process ends and is neither
  * created nor deleted by users. All functions are for the host's main thread and block it until everything is done,
@@ -110,7 +195,8 @@ public:
         OPERATION_EXTRACT = 2,   ///< a package is unpacked
         OPERATION_INSTALL = 3,   ///< a plugin's install command lines are run
         OPERATION_UNINSTALL = 4, ///< a plugin's uninstall command lines are run
-        OPERATION_REMOVE = 5     ///< a plugin's folder is deleted
+        OPERATION_REMOVE = 5,    ///< a plugin's folder is deleted
+        OPERATION_VERIFY = 6     ///< a plugin's files are compared with the record of files
     };
 
     /**
@@ -142,10 +228,14 @@ public:
      *
      * A package is the file "name-version.zip" beside the description, or else the first source that is an existing
      * local file. Each is verified whole before a file of it is written. A feature is installed with all its plugins or
-     * keeps its old version with all of its own; the other features go on.
+     * keeps its old version with all of its own; the other features go on. What would keep the suite from starting is
+     * left out, with what depends on it; so is a plugin whose folder is there without the suite having made it.
+     *
+     * With a features file that is damaged nothing is installed, changed or run.
      * @param path absolute path of a repository description, such as ".../Dropbox/repository.xml".
-     * @param consume true deletes the packages and the description once they are installed, and a package that is
-     * defective at once. What could not be written stays for the next start.
+     * @param consume true deletes each package once its plugin is installed, a package that is defective at once, and
+     * the description at the end. What could not be written stays for the next start, and so does the description then;
+     * a sound package of a feature that was left out stays.
      * @return false when a feature was left out, the description could not be read or asks for a newer core, or the
      * disk refused to be written. The reasons stand in the log channel "InstallMgr". A failing command line alone is
      * logged and is no failure. A @p path that does not exist is one unless @p consume is true.
@@ -173,7 +263,7 @@ public:
     /**
      * Uninstalls everything: runs the uninstall command lines of every installed plugin and removes its folder, the
      * repository settings, the features file and the folders that are empty then. Links are removed, never followed;
-     * what was not installed stays.
+     * what was not installed stays. With a features file that is damaged nothing is removed or run.
      * @return false when something could not be removed; the reasons stand in the log channel "InstallMgr".
      */
     static bool uninstallPlugins();
@@ -184,6 +274,38 @@ public:
      * @return a copy; its result is cInstallOutcome::NotMade before the first one, and before `Corvane::initialize`.
      */
     static cInstallOutcome lastOutcome();
+
+    /**
+     * Compares every file of every installed plugin with what was installed. Nothing is changed, and nothing needs to
+     * have started; the plugins may also run meanwhile.
+     *
+     * What was installed is told by a record that every install keeps, `files.json` beside the features file: size and
+     * SHA-256 of each file. Of a plugin without one, which an older version of the library has installed, only the
+     * folder, the manifest and the library's presence are looked at; so are the plugins of the development feature.
+     * Where the features file itself is damaged or gone, that is a finding, and the last one that was whole counts.
+     *
+     * Each plugin is announced by the start signal with OPERATION_VERIFY and a finish; the progress signal tells steps
+     * of about equal length.
+     * @return the findings; cVerifyOutcome::NotVerified when it cannot be told what is installed, when an install is
+     * under way, and before `Corvane::initialize`.
+     */
+    static cVerifyOutcome verify();
+
+    /**
+     * Mends what verify() finds: restores the features file from the last one that was whole, and puts the files of
+     * plugins at fault in their places again, out of the packages of exactly these versions. A package comes from the
+     * Bootstrap folder, or from the newest repository on the update locations where that gives a hash for it. Then the
+     * plugin's install command lines are run. A plugin that is sound but has no record gets one as it lies there.
+     *
+     * A file is replaced only when the package has been verified whole and another content is to be there, each in one
+     * step; what the suite has not installed stays. A repair that is cut off can be repeated. A damaged features file
+     * is kept as `features.damaged.xml`.
+     *
+     * Not to be called while plugins run. Downloads serve the event loop meanwhile, and tell their progress as
+     * `IConfigMgr::connectProgressSlot` describes it.
+     * @return what has been repaired and what could not be; the reasons stand in the log channel "InstallMgr", too.
+     */
+    static cRepairOutcome repair();
 };
 
 Q_DECLARE_METATYPE(IInstallMgr::OPERATION)

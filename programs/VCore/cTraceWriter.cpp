@@ -64,7 +64,7 @@ bool cTraceWriter::write(const QString& path, QString* error) const
 {
     QSaveFile file(path);
     const QByteArray bytes = document();
-    if (file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size() && file.commit())
+    if (file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size() && file.flush() && file.commit())
         return true;
     *error = QStringLiteral("cannot write the trace %1: %2").arg(path, file.errorString());
     return false;

@@ -15,5 +15,6 @@ int main(int argc, char** argv)
     addHostCommands(program);
     addUpdateCommands(program);
     addInstallCommands(program);
+    addVerifyCommands(program);
     return int(program.run(QCoreApplication::arguments()));
 }

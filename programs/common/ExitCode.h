@@ -33,6 +33,9 @@
     X(VCore, UninstallIncomplete, 26, "something could not be removed")                                                \
     X(VCore, UpdateRunning, 27, "another process fetches an update for this installation, or installs one")            \
     X(VCore, SettingsFailed, 28, "the settings could not be written")                                                  \
+    X(VCore, Damaged, 29, "installed files are missing or changed; VCore --repair mends them")                        \
+    X(VCore, NotVerified, 30, "it cannot be told what is installed, so nothing was verified or repaired")              \
+    X(VCore, RepairIncomplete, 31, "something that is damaged could not be repaired")                                  \
     X(norvale, Faults, 1, "the input breaks a rule; nothing was written")                                              \
     X(norvale, ReadFailed, 3, "a file or folder that was named cannot be read")                                        \
     X(norvale, WriteFailed, 4, "a result could not be written; what was there before stands")                          \

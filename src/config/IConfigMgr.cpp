@@ -67,9 +67,10 @@ QList<QUrl> IConfigMgr::updateLocations()
 
 bool IConfigMgr::setUpdateLocations(const QList<QUrl>& urls)
 {
-    if (!cUpdateLocation::writeAll(urls)) {
-        cLogCentral::log(QStringLiteral("ConfigurationMgr")).error()
-            << "The update locations are not kept: the host's settings cannot be written" << Qt::endl;
+    QString error;
+    if (!cUpdateLocation::writeAll(urls, &error)) {
+        cLogCentral::log(QStringLiteral("ConfigurationMgr")).error().noquote()
+            << "The update locations are not kept:" << error << Qt::endl;
         return false;
     }
     if (cUpdateMgr* manager = cUpdateMgr::instance())

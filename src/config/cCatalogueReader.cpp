@@ -4,6 +4,8 @@
 
 #include <QtCore/QXmlStreamReader>
 
+#include <algorithm>
+
 namespace {
 
 /// Null when there is no such attribute.
@@ -31,6 +33,19 @@ QString textOf(const QString& buffer)
 QByteArray digestOf(const QString& text)
 {
     return QByteArray::fromHex(text.toLatin1());
+}
+
+/// Why @p text is no hash; empty when it is one. The decoding takes any text.
+QString hashFault(const QString& text)
+{
+    constexpr int Digits = 40;
+    const QStringView digits = QStringView(text).trimmed();
+    const auto isDigit = [](QChar c) {
+        return (c >= u'0' && c <= u'9') || (c >= u'a' && c <= u'f') || (c >= u'A' && c <= u'F');
+    };
+    if (digits.size() == Digits && std::all_of(digits.begin(), digits.end(), isDigit))
+        return QString();
+    return QStringLiteral("its hash \"%1\" is no SHA-1 hash in 40 hexadecimal digits").arg(text);
 }
 
 } // namespace
@@ -131,7 +146,7 @@ void cCatalogueReader::endElement()
         m_plugin->addSource({m_location, textOf(m_text)});
         break;
     case Place::Hash:
-        m_plugin->setHash(digestOf(m_text));
+        m_plugin->setHash(digestOf(m_text), hashFault(m_text));
         break;
     case Place::RuntimeSource:
         // Of a runtime the first source and hash count.
@@ -140,8 +155,10 @@ void cCatalogueReader::endElement()
         m_hasRuntimeSource = true;
         break;
     case Place::RuntimeHash:
-        if (!m_hasRuntimeHash)
+        if (!m_hasRuntimeHash) {
             m_runtime.hash = digestOf(m_text);
+            m_runtime.hashFault = hashFault(m_text);
+        }
         m_hasRuntimeHash = true;
         break;
     case Place::Runtime:

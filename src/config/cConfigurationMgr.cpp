@@ -2,11 +2,13 @@
 
 #include "config/cCatalogueReader.h"
 #include "config/cCatalogueWriter.h"
+#include "config/cDropbox.h"
 #include "config/cPublication.h"
 #include "config/cUpdateApply.h"
 #include "config/cUpdateCheck.h"
 #include "config/cUpdateMgr.h"
 #include "core/Files.h"
+#include "plugins/cFileRecord.h"
 #include "plugins/cPluginMgr.h"
 #include "version/ForeignCode.h"
 
@@ -16,6 +18,7 @@
 #include <QtCore/QBuffer>
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>
+#include <QtCore/QPointer>
 #include <QtCore/QScopedValueRollback>
 
 #include <algorithm>
@@ -101,7 +104,7 @@ bool cConfigurationMgr::loadFeatures()
         (m_catalogueFault.isEmpty() ? m_log.warning() : m_log.error()).noquote()
             << "No installed features:" << reason << Qt::endl;
     m_loggedReason = reason;
-    if (reason.isEmpty())
+    if (reason.isEmpty() && isTrusted(file.xml))
         keepAsLast(file.xml);
     return reason.isEmpty();
 }
@@ -122,6 +125,23 @@ QString cConfigurationMgr::lastFeaturesFile()
     return QFileInfo(featuresFile()).dir().absoluteFilePath(QStringLiteral("features.last.xml"));
 }
 
+// One changed letter can make another whole document. What has come about like that must not replace the copy that a
+// repair needs; nor must what somebody has written into the file, who is told so.
+bool cConfigurationMgr::isTrusted(const QByteArray& xml)
+{
+    QByteArray last;
+    cFileRecord record;
+    if ((readFile(lastFeaturesFile(), last, nullptr) && last == xml) || !record.read() || record.knowsCatalogue(xml))
+        return true;
+    if (!m_hasWarned) {
+        m_log.warning().noquote()
+            << featuresFile() << "is not as it was written last; verifying compares all, and a repair brings it back"
+            << Qt::endl;
+    }
+    m_hasWarned = true;
+    return false;
+}
+
 void cConfigurationMgr::keepAsLast(const QByteArray& xml)
 {
     QByteArray last;
@@ -133,15 +153,21 @@ void cConfigurationMgr::keepAsLast(const QByteArray& xml)
     m_loggedLast = error;
 }
 
-bool cConfigurationMgr::saveFeatures(const QVector<QSharedPointer<cFeatureInstance>>& features)
+QByteArray cConfigurationMgr::featuresText(const QVector<QSharedPointer<cFeatureInstance>>& features)
 {
     QBuffer text; // a text file, as all documents that are saved
     text.open(QIODevice::WriteOnly | QIODevice::Text);
     text.write(cCatalogueWriter::installed(features, Corvane::currentVersion()));
+    return text.data();
+}
+
+bool cConfigurationMgr::saveFeatures(const QVector<QSharedPointer<cFeatureInstance>>& features)
+{
+    const QByteArray xml = featuresText(features);
     QString error;
-    if (replaceFile(featuresFile(), text.data(), &error)) {
+    if (replaceFile(featuresFile(), xml, &error)) {
         m_catalogueFault.clear();
-        keepAsLast(text.data());
+        keepAsLast(xml);
         return true;
     }
     m_log.error().noquote() << "Cannot write the features file:" << error << Qt::endl;
@@ -236,10 +262,33 @@ bool cConfigurationMgr::canBegin()
 
 cJsonValue cConfigurationMgr::makeCheck(cUpdateCheck& check, const QStringList& names)
 {
-    // An installation without features is checked like any other.
-    if (m_installed.isEmpty())
-        (void)loadFeatures();
-    return check.run(names, *cUpdateMgr::instance());
+    // An installation without features is checked like any other; of one whose features are not known, all would be
+    // taken for new, or for gone.
+    if (m_installed.isEmpty() && !loadFeatures() && !m_catalogueFault.isEmpty()) {
+        m_log.error().noquote() << "Updates are not checked for: what is installed is not known," << m_catalogueFault
+                                << Qt::endl;
+        return cUpdateCheck::notChecked();
+    }
+    const QPointer<cUpdateMgr> updates(cUpdateMgr::instance());
+    const cJsonValue result = check.run(names, *updates);
+    if (result.get("result_code", -1).toInt() == IConfigMgr::NothingNewer && updates && updates->isComplete())
+        discardWithdrawn();
+    return result;
+}
+
+/// What an earlier check found is offered no more.
+void cConfigurationMgr::discardWithdrawn()
+{
+    cDropbox dropbox;
+    if (!dropbox.hasUpdate())
+        return;
+    const QString left = dropbox.discard();
+    if (left.isEmpty())
+        m_log.info() << "The update that waited to be installed is discarded: the update sites offer it no more"
+                     << Qt::endl;
+    else
+        m_log.warning().noquote() << "An update that the update sites offer no more cannot be discarded whole:" << left
+                                  << Qt::endl;
 }
 
 cJsonValue cConfigurationMgr::apply(const cUpdateCheck& check, const cJsonValue& result)

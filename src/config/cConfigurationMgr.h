@@ -38,7 +38,7 @@ public:
 
     /// Reads the features file into the installed catalogue, which is emptied first. False when the file is absent or
     /// faulty; the reason is logged unless it is the same as the time before. A file that was read whole is kept as
-    /// lastFeaturesFile().
+    /// lastFeaturesFile(), unless it is known not to be what was written last, which is logged.
     [[nodiscard]] bool loadFeatures();
 
     /// What is wrong with the features file, as of the last load or save: "PATH: line L, column C: message", or "PATH:
@@ -59,6 +59,9 @@ public:
     /// Writes @p features as the features file: a fresh document, beside the old file, flushed and renamed over it. The
     /// root's version is the installed repository version. False when it cannot be written; the old file then stays.
     [[nodiscard]] bool saveFeatures(const QVector<QSharedPointer<cFeatureInstance>>& features);
+
+    /// What saveFeatures() would write now.
+    static QByteArray featuresText(const QVector<QSharedPointer<cFeatureInstance>>& features);
 
     bool publishInstalledPlugins() override;
     bool isFeatureInstalled(const QString& name) const override;
@@ -91,12 +94,15 @@ public slots:
     void onProgress(QString fname, qint64 bytesReceived, qint64 bytesTotal);
 
 private:
+    /// Whether @p xml, which was read whole, is what the suite has written, as far as the record of files knows.
+    bool isTrusted(const QByteArray& xml);
     /// Makes @p xml, which was read whole or written, what lastFeaturesFile() holds.
     void keepAsLast(const QByteArray& xml);
 
     /// False, with the reason logged, while a check or an update waits further up this thread's stack.
     bool canBegin();
     cJsonValue makeCheck(cUpdateCheck& check, const QStringList& names);
+    void discardWithdrawn();
     cJsonValue apply(const cUpdateCheck& check, const cJsonValue& result);
 
     cPluginMgr& m_plugins;
@@ -111,6 +117,7 @@ private:
     cUpdateApply* m_apply = nullptr; // the fetching under way; null between
     QString m_catalogueFault;
     QString m_loggedReason;     // of the last load; empty when it succeeded
+    bool m_hasWarned = false;   // of a features file that is not as it was written
     QString m_loggedLast;       // why the last features file could not be kept; empty when it was
     QString m_publicationError; // of the last publication; empty when it names all that is installed
 };

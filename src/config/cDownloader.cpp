@@ -1,5 +1,7 @@
 #include "config/cDownloader.h"
 
+#include "core/Settings.h"
+
 #include <Norvale/cLog.h>
 #include <Norvale/cLogCentral.h>
 
@@ -45,6 +47,11 @@ bool cDownloader::run(const QUrl& url, std::optional<QIODevice*> device)
     if (device && transfer->hasSucceeded() && !url.isLocalFile())
         transfer->addToDigest(transfer->data());
     return transfer->hasSucceeded();
+}
+
+int cDownloader::leastRateInSettings()
+{
+    return cMachineSettings().value(QLatin1String(SettingsKey::LeastRate), cTransfer::DefaultLeastRate).toInt();
 }
 
 void cDownloader::cancel()

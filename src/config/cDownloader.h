@@ -41,6 +41,14 @@ public:
     void setSizeLimit(qint64 bytes) { m_options.sizeLimit = bytes; }
     /// A later transfer that receives nothing for @p milliseconds fails.
     void setStallTimeout(int milliseconds) { m_options.stallTimeout = milliseconds; }
+    /// A later transfer that receives fewer bytes a second, over @p window milliseconds, fails. 0 for any rate.
+    void setLeastRate(int bytesPerSecond, int window = cTransfer::Options().rateWindow)
+    {
+        m_options.leastRate = bytesPerSecond;
+        m_options.rateWindow = window;
+    }
+    /// The least rate that the machine-wide settings ask for.
+    static int leastRateInSettings();
 
 signals:
     void progress(qint64 bytesReceived, qint64 bytesTotal);

@@ -59,6 +59,7 @@ void cRuntimeInfo::takeNewest(const cFeatureCatalogue& repository, const cUpdate
         m_version = entry.version;
         m_name = entry.name;
         m_hash = entry.hash;
+        m_hashFault = entry.hashFault;
         m_source = location.resolve(entry.source);
     }
 }

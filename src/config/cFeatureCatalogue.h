@@ -47,7 +47,14 @@ public:
 
     /// Expected SHA-1 of the package as raw bytes; empty when the catalogue names none.
     QByteArray hash() const { return m_hash; }
-    void setHash(const QByteArray& hash) { m_hash = hash; }
+    /// Why what the catalogue gives as the hash is none: then the package is refused. Empty when it is one, or when it
+    /// gives none.
+    const QString& hashFault() const { return m_hashFault; }
+    void setHash(const QByteArray& hash, const QString& fault = QString())
+    {
+        m_hash = hash;
+        m_hashFault = fault;
+    }
 
     using Sources = QVarLengthArray<cFeatureSource, 1>; // nearly all have one
     const Sources& sources() const { return m_sources; }
@@ -81,6 +88,7 @@ private:
     bool m_isPending = false;
     bool m_isDevelopment = false;
     QByteArray m_hash;
+    QString m_hashFault;
     Sources m_sources;
     qint64 m_downloadStatus = 0;
     QByteArray m_packageData;
@@ -154,6 +162,8 @@ struct cRuntimeEntry
     QByteArray hash;
     /// As written: relative to the repository's location.
     QString source;
+    /// As cFeaturePlugin::hashFault().
+    QString hashFault = QString();
 };
 
 /**
@@ -222,6 +232,8 @@ public:
     QString name() const { return m_name; }
     /// SHA-1 as raw bytes; empty when none was given.
     QByteArray hash() const { return m_hash; }
+    /// As cFeaturePlugin::hashFault().
+    const QString& hashFault() const { return m_hashFault; }
     /// Absolute.
     QUrl source() const { return m_source; }
 
@@ -240,5 +252,6 @@ private:
     cVersion m_version;
     QString m_name;
     QByteArray m_hash;
+    QString m_hashFault;
     QUrl m_source;
 };

@@ -11,7 +11,7 @@ cRepositorySearch::cRepositorySearch(const Locations& locations, const QString& 
     , m_status(status)
     , m_log(cLogCentral::log(QStringLiteral("ConfigurationMgr")))
 {
-    m_downloader.setSizeLimit(DescriptionLimit);
+    m_downloader.setLeastRate(cDownloader::leastRateInSettings());
     connect(&m_downloader, &cDownloader::progress, this,
             [this](qint64 received, qint64 total) { emit progress(m_fileName, received, total); });
 }
@@ -35,11 +35,13 @@ cRepositorySearch::Locations cRepositorySearch::candidatesOf(const cUpdateLocati
 {
     Locations candidates;
     const QUrl url = location.resolve(QStringLiteral("site.xml"));
-    if (!fetch(url))
+    if (!fetch(url, SiteLimit))
         return candidates;
     cSiteReader site;
     if (!site.read(m_downloader.data()))
-        m_log.warning() << "No site description:" << url.toDisplayString() << site.errorString() << Qt::endl;
+        passOver("No site description:", url, site.errorString());
+    else if (!site.foreignRoot().isEmpty())
+        passOver("No site description:", url, site.foreignRoot());
     for (const cSiteEntry& entry : site.entries()) {
         if (entry.fits(m_name, m_status))
             candidates.append(QSharedPointer<cUpdateLocation>::create(location.resolve(entry.content)));
@@ -51,14 +53,14 @@ void cRepositorySearch::takeIfNewer(const QSharedPointer<cUpdateLocation>& candi
                                     cRuntimeInfo& runtime)
 {
     const QUrl url = candidate->resolve(QStringLiteral("repository.xml"));
-    if (!fetch(url))
+    if (!fetch(url, RepositoryLimit))
         return;
     cFeatureCatalogue found;
     cCatalogueReader reader(found, candidate);
-    if (!reader.read(m_downloader.data())) {
-        m_log.warning() << "No repository description:" << url.toDisplayString() << reader.errorString() << Qt::endl;
-        return;
-    }
+    if (!reader.read(m_downloader.data()))
+        return passOver("No repository description:", url, reader.errorString());
+    if (!reader.foreignRoot().isEmpty())
+        passOver("No repository description:", url, reader.foreignRoot());
     // Of equal versions the earlier candidate stays.
     if (catalogue.version() < found.version()) {
         runtime.takeNewest(found, *candidate);
@@ -66,12 +68,20 @@ void cRepositorySearch::takeIfNewer(const QSharedPointer<cUpdateLocation>& candi
     }
 }
 
-bool cRepositorySearch::fetch(const QUrl& url)
+void cRepositorySearch::passOver(const char* what, const QUrl& url, const QString& reason)
+{
+    m_isComplete = false;
+    m_log.warning() << what << url.toDisplayString() << reason << Qt::endl;
+}
+
+bool cRepositorySearch::fetch(const QUrl& url, qint64 limit)
 {
     if (m_isCancelled)
         return false;
     m_fileName = url.fileName();
+    m_downloader.setSizeLimit(limit);
     const bool hasArrived = m_downloader.download(url);
+    m_isComplete = m_isComplete && hasArrived && !m_isCancelled;
     if (!hasArrived && !m_isCancelled)
         m_log.warning() << "Not fetched:" << url.toDisplayString() << m_downloader.errorString() << Qt::endl;
     return hasArrived && !m_isCancelled;

@@ -26,8 +26,9 @@ class cRepositorySearch : public QObject
 public:
     using Locations = QList<QSharedPointer<cUpdateLocation>>;
 
-    /// The greatest description that is fetched, in bytes.
-    static constexpr qint64 DescriptionLimit = 256 * 1024 * 1024;
+    /// The greatest descriptions that are fetched, in bytes.
+    static constexpr qint64 SiteLimit = 4 * 1024 * 1024;
+    static constexpr qint64 RepositoryLimit = 256 * 1024 * 1024;
 
     cRepositorySearch(const Locations& locations, const QString& name, const QString& status);
 
@@ -35,6 +36,9 @@ public:
     /// repository fits, even if none could be fetched; false when none does or the search was cancelled. The reason of
     /// a false is logged.
     [[nodiscard]] bool run(cFeatureCatalogue& catalogue, cRuntimeInfo& runtime);
+
+    /// Whether every location was reached and every repository that fits was read: what was not found is not there.
+    bool isComplete() const { return m_isComplete && !m_locations.isEmpty(); }
 
     /// Ends the search at once.
     void cancel();
@@ -49,7 +53,8 @@ private:
     void takeIfNewer(const QSharedPointer<cUpdateLocation>& candidate, cFeatureCatalogue& catalogue,
                      cRuntimeInfo& runtime);
     /// False, with the reason logged, when the download fails; false for everything once the search is cancelled.
-    bool fetch(const QUrl& url);
+    bool fetch(const QUrl& url, qint64 limit);
+    void passOver(const char* what, const QUrl& url, const QString& reason);
 
     const Locations m_locations;
     const QString m_name;
@@ -57,5 +62,6 @@ private:
     cLog m_log;
     cDownloader m_downloader;
     QString m_fileName; // of the transfer that waits
+    bool m_isComplete = true;
     bool m_isCancelled = false;
 };

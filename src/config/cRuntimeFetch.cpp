@@ -48,6 +48,8 @@ bool cRuntimeFetch::run()
 {
     if (!canLieInDataFolder(m_runtime.name()))
         return fail(QStringLiteral("its name cannot be that of a file in the data folder"));
+    if (!m_runtime.hashFault().isEmpty())
+        return fail(m_runtime.hashFault());
     if (m_runtime.hash().isEmpty())
         return fail(QStringLiteral("the repository gives no hash for it"));
     m_path = QDir(Corvane::velmiraFolderOrFile(Corvane::DataFolder)).absoluteFilePath(m_runtime.name());
@@ -72,7 +74,7 @@ bool cRuntimeFetch::download()
 {
     QFile part(m_path + QStringLiteral(".part"));
     if (!QDir().mkpath(QFileInfo(m_path).absolutePath()) || !part.open(QIODevice::ReadWrite | QIODevice::Truncate))
-        return failToWrite(part.fileName(), part.errorString());
+        return failToWrite(part.fileName(), causeOf(part));
     if (transferTo(part) && moveIntoPlace(part))
         return true;
     part.remove();
@@ -93,7 +95,7 @@ bool cRuntimeFetch::moveIntoPlace(QFile& part)
     // It is a program, wherever it came from.
     const QFileDevice::Permissions run = QFileDevice::ExeOwner | QFileDevice::ExeUser;
     if (!part.setPermissions(part.permissions() | run) || !flushFile(part))
-        return failToWrite(part.fileName(), part.errorString());
+        return failToWrite(part.fileName(), causeOf(part));
     part.close();
     if (const std::error_code failure = renameOnto(m_path, part.fileName()))
         return failToWrite(m_path, QString::fromLocal8Bit(failure.message().c_str()));

@@ -15,8 +15,12 @@ namespace {
 /// The most that a wait goes without a look at what it waits for, in milliseconds.
 constexpr int WaitStep = 100;
 
-/// What may lie between the network and a device that is slower, in bytes.
+/// What may lie between the network and this transfer, in bytes. Without such a bound a server that sends faster than
+/// events are served fills the memory.
 constexpr qint64 ReadBuffer = 256 * 1024;
+
+/// The bytes of a local file that are read at a time.
+constexpr qint64 LocalStep = 1024 * 1024;
 
 /// What a byte array can hold beside its own few bytes, and with it a transfer into memory.
 constexpr qint64 MemoryLimit = std::numeric_limits<int>::max() - 64;
@@ -104,15 +108,24 @@ void cTransfer::readLocalFile(const QString& path)
         return;
     if (isTooLong(size))
         return fail(QNetworkReply::OperationCanceledError, QStringLiteral("the file is too long"));
-    m_data = file.readAll();
-    if (file.error() != QFile::NoError)
+    if (!copy(file))
         return fail(QNetworkReply::UnknownContentError, file.errorString());
-    if (m_hasDevice) {
-        m_digest.addData(m_data);
-        write(m_data);
-    }
-    emit progress(m_data.size(), size);
+    if (m_state != Running)
+        return;
+    emit progress(m_taken, size);
     succeed();
+}
+
+/// False when the file cannot be read. Whatever else ends the transfer ends the copying.
+bool cTransfer::copy(QFile& file)
+{
+    while (m_state == Running) {
+        const QByteArray bytes = file.read(LocalStep);
+        if (bytes.isEmpty())
+            break;
+        take(bytes);
+    }
+    return file.error() == QFile::NoError;
 }
 
 void cTransfer::request()
@@ -132,13 +145,13 @@ void cTransfer::request()
         return fail(QNetworkReply::UnknownNetworkError, QStringLiteral("the request cannot be started"));
     connectReply();
     m_silence.start();
+    m_window.start();
     checkSilence();
 }
 
 void cTransfer::connectReply()
 {
-    if (m_hasDevice)
-        m_reply->setReadBufferSize(ReadBuffer);
+    m_reply->setReadBufferSize(ReadBuffer);
     connect(m_reply, &QNetworkReply::downloadProgress, this, [this](qint64 received, qint64 total) {
         emit progress(m_options.offset + received, total < 0 ? total : m_options.offset + total);
     });
@@ -158,8 +171,21 @@ void cTransfer::checkSilence()
     const qint64 left = m_options.stallTimeout - m_silence.elapsed();
     if (left <= 0)
         fail(QNetworkReply::TimeoutError, QStringLiteral("nothing received for %1 ms").arg(m_options.stallTimeout));
-    else if (m_state == Running)
-        m_stallTimer.start(int(left));
+    const qint64 leftOfWindow = m_options.leastRate > 0 ? m_options.rateWindow - m_window.elapsed() : left;
+    if (leftOfWindow <= 0)
+        checkRate();
+    if (m_state == Running)
+        m_stallTimer.start(int(qMin(left, leftOfWindow > 0 ? leftOfWindow : m_options.rateWindow)));
+}
+
+void cTransfer::checkRate()
+{
+    if (m_taken - m_takenBefore < qint64(m_options.leastRate) * m_options.rateWindow / 1000)
+        return fail(QNetworkReply::TimeoutError, QStringLiteral("slower than %1 bytes a second for %2 ms")
+                                                     .arg(m_options.leastRate)
+                                                     .arg(m_options.rateWindow));
+    m_takenBefore = m_taken;
+    m_window.restart();
 }
 
 /// The server decides whether a request for the rest is answered with the rest or with the whole.
@@ -192,14 +218,10 @@ void cTransfer::arrive()
     if (m_state != Running)
         return;
     const qint64 promised = m_reply->header(QNetworkRequest::ContentLengthHeader).toLongLong();
-    if (isTooLong(qMax(promised, m_written + m_reply->bytesAvailable())))
+    if (isTooLong(qMax(promised, m_taken + m_reply->bytesAvailable())))
         return fail(QNetworkReply::OperationCanceledError, QStringLiteral("more bytes than are accepted"));
-    while (m_hasDevice && m_state == Running && m_reply->bytesAvailable() > 0) {
-        const QByteArray bytes = m_reply->readAll();
-        if (m_options.offset > 0 && statusOf(*m_reply) >= 400)
-            continue; // what a server says of an error is no part of the file
-        m_digest.addData(bytes);
-        write(bytes);
+    while (m_state == Running && m_reply->bytesAvailable() > 0) {
+        take(m_reply->readAll());
     }
 }
 
@@ -211,12 +233,12 @@ void cTransfer::finish(const QNetworkReply* reply)
         return fail(m_reply->error(), reasonOf(*m_reply));
     if (isCutShort())
         return fail(QNetworkReply::RemoteHostClosedError, QStringLiteral("Connection closed"));
-    m_data = m_reply->readAll();
+    const QByteArray rest = m_reply->readAll();
+    take(rest);
     if (m_hasDevice)
-        m_digest.addData(m_data);
-    emit progress(m_data.size(), m_data.size());
-    if (m_state == Running && m_hasDevice && !m_data.isEmpty())
-        write(m_data);
+        m_data = rest;
+    if (m_state == Running)
+        emit progress(m_data.size(), m_data.size());
     succeed();
 }
 
@@ -230,16 +252,25 @@ bool cTransfer::isTooLong(qint64 bytes) const
 bool cTransfer::isCutShort() const
 {
     const QVariant promised = m_reply->header(QNetworkRequest::ContentLengthHeader);
-    return promised.isValid() && m_written + m_reply->bytesAvailable() < promised.toLongLong();
+    return promised.isValid() && m_taken + m_reply->bytesAvailable() < promised.toLongLong();
 }
 
-void cTransfer::write(const QByteArray& bytes)
+/// Counts @p bytes and passes them on.
+void cTransfer::take(const QByteArray& bytes)
 {
-    m_written += bytes.size();
+    m_taken += bytes.size();
+    if (isTooLong(m_taken))
+        return fail(QNetworkReply::OperationCanceledError, QStringLiteral("more bytes than are accepted"));
+    // What a server says of an error is no part of the file.
+    if (m_options.offset > 0 && m_reply && statusOf(*m_reply) >= 400)
+        return;
+    if (!m_hasDevice) {
+        m_data.append(bytes);
+        return;
+    }
+    m_digest.addData(bytes);
     QString reason;
-    if (isTooLong(m_written))
-        reason = QStringLiteral("more bytes than are accepted");
-    else if (!m_device)
+    if (!m_device)
         reason = QStringLiteral("the device to write to is gone");
     else if (!m_device->isWritable())
         reason = QStringLiteral("the device takes no bytes");
@@ -271,6 +302,8 @@ void cTransfer::end(State state, int error, const QString& reason)
     m_error = error;
     m_errorString = reason;
     m_stallTimer.stop();
+    if (m_state != Succeeded)
+        m_data = QByteArray();
     releaseReply();
     emit done();
 }

@@ -13,6 +13,7 @@
 
 #include <optional>
 
+class QFile;
 class QIODevice;
 class QNetworkAccessManager;
 
@@ -21,6 +22,8 @@ class QNetworkAccessManager;
  * through a SHA-1 digest; nothing is compared with it here. An answer shorter than the length it promises fails; one
  * without a length ends with its connection, so that only the digest or the content tells whether it is whole.
  * Redirects are followed unless they lead from HTTPS to HTTP.
+ *
+ * What has arrived is taken in bounded steps, so that the size limit bounds the memory, whatever a server sends.
  *
  * A transfer runs on the events of its thread and does not wait by itself; several may share a manager. Whoever waits
  * for it, as `wait()` does, holds it by a shared pointer: what those events run may then cancel it, and destroy the
@@ -34,6 +37,8 @@ public:
     /// Moves only on; the last three are ends.
     enum State { Idle, Running, Succeeded, Failed, Cancelled };
 
+    static constexpr int DefaultLeastRate = 100;
+
     struct Options
     {
         qint64 sizeLimit = 0;     // the most bytes of the whole that are accepted; 0 for any number
@@ -44,11 +49,16 @@ public:
         /// The entity tag or the date of the answer that the bytes before the offset came from; empty when it had none.
         /// If it no longer holds, or the server knows no ranges, the whole comes and the device is emptied for it.
         QByteArray validator;
+
+        /// Fewer bytes than this a second, over rateWindow milliseconds, are a failure: what is never silent may still
+        /// never end. 0 for none.
+        int leastRate = DefaultLeastRate;
+        int rateWindow = 300000;
     };
 
     /// A transfer into memory, or into @p device, which is open for writing and stays the caller's: bytes are written
-    /// in bounded steps as they arrive, so that after a failure a part may have been written. @p manager must be there
-    /// at the start; a transfer whose manager is destroyed meanwhile fails.
+    /// as they arrive or are read, so that after a failure a part may have been written. @p manager must be there at
+    /// the start; a transfer whose manager is destroyed meanwhile fails.
     cTransfer(QNetworkAccessManager& manager, const QUrl& url, const Options& options,
               std::optional<QIODevice*> device = std::nullopt);
     ~cTransfer() override;
@@ -69,17 +79,16 @@ public:
 
     /// Where the bytes that came begin: the offset that was asked for, or 0 when the whole came instead.
     qint64 offset() const { return m_options.offset; }
-    /// All bytes, once they are there. With a device, those that were unread when the transfer ended, or all of a local
-    /// file.
-    QByteArray data() const { return m_data; }
+    /// All bytes, once they are there. With a device, those that were unread when the transfer ended.
+    QByteArray data() const { return m_state == Running ? QByteArray() : m_data; }
     /// The SHA-1 of what came, as raw bytes.
     QByteArray digest() const;
     /// Counts in what the transfer did not receive, such as the bytes before the offset.
     void addToDigest(const QByteArray& bytes) { m_digest.addData(bytes); }
 
     /// 0 after a success, else a `QNetworkReply::NetworkError`: the reply's own; 203 for a local file that cannot be
-    /// opened; 99 for a request that cannot be started; 4 after too long a silence; 5 when the transfer was broken off
-    /// by `cancel()`, by the size limit or by a device that does not take the bytes.
+    /// opened; 99 for a request that cannot be started; 4 after too long a silence or too slow a time; 5 when the
+    /// transfer was broken off by `cancel()`, by the size limit or by a device that does not take the bytes.
     int error() const { return m_error; }
     /// Why the transfer failed, for the log; without the URL. Empty after a success.
     QString errorString() const { return m_errorString; }
@@ -96,9 +105,12 @@ signals:
 
 private:
     void readLocalFile(const QString& path);
+    bool copy(QFile& file);
     void request();
     void connectReply();
     void checkSilence();
+    void checkRate();
+    void take(const QByteArray& bytes);
     void checkOffset();
     void beginAnew();
     bool isTooLong(qint64 bytes) const;
@@ -117,11 +129,13 @@ private:
 
     State m_state = Idle;
     QPointer<QNetworkReply> m_reply;
-    qint64 m_written = 0; // bytes passed on to the device
+    qint64 m_taken = 0; // bytes that have come, into m_data or the device
     QByteArray m_data;
     QCryptographicHash m_digest{QCryptographicHash::Sha1};
     int m_error = QNetworkReply::NoError;
     QString m_errorString;
-    QElapsedTimer m_silence; // since something last arrived
+    QElapsedTimer m_silence;  // since something last arrived
+    QElapsedTimer m_window;   // in which the rate is held against the least one
+    qint64 m_takenBefore = 0; // m_taken when the window began
     QTimer m_stallTimer;
 };

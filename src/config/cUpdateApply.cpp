@@ -9,12 +9,15 @@
 #include <Norvale/cLogCentral.h>
 
 cUpdateApply::cUpdateApply(const cUpdateCheck& check)
-    : m_check(check), m_log(cLogCentral::log(QStringLiteral("ConfigurationMgr")))
+    : m_check(check), m_plugins(check.pluginsToFetch()), m_log(cLogCentral::log(QStringLiteral("ConfigurationMgr")))
 {
 }
 
 cJsonValue cUpdateApply::run(cJsonValue result)
 {
+    m_downloader.setLeastRate(cDownloader::leastRateInSettings());
+    if (m_plugins.size() > m_check.plugins().size())
+        result["size"] = cUpdateCheck::sizeOf(m_plugins);
     const bool isReady = m_check.requiresNewCore() ? fetchRuntime() : fetchPackages();
     if (isReady) {
         result["result_code"] = IConfigMgr::UpdateReady;
@@ -69,11 +72,11 @@ bool cUpdateApply::areNamesSafe()
 bool cUpdateApply::fetchMissing()
 {
     qint64 total = 0;
-    for (const QSharedPointer<cFeaturePlugin>& plugin : m_check.plugins())
+    for (const QSharedPointer<cFeaturePlugin>& plugin : m_plugins)
         total += plugin->size();
     const QString label = m_check.available().name() + QLatin1Char('-') + m_check.available().version().toString();
     qint64 base = 0;
-    for (const QSharedPointer<cFeaturePlugin>& plugin : m_check.plugins()) {
+    for (const QSharedPointer<cFeaturePlugin>& plugin : m_plugins) {
         connect(plugin.data(), &cFeaturePlugin::progress, this, &cUpdateApply::progress);
         emit overallProgress(label, base, total);
         if (m_dropbox.holds(*plugin))
@@ -90,6 +93,8 @@ bool cUpdateApply::fetchMissing()
 
 bool cUpdateApply::fetchPackage(cFeaturePlugin& plugin)
 {
+    if (!plugin.hashFault().isEmpty())
+        return fail(plugin.id().toString(), plugin.hashFault());
     if (plugin.hash().isEmpty())
         return fail(plugin.id().toString(), QStringLiteral("the repository gives no hash for it"));
     if (plugin.sources().isEmpty())
@@ -162,7 +167,9 @@ bool cUpdateApply::fetchRuntime()
         return false;
     if (!isFetched)
         return fail(runtime.name(), fetch.errorString());
-    Corvane::setRestartSetupFilename(fetch.path());
+    Corvane::setRestartSetupFilename(fetch.path()); // logs why it cannot
+    if (Corvane::restartSetupFilename() != fetch.path())
+        return fail(runtime.name(), QStringLiteral("the settings do not keep where %1 lies").arg(fetch.path()));
     Corvane::setRestartOption(Corvane::RestartWithSetup);
     return true;
 }

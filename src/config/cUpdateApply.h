@@ -7,6 +7,8 @@
 #include <Norvale/cLog.h>
 
 #include <QtCore/QObject>
+#include <QtCore/QSharedPointer>
+#include <QtCore/QVector>
 
 class cFeaturePlugin;
 class cUpdateCheck;
@@ -61,6 +63,7 @@ private:
     bool fail(const QString& what, const QString& reason);
 
     const cUpdateCheck& m_check;
+    const QVector<QSharedPointer<cFeaturePlugin>> m_plugins; // to fetch
     cLog m_log;
     cDropbox m_dropbox;
     cDownloader m_downloader;

@@ -1,11 +1,15 @@
 #include "config/cUpdateCheck.h"
 
 #include "config/cUpdateMgr.h"
+#include "core/Files.h"
 #include "core/Settings.h"
 #include "plugins/cPluginMgr.h"
 #include "version/FlatMap.h"
 
 #include <Norvale/cLogCentral.h>
+
+#include <QtCore/QDir>
+#include <QtCore/QFile>
 
 #include <algorithm>
 #include <limits>
@@ -94,7 +98,8 @@ void cUpdateCheck::compare(const QStringList& names)
         return;
     }
     const bool isNewer = !m_features.isEmpty() || m_currentVersion < m_available.version();
-    m_result["size"] = integer(collectPlugins());
+    collectPlugins();
+    m_result["size"] = sizeOf(m_plugins);
     m_result["result_code"] = isNewer ? IConfigMgr::UpdateFound : IConfigMgr::NothingNewer;
 }
 
@@ -137,9 +142,8 @@ bool cUpdateCheck::logMissing(const QString& feature)
     return false;
 }
 
-qint64 cUpdateCheck::collectPlugins()
+void cUpdateCheck::collectPlugins()
 {
-    qint64 size = 0;
     int count = 0;
     for (const QSharedPointer<cFeatureInstance>& feature : qAsConst(m_features))
         count += feature->plugins().size();
@@ -147,11 +151,26 @@ qint64 cUpdateCheck::collectPlugins()
     names.reserve(size_t(count));
     for (const QSharedPointer<cFeatureInstance>& feature : qAsConst(m_features)) {
         for (const QSharedPointer<cFeaturePlugin>& plugin : feature->plugins()) {
-            if (!names.insert(plugin->name()).second || m_known.isKnown(plugin->id()))
-                continue;
-            m_plugins.append(plugin);
-            size += plugin->size();
+            if (names.insert(plugin->name()).second)
+                (m_known.isKnown(plugin->id()) ? m_knownPlugins : m_plugins).append(plugin);
         }
     }
-    return size;
+}
+
+cJsonValue cUpdateCheck::sizeOf(const Plugins& plugins)
+{
+    qint64 size = 0;
+    for (const QSharedPointer<cFeaturePlugin>& plugin : plugins)
+        size += plugin->size();
+    return integer(size);
+}
+
+cUpdateCheck::Plugins cUpdateCheck::pluginsToFetch() const
+{
+    Plugins plugins = m_plugins;
+    for (const QSharedPointer<cFeaturePlugin>& plugin : m_knownPlugins) {
+        if (!QFile::exists(Corvane::pluginDir(plugin->id()).absoluteFilePath(QStringLiteral("Manifest.xml"))))
+            plugins.append(plugin);
+    }
+    return plugins;
 }

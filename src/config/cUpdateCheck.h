@@ -36,6 +36,9 @@ public:
     /// from another repository, in whatever version.
     [[nodiscard]] static bool needsUpdate(const cFeatureInstance* installed, const cFeatureInstance& available);
 
+    /// The bytes of the packages of @p plugins, as a result object gives them.
+    static cJsonValue sizeOf(const Plugins& plugins);
+
     /**
      * Makes the check.
      * @param names features to take in beside the installed ones.
@@ -51,6 +54,9 @@ public:
     const Features& features() const { return m_features; }
     /// The plugins of those features that the plugin manager does not know yet, one of each name.
     const Plugins& plugins() const { return m_plugins; }
+    /// What an update fetches: plugins(), and those that are known but whose folders or manifests are gone, since
+    /// without them their features cannot be installed.
+    Plugins pluginsToFetch() const;
     /// The newest repository; empty when none was found.
     const cFeatureCatalogue& available() const { return m_available; }
     /// The newest runtime of that repository; version 0.0.0 when it offers none.
@@ -65,8 +71,7 @@ private:
     /// once. False when the new repository lacks one of them.
     bool collectFeatures(const QStringList& names);
     bool logMissing(const QString& feature);
-    /// @return the bytes of what is to be fetched.
-    qint64 collectPlugins();
+    void collectPlugins();
 
     const cFeatureCatalogue& m_installed;
     const cPluginMgr& m_known;
@@ -75,6 +80,7 @@ private:
     cVersion m_currentVersion;
     Features m_features;
     Plugins m_plugins;
+    Plugins m_knownPlugins; // the others of those features
     cFeatureCatalogue m_available;
     cRuntimeInfo m_runtime;
 };

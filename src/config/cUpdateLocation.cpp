@@ -3,6 +3,7 @@
 #include "core/Settings.h"
 #include "core/cXmlReader.h"
 #include "core/cXmlTree.h"
+#include "disk/WriteSettings.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QVariant>
@@ -51,18 +52,17 @@ QList<QSharedPointer<cUpdateLocation>> cUpdateLocation::readAll()
     return locations;
 }
 
-bool cUpdateLocation::writeAll(const QList<QUrl>& urls)
+bool cUpdateLocation::writeAll(const QList<QUrl>& urls, QString* error)
 {
-    cHostSettings settings;
-    settings.beginGroup(QLatin1String(SettingsKey::UpdateLocations));
-    settings.remove(QString());
+    const QLatin1String group(SettingsKey::UpdateLocations);
+    SettingsChanges changes{{group, QVariant()}};
     for (int i = 0; i < urls.size(); ++i) {
         // Keys are sorted as texts.
-        const QString key = QStringLiteral("%1").arg(i + 1, 4, 10, QLatin1Char('0'));
-        settings.setValue(key, QVariantMap{{UrlMember, urls.at(i).toString(QUrl::FullyEncoded)}, {PriorityMember, 0}});
+        const QString key = QStringLiteral("%1/%2").arg(group).arg(i + 1, 4, 10, QLatin1Char('0'));
+        changes.insert(key, QVariantMap{{UrlMember, urls.at(i).toString(QUrl::FullyEncoded)}, {PriorityMember, 0}});
     }
-    settings.sync();
-    return settings.status() == QSettings::NoError;
+    cHostSettings settings;
+    return writeSettings(settings, changes, error);
 }
 
 bool cSiteEntry::fits(const QString& name, const QString& requiredStatus) const
@@ -75,6 +75,7 @@ bool cSiteReader::read(const QByteArray& xml)
 {
     m_entries.clear();
     m_errorString.clear();
+    m_foreignRoot.clear();
     cXmlTree tree;
     if (!cXmlReader::read(xml, tree, &m_errorString))
         return false;
@@ -82,5 +83,9 @@ bool cSiteReader::read(const QByteArray& xml)
          element = element.nextSibling(u"repository"))
         m_entries.append({element.attribute(u"config"), element.attribute(u"status"), element.attribute(u"platform"),
                           element.attribute(u"update"), element.attribute(u"content")});
+    const cXmlElement root = tree.root();
+    if (m_entries.isEmpty() && root.tag() != u"site" && !root.firstChild().isNull())
+        m_foreignRoot = QStringLiteral("line %1, column %2: a document of another kind, its root is \"%3\"")
+                            .arg(QString::number(root.line()), QString::number(root.column()), root.tag());
     return true;
 }

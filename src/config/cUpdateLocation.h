@@ -35,8 +35,9 @@ public:
     /// The locations in the host's settings, in the order of their keys, whatever the priorities are.
     static QList<QSharedPointer<cUpdateLocation>> readAll();
 
-    /// Replaces the locations in the host's settings by @p urls. @return false when the settings cannot be written.
-    [[nodiscard]] static bool writeAll(const QList<QUrl>& urls);
+    /// Replaces the locations in the host's settings by @p urls. @return false when they cannot be written; @p error
+    /// then says why.
+    [[nodiscard]] static bool writeAll(const QList<QUrl>& urls, QString* error);
 
 private:
     QUrl m_url;
@@ -75,7 +76,12 @@ public:
     /// "line L, column C: message" of the last failure.
     QString errorString() const { return m_errorString; }
 
+    /// As cCatalogueReader::foreignRoot(): by what the last document, which was read, is known as no description of a
+    /// site.
+    QString foreignRoot() const { return m_foreignRoot; }
+
 private:
     QList<cSiteEntry> m_entries;
+    QString m_foreignRoot;
     QString m_errorString;
 };

@@ -40,16 +40,20 @@ bool cUpdateMgr::findNewest(const QString& repositoryName, cFeatureCatalogue& ca
             << "No search for a newer repository while another one waits" << Qt::endl;
         return false;
     }
+    loadLocations();
     const QString status =
         cMachineSettings().value(QLatin1String(SettingsKey::RepositoryStatus), QStringLiteral("release")).toString();
     cRepositorySearch search(m_locations, repositoryName, status);
     connect(&search, &cRepositorySearch::progress, this, &cUpdateMgr::onProgress);
     m_search = &search;
     m_isCancelled = false;
+    m_isComplete = false;
     const QPointer<cUpdateMgr> self(this);
     const bool isFound = search.run(catalogue, runtime);
-    if (self)
+    if (self) {
         m_search = nullptr;
+        m_isComplete = search.isComplete() && !m_isCancelled;
+    }
     return isFound;
 }
 

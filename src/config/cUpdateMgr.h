@@ -33,16 +33,19 @@ public:
 
     const QList<QSharedPointer<cUpdateLocation>>& locations() const { return m_locations; }
 
-    /// Looks through the update locations for the newest repository named @p repositoryName, and blocks while serving
-    /// the event loop. @p catalogue is replaced by each newer one that is found; @p runtime takes each newer runtime on
-    /// the way. True once any repository fits, even when none could be fetched. False when none does, after `cancel()`,
-    /// when this object is destroyed meanwhile, and at once while another search waits; the reason is logged.
+    /// Loads the update locations anew and looks through them for the newest repository named @p repositoryName, and
+    /// blocks while serving the event loop. @p catalogue is replaced by each newer one that is found; @p runtime takes
+    /// each newer runtime on the way. True once any repository fits, even when none could be fetched. False when none
+    /// does, after `cancel()`, when this object is destroyed meanwhile, and at once while another search waits; the
+    /// reason is logged.
     [[nodiscard]] bool findNewest(const QString& repositoryName, cFeatureCatalogue& catalogue, cRuntimeInfo& runtime);
 
     /// Ends the search that waits, if any; it is false and fills nothing more.
     void cancel();
     /// Whether the last search ended by `cancel()`.
     bool isCancelled() const { return m_isCancelled; }
+    /// Whether the last search reached every update location, of which there was one at least, and read all it found.
+    bool isComplete() const { return m_isComplete; }
 
 signals:
     void progress(QString filenameBeingDownloaded, qint64 downloadedBytes, qint64 totalBytes);
@@ -54,4 +57,5 @@ private:
     QList<QSharedPointer<cUpdateLocation>> m_locations;
     cRepositorySearch* m_search = nullptr; // the one that waits
     bool m_isCancelled = false;
+    bool m_isComplete = false;
 };

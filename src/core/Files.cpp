@@ -4,19 +4,16 @@
 
 #include <Norvale/Corvane.h>
 
+#include <QtCore/QBuffer>
 #include <QtCore/QDir>
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
-#include <QtCore/QSaveFile>
 #include <QtCore/QTextStream>
 #include <QtXml/QDomDocument>
 
 #include <filesystem>
 
 namespace {
-
-/// The most that readFile() reads: no document of the system comes near it, and a byte array holds eight times as much.
-constexpr qint64 MaxReadSize = 256 * 1024 * 1024;
 
 /// The rule by which a document counts as having its declaration. It asks for a null node on purpose, and so never
 /// holds for a declaration that was read from a file: a fresh one is then put in front.
@@ -34,63 +31,14 @@ void insertDeclaration(QDomDocument& doc)
     doc.insertBefore(declaration, doc.firstChild());
 }
 
-bool openForWriting(QFile& file)
+/// A pipe or a device is written to, and so is a file in a folder that takes no other: they cannot be replaced.
+bool writeThrough(const QString& path, const QByteArray& bytes)
 {
-    const QIODevice::OpenMode mode = QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Text;
-    if (file.open(mode))
-        return true;
-    QDir().mkpath(QFileInfo(file.fileName()).absolutePath());
-    return file.open(mode);
-}
-
-/// What keeps @p bytes from being the content of the file at @p path; empty when they are.
-QString replacingFault(const QString& path, const QByteArray& bytes)
-{
-    const QString folder = QFileInfo(path).absolutePath();
-    if (!QDir().mkpath(folder))
-        return QStringLiteral("the folder %1 cannot be made").arg(folder);
-    QSaveFile file(path); // removes what it wrote when it is not committed
-    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size())
-        return file.errorString();
-    if (!flushFile(file)) // it would flush by itself, and go on when that fails
-        return QStringLiteral("it cannot be flushed to the disk");
-    waitUntilReplaceable(path);
-    if (!file.commit())
-        return file.errorString();
-    flushFolder(folder); // the file is in place all the same when the folder cannot be flushed
-    return QString();
+    QFile file(path);
+    return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size() && file.flush();
 }
 
 } // namespace
-
-bool isAbsent(const QString& path)
-{
-    std::error_code ignored;
-    return std::filesystem::symlink_status(path.toStdU16String(), ignored).type() ==
-           std::filesystem::file_type::not_found;
-}
-
-bool readFile(const QString& path, QByteArray& bytes, QString* reason)
-{
-    QFile file(path);
-    const QFileInfo info(path);
-    QString fault;
-    if (info.exists() && !info.isFile())
-        fault = info.isDir() ? QStringLiteral("this is a folder") : QStringLiteral("this is no file");
-    else if (!file.open(QIODevice::ReadOnly))
-        fault = file.errorString();
-    else if (file.size() > MaxReadSize)
-        fault = QStringLiteral("it has more than %1 bytes").arg(MaxReadSize);
-    else
-        bytes = file.readAll();
-    if (fault.isEmpty() && file.error() != QFile::NoError)
-        fault = file.errorString();
-    if (!fault.isEmpty())
-        bytes.clear();
-    if (!fault.isEmpty() && reason)
-        *reason = fault;
-    return fault.isEmpty();
-}
 
 QByteArray Corvane::FileReadAll(const QString& path, bool* ok)
 {
@@ -113,20 +61,12 @@ bool Corvane::SaveDomToFile(QDomDocument& doc, const QString& path)
     if (!hasDeclaration(doc))
         insertDeclaration(doc);
 
-    QFile file(path);
-    if (!openForWriting(file))
-        return false;
-    QTextStream stream(&file);
+    QBuffer text; // a text file
+    text.open(QIODevice::WriteOnly | QIODevice::Text);
+    QTextStream stream(&text);
     doc.save(stream, 2, QDomNode::EncodingFromDocument);
     stream.flush();
-    file.close();
-    return true;
-}
-
-bool replaceFile(const QString& path, const QByteArray& bytes, QString* error)
-{
-    const QString fault = replacingFault(path, bytes);
-    if (!fault.isEmpty() && error)
-        *error = QStringLiteral("%1 cannot be written: %2").arg(path, fault);
-    return fault.isEmpty();
+    const QFileInfo info(path);
+    const bool isReplaceable = info.isFile() && QFileInfo(info.absolutePath()).isWritable();
+    return info.exists() && !isReplaceable ? writeThrough(path, text.data()) : replaceFile(path, text.data(), nullptr);
 }

@@ -1,6 +1,9 @@
 #include <Norvale/Corvane.h>
 
 #include "core/Settings.h"
+#include "disk/WriteSettings.h"
+
+#include <Norvale/cLogCentral.h>
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QDir>
@@ -25,12 +28,21 @@ void swizzleBlock(unsigned char* out, const unsigned char* in, int rowsInBand)
     }
 }
 
+void store(const char* what, const char* key, const QVariant& value)
+{
+    cHostSettings settings;
+    QString error;
+    if (!writeSettings(settings, {{QLatin1String(key), value}}, &error))
+        cLogCentral::log(QStringLiteral("Norvale")).error().noquote()
+            << "The" << what << "is not kept:" << error << Qt::endl;
+}
+
 } // namespace
 
 void Corvane::setRestartOption(RestartOption)
 {
     // Always 0, on purpose: only a host stores another value.
-    cHostSettings().setValue(QLatin1String(SettingsKey::RestartOption), 0);
+    store("restart option", SettingsKey::RestartOption, 0);
 }
 
 Corvane::RestartOption Corvane::restartOption()
@@ -40,7 +52,7 @@ Corvane::RestartOption Corvane::restartOption()
 
 void Corvane::setRestartSetupFilename(const QString& name)
 {
-    cHostSettings().setValue(QLatin1String(SettingsKey::RestartFilename), name);
+    store("setup program for the restart", SettingsKey::RestartFilename, name);
 }
 
 QString Corvane::restartSetupFilename()

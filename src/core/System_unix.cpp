@@ -1,82 +1,16 @@
 #include "core/Files.h"
-
 #include "core/Settings.h"
 
-#include <QtCore/QDir>
-#include <QtCore/QDirIterator>
-#include <QtCore/QFile>
-#include <QtCore/QString>
-
-#include <fcntl.h>
-#include <unistd.h>
-
 namespace {
-
-/// Calls @p flush with a handle of the folder at @p path. @return false when the system refuses.
-bool flushWith(int (*flush)(int), const QString& path)
-{
-    const int folder = ::open(QFile::encodeName(path).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (folder < 0)
-        return false;
-    const bool isFlushed = flush(folder) == 0;
-    ::close(folder);
-    return isFlushed;
+constexpr QLatin1String InstallDir("InstallDir");
 }
-
-} // namespace
 
 QString installRecord()
 {
-    return cMachineSettings().value(QStringLiteral("InstallDir")).toString();
+    return cMachineSettings().value(InstallDir).toString();
 }
 
-void waitUntilReplaceable(const QString&) {}
-
-bool flushFile(QFileDevice& file)
+QString installRecordPlace()
 {
-    return file.flush() && ::fsync(file.handle()) == 0;
+    return QStringLiteral("\"%1\" in %2").arg(InstallDir, cMachineSettings().fileName());
 }
-
-bool flushFolder(const QString& path)
-{
-    return flushWith(::fsync, path);
-}
-
-bool removeEmptyFolder(const QString& path)
-{
-    return QDir().rmdir(path);
-}
-
-#ifdef Q_OS_LINUX
-
-// One flush of the whole file system takes a fifth of the time of one for each of 800 small files: the files and their
-// folders reach the disk in few large writes.
-
-bool flushNewFile(QFileDevice&)
-{
-    return true;
-}
-
-bool flushNewFiles(const QString& folder)
-{
-    return flushWith(::syncfs, folder);
-}
-
-#else
-
-bool flushNewFile(QFileDevice& file)
-{
-    return flushFile(file);
-}
-
-bool flushNewFiles(const QString& folder)
-{
-    bool isFlushed = flushFolder(folder);
-    QDirIterator folders(folder, QDir::Dirs | QDir::Hidden | QDir::NoDotAndDotDot | QDir::NoSymLinks,
-                         QDirIterator::Subdirectories);
-    while (folders.hasNext())
-        isFlushed = flushFolder(folders.next()) && isFlushed;
-    return isFlushed;
-}
-
-#endif

@@ -59,3 +59,15 @@ cInstallOutcome IInstallMgr::lastOutcome()
     const cInstallMgr* manager = cInstallMgr::instance();
     return manager ? manager->lastOutcome() : cInstallOutcome();
 }
+
+cVerifyOutcome IInstallMgr::verify()
+{
+    cInstallMgr* manager = managerFor("verify()");
+    return manager ? manager->verify() : cVerifyOutcome();
+}
+
+cRepairOutcome IInstallMgr::repair()
+{
+    cInstallMgr* manager = managerFor("repair()");
+    return manager ? manager->repair() : cRepairOutcome();
+}

@@ -2,9 +2,11 @@
 
 #include "config/cCatalogueReader.h"
 #include "config/cConfigurationMgr.h"
+#include "core/Files.h"
 #include "core/Settings.h"
 #include "install/cInstallation.h"
 #include "install/cPluginFolders.h"
+#include "install/cRepair.h"
 #include "install/cUninstallation.h"
 #include "version/ForeignCode.h"
 
@@ -117,16 +119,16 @@ bool cInstallMgr::installFromLocation(const QString& path, bool consume)
     m_outcome = cInstallOutcome();
     const cOperation announced(*this, IInstallMgr::OPERATION_START);
     if (!QFile::exists(path)) {
-        if (cFolderJournal().exists())
-            cInstallation(*this, m_configuration, m_plugins, m_log).recover();
+        if (cFolderJournal().exists()) // a damaged features file is told by the start
+            (void)cInstallation(*this, m_configuration, m_plugins, m_log).recover();
         m_outcome.result = cInstallOutcome::NothingToDo;
         return consume || logAndFail(path, QStringLiteral("it does not exist"));
     }
     tell([&] { emit installationStart(IInstallMgr::OPERATION_LOCATION, QString(), QString()); });
-    bool isRead = false;
-    const QByteArray xml = Corvane::FileReadAll(path, &isRead);
-    if (!isRead)
-        return logAndFail(path, QStringLiteral("it cannot be read"));
+    QByteArray xml;
+    QString cause;
+    if (!readFile(path, xml, &cause))
+        return logAndFail(path, QStringLiteral("it cannot be read: ") + cause);
     cFeatureCatalogue offered;
     cCatalogueReader reader(offered);
     if (!reader.read(xml))
@@ -166,7 +168,9 @@ bool cInstallMgr::installPackage(const QString& path)
     tell([&] { emit installationStart(IInstallMgr::OPERATION_LOCATION, QString(), QString()); });
     // The features must be loaded for the other plugins of the development feature to stay in it.
     cInstallation installation(*this, m_configuration, m_plugins, m_log);
-    installation.recover();
+    const QString fault = installation.recover();
+    if (!fault.isEmpty())
+        return refuse(package, fault);
     const cFeatureCatalogue offered = developmentFeature(m_configuration.installed(), id, QUrl::fromLocalFile(package));
     return conclude(installation.run(offered, cPackageSource(package, cPackageSource::SinglePackage)));
 }
@@ -179,11 +183,46 @@ bool cInstallMgr::uninstallPlugins()
     return cUninstallation(*this, m_configuration, m_plugins, m_log).run();
 }
 
+cVerifyOutcome cInstallMgr::verify()
+{
+    cVerifyOutcome outcome;
+    outcome.reason = Busy;
+    if (m_isBusy)
+        return outcome;
+    const QScopedValueRollback<bool> busy(m_isBusy, true);
+    // Plugins may run, and what they are told is installed does not change under them.
+    const cFeatureCatalogue published = m_configuration.installed();
+    const cInstalledState state = cInstalledState::read(m_configuration);
+    if (!published.isEmpty())
+        m_configuration.setInstalled(published);
+    return cVerification(*this, m_log).run(state);
+}
+
+cRepairOutcome cInstallMgr::repair()
+{
+    cRepairOutcome outcome;
+    outcome.reason = QStringLiteral("Nothing is repaired: ") + Busy;
+    if (m_isBusy)
+        return outcome;
+    const QScopedValueRollback<bool> busy(m_isBusy, true);
+    return cRepair(*this, m_configuration, m_plugins, m_log).run();
+}
+
 bool cInstallMgr::install(const cFeatureCatalogue& offered, const cPackageSource& source)
 {
     cInstallation installation(*this, m_configuration, m_plugins, m_log);
-    installation.recover();
+    const QString fault = installation.recover();
+    if (!fault.isEmpty())
+        return refuse(source.path(), fault);
     return conclude(installation.run(offered, source));
+}
+
+/// Nothing is installed as long as nobody knows what is.
+bool cInstallMgr::refuse(const QString& path, const QString& fault)
+{
+    m_outcome.result = cInstallOutcome::Failed;
+    m_outcome.reason = textOf(path, QStringLiteral("the list of what is installed is damaged: ") + fault);
+    return logAndFail(m_outcome.reason);
 }
 
 bool cInstallMgr::conclude(const cInstallOutcome& outcome)

@@ -40,6 +40,8 @@ public:
     bool installBootstrap();
     bool installPackage(const QString& path);
     bool uninstallPlugins();
+    cVerifyOutcome verify();
+    cRepairOutcome repair();
     const cInstallOutcome& lastOutcome() const { return m_outcome; }
 
     /// Emits a signal of an installation. What a receiver throws is logged, and stops nothing.
@@ -54,6 +56,7 @@ signals:
 private:
     void connectSlot(const char* signal, QObject* receiver, const char* slot);
     bool install(const cFeatureCatalogue& offered, const cPackageSource& source);
+    bool refuse(const QString& path, const QString& fault);
     bool conclude(const cInstallOutcome& outcome);
     bool fail(const QString& path, const QString& reason);
     bool logAndFail(const QString& path, const QString& reason);

@@ -86,31 +86,41 @@ bool cInstallPlan::settleOnce()
         if (!isTaken(feature->name()))
             enter(*feature, versions);
     }
-    const bool isRetried = hasRetried();
     for (int i = 0; i < m_features.size(); ++i) {
         const cFeatureInstance& feature = *m_features.at(i).record;
         if (m_features.at(i).isLeftOut())
             continue;
-        QString reason = missingDependency(feature);
+        QString reason = unmetDependency(feature);
         if (reason.isEmpty())
             reason = clash(feature, versions);
         if (reason.isEmpty()) {
             enter(feature, versions);
             continue;
         }
-        leaveOut(i, {reason, isRetried});
+        leaveOut(i, reason);
         hasLeftOut = true;
     }
     return hasLeftOut;
 }
 
-QString cInstallPlan::missingDependency(const cFeatureInstance& feature) const
+// What a new version needs of another feature is in that one's new version, so the old one will not do.
+QString cInstallPlan::unmetDependency(const cFeatureInstance& feature) const
 {
     for (const QString& name : feature.dependencies()) {
-        if (m_placeByName.contains(name) && !isTaken(name) && !m_installed.find(name))
+        if (m_placeByName.contains(name) && !isTaken(name))
             return QStringLiteral("it depends on the feature \"%1\", which is left out").arg(name);
+        if (!m_placeByName.contains(name) && !m_installed.find(name))
+            return QStringLiteral("it depends on the feature \"%1\", which is neither offered nor installed").arg(name);
     }
-    return QString();
+    return isLackingCore(feature) ? QStringLiteral("nothing starts without the feature \"Core\", which is left out")
+                                  : QString();
+}
+
+/// Every feature depends on "Core", which need not be said.
+bool cInstallPlan::isLackingCore(const cFeatureInstance& feature) const
+{
+    const QString core = QStringLiteral("Core");
+    return feature.name() != core && m_placeByName.contains(core) && !isTaken(core) && !m_installed.find(core);
 }
 
 QString cInstallPlan::clash(const cFeatureInstance& feature, const QHash<QString, cVersion>& versions)

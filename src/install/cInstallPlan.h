@@ -45,15 +45,22 @@ public:
 
     const QVector<Feature>& features() const { return m_features; }
 
+    /// The features as they were before the run.
+    const cFeatureCatalogue& installed() const { return m_installed; }
+
     const QSet<cPluginId>& present() const { return m_present; }
     bool isPresent(const cPluginId& id) const { return m_present.contains(id); }
 
     /// Leaves out the feature at @p index.
     void leaveOut(int index, const Reason& reason) { m_features[index].reason = reason; }
 
-    /// Leaves out what cannot be had without what has been left out: a feature that depends on one that then is
-    /// missing, and one with a plugin that a feature that stays has in another version, for two versions of a plugin
-    /// are not published.
+    /// Leaves it out because of what the others are. What may be gone at the next start where one of them is tried
+    /// again then.
+    void leaveOut(int index, const QString& text) { leaveOut(index, {text, hasRetried()}); }
+
+    /// Leaves out what cannot be had with the features as they then are: one that depends on a feature that has been
+    /// left out, or that is neither offered nor installed, and one with a plugin that a feature that stays has in
+    /// another version, for two versions of a plugin are not published.
     void settle();
 
     /// Nothing is left out.
@@ -74,7 +81,8 @@ public:
 private:
     bool isTaken(const QString& name) const;
     bool hasRetried() const;
-    QString missingDependency(const cFeatureInstance& feature) const;
+    QString unmetDependency(const cFeatureInstance& feature) const;
+    bool isLackingCore(const cFeatureInstance& feature) const;
     bool settleOnce();
     static QString clash(const cFeatureInstance& feature, const QHash<QString, cVersion>& versions);
     static void enter(const cFeatureInstance& feature, QHash<QString, cVersion>& versions);

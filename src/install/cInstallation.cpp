@@ -1,17 +1,22 @@
 #include "install/cInstallation.h"
 
+#include "config/cCatalogueReader.h"
 #include "config/cConfigurationMgr.h"
 #include "config/cDropbox.h"
 #include "core/Files.h"
 #include "install/cCommandRunner.h"
 #include "install/cInstallMgr.h"
 #include "install/cPluginFolders.h"
+#include "install/cStartCheck.h"
+#include "install/cVerification.h"
 #include "plugins/cPluginMgr.h"
 
 #include <Norvale/Corvane.h>
 
 #include <QtCore/QDir>
 #include <QtCore/QFile>
+
+#include <algorithm>
 
 namespace {
 
@@ -54,12 +59,13 @@ cInstallation::cInstallation(cInstallMgr& manager, cConfigurationMgr& configurat
 {
 }
 
-void cInstallation::recover()
+QString cInstallation::recover()
 {
-    // Without a list of what is installed, nothing tells a leftover from a plugin.
-    const QString features = Corvane::velmiraFolderOrFile(Corvane::FeaturesFile);
-    if (m_configuration.loadFeatures() || !QFile::exists(features))
+    (void)m_configuration.loadFeatures();
+    const QString fault = m_configuration.catalogueFault();
+    if (fault.isEmpty())
         cFolderSweep(m_manager, m_log).run(setOf(pluginsOf(m_configuration.installed().features())));
+    return fault;
 }
 
 cInstallOutcome cInstallation::run(const cFeatureCatalogue& offered, const cPackageSource& source)
@@ -73,12 +79,14 @@ cInstallOutcome cInstallation::run(const cFeatureCatalogue& offered, const cPack
     m_plan = std::make_unique<cInstallPlan>(m_configuration.installed(), present(), offered);
     if (!prepare(offered, source))
         return m_outcome;
-    cUnpacking(m_manager, m_plugins, m_log, source, *m_plan).run();
-    m_plan->settle();
+    cUnpacking unpacking(m_manager, m_plugins, m_log, source, *m_plan);
+    unpacking.run();
+    m_unpacked = unpacking.files();
+    cStartCheck(*m_plan).run();
     noteLeftOut();
     runCommands();
     const bool isDone = commit(offered, source);
-    recover();
+    (void)recover();
     if (isDone && source.isConsumed())
         consume(offered, source);
     return m_outcome;
@@ -104,8 +112,50 @@ bool cInstallation::prepare(const cFeatureCatalogue& offered, const cPackageSour
                           QStringLiteral("the machine-wide settings cannot be written"));
     if (m_plan->features().isEmpty())
         return true;
+    leaveOutForeign();
     cFolderJournal journal;
-    return journal.note(m_plan->touched()) || logAndFail(source, cInstallOutcome::Failed, journal.errorString());
+    QVector<cPluginId> touched = m_plan->touched();
+    const auto isForeign = [&](const cPluginId& id) { return m_foreign.contains(id); };
+    touched.erase(std::remove_if(touched.begin(), touched.end(), isForeign), touched.end());
+    return journal.note(touched) || logAndFail(source, cInstallOutcome::Failed, journal.errorString());
+}
+
+/// The plugins of the plan whose folders are there although the suite has not made them: no feature names them, or has
+/// named them before, and no run that was cut off has left them.
+QSet<cPluginId> cInstallation::foreign() const
+{
+    cFeatureCatalogue last;
+    QByteArray xml;
+    if (readFile(cConfigurationMgr::lastFeaturesFile(), xml, nullptr))
+        (void)cCatalogueReader(last).read(xml);
+    QSet<QString> own;
+    for (const cPluginId& id :
+         pluginsOf(m_configuration.installed().features()) + pluginsOf(last.features()) + cFolderJournal().plugins())
+        own.insert(id.caselessKey());
+    cFileRecord record;
+    (void)record.read(); // it only knows of more
+    QSet<cPluginId> foreign;
+    for (const cPluginId& id : m_plan->touched()) {
+        if (id.isSafe() && !own.contains(id.caselessKey()) && !record.contains(id) &&
+            !isAbsent(Corvane::pluginDir(id).absolutePath()))
+            foreign.insert(id);
+    }
+    return foreign;
+}
+
+void cInstallation::leaveOutForeign()
+{
+    m_foreign = foreign();
+    for (int i = 0; i < m_plan->features().size(); ++i) {
+        for (const cPluginId& id : pluginsOf({m_plan->features().at(i).record})) {
+            if (!m_foreign.contains(id))
+                continue;
+            const QString text =
+                QStringLiteral("the folder %1 is there, which no feature has had: it is left as it is");
+            m_plan->leaveOut(i, {text.arg(Corvane::pluginDir(id).absolutePath())});
+            break;
+        }
+    }
 }
 
 void cInstallation::noteLeftOut()
@@ -145,22 +195,58 @@ bool cInstallation::commit(const cFeatureCatalogue& offered, const cPackageSourc
 {
     m_outcome.result = resultOf(*m_plan);
     if (!m_plan->isComplete())
-        m_settings.keepVersion();
+        m_settings.keep();
     const bool isChange = m_plan->hasTaken();
     if (!isChange && !m_plan->isComplete())
         return true;
     if (!m_settings.store())
-        return logAndFail(source, cInstallOutcome::Failed,
-                          QStringLiteral("the machine-wide settings cannot be written"));
+        return logAndFail(source, cInstallOutcome::Failed, m_settings.errorString());
     if (!isChange)
         return true;
+    QString error;
+    if (!writeRecord(&error)) {
+        restoreSettings();
+        return logAndFail(source, cInstallOutcome::Failed, error);
+    }
     if (!m_configuration.saveFeatures(m_plan->result())) {
-        m_settings.restore();
+        restoreSettings();
         // The configuration manager has logged why.
         return fail(source, cInstallOutcome::Failed, QStringLiteral("the features file cannot be written"));
     }
     noteInstalled(offered);
     return true;
+}
+
+void cInstallation::restoreSettings()
+{
+    if (!m_settings.restore())
+        m_log.error().noquote() << "What is installed is not what the settings tell:" << m_settings.errorString()
+                                << Qt::endl;
+}
+
+// Before the features file names a plugin, so that whatever is installed at any moment has its record.
+bool cInstallation::writeRecord(QString* error)
+{
+    cFileRecord record;
+    if (!record.read())
+        m_log.warning().noquote() << "The record of installed files begins anew:" << record.errorString() << Qt::endl;
+    record.keepOnly(setOf(pluginsOf(m_configuration.installed().features()) + pluginsOf(m_plan->result())));
+    for (const cPluginId& id : m_plan->added()) {
+        cFileRecord::Files files = m_unpacked.value(id);
+        // What a plugin's own command lines have made of its files is installed, too.
+        if (!m_plugins.findOrMake(id)->installCommandLines().isEmpty())
+            files = filesIn(Corvane::pluginDir(id).absolutePath(), files);
+        record.set(id, files);
+    }
+    QByteArray before;
+    QList<QByteArray> catalogues{cConfigurationMgr::featuresText(m_plan->result())};
+    if (readFile(Corvane::velmiraFolderOrFile(Corvane::FeaturesFile), before, nullptr))
+        catalogues.append(before);
+    record.setCatalogues(catalogues);
+    if (record.write())
+        return true;
+    *error = record.errorString();
+    return false;
 }
 
 void cInstallation::noteInstalled(const cFeatureCatalogue& offered)
@@ -176,21 +262,26 @@ void cInstallation::noteInstalled(const cFeatureCatalogue& offered)
 
 void cInstallation::consume(const cFeatureCatalogue& offered, const cPackageSource& source)
 {
+    cFeatureCatalogue leftOut;
     cFeatureCatalogue::Features retried;
     for (const cInstallPlan::Feature& feature : m_plan->features()) {
+        if (feature.isLeftOut())
+            leftOut.append(feature.record);
         if (feature.reason.isWorthRetrying)
             retried.append(feature.record);
     }
     const QSet<cPluginId> kept = setOf(pluginsOf(retried));
+    const QSet<cPluginId> installed = setOf(m_plan->added()) + m_plan->present();
     for (const cPluginId& id : pluginsOf(offered.features())) {
-        if (id.isSafe() && !kept.contains(id))
+        if (id.isSafe() && installed.contains(id) && !kept.contains(id))
             consumeFile(source.besideDescription(id), m_log);
     }
     if (!retried.isEmpty())
         return;
-    // A fetch that was killed when its update had just come to count leaves packages of the one before.
+    // What is older than what is installed, and what a fetch has left that was killed when its update had just come to
+    // count. What was left out may be wanted by the next update.
     if (source.path() == Corvane::velmiraFolderOrFile(Corvane::DropboxRepositoryFile)) {
-        const QString left = cDropbox().tidy(cFeatureCatalogue());
+        const QString left = cDropbox().tidy(leftOut);
         if (!left.isEmpty())
             m_log.warning().noquote() << "Left in the Dropbox:" << left << Qt::endl;
     }

@@ -3,6 +3,7 @@
 #include "install/cInstallPlan.h"
 #include "install/cRepositorySettings.h"
 #include "install/cUnpacking.h"
+#include "plugins/cFileRecord.h"
 
 #include <Norvale/IInstallMgr.h>
 #include <Norvale/cLog.h>
@@ -29,7 +30,9 @@ public:
 
     /// Loads the features file and finishes what a run has left undone that was cut off: removes the folders that it
     /// had unpacked or replaced and that no feature names.
-    void recover();
+    /// @return what is wrong with the features file, see cConfigurationMgr::catalogueFault(): then nothing tells a
+    /// leftover from a plugin, nothing has been done, and nothing may be. Empty when nothing is.
+    [[nodiscard]] QString recover();
 
     /// Installs what @p offered lists from the packages of @p source. recover() comes before. What was left out or
     /// could not be written has been logged.
@@ -37,10 +40,14 @@ public:
 
 private:
     QSet<cPluginId> present() const;
+    QSet<cPluginId> foreign() const;
+    void leaveOutForeign();
     bool prepare(const cFeatureCatalogue& offered, const cPackageSource& source);
     void noteLeftOut();
     void runCommands();
     bool commit(const cFeatureCatalogue& offered, const cPackageSource& source);
+    void restoreSettings();
+    bool writeRecord(QString* error);
     void noteInstalled(const cFeatureCatalogue& offered);
     void consume(const cFeatureCatalogue& offered, const cPackageSource& source);
     bool fail(const cPackageSource& source, cInstallOutcome::Result result, const QString& reason);
@@ -52,5 +59,7 @@ private:
     cLog m_log;
     cRepositorySettings m_settings;
     std::unique_ptr<cInstallPlan> m_plan;
+    QHash<cPluginId, cFileRecord::Files> m_unpacked;
+    QSet<cPluginId> m_foreign; // plugins of the plan whose folders others have made
     cInstallOutcome m_outcome;
 };

@@ -4,7 +4,10 @@
 #include "zip/ZipRecords.h"
 
 #include <QtCore/QBuffer>
+#include <QtCore/QCryptographicHash>
+#include <QtCore/QDateTime>
 #include <QtCore/QFile>
+#include <QtCore/QFileInfo>
 
 namespace {
 
@@ -114,7 +117,10 @@ bool cPackageUnpacker::unpack(const cPackage& package, const cZipRecord& record)
     QString error;
     if (!package.readContent(record, &content, &error))
         return fail(path, error);
-    return makeFolderOf(path) && write(path, content, record.unixMode() & ExecutableByAnyone);
+    if (!makeFolderOf(path) || !write(path, content, record.unixMode() & ExecutableByAnyone))
+        return false;
+    note(record.name, content);
+    return true;
 }
 
 bool cPackageUnpacker::makeFolderOf(const QString& path)
@@ -123,7 +129,7 @@ bool cPackageUnpacker::makeFolderOf(const QString& path)
     if (m_madeFolders.contains(parent))
         return true;
     if (!m_folder.mkpath(parent))
-        return fail(parent, QStringLiteral("the folder cannot be made"));
+        return fail(parent, QStringLiteral("the folder cannot be made: ") + qt_error_string());
     m_madeFolders.insert(parent);
     return true;
 }
@@ -133,13 +139,20 @@ bool cPackageUnpacker::write(const QString& path, const QByteArray& content, boo
     QFile file(path);
     if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Unbuffered) ||
         file.write(content) != content.size())
-        return fail(path, file.errorString());
+        return fail(path, causeOf(file));
     const QFile::Permissions execution = QFile::ExeOwner | QFile::ExeUser | QFile::ExeGroup | QFile::ExeOther;
     if (isExecutable && !file.setPermissions(file.permissions() | execution))
-        return fail(path, file.errorString());
-    if (!flushNewFile(file))
-        return fail(path, QStringLiteral("it cannot be flushed to the disk"));
-    return true;
+        return fail(path, causeOf(file));
+    return flushNewFile(file) || fail(path, causeOf(file));
+}
+
+// The content is what was to be written, not what the disk has made of it; the time is known once the file is closed.
+void cPackageUnpacker::note(const QString& name, const QByteArray& content)
+{
+    cRecordedFile& file = m_files[name];
+    file.size = content.size();
+    file.changed = QFileInfo(m_folder.absoluteFilePath(name)).lastModified().toMSecsSinceEpoch();
+    file.sha256 = QCryptographicHash::hash(content, QCryptographicHash::Sha256);
 }
 
 bool cPackageUnpacker::fail(const QString& path, const QString& reason)

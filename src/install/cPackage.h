@@ -1,5 +1,6 @@
 #pragma once
 
+#include "plugins/cFileRecord.h"
 #include "zip/cInflater.h"
 #include "zip/cZipDirectory.h"
 
@@ -68,15 +69,20 @@ public:
     /// stays.
     [[nodiscard]] bool unpack(const cPackage& package);
 
+    /// What has been written, for the record of files.
+    const cFileRecord::Files& files() const { return m_files; }
+
     const QString& errorString() const { return m_errorString; }
 
 private:
     bool unpack(const cPackage& package, const cZipRecord& record);
     bool makeFolderOf(const QString& path);
     bool write(const QString& path, const QByteArray& content, bool isExecutable);
+    void note(const QString& name, const QByteArray& content);
     bool fail(const QString& path, const QString& reason);
 
     QDir m_folder;
     QSet<QString> m_madeFolders;
+    cFileRecord::Files m_files;
     QString m_errorString;
 };

@@ -4,6 +4,8 @@
 #include "core/cXmlReader.h"
 #include "core/cXmlTree.h"
 #include "install/cPackage.h"
+#include "plugins/cManifestReader.h"
+#include "plugins/cStartRules.h"
 #include "version/cPluginId.h"
 
 #include <QtCore/QCryptographicHash>
@@ -312,10 +314,23 @@ void cPackageCheck::readManifest(const QByteArray& xml)
     }
     const cXmlElement plugin = tree.root().firstChild(u"plugin");
     m_id = cPluginId(plugin.attribute(u"name"), cVersion(plugin.attribute(u"version")));
-    if (m_id.isNull())
+    if (m_id.isNull()) {
         addFinding(cPackageFinding::Manifest, ManifestName, QStringLiteral("it gives no plugin with a name"));
-    else
-        checkIdentity();
+        return;
+    }
+    checkIdentity();
+    checkStart(xml);
+}
+
+/// What the start refuses whatever else is installed.
+void cPackageCheck::checkStart(const QByteArray& xml)
+{
+    cManifest manifest;
+    cManifestReader reader(m_id, QString(), manifest);
+    if (!reader.read(xml, ManifestName))
+        addFinding(cPackageFinding::Start, QString(), reader.errorString());
+    else if (const auto fault = cStartRules().enter(m_id, manifest.runtimeApiVersion, manifest.services))
+        addFinding(cPackageFinding::Start, QString(), fault->reason);
 }
 
 void cPackageCheck::checkIdentity()

@@ -17,6 +17,7 @@ struct cPackageFinding
         Readable,     ///< the file can be read and is a zip archive with all of its records
         Hash,         ///< the bytes have the expected SHA-1
         Manifest,     ///< "Manifest.xml" is there and well-formed, and its first plugin has a name
+        Start,        ///< no start refuses the plugin for what its manifest says
         Identity,     ///< the manifest's name and version are the expected ones, and can name a folder
         EntryName,    ///< a name stays inside the plugin's folder and can be written on every system
         EntryClash,   ///< no two names are the same file, and none is a file and a folder
@@ -91,6 +92,7 @@ private:
     void checkManifest(const cPackage& package);
     void readManifest(const QByteArray& xml);
     void checkIdentity();
+    void checkStart(const QByteArray& xml);
     /// Always false.
     bool addFinding(cPackageFinding::Rule rule, const QString& entry, const QString& text);
 

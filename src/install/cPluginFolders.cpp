@@ -47,7 +47,8 @@ bool cFolderRemover::removeFolder(const QString& path)
     const QDir::Filters everything = QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot;
     for (const QFileInfo& entry : QDir(path).entryInfoList(everything, QDir::Unsorted))
         isEmpty = removeEntry(entry) && isEmpty;
-    return isEmpty && (removeEmptyFolder(path) || fail(path, QStringLiteral("the folder is not empty or in use")));
+    return isEmpty && (removeEmptyFolder(path) ||
+                       fail(path, QStringLiteral("the folder is not empty or in use: ") + qt_error_string()));
 }
 
 bool cFolderRemover::removeFile(const QString& path)
@@ -95,8 +96,10 @@ bool cFolderJournal::note(const QVector<cPluginId>& plugins)
 QVector<cPluginId> cFolderJournal::plugins() const
 {
     QVector<cPluginId> plugins;
-    const QString text = QString::fromUtf8(Corvane::FileReadAll(m_path, nullptr));
-    for (const QString& line : text.split(QLatin1Char('\n'))) {
+    QByteArray text;
+    if (!isAbsent(m_path) && !readFile(m_path, text, nullptr))
+        return plugins; // remove() tells why
+    for (const QString& line : QString::fromUtf8(text).split(QLatin1Char('\n'))) {
         // Nobody is to have a folder removed that is not one of a plugin.
         const cPluginId id = cPluginId::parse(line);
         if (id.isSafe())
@@ -107,19 +110,27 @@ QVector<cPluginId> cFolderJournal::plugins() const
 
 bool cFolderJournal::remove()
 {
-    const QFileInfo journal(m_path);
-    QDir folder = journal.dir();
+    QDir folder = QFileInfo(m_path).dir();
     // What a run that was killed had written beside a file and not yet renamed over it.
-    const QString suffix = QStringLiteral(".??????");
-    const QFileInfo features(Corvane::velmiraFolderOrFile(Corvane::FeaturesFile));
-    for (const QString& name :
-         folder.entryList({journal.fileName() + suffix, features.fileName() + suffix}, QDir::Files))
+    QStringList patterns;
+    for (const char* name :
+         {"unfinished.txt", "features.xml", "features.last.xml", "features.damaged.xml", "files.json"})
+        patterns.append(QLatin1String(name) + QStringLiteral(".??????"));
+    for (const QString& name : folder.entryList(patterns, QDir::Files))
         folder.remove(name);
     QFile file(m_path);
     if (!file.exists() || file.remove())
         return true;
     m_errorString = QStringLiteral("%1 cannot be removed: %2").arg(m_path, file.errorString());
     return false;
+}
+
+const QLatin1String cFolderSweep::ScratchName("unfinished.repair");
+
+QString cFolderSweep::damagedFeaturesFile()
+{
+    return QDir(Corvane::velmiraFolderOrFile(Corvane::PluginsFolder))
+        .absoluteFilePath(QStringLiteral("features.damaged.xml"));
 }
 
 void cFolderSweep::run(const QSet<cPluginId>& installed)
@@ -130,7 +141,11 @@ void cFolderSweep::run(const QSet<cPluginId>& installed)
     QSet<QString> kept;
     for (const cPluginId& id : installed)
         kept.insert(id.caselessKey());
-    bool isDone = true;
+    const QDir folder(Corvane::velmiraFolderOrFile(Corvane::PluginsFolder));
+    cFolderRemover remover;
+    bool isDone = remover.remove(folder.absoluteFilePath(ScratchName));
+    if (!isDone)
+        m_log.warning().noquote() << remover.errorString() << Qt::endl;
     for (const cPluginId& id : journal.plugins()) {
         if (!kept.contains(id.caselessKey()))
             isDone = remove(id) && isDone;

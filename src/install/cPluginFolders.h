@@ -72,8 +72,13 @@ class cFolderSweep
 public:
     cFolderSweep(cInstallMgr& manager, const cLog& log) : m_manager(manager), m_log(log) {}
 
+    /// The folder in the plugins folder that a repair unpacks in. It is a leftover when no repair is under way.
+    static const QLatin1String ScratchName;
+    /// Where a repair keeps a features file that it has replaced.
+    static QString damagedFeaturesFile();
+
     /// Removes what the journal notes and @p installed does not hold in any case; then the journal. What cannot be
-    /// removed is logged and stays noted, for the next start.
+    /// removed is logged and stays noted, for the next start. What a repair has left unfinished goes, too.
     void run(const QSet<cPluginId>& installed);
 
     /// Removes the folder of the plugin @p id, if it is there. False when something of it stays; it is logged.

@@ -1,10 +1,7 @@
 #include "install/cRepositorySettings.h"
 
 #include "config/cFeatureCatalogue.h"
-#include "core/Files.h"
-
-#include <QtCore/QFile>
-#include <QtCore/QFileInfo>
+#include "disk/WriteSettings.h"
 
 cRepositorySettings::cRepositorySettings()
     : m_oldName(m_settings.value(QLatin1String(SettingsKey::RepositoryName)))
@@ -29,16 +26,12 @@ void cRepositorySettings::setTarget(const cFeatureCatalogue& offered, bool isTak
 
 bool cRepositorySettings::store()
 {
-    if (!hasChange() || write(m_newName, m_newVersion))
-        return true;
-    restore();
-    return false;
+    return !hasChange() || write(m_newName, m_newVersion);
 }
 
-void cRepositorySettings::restore()
+bool cRepositorySettings::restore()
 {
-    if (hasChange())
-        write(m_oldName, m_oldVersion);
+    return !hasChange() || write(m_oldName, m_oldVersion);
 }
 
 bool cRepositorySettings::remove()
@@ -46,24 +39,11 @@ bool cRepositorySettings::remove()
     return (!m_oldName.isValid() && !m_oldVersion.isValid()) || write(QVariant(), QVariant());
 }
 
+// Both at once, so that they belong together whatever happens.
 bool cRepositorySettings::write(const QVariant& name, const QVariant& version)
 {
-    set(SettingsKey::RepositoryName, name);
-    set(SettingsKey::RepositoryVersion, version);
-    m_settings.sync();
-    if (m_settings.status() != QSettings::NoError)
-        return false;
-    // Where the settings are a file, it has been replaced, but may not be on the disk yet.
-    QFile file(m_settings.fileName());
-    if (!file.open(QIODevice::ReadOnly))
-        return true;
-    return flushFile(file) && flushFolder(QFileInfo(file).absolutePath());
-}
-
-void cRepositorySettings::set(const char* key, const QVariant& value)
-{
-    if (value.isValid())
-        m_settings.setValue(QLatin1String(key), value);
-    else
-        m_settings.remove(QLatin1String(key));
+    return writeSettings(
+        m_settings,
+        {{QLatin1String(SettingsKey::RepositoryName), name}, {QLatin1String(SettingsKey::RepositoryVersion), version}},
+        &m_errorString);
 }

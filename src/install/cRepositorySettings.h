@@ -21,24 +21,31 @@ public:
     /// same repository counts; with one, no older version of the same repository does. What its root does not name
     /// stays.
     void setTarget(const cFeatureCatalogue& offered, bool isTaken);
-    void keepVersion() { m_newVersion = m_oldVersion; }
+    /// Nothing is to be stored: a name without its version, or a version that is not whole, would mislead a check.
+    void keep()
+    {
+        m_newName = m_oldName;
+        m_newVersion = m_oldVersion;
+    }
     bool hasChange() const { return m_newName != m_oldName || m_newVersion != m_oldVersion; }
     bool isWritable() const { return m_settings.isWritable(); }
 
-    /// Stores the target. False when the system refuses; the old values are then back.
+    /// Stores the target. False when the system refuses; errorString() then says why, and the old values are there.
     [[nodiscard]] bool store();
-    /// Puts the old values back.
-    void restore();
-    /// Removes both values.
+    /// Puts the old values back. False as above.
+    bool restore();
+    /// Removes both values. False as above.
     [[nodiscard]] bool remove();
+
+    QString errorString() const { return m_errorString; }
 
 private:
     bool write(const QVariant& name, const QVariant& version);
-    void set(const char* key, const QVariant& value);
 
     cMachineSettings m_settings;
     QVariant m_oldName; // invalid when there is none, as the other values
     QVariant m_oldVersion;
     QVariant m_newName;
     QVariant m_newVersion;
+    QString m_errorString;
 };

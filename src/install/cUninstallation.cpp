@@ -6,6 +6,7 @@
 #include "install/cInstallPlan.h"
 #include "install/cPluginFolders.h"
 #include "install/cRepositorySettings.h"
+#include "plugins/cFileRecord.h"
 #include "plugins/cPluginMgr.h"
 
 #include <Norvale/Corvane.h>
@@ -21,8 +22,13 @@ cUninstallation::cUninstallation(cInstallMgr& manager, cConfigurationMgr& config
 
 bool cUninstallation::run()
 {
-    // Without a readable list of what is installed there is nothing to uninstall but that list.
     (void)m_configuration.loadFeatures();
+    const QString fault = m_configuration.catalogueFault();
+    if (!fault.isEmpty()) {
+        m_log.error().noquote() << "Nothing is uninstalled: the list of what is installed is damaged:" << fault
+                                << Qt::endl;
+        return false;
+    }
     if (!removePlugins(m_configuration.installed()) || !removeSettings() || !removeFeaturesFile())
         return false;
     removeEmptiedFolders();
@@ -49,9 +55,11 @@ bool cUninstallation::removePlugins(const cFeatureCatalogue& installed)
 
 bool cUninstallation::removeSettings()
 {
-    if (cRepositorySettings().remove())
+    cRepositorySettings settings;
+    if (settings.remove())
         return true;
-    m_log.error() << "The repository settings of the machine cannot be removed" << Qt::endl;
+    m_log.error().noquote() << "The repository settings of the machine cannot be removed:" << settings.errorString()
+                            << Qt::endl;
     return false;
 }
 
@@ -59,7 +67,8 @@ bool cUninstallation::removeFeaturesFile()
 {
     // The copy last: without the file itself nothing is installed any more.
     for (const QString& path :
-         {Corvane::velmiraFolderOrFile(Corvane::FeaturesFile), cConfigurationMgr::lastFeaturesFile()}) {
+         {cFileRecord::path(), cFolderSweep::damagedFeaturesFile(), Corvane::velmiraFolderOrFile(Corvane::FeaturesFile),
+          cConfigurationMgr::lastFeaturesFile()}) {
         QFile file(path);
         if (!file.exists() || file.remove())
             continue;

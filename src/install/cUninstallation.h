@@ -18,6 +18,7 @@ public:
     cUninstallation(cInstallMgr& manager, cConfigurationMgr& configuration, cPluginMgr& plugins, const cLog& log);
 
     /// False when something stays that should not; it is logged, and still counts as installed where it is a plugin.
+    /// With a damaged features file nothing is done.
     [[nodiscard]] bool run();
 
 private:

@@ -57,13 +57,16 @@ cUnpacking::cUnpacking(cInstallMgr& manager, cPluginMgr& plugins, const cLog& lo
 
 void cUnpacking::run()
 {
-    for (int i = 0; i < m_plan.features().size(); ++i)
-        unpackFeature(i);
-    if (m_plan.added().isEmpty() || flushNewFiles(Corvane::velmiraFolderOrFile(Corvane::PluginsFolder)))
-        return;
     for (int i = 0; i < m_plan.features().size(); ++i) {
         if (!m_plan.features().at(i).isLeftOut())
-            m_plan.leaveOut(i, {QStringLiteral("what was unpacked cannot be flushed to the disk"), true});
+            unpackFeature(i);
+    }
+    if (m_plan.added().isEmpty() || flushNewFiles(Corvane::velmiraFolderOrFile(Corvane::PluginsFolder)))
+        return;
+    const QString cause = qt_error_string();
+    for (int i = 0; i < m_plan.features().size(); ++i) {
+        if (!m_plan.features().at(i).isLeftOut())
+            m_plan.leaveOut(i, {QStringLiteral("what was unpacked cannot be flushed to the disk: ") + cause, true});
     }
 }
 
@@ -101,6 +104,8 @@ cUnpacking::Reason cUnpacking::unpack(const cFeaturePlugin& plugin)
 
 cUnpacking::Reason cUnpacking::verify(const cFeaturePlugin& plugin, const QString& path, cPackage& package)
 {
+    if (!plugin.hashFault().isEmpty())
+        return {QStringLiteral("its package %1 is refused: %2").arg(path, plugin.hashFault())};
     cPackageCheck check;
     check.expect(plugin.id());
     check.expectHash(plugin.hash());
@@ -121,6 +126,7 @@ cUnpacking::Reason cUnpacking::write(const cPluginId& id, const cPackage& packag
     cPackageUnpacker unpacker(folder);
     if (unpacker.unpack(package)) {
         m_occupants.insert(id.caselessKey(), id);
+        m_files.insert(id, unpacker.files());
         m_plugins.findOrMake(id);
         return {};
     }

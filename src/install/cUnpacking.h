@@ -1,6 +1,7 @@
 #pragma once
 
 #include "install/cInstallPlan.h"
+#include "plugins/cFileRecord.h"
 
 #include <Norvale/cLog.h>
 
@@ -63,6 +64,9 @@ public:
     /// When it returns, what has been unpacked is on the disk.
     void run();
 
+    /// The files of the plugins that have been unpacked, for the record.
+    const QHash<cPluginId, cFileRecord::Files>& files() const { return m_files; }
+
 private:
     using Reason = cInstallPlan::Reason;
 
@@ -76,6 +80,7 @@ private:
     cLog m_log;
     const cPackageSource& m_source;
     cInstallPlan& m_plan;
+    QHash<cPluginId, cFileRecord::Files> m_files;
     QHash<cPluginId, Reason> m_outcomes;   // of each plugin that has been tried
     QHash<QString, cPluginId> m_occupants; // the plugins that are there, by their caseless keys
 };

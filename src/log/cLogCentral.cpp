@@ -10,23 +10,31 @@
 
 namespace {
 
-/// Switches a channel that is not registered, by a temporary one of its name.
-void storeSwitchOf(const QString& name, bool isEnabled)
+/// Tells why switches are not kept, if they are not; no lock is held.
+void tell(const QString& error)
 {
-    cLogImpl channel(name);
+    if (!error.isEmpty())
+        cLogCentral::log(QStringLiteral("Norvale")).warning().noquote() << error << Qt::endl;
+}
+
+QString switchTo(cLogImpl& channel, bool isEnabled)
+{
     channel.setEnabled(isEnabled);
-    channel.storeSwitch();
+    return cLogImpl::storeSwitches({&channel});
 }
 
 void switchLog(cLogCentralData& central, const QString& name, bool isEnabled)
 {
-    const QMutexLocker locker(&central.lock);
+    QMutexLocker locker(&central.lock);
+    QString error;
     if (cLogImpl* channel = central.channels.value(name)) {
-        channel->setEnabled(isEnabled);
-        channel->storeSwitch();
+        error = switchTo(*channel, isEnabled);
     } else {
-        storeSwitchOf(name, isEnabled);
+        cLogImpl temporary(name);
+        error = switchTo(temporary, isEnabled);
     }
+    locker.unlock();
+    tell(error);
 }
 
 /// Flushes the log file when the library is unloaded, which the central itself outlives.
@@ -92,9 +100,13 @@ void cLogCentral::disableLog(const QString& name)
 void cLogCentral::saveLogSettings()
 {
     cLogCentralData& central = *instance()->d;
-    const QMutexLocker locker(&central.lock);
+    QMutexLocker locker(&central.lock);
+    QVector<const cLogImpl*> channels;
     for (const cLogImpl* channel : qAsConst(central.channels))
-        channel->storeSwitch();
+        channels.append(channel);
+    const QString error = cLogImpl::storeSwitches(channels);
+    locker.unlock();
+    tell(error);
 }
 
 void cLogCentral::setLogFile(const QString& path)

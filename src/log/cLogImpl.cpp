@@ -1,19 +1,16 @@
 #include "log/cLogImpl.h"
 
+#include "disk/WriteSettings.h"
+#include "log/LineText.h"
+
 #include <QtCore/QSettings>
 #include <QtCore/QVariant>
 
 namespace {
 
-QString settingsGroup(const QString& channel)
+QString settingsKey(const QString& channel)
 {
-    return QLatin1String("Log/") + channel;
-}
-
-const QString& switchKey()
-{
-    static const QString key = QStringLiteral("enabled");
-    return key;
+    return QStringLiteral("Log/%1/enabled").arg(channel);
 }
 
 /// Stores the switch when the library is unloaded. It is made after the settings have been read, so that the statics
@@ -21,7 +18,12 @@ const QString& switchKey()
 struct StoreAtUnload
 {
     const cLogImpl& channel;
-    ~StoreAtUnload() { channel.storeSwitch(); }
+    ~StoreAtUnload()
+    {
+        const QString error = cLogImpl::storeSwitches({&channel});
+        if (!error.isEmpty())
+            writeDebuggerLine(error);
+    }
 };
 
 } // namespace
@@ -35,7 +37,7 @@ cLogImpl::cLogImpl(const QString& name, SwitchReading reading)
 
 cLogImpl::~cLogImpl()
 {
-    storeSwitch();
+    storeSwitches({this});
 }
 
 cLogImpl& cLogImpl::system()
@@ -51,12 +53,21 @@ void cLogImpl::setEnabled(bool isEnabled)
     m_isEnabled.store(isEnabled, std::memory_order_relaxed);
 }
 
-void cLogImpl::storeSwitch() const
+QString cLogImpl::storeSwitches(const QVector<const cLogImpl*>& channels)
 {
+    SettingsChanges changes;
+    for (const cLogImpl* channel : channels)
+        changes.insert(settingsKey(channel->m_name), channel->isEnabled());
     QSettings settings;
-    settings.beginGroup(settingsGroup(m_name));
-    settings.setValue(switchKey(), isEnabled());
-    settings.endGroup();
+    QString error;
+    if (writeSettings(settings, changes, &error))
+        return QString();
+    // What would be read all the same is not lost.
+    for (auto it = changes.begin(); it != changes.end(); ++it) {
+        if (settings.value(it.key(), true).toBool() != it->toBool())
+            return QStringLiteral("The switches of the log channels are not kept: ") + error;
+    }
+    return QString();
 }
 
 cLogLine& cLogImpl::lockLine()
@@ -81,10 +92,7 @@ void cLogImpl::assign(const cLogImpl& other)
 
 void cLogImpl::readSwitch()
 {
-    QSettings settings;
-    settings.beginGroup(settingsGroup(m_name));
-    m_isEnabled.store(settings.value(switchKey(), true).toBool(), std::memory_order_relaxed);
-    settings.endGroup();
+    m_isEnabled.store(QSettings().value(settingsKey(m_name), true).toBool(), std::memory_order_relaxed);
 }
 
 void cLogImpl::readSwitchAtFirstUse()

@@ -3,6 +3,7 @@
 #include "log/cLogLine.h"
 
 #include <QtCore/QString>
+#include <QtCore/QVector>
 
 #include <atomic>
 #include <memory>
@@ -37,8 +38,8 @@ public:
     bool isEnabled() const { return m_isEnabled.load(std::memory_order_relaxed); }
     void setEnabled(bool isEnabled);
 
-    /// Writes the switch to the user's settings.
-    void storeSwitch() const;
+    /// Writes the switches of @p channels to the user's settings. @return why they are not kept; empty when they are.
+    static QString storeSwitches(const QVector<const cLogImpl*>& channels);
 
     /// Where the channel's lines are composed at present.
     cLogLine& line() const { return *m_line.load(std::memory_order_acquire); }

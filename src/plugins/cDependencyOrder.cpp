@@ -143,6 +143,7 @@ QVector<cOrderFault> cDependencyOrder::faults() const
             const QString name = cPluginDependency(m_dependencies[record].at(i - m_providersBegin[record])).name();
             faults.append(
                 {{record},
+                 false,
                  name,
                  QStringLiteral("plugin \"%1\" depends on \"%2\", which is not installed").arg(m_names[record], name)});
         }
@@ -180,7 +181,7 @@ int cDependencyOrder::firstLeftProvider(int record) const
 
 cOrderFault cDependencyOrder::cycleOf(int member) const
 {
-    cOrderFault fault;
+    cOrderFault fault{{}, true, QString(), QString()};
     QStringList names;
     int at = member;
     do {

@@ -10,7 +10,8 @@
 struct cOrderFault
 {
     QVector<int> records; // the numbers of those that are at fault: one, or all of a circle
-    QString absent;       // the name of what the one depends on and that is not there; empty for a circle
+    bool isCircle;
+    QString absent; // the name of what the one depends on and that is not there; empty for a circle
     QString text;
 };
 

@@ -1,12 +1,13 @@
 #include "plugins/cFileRecord.h"
 
-#include "core/Files.h"
+#include "disk/WholeFiles.h"
 #include "json/JsonText.h"
 
 #include <Norvale/Corvane.h>
 #include <Norvale/cJsonReader.h>
 #include <Norvale/cJsonValue.h>
 
+#include <QtCore/QByteArrayList>
 #include <QtCore/QCryptographicHash>
 #include <QtCore/QDateTime>
 #include <QtCore/QDir>
@@ -113,20 +114,14 @@ QString cFileRecord::path()
 bool cFileRecord::read()
 {
     m_plugins.clear();
-    QFile file(path());
-    const QFileInfo info(file);
-    if (!info.exists())
+    m_catalogues.clear();
+    if (isAbsent(path()))
         return true;
-    if (!info.isFile()) // a pipe would never end
-        return fail(QStringLiteral("%1 is no file").arg(path()));
-    if (!file.open(QIODevice::ReadOnly))
-        return fail(QStringLiteral("%1 cannot be read: %2").arg(path(), file.errorString()));
-    const QByteArray bytes = file.read(MaxSize + 1);
-    if (file.error() != QFile::NoError)
-        return fail(QStringLiteral("%1 cannot be read: %2").arg(path(), file.errorString()));
-    if (bytes.size() > MaxSize)
-        return fail(QStringLiteral("%1 is longer than %2 bytes").arg(path()).arg(MaxSize));
-    return fromBytes(bytes) || fail(QStringLiteral("%1 is damaged: %2").arg(path(), m_errorString));
+    QByteArray bytes;
+    QString reason;
+    if (!readFile(path(), bytes, &reason))
+        return fail(QStringLiteral("%1: cannot be read: %2").arg(path(), reason));
+    return fromBytes(bytes) || fail(QStringLiteral("%1: damaged: %2").arg(path(), m_errorString));
 }
 
 bool cFileRecord::write()
@@ -146,7 +141,10 @@ QByteArray cFileRecord::toBytes() const
     QMap<QString, const Files*> sorted;
     for (auto it = m_plugins.begin(); it != m_plugins.end(); ++it)
         sorted.insert(it.key().toString(), &it.value());
-    QByteArray body = QByteArrayLiteral("\"plugins\":{");
+    QByteArrayList catalogues;
+    for (const QByteArray& digest : m_catalogues)
+        catalogues.append('"' + digest.toHex() + '"');
+    QByteArray body = "\"features\":[" + catalogues.join(',') + "],\n\"plugins\":{";
     const char* plugin = "\n";
     for (auto it = sorted.begin(); it != sorted.end(); ++it) {
         body += plugin + quoted(it.key()) + ":{";
@@ -166,6 +164,7 @@ QByteArray cFileRecord::toBytes() const
 bool cFileRecord::fromBytes(const QByteArray& bytes)
 {
     m_plugins.clear();
+    m_catalogues.clear();
     const int head = DigestBegin.size() + 2 * DigestSize + DigestEnd.size();
     if (!bytes.startsWith(DigestBegin) || bytes.size() < head)
         return fail(QStringLiteral("it does not begin with its own SHA-256"));
@@ -177,23 +176,45 @@ bool cFileRecord::fromBytes(const QByteArray& bytes)
     if (!isRead || !plugins.isObject())
         return fail(QStringLiteral("it has no object \"plugins\""));
     for (const QString& key : plugins.keys()) {
-        const cPluginId id = cPluginId::parse(key);
-        const cJsonValue& entries = plugins[key];
-        if (!id.isSafe() || !entries.isObject())
-            return fail(QStringLiteral("\"%1\" is no plugin with its files").arg(key));
-        Files files;
-        for (const QString& name : entries.keys()) {
-            if (!leadsDown(name) || !readFacts(entries[name], &files[name]))
-                return fail(QStringLiteral("\"%1\" of %2 is no file's name with size, time and hash").arg(name, key));
-        }
-        m_plugins.insert(id, files);
+        if (!readPlugin(key, plugins[key]))
+            return false;
     }
+    const cJsonValue& catalogues = qAsConst(document)[QStringLiteral("features")];
+    for (int i = 0; i < int(catalogues.size()); ++i)
+        m_catalogues.append(QByteArray::fromHex(catalogues[i].toString().toLatin1()));
     return true;
+}
+
+bool cFileRecord::readPlugin(const QString& key, const cJsonValue& entries)
+{
+    const cPluginId id = cPluginId::parse(key);
+    if (!id.isSafe() || !entries.isObject())
+        return fail(QStringLiteral("\"%1\" is no plugin with its files").arg(key));
+    Files files;
+    for (const QString& name : entries.keys()) {
+        if (!leadsDown(name) || !readFacts(entries[name], &files[name]))
+            return fail(QStringLiteral("\"%1\" of %2 is no file's name with size, time and hash").arg(name, key));
+    }
+    m_plugins.insert(id, files);
+    return true;
+}
+
+void cFileRecord::setCatalogues(const QList<QByteArray>& texts)
+{
+    m_catalogues.clear();
+    for (const QByteArray& text : texts)
+        m_catalogues.append(QCryptographicHash::hash(text, QCryptographicHash::Sha256));
+}
+
+bool cFileRecord::knowsCatalogue(const QByteArray& text) const
+{
+    return m_catalogues.isEmpty() || m_catalogues.contains(QCryptographicHash::hash(text, QCryptographicHash::Sha256));
 }
 
 bool cFileRecord::fail(const QString& reason)
 {
     m_plugins.clear();
+    m_catalogues.clear();
     m_errorString = reason;
     return false;
 }

@@ -4,11 +4,13 @@
 
 #include <QtCore/QByteArray>
 #include <QtCore/QHash>
+#include <QtCore/QList>
 #include <QtCore/QMap>
 #include <QtCore/QSet>
 #include <QtCore/QString>
 
 class QFileInfo;
+class cJsonValue;
 
 /// What the suite knows of a file that it has unpacked.
 struct cRecordedFile
@@ -33,9 +35,10 @@ struct cRecordedFile
  * The record of files: which files each installed plugin consists of, so that a file that is missing, cut short or
  * changed can be told from a sound one.
  *
- * It is kept in `files.json` in the plugins folder and written before the features file names a plugin, with what was
- * installed before still in it; so whatever is installed has its record. Plugins of installations by older versions of
- * the library have none. A record that is damaged is never trusted: it then holds nothing, and says why.
+ * It also knows the features file that the suite has written last. It is kept in `files.json` in the plugins folder and
+ * written before the features file names a plugin, with what was installed before still in it; so whatever is installed
+ * has its record. Plugins of installations by older versions of the library have none. A record that is damaged is
+ * never trusted: it then holds nothing, and says why.
  *
  * An object is a copy in memory. Any thread may use its own.
  */
@@ -44,9 +47,6 @@ class cFileRecord
 public:
     /// By name relative to the plugin's folder, with slashes.
     using Files = QMap<QString, cRecordedFile>;
-
-    /// The longest record that is read, in bytes: about half a million files.
-    static constexpr qint64 MaxSize = 64 << 20;
 
     /// The path of this installation's record.
     static QString path();
@@ -67,6 +67,12 @@ public:
     /// Forgets all plugins but these.
     void keepOnly(const QSet<cPluginId>& plugins);
 
+    /// The texts that the features file may have: the one that is about to be written, and the one before.
+    void setCatalogues(const QList<QByteArray>& texts);
+    /// False when the features file has been written by somebody else, or damaged in a way that left it well-formed.
+    /// True also when nothing is recorded of it.
+    bool knowsCatalogue(const QByteArray& text) const;
+
     const QString& errorString() const { return m_errorString; }
 
     /// The text of the record and back; path() plays no part.
@@ -75,7 +81,9 @@ public:
 
 private:
     bool fail(const QString& reason);
+    bool readPlugin(const QString& key, const cJsonValue& entries);
 
+    QList<QByteArray> m_catalogues; // SHA-256 of each text that the features file may have
     QHash<cPluginId, Files> m_plugins;
     QString m_errorString;
 };

@@ -1,5 +1,6 @@
 #include "plugins/cManifestReader.h"
 
+#include "core/Files.h"
 #include "core/cXmlReader.h"
 #include "core/cXmlTree.h"
 #include "version/cPluginId.h"
@@ -9,11 +10,11 @@
 
 bool cManifestReader::readFile(const QString& path)
 {
-    bool isRead = false;
-    const QByteArray xml = Corvane::FileReadAll(path, &isRead);
-    if (isRead)
+    QByteArray xml;
+    QString cause;
+    if (::readFile(path, xml, &cause))
         return read(xml, path);
-    m_errorString = QStringLiteral("%1 is missing or cannot be read").arg(path);
+    m_errorString = QStringLiteral("%1 is missing or cannot be read: %2").arg(path, cause);
     return false;
 }
 

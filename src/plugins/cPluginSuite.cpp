@@ -74,6 +74,7 @@ bool cPluginSuite::judge(cPluginInstance& plugin)
         return isAcceptable(plugin);
     const auto readAndJudge = [&] {
         const bool isRead = plugin.readManifest();
+        tellOfChange(plugin);
         return isRead ? isAcceptable(plugin) : fail(cStartRules::unreadable(plugin.id(), plugin.errorString()));
     };
     const bool isAccepted = m_reporter.observe(IPluginObserver::ReadManifest, plugin.name(), readAndJudge);
@@ -172,21 +173,34 @@ cPluginSuite::Plugin cPluginSuite::find(const QString& name) const
 
 QString cPluginSuite::libraryChange(const cPluginInstance& plugin)
 {
+    const QString path = plugin.libraryFile();
+    const QString difference = path.isEmpty() ? QString() : changeOf(plugin, path);
+    const QString text = QStringLiteral("its library %1 %2; the plugin has to be repaired or installed anew");
+    return difference.isEmpty() ? QString() : text.arg(path, difference);
+}
+
+QString cPluginSuite::changeOf(const cPluginInstance& plugin, const QString& path)
+{
     if (!m_files) {
         m_files.emplace();
         if (!m_files->read())
-            m_reporter.warn(QStringLiteral("libraries are loaded unchecked: %1").arg(m_files->errorString()));
+            m_reporter.warn(QStringLiteral("installed files are used unchecked: %1").arg(m_files->errorString()));
     }
-    const QString path = plugin.libraryFile();
-    if (path.isEmpty() || !m_files->contains(plugin.id()) || m_installed->isInDevelopment(plugin.id()))
+    if (!m_files->contains(plugin.id()) || m_installed->isInDevelopment(plugin.id()))
         return QString();
     const cFileRecord::Files files = m_files->files(plugin.id());
     const auto file = files.constFind(QDir(plugin.folder()).relativeFilePath(path));
-    if (file == files.constEnd() || file->looksUntouched(QFileInfo(path)))
-        return QString();
-    const QString difference = file->difference(path);
-    const QString text = QStringLiteral("its library %1 %2; the plugin has to be repaired or installed anew");
-    return difference.isEmpty() ? QString() : text.arg(path, difference);
+    return file == files.constEnd() || file->looksUntouched(QFileInfo(path)) ? QString() : file->difference(path);
+}
+
+// A manifest is text, which people change; what it says counts, and they are told. One changed letter can take away a
+// dependency or a service without making the rest unreadable.
+void cPluginSuite::tellOfChange(const cPluginInstance& plugin)
+{
+    const QString path = plugin.folder() + QLatin1String("/Manifest.xml");
+    const QString difference = changeOf(plugin, path);
+    if (!difference.isEmpty())
+        m_reporter.warn(QStringLiteral("%1: its manifest %2 %3").arg(plugin.id().toString(), path, difference));
 }
 
 bool cPluginSuite::isLibraryOfPlugin(const cCodeImage& image) const

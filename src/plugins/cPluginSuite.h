@@ -118,6 +118,8 @@ private:
 
     int numberOf(const cPluginId& id);
     bool judge(cPluginInstance& plugin);
+    QString changeOf(const cPluginInstance& plugin, const QString& path);
+    void tellOfChange(const cPluginInstance& plugin);
     bool isAcceptable(cPluginInstance& plugin);
     bool fail(const QString& reason);
 

@@ -14,17 +14,22 @@ std::optional<cStartFault> cStartRules::enter(const cPluginId& id, qint32 runtim
 {
     if (runtimeApiVersion != IPlugin::RuntimeApiVersion) {
         const QString text = QStringLiteral("%1 is made for the runtime API version %2; this is version %3");
-        return cStartFault{
-            {id}, QString(), text.arg(id.toString()).arg(runtimeApiVersion).arg(IPlugin::RuntimeApiVersion)};
+        return cStartFault{cStartFault::Manifest,
+                           {id},
+                           QString(),
+                           text.arg(id.toString()).arg(runtimeApiVersion).arg(IPlugin::RuntimeApiVersion)};
     }
     for (const QString& service : services) {
         const auto [entry, isNew] = m_owners.try_emplace(service, id);
         if (isNew)
             continue;
         const cPluginId& owner = entry->second;
-        return cStartFault{owner == id ? QVector<cPluginId>{id} : QVector<cPluginId>{owner, id}, QString(),
-                           QStringLiteral("the service \"%1\" is declared twice: by plugin \"%2\" and by plugin \"%3\"")
-                               .arg(service, owner.name(), id.name())};
+        const QString text =
+            QStringLiteral("the service \"%1\" is declared twice: by plugin \"%2\" and by plugin \"%3\"")
+                .arg(service, owner.name(), id.name());
+        if (owner == id)
+            return cStartFault{cStartFault::Manifest, {id}, QString(), text};
+        return cStartFault{cStartFault::Service, {owner, id}, QString(), text};
     }
     return std::nullopt;
 }
@@ -44,7 +49,8 @@ QVector<cStartFault> cStartRules::faultsOf(const QVector<cStartCandidate>& candi
     for (const cStartCandidate& candidate : candidates) {
         order.addRecord(candidate.id.name(), candidate.manifest.dependencies);
         if (!candidate.readError.isEmpty())
-            faults.append({{candidate.id}, QString(), unreadable(candidate.id, candidate.readError)});
+            faults.append(
+                {cStartFault::Manifest, {candidate.id}, QString(), unreadable(candidate.id, candidate.readError)});
         else if (const auto fault =
                      rules.enter(candidate.id, candidate.manifest.runtimeApiVersion, candidate.manifest.services))
             faults.append(*fault);
@@ -54,7 +60,8 @@ QVector<cStartFault> cStartRules::faultsOf(const QVector<cStartCandidate>& candi
         QVector<cPluginId> plugins;
         for (int record : fault.records)
             plugins.append(candidates.at(record).id);
-        faults.append({plugins, fault.absent, fault.text});
+        const auto kind = fault.isCircle ? cStartFault::Circle : cStartFault::Dependency;
+        faults.append({kind, plugins, fault.absent, fault.text});
     }
     return faults;
 }

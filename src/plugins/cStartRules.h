@@ -12,14 +12,16 @@
 /// What keeps a set of plugins from starting.
 struct cStartFault
 {
+    enum Kind {
+        Manifest,   ///< a manifest is refused by itself
+        Service,    ///< two plugins declare one service
+        Dependency, ///< a plugin depends on one that is not there
+        Circle      ///< plugins depend on each other
+    };
+    Kind kind;
     QVector<cPluginId> plugins; // whom it concerns; the last one breaks the rule
     QString absent;             // the name of a plugin that the last one depends on and that is not there, else empty
     QString reason;             // in the words of the start
-
-    friend bool operator==(const cStartFault& a, const cStartFault& b)
-    {
-        return a.plugins == b.plugins && a.reason == b.reason;
-    }
 };
 
 /// One plugin of a set that is judged without being started.

@@ -2,6 +2,7 @@
 
 #include "config/cConfigurationMgr.h"
 #include "config/cUpdateMgr.h"
+#include "core/Files.h"
 #include "install/cInstallMgr.h"
 #include "plugins/cPluginMgr.h"
 #include "services/cServiceMgr.h"
@@ -96,7 +97,10 @@ bool Corvane::initialize()
     }
     if (!initializeFolderOrFile() || !cLogCentral::initialize())
         return false;
-    frameworkLog();
+    if (installRecord().isEmpty())
+        frameworkLog().warning().noquote() << "There is no" << installRecordPlace() + QLatin1Char(':')
+                                         << "the current folder is taken for the installation,"
+                                         << velmiraFolderOrFile(CoreFolder) << Qt::endl;
     return createPluginMgr() && createServiceMgr() && createConfigurationMgr() && createInstallMgr() &&
            createUpdateMgr();
 }

@@ -254,7 +254,7 @@ private slots:
         row("full while it installs", install, "ENOSPC 3", int(ExitCode::InstallIncomplete), "1.00.000");
         row("killed while it installs", install, "kill 10", -1, "1.00.000");
         // Windows needs fewer calls for the same.
-        row("killed while it tidies up", install, Platform::hasUnixFiles() ? "kill 25" : "kill 23", -1, "2.00.000");
+        row("killed while it tidies up", install, Platform::hasUnixFiles() ? "kill 42" : "kill 30", -1, "2.00.000");
         row("read-only while it removes", {"--uninstall"}, "EROFS 1", int(ExitCode::UninstallIncomplete), "1.00.000");
     }
     void survivesADiskThatFails()
@@ -267,6 +267,36 @@ private slots:
             faults["FILE_FAULTS_REGISTRY"] = "1";
         QTEST(m_fixture.run(words, faults).code, "code");
         servesA(version);
+    }
+    void aFullDiskLosesNoSettings_data()
+    {
+        const Rows<QStringList, QString, int> row("words", "file", "code");
+        const QString machine = QSettings(QSettings::SystemScope, "Varkel", "Pelmora").fileName();
+        const QString user = QSettings(QSettings::UserScope, "Varkel", "VCore").fileName();
+        row("the sites", {"--update-sites", "http://example.org"}, user, int(ExitCode::SettingsFailed));
+        row("an install", {"--install", m_site.folder() + "/repository.xml"}, machine,
+            int(ExitCode::InstallIncomplete));
+    }
+    void aFullDiskLosesNoSettings()
+    {
+        if (!Platform::hasUnixFiles())
+            QSKIP("settings stand in the registry");
+        const auto [words, file, code] = cells<QStringList, QString, int>("words", "file", "code");
+        publish("2.0.0", update());
+        const QByteArray before = readFile(file);
+        QVERIFY(before.size() > 20);
+        int call = 0;
+        for (bool isDone = false; !isDone;) {
+            const QString fault = QString("ENOSPC %1").arg(++call);
+            const Ended ended = m_fixture.run(words, faultsBelow(QFileInfo(file).path(), fault));
+            isDone = ended.code == 0;
+            QCOMPARE(ended.code, isDone ? 0 : code);
+            QCOMPARE(readFile(file) == before, !isDone);
+            QVERIFY2(isDone || call == 1 || ended.reasons.contains(Platform::diskFullText()),
+                     qPrintable(ended.reasons));
+        }
+        QVERIFY2(call > 6, qPrintable(QString::number(call)));
+        QVERIFY(readFile(file).contains(words.first() == "--install" ? "2.00.000" : "example.org"));
     }
 #endif
 

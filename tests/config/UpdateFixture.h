@@ -33,6 +33,7 @@ public:
         Corvane::setRestartSetupFilename("none");
         write("site/site.xml", Site);
         const QUrl url = site.isEmpty() ? QUrl::fromLocalFile(path("site")) : site;
+        QSettings().remove("UpdateMgr");
         QSettings().setValue("UpdateMgr/Locations/site", QVariantMap{{"url", url}});
         updates.loadLocations();
         write("plugins/features.xml", "<r>" + features + "</r>");

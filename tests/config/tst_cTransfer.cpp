@@ -74,7 +74,10 @@ private slots:
         QTemporaryFile device;
         QVERIFY(device.open());
         QCOMPARE(device.write(before), before.size());
-        const cTransfer::Options options{110, 30000, before.size(), validator};
+        cTransfer::Options options;
+        options.sizeLimit = 110;
+        options.offset = before.size();
+        options.validator = validator;
         const auto transfer = QSharedPointer<cTransfer>::create(m_manager, urlOf(url), options, &device);
         QSignalSpy progress(transfer.data(), &cTransfer::progress);
         transfer->start();
@@ -87,6 +90,72 @@ private slots:
         QCOMPARE(transfer->offset(), qint64(offset));
         QCOMPARE(transfer->digest(), QCryptographicHash::hash(after.mid(offset), QCryptographicHash::Sha1));
         QVERIFY(url.contains("chunked") || progress.contains({11LL, 11LL}));
+    }
+    void endsWhatIsTooSlow_data()
+    {
+        const Rows<QString, int, QString> row("url", "leastRate", "reason");
+        row("never silent, but slow", "~trickle=150/a", 10, "slower than 10 bytes a second for 1000 ms");
+        row("slow enough", "~trickle=150/a", 3, "");
+        row("as slow as it likes", "~trickle=150/a", 0, "");
+    }
+    void endsWhatIsTooSlow()
+    {
+        const auto [url, leastRate, reason] = cells<QString, int, QString>("url", "leastRate", "reason");
+        cTransfer::Options options;
+        options.leastRate = leastRate;
+        options.rateWindow = 1000;
+        const auto transfer = run(urlOf(url), options);
+        QCOMPARE(transfer->errorString(), reason);
+        QCOMPARE(transfer->data(), reason.isEmpty() ? QByteArray("hello world") : QByteArray());
+    }
+    void boundsTheMemoryByTheLimit_data()
+    {
+        const Rows<QString, bool> row("url", "isIntoADevice");
+        row("into memory", "~endless/a", false);
+        row("into a device", "~endless/a", true);
+        row("an error", "~endless/~status=500/a", false);
+    }
+    void boundsTheMemoryByTheLimit()
+    {
+        constexpr qint64 Limit = 8 << 20;
+        const auto [url, isIntoADevice] = cells<QString, bool>("url", "isIntoADevice");
+        QFile device(QDir::root().filePath("dev/null"));
+        cTransfer::Options options;
+        options.sizeLimit = Limit;
+        if (!device.open(QIODevice::WriteOnly) || !forgetPeak())
+            QSKIP("Linux tells the peak of a process's memory");
+        const qint64 before = peak();
+        const auto transfer = isIntoADevice ? run(urlOf(url), options, &device) : run(urlOf(url), options);
+        QCOMPARE(transfer->errorString(), QString("more bytes than are accepted"));
+        QVERIFY2(peak() - before < Limit + (4 << 20), qPrintable(QString::number(peak() - before)));
+    }
+    void copiesALocalFileOfAnySize()
+    {
+        constexpr qint64 Size = (qint64(2) << 30) + 5; // more than a byte array holds; a file with a hole takes no room
+        QFile large(QDir(m_site.folder()).absoluteFilePath("large"));
+        QVERIFY(large.open(QIODevice::ReadWrite));
+        if (!large.resize(Size) || !large.seek(Size - 5) || large.write("hello") != 5 || !large.flush())
+            QSKIP("the disk takes no such file");
+        struct Counter : QIODevice
+        {
+            Counter() { open(QIODevice::WriteOnly); }
+            qint64 readData(char*, qint64) override { return -1; }
+            qint64 writeData(const char* bytes, qint64 size) override
+            {
+                count += size;
+                end = QByteArray(bytes, int(size)).right(5);
+                return size;
+            }
+            qint64 count = 0;
+            QByteArray end;
+        } device;
+        const QUrl url = QUrl::fromLocalFile(large.fileName());
+        auto transfer = run(url, cTransfer::Options(), &device);
+        QVERIFY2(transfer->hasSucceeded(), qPrintable(transfer->errorString()));
+        QCOMPARE(device.count, Size);
+        QCOMPARE(device.end, QByteArray("hello"));
+        QCOMPARE(run(url, cTransfer::Options())->errorString(), QString("the file is too long"));
+        QVERIFY(large.remove());
     }
     void outlivesWhoeverWaits()
     {
@@ -127,6 +196,27 @@ private:
     QSharedPointer<cTransfer> make(const QString& path, std::optional<QIODevice*> device = std::nullopt)
     {
         return QSharedPointer<cTransfer>::create(m_manager, m_site.url(path), cTransfer::Options(), device);
+    }
+
+    QSharedPointer<cTransfer> run(const QUrl& url, const cTransfer::Options& options,
+                                  std::optional<QIODevice*> device = std::nullopt)
+    {
+        const auto transfer = QSharedPointer<cTransfer>::create(m_manager, url, options, device);
+        transfer->start();
+        cTransfer::wait({transfer});
+        return transfer;
+    }
+    /// The most memory that this process has had since forgetPeak(), in bytes.
+    static qint64 peak()
+    {
+        QFile status("/proc/self/status");
+        const QByteArray lines = status.open(QIODevice::ReadOnly) ? status.readAll() : QByteArray();
+        return lines.mid(lines.indexOf("VmHWM:") + 6).trimmed().split(' ').first().toLongLong() * 1024;
+    }
+    static bool forgetPeak()
+    {
+        QFile refs("/proc/self/clear_refs");
+        return refs.open(QIODevice::WriteOnly) && refs.write("5") == 1 && refs.flush();
     }
 
     HttpSite m_site;

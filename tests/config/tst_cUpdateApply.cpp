@@ -62,7 +62,8 @@ static QByteArray contentOf(const QString& name)
 static QString dropbox()
 {
     QString files = QDir(dataPath("Dropbox")).entryList(QDir::Files | QDir::Hidden, QDir::Name).join(' ');
-    return files.remove("-1.00.000.zip").replace("repository.xml", "+");
+    files.remove(".packages").remove("-1.00.000.zip"); // the list of what is to go is no package
+    return files.replace("repository.xml", "+").simplified();
 }
 
 /// "result_code", and "failed" where it is there.
@@ -99,7 +100,7 @@ private slots:
         row("an absolute source", pluginA({m_site.url("pkg/A").toEncoded()}), "0", "A +", "");
         row("nowhere", pluginA() + pluginB("x"), "3 B-1.00.000", "A", "answers 404");
         row("matching nowhere", pluginA({"../pkg/B", "../pkg/S"}), "3 A-1.00.000", "", "match its hash");
-        row("no hash", plugin("A", package("", {"../pkg/A"})), "3 A-1.00.000", "", "no hash");
+        row("no hash", plugin("A", package("", {"../pkg/A"})), "3 A-1.00.000", "", "no SHA-1 hash");
         row("no source", pluginA({}), "3 A-1.00.000", "", "no source");
         row("out of the folder", pluginA() + plugin("../x", ""), "3 ../x-1.00.000", "", "be a file name");
         row("two in one file, where case makes no difference", pluginA() + plugin("a", ""), "3 a-1.00.000", "",
@@ -126,7 +127,7 @@ private slots:
         row("whole", runtime("setup.run"), "0", "");
         row("cut off", runtime("setup.run", "../~cut=700/pkg/S"), "3 setup.run", "Connection closed");
         row("another", runtime("setup.run", "../pkg/A"), "3 setup.run", "match its hash");
-        row("no hash", runtime("setup.run", "../pkg/S", ""), "3 setup.run", "no hash");
+        row("no hash", runtime("setup.run", "../pkg/S", ""), "3 setup.run", "no SHA-1 hash");
         row("out of the folder", runtime("../S"), "3 ../S", "name cannot be");
         row("onto what is the library's", runtime("Settings.json"), "3 Settings.json", "name cannot be");
     }
@@ -165,7 +166,7 @@ private slots:
         offer("version='2.0'", feature(pluginA() + pluginB()));
         QCOMPARE(update(), "0");
         const QByteArray mark = contentOf("Dropbox/repository.xml");
-        for (const char* name : {"A-1.00.000.zip.aB3dEf", "repository.xml.aaaaaa", "notes.txt"})
+        for (const char* name : {"A-1.00.000.zip.aB3dEf", "repository.xml.aaaaaa", "notes.txt", "mine.zip"})
             m_fixture.write(dataPath("Dropbox/") + name, "left by others");
 
         m_site.takeRequests();
@@ -175,7 +176,7 @@ private slots:
         QVERIFY2(dropbox().contains(" B "), "the pending one stays");
         offer("version='3.0' core_version='1.0'", feature(pluginA() + pluginB("../pkg/B", "2.0")));
         QCOMPARE(update(), "0");
-        QCOMPARE(dropbox(), QString("A B-2.00.000.zip notes.txt +"));
+        QCOMPARE(dropbox(), QString("A B-2.00.000.zip mine.zip notes.txt +"));
         QVERIFY2(!wereRequested("/pkg/A"), "what is there is not fetched again");
 
         cFeatureCatalogue update;
@@ -186,6 +187,50 @@ private slots:
         QCOMPARE(last.hash(), QCryptographicHash::hash(bytesOf("B"), QCryptographicHash::Sha1));
         QVERIFY2(last.sources().isEmpty(), "packages lie beside the description");
         QVERIFY2(last.size() == 1000, "packages lie beside the description");
+    }
+    void fetchesWhatIsKnownButGone()
+    {
+        const QByteArray known = plugin("K", package("A", {"../pkg/A"}));
+        m_fixture.plugins.registerPlugin({"K", cVersion("1.0")});
+        m_fixture.write("plugins/K-1.00.000/Manifest.xml", "<m/>");
+        offer("version='2.0'", feature(known + pluginB()));
+        cJsonValue result = IConfigMgr::doUpdateOn({});
+        QCOMPARE(dropbox() + ' ' + QString::number(result["size"].toInt()), QString("B + 1000"));
+        QVERIFY(QFile::remove(m_fixture.path("plugins/K-1.00.000/Manifest.xml")));
+        result = IConfigMgr::doUpdateOn({});
+        QCOMPARE(dropbox() + ' ' + QString::number(result["size"].toInt()), QString("B K + 2000"));
+    }
+    void discardsWhatTheSiteHasWithdrawn_data()
+    {
+        // What the site has afterwards; "-" for no site.
+        const Rows<QByteArray, QString> row("repository", "found");
+        row("nothing newer", "<r name='main' version='1.0'><feature name='C' version='1.0'/></r>", "other.zip");
+        row("no answer", "-", "A B other.zip +");
+        row("an answer that cannot be read", "<r name='main' version='1.0'>", "A B other.zip +");
+        row("an answer of another kind", "<html><body/></html>", "A B other.zip +");
+        row("something newer", "<r name='main' version='3.0'><feature name='x'/></r>", "A B other.zip +");
+    }
+    void discardsWhatTheSiteHasWithdrawn()
+    {
+        QFETCH(QByteArray, repository);
+        offer("version='2.0'", feature(pluginA() + pluginB()));
+        QCOMPARE(update(), "0");
+        m_fixture.write(dataPath("Dropbox/other.zip"), "of somebody else");
+        QVERIFY(m_site.write("repo/repository.xml", repository));
+        if (repository == "-") // read from the settings at each check
+            QVERIFY(IConfigMgr::setUpdateLocations({QUrl("http://127.0.0.1:1/")}));
+        IConfigMgr::checkForUpdates();
+        QTEST(dropbox(), "found");
+        const bool isDiscarded = cLogCentral::history().last().message.contains("is discarded");
+        QCOMPARE(isDiscarded, !dropbox().contains('+'));
+    }
+    void asksTheLocationsThatAreSetNow()
+    {
+        QSettings().setValue("UpdateMgr/Locations/site", QVariantMap{{"url", "http://127.0.0.1:1/"}});
+        QCOMPARE(update(), "2");
+        QSettings().setValue("UpdateMgr/Locations/site", QVariantMap{{"url", m_site.url()}});
+        offer("version='2.0'", feature(pluginA()));
+        QCOMPARE(update(), "0");
     }
     void withdrawsAnUpdateWhosePackageIsReplaced()
     {

@@ -113,6 +113,18 @@ private slots:
         m_fixture.offer("version='2.0'", features("C-2.0:A,B").replace("size='1", "size='429496728"));
         QCOMPARE(values(IConfigMgr::checkForUpdates()), "0 1.00.000 2.00.000 false 4294967295");
     }
+    void refusesWhenWhatIsInstalledIsNotKnown()
+    {
+        m_fixture.begin();
+        m_fixture.offer("version='2.0'", features("C-2.0:A"));
+        m_fixture.write("plugins/features.xml", "<r");
+        QCOMPARE(values(IConfigMgr::checkForUpdates()), "4 - - - -");
+        QCOMPARE(values(IConfigMgr::doUpdateOn({"C"})), "4 - - - -");
+        QCOMPARE(m_fixture.logged("what is installed is not known, " + m_fixture.path("plugins").toUtf8()), 2);
+        QCOMPARE(m_fixture.logged("features.xml: line 1, column "), 3);
+        QVERIFY(QFile::remove(m_fixture.path("plugins/features.xml")));
+        QCOMPARE(values(IConfigMgr::checkForUpdates()), "0 1.00.000 2.00.000 false 0");
+    }
     void refusesACheckWithinACheck()
     {
         m_fixture.begin();

@@ -6,6 +6,7 @@
 #include <SettingsSandbox.h>
 
 #include "core/Files.h"
+#include "disk/WriteSettings.h"
 
 #include <QtXml/QDomDocument>
 
@@ -78,6 +79,79 @@ private slots:
         }
         QCOMPARE(Corvane::FileReadAll(path, nullptr), QByteArray("two"));
         QCOMPARE(QDir(m_sandbox.path() + "/replaced").entryList(QDir::AllEntries | QDir::NoDotAndDotDot).size(), 1);
+    }
+    void settingsAreWrittenAsQtReadsThem()
+    {
+        SettingsChanges values{
+            {"plain", "x"}, {"General/plain", 1}, {"true", true}, {"a/b c/%d\u00e4\u20ac", -1.5}};
+        const QStringList texts{"",
+                                " x",
+                                "x ",
+                                "a,b;c=d",
+                                "\"\\\n\t\x01"
+                                "2",
+                                "@at",
+                                "\u00e4\u20ac\U0001f600",
+                                QString(3, QChar(0)) + "9",
+                                "a, b"};
+        for (const QString& text : texts)
+            values.insert(QString("texts/%1").arg(values.size()), text);
+        values.insert("lists/1", texts);
+        values.insert("lists/2", QStringList{"one"});
+        values.insert("lists/3", QStringList());
+        values.insert("lists/4", QVariantList{1, "a,b", 2.5});
+        values.insert("others/1", QVariantMap{{"url", "http://h/?a=b"}, {"priority", 0}});
+        values.insert("others/2", QByteArray("\0\xff;", 3));
+        values.insert("others/3", QDateTime::fromMSecsSinceEpoch(1));
+        const QString byUs = m_sandbox.path() + "/us.ini";
+        const QString byQt = m_sandbox.path() + "/qt.ini";
+        QString error;
+        QSettings ours(byUs, QSettings::IniFormat);
+        QVERIFY2(writeSettings(ours, values, &error), qPrintable(error));
+        QSettings theirs(byQt, QSettings::IniFormat);
+        for (auto it = values.begin(); it != values.end(); ++it)
+            theirs.setValue(it.key(), it.value());
+        theirs.sync();
+        for (const QString& path : {byUs, byQt}) // what a file was read from is not read again
+            QVERIFY(QFile::rename(path, path + ".ini"));
+        const QSettings us(byUs + ".ini", QSettings::IniFormat), qt(byQt + ".ini", QSettings::IniFormat);
+        QCOMPARE(us.allKeys(), qt.allKeys());
+        QCOMPARE(us.allKeys().size(), values.size());
+        for (const QString& key : us.allKeys())
+            QVERIFY2(us.value(key) == qt.value(key), qPrintable(key));
+    }
+    void settingsAreChangedWholeOrNotAtAll()
+    {
+        const QString path = m_sandbox.path() + "/below/more/settings.ini";
+        QSettings store(path, QSettings::IniFormat);
+        QString error;
+        QVERIFY2(writeSettings(store, {{"a/1", 1}, {"a/2", 2}, {"ab", 3}, {"b/1", 4}}, &error), qPrintable(error));
+        QVERIFY(writeSettings(store, {{"a", QVariant()}, {"a/3", 5}, {"b/1", QVariant()}}, &error));
+        QCOMPARE(store.allKeys(), QStringList({"a/3", "ab"}));
+        // Others write meanwhile, by Qt and by us.
+        std::thread others([&path] {
+            for (int i = 0; i < 30; ++i) {
+                QSettings theirs(path, QSettings::IniFormat);
+                theirs.setValue(QString("theirs/%1").arg(i), i);
+                theirs.sync();
+            }
+        });
+        bool isWritten = true;
+        for (int i = 0; i < 30; ++i)
+            isWritten = writeSettings(store, {{QString("ours/%1").arg(i), i}}, &error) && isWritten;
+        others.join();
+        QVERIFY2(isWritten, qPrintable(error));
+        QCOMPARE(QSettings(path, QSettings::IniFormat).allKeys().size(), 62);
+
+        const QByteArray odd = "[a]\nno settings\n";
+        QFile file(m_sandbox.path() + "/odd.ini");
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        QCOMPARE(file.write(odd), odd.size());
+        file.close();
+        QSettings oddStore(file.fileName(), QSettings::IniFormat);
+        QVERIFY(!writeSettings(oddStore, {{"a", 1}}, &error));
+        QVERIFY2(error.contains("odd.ini cannot be written: what stands there are no settings"), qPrintable(error));
+        QCOMPARE(Corvane::FileReadAll(file.fileName(), nullptr), odd);
     }
     void translate_data()
     {

@@ -1,5 +1,9 @@
 #include "Place.h"
 
+#include "config/cCatalogueReader.h"
+#include "install/cInstallPlan.h"
+#include "plugins/cFileRecord.h"
+
 #include <MachineProgram.h>
 #include <MovedState.h>
 #include <Norvale/Corvane.h>
@@ -72,6 +76,11 @@ bool Place::write(const QString& path, const QByteArray& content) const
     return QFileInfo(file).dir().mkpath(".") && file.open(QFile::WriteOnly) && file.write(content) == content.size();
 }
 
+bool Place::removeFolder(const QString& path) const
+{
+    return QDir(m_folder + '/' + path).removeRecursively();
+}
+
 bool Place::offer(const QString& where, const QStringList& words) const
 {
     const QStringList all = QStringList{PACKAGES_PY, "repository", m_folder + "/" + where} + words;
@@ -80,12 +89,45 @@ bool Place::offer(const QString& where, const QStringList& words) const
 
 Tree Place::plugins() const
 {
-    return treeOf(m_folder + "/core/plugins");
+    Tree tree = treeOf(m_folder + "/core/plugins");
+    const auto entry = tree.find("files.json");
+    cFileRecord record;
+    if (entry == tree.end() || !record.fromBytes(entry->second))
+        return tree;
+    // Of what is installed, and without the times; what has been replaced may stay in it or not.
+    cFeatureCatalogue installed;
+    cFileRecord shown;
+    (void)cCatalogueReader(installed).read(tree["features.xml"]);
+    for (const cPluginId& id : pluginsOf(installed.features())) {
+        cFileRecord::Files files = record.files(id);
+        for (cRecordedFile& file : files)
+            file.changed = 0;
+        shown.set(id, files);
+    }
+    entry->second = shown.toBytes();
+    return tree;
 }
 
 Tree Place::data() const
 {
     return treeOf(m_folder + "/data/NorvaleTests/Fixture");
+}
+
+QStringList Place::unrecorded() const
+{
+    const QString plugins = m_folder + "/core/plugins/";
+    const auto bytesOf = [&](const QString& name) { return Corvane::FileReadAll(plugins + name, nullptr); };
+    cFeatureCatalogue installed;
+    cFileRecord record;
+    QStringList faults;
+    if (!cCatalogueReader(installed).read(bytesOf("features.xml")) || !record.fromBytes(bytesOf("files.json")))
+        return {"features.xml or files.json " + record.errorString()};
+    for (const cPluginId& id : pluginsOf(installed.features())) {
+        const cFileRecord::Files files = record.files(id);
+        for (const QString& name : files.isEmpty() ? QStringList{"Manifest.xml"} : files.keys())
+            faults << id.toString() + '/' + name + ' ' + files[name].difference(plugins + id.toString() + '/' + name);
+    }
+    return faults.filter(QRegularExpression(" .")); // those that differ in something
 }
 
 QByteArray Place::settings() const

@@ -25,11 +25,15 @@ public:
 
     /// Writes a file, or packages with their description, below the folder.
     bool write(const QString& path, const QByteArray& content) const;
+    bool removeFolder(const QString& path) const;
     bool offer(const QString& where, const QStringList& words) const;
 
     Tree plugins() const;
     Tree data() const;
     QByteArray settings() const;
+
+    /// The files of installed plugins that are not as the record of files says, with what is wrong.
+    QStringList unrecorded() const;
 
     /// Of a lock without contents Qt waits half a minute whether its owner fills it. Let that have passed.
     void ageLocks() const;

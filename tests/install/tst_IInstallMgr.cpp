@@ -83,6 +83,67 @@ private slots:
         QVERIFY(!IInstallMgr::installBootstrap());
         QCOMPARE(IInstallMgr::lastOutcome().result, cInstallOutcome::NoDescription);
     }
+    void curesWhatWasBrokenBefore()
+    {
+        const auto install = [&](const QStringList& offered) {
+            offer(offered);
+            return IInstallMgr::installFromLocation(description(), false);
+        };
+        QVERIFY(install({"main 1.0", "Core 1.0: A 1.0"}));
+        const QString manifest = m_root + "/core/plugins/A-1.00.000/Manifest.xml";
+        write(manifest, Corvane::FileReadAll(manifest, nullptr).replace("\"13\"", "\"12\""));
+        QVERIFY(install({"main 1.1", "Core 1.0: A 1.0", "More 1.0: C 1.0"}));
+        QVERIFY(!install({"main 1.2", "Core 2.0: A 2.0 !api", "Third 1.0: D 1.0 !needs=A"}));
+        QVERIFY(install({"main 1.3", "Core 2.1: A 2.1"}));
+        QCOMPARE(installed(),
+                 QString("Core 2.01.000: A-2.01.000; More 1.00.000: C-1.00.000; Third 1.00.000: D-1.00.000"));
+    }
+    void consumesWhatItHasTaken()
+    {
+        offer({"main 2.0", "Core 2.0: A 2.0"});
+        QVERIFY(IInstallMgr::installFromLocation(description(), true));
+        offer({"main 2.1", "Core 1.0: A 1.0", "More 1.0: C 1.0", "Third 1.0: D 1.0 !damaged"});
+        QVERIFY(!IInstallMgr::installFromLocation(description(), true));
+        QCOMPARE(QDir(m_root + "/site").entryList(QDir::Files).join(' '), QString("A-1.00.000.zip"));
+    }
+    void refusesWithADamagedCatalogue_data()
+    {
+        const Rows<QByteArray, QString> row("features", "said");
+        row("cut short", "<repository version=\"1.0\">\n<feature name=\"Core\" vers", "features.xml: line 2, column ");
+        row("empty", "", "features.xml: line 1, column ");
+        row("of another kind", "<html><body/></html>", "features.xml: line 1, column ");
+        row("a folder", "/", "features.xml: cannot be read: this is a folder");
+    }
+    void refusesWithADamagedCatalogue()
+    {
+        const auto [features, said] = cells<QByteArray, QString>("features", "said");
+        const QString plugins = m_root + "/core/plugins", file = plugins + "/features.xml";
+        offer({"main 1.0", "Core 1.0: A 1.0"});
+        QVERIFY(IInstallMgr::installFromLocation(description(), false));
+        QVERIFY(QFile::rename(file, m_root + "/kept"));
+        QVERIFY(QFile::remove(m_root + "/journal"));
+        if (features == "/")
+            QVERIFY(QDir().mkpath(file));
+        else
+            write(file, features);
+        write(plugins + "/unfinished.txt", "A-1.00.000\n");
+        offer({"main 2.0", "Core 2.0: A 2.0"});
+        offer({"main 2.0", "Core 2.0: A 2.0"}, m_root + "/core/Bootstrap");
+        const QString single = package("Z", "1.0");
+        const QStringList before = tree();
+        const auto isRefused = [&, said = said](bool isDone) {
+            const cInstallOutcome outcome = IInstallMgr::lastOutcome();
+            return !isDone && outcome.result == cInstallOutcome::Failed && outcome.reason.contains(said);
+        };
+        QVERIFY(isRefused(IInstallMgr::installFromLocation(description(), true)));
+        QVERIFY(isRefused(IInstallMgr::installBootstrap()));
+        QVERIFY(isRefused(IInstallMgr::installPackage(single)));
+        QVERIFY(!IInstallMgr::uninstallPlugins());
+        QCOMPARE(tree(), before);
+        QCOMPARE(Corvane::currentVersion(), QString("1.00.000"));
+        QVERIFY(features == "/" ? QDir().rmdir(file) : QFile::remove(file)); // so that it can be cleaned up
+        QVERIFY(QFile::rename(m_root + "/kept", file));
+    }
     void aPackageJoinsTheDevelopmentFeature()
     {
         offer({"main 1.0", "Core 1.0: A 1.0"});
@@ -128,9 +189,10 @@ private slots:
 
 private:
     QString description() const { return m_root + "/site/repository.xml"; }
-    void offer(const QStringList& words)
+    void offer(const QStringList& words, const QString& folder = QString())
     {
-        const QStringList arguments = QStringList{PACKAGES_PY, "repository", m_root + "/site"} + words;
+        const QString place = folder.isEmpty() ? m_root + "/site" : folder;
+        const QStringList arguments = QStringList{PACKAGES_PY, "repository", place} + words;
         QCOMPARE(MachineProgram::execute("python3", arguments), 0);
     }
     /// Makes a package and gives its path.
@@ -147,6 +209,18 @@ private:
         QFile file(path);
         QVERIFY(file.open(QFile::WriteOnly));
         QCOMPARE(file.write(text), qint64(text.size()));
+    }
+    /// All files and folders of the test, with their sizes.
+    QStringList tree() const
+    {
+        QStringList all;
+        const QDir::Filters everything = QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot;
+        for (QDirIterator it(m_root, everything, QDirIterator::Subdirectories); it.hasNext();) {
+            const QString path = it.next();
+            all << path + QString(" %1").arg(it.fileInfo().isDir() ? 0 : it.fileInfo().size());
+        }
+        all.sort();
+        return all;
     }
     /// What has come (+) and gone (-).
     static QString changed(const cInstallOutcome& outcome)

@@ -66,13 +66,17 @@ private slots:
     {
         const Rows<bool, QString, QString, QString, QString, QString> row("isOverPending", "offered", "steps", "next",
                                                                           "plugins", "data");
-        const QString updated = "A-2.00.000/ B-1.00.000/ D-1.00.000/ features.last.xml features.xml";
+        const QString updated = "A-2.00.000/ B-1.00.000/ D-1.00.000/ features.last.xml features.xml files.json";
         row("fetching an update", false, "update", "apply", "install,apply,install", updated, "Dropbox/");
         row("fetching an update over another", true, "update", "apply", "install,apply,install", updated, "Dropbox/");
         row("fetching a runtime beside an update", true, "runtime", "apply", "apply",
-            "A-1.00.000/ B-1.00.000/ C-1.00.000/ features.last.xml features.xml",
+            "A-1.00.000/ B-1.00.000/ C-1.00.000/ features.last.xml features.xml files.json",
             "Dropbox/ Dropbox/A-1.05.000.zip Dropbox/C-1.05.000.zip Dropbox/repository.xml setup");
-        row("installing an update", false, "update", "install", "install", updated, "Dropbox/");
+        // The check reads the catalogue, and has its copy made if that was not possible before.
+        row("installing an update", false, "update", "install", "install,apply", updated, "Dropbox/");
+        row("repairing a catalogue and plugins", false, "same", "repair", "repair",
+            "A-1.00.000/ B-1.00.000/ C-1.00.000/ features.damaged.xml features.last.xml features.xml files.json",
+            "Dropbox/");
         row("uninstalling everything", false, "update", "uninstall", "uninstall", "", "Dropbox/");
     }
     void endsInTheNewState()
@@ -134,9 +138,13 @@ private:
             const QByteArray hash = QCryptographicHash::hash(setup, QCryptographicHash::Sha1).toHex();
             QVERIFY(place.write("site/repo/s", setup));
             QVERIFY(place.write("site/repo/repository.xml", QByteArray(Runtime).replace("HASH", hash)));
-        } else {
+        } else if (offered == "same") {
             QVERIFY(place.offer("site/repo",
-                                {"main 2.0", "Core 2.0: A 2.0 !silent, B 1.0 !silent", "More 2.0: D 1.0 !silent"}));
+                                {"main 1.0", "Core 1.0: A 1.0 !silent, B 1.0 !silent", "More 1.0: C 1.0 !silent"}));
+            damage(place);
+        } else {
+            QVERIFY(place.offer("site/repo", {"main 2.0", "Core 2.0: A 2.0 !silent, B 1.0 !silent",
+                                              "More 2.0: D 1.0 !silent !needs=A; Core"}));
         }
         if (steps == "install")
             QVERIFY2(place.run("apply") == 0, qPrintable(place.said()));
@@ -145,6 +153,13 @@ private:
                                 {"main 1.5", "Core 1.5: A 1.5 !silent, B 1.0 !missing", "More 1.5: C 1.5 !silent"}));
         place.save();
         m_before = stateOf(place);
+    }
+    static void damage(const Place& place)
+    {
+        QVERIFY(place.write("core/plugins/A-1.00.000/it.so", "cut short"));
+        QVERIFY(place.write("core/plugins/C-1.00.000/doc/read.me", QByteArray(80, 'x')));
+        QVERIFY(place.write("core/plugins/features.xml", "<repository version='1"));
+        QVERIFY(place.removeFolder("core/plugins/B-1.00.000"));
     }
     void tryOut(const Place& place, const QString& steps, const QString& next, const QString& fault)
     {
@@ -160,6 +175,8 @@ private:
             faults << "failed and said nothing";
         if (steps != "uninstall" && !isWhole(&State::plugins, place, "features.xml"))
             faults << "neither the old nor the new set is whole";
+        if (steps == "install")
+            faults << place.unrecorded();
         if (steps == "apply" && !isWhole(&State::data, place, "Dropbox/repository.xml"))
             faults << "neither the old nor the new pending update is whole";
         place.ageLocks();
@@ -181,8 +198,12 @@ private:
         const auto isThere = [&](const Tree& set) {
             Tree missing = without(set, tree);
             missing.erase("features.last.xml"); // may be one version behind
+            missing.erase("files.json");        // and that one ahead
             return tree.count(mark) == set.count(mark) && missing.empty();
         };
+        // A repair leaves everything as it is that is not at fault.
+        if (part == &State::plugins && !m_before.plugins.count("B-1.00.000/"))
+            return without(without(m_before.plugins, without(m_before.plugins, m_done.plugins)), tree).empty();
         return isThere(m_before.*part) || isThere(m_done.*part);
     }
 
@@ -210,6 +231,8 @@ static int takeSteps(const QString& folder, const QString& steps)
         }
         if (step == "install")
             isDone = IInstallMgr::installDropbox() && isDone;
+        if (step == "repair")
+            isDone = IInstallMgr::repair().result % 3 != 0 && isDone; // complete, or nothing to do
         if (step == "uninstall")
             isDone = IInstallMgr::uninstallPlugins() && isDone;
         if (step == "apply")

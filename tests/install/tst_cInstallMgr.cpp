@@ -84,22 +84,52 @@ private slots:
             "uninstall A 1.0, uninstall B 1.0, install A 2.0", done, "");
 
         row("defective package", one, {"main 2.0", "Core 2.0: B 2.0, A 2.0 !damaged", "More 2.0: C 1.0"},
-            first + "; More 2.0: C 1.0", "install C 1.0", done, "doc/read.me: the deflated data are");
+            first + "; More 2.0: C 1.0", "install C 1.0", "B-2.00.000.zip", "doc/read.me: the deflated data are");
         row("wrong hash", one, {"main 2.0", "Core 2.0: A 2.0 !hash"}, first, "", done, "its SHA-1 is ");
         row("climbing out", one, {"main 2.0", "Core 2.0: A 2.0 !up"}, first, "", done, "../x: ");
         row("package missing", one, {"main 2.0", "Core 2.0: A 2.0 !missing, B 2.0", "More 1.0: C 1.0"},
-            first + "; More 1.0: C 1.0", "install C 1.0", done, "its package A-2.00.000.zip is not there");
+            first + "; More 1.0: C 1.0", "install C 1.0", "B-2.00.000.zip", "its package A-2.00.000.zip is not there");
         row("unsafe plugin name", one, {"main 2.0", "Core 2.0: ../plugins/A 1.0 !missing"}, first, "", done,
             "cannot name a folder");
         row("folder of another plugin, where case makes no difference", one, {"main 2.0", "Core 2.0: a 1.0"}, first, "",
-            done, "a-1.00.000 would have the folder of A-1.00.000");
+            "a-1.00.000.zip", "a-1.00.000 would have the folder of A-1.00.000");
         row("would clash with what stays", {"main 1.0", "Core 1.0: A 1.0", "More 1.0: A 1.0, C 1.0"},
             {"main 2.0", "Core 2.0: A 2.0", "More 2.0: A 2.0, C 2.0 !bad-xml"},
-            "1.00.000 Core 1.0: A 1.0; More 1.0: A 1.0, C 1.0", "", done,
+            "1.00.000 Core 1.0: A 1.0; More 1.0: A 1.0, C 1.0", "", "A-2.00.000.zip",
             "it has the plugin A-2.00.000, which another feature has in version 1.00.000");
         row("depends on what is left out", {}, {"main 1.0", "Top 1.0: A 1.0; Base", "Base 1.0: B 1.0 !no-manifest"}, "",
-            "", done, "it depends on the feature \"Base\", which is left out");
-        row("plugin in two versions", {}, {"main 1.0", "Core 1.0: A 1.0, A 2.0"}, "", "", done, "in two versions");
+            "", "A-1.00.000.zip", "it depends on the feature \"Base\", which is left out");
+        row("depends on a new version that is left out", one,
+            {"main 2.0", "Core 2.0: A 2.0 !damaged", "More 2.0: C 2.0; Core"}, first, "", "C-2.00.000.zip",
+            "it depends on the feature \"Core\", which is left out");
+        row("depends on what nobody has", one, {"main 2.0", "More 2.0: C 2.0; Base"}, first, "", "C-2.00.000.zip",
+            "it depends on the feature \"Base\", which is neither offered nor installed");
+        row("core left out", {}, {"main 1.0", "Core 1.0: A 1.0 !damaged", "More 1.0: C 1.0"}, "", "", "C-1.00.000.zip",
+            "nothing starts without the feature \"Core\"");
+        row("plugin in two versions", {}, {"main 1.0", "Core 1.0: A 1.0, A 2.0"}, "", "",
+            "A-1.00.000.zip, A-2.00.000.zip", "in two versions");
+        row("hash that is none", one, {"main 2.0", "Core 2.0: A 2.0 !no-hash"}, first, "", "A-2.00.000.zip",
+            "its hash \"no hash\" is no SHA-1 hash");
+        row("another repository in part", one, {"side 0.9", "Core 0.9: A 0.9", "More 0.9: C 1.0 !missing"},
+            "1.00.000 Core 0.9: A 0.9", "uninstall A 1.0, uninstall B 1.0, install A 0.9", done, "C-1.00.000.zip");
+
+        // What no start would take.
+        row("another runtime", one, {"main 2.0", "Core 2.0: A 2.0 !api"}, first, "", done,
+            "A-2.00.000 is made for the runtime API version 12; this is version 13");
+        row("service without a name", one, {"main 2.0", "Core 2.0: A 2.0 !no-service"}, first, "", done, "no name");
+        row("service twice", one, {"main 2.0", "Core 2.0: A 2.0 !service-twice"}, first, "", done, "declared twice");
+        row("faulty params", one, {"main 2.0", "Core 2.0: A 2.0 !params"}, first, "", done, "is no JSON document");
+        row("service of two", {"main 1.0", "Core 1.0: A 1.0 !service=S"},
+            {"main 2.0", "Core 1.0: A 1.0", "More 1.0: C 1.0 !service=S", "Third 1.0: D 1.0 !needs=A"},
+            "1.00.000 Core 1.0: A 1.0; Third 1.0: D 1.0", "install D 1.0", "C-1.00.000.zip",
+            "the service \"S\" is declared twice: by plugin \"A\" and by plugin \"C\"");
+        row("needs what is not there", one, {"main 2.0", "More 1.0: C 1.0 !needs=Z", "Third 1.0: D 1.0 !needs=C"},
+            first, "", "C-1.00.000.zip, D-1.00.000.zip", "plugin \"C\" depends on \"Z\", which is not installed");
+        row("needs what is taken away", {"main 1.0", "Core 1.0: A 1.0, B 1.0", "More 1.0: C 1.0 !needs=B"},
+            {"main 2.0", "Core 2.0: A 2.0"}, "1.00.000 Core 1.0: A 1.0, B 1.0; More 1.0: C 1.0", "", "A-2.00.000.zip",
+            "plugin \"C\" depends on \"B\", which is not installed");
+        row("circle", one, {"main 2.0", "Core 2.0: A 2.0 !needs=C", "More 1.0: C 1.0 !needs=A", "Third 1.0: D 1.0"},
+            first + "; Third 1.0: D 1.0", "install D 1.0", "A-2.00.000.zip, C-1.00.000.zip", "in a circle: ");
     }
     void installs()
     {
@@ -114,8 +144,10 @@ private slots:
             QCOMPARE(leftInDropbox(), QString());
         }
         QFile::remove(m_root + "/journal");
+        const QString repository = repositoryName();
         offer(offered);
         const bool isComplete = m_manager->installDropbox();
+        QVERIFY(m_manager->lastOutcome().leftOut.isEmpty() || repositoryName() == repository);
         QCOMPARE(installed(), features);
         QTEST(commands(), "commands");
         QTEST(leftInDropbox(), "left");
@@ -127,6 +159,35 @@ private slots:
         m_signals.clear();
         QVERIFY(m_manager->installDropbox() == !QFile::exists(dropbox()));
         QCOMPARE(installed(), features);
+    }
+    void leavesToOthersWhatIsTheirs()
+    {
+        offer({"main 1.0", "Core 1.0: A 1.0"});
+        QVERIFY(m_manager->installDropbox());
+        const QString folder = m_root + "/core/plugins/C-1.00.000", box = QFileInfo(dropbox()).path();
+        QVERIFY(QDir().mkpath(folder));
+        write(folder + "/work", "mine");
+        for (const char* name : {"/mine.zip", "/A-0.01.000.zip", "/A-1.00.000.zip"})
+            write(box + name, "mine");
+        offer({"main 2.0", "Core 2.0: A 2.0", "More 2.0: C 1.0, D 1.0"});
+        QVERIFY(!m_manager->installDropbox());
+        QVERIFY(said(folder + " is there, which no feature has had"));
+        QVERIFY(m_manager->installDropbox());
+        QCOMPARE(leftInDropbox(), QString("A-0.01.000.zip, A-1.00.000.zip, C-1.00.000.zip, D-1.00.000.zip, mine.zip"));
+        // The next update takes along what this one has left.
+        offer({"main 3.0", "Core 3.0: A 3.0"});
+        QVERIFY(m_manager->installDropbox());
+        QCOMPARE(leftInDropbox(), QString("A-0.01.000.zip, A-1.00.000.zip, mine.zip"));
+        QVERIFY(QDir(box).entryList(QDir::Hidden | QDir::Files).filter(QRegularExpression("^\\.")).isEmpty());
+        QVERIFY(m_manager->uninstallPlugins());
+        QCOMPARE(read(folder + "/work"), QByteArray("mine"));
+
+        // What was installed before the list of it was lost is the suite's own.
+        offer({"main 1.0", "Core 1.0: A 1.0"});
+        QVERIFY(m_manager->installDropbox());
+        QVERIFY(QFile::remove(m_root + "/core/plugins/features.xml"));
+        offer({"main 1.0", "Core 1.0: A 1.0"});
+        QVERIFY(m_manager->installDropbox());
     }
     /// Also to receivers that throw, which stops nothing.
     void announcesEveryStep()
@@ -294,10 +355,14 @@ private:
             if (!QFile::exists(m_root + "/core/plugins/" + plugin + "/Manifest.xml"))
                 return false;
         }
-        wanted += wanted.isEmpty() ? QStringList() : QStringList{"features.xml", "features.last.xml"};
+        wanted += wanted.isEmpty() ? QStringList() : QStringList{"features.xml", "features.last.xml", "files.json"};
         wanted.sort();
         found.sort();
         return wanted == found;
+    }
+    static QString repositoryName()
+    {
+        return QSettings(QSettings::SystemScope, "Varkel", "Pelmora").value("ConfigMgr/RepositoryName").toString();
     }
     static int startsOf(const QStringList& names) { return names.size() - names.filter("/").size() - names.count("."); }
     QStringList log() const

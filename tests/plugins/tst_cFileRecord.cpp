@@ -64,11 +64,11 @@ private slots:
         QVERIFY(record.read()); // there is none
         writeFile(cFileRecord::path(), "{}");
         QVERIFY(!record.read());
-        QCOMPARE(record.errorString(), cFileRecord::path() + " is damaged: it does not begin with its own SHA-256");
+        QCOMPARE(record.errorString(), cFileRecord::path() + ": damaged: it does not begin with its own SHA-256");
         QFile::remove(cFileRecord::path());
         QVERIFY(QDir().mkpath(cFileRecord::path()));
         QVERIFY(!record.read());
-        QCOMPARE(record.errorString(), cFileRecord::path() + " is no file");
+        QCOMPARE(record.errorString(), cFileRecord::path() + ": cannot be read: this is a folder");
         QVERIFY(!record.write());
         QVERIFY2(record.errorString().startsWith(cFileRecord::path()), qPrintable(record.errorString()));
         QVERIFY(QDir().rmdir(cFileRecord::path()));

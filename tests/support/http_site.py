@@ -20,6 +20,7 @@ A path may begin with faults, "/~NAME=ARGUMENT/~NAME/rest/of/path":
     ~ranges=TAG     the file has this entity tag, and a client may ask for the rest of it
     ~shift=N        such a rest begins N bytes later than asked for
     ~fill=N         after the file send N bytes of zeros more, as part of the body
+    ~endless        after the file send chunks of zeros as fast as they are taken, until the client goes
     ~garbage        answer with bytes that are not HTTP
 """
 
@@ -76,7 +77,7 @@ class Handler(socketserver.StreamRequestHandler):
 
     def compose(self, path, faults):
         status, headers, body = self.find(path, faults)
-        if "chunked" in faults:
+        if "chunked" in faults or "endless" in faults:
             headers.append("Transfer-Encoding: chunked")
             pieces = [body[i:i + 1000] for i in range(0, len(body), 1000)] + [b""]
             body = b"".join(b"%x\r\n%s\r\n" % (len(piece), piece) for piece in pieces)
@@ -110,6 +111,11 @@ class Handler(socketserver.StreamRequestHandler):
         return "206 Partial Content", ["ETag: " + tag, place], body[start:]
 
     def send(self, head, body, faults):
+        if "endless" in faults:
+            self.wfile.write(head + body[:-len(b"0\r\n\r\n")])
+            piece = b"10000\r\n" + bytes(0x10000) + b"\r\n"
+            while True:
+                self.wfile.write(piece)
         if "trickle" in faults:
             self.wfile.write(head)
             for byte in body:

@@ -5,15 +5,15 @@ packages.py package FILE NAME VERSION [FAULT]
 packages.py repository FOLDER 'NAME VERSION [CORE]' FEATURE...
 
 A FEATURE is text such as 'Core 1.0: A 1.0, B 1.2 !no-manifest; Base, Tools': name and version, plugins with their
-faults, and the features it depends on. A plugin's command lines append to the file that JOURNAL names (on
+faults, and the features it depends on. Of a plugin also "!service=NAME" and "!needs=NAME". A plugin's command lines append to the file that JOURNAL names (on
 Windows with the program that JOURNAL_WRITER names).
 """
 import hashlib, os, struct, sys, zlib
 
 FILE, LINK, DEVICE = 0o100644, 0o120777, 0o020666
 MANIFEST = """<?xml version="1.0" encoding="utf-8"?>
-<manifest><plugin name="{name}" version="{version}" runtime_api_version="13">
-<start><library filename="it" function="create"/></start>
+<manifest><plugin name="{name}" version="{version}" runtime_api_version="{api}">
+<start><library filename="it" function="create"/><params>{params}</params></start><services>{services}</services><dependencies>{needs}</dependencies>
 <deployment><install>{install}</install><uninstall>{uninstall}</uninstall></deployment></plugin></manifest>
 """
 
@@ -33,13 +33,19 @@ def command(word, condition=""):
 
 def manifest(name, version, fault):
     install, uninstall = command("install", "OSBitness() == 64") + command("never", "isWin7()"), command("uninstall")
+    words = fault.split()
+    named = lambda key: [word[len(key):] for word in words if word.startswith(key)]
     if fault == "failing-command":
         install = '<cmdline program="%s"/>' % ("$(env.JOURNAL_WRITER)" if IS_WINDOWS else "false") + install
     if fault == "no-such-program":
         install = '<cmdline program="$(PluginDir)/none"/>' + install
-    if fault == "silent":
+    if "silent" in words:
         install = uninstall = ""
-    return MANIFEST.format(name=name, version=version, install=install, uninstall=uninstall).encode()
+    services = named("service=") + {"no-service": [""], "service-twice": ["S", "S"]}.get(fault, [])
+    return MANIFEST.format(name=name, version=version, install=install, uninstall=uninstall,
+                           api=12 if fault == "api" else 13, params="{" if fault == "params" else "{}",
+                           services="".join(f"<service>{s}</service>" for s in services),
+                           needs="".join(f"<dependency>{n}</dependency>" for n in named("needs="))).encode()
 
 
 class Entry:
@@ -123,7 +129,7 @@ def repository(folder, head, features):
         xml += "".join(f'<feature name="{need.strip()}"/>' for need in needs.split(",") if need.strip())
         xml += "</dependencies><plugins>\n"
         for words in (plugin.split() for plugin in plugins.split(",") if plugin.strip()):
-            fault = words[2][1:] if len(words) > 2 else ""
+            fault = " ".join(word[1:] for word in words[2:])
             path = os.path.join(folder, f"{words[0]}-{print_form(words[1])}.zip")
             data = package(words[0], words[1], fault)
             if fault == "elsewhere":
@@ -132,6 +138,7 @@ def repository(folder, head, features):
             if fault != "missing":
                 open(path, "wb").write(data)
             digest = hashlib.sha1(data + (b"x" if fault == "hash" else b"")).hexdigest()
+            digest = "no hash" if fault == "no-hash" else digest
             sources = ["none/x", os.path.relpath(path, folder)] if fault == "elsewhere" else [os.path.basename(path)]
             xml += f'<plugin name="{words[0]}" version="{words[1]}" size="{len(data)}">'
             xml += "".join(f"<source>{source}</source>" for source in sources)

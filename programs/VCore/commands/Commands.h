@@ -13,6 +13,9 @@ void addUpdateCommands(cProgram& program);
 /// Adds --install, --bootstrap and --uninstall.
 void addInstallCommands(cProgram& program);
 
+/// Adds --verify and --repair.
+void addVerifyCommands(cProgram& program);
+
 /// The option --log of several commands.
 class cLogOption
 {

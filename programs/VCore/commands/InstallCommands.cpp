@@ -46,6 +46,9 @@ protected:
             return ExitCode::NothingToInstall;
         if (outcome.result == cInstallOutcome::CoreTooOld)
             return ExitCode::CoreTooOld;
+        if (outcome.result == cInstallOutcome::Failed)
+            return endWith(ExitCode::InstallIncomplete,
+                           QStringLiteral("nothing is installed; the lines above tell why"));
         QStringList features;
         for (const cFeatureInfo& feature : IConfigMgr::installedFeatures())
             features.append(Terminal::printable(feature.name) + QLatin1Char(' ') + feature.version.toString());

@@ -109,8 +109,9 @@ public:
             if (!sites.last().isValid())
                 return endWith(ExitCode::Usage, QStringLiteral("\"%1\" is no URL of a site, and no folder").arg(word));
         }
+        Diagnostics::showReasons();
         if (!m_words.isEmpty() && !IConfigMgr::setUpdateLocations(sites))
-            return endWith(ExitCode::SettingsFailed, QStringLiteral("the settings cannot be written"));
+            return ExitCode::SettingsFailed; // the log has told why
         for (const QUrl& site : IConfigMgr::updateLocations())
             Terminal::answer(site.toString(QUrl::FullyEncoded));
         return ExitCode::Ok;

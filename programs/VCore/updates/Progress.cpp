@@ -23,6 +23,8 @@ QString nameOf(IInstallMgr::OPERATION operation)
     case IInstallMgr::OPERATION_START:
     case IInstallMgr::OPERATION_LOCATION:
         break; // of no plugin
+    case IInstallMgr::OPERATION_VERIFY:
+        break; // the bar tells it
     case IInstallMgr::OPERATION_EXTRACT:
         return QStringLiteral("unpacking");
     case IInstallMgr::OPERATION_INSTALL:
@@ -187,7 +189,7 @@ void cProgressBar::onProgress(const QString& label, qint64 done, qint64 total)
     }
 }
 
-cInstallReport::cInstallReport()
+cInstallReport::cInstallReport(const QString& label, bool isQuiet) : m_label(label), m_isQuiet(isQuiet)
 {
     IInstallMgr::connectSlots(this, SLOT(onStart(IInstallMgr::OPERATION, QString, QString)), SLOT(onProgress(int, int)),
                               SLOT(onFinished()));
@@ -200,8 +202,10 @@ cInstallReport::~cInstallReport()
 
 void cInstallReport::onStart(IInstallMgr::OPERATION operation, const QString& name, const QString& version)
 {
+    if (m_isQuiet)
+        return;
     if (operation == IInstallMgr::OPERATION_LOCATION)
-        Terminal::answer(QStringLiteral("Installing"));
+        Terminal::answer(m_label);
     const QString what = nameOf(operation);
     if (!what.isEmpty()) {
         const QString plugin = Terminal::printable(name + QLatin1Char(' ') + version);
@@ -212,5 +216,5 @@ void cInstallReport::onStart(IInstallMgr::OPERATION operation, const QString& na
 void cInstallReport::onProgress(int current, int total)
 {
     constexpr int Width = 40;
-    Terminal::status(QStringLiteral("Installing  ") + cProgressLine::barText(current, total, Width));
+    Terminal::status(m_label + QStringLiteral("  ") + cProgressLine::barText(current, total, Width));
 }

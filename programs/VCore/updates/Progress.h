@@ -99,12 +99,16 @@ class cInstallReport : public QObject
     Q_OBJECT
 
 public:
-    /// Connects itself to the install manager.
-    cInstallReport();
+    /// Connects itself to the install manager. @p label says what is done; a quiet one shows only how far it has come.
+    explicit cInstallReport(const QString& label = QStringLiteral("Installing"), bool isQuiet = false);
     ~cInstallReport() override;
 
 public slots:
     void onStart(IInstallMgr::OPERATION operation, const QString& name, const QString& version);
     void onProgress(int current, int total);
     void onFinished() {} // there is nothing to tell
+
+private:
+    QString m_label;
+    bool m_isQuiet;
 };

@@ -6,6 +6,7 @@
 
 #include <QtCore/QCryptographicHash>
 #include <QtCore/QDir>
+#include <QtCore/QThread>
 
 namespace {
 
@@ -22,19 +23,28 @@ QString shortHash(const QString& text)
     return QString::fromLatin1(QCryptographicHash::hash(text.toUtf8(), QCryptographicHash::Sha1).toHex().left(16));
 }
 
-// The holder of a lock writes who it is as soon as it has made the file. A holder that was killed in between leaves an
-// empty file, and only for that the age decides.
-bool tryLock(QLockFile& file)
+bool hasHolder(const QLockFile& file)
 {
-    constexpr int Patience = 5000; // milliseconds
     qint64 pid = 0;
     QString host;
     QString program;
+    return file.getLockInfo(&pid, &host, &program);
+}
+
+// The holder of a lock writes who it is as soon as it has made the file. A holder that was killed in between leaves an
+// empty file, and only for that the age decides: it is waited until it is old enough to be nobody's.
+bool tryLock(QLockFile& file)
+{
+    constexpr int Patience = 3000; // milliseconds
+    constexpr int Step = 50;
     file.setStaleLockTime(0); // stale when its process is gone, never by its age
-    if (file.tryLock(0))
-        return true;
-    if (file.error() != QLockFile::LockFailedError || file.getLockInfo(&pid, &host, &program))
-        return false;
+    for (int waited = 0; waited <= Patience; waited += Step) {
+        if (file.tryLock(0))
+            return true;
+        if (file.error() != QLockFile::LockFailedError || hasHolder(file))
+            return false;
+        QThread::msleep(Step);
+    }
     file.setStaleLockTime(Patience);
     return file.tryLock(0);
 }

@@ -23,6 +23,7 @@ Rule ruleOf(cPackageFinding::Rule rule)
     case cPackageFinding::Hash:
         return Rule::PackageHash;
     case cPackageFinding::Manifest:
+    case cPackageFinding::Start: // the manifest's own check tells it, with the place
         return Rule::PackageManifest;
     case cPackageFinding::Identity:
         return Rule::PackageIdentity;
@@ -49,18 +50,22 @@ bool cPackageLint::check(const QByteArray& package)
     // Not those of this machine's settings: what is found must be the same everywhere.
     cPackageCheck rules{cPackageCheck::Limits()};
     m_manifest.reset();
-    if (!rules.check(package)) {
-        for (const cPackageFinding& finding : rules.findings()) {
-            m_findings.add(ruleOf(finding.rule),
-                           finding.entry.isEmpty() ? m_file : m_file + QLatin1Char('!') + finding.entry, finding.text);
-        }
-        return false;
+    const bool isInstallable = rules.check(package);
+    bool isReadable = true;
+    for (const cPackageFinding& finding : rules.findings()) {
+        if (finding.rule == cPackageFinding::Start)
+            continue;
+        isReadable = false;
+        m_findings.add(ruleOf(finding.rule),
+                       finding.entry.isEmpty() ? m_file : m_file + QLatin1Char('!') + finding.entry, finding.text);
     }
+    if (!isReadable)
+        return false;
     m_name = rules.id().name();
     m_version = rules.id().version();
     checkManifest(package);
     checkSums(package);
-    return true;
+    return isInstallable;
 }
 
 // An installation goes by the hash of the whole; other programs would refuse the entry.

@@ -1,8 +1,8 @@
 #include "suite/cSuite.h"
 
 #include "config/cPublication.h"
-#include "plugins/cDependencyOrder.h"
 #include "plugins/cPluginDependency.h"
+#include "plugins/cStartRules.h"
 #include "report/cFindings.h"
 
 #include <QtCore/QSet>
@@ -17,6 +17,21 @@ QSet<QString> namesOf(const QVector<QSharedPointer<cFeaturePlugin>>& plugins)
     for (const QSharedPointer<cFeaturePlugin>& plugin : plugins)
         names.insert(plugin->name());
     return names;
+}
+
+Rule ruleOf(cStartFault::Kind kind)
+{
+    switch (kind) {
+    case cStartFault::Manifest:
+        return Rule::ManifestUnreadable;
+    case cStartFault::Service:
+        return Rule::SuiteServiceTwice;
+    case cStartFault::Dependency:
+        return Rule::SuiteDependencyMissing;
+    case cStartFault::Circle:
+        break;
+    }
+    return Rule::SuiteDependencyCycle;
 }
 
 } // namespace
@@ -44,9 +59,15 @@ QVector<QSharedPointer<cFeaturePlugin>> cSuite::plugins() const
 
 void cSuite::check(const QString& file, cFindings& findings) const
 {
-    checkDependencies(file, findings);
-    checkCircles(file, findings);
-    checkServices(file, findings);
+    QVector<cStartCandidate> candidates;
+    for (const QSharedPointer<cFeaturePlugin>& plugin : plugins()) {
+        const cManifest* const manifest = manifestOf(plugin->id());
+        candidates.append({plugin->id(), manifest ? *manifest : cManifest(), QString()});
+    }
+    for (const cStartFault& fault : cStartRules::faultsOf(candidates)) {
+        if (fault.kind != cStartFault::Manifest) // the check of manifests tells of it, with the place
+            findings.add(ruleOf(fault.kind), file, fault.reason + QStringLiteral(": the suite does not start"));
+    }
 }
 
 QStringList cSuite::dependenciesOf(const cPluginId& plugin) const
@@ -57,21 +78,6 @@ QStringList cSuite::dependenciesOf(const cPluginId& plugin) const
             names.append(cPluginDependency(text).name());
     }
     return names;
-}
-
-void cSuite::checkDependencies(const QString& file, cFindings& findings) const
-{
-    const QVector<QSharedPointer<cFeaturePlugin>> all = plugins();
-    const QSet<QString> names = namesOf(all);
-    for (const QSharedPointer<cFeaturePlugin>& plugin : all) {
-        for (const QString& name : dependenciesOf(plugin->id())) {
-            if (!names.contains(name)) {
-                findings.add(Rule::SuiteDependencyMissing, file,
-                             QStringLiteral("%1 depends on \"%2\", which no feature has: the suite does not start")
-                                 .arg(plugin->id().toString(), name));
-            }
-        }
-    }
 }
 
 void cSuite::checkReach(const QString& file, cFindings& findings) const
@@ -114,42 +120,4 @@ QSet<QString> cSuite::pluginsBehind(const cFeatureInstance& feature) const
         pending += next->dependencies();
     }
     return plugins;
-}
-
-// The order of start decides; what it says of absent dependencies has been told.
-void cSuite::checkCircles(const QString& file, cFindings& findings) const
-{
-    const QVector<QSharedPointer<cFeaturePlugin>> all = plugins();
-    const QSet<QString> names = namesOf(all);
-    cDependencyOrder order;
-    for (const QSharedPointer<cFeaturePlugin>& plugin : all) {
-        QStringList present;
-        for (const QString& name : dependenciesOf(plugin->id())) {
-            if (names.contains(name))
-                present.append(name);
-        }
-        order.addRecord(plugin->name(), present);
-    }
-    order.order();
-    for (const QString& reason : order.reasons())
-        findings.add(Rule::SuiteDependencyCycle, file, reason);
-}
-
-void cSuite::checkServices(const QString& file, cFindings& findings) const
-{
-    QHash<QString, QString> owners;
-    for (const QSharedPointer<cFeaturePlugin>& plugin : plugins()) {
-        const cManifest* const manifest = manifestOf(plugin->id());
-        for (const QString& service : manifest ? manifest->services : QStringList()) {
-            const QString owner = owners.value(service);
-            if (owner.isEmpty()) {
-                owners.insert(service, plugin->name());
-            } else if (owner != plugin->name()) {
-                findings.add(
-                    Rule::SuiteServiceTwice, file,
-                    QStringLiteral("\"%1\" and \"%2\" both declare the service \"%3\": the suite does not start")
-                        .arg(owner, plugin->name(), service));
-            }
-        }
-    }
 }

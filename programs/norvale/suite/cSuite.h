@@ -28,8 +28,8 @@ public:
     /// The plugins that the catalogue publishes, one of each name, in the order of publication.
     QVector<QSharedPointer<cFeaturePlugin>> plugins() const;
 
-    /// Holds the plugins against each other: what they depend on is there and in reach, not in a circle, and a service
-    /// belongs to one. @p file is what findings name. Plugins without a manifest are left out.
+    /// Holds the plugins against each other by the rules of the start: what they depend on is there, not in a circle,
+    /// and a service belongs to one. @p file is what findings name. A plugin without a manifest declares nothing.
     void check(const QString& file, cFindings& findings) const;
 
     /// What a repository must hold beside that: an installation may have any feature with those that it depends on, and
@@ -37,9 +37,6 @@ public:
     void checkReach(const QString& file, cFindings& findings) const;
 
 private:
-    void checkDependencies(const QString& file, cFindings& findings) const;
-    void checkCircles(const QString& file, cFindings& findings) const;
-    void checkServices(const QString& file, cFindings& findings) const;
     /// Names, as the manifest gives them without their numbers.
     QStringList dependenciesOf(const cPluginId& plugin) const;
     /// The names of the plugins of all features that @p feature depends on, directly or not.

@@ -1,0 +1,90 @@
+#include "disk/WholeFiles.h"
+
+#include <QtCore/QDir>
+#include <QtCore/QFileInfo>
+
+#include <filesystem>
+
+namespace {
+
+/// The most that readFile() reads: no document of the system comes near it, and a byte array holds eight times as much.
+constexpr qint64 MaxReadSize = 256 * 1024 * 1024;
+
+} // namespace
+
+bool isAbsent(const QString& path)
+{
+    std::error_code ignored;
+    return std::filesystem::symlink_status(path.toStdU16String(), ignored).type() ==
+           std::filesystem::file_type::not_found;
+}
+
+bool readFile(const QString& path, QByteArray& bytes, QString* reason)
+{
+    QFile file(path);
+    const QFileInfo info(path);
+    QString fault;
+    if (info.exists() && !info.isFile())
+        fault = info.isDir() ? QStringLiteral("this is a folder") : QStringLiteral("this is no file");
+    else if (!file.open(QIODevice::ReadOnly))
+        fault = file.errorString();
+    else if (file.size() > MaxReadSize)
+        fault = QStringLiteral("it has more than %1 bytes").arg(MaxReadSize);
+    else
+        bytes = file.readAll();
+    if (fault.isEmpty() && file.error() != QFile::NoError)
+        fault = file.errorString();
+    if (!fault.isEmpty())
+        bytes.clear();
+    if (!fault.isEmpty() && reason)
+        *reason = fault;
+    return fault.isEmpty();
+}
+
+QString causeOf(const QFileDevice& file)
+{
+    const bool isKnown = file.error() != QFileDevice::NoError && file.error() != QFileDevice::UnspecifiedError;
+    return isKnown ? file.errorString() : qt_error_string();
+}
+
+QString cReplacement::write(const QByteArray& bytes)
+{
+    const QString folder = QFileInfo(m_file.fileName()).absolutePath();
+    if (!QDir().mkpath(folder))
+        return QStringLiteral("the folder %1 cannot be made: %2").arg(folder, qt_error_string());
+    // Flushed here: the file would do it by itself, and be put in place all the same when that fails.
+    if (!m_file.open(QIODevice::WriteOnly) || m_file.write(bytes) != bytes.size() || !flushFile(m_file))
+        return causeOf(m_file);
+    return QString();
+}
+
+QString cReplacement::commit()
+{
+    const QString path = m_file.fileName();
+    waitUntilReplaceable(path);
+    if (!m_file.commit())
+        return causeOf(m_file);
+    flushFolder(QFileInfo(path).absolutePath()); // the file is in place all the same when that fails
+    return QString();
+}
+
+bool replaceFile(const QString& path, const QByteArray& bytes, QString* error)
+{
+    cReplacement replacement(path);
+    QString fault = replacement.write(bytes);
+    if (fault.isEmpty())
+        fault = replacement.commit();
+    if (!fault.isEmpty() && error)
+        *error = QStringLiteral("%1 cannot be written: %2").arg(path, fault);
+    return fault.isEmpty();
+}
+
+bool moveOver(const QString& from, const QString& to, QString* error)
+{
+    waitUntilReplaceable(to);
+    std::error_code fault;
+    std::filesystem::rename(from.toStdU16String(), to.toStdU16String(), fault);
+    if (fault)
+        *error = QStringLiteral("%1 cannot be written: %2").arg(to, QString::fromLocal8Bit(fault.message().c_str()));
+    return !fault;
+}

@@ -1,0 +1,69 @@
+#pragma once
+
+#include "install/cVerification.h"
+
+#include <QtCore/QHash>
+
+#include <optional>
+
+class cConfigurationMgr;
+class cDownloader;
+class cPackage;
+class cPluginMgr;
+
+/**
+ * Gets the packages of plugins that are installed, each of exactly its version: out of the Bootstrap folder, or from
+ * the newest repository on the update locations, which must give a hash for it.
+ */
+class cRepairSource
+{
+public:
+    /// @p catalogue is what is installed; packages that are fetched go into the folder @p scratch.
+    cRepairSource(cConfigurationMgr& configuration, const cFeatureCatalogue& catalogue, const QString& scratch);
+
+    /// Reads a package that has been verified whole into @p package. False when it cannot be had; @p reason tells why.
+    [[nodiscard]] bool get(const cPluginId& id, cPackage& package, QString* reason);
+
+private:
+    bool getLocal(const cPluginId& id, cPackage& package, QString* reason) const;
+    bool getRemote(const cPluginId& id, cPackage& package, QString* reason);
+    bool fetch(const cFeaturePlugin& plugin, cPackage& package, QString* reason);
+    const cFeatureCatalogue& offered();
+
+    cConfigurationMgr& m_configuration;
+    const cFeatureCatalogue& m_installed;
+    QString m_scratch;
+    std::optional<cFeatureCatalogue> m_offered; // of the update locations; searched for when first needed
+};
+
+/**
+ * One repair. An object makes one run.
+ *
+ * Packages are unpacked in a folder of their own beside the plugins, and their files moved from there one by one, each
+ * over the old one; so at any moment a file is the old or the new one. The folder's name is fixed, so that the next run
+ * finds what one that was killed has left.
+ */
+class cRepair
+{
+public:
+    /// All are used as long as this object lives.
+    cRepair(cInstallMgr& manager, cConfigurationMgr& configuration, cPluginMgr& plugins, const cLog& log);
+
+    cRepairOutcome run();
+
+private:
+    bool restoreCatalogue(cInstalledState& state);
+    void repairPlugins(const cVerification& verification);
+    bool repairPlugin(const cPluginId& id, cRepairSource& source, QString* reason);
+    bool putInPlace(const cPluginId& id, const QString& from, const cFileRecord::Files& files, QString* reason);
+    void writeRecord(const cVerification& verification);
+    bool fail(const QString& reason);
+    void noteUnrepaired(const QString& name, const QString& reason);
+
+    cInstallMgr& m_manager;
+    cConfigurationMgr& m_configuration;
+    cPluginMgr& m_plugins;
+    cLog m_log;
+    cRepairOutcome m_outcome;
+    QHash<cPluginId, cFileRecord::Files> m_files; // of the plugins that have been repaired
+};

@@ -1,0 +1,49 @@
+#pragma once
+
+#include "config/cFeatureCatalogue.h"
+#include "plugins/cStartRules.h"
+#include "version/cPluginId.h"
+
+#include <QtCore/QHash>
+#include <QtCore/QSet>
+#include <QtCore/QString>
+#include <QtCore/QVector>
+
+class cInstallPlan;
+
+/**
+ * Leaves out of a plan what would keep the suite from starting: the plugins as they would be published after the run
+ * are held against the rules of the start.
+ *
+ * What keeps the installed set from starting as it is leaves nothing out: it could never be cured otherwise. The
+ * plugins of the plan have been unpacked by then.
+ */
+class cStartCheck
+{
+public:
+    /// @p plan must live as long as this object.
+    explicit cStartCheck(cInstallPlan& plan) : m_plan(plan) {}
+
+    /// Settles the plan, and goes on until what is left of it breaks no rule anew.
+    void run();
+
+private:
+    using Set = QVector<cStartCandidate>;
+
+    Set published(const cFeatureCatalogue::Features& features);
+    const cStartCandidate& candidate(const cPluginId& id);
+    bool leaveOutFaulty();
+    void notePlaces();
+    int culpritOf(const cStartFault& fault) const;
+    bool isSettled(const cStartFault& fault) const;
+    static QString keyOf(const cStartFault& fault);
+
+    cInstallPlan& m_plan;
+    QHash<cPluginId, cStartCandidate> m_candidates; // that have been read
+    QSet<cPluginId> m_before;                       // what is published as long as nothing is installed
+    QSet<QString> m_known;                          // keys of what is wrong with that
+
+    // Places in the plan of features that are taken, of each pass anew.
+    QHash<cPluginId, int> m_bringers; // of each plugin that they have
+    QHash<QString, int> m_droppers;   // of each plugin name that they had before
+};
