@@ -211,7 +211,7 @@ private slots:
         m_signals.clear();
         QVERIFY(!m_manager->installFromLocation(m_root + "/none.xml", false));
         QVERIFY(said("none.xml is not installed"));
-        QVERIFY(said("A receiver of the signals of an installation threw an exception"));
+        QVERIFY(!log().filter("A receiver of the signals of an installation threw an exception").isEmpty());
         offer({"main 3.0"});
         QFile::resize(dropbox(), 20);
         QVERIFY(!m_manager->installDropbox());
