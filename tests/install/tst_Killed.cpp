@@ -183,10 +183,7 @@ private:
         place.ageLocks();
         if (place.run(next) != 0)
             faults << "what is done next fails: " + place.said();
-        Tree plugins = place.plugins();
-        if (plugins.count("features.last.xml")) // which may be behind until the features file is read again
-            plugins["features.last.xml"] = m_end.plugins["features.last.xml"];
-        faults << differences(plugins, m_end.plugins) << differences(place.data(), m_end.data);
+        faults << differences(place.plugins(), m_end.plugins) << differences(place.data(), m_end.data);
         if (place.settings() != m_end.settings)
             faults << "in the end are the settings: " + place.settings() + "instead of: " + m_end.settings;
         if (!faults.isEmpty())

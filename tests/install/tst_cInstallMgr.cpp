@@ -189,8 +189,12 @@ private slots:
         offer({"main 1.0", "Core 1.0: A 1.0"});
         QVERIFY(m_manager->installDropbox());
     }
+    /// Also to receivers that throw, which stops nothing.
     void announcesEveryStep()
     {
+        connect(m_manager.get(), &cInstallMgr::installationStart, [] { throw 42; });
+        connect(m_manager.get(), &cInstallMgr::installationProgress, [] { throw 42; });
+        connect(m_manager.get(), &cInstallMgr::installationFinished, [] { throw 42; });
         offer({"main 1.0", "Core 1.0: Old 1.0"});
         QVERIFY(m_manager->installDropbox());
         m_signals.clear();
@@ -207,6 +211,7 @@ private slots:
         m_signals.clear();
         QVERIFY(!m_manager->installFromLocation(m_root + "/none.xml", false));
         QVERIFY(said("none.xml is not installed"));
+        QVERIFY(!log().filter("A receiver of the signals of an installation threw an exception").isEmpty());
         offer({"main 3.0"});
         QFile::resize(dropbox(), 20);
         QVERIFY(!m_manager->installDropbox());
