@@ -74,8 +74,8 @@ QString causeOf(const QLockFile& lock)
         return QStringLiteral("another process holds its lock");
     case QLockFile::PermissionError:
         return qt_error_string();
-    default: // it was made, and the system's reason is that of something later
-        return QStringLiteral("its lock cannot be written");
+    default: // it was made; where it is gone again, the system's reason is that of something later
+        return errno == ENOENT ? QStringLiteral("its lock cannot be written") : qt_error_string();
     }
 }
 

@@ -281,7 +281,7 @@ bool cRepair::repairPlugin(const cPluginId& id, cRepairSource& source, QString* 
         return false;
     }
     if (!flushNewFiles(scratchFolder())) {
-        *reason = QStringLiteral("what was unpacked cannot be flushed to the disk");
+        *reason = QStringLiteral("what was unpacked cannot be flushed to the disk: ") + qt_error_string();
         return false;
     }
     return putInPlace(id, from, unpacker.files(), reason);
@@ -332,7 +332,8 @@ void cRepair::writeRecord(const cVerification& verification)
     if (!journal.note({}))
         noteUnrepaired(name, journal.errorString());
     else if (!flushNewFiles(Corvane::velmiraFolderOrFile(Corvane::PluginsFolder)))
-        noteUnrepaired(name, QStringLiteral("what was put in place cannot be flushed to the disk"));
+        noteUnrepaired(name,
+                       QStringLiteral("what was put in place cannot be flushed to the disk: ") + qt_error_string());
     else if (!record.write())
         noteUnrepaired(name, record.errorString());
     else if (isDamaged || !verification.unrecorded().isEmpty())
