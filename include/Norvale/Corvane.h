@@ -71,8 +71,8 @@ enum RestartOption : int {
 /**
  * Receives the messages that are dispatched with handleLocalSocketMessage(); plugins and hosts implement it.
  *
- * The order of the virtual functions is fixed: plugins built against this header rely on it. The registry keeps a
- * plain pointer, so whoever owns a handler unregisters it before deleting it.
+ * The order of the virtual functions is fixed: plugins built against this header rely on it. Whoever owns a handler
+ * unregisters it; one that is destroyed all the same is taken out by the destructor below.
  */
 class NORVALE_EXPORT ILocalSocketMessageHandler
 {
@@ -81,11 +81,13 @@ public:
      * Receives one message, on the thread that dispatches it.
      * @param connectionId the dispatcher's number of the connection that the message came from, or -1 when it did not
      * come from a socket (such as the announcement of a new service).
-     * @param message the message; it is not filtered, every handler sees every message.
+     * @param message the message; it is not filtered, every handler sees every message. What a handler throws is
+     * caught and logged, and the others get the message.
      */
     virtual void handleMessage(int connectionId, const cJsonValue& message) = 0;
 
-    virtual ~ILocalSocketMessageHandler() = default;
+    /// Takes the handler out of the list, if it is still there, and out of the dispatches that are under way.
+    virtual ~ILocalSocketMessageHandler();
 };
 
 /**
@@ -109,15 +111,17 @@ NORVALE_EXPORT bool initialize();
 /**
  * Loads and starts the installed plugins; needs initialize() to have succeeded.
  * @return the result of the plugin manager's start: false when the suite cannot run, for the reason in the channel
- * "PluginMgr". A plugin set that cannot be ordered ends the process.
+ * "PluginMgr". A plugin set that cannot be ordered ends the process. After stopNormal() it is refused.
  */
 NORVALE_EXPORT bool startNormal();
 
-/// Stops the plugins in the reverse order of their start and releases their services; their libraries stay loaded.
+/// Stops the plugins in the reverse order of their start and releases their services; their libraries stay loaded, and
+/// nothing is loaded any more. Called while a plugin is being loaded, it ends the start, and stops when that is done.
 NORVALE_EXPORT void stopNormal();
 
 /**
- * Restricts which plugins startNormal() loads; call it between initialize() and startNormal().
+ * Restricts which plugins startNormal() loads; call it between initialize() and startNormal(). The plugin
+ * "ZentraSettings" may call it from its start; from then on it counts for the next start.
  * @param categories the load categories, in the order in which they are loaded; they replace the earlier list.
  */
 NORVALE_EXPORT void setLoadCategories(const QStringList& categories);
@@ -152,8 +156,9 @@ NORVALE_EXPORT QByteArray FileReadAll(const QString& path, bool* ok = nullptr);
  * @param path absolute path, or relative to the current directory.
  * @param doc receives the document; after a failure its content is of no use.
  * @param namespaceProcessing whether prefixes are resolved to namespaces.
- * @return false when the file cannot be read, is not well-formed, nests its elements more than a thousand deep, or
- * makes excessive use of declarations of its own. Nothing is logged.
+ * @return what `doc.setContent()` gives for the bytes; false also when the file cannot be read, nests its elements more
+ * than a thousand deep, has an element with more than a thousand attributes, or declares entities that make more than
+ * 16 Mi characters, or are too many. Nothing is logged.
  */
 NORVALE_EXPORT bool FileReadDom(const QString& path, QDomDocument& doc, bool namespaceProcessing);
 
@@ -178,19 +183,27 @@ NORVALE_EXPORT QString currentVersion();
 NORVALE_EXPORT void registerLocalSocketMessageHandler(ILocalSocketMessageHandler* handler);
 
 /**
- * Removes a handler; an unknown one is ignored. A dispatch that is under way still reaches it, so a handler must not
- * be deleted during one.
+ * Removes a handler; an unknown one is ignored. A dispatch that is under way still reaches it, unless it is destroyed.
  * @param handler compared by its address only.
  */
 NORVALE_EXPORT void unregisterLocalSocketMessageHandler(ILocalSocketMessageHandler* handler);
 
 /**
  * Hands a message to every handler, in the order of registration. Handlers that come or go meanwhile count from the
- * next message on. The registry has no lock: registration and dispatch belong to the main thread.
+ * next message on, one that is destroyed at once. Registration and dispatch belong to the main thread. An exception of
+ * a handler is logged to the channel "Norvale", with the library that the handler is from.
  * @param connectionId the caller's number of the connection that the message came from; -1 for none.
  * @param message the message.
  */
 NORVALE_EXPORT void handleLocalSocketMessage(int connectionId, const cJsonValue& message);
+
+/**
+ * As handleLocalSocketMessage(), for a dispatcher that answers its client.
+ * @param connectionId the caller's number of the connection that the message came from; -1 for none.
+ * @param message the message.
+ * @return what handlers have thrown, a text for each, in the order of the calls; empty when none has.
+ */
+NORVALE_EXPORT QStringList dispatchLocalSocketMessage(int connectionId, const cJsonValue& message);
 
 /// The suite's locale, such as "en_US", from the machine-wide settings; empty when unset.
 NORVALE_EXPORT QString currentLocale();

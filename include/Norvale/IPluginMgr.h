@@ -48,7 +48,9 @@ struct cStartOutcome
         NotPublished,    ///< What is installed cannot be read, or cannot be published.
         NoCore,          ///< The feature "Core" is not among what is installed.
         ManifestsFaulty, ///< A manifest is faulty, has another runtime API version, or declares a service of another.
-        NotOrdered       ///< A dependency is absent or part of a circle: the process is about to end.
+        NotOrdered,      ///< A dependency is absent or part of a circle: the process is about to end.
+        Interrupted,     ///< A stop was asked for during the start and has been made; the suite does not run.
+        AlreadyStopped   ///< The suite has been stopped before, and is not started again in this process.
     };
 
     Result result = NotStarted; ///< How far the start came.
@@ -60,7 +62,7 @@ struct cStartOutcome
  *
  * The host makes and owns the observer and registers it with IPluginMgr::setObserver(). All calls come from the
  * thread of the plugin manager. Spans nest: a plugin that loads another one from its start has the other's spans
- * inside its own. An observer must not load, start or stop plugins, and must not throw.
+ * inside its own. An observer must not load, start or stop plugins. What it throws is caught and logged.
  */
 class IPluginObserver
 {
@@ -84,7 +86,7 @@ public:
     virtual void spanBegin(Span span, const QString& plugin) = 0;
 
     /**
-     * The step that was begun last, and not ended yet, ends.
+     * The step that was begun last, and not ended yet, ends. An observer that has been replaced meanwhile is not told.
      *
      * @param span which step.
      * @param plugin the plugin's name.
@@ -135,8 +137,8 @@ public:
      *
      * @param name the plugin's name; case-sensitive.
      * @return true when the plugin's library is loaded, also when it had been loaded before. False when there is no
-     *         such plugin, when it or something that it depends on cannot be loaded or started, and before the
-     *         signals are connected. Called in another thread than the manager's it queues the request and returns
+     *         such plugin, when it or something that it depends on cannot be loaded or started, before the signals
+     *         are connected, and after a stop. A plugin that has failed is tried again, but once only in a start. Called in another thread than the manager's it queues the request and returns
      *         false, since the outcome is not known yet.
      */
     bool load(const QString& name);
@@ -224,13 +226,15 @@ public:
      * Brings the installed plugins up: publishes them, reads their manifests, orders them, connects the signals, and
      * loads "ZentraSettings", each load category in turn and the autoload plugins.
      *
-     * Called once, by `Corvane::startNormal`. A plugin that cannot be loaded does not make it fail. A set of plugins
+     * Called by `Corvane::startNormal`, and again only after a start that was refused. A plugin that cannot be loaded does
+     * not make it fail; it is tried once, and its reason logged once, however many depend on it. A set of plugins
      * that cannot be ordered, because a dependency is absent or because plugins depend on each other in a circle,
      * ends the process with the fatal message "Cannot start under this circumstances."; the reason has been logged.
      *
      * @return false when the installed plugins cannot be published, when the feature "Core" is not installed, when a
-     *         manifest is faulty or has another runtime API version than IPlugin::RuntimeApiVersion, and when a
-     *         service is declared twice. No plugin has been loaded then, and the signals are not connected.
+     *         manifest is faulty or has another runtime API version than IPlugin::RuntimeApiVersion, when a service is
+     *         declared twice, and after a stop. No plugin has been loaded then, and the signals are not connected.
+     *         Also when a stop is asked for during the start: it ends after the plugin at hand, and all is stopped.
      */
     virtual bool StartNormal() = 0;
 
@@ -238,7 +242,8 @@ public:
      * Stops the started plugins in exactly the reverse order of their start; their libraries stay loaded.
      *
      * The service manager refuses new services and listeners from the beginning on, and drops all it has at the end.
-     * Called once, by `Corvane::stopNormal`.
+     * From then on nothing is loaded or started any more. Asked for while a plugin is being loaded, the stop is made
+     * when that has been done. Called once, by `Corvane::stopNormal`; a second call does nothing.
      */
     virtual void StopNormal() = 0;
 
@@ -246,8 +251,8 @@ public:
      * Finds out what is installed without starting anything: publishes the installed plugins, reads their manifests,
      * and gives each its place in the start order.
      *
-     * It goes on over what is faulty, so that one call logs every fault. StartNormal() may follow; it does not read
-     * the manifests a second time, and refuses to start when one was faulty.
+     * It goes on over what is faulty, so that one call logs every fault. StartNormal() may follow; it finds out anew,
+     * for what is installed may have changed. A plugin that runs keeps what its manifest said when it was loaded.
      *
      * @return true when the installed plugins could be published, every manifest was read without fault and every
      *         plugin could be ordered.
@@ -256,6 +261,8 @@ public:
 
     /**
      * The plugins that the installed features name, in the order in which they were registered, each once.
+     *
+     * What has been installed since the last discover() or StartNormal() is read first.
      *
      * @return empty before discover() or StartNormal().
      */

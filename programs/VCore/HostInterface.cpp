@@ -14,8 +14,6 @@
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonObject>
 
-#include <exception>
-
 namespace {
 
 const QString RequestMember = QStringLiteral("request");
@@ -89,7 +87,7 @@ QString cell(const QJsonValue& value)
     return value.isArray() ? items.join(QStringLiteral(", ")) : value.toString();
 }
 
-QString table(const QJsonArray& objects, const QStringList& members)
+QStringList table(const QJsonArray& objects, const QStringList& members)
 {
     cTextTable table(members);
     for (const auto& object : objects) {
@@ -98,7 +96,7 @@ QString table(const QJsonArray& objects, const QStringList& members)
             cells.append(cell(object.toObject().value(member)));
         table.addRow(cells);
     }
-    return table.text();
+    return table.lines();
 }
 
 } // namespace
@@ -137,24 +135,14 @@ void cHostHandler::handlePayload(int connectionId, const QByteArray& payload)
         message = cJsonValue();
         answerError(connectionId, message, QStringLiteral("not_json"), QStringLiteral("the message is no JSON"));
     } else {
-        QString fault;
-        if (!dispatch(connectionId, message, &fault))
-            answerError(connectionId, message, QStringLiteral("handler_failed"), fault);
+        // A handler that looks for a member by its plain name throws when the message lacks it.
+        const QStringList thrown = Corvane::dispatchLocalSocketMessage(connectionId, message);
+        if (!thrown.isEmpty()) {
+            answerError(connectionId, message, QStringLiteral("handler_failed"),
+                        QStringLiteral("a handler ") + thrown.join(QStringLiteral("; a handler ")));
+        }
     }
     answer(connectionId, message, QStringLiteral("HANDLED"), {});
-}
-
-// A handler that looks for a member by its plain name throws when the message lacks it; the client is told, and the
-// host goes on.
-bool cHostHandler::dispatch(int connectionId, const cJsonValue& message, QString* fault)
-{
-    try {
-        Corvane::handleLocalSocketMessage(connectionId, message);
-        return true;
-    } catch (const std::exception& error) {
-        *fault = QStringLiteral("a handler threw: %1").arg(QString::fromLocal8Bit(error.what()));
-    }
-    return false;
 }
 
 void cHostHandler::announce(const cJsonValue& message)
@@ -245,18 +233,18 @@ QJsonObject SuiteReport::collect()
             {QStringLiteral("services"), QJsonArray::fromStringList(IServiceMgr::instance()->serviceList())}};
 }
 
-QString SuiteReport::tables(const QJsonObject& report)
+QStringList SuiteReport::tables(const QJsonObject& report)
 {
-    const QString features = table(
+    QStringList lines{QStringLiteral("Features")};
+    lines += table(
         report.value(QStringLiteral("features")).toArray(),
         {QStringLiteral("name"), QStringLiteral("version"), QStringLiteral("active"), QStringLiteral("repository")});
-    const QString plugins =
-        table(report.value(QStringLiteral("plugins")).toArray(),
-              {QStringLiteral("name"), QStringLiteral("version"), QStringLiteral("category"), QStringLiteral("state"),
-               QStringLiteral("dependencies"), QStringLiteral("services")});
-    QString text = QStringLiteral("Features\n%1\n\nPlugins\n%2").arg(features, plugins);
+    lines += QStringList{QString(), QStringLiteral("Plugins")};
+    lines += table(report.value(QStringLiteral("plugins")).toArray(),
+                   {QStringLiteral("name"), QStringLiteral("version"), QStringLiteral("category"),
+                    QStringLiteral("state"), QStringLiteral("dependencies"), QStringLiteral("services")});
     const QJsonArray services = report.value(QStringLiteral("services")).toArray();
     if (!services.isEmpty())
-        text += QStringLiteral("\n\nRegistered services\n") + cell(services);
-    return text;
+        lines += QStringList{QString(), QStringLiteral("Registered services"), cell(services)};
+    return lines;
 }

@@ -31,7 +31,6 @@ signals:
 
 private:
     void handlePayload(int connectionId, const QByteArray& payload);
-    bool dispatch(int connectionId, const cJsonValue& message, QString* fault);
     void announce(const cJsonValue& message);
     void call(int connectionId, const cJsonValue& message);
     void answer(int connectionId, const cJsonValue& message, const QString& command, QJsonObject members);
@@ -87,6 +86,6 @@ namespace SuiteReport {
 QJsonObject collect();
 
 /// The tables that people read, of what collect() gave.
-QString tables(const QJsonObject& report);
+QStringList tables(const QJsonObject& report);
 
 } // namespace SuiteReport

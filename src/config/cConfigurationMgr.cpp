@@ -8,17 +8,20 @@
 #include "config/cUpdateCheck.h"
 #include "config/cUpdateMgr.h"
 #include "core/Files.h"
+#include "log/cFrameworkLog.h"
 #include "plugins/cFileRecord.h"
 #include "plugins/cPluginMgr.h"
+#include "version/ForeignCode.h"
 
 #include <Norvale/Corvane.h>
-#include <Norvale/cLogCentral.h>
 
 #include <QtCore/QBuffer>
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>
 #include <QtCore/QPointer>
 #include <QtCore/QScopedValueRollback>
+
+#include <algorithm>
 
 namespace {
 
@@ -69,8 +72,7 @@ cCatalogueFile readCatalogue(const QString& path, cFeatureCatalogue& catalogue)
 
 } // namespace
 
-cConfigurationMgr::cConfigurationMgr(cPluginMgr& plugins)
-    : m_plugins(plugins), m_log(cLogCentral::log(QStringLiteral("ConfigurationMgr")))
+cConfigurationMgr::cConfigurationMgr(cPluginMgr& plugins) : m_plugins(plugins), m_log(cFrameworkLog::configuration())
 {
     s_instance = this;
 }
@@ -192,6 +194,17 @@ bool cConfigurationMgr::publishInstalledPlugins()
     return true;
 }
 
+bool cConfigurationMgr::isInDevelopment(const cPluginId& id) const
+{
+    const QSharedPointer<cFeatureInstance> feature =
+        m_installed.find(QString::fromLatin1(cFeatureInstance::DevelopmentName));
+    if (!feature)
+        return false;
+    const QVector<QSharedPointer<cFeaturePlugin>> plugins = feature->plugins();
+    return std::any_of(plugins.begin(), plugins.end(),
+                       [&](const QSharedPointer<cFeaturePlugin>& plugin) { return plugin->id() == id; });
+}
+
 bool cConfigurationMgr::isFeatureInstalled(const QString& name) const
 {
     return !m_installed.find(name).isNull();
@@ -306,8 +319,12 @@ void cConfigurationMgr::setOverallProgress(const QString& label, qint64 base, qi
 
 void cConfigurationMgr::onProgress(QString fname, qint64 bytesReceived, qint64 bytesTotal)
 {
-    if (!m_overallLabel.isEmpty() && m_overallTotal >= 1)
-        emit progress(m_overallLabel, m_overallBase + bytesReceived, m_overallTotal);
-    else
-        emit progress(fname, bytesReceived, bytesTotal);
+    const QString thrown = whatIsThrownBy([&] {
+        if (!m_overallLabel.isEmpty() && m_overallTotal >= 1)
+            emit progress(m_overallLabel, m_overallBase + bytesReceived, m_overallTotal);
+        else
+            emit progress(fname, bytesReceived, bytesTotal);
+    });
+    if (!thrown.isEmpty())
+        m_log.error().noquote() << "A receiver of the progress" << thrown << Qt::endl;
 }

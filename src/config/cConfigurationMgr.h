@@ -65,6 +65,7 @@ public:
 
     bool publishInstalledPlugins() override;
     bool isFeatureInstalled(const QString& name) const override;
+    bool isInDevelopment(const cPluginId& id) const override;
     QString publicationError() const override { return m_publicationError; }
 
     /// What `IConfigMgr::installedFeatures` answers.

@@ -70,13 +70,3 @@ bool Corvane::SaveDomToFile(QDomDocument& doc, const QString& path)
     const bool isReplaceable = info.isFile() && QFileInfo(info.absolutePath()).isWritable();
     return info.exists() && !isReplaceable ? writeThrough(path, text.data()) : replaceFile(path, text.data(), nullptr);
 }
-
-bool moveOver(const QString& from, const QString& to, QString* error)
-{
-    waitUntilReplaceable(to);
-    std::error_code fault;
-    std::filesystem::rename(from.toStdU16String(), to.toStdU16String(), fault);
-    if (fault)
-        *error = QStringLiteral("%1 cannot be written: %2").arg(to, QString::fromLocal8Bit(fault.message().c_str()));
-    return !fault;
-}

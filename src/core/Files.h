@@ -12,10 +12,6 @@ QDir pluginDir(const cPluginId& id);
 
 } // namespace Corvane
 
-/// Moves the file @p from over whatever file is at @p to, in one step; both lie on one file system.
-/// @return false when that failed: both are as they were, and @p error names @p to and the cause.
-[[nodiscard]] bool moveOver(const QString& from, const QString& to, QString* error);
-
 // What each system does in its own way: System_unix.cpp and System_win.cpp.
 
 /// The "InstallDir" record as the installer wrote it, with native separators; empty when there is none.

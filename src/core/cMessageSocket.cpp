@@ -1,8 +1,5 @@
 #include <Norvale/cMessageSocket.h>
 
-#include <Norvale/Corvane.h>
-
-#include <QtCore/QList>
 #include <QtCore/QtEndian>
 #include <QtNetwork/QLocalSocket>
 
@@ -22,15 +19,6 @@ constexpr qint64 FastGrowing = 16 * 1024 * 1024;
 
 /// What fits into a QByteArray beside its own few bytes. A frame can announce a little more.
 constexpr int MaximalSize = std::numeric_limits<int>::max() - 64;
-
-using Handlers = QList<Corvane::ILocalSocketMessageHandler*>;
-
-/// In the order of registration, each once; not owned. Main thread only, so without a lock.
-Handlers& handlers()
-{
-    static Handlers list;
-    return list;
-}
 
 } // namespace
 
@@ -86,23 +74,4 @@ void cMessageSocket::writeMessage(const QByteArray& message)
     m_socket->write(header, HeaderSize);
     m_socket->write(message);
     m_socket->flush();
-}
-
-void Corvane::registerLocalSocketMessageHandler(ILocalSocketMessageHandler* handler)
-{
-    if (!handlers().contains(handler))
-        handlers().append(handler);
-}
-
-void Corvane::unregisterLocalSocketMessageHandler(ILocalSocketMessageHandler* handler)
-{
-    handlers().removeAll(handler);
-}
-
-void Corvane::handleLocalSocketMessage(int connectionId, const cJsonValue& message)
-{
-    // A copy: what handlers register or unregister meanwhile counts from the next message on.
-    const Handlers current = handlers();
-    for (ILocalSocketMessageHandler* handler : current)
-        handler->handleMessage(connectionId, message);
 }

@@ -78,3 +78,13 @@ bool replaceFile(const QString& path, const QByteArray& bytes, QString* error)
         *error = QStringLiteral("%1 cannot be written: %2").arg(path, fault);
     return fault.isEmpty();
 }
+
+bool moveOver(const QString& from, const QString& to, QString* error)
+{
+    waitUntilReplaceable(to);
+    std::error_code fault;
+    std::filesystem::rename(from.toStdU16String(), to.toStdU16String(), fault);
+    if (fault)
+        *error = QStringLiteral("%1 cannot be written: %2").arg(to, QString::fromLocal8Bit(fault.message().c_str()));
+    return !fault;
+}

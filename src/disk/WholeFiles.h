@@ -22,6 +22,10 @@ class QByteArray;
 ///         be null) names the path and the cause.
 [[nodiscard]] bool replaceFile(const QString& path, const QByteArray& bytes, QString* error);
 
+/// Moves the file @p from over whatever file is at @p to, in one step; both lie on one file system.
+/// @return false when that failed: both are as they were, and @p error names @p to and the cause.
+[[nodiscard]] bool moveOver(const QString& from, const QString& to, QString* error);
+
 /// The same in two halves.
 class cReplacement
 {

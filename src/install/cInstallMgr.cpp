@@ -8,9 +8,10 @@
 #include "install/cPluginFolders.h"
 #include "install/cRepair.h"
 #include "install/cUninstallation.h"
+#include "log/cFrameworkLog.h"
+#include "version/ForeignCode.h"
 
 #include <Norvale/Corvane.h>
-#include <Norvale/cLogCentral.h>
 
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
@@ -74,7 +75,7 @@ cFeatureCatalogue developmentFeature(const cFeatureCatalogue& installed, const c
 } // namespace
 
 cInstallMgr::cInstallMgr(cConfigurationMgr& configuration, cPluginMgr& plugins)
-    : m_configuration(configuration), m_plugins(plugins), m_log(cLogCentral::log(QStringLiteral("InstallMgr")))
+    : m_configuration(configuration), m_plugins(plugins), m_log(cFrameworkLog::installation())
 {
     qRegisterMetaType<IInstallMgr::OPERATION>("IInstallMgr::OPERATION");
     s_instance = this;
@@ -123,7 +124,7 @@ bool cInstallMgr::installFromLocation(const QString& path, bool consume)
         m_outcome.result = cInstallOutcome::NothingToDo;
         return consume || logAndFail(path, QStringLiteral("it does not exist"));
     }
-    emit installationStart(IInstallMgr::OPERATION_LOCATION, QString(), QString());
+    tell([&] { emit installationStart(IInstallMgr::OPERATION_LOCATION, QString(), QString()); });
     QByteArray xml;
     QString cause;
     if (!readFile(path, xml, &cause))
@@ -145,7 +146,7 @@ bool cInstallMgr::installBootstrap()
     const cOperation announced(*this, IInstallMgr::OPERATION_START);
     if (!QFile::exists(path))
         return logAndFail(path, QStringLiteral("it does not exist"));
-    emit installationStart(IInstallMgr::OPERATION_LOCATION, QString(), QString());
+    tell([&] { emit installationStart(IInstallMgr::OPERATION_LOCATION, QString(), QString()); });
     if (!m_configuration.readAvailable(path)) // the configuration manager has logged why
         return fail(path, QStringLiteral("it cannot be read as a repository description"));
     return install(m_configuration.available(), cPackageSource(path, cPackageSource::Kept));
@@ -164,7 +165,7 @@ bool cInstallMgr::installPackage(const QString& path)
     const cPluginId id = idOfPackage(package);
     if (id.isNull())
         return logAndFail(package, QStringLiteral("it is not named NAME-VERSION.zip, as packages are"));
-    emit installationStart(IInstallMgr::OPERATION_LOCATION, QString(), QString());
+    tell([&] { emit installationStart(IInstallMgr::OPERATION_LOCATION, QString(), QString()); });
     // The features must be loaded for the other plugins of the development feature to stay in it.
     cInstallation installation(*this, m_configuration, m_plugins, m_log);
     const QString fault = installation.recover();
@@ -248,6 +249,13 @@ bool cInstallMgr::logAndFail(const QString& path, const QString& reason)
     return logAndFail(m_outcome.reason);
 }
 
+void cInstallMgr::tell(const std::function<void()>& emission)
+{
+    const QString thrown = whatIsThrownBy(emission);
+    if (!thrown.isEmpty())
+        m_log.error().noquote() << "A receiver of the signals of an installation" << thrown << Qt::endl;
+}
+
 bool cInstallMgr::logAndFail(const QString& text) const
 {
     m_log.error().noquote() << text << Qt::endl;
@@ -258,5 +266,5 @@ cOperation::cOperation(cInstallMgr& manager, IInstallMgr::OPERATION operation, c
     : m_manager(manager)
 {
     const QString version = plugin.isNull() ? QString() : plugin.version().toString();
-    emit m_manager.installationStart(operation, plugin.name(), version);
+    m_manager.tell([&] { emit m_manager.installationStart(operation, plugin.name(), version); });
 }

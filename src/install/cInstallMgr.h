@@ -8,6 +8,8 @@
 #include <QtCore/QObject>
 #include <QtCore/QString>
 
+#include <functional>
+
 class cConfigurationMgr;
 class cFeatureCatalogue;
 class cPackageSource;
@@ -42,6 +44,9 @@ public:
     cRepairOutcome repair();
     const cInstallOutcome& lastOutcome() const { return m_outcome; }
 
+    /// Emits a signal of an installation. What a receiver throws is logged, and stops nothing.
+    void tell(const std::function<void()>& emission);
+
 signals:
     /// Name and version of the plugin concerned; both empty for the operations on a whole location.
     void installationStart(IInstallMgr::OPERATION operation, QString name, QString version);
@@ -73,7 +78,10 @@ class cOperation
 public:
     /// @p plugin is the null id for the operations on a whole location.
     cOperation(cInstallMgr& manager, IInstallMgr::OPERATION operation, const cPluginId& plugin = cPluginId());
-    ~cOperation() { emit m_manager.installationFinished(); }
+    ~cOperation()
+    {
+        m_manager.tell([this] { emit m_manager.installationFinished(); });
+    }
 
     cOperation(const cOperation&) = delete;
     cOperation& operator=(const cOperation&) = delete;

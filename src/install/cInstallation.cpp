@@ -183,7 +183,7 @@ void cInstallation::runCommands()
         for (const cPluginId& id : plugins) {
             if (id.isSafe())
                 commands.run(*m_plugins.findOrMake(id), operation);
-            emit m_manager.installationProgress(++current, total);
+            m_manager.tell([&] { emit m_manager.installationProgress(++current, total); });
         }
     };
     run(removed, IInstallMgr::OPERATION_UNINSTALL);

@@ -1,8 +1,12 @@
 #include <Norvale/cLogCentral.h>
 
+#include "log/cFrameworkLog.h"
 #include "log/cLogCentralData.h"
 #include "log/cLogImpl.h"
+#include "version/ForeignCode.h"
+#include "version/cCodeImage.h"
 
+#include <QtCore/QCoreApplication>
 #include <QtCore/QMutexLocker>
 
 namespace {
@@ -72,10 +76,19 @@ cLog cLogCentral::log(const QString& name)
     const QMutexLocker locker(&central.lock);
     if (name.isEmpty())
         return cLog();
-    cLogImpl*& channel = central.channels[name];
-    if (!channel)
-        channel = new cLogImpl(name);
-    return cLog(*channel);
+    if (cLogImpl* const channel = central.channels.value(name))
+        return cLog(*channel);
+    const QString owned(name.constData(), name.size()); // a literal goes with the library that it lies in
+    return cLog(**central.channels.insert(owned, new cLogImpl(owned)));
+}
+
+cLog cFrameworkLog::take(const QString& name)
+{
+    const cLog log = cLogCentral::log(name);
+    cLogCentralData& central = *cLogCentral::instance()->d;
+    const QMutexLocker locker(&central.lock);
+    central.channels.value(name)->setShown();
+    return log;
 }
 
 cLog cLogCentral::sysLog()
@@ -142,11 +155,21 @@ void cLogCentral::addHook(QObject* object, const char* method)
         return;
     cLogCentralData& central = *instance()->d;
     const QMutexLocker locker(&central.lock);
-    if (central.hooks.contains(object))
+    if (central.hooks.contains(object)) {
         central.hooks.replace(object, method);
-    else
-        central.hooks.set(object, method,
-                          QObject::connect(object, &QObject::destroyed, [object] { removeHook(object); }));
+        return;
+    }
+    central.hooks.set(object, method, QObject::connect(object, &QObject::destroyed, [object] { removeHook(object); }));
+    if (!cStartJournal::isOpen())
+        return;
+    cStartJournal::note(cCodeImage::codeOf(object), [&central, object] {
+        const QMutexLocker undoing(&central.lock);
+        if (!central.hooks.contains(object))
+            return QString();
+        central.hooks.remove(object);
+        QCoreApplication::removePostedEvents(object, QEvent::MetaCall);
+        return QStringLiteral("a log hook");
+    });
 }
 
 void cLogCentral::removeHook(QObject* object)

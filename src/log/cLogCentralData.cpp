@@ -1,6 +1,8 @@
 #include "log/cLogCentralData.h"
 
 #include "log/cLogImpl.h"
+#include "version/ForeignCode.h"
+#include "version/Shown.h"
 
 #include <QtCore/QMetaMethod>
 #include <QtCore/QThread>
@@ -17,6 +19,22 @@ bool hasMethod(const QObject* object, const char* method)
     return object->metaObject()->indexOfMethod(QMetaObject::normalizedSignature(signature)) >= 0;
 }
 
+/// Calls a hook at once. @return what it has thrown, with the hook's class; empty when nothing.
+QString callHook(QObject* object, const char* method, const cLogEntry& entry)
+{
+    const QLatin1String name(object->metaObject()->className()); // the object may be gone then
+    try {
+        QMetaObject::invokeMethod(
+            object, method, Qt::DirectConnection, QGenericArgument("const QString", &entry.channel),
+            QGenericArgument("Qt::HANDLE", &entry.threadId), QGenericArgument("const QDateTime", &entry.time),
+            QGenericArgument("debugType", &entry.level), QGenericArgument("const QString", &entry.message));
+        return QString();
+    } catch (...) {
+        const QString thrown = whatWasThrown();
+        return QStringLiteral("The log hook %1 %2").arg(name, thrown);
+    }
+}
+
 } // namespace
 
 void cLogHooks::set(QObject* object, const char* method, const QMetaObject::Connection& gone)
@@ -29,16 +47,23 @@ void cLogHooks::remove(QObject* object)
     QObject::disconnect(m_hooks.take(object).gone);
 }
 
-void cLogHooks::call(const cLogEntry& entry)
+void cLogHooks::call(const cLogEntry& entry, const Complaint& complain)
 {
     const QMap<QObject*, Hook> hooks = m_hooks;
     for (auto it = hooks.begin(); it != hooks.end(); ++it) {
-        if (!m_hooks.contains(it.key()) || !hasMethod(it.key(), it->method))
+        QObject* const object = it.key();
+        const QByteArray method = it->method;
+        if (!m_hooks.contains(object) || !hasMethod(object, method))
             continue;
-        QMetaObject::invokeMethod(
-            it.key(), it->method, Qt::AutoConnection, QGenericArgument("const QString", &entry.channel),
-            QGenericArgument("Qt::HANDLE", &entry.threadId), QGenericArgument("const QDateTime", &entry.time),
-            QGenericArgument("debugType", &entry.level), QGenericArgument("const QString", &entry.message));
+        const auto call = [object, method, entry, complain] {
+            const QString thrown = callHook(object, method, entry);
+            if (!thrown.isEmpty())
+                complain(thrown);
+        };
+        if (object->thread() == QThread::currentThread())
+            call();
+        else
+            QMetaObject::invokeMethod(object, call, Qt::QueuedConnection);
     }
 }
 
@@ -47,17 +72,18 @@ Qt::HANDLE cLogCentralData::currentThread()
     return QThread::currentThreadId();
 }
 
-void cLogCentralData::output(const cLogImpl* channel, debugType level, const QByteArray& text)
+void cLogCentralData::output(const cLogImpl* channel, debugType level, const QByteArray& bytes)
 {
     if (!channel)
         qFatal("Called output without a logger!");
     const QMutexLocker locker(&lock);
     if (!isDebuggerOutputOn && !m_file)
         return;
+    const QByteArray text = channel->isShown() ? LineText::shownLine(bytes) : bytes;
     const qint64 time = QDateTime::currentMSecsSinceEpoch();
     if (isDebuggerOutputOn) {
         const QDateTime localTime = QDateTime::fromMSecsSinceEpoch(time);
-        showEntry({channel->name(), currentThread(), localTime, level, LineText::message(text)});
+        showEntry({channel->name(), currentThread(), localTime, level, LineText::message(text)}, channel->shownName());
     }
     if (!m_file)
         return;
@@ -66,16 +92,36 @@ void cLogCentralData::output(const cLogImpl* channel, debugType level, const QBy
         m_file->flush(); // the reason of a fatal end is on disk
 }
 
-void cLogCentralData::showEntry(const cLogEntry& entry)
+void cLogCentralData::showEntry(const cLogEntry& entry, const QString& shownChannel)
 {
     if (!isHooksOnly)
-        writeDebuggerLine(LineText::forDebugger(entry.threadId, entry.channel, entry.message));
+        writeDebuggerLine(LineText::forDebugger(entry.threadId, shownChannel, entry.message));
     m_caller.store(entry.threadId, std::memory_order_relaxed);
-    hooks.call(entry);
+    hooks.call(entry, [this](const QString& thrown) { lockedUnlessHeld([&] { noteOfHook(thrown); }); });
     m_caller.store(nullptr, std::memory_order_relaxed);
+    remember(entry);
+}
+
+void cLogCentralData::remember(const cLogEntry& entry)
+{
     history.append(entry);
     if (history.size() > HistoryLimit)
         history.removeFirst();
+}
+
+/// A line of the library's own that no hook is called for, since it tells of one; the lock is held.
+void cLogCentralData::noteOfHook(const QString& message)
+{
+    const QString channel = QStringLiteral("Norvale");
+    const QString line = shown(message);
+    const QDateTime now = QDateTime::currentDateTime();
+    if (!isHooksOnly)
+        writeDebuggerLine(LineText::forDebugger(currentThread(), channel, line));
+    remember({channel, currentThread(), now, debugError, line});
+    if (!m_file)
+        return;
+    writeToFile(channel.toUtf8(), now.toMSecsSinceEpoch(), line.toUtf8() + LineText::end());
+    m_file->flush();
 }
 
 void cLogCentralData::writeToFile(const QByteArray& channel, qint64 time, const QByteArray& text)
@@ -85,8 +131,8 @@ void cLogCentralData::writeToFile(const QByteArray& channel, qint64 time, const 
     const char* message = text.constData();
     const char* const end = message + LineText::messageLength(text);
     do {
-        const int length = int(qMin<qptrdiff>(end - message, PieceLimit));
-        LineText::appendLatin1(line, message, length);
+        const int length = LineText::pieceLength(message, int(end - message), PieceLimit);
+        LineText::appendUtf8(line, message, length);
         m_file->write(line.constData(), line.size());
         line.clear();
         message += length;
@@ -116,7 +162,8 @@ void cLogCentralData::flushAtUnload()
 bool cLogCentralData::openFile(const QString& path)
 {
     m_file = std::make_unique<QFile>(path);
-    if (m_file->open(QIODevice::WriteOnly | QIODevice::Append | QIODevice::Text))
+    // Not as text: the lines have the system's line ends already, and would get another CR.
+    if (m_file->open(QIODevice::WriteOnly | QIODevice::Append))
         return true;
     m_file.reset();
     return false;

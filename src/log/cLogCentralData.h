@@ -10,6 +10,7 @@
 #include <QtCore/QObject>
 
 #include <atomic>
+#include <functional>
 #include <memory>
 
 class cLogImpl;
@@ -25,13 +26,17 @@ public:
     void replace(QObject* object, const char* method) { m_hooks[object].method = method; }
     void remove(QObject* object);
 
-    /// Calls the hooks in the order of their addresses; one may remove itself or others meanwhile.
-    void call(const cLogEntry& entry);
+    /// Is told what a hook has thrown, with the hook's class.
+    using Complaint = std::function<void(const QString& thrown)>;
+
+    /// Calls the hooks in the order of their addresses, those of other threads later; one may remove itself or others
+    /// meanwhile.
+    void call(const cLogEntry& entry, const Complaint& complain);
 
 private:
     struct Hook
     {
-        const char* method = nullptr;
+        QByteArray method; // a copy: the text may go with the library that it lies in
         QMetaObject::Connection gone;
     };
     QMap<QObject*, Hook> m_hooks;
@@ -78,7 +83,9 @@ public:
 private:
     static Qt::HANDLE currentThread();
 
-    void showEntry(const cLogEntry& entry);
+    void showEntry(const cLogEntry& entry, const QString& shownChannel);
+    void remember(const cLogEntry& entry);
+    void noteOfHook(const QString& message);
     void writeToFile(const QByteArray& channel, qint64 time, const QByteArray& text);
 
     std::unique_ptr<QFile> m_file;

@@ -1,6 +1,7 @@
 #include <Norvale/IPluginMgr.h>
 
-#include <Norvale/cLogCentral.h>
+#include "log/cFrameworkLog.h"
+#include "version/ForeignCode.h"
 
 #include <QtCore/QMetaMethod>
 #include <QtCore/QMetaType>
@@ -13,8 +14,17 @@ IPluginMgr* s_instance = nullptr;
 /// A signal that nobody has been connected to is a request that nobody hears.
 void reportUnheard(const QString& wanted)
 {
-    cLogCentral::log(QStringLiteral("PluginMgr")).warning().noquote()
+    cFrameworkLog::plugins().warning().noquote()
         << wanted << "is not loaded: the plugins have not been started" << Qt::endl;
+}
+
+/// Emits a request. What a receiver other than the manager throws is logged, and is not for who has asked.
+template <typename Emission>
+void request(const Emission& emission)
+{
+    const QString thrown = whatIsThrownBy(emission);
+    if (!thrown.isEmpty())
+        cFrameworkLog::plugins().error().noquote() << "A receiver of a request to load" << thrown << Qt::endl;
 }
 
 /// Where the answer of a request goes: nowhere from another thread than the manager's, for it comes later then.
@@ -47,7 +57,7 @@ bool IPluginMgr::load(const QString& name)
     if (!isSignalConnected(QMetaMethod::fromSignal(&IPluginMgr::DoLoad)))
         reportUnheard(QStringLiteral("plugin \"%1\"").arg(name));
     bool isLoaded = false;
-    emit DoLoad(name, answerFor(*this, isLoaded));
+    request([&] { emit DoLoad(name, answerFor(*this, isLoaded)); });
     return isLoaded;
 }
 
@@ -56,7 +66,7 @@ bool IPluginMgr::loadByService(const QString& service)
     if (!isSignalConnected(QMetaMethod::fromSignal(&IPluginMgr::DoLoadByService)))
         reportUnheard(QStringLiteral("the plugin of the service \"%1\"").arg(service));
     bool isLoaded = false;
-    emit DoLoadByService(service, answerFor(*this, isLoaded));
+    request([&] { emit DoLoadByService(service, answerFor(*this, isLoaded)); });
     return isLoaded;
 }
 

@@ -1,6 +1,6 @@
 #include "plugins/cFileRecord.h"
 
-#include "core/Files.h"
+#include "disk/WholeFiles.h"
 #include "json/JsonText.h"
 
 #include <Norvale/Corvane.h>

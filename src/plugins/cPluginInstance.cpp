@@ -1,8 +1,10 @@
 #include "plugins/cPluginInstance.h"
 
 #include "core/cXmlTree.h"
+#include "plugins/cLibraryFile.h"
 #include "plugins/cManifestReader.h"
 #include "plugins/cVariableExpander.h"
+#include "version/ForeignCode.h"
 
 #include <Norvale/IPlugin.h>
 #include <Norvale/cJsonValue.h>
@@ -12,24 +14,7 @@
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>
 
-#include <exception>
-
 namespace {
-
-/// Calls into a plugin. @return what was thrown, empty when nothing was. The text is copied before the exception goes,
-/// for its type lives in the library, which may be unloaded next.
-template <typename Call>
-QString whatIsThrownBy(Call call)
-{
-    try {
-        call();
-        return QString();
-    } catch (const std::exception& exception) {
-        return QStringLiteral("threw an exception: %1").arg(QString::fromLocal8Bit(exception.what()));
-    } catch (...) {
-        return QStringLiteral("threw an exception of unknown type");
-    }
-}
 
 using Stage = cPluginInstance::Stage;
 
@@ -37,7 +22,7 @@ bool isMove(Stage from, Stage to)
 {
     switch (to) {
     case Stage::Known:
-        return false;
+        return from == Stage::Faulty || from == Stage::Read;
     case Stage::Faulty:
         return from == Stage::Known;
     case Stage::Read:
@@ -130,16 +115,26 @@ QString cPluginInstance::expandVariables(const QString& text) const
     return cVariableExpander(m_id, m_folder).expand(text);
 }
 
+bool cPluginInstance::reconsider()
+{
+    if (m_stage == Stage::Faulty || m_stage == Stage::Read)
+        moveTo(Stage::Known);
+    return m_stage == Stage::Known;
+}
+
 bool cPluginInstance::loadLibrary()
 {
     if (m_stage == Stage::Known || m_stage == Stage::Faulty)
         return fail(QStringLiteral("its manifest has not been accepted"));
     if (m_manifest.libraryPath.isEmpty())
         return fail(QStringLiteral("its manifest names no library"));
-    const QFileInfo file(m_manifest.libraryPath + QLatin1String(LibrarySuffix));
+    const QFileInfo file(libraryFile());
     // QLibrary would go on to look for similar names.
     if (!file.exists())
         return fail(QStringLiteral("its library %1 does not exist").arg(file.absoluteFilePath()));
+    const QString fault = cLibraryFile(file.absoluteFilePath()).fault();
+    if (!fault.isEmpty())
+        return fail(QStringLiteral("its library %1 is cut short: it %2").arg(file.absoluteFilePath(), fault));
     m_library.setFileName(file.absoluteFilePath());
     moveTo(Stage::Loading);
     const bool isLoaded = m_library.load();
@@ -149,12 +144,18 @@ bool cPluginInstance::loadLibrary()
     return callEntryFunction();
 }
 
+QString cPluginInstance::libraryFile() const
+{
+    return m_manifest.libraryPath.isEmpty() ? QString() : m_manifest.libraryPath + QLatin1String(LibrarySuffix);
+}
+
 bool cPluginInstance::callEntryFunction()
 {
     using EntryFunction = IPlugin* (*)();
     const QString text = QStringLiteral("the entry function \"%1\" of its library %2 %3");
     const auto entry =
         reinterpret_cast<EntryFunction>(m_library.resolve(m_manifest.entryFunction.toLatin1().constData()));
+    m_code = reinterpret_cast<const void*>(entry);
     if (!entry)
         return fail(text.arg(m_manifest.entryFunction, m_library.fileName(), QStringLiteral("does not exist")));
     const QString thrown = whatIsThrownBy([&] { m_object = entry(); });
@@ -167,6 +168,7 @@ bool cPluginInstance::callEntryFunction()
 bool cPluginInstance::unloadLibrary()
 {
     m_object = nullptr;
+    m_code = nullptr;
     if (m_stage == Stage::Loaded)
         moveTo(Stage::Read);
     return m_library.unload();
@@ -181,14 +183,18 @@ bool cPluginInstance::start()
 {
     if (!m_object)
         return fail(QStringLiteral("it has no plugin object"));
-    registerSearchPath();
+    const bool isSearched = registerSearchPath();
     installTranslation();
     bool isStarted = false;
     const QString thrown = whatIsThrownBy([&] { isStarted = m_object->start(&m_context); });
-    if (!isStarted)
-        return fail(QStringLiteral("its start %1").arg(thrown.isEmpty() ? QStringLiteral("returned false") : thrown));
-    moveTo(Stage::Started);
-    return true;
+    if (isStarted) {
+        moveTo(Stage::Started);
+        return true;
+    }
+    QCoreApplication::removeTranslator(&m_translator);
+    if (isSearched)
+        removeSearchPath();
+    return fail(QStringLiteral("its start %1").arg(thrown.isEmpty() ? QStringLiteral("returned false") : thrown));
 }
 
 bool cPluginInstance::stop()
@@ -205,11 +211,22 @@ void cPluginInstance::setFolder(const QString& path)
     m_folder = path == QLatin1String("#default") ? QLatin1String("core:plugins/") + m_id.toString() : path;
 }
 
-void cPluginInstance::registerSearchPath()
+/// @return whether it was not there before.
+bool cPluginInstance::registerSearchPath()
 {
-    // A plugin that is started again after a failure has its folder there already.
-    if (!QDir::searchPaths(name()).contains(m_folder))
-        QDir::addSearchPath(name(), m_folder);
+    if (QDir::searchPaths(name()).contains(m_folder))
+        return false;
+    QDir::addSearchPath(name(), m_folder);
+    return true;
+}
+
+// Qt gives up no path of a prefix of one letter; such a name keeps it.
+void cPluginInstance::removeSearchPath()
+{
+    QStringList paths = QDir::searchPaths(name());
+    paths.removeOne(m_folder);
+    if (name().size() > 1)
+        QDir::setSearchPaths(name(), paths);
 }
 
 void cPluginInstance::installTranslation()

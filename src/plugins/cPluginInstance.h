@@ -68,9 +68,10 @@ private:
 class cPluginInstance : public QObject
 {
 public:
-    /// How far the plugin has come. The record moves on by what is done to it, and back to Read when its library is
-    /// gone again. A place in the start order is no stage but the state(): it is given anew at each ordering, to
-    /// faulty and to running plugins as well.
+    /// How far the plugin has come. The record moves on by what is done to it, back to Read when its library is gone
+    /// again, and, as long as no library is loaded, back to Known with each publication of the installed plugins. A
+    /// place in the start order is no stage but the state(): it is given anew at each ordering, to faulty and to
+    /// running plugins as well.
     enum class Stage {
         Known,   ///< The record has been made; its manifest has not been judged.
         Faulty,  ///< The manifest has been refused; the library is not loaded.
@@ -112,13 +113,17 @@ public:
     virtual bool unloadLibrary();
     virtual bool isLibraryLoaded() const;
 
-    /// Registers the search path, installs the translation and starts the plugin object.
+    /// Registers the search path, installs the translation and starts the plugin object. On false the first two are
+    /// taken back.
     [[nodiscard]] virtual bool start();
 
     /// Stops the plugin object of a started plugin, if there is one. False when it threw an exception.
     bool stop();
 
     Stage stage() const { return m_stage; }
+
+    /// Forgets how the manifest was judged, unless the plugin is running by it. @return false when it is.
+    bool reconsider();
 
     /// Tells a record that is only known whether its manifest is accepted.
     void judge(bool isAccepted) { moveTo(isAccepted ? Stage::Read : Stage::Faulty); }
@@ -133,6 +138,10 @@ public:
     /// @p path is kept as given, but "#default" stands for the plugin's own folder below "core:plugins".
     void setFolder(const QString& path);
 
+    /// What has been read last.
+    const cManifest& manifest() const { return m_manifest; }
+    /// The path of the library; empty when the manifest names none.
+    QString libraryFile() const;
     const QString& loadCategory() const { return m_manifest.loadCategory; }
     const QStringList& services() const { return m_manifest.services; }
     const cJsonValue& params() const { return m_manifest.params; }
@@ -143,6 +152,9 @@ public:
     const QList<cCmdLine>& uninstallCommandLines() const { return m_manifest.uninstallCommandLines; }
     bool hasPluginObject() const { return m_object != nullptr; }
 
+    /// An address in the loaded library; null when no library is loaded, or it lacks the entry function.
+    const void* code() const { return m_code; }
+
     /// Why the last operation that returned false did so; names the file.
     const QString& errorString() const { return m_errorString; }
 
@@ -150,7 +162,8 @@ private:
     void moveTo(Stage next);
     bool fail(const QString& reason);
     bool callEntryFunction();
-    void registerSearchPath();
+    bool registerSearchPath();
+    void removeSearchPath();
     void installTranslation();
 
     const cPluginId m_id;
@@ -159,6 +172,7 @@ private:
     QString m_folder;
     cManifest m_manifest;
     IPlugin* m_object = nullptr; // made and owned by the library
+    const void* m_code = nullptr;
     cPluginContext m_context;
     qint32 m_state = 0;
     Stage m_stage = Stage::Known;

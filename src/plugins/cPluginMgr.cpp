@@ -1,6 +1,8 @@
 #include "plugins/cPluginMgr.h"
 
 #include "services/cServiceMgr.h"
+#include "version/ForeignCode.h"
+#include "version/cCodeImage.h"
 
 #include <Norvale/Corvane.h>
 
@@ -35,6 +37,8 @@ cPluginInfo infoOf(const cPluginInstance& plugin)
     return info;
 }
 
+const QLatin1String SettingsPlugin("ZentraSettings");
+
 } // namespace
 
 void cPluginMgr::setServiceMgr(cServiceMgr* services)
@@ -43,15 +47,60 @@ void cPluginMgr::setServiceMgr(cServiceMgr* services)
     m_runner.setServiceMgr(services);
 }
 
+void cPluginMgr::setLoadCategories(const QStringList& categories)
+{
+    m_loadCategories.clear();
+    for (const QString& category : categories)
+        m_loadCategories.append(QString(category.constData(), category.size())); // a literal goes with its library
+}
+
+void cPluginMgr::setObserver(IPluginObserver* observer)
+{
+    IPluginObserver* const before = m_reporter.observer();
+    m_reporter.setObserver(observer);
+    cStartJournal::note(cCodeImage::codeOf(observer), [=] {
+        if (!observer || m_reporter.observer() != observer)
+            return QString();
+        m_reporter.setObserver(before);
+        return QStringLiteral("the observer");
+    });
+}
+
 bool cPluginMgr::StartNormal()
 {
+    if (m_isStarting)
+        return m_reporter.logAndFail(QStringLiteral("a start is under way; another one does not begin"));
     m_outcome = cStartOutcome();
-    const cStartOutcome::Result result = prepare();
-    if (result == cStartOutcome::Started) {
-        connectSignals();
-        loadByCategories();
+    if (m_runner.isStopping()) {
+        const QString reason = QStringLiteral("the suite has been stopped, and is not started again in this process");
+        m_reporter.logAndFail(reason);
+        return conclude(cStartOutcome::AlreadyStopped, {reason});
     }
-    m_outcome = {result, result == cStartOutcome::Started ? QStringList() : m_suite.reasons()};
+    cStartOutcome::Result result = cStartOutcome::NotStarted;
+    m_isStarting = true;
+    m_runner.start([&] { result = start(); });
+    m_isStarting = false;
+    if (result == cStartOutcome::Interrupted)
+        return conclude(result, {QStringLiteral("a stop was asked for during the start")});
+    return conclude(result, result == cStartOutcome::Started ? QStringList() : m_suite.reasons());
+}
+
+cStartOutcome::Result cPluginMgr::start()
+{
+    const cStartOutcome::Result result = prepare();
+    if (result != cStartOutcome::Started)
+        return result;
+    connectSignals();
+    loadByCategories();
+    if (!m_runner.isStopping())
+        return result;
+    m_reporter.warn(QStringLiteral("the start has ended early: a stop was asked for"));
+    return cStartOutcome::Interrupted;
+}
+
+bool cPluginMgr::conclude(cStartOutcome::Result result, const QStringList& reasons)
+{
+    m_outcome = {result, reasons};
     if (result == cStartOutcome::NotOrdered)
         qFatal("Cannot start under this circumstances.");
     return result == cStartOutcome::Started;
@@ -85,6 +134,7 @@ bool cPluginMgr::discover()
 
 QList<cPluginInfo> cPluginMgr::plugins() const
 {
+    m_suite.refresh();
     QList<cPluginInfo> infos;
     for (const Plugin& plugin : m_suite.registered())
         infos.append(infoOf(*plugin));
@@ -102,45 +152,73 @@ void cPluginMgr::connectSignals()
 void cPluginMgr::loadByCategories()
 {
     const cTranslationLocale openSettings;
-    // The settings are always there before anything else.
-    requestLoad(QStringLiteral("ZentraSettings"));
+    loadSettings();
+    // Copies: a plugin may publish others or set other categories.
     const QVector<Plugin> plugins = m_suite.loadList();
-    const QStringList categories = m_loadCategories; // a plugin may set others
+    const QStringList categories = m_loadCategories;
     for (const QString& category : categories)
         loadCategory(plugins, category);
     for (const Plugin& plugin : plugins) {
-        if (plugin->isAutoload() && !plugin->isLibraryLoaded())
-            requestLoad(plugin->name());
+        if (plugin->isAutoload())
+            requestLoad(plugin);
     }
+}
+
+// The settings are always there before anything else, where there are any.
+void cPluginMgr::loadSettings()
+{
+    m_isSettingsPluginOptional = true;
+    requestLoad(SettingsPlugin);
+    m_isSettingsPluginOptional = false;
 }
 
 void cPluginMgr::loadCategory(const QVector<Plugin>& plugins, const QString& category)
 {
     for (const Plugin& plugin : plugins) {
-        if (plugin->loadCategory() == category && !plugin->isLibraryLoaded())
-            requestLoad(plugin->name());
+        if (plugin->loadCategory() == category)
+            requestLoad(plugin);
     }
-    if (IServiceMgr* services = m_services)
+    IServiceMgr* const services = m_services;
+    if (services && !m_runner.isStopping())
         services->notify(QStringLiteral("PluginMgrEvents"), QStringLiteral("LoadPluginCategoryCompleted"),
                          Q_ARG(QString, category));
+}
+
+void cPluginMgr::requestLoad(const Plugin& plugin)
+{
+    if (!plugin->isLibraryLoaded() && m_suite.isRegistered(plugin))
+        requestLoad(plugin->name());
 }
 
 void cPluginMgr::requestLoad(const QString& name)
 {
     bool isLoaded = false; // why it is not has been logged by then
-    emit DoLoad(name, &isLoaded);
+    if (!m_runner.isStopping())
+        m_reporter.callOut(QStringLiteral("A receiver of a request to load"), [&] { emit DoLoad(name, &isLoaded); });
+}
+
+bool cPluginMgr::loadPlugin(QString name)
+{
+    const bool isOptional = m_isSettingsPluginOptional && name == SettingsPlugin;
+    m_isSettingsPluginOptional = false;
+    if (!isOptional || m_suite.find(name))
+        return m_runner.load(name);
+    m_reporter.info(QStringLiteral("plugin \"%1\" is not installed; the suite starts without it").arg(name));
+    return false;
 }
 
 QString cPluginMgr::pluginOfService(QString service) const
 {
+    m_suite.refresh();
     const QString* const owner = m_suite.ownerOf(service);
     return owner ? *owner : QString();
 }
 
 bool cPluginMgr::loadPluginByService(QString service)
 {
-    if (const QString* const owner = m_suite.ownerOf(service))
-        return loadPlugin(*owner);
+    const QString owner = pluginOfService(service);
+    if (!owner.isEmpty())
+        return loadPlugin(owner);
     return m_reporter.logAndFail(
         QStringLiteral("no plugin is loaded for the service \"%1\": none declares it").arg(service));
 }

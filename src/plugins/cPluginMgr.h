@@ -26,8 +26,9 @@ public:
     /// Who is told of completed categories and of the stop. Not owned.
     void setServiceMgr(cServiceMgr* services);
 
-    /// The categories that StartNormal() loads, in this order.
-    void setLoadCategories(const QStringList& categories) { m_loadCategories = categories; }
+    /// The categories that StartNormal() loads, in this order. Once it has begun with them, others are for the next
+    /// start.
+    void setLoadCategories(const QStringList& categories);
 
     /// Begins a new publication: no record counts as registered until it is registered again. The load list stays.
     void clearAllowed() { m_suite.clearAllowed(); }
@@ -45,28 +46,34 @@ public:
     void StopNormal() override { m_runner.stopAll(); }
     bool discover() override;
     QList<cPluginInfo> plugins() const override;
-    void setObserver(IPluginObserver* observer) override { m_reporter.setObserver(observer); }
+    void setObserver(IPluginObserver* observer) override;
     cStartOutcome lastOutcome() const override { return m_outcome; }
 
     void dumpPlugins() override {}
     void OnRestart() override {}
 
 protected:
-    bool loadPlugin(QString name) override { return m_runner.load(name); }
+    bool loadPlugin(QString name) override;
     QString pluginOfService(QString service) const override;
     bool loadPluginByService(QString service) override;
 
 private:
+    cStartOutcome::Result start();
     cStartOutcome::Result prepare();
+    bool conclude(cStartOutcome::Result result, const QStringList& reasons);
     void connectSignals();
     void loadByCategories();
+    void loadSettings();
     void loadCategory(const QVector<Plugin>& plugins, const QString& category);
+    void requestLoad(const Plugin& plugin);
     void requestLoad(const QString& name);
 
     cPluginReporter m_reporter;
-    cPluginSuite m_suite{m_reporter};
+    mutable cPluginSuite m_suite{m_reporter}; // reads what has been published meanwhile when it is asked
     cPluginRunner m_runner{m_suite, m_reporter};
     cServiceMgr* m_services = nullptr;
     QStringList m_loadCategories;
     cStartOutcome m_outcome;
+    bool m_isStarting = false;
+    bool m_isSettingsPluginOptional = false; // while the start asks for it
 };

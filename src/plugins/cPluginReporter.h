@@ -1,8 +1,11 @@
 #pragma once
 
+#include "version/ForeignCode.h"
+
 #include <Norvale/IPluginMgr.h>
 #include <Norvale/cLog.h>
-#include <Norvale/cLogCentral.h>
+
+#include "log/cFrameworkLog.h"
 
 #include <QtCore/QString>
 
@@ -14,10 +17,11 @@ class cPluginReporter
 public:
     using Span = IPluginObserver::Span;
 
-    cPluginReporter() : m_log(cLogCentral::log(QStringLiteral("PluginMgr"))) {}
+    cPluginReporter() : m_log(cFrameworkLog::plugins()) {}
 
     /// Null for none. Not owned.
     void setObserver(IPluginObserver* observer) { m_observer = observer; }
+    IPluginObserver* observer() const { return m_observer; }
 
     void info(const QString& text) { m_log.info().noquote() << text << Qt::endl; }
     void warn(const QString& text) { m_log.warning().noquote() << text << Qt::endl; }
@@ -35,11 +39,21 @@ public:
     {
         IPluginObserver* const observer = m_observer; // who has heard the begin hears the end
         if (observer)
-            observer->spanBegin(span, plugin);
+            callOut(QStringLiteral("The observer"), [&] { observer->spanBegin(span, plugin); });
         const bool isOk = step();
-        if (observer)
-            observer->spanEnd(span, plugin, isOk);
+        // One that has been replaced meanwhile may be gone.
+        if (observer && observer == m_observer)
+            callOut(QStringLiteral("The observer"), [&] { observer->spanEnd(span, plugin, isOk); });
         return isOk;
+    }
+
+    /// Calls what the host or a plugin has given. What it throws is logged, with @p who as the one that threw.
+    template <typename Call>
+    void callOut(const QString& who, const Call& call)
+    {
+        const QString thrown = whatIsThrownBy(call);
+        if (!thrown.isEmpty())
+            logAndFail(QStringLiteral("%1 %2").arg(who, thrown));
     }
 
 private:

@@ -1,8 +1,11 @@
 #include "plugins/cPluginRunner.h"
 
+#include "core/cMessageHandlers.h"
 #include "plugins/cPluginDependency.h"
 #include "plugins/cPluginReporter.h"
 #include "services/cServiceMgr.h"
+#include "version/ForeignCode.h"
+#include "version/cCodeImage.h"
 
 #include <QtCore/QSet>
 
@@ -26,6 +29,9 @@ public:
     }
 
     bool contains(const Plugin& plugin) const { return m_members.contains(plugin.data()); }
+
+    /// The plugin that is to be loaded.
+    const Plugin& wanted() const { return m_steps.first().plugin; }
 
     /// The plugin that the path has come to.
     const Plugin& plugin() const { return m_steps.last().plugin; }
@@ -67,11 +73,41 @@ private:
 
 bool cPluginRunner::load(const QString& name)
 {
+    if (m_phase == Phase::Stopped)
+        return refuse(name, QStringLiteral("the suite has been stopped"));
+    m_suite.refresh();
     const Plugin plugin = m_suite.find(name);
     if (!plugin)
-        return m_reporter.logAndFail(
-            QStringLiteral("plugin \"%1\" is not loaded: no such plugin is installed").arg(name));
-    return plugin->isLibraryLoaded() || loadWithDependencies(plugin);
+        return refuse(name, QStringLiteral("no such plugin is installed"));
+    if (plugin->isLibraryLoaded())
+        return true;
+    if (m_failed.contains(plugin.data()))
+        return false; // why has been logged
+    bool isLoaded = false;
+    work([&] { isLoaded = loadWithDependencies(plugin); });
+    if (!isLoaded && m_isStartGoingOn)
+        m_failed.insert(plugin.data());
+    return isLoaded;
+}
+
+void cPluginRunner::start(const std::function<void()>& steps)
+{
+    work([&] {
+        m_isStartGoingOn = true;
+        steps();
+        m_isStartGoingOn = false;
+        m_failed.clear();
+    });
+}
+
+/// Takes a step that may load plugins, and makes the stop that has been asked for meanwhile.
+void cPluginRunner::work(const std::function<void()>& step)
+{
+    ++m_depth;
+    step();
+    --m_depth;
+    if (m_depth == 0 && m_phase == Phase::StopWanted)
+        stopNow();
 }
 
 // Dependencies first, in manifest order. One counts as there when its library is loaded; so a dependency whose library
@@ -92,8 +128,7 @@ bool cPluginRunner::loadWithDependencies(const Plugin& wanted)
         if (plugin == wanted)
             return isDone;
         if (!plugin->isLibraryLoaded())
-            return m_reporter.logAndFail(QStringLiteral("plugin \"%1\" is not loaded: a dependency failed (%2)")
-                                             .arg(wanted->name(), path.text()));
+            return failWith(path);
         path.ascend();
     }
 }
@@ -105,59 +140,98 @@ bool cPluginRunner::descendTo(const QString& dependency, cLoadPath& path)
         return true;
     if (plugin && !path.contains(plugin)) {
         path.descend(plugin);
-        return true;
+        return !m_failed.contains(plugin.data()) || failWith(path);
     }
     const QString reason = plugin ? QStringLiteral("plugin \"%1\" depends on itself (%2 -> %1)")
                                   : QStringLiteral("plugin \"%1\", a dependency, is not installed (%2 -> %1)");
     return m_reporter.logAndFail(reason.arg(dependency, path.text()));
 }
 
+/// What the path has come to cannot be loaded.
+bool cPluginRunner::failWith(const cLoadPath& path)
+{
+    return refuse(path.wanted()->name(), QStringLiteral("a dependency failed (%1)").arg(path.text()));
+}
+
+bool cPluginRunner::refuse(const QString& name, const QString& reason)
+{
+    return m_reporter.logAndFail(QStringLiteral("plugin \"%1\" is not loaded: %2").arg(name, reason));
+}
+
 bool cPluginRunner::loadAndStart(const Plugin& plugin)
 {
-    const QString id = plugin->id().toString();
-    if (plugin->stage() == cPluginInstance::Stage::Loading)
-        return m_reporter.logAndFail(QStringLiteral("%1 asks for itself while its library is being loaded").arg(id));
-    if (!m_reporter.observe(IPluginObserver::LoadLibrary, plugin->name(), [&] { return plugin->loadLibrary(); }))
-        return m_reporter.logAndFail(QStringLiteral("%1 is not loaded: %2").arg(id, plugin->errorString()));
-    const QStringList ownServices = unregisteredServices(*plugin);
-    if (!m_reporter.observe(IPluginObserver::StartPlugin, plugin->name(), [&] { return plugin->start(); })) {
-        m_reporter.logAndFail(QStringLiteral("%1 is not started: %2").arg(id, plugin->errorString()));
-        withdraw(ownServices);
-        plugin->unloadLibrary();
+    if (isStopping())
+        return refuse(plugin->name(), QStringLiteral("the suite is being stopped"));
+    cStartJournal journal;
+    if (!loadLibrary(*plugin, journal) || !start(*plugin, journal)) {
+        if (m_isStartGoingOn)
+            m_failed.insert(plugin.data());
         return false;
     }
     m_started.append(plugin);
-    m_reporter.info(QStringLiteral("started %1").arg(id));
+    m_reporter.info(QStringLiteral("started %1").arg(plugin->id().toString()));
     return true;
 }
 
-QStringList cPluginRunner::unregisteredServices(const cPluginInstance& plugin) const
+bool cPluginRunner::loadLibrary(cPluginInstance& plugin, cStartJournal& journal)
 {
-    QStringList services;
-    for (const QString& service : plugin.services()) {
-        if (m_services && !m_services->serviceExists(service))
-            services.append(service);
-    }
-    return services;
+    const QString id = plugin.id().toString();
+    if (plugin.stage() == cPluginInstance::Stage::Loading)
+        return m_reporter.logAndFail(QStringLiteral("%1 asks for itself while its library is being loaded").arg(id));
+    const QString change = m_suite.libraryChange(plugin);
+    if (!change.isEmpty())
+        return m_reporter.logAndFail(QStringLiteral("%1 is not loaded: %2").arg(id, change));
+    const auto load = [&] {
+        const cStartJournal::Opened opened(journal);
+        return plugin.loadLibrary();
+    };
+    return m_reporter.observe(IPluginObserver::LoadLibrary, plugin.name(), load) ||
+           m_reporter.logAndFail(QStringLiteral("%1 is not loaded: %2").arg(id, plugin.errorString()));
 }
 
-// A service that a plugin has left behind in its failed start would be called in a library that is gone.
-void cPluginRunner::withdraw(const QStringList& services)
+bool cPluginRunner::start(cPluginInstance& plugin, cStartJournal& journal)
 {
-    for (const QString& service : services) {
-        QObject* object = m_services->serviceFromServiceName(service);
-        if (!object)
-            continue;
-        m_services->unregisterService(object);
-        m_reporter.warn(QStringLiteral("withdrew the service \"%1\" of a plugin that did not start").arg(service));
-    }
+    const auto start = [&] {
+        const cStartJournal::Opened opened(journal);
+        return plugin.start();
+    };
+    if (m_reporter.observe(IPluginObserver::StartPlugin, plugin.name(), start))
+        return true;
+    m_reporter.logAndFail(QStringLiteral("%1 is not started: %2").arg(plugin.id().toString(), plugin.errorString()));
+    takeBack(plugin, journal);
+    plugin.unloadLibrary();
+    return false;
+}
+
+// What a failed start has left behind would be called in a library that is gone. What runs the code of another plugin
+// is that plugin's, whoever's start it was registered in; what runs the code of this one goes, whoever registered it.
+void cPluginRunner::takeBack(const cPluginInstance& plugin, cStartJournal& journal)
+{
+    const cCodeImage own = cCodeImage::around(plugin.code());
+    QStringList withdrawn = journal.undo(
+        [&](const void* code) { return !own.contains(code) && m_suite.isLibraryOfPlugin(cCodeImage::around(code)); });
+    if (m_services)
+        withdrawn += m_services->withdraw(own);
+    for (int left = cMessageHandlers::instance().removeOf(own); left > 0; --left)
+        withdrawn.append(QStringLiteral("a message handler"));
+    for (const QString& what : qAsConst(withdrawn))
+        m_reporter.warn(QStringLiteral("withdrew %1 of %2, which did not start").arg(what, plugin.id().toString()));
 }
 
 void cPluginRunner::stopAll()
 {
-    if (m_isStopping)
+    if (isStopping())
         return;
-    m_isStopping = true;
+    m_phase = Phase::StopWanted;
+    if (m_depth == 0)
+        stopNow();
+    else
+        m_reporter.info(QStringLiteral("the suite stops when what is being loaded has been"));
+}
+
+void cPluginRunner::stopNow()
+{
+    m_phase = Phase::Stopping;
     if (m_services)
         m_services->setClosed();
     while (!m_started.isEmpty()) {
@@ -166,7 +240,7 @@ void cPluginRunner::stopAll()
     }
     if (m_services)
         m_services->releaseAll();
-    m_isStopping = false;
+    m_phase = Phase::Stopped;
 }
 
 void cPluginRunner::stop(cPluginInstance& plugin)

@@ -2,43 +2,65 @@
 
 #include "plugins/cPluginSuite.h"
 
-#include <QtCore/QStringList>
+#include "version/FlatMap.h"
+
 #include <QtCore/QVector>
 
+#include <functional>
+
 class cServiceMgr;
+class cStartJournal;
 
 /**
  * Loads and starts plugins with what they depend on, and stops what it has started.
+ *
+ * A stop that is asked for while a plugin is being loaded waits until that is done, and lets nothing else begin. After
+ * a stop nothing is loaded any more. A start that fails leaves nothing of the plugin behind.
  */
 class cPluginRunner
 {
 public:
     using Plugin = cPluginSuite::Plugin;
 
-    cPluginRunner(const cPluginSuite& suite, cPluginReporter& reporter) : m_suite(suite), m_reporter(reporter) {}
+    cPluginRunner(cPluginSuite& suite, cPluginReporter& reporter) : m_suite(suite), m_reporter(reporter) {}
 
-    /// Who is told of the stop, and gives up the services of a failed start. Not owned; may be null.
+    /// Who is told of the stop, and gives up what a failed start has registered. Not owned; may be null.
     void setServiceMgr(cServiceMgr* services) { m_services = services; }
 
     /// What IPluginMgr::load() describes.
     bool load(const QString& name);
 
+    /// Does the work of a start. While it goes on, a plugin that has failed is not tried again.
+    void start(const std::function<void()>& work);
+
     /// What IPluginMgr::StopNormal() describes.
     void stopAll();
 
+    /// Whether a stop has been made or asked for.
+    bool isStopping() const { return m_phase != Phase::Open; }
+
 private:
+    enum class Phase { Open, StopWanted, Stopping, Stopped };
     class cLoadPath;
 
+    void work(const std::function<void()>& step);
     bool loadWithDependencies(const Plugin& wanted);
     bool descendTo(const QString& dependency, cLoadPath& path);
+    bool failWith(const cLoadPath& path);
+    bool refuse(const QString& name, const QString& reason);
     bool loadAndStart(const Plugin& plugin);
-    QStringList unregisteredServices(const cPluginInstance& plugin) const;
-    void withdraw(const QStringList& services);
+    bool loadLibrary(cPluginInstance& plugin, cStartJournal& journal);
+    bool start(cPluginInstance& plugin, cStartJournal& journal);
+    void takeBack(const cPluginInstance& plugin, cStartJournal& journal);
+    void stopNow();
     void stop(cPluginInstance& plugin);
 
-    const cPluginSuite& m_suite;
+    cPluginSuite& m_suite;
     cPluginReporter& m_reporter;
     cServiceMgr* m_services = nullptr;
     QVector<Plugin> m_started; // in the order of the starts
-    bool m_isStopping = false;
+    Phase m_phase = Phase::Open;
+    int m_depth = 0; // of steps that load plugins, which nest
+    bool m_isStartGoingOn = false;
+    FlatSet<const cPluginInstance*> m_failed; // in the start that goes on
 };

@@ -3,8 +3,12 @@
 #include "core/Files.h"
 #include "plugins/cDependencyOrder.h"
 #include "plugins/cPluginReporter.h"
+#include "version/cCodeImage.h"
 
 #include <QtCore/QDir>
+#include <QtCore/QFileInfo>
+
+#include <algorithm>
 
 int cPluginSuite::numberOf(const cPluginId& id)
 {
@@ -18,13 +22,16 @@ int cPluginSuite::numberOf(const cPluginId& id)
 
 void cPluginSuite::clearAllowed()
 {
+    m_files.reset();
     for (Record& record : m_records)
         record.isRegistered = false;
+    m_isStale = true;
 }
 
 void cPluginSuite::registerPlugin(const cPluginId& id)
 {
     const int number = numberOf(id);
+    m_isStale = true;
     m_records[number].isRegistered = true;
     m_loadList.push_back(number);
     QVector<int>& namesakes = m_namesakes[id.name()];
@@ -52,28 +59,31 @@ bool cPluginSuite::isCoreInstalled()
 // All faults are found in one go, so that who repairs an installation need not repair and start again for each.
 bool cPluginSuite::readManifests()
 {
-    using Stage = cPluginInstance::Stage;
+    m_isRead = true;
+    m_isStale = false;
+    m_rules = cStartRules();
     bool isEveryOneRight = true;
-    for (const Plugin& plugin : registered()) {
-        if (plugin->stage() == Stage::Faulty)
-            fail(QStringLiteral("%1 has been found faulty before").arg(plugin->id().toString()));
-        if (plugin->stage() == Stage::Known)
-            judge(*plugin);
-        isEveryOneRight = isEveryOneRight && plugin->stage() != Stage::Faulty;
-    }
+    for (const Plugin& plugin : registered())
+        isEveryOneRight = judge(*plugin) && isEveryOneRight;
     return isEveryOneRight;
 }
 
-void cPluginSuite::judge(cPluginInstance& plugin)
+bool cPluginSuite::judge(cPluginInstance& plugin)
 {
-    const auto isRight = [&] { return isAcceptable(plugin); };
-    plugin.judge(m_reporter.observe(IPluginObserver::ReadManifest, plugin.name(), isRight));
+    if (!plugin.reconsider())
+        return isAcceptable(plugin);
+    const auto readAndJudge = [&] {
+        const bool isRead = plugin.readManifest();
+        tellOfChange(plugin);
+        return isRead ? isAcceptable(plugin) : fail(cStartRules::unreadable(plugin.id(), plugin.errorString()));
+    };
+    const bool isAccepted = m_reporter.observe(IPluginObserver::ReadManifest, plugin.name(), readAndJudge);
+    plugin.judge(isAccepted);
+    return isAccepted;
 }
 
 bool cPluginSuite::isAcceptable(cPluginInstance& plugin)
 {
-    if (!plugin.readManifest())
-        return fail(cStartRules::unreadable(plugin.id(), plugin.errorString()));
     const auto fault = m_rules.enter(plugin.id(), plugin.runtimeApiVersion(), plugin.services());
     return !fault || fail(fault->reason);
 }
@@ -105,6 +115,15 @@ bool cPluginSuite::order()
     return placed.size() == listed.size();
 }
 
+void cPluginSuite::refresh()
+{
+    if (!m_isRead || !m_isStale)
+        return;
+    const bool isSound = readManifests();
+    if (!order() || !isSound)
+        m_reporter.warn(QStringLiteral("the plugins that are installed now would not start as they are"));
+}
+
 QVector<cPluginSuite::Plugin> cPluginSuite::loadList() const
 {
     QVector<Plugin> list;
@@ -129,16 +148,65 @@ QVector<cPluginSuite::Plugin> cPluginSuite::registered() const
     return list;
 }
 
+bool cPluginSuite::isRegistered(const Plugin& plugin) const
+{
+    const auto number = m_numbers.find(plugin->id());
+    return number != m_numbers.end() && m_records[number->second].isRegistered;
+}
+
+// A plugin that runs counts also when it has been taken down or replaced meanwhile: two of one name never run at once.
 cPluginSuite::Plugin cPluginSuite::find(const QString& name) const
 {
     const auto namesakes = m_namesakes.find(name);
     if (namesakes == m_namesakes.end())
         return Plugin();
+    Plugin found;
     for (int number : namesakes->second) {
-        if (m_records[number].isRegistered)
-            return m_records[number].plugin;
+        const Record& record = m_records[number];
+        if (record.plugin->isLibraryLoaded())
+            return record.plugin;
+        if (!found && record.isRegistered)
+            found = record.plugin;
     }
-    return Plugin();
+    return found;
+}
+
+QString cPluginSuite::libraryChange(const cPluginInstance& plugin)
+{
+    const QString path = plugin.libraryFile();
+    const QString difference = path.isEmpty() ? QString() : changeOf(plugin, path);
+    const QString text = QStringLiteral("its library %1 %2; the plugin has to be repaired or installed anew");
+    return difference.isEmpty() ? QString() : text.arg(path, difference);
+}
+
+QString cPluginSuite::changeOf(const cPluginInstance& plugin, const QString& path)
+{
+    if (!m_files) {
+        m_files.emplace();
+        if (!m_files->read())
+            m_reporter.warn(QStringLiteral("installed files are used unchecked: %1").arg(m_files->errorString()));
+    }
+    if (!m_files->contains(plugin.id()) || m_installed->isInDevelopment(plugin.id()))
+        return QString();
+    const cFileRecord::Files files = m_files->files(plugin.id());
+    const auto file = files.constFind(QDir(plugin.folder()).relativeFilePath(path));
+    return file == files.constEnd() || file->looksUntouched(QFileInfo(path)) ? QString() : file->difference(path);
+}
+
+// A manifest is text, which people change; what it says counts, and they are told. One changed letter can take away a
+// dependency or a service without making the rest unreadable.
+void cPluginSuite::tellOfChange(const cPluginInstance& plugin)
+{
+    const QString path = plugin.folder() + QLatin1String("/Manifest.xml");
+    const QString difference = changeOf(plugin, path);
+    if (!difference.isEmpty())
+        m_reporter.warn(QStringLiteral("%1: its manifest %2 %3").arg(plugin.id().toString(), path, difference));
+}
+
+bool cPluginSuite::isLibraryOfPlugin(const cCodeImage& image) const
+{
+    return std::any_of(m_records.begin(), m_records.end(),
+                       [&](const Record& record) { return image.contains(record.plugin->code()); });
 }
 
 bool cPluginSuite::fail(const QString& reason)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "plugins/cFileRecord.h"
 #include "plugins/cPluginInstance.h"
 #include "plugins/cStartRules.h"
 #include "version/FlatMap.h"
@@ -8,8 +9,10 @@
 #include <QtCore/QStringList>
 #include <QtCore/QVector>
 
+#include <optional>
 #include <vector>
 
+class cCodeImage;
 class cPluginReporter;
 
 /**
@@ -31,13 +34,17 @@ public:
     /// Why the last publication could not be made or, if it was made, why it does not name what is installed: the
     /// features could not be read. Empty when it does. Has been logged.
     virtual QString publicationError() const = 0;
+
+    /// Whether somebody works on the plugin, so that its files may change.
+    virtual bool isInDevelopment(const cPluginId& id) const = 0;
 };
 
 /**
  * The installed plugins: their records, which of them the last publication names, and the order in which they start.
  *
  * Publishing happens more than once in a start, so a record may stand in the load list more than once; and a record
- * that the last publication did not name again counts as not registered, though the list still holds it.
+ * that the last publication did not name again counts as not registered, though the list still holds it. Services,
+ * faults and order are those of the last publication; a plugin that runs keeps the manifest by which it runs.
  */
 class cPluginSuite
 {
@@ -64,13 +71,17 @@ public:
     bool isWhole() const { return m_installed->publicationError().isEmpty(); }
     [[nodiscard]] bool isCoreInstalled();
 
-    /// Reads and judges the manifest of each registered record that has not been judged. False when one is faulty, be
-    /// it from an earlier call.
+    /// Reads and judges the manifest of each registered record, but only judges that of a plugin whose library is
+    /// loaded. False when one is faulty.
     [[nodiscard]] bool readManifests();
 
     /// Gives each registered record its place in the start order, also when its manifest is faulty. False when one has
     /// none: what it depends on is not installed or is part of a circle.
     [[nodiscard]] bool order();
+
+    /// Reads and orders anew when something has been published since that was done last; does nothing before it has
+    /// been done at all. What is faulty is logged, and does not keep other plugins from being loaded.
+    void refresh();
 
     /// What has been logged of a publication that was not made, manifests and the order, since publish() was called.
     const QStringList& reasons() const { return m_reasons; }
@@ -81,8 +92,19 @@ public:
     /// The same, each record once.
     QVector<Plugin> registered() const;
 
-    /// The first registered record of that name in the load list; null when there is none.
+    /// Whether the last publication names the plugin.
+    bool isRegistered(const Plugin& plugin) const;
+
+    /// The record of that name that counts: the one whose library is loaded, else the first registered one in the load
+    /// list; null when there is none.
     Plugin find(const QString& name) const;
+
+    /// Why the plugin's library is not the one that was installed, as the record of files has it; empty when it is, and
+    /// when nobody knows.
+    QString libraryChange(const cPluginInstance& plugin);
+
+    /// Whether @p image is the loaded library of a plugin.
+    bool isLibraryOfPlugin(const cCodeImage& image) const;
 
     /// The name of the plugin whose manifest declares the service; null when there is none.
     const QString* ownerOf(const QString& service) const { return m_rules.ownerOf(service); }
@@ -95,7 +117,9 @@ private:
     };
 
     int numberOf(const cPluginId& id);
-    void judge(cPluginInstance& plugin);
+    bool judge(cPluginInstance& plugin);
+    QString changeOf(const cPluginInstance& plugin, const QString& path);
+    void tellOfChange(const cPluginInstance& plugin);
     bool isAcceptable(cPluginInstance& plugin);
     bool fail(const QString& reason);
 
@@ -105,6 +129,9 @@ private:
     FlatMap<cPluginId, int> m_numbers;          // of all records
     std::vector<int> m_loadList;                // in the order of registration
     FlatMap<QString, QVector<int>> m_namesakes; // of the load list, each record once, in the order of the list
-    cStartRules m_rules;
+    cStartRules m_rules;                        // of the publication that was read last
+    bool m_isRead = false;                      // some publication has been read, and
+    bool m_isStale = false;                     // something else has been published since
     QStringList m_reasons;
+    std::optional<cFileRecord> m_files; // once it is needed, until the next publication
 };

@@ -3,8 +3,22 @@
 #include <algorithm>
 #include <iterator>
 
+namespace {
+
+/// A text of its own: that of a literal would lie in the library of the plugin that gave it, which may be unloaded.
+QString owned(const QString& text)
+{
+    return QString(text.constData(), text.size());
+}
+
+} // namespace
+
 cNotificationInstance::cNotificationInstance(const QString& eventset, QObject* listener, const QString& prefix)
-    : m_eventset(eventset), m_listener(listener), m_prefix(prefix), m_guard(listener)
+    : m_eventset(owned(eventset))
+    , m_listener(listener)
+    , m_prefix(owned(prefix))
+    , m_guard(listener)
+    , m_code(cCodeImage::codeOf(listener))
 {
 }
 
@@ -19,29 +33,56 @@ void cListenerRegistry::remove(const QString& eventset, const QObject* listener)
 {
     Records withdrawn;
     const QWriteLocker writer(&m_lock);
-    const auto found = m_ofListener.find(listener);
-    if (found == m_ofListener.end())
-        return;
-    Records& all = found.value();
-    const auto kept = std::stable_partition(all.begin(), all.end(),
-                                            [&](const Record& record) { return record->eventset() != eventset; });
-    std::copy(kept, all.end(), std::back_inserter(withdrawn));
-    all.erase(kept, all.end());
-    if (all.isEmpty())
-        m_ofListener.erase(found);
+    withdrawn = take(listener, [&](const Record& record) { return record->eventset() == eventset; });
     withdrawAll(withdrawn);
+}
+
+bool cListenerRegistry::remove(const Record& record)
+{
+    Records withdrawn;
+    const QWriteLocker writer(&m_lock);
+    withdrawn = take(record->address(), [&](const Record& other) { return other == record; });
+    withdrawAll(withdrawn);
+    return !withdrawn.isEmpty();
+}
+
+cListenerRegistry::Records cListenerRegistry::removeOf(const cCodeImage& image)
+{
+    Records withdrawn;
+    const QWriteLocker writer(&m_lock);
+    const auto isOfImage = [&](const Record& record) { return image.contains(record->code()); };
+    for (const auto& set : m_sets)
+        std::copy_if(set.second.begin(), set.second.end(), std::back_inserter(withdrawn), isOfImage);
+    for (const Record& record : qAsConst(withdrawn))
+        take(record->address(), isOfImage);
+    withdrawAll(withdrawn);
+    return withdrawn;
 }
 
 void cListenerRegistry::removeEverywhere(const QObject* listener)
 {
     Records withdrawn;
     const QWriteLocker writer(&m_lock);
+    withdrawn = take(listener, [](const Record&) { return true; });
+    withdrawAll(withdrawn);
+}
+
+/// Takes registrations of @p listener from those of its own; the lock is held. @return what was taken.
+template <typename Wanted>
+cListenerRegistry::Records cListenerRegistry::take(const QObject* listener, Wanted isWanted)
+{
+    Records taken;
     const auto found = m_ofListener.find(listener);
     if (found == m_ofListener.end())
-        return;
-    withdrawn.swap(found.value());
-    m_ofListener.erase(found);
-    withdrawAll(withdrawn);
+        return taken;
+    Records& all = found.value();
+    const auto kept =
+        std::stable_partition(all.begin(), all.end(), [&](const Record& record) { return !isWanted(record); });
+    std::copy(kept, all.end(), std::back_inserter(taken));
+    all.erase(kept, all.end());
+    if (all.isEmpty())
+        m_ofListener.erase(found);
+    return taken;
 }
 
 void cListenerRegistry::clear()

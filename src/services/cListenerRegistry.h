@@ -1,6 +1,7 @@
 #pragma once
 
 #include "version/FlatMap.h"
+#include "version/cCodeImage.h"
 
 #include <QtCore/QObject>
 #include <QtCore/QPointer>
@@ -30,6 +31,10 @@ public:
     const QObject* address() const { return m_listener.load(std::memory_order_acquire); }
     /// The listener to call; null when it is withdrawn or gone.
     QObject* target() const { return address() ? m_guard.data() : nullptr; }
+    /// The listener, also when it is withdrawn; null when it is gone.
+    const QPointer<QObject>& guard() const { return m_guard; }
+    /// Where the code of the listener's class lies; see cCodeImage.
+    const void* code() const { return m_code; }
 
     void withdraw() { m_listener.store(nullptr, std::memory_order_release); }
 
@@ -38,6 +43,7 @@ private:
     std::atomic<QObject*> m_listener;
     const QString m_prefix;
     const QPointer<QObject> m_guard;
+    const void* const m_code;
 };
 
 /**
@@ -54,6 +60,10 @@ public:
     void add(const Record& record);
     /// Withdraws every registration of @p listener in @p eventset.
     void remove(const QString& eventset, const QObject* listener);
+    /// Withdraws that very registration. False when it has been already.
+    bool remove(const Record& record);
+    /// Withdraws every registration of a listener whose code lies in @p image. @return the registrations.
+    Records removeOf(const cCodeImage& image);
     /// Withdraws every registration of @p listener.
     void removeEverywhere(const QObject* listener);
     void clear();
@@ -65,6 +75,8 @@ public:
     bool hasLiving(const QObject* listener) const;
 
 private:
+    template <typename Wanted>
+    Records take(const QObject* listener, Wanted isWanted);
     void withdrawAll(const Records& records);
 
     mutable QReadWriteLock m_lock; // guards both members below

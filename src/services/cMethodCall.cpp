@@ -1,8 +1,87 @@
 #include "services/cMethodCall.h"
 
+#include "version/ForeignCode.h"
+#include "version/cCodeImage.h"
+
+#include <Norvale/cLog.h>
+
 #include <QtCore/QMetaMethod>
+#include <QtCore/QMetaType>
+#include <QtCore/QSharedPointer>
+#include <QtCore/QThread>
 
 #include <cstring>
+
+namespace {
+
+bool answers(const QMetaMethod& method, const char* type)
+{
+    if (qstrcmp(type, method.typeName()) == 0)
+        return true;
+    const QByteArray normal = QMetaObject::normalizedType(type);
+    const int known = QMetaType::type(normal.constData());
+    return normal == method.typeName() || (known != QMetaType::UnknownType && known == method.returnType());
+}
+
+/// Calls a method that takes these values, as QMetaMethod::invoke() does for a direct call; that would hold them
+/// against the method's parameters once more.
+bool invoke(QObject* object, int index, QGenericReturnArgument result, const cMethodCall::Values& v)
+{
+    if (result.data() && !answers(object->metaObject()->method(index), result.name()))
+        return false;
+    void* places[] = {result.data(), v[0].data(), v[1].data(), v[2].data(), v[3].data(), v[4].data(),
+                      v[5].data(),   v[6].data(), v[7].data(), v[8].data(), v[9].data()};
+    QMetaObject::metacall(object, QMetaObject::InvokeMetaMethod, index, places);
+    return true;
+}
+
+void logThrown(const QMetaMethod& method, const cLog& log)
+{
+    const QMetaObject* const meta = method.enclosingMetaObject();
+    const QString thrown = whatWasThrown();
+    log.error().noquote() << QStringLiteral("The listener %1 of %2 %3 in \"%4\"")
+                                 .arg(QLatin1String(meta->className()), cCodeImage::around(meta).path(), thrown,
+                                      QLatin1String(method.name()))
+                          << Qt::endl;
+}
+
+/// Calls a listener at once.
+void tell(QObject* listener, int index, const cMethodCall::Values& values, const cLog& log)
+{
+    const QMetaObject* const meta = listener->metaObject(); // the listener may destroy itself before it throws
+    try {
+        invoke(listener, index, QGenericReturnArgument(), values);
+    } catch (...) {
+        logThrown(meta->method(index), log);
+    }
+}
+
+/// Copies of the values of a call that is made later.
+class cKeptValues
+{
+public:
+    /// @p types are those of the method's parameters.
+    cKeptValues(const cMethodCall::Values& values, const QVector<int>& types) : m_types(types)
+    {
+        for (int i = 0; i < types.size(); ++i)
+            m_values[size_t(i)] =
+                QGenericArgument(values[size_t(i)].name(), QMetaType::create(types.at(i), values[size_t(i)].data()));
+    }
+    ~cKeptValues()
+    {
+        for (int i = 0; i < m_types.size(); ++i)
+            QMetaType::destroy(m_types.at(i), m_values[size_t(i)].data());
+    }
+    Q_DISABLE_COPY(cKeptValues)
+
+    const cMethodCall::Values& values() const { return m_values; }
+
+private:
+    const QVector<int> m_types;
+    cMethodCall::Values m_values;
+};
+
+} // namespace
 
 cMethodCall::cMethodCall(const QString& name, const Values& values) : m_values(values)
 {
@@ -21,15 +100,48 @@ cMethodCall::cMethodCall(const QString& name, const Values& values) : m_values(v
 
 bool cMethodCall::callDirectly(QObject* object, QGenericReturnArgument result) const
 {
-    return call(object, m_signature.constData(), Qt::DirectConnection, result);
+    const int index = indexOf(object, m_signature.constData());
+    return index >= 0 && invoke(object, index, result, m_values);
 }
 
-bool cMethodCall::deliver(QObject* object, const QString& prefix) const
+QByteArray cMethodCall::resultType(const QObject* object) const
+{
+    const int index = indexOf(object, m_signature.constData());
+    return index < 0 ? QByteArray() : QByteArray(object->metaObject()->method(index).typeName());
+}
+
+void cMethodCall::deliver(QObject* object, const QString& prefix, const cLog& log) const
 {
     Text signature;
     appendLatin1(signature, prefix);
     signature.append(m_signature.constData(), m_signature.size());
-    return call(object, signature.constData(), Qt::AutoConnection, QGenericReturnArgument());
+    const int index = indexOf(object, signature.constData());
+    if (index < 0)
+        return;
+    if (object->thread() == QThread::currentThread())
+        tell(object, index, m_values, log);
+    else
+        post(object, index, log);
+}
+
+// A call that Qt queues itself would let an exception into the event loop of the listener's thread.
+void cMethodCall::post(QObject* object, int method, const cLog& log) const
+{
+    QVector<int> types;
+    const QMetaMethod called = object->metaObject()->method(method);
+    for (int i = 0; i < called.parameterCount(); ++i) {
+        types.append(called.parameterType(i));
+        if (types.last() == QMetaType::UnknownType) {
+            log.warning().noquote() << QStringLiteral("Cannot queue the event \"%1\": the type %2 is not registered")
+                                           .arg(QLatin1String(called.name()),
+                                                QLatin1String(called.parameterTypes().at(i)))
+                                    << Qt::endl;
+            return;
+        }
+    }
+    const auto kept = QSharedPointer<cKeptValues>::create(m_values, types);
+    QMetaObject::invokeMethod(
+        object, [object, method, kept, log] { tell(object, method, kept->values(), log); }, Qt::QueuedConnection);
 }
 
 void cMethodCall::appendLatin1(Text& text, const QString& string)
@@ -41,15 +153,9 @@ void cMethodCall::appendLatin1(Text& text, const QString& string)
         *to++ = c.unicode() <= 0xff ? char(c.unicode()) : '?';
 }
 
-bool cMethodCall::call(QObject* object, const char* signature, Qt::ConnectionType type,
-                       QGenericReturnArgument result) const
+int cMethodCall::indexOf(const QObject* object, const char* signature)
 {
     const QMetaObject* meta = object->metaObject();
-    int index = meta->indexOfMethod(signature);
-    if (index < 0)
-        index = meta->indexOfMethod(QMetaObject::normalizedSignature(signature).constData());
-    if (index < 0)
-        return false;
-    const Values& v = m_values;
-    return meta->method(index).invoke(object, type, result, v[0], v[1], v[2], v[3], v[4], v[5], v[6], v[7], v[8], v[9]);
+    const int index = meta->indexOfMethod(signature);
+    return index >= 0 ? index : meta->indexOfMethod(QMetaObject::normalizedSignature(signature).constData());
 }

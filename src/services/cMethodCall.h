@@ -1,10 +1,13 @@
 #pragma once
 
+#include <QtCore/QByteArray>
 #include <QtCore/QObject>
 #include <QtCore/QString>
 #include <QtCore/QVarLengthArray>
 
 #include <array>
+
+class cLog;
 
 /**
  * A call by name with its values, made once and carried to one object or to several.
@@ -21,19 +24,24 @@ public:
     /// @p name is taken as Latin-1, other characters as '?'. The values must outlive the call.
     cMethodCall(const QString& name, const Values& values);
 
-    /// Calls the method of @p object, at once and in this thread.
+    /// Calls the method of @p object, at once and in this thread. What the method throws goes on to the caller.
     /// @return false when it has no such method for these types; @p result is then untouched.
     bool callDirectly(QObject* object, QGenericReturnArgument result) const;
 
-    /// Calls the method of @p object whose name is @p prefix + name, at once or queued, whichever its thread asks for.
-    /// @return false when it has no such method for these types.
-    bool deliver(QObject* object, const QString& prefix) const;
+    /// The type that the method of @p object answers, as its class spells it; empty when there is no such method for
+    /// these types.
+    QByteArray resultType(const QObject* object) const;
+
+    /// Calls the method of @p object whose name is @p prefix + name, at once or queued, whichever its thread asks for;
+    /// does nothing when it has no such method for these types. What the method throws is logged to @p log.
+    void deliver(QObject* object, const QString& prefix, const cLog& log) const;
 
 private:
     using Text = QVarLengthArray<char, 256>;
 
     static void appendLatin1(Text& text, const QString& string);
-    bool call(QObject* object, const char* signature, Qt::ConnectionType type, QGenericReturnArgument result) const;
+    static int indexOf(const QObject* object, const char* signature);
+    void post(QObject* object, int method, const cLog& log) const;
 
     const Values& m_values;
     Text m_signature; // such as "changed(QString,int)", with the zero at its end

@@ -2,13 +2,26 @@
 
 #include <Norvale/Corvane.h>
 #include <Norvale/cJsonValue.h>
-#include <Norvale/cLogCentral.h>
 
-#include "services/cMethodCall.h"
+#include "log/cFrameworkLog.h"
+#include "version/ForeignCode.h"
+#include "version/cCodeImage.h"
+
+#include <QtCore/QCoreApplication>
 
 namespace {
 
 std::atomic<cServiceMgr*> s_current{nullptr};
+
+QString textOf(const cServiceInstance& service)
+{
+    return QStringLiteral("the service \"%1\"").arg(service.name());
+}
+
+QString textOf(const cNotificationInstance& listener)
+{
+    return QStringLiteral("a listener of \"%1\"").arg(listener.eventset());
+}
 
 } // namespace
 
@@ -21,7 +34,7 @@ IServiceMgr* IServiceMgr::instance()
     return cServiceMgr::current();
 }
 
-cServiceMgr::cServiceMgr() : m_log(cLogCentral::log(QStringLiteral("ServiceMgr")))
+cServiceMgr::cServiceMgr() : m_log(cFrameworkLog::services())
 {
     s_current.store(this, std::memory_order_release);
 }
@@ -64,7 +77,9 @@ void cServiceMgr::registerService(QObject* pObject)
     const auto record = QSharedPointer<cServiceInstance>::create(pObject);
     if (record->name().isEmpty())
         return;
-    m_services.insert(record);
+    const cServiceRegistry::Record before = m_services.insert(record);
+    if (cStartJournal::isOpen())
+        cStartJournal::note(record->code(), [=] { return withdraw(record, before) ? textOf(*record) : QString(); });
     connect(pObject, &QObject::destroyed, this, &cServiceMgr::onServiceDestroyed, Qt::DirectConnection);
     announce(record->name());
 }
@@ -84,10 +99,15 @@ bool cServiceMgr::invoke(const QString& serviceId, const QString& method, QGener
 {
     QObject* service = m_services.object(serviceId);
     const cMethodCall::Values values{val0, val1, val2, val3, val4, val5, val6, val7, val8, val9};
-    const bool isCalled = service && cMethodCall(method, values).callDirectly(service, ret);
-    if (!isCalled)
-        warnOfFailedCall(serviceId, method);
-    return isCalled;
+    try {
+        if (service && cMethodCall(method, values).callDirectly(service, ret))
+            return true;
+    } catch (...) {
+        logThrown(serviceId, method);
+        return false;
+    }
+    warnOfFailedCall(serviceId, method, values, ret);
+    return false;
 }
 
 bool cServiceMgr::invoke(const QString& serviceId, const QString& method, QGenericArgument val0, QGenericArgument val1,
@@ -102,7 +122,15 @@ void cServiceMgr::addListener(const QString& eventset, QObject* pListener, const
 {
     if (!pListener || m_isClosed)
         return;
-    m_listeners.add(QSharedPointer<cNotificationInstance>::create(eventset, pListener, prefix));
+    const auto record = cListenerRegistry::Record::create(eventset, pListener, prefix);
+    m_listeners.add(record);
+    if (cStartJournal::isOpen()) {
+        cStartJournal::note(record->code(), [=] {
+            const bool isWithdrawn = m_listeners.remove(record);
+            forgetListener(*record);
+            return isWithdrawn ? textOf(*record) : QString();
+        });
+    }
     connect(pListener, &QObject::destroyed, this, &cServiceMgr::onListenerDestroyed, Qt::DirectConnection);
 }
 
@@ -126,7 +154,7 @@ void cServiceMgr::notify(const QString& eventset, const QString& event, QGeneric
     const cMethodCall call(event, values);
     for (auto record = records.crbegin(); record != records.crend(); ++record) {
         if (QObject* listener = (*record)->target())
-            call.deliver(listener, (*record)->prefix());
+            call.deliver(listener, (*record)->prefix(), m_log);
     }
 }
 
@@ -163,13 +191,73 @@ void cServiceMgr::announce(const QString& serviceId)
     Corvane::handleLocalSocketMessage(-1, message);
 }
 
-void cServiceMgr::warnOfFailedCall(const QString& serviceId, const QString& method) const
+QStringList cServiceMgr::withdraw(const cCodeImage& image)
 {
-    QString reason = QStringLiteral("none is registered under this id");
-    if (m_services.object(serviceId))
-        reason = QStringLiteral("it has no such method for the given values");
-    else if (m_services.contains(serviceId))
-        reason = QStringLiteral("it has been destroyed without being unregistered");
+    QStringList withdrawn;
+    for (const cServiceRegistry::Record& record : m_services.takeOf(image)) {
+        forgetService(*record);
+        withdrawn.append(textOf(*record));
+    }
+    for (const cListenerRegistry::Record& record : m_listeners.removeOf(image)) {
+        forgetListener(*record);
+        withdrawn.append(textOf(*record));
+    }
+    return withdrawn;
+}
+
+/// Withdraws a service, and puts the one that it has superseded back in its place, if that still exists.
+bool cServiceMgr::withdraw(const cServiceRegistry::Record& record, const cServiceRegistry::Record& before)
+{
+    const bool isBack = before && before->service();
+    const bool isWithdrawn = m_services.withdraw(record, isBack ? before : cServiceRegistry::Record());
+    forgetService(*record);
+    return isWithdrawn;
+}
+
+// A connection that is left would have the object's code called when the manager goes.
+void cServiceMgr::forgetService(const cServiceInstance& record)
+{
+    QObject* const service = record.service();
+    if (service && m_services.object(record.name()) != service)
+        disconnect(service, &QObject::destroyed, this, &cServiceMgr::onServiceDestroyed);
+}
+
+// So would an event that waits for it.
+void cServiceMgr::forgetListener(const cNotificationInstance& record)
+{
+    QObject* const listener = record.guard();
+    if (!listener || m_listeners.hasLiving(listener))
+        return;
+    disconnect(listener, &QObject::destroyed, this, &cServiceMgr::onListenerDestroyed);
+    QCoreApplication::removePostedEvents(listener, QEvent::MetaCall);
+}
+
+void cServiceMgr::logThrown(const QString& serviceId, const QString& method) const
+{
+    const QString thrown = whatWasThrown();
+    m_log.error().noquote() << QStringLiteral("The service \"%1\" %2 in \"%3\"").arg(serviceId, thrown, method)
+                            << Qt::endl;
+}
+
+void cServiceMgr::warnOfFailedCall(const QString& serviceId, const QString& method, const cMethodCall::Values& values,
+                                   const QGenericReturnArgument& result) const
+{
+    const QString reason = reasonOfFailedCall(serviceId, cMethodCall(method, values), result);
     m_log.warning().noquote()
         << QStringLiteral("Cannot call \"%1\" of the service \"%2\": %3").arg(method, serviceId, reason) << Qt::endl;
+}
+
+QString cServiceMgr::reasonOfFailedCall(const QString& serviceId, const cMethodCall& call,
+                                        const QGenericReturnArgument& result) const
+{
+    const QObject* const service = m_services.object(serviceId);
+    if (!service && m_services.contains(serviceId))
+        return QStringLiteral("it has been destroyed without being unregistered");
+    if (!service)
+        return QStringLiteral("none is registered under this id");
+    const QByteArray type = call.resultType(service);
+    if (type.isEmpty() || !result.name())
+        return QStringLiteral("it has no such method for the given values");
+    return QStringLiteral("its result is of the type %1, not %2")
+        .arg(QLatin1String(type), QLatin1String(result.name()));
 }

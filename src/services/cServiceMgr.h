@@ -4,6 +4,7 @@
 #include <Norvale/cLog.h>
 
 #include "services/cListenerRegistry.h"
+#include "services/cMethodCall.h"
 #include "services/cServiceRegistry.h"
 
 #include <atomic>
@@ -12,8 +13,9 @@
  * The service manager: registers, looks up and calls services, and delivers events to listeners.
  *
  * No lock is held while foreign code runs: service methods, listeners, message handlers, and the connect and disconnect
- * notifications of a QObject. What a registered object does when it is destroyed reaches the manager directly, in the
- * thread that destroys it and before its address can be used again.
+ * notifications of a QObject. What such code throws ends here, and is logged with the one that threw. What a registered
+ * object does when it is destroyed reaches the manager directly, in the thread that destroys it and before its address
+ * can be used again.
  *
  * Calls with fewer than ten values go through `IServiceMgr`, which declares the shorter forms.
  */
@@ -33,6 +35,9 @@ public:
     void setClosed();
     /// Drops every service and listener record. The objects are not touched.
     void releaseAll();
+    /// Withdraws the services and listeners whose code lies in @p image, which is about to be unloaded.
+    /// @return what they were, for the log.
+    QStringList withdraw(const cCodeImage& image);
 
     void verifyAPI(const QString& service_id, const QString& version) override;
     void verifyAPI2(const QMetaObject* pMO, const QString& version) override;
@@ -62,7 +67,14 @@ public Q_SLOTS:
 
 private:
     static void announce(const QString& serviceId);
-    void warnOfFailedCall(const QString& serviceId, const QString& method) const;
+    bool withdraw(const cServiceRegistry::Record& record, const cServiceRegistry::Record& before);
+    void forgetService(const cServiceInstance& record);
+    void forgetListener(const cNotificationInstance& record);
+    void warnOfFailedCall(const QString& serviceId, const QString& method, const cMethodCall::Values& values,
+                          const QGenericReturnArgument& result) const;
+    QString reasonOfFailedCall(const QString& serviceId, const cMethodCall& call,
+                               const QGenericReturnArgument& result) const;
+    void logThrown(const QString& serviceId, const QString& method) const;
 
     cServiceRegistry m_services;
     cListenerRegistry m_listeners;

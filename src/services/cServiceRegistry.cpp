@@ -65,6 +65,7 @@ cServiceInstance::cServiceInstance(QObject* service)
     : m_name(idOf(service))
     , m_service(service)
     , m_isThreadSafe(classInformation(service, "threadsafe") == QLatin1String("true"))
+    , m_code(cCodeImage::codeOf(service))
 {
 }
 
@@ -73,11 +74,12 @@ QString cServiceInstance::idOf(const QObject* object)
     return classInformation(object, "service");
 }
 
-void cServiceRegistry::insert(Record record)
+cServiceRegistry::Record cServiceRegistry::insert(Record record)
 {
     const QWriteLocker writer(&m_lock);
     m_records[record->name()].swap(record);
     m_state.store(nextState(), std::memory_order_release);
+    return record;
 }
 
 cServiceRegistry::Record cServiceRegistry::take(const QString& id)
@@ -90,6 +92,36 @@ cServiceRegistry::Record cServiceRegistry::take(const QString& id)
         m_records.erase(found);
         m_state.store(nextState(), std::memory_order_release);
     }
+    return taken;
+}
+
+bool cServiceRegistry::withdraw(const Record& record, const Record& before)
+{
+    Record withdrawn;
+    const QWriteLocker writer(&m_lock);
+    const auto found = m_records.find(record->name());
+    if (found == m_records.end() || found->second != record)
+        return false;
+    withdrawn.swap(found.value());
+    if (before)
+        found.value() = before;
+    else
+        m_records.erase(found);
+    m_state.store(nextState(), std::memory_order_release);
+    return true;
+}
+
+QVector<cServiceRegistry::Record> cServiceRegistry::takeOf(const cCodeImage& image)
+{
+    QVector<Record> taken;
+    const QWriteLocker writer(&m_lock);
+    for (const auto& entry : m_records) {
+        if (image.contains(entry.second->code()))
+            taken.append(entry.second);
+    }
+    for (const Record& record : qAsConst(taken))
+        m_records.erase(record->name());
+    m_state.store(nextState(), std::memory_order_release);
     return taken;
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "version/FlatMap.h"
+#include "version/cCodeImage.h"
 
 #include <QtCore/QObject>
 #include <QtCore/QPointer>
@@ -8,6 +9,7 @@
 #include <QtCore/QSharedPointer>
 #include <QtCore/QString>
 #include <QtCore/QStringList>
+#include <QtCore/QVector>
 
 #include <atomic>
 
@@ -26,6 +28,8 @@ public:
     const QString& name() const { return m_name; }
     QObject* service() const { return m_service.data(); }
     bool isThreadSafe() const { return m_isThreadSafe; }
+    /// Where the code of the object's class lies; see cCodeImage.
+    const void* code() const { return m_code; }
 
     /// The id under which an object of this class is published; empty when its class names none.
     static QString idOf(const QObject* object);
@@ -34,6 +38,7 @@ private:
     const QString m_name;
     const QPointer<QObject> m_service;
     const bool m_isThreadSafe;
+    const void* const m_code;
 };
 
 /**
@@ -48,10 +53,14 @@ class cServiceRegistry
 public:
     using Record = QSharedPointer<cServiceInstance>;
 
-    /// Stores a record under its name, in the place of one that is there.
-    void insert(Record record);
+    /// Stores a record under its name, in the place of one that is there. @return that one; null when there was none.
+    Record insert(Record record);
     /// @return the record that was stored under @p id; null when there was none.
     Record take(const QString& id);
+    /// Takes out that very record, and puts @p before in its place unless that is null. False when it is not there.
+    bool withdraw(const Record& record, const Record& before);
+    /// @return the records of objects whose code lies in @p image, which are taken out.
+    QVector<Record> takeOf(const cCodeImage& image);
     void clear();
 
     bool contains(const QString& id) const;

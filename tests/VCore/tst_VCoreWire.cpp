@@ -204,7 +204,7 @@ void tst_VCoreWire::answersMessages_data()
           call("filled", R"([16777200],"request":")" + QByteArray(257, 'r') + '"'),
           R"(answer_too_large","text":"the answer has 16777248 bytes)");
     error("handler that throws", R"({"command":"THROW_Base"})",
-          R"(handler_failed","text":"a handler threw: key not found)");
+          R"(handler_failed","text":"a handler threw an exception: key not found)");
     error("nested without end", call("pair", "[1," + QByteArray(200000, '[') + QByteArray(200000, ']') + ']'),
           unfit + "pair(QVariant,QVariant)");
 }

@@ -3,9 +3,13 @@
 #include "Rows.h"
 #include "SettingsSandbox.h"
 
+#include "log/cFrameworkLog.h"
+
 #include <functional>
 #include <memory>
 #include <optional>
+#include <stdexcept>
+#include <thread>
 
 /// What is done with a channel and its lines.
 using Use = void (*)(cLog& log);
@@ -41,12 +45,19 @@ private slots:
     void files();
     void history();
     void hooks();
+    void throwingHook();
     void threadsWriteWholeLinesInOrder();
     void assignmentLetsWaitingThreadsOn();
 
 private:
     SettingsSandbox m_sandbox;
 };
+
+static QTextStream& latin1(QTextStream& stream)
+{
+    stream.setCodec("ISO-8859-1");
+    return stream;
+}
 
 /// Each row has a channel of its own, named as the row; in the lines it is "[]".
 void tst_Log::writes_data()
@@ -111,12 +122,22 @@ void tst_Log::writes_data()
         moved = QDebug(QtDebugMsg).nospace();
         log.info() << "c" << Qt::endl;
     });
-    // the bytes of the locale's codec, each a character
-    const QString umlaut = QString::fromLatin1(QTextCodec::codecForLocale()->fromUnicode(QString(QChar(0xe4))));
-    const QString part(65535, 'x');
+    // each where a piece of the line ends
+    const QString part(65535, 'x'), umlaut(QChar(0xe4));
     row("long line, then one with a zero byte", "[]" + part + umlaut + part + " \n[]% %2 ", [](cLog& log) {
         log.info().noquote() << QString(65535, 'x') + QChar(0xe4) + QString(65535, 'x') << Qt::endl;
         log.info() << '%' << "%2" << char(0) << "gone" << Qt::endl;
+    });
+    const QString letters = QString::fromUtf8("ä€😀ж\x1b[1m\u202e");
+    row("letters as they were streamed, in UTF-8 or Latin-1", "[]" + letters + " \"ä€\" \n[]ä \n", [](cLog& log) {
+        log.info().noquote() << QString::fromUtf8("ä€😀ж\x1b[1m\u202e") << "\"ä€\"" << Qt::endl;
+        log.info().noquote() << latin1 << QString(QChar(0xe4)) << Qt::endl;
+    });
+    row("the framework's lines are shown", "[PluginMgr]a\\n\\x1b\\u{202e}ä\\x00 \n[a\\nb]c\nd \n", [](cLog&) {
+        cFrameworkLog::plugins();
+        const QString name = QString::fromUtf8("a\n\x1b\u202eä") + QChar(0);
+        cLogCentral::log("PluginMgr").info().noquote() << name << Qt::endl;
+        cLogCentral::log("a\nb").info() << "c\nd" << Qt::endl;
     });
 }
 
@@ -227,6 +248,27 @@ void tst_Log::hooks()
     hooks[0].emplace().action = hooks[5]->action; // at the same address, but it is no hook
     cLogCentral::log("hooks").error() << "b" << Qt::flush;
     QCOMPARE(called, QStringList({"0 hooks 1 a ", "3 hooks 1 a ", "5 hooks 1 a ", "3 hooks 2 b ", "5 hooks 2 b "}));
+}
+
+/// It is named where no hook hears of it, and the line goes on its way; also when the hook is called later.
+void tst_Log::throwingHook()
+{
+    const LogFile file;
+    QStringList called;
+    Hook first, throwing, last;
+    for (Hook* hook : {&first, &throwing, &last}) {
+        hook->action = [&](const QString& line) { called << line; };
+        cLogCentral::addHook(hook, "onLine");
+    }
+    throwing.action = [](const QString&) { throw std::runtime_error("out of paper"); };
+    cLogCentral::setDebuggerOutput(true);
+    cLogCentral::log("hooks").warning() << "a" << Qt::flush;
+    std::thread([] { cLogCentral::log("hooks").warning() << "b" << Qt::flush; }).join();
+    QCoreApplication::processEvents();
+    QCOMPARE(called, QStringList({"hooks 1 a ", "hooks 1 a ", "hooks 1 b ", "hooks 1 b "}));
+    QCOMPARE(file.lines().count("[Norvale]The log hook Hook threw an exception: out of paper"), 2);
+    QCOMPARE(cLogCentral::history().last().level, debugError);
+    cLogCentral::removeHook(&first); // which waits for nothing that the exception has left locked
 }
 
 /// Meanwhile the file, the hooks and the switch, which does not count for warnings, are changed. A hook is called at

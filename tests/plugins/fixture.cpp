@@ -3,15 +3,30 @@
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QStringList>
+#include <QtCore/QThread>
 #include <QtCore/QVariant>
 
+#include <memory>
 #include <stdexcept>
 
-/// A service that nobody withdraws.
+/// A service and listener that nobody withdraws.
 class cLeftService : public QObject
 {
     Q_OBJECT
     Q_CLASSINFO("service", "left")
+
+public:
+    Q_INVOKABLE void onChanged() {}
+};
+
+/// Another one, which another thread registers.
+class cThreadsService : public QObject
+{
+    Q_OBJECT
+    Q_CLASSINFO("service", "leftByThread")
+
+public:
+    using QObject::QObject;
 };
 
 /// A type of this library: nothing of it may be touched once the library is unloaded.
@@ -39,7 +54,9 @@ public:
             askForOthers(false);
         if (is("leavesService"))
             leaveService();
-        return !is("startFails") && !is("leavesService");
+        if (is("acts") || is("actsAndFails"))
+            act(context->name());
+        return !is("startFails") && !is("leavesService") && !is("actsAndFails");
     }
     void stop(IPluginContext* context) override
     {
@@ -64,7 +81,23 @@ private:
     {
         QObject* service = new cLeftService;
         *static_cast<QObject**>(QCoreApplication::instance()->property("leftService").value<void*>()) = service;
-        QMetaObject::invokeMethod(managerOf("serviceMgr"), "registerService", Q_ARG(QObject*, service));
+        auto* other = new cThreadsService(service);
+        QObject* services = managerOf("serviceMgr");
+        QMetaObject::invokeMethod(services, "registerService", Q_ARG(QObject*, service));
+        QMetaObject::invokeMethod(services, "addListener", Q_ARG(QString, QStringLiteral("LeftEvents")),
+                                  Q_ARG(QObject*, service), Q_ARG(QString, QStringLiteral("on")));
+        const std::unique_ptr<QThread> thread(QThread::create([&] {
+            QMetaObject::invokeMethod(services, "registerService", Qt::DirectConnection, Q_ARG(QObject*, other));
+        }));
+        thread->start();
+        thread->wait();
+    }
+    /// Has the test take the steps that it has for this plugin.
+    static void act(const QString& plugin)
+    {
+        const QString steps = QCoreApplication::instance()->property(qPrintable("acts " + plugin)).toString();
+        for (const QString& step : steps.split(", "))
+            QMetaObject::invokeMethod(managerOf("suite"), "take", Q_ARG(QString, step));
     }
     static QObject* managerOf(const char* name)
     {

@@ -1,13 +1,16 @@
 #include "AtOnce.h"
+#include "LogFile.h"
 #include "SettingsSandbox.h"
 
 #include "services/cServiceMgr.h"
+#include "version/ForeignCode.h"
 
 #include <QtTest/QtTest>
 
 #include <functional>
 #include <memory>
 #include <new>
+#include <stdexcept>
 
 /// Notes what it is told in a journal that it shares with others, under its name.
 class cListener : public QObject
@@ -114,6 +117,45 @@ private Q_SLOTS:
         next->~cListener();
         m_mgr.removeListener("T", unwatched);
         QCOMPARE(heard("T"), QStringList());
+    }
+    /// It is named, and the others hear of the event; also when the call is queued.
+    void throwingListener()
+    {
+        const LogFile file;
+        m_a.whenChanged = [] { throw std::runtime_error("out of paper"); };
+        for (cListener* listener : {&m_b, &m_a, &m_b})
+            m_mgr.addListener("S", listener);
+        QCOMPARE(heard("S"), QStringList({"B changed", "A changed", "B changed"}));
+        std::thread([&] { m_mgr.notify("S", "Changed"); }).join();
+        QCoreApplication::processEvents();
+        m_a.whenChanged = [] {};
+        QCOMPARE(m_journal.size(), 6);
+        const QString culprit = "[ServiceMgr]The listener cListener of " + QCoreApplication::applicationFilePath() +
+                                " threw an exception: out of paper in \"onChanged\"";
+        QVERIFY2(file.lines().count(culprit) == 2, qPrintable(file.lines()));
+    }
+    void failedStartIsUndone()
+    {
+        cListener& kept = m_b;
+        auto destroyed = std::make_unique<cListener>("destroyed", m_journal);
+        m_mgr.addListener("S", &kept);
+        cStartJournal journal;
+        {
+            const cStartJournal::Opened opened(journal);
+            m_mgr.addListener("S", &m_a);
+            m_mgr.addListener("T", &m_a);
+            m_mgr.addListener("S", destroyed.get());
+            m_mgr.removeListener("T", &m_a);
+        }
+        destroyed.reset();
+        m_mgr.addListener("S", &kept);
+        std::thread([&] { m_mgr.notify("S", "Changed"); }).join(); // it waits for them when they are withdrawn
+        QCOMPARE(journal.undo([](const void*) { return false; }), QStringList("a listener of \"S\""));
+        m_journal.clear();
+        QCoreApplication::processEvents();
+        QCOMPARE(m_journal, QStringList({"B changed", "B changed"}));
+        QCOMPARE(m_manager.withdraw(cCodeImage::around(cCodeImage::codeOf(&kept))).size(), 2);
+        QCOMPARE(heard("S"), QStringList());
     }
     void otherThreadGetsAQueuedCall()
     {

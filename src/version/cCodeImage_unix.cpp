@@ -1,0 +1,49 @@
+#include "version/cCodeImage.h"
+
+#include <QtCore/QCoreApplication>
+#include <QtCore/QFile>
+
+#include <link.h>
+
+namespace {
+
+struct Search
+{
+    ElfW(Addr) address; // that is looked for
+    ElfW(Addr) begin = 0;
+    ElfW(Addr) end = 0;
+    QByteArray path{}; // empty for the program
+};
+
+int look(dl_phdr_info* image, size_t, void* data)
+{
+    Search& search = *static_cast<Search*>(data);
+    Search range{search.address};
+    bool isFound = false;
+    for (int i = 0; i < image->dlpi_phnum; ++i) {
+        const ElfW(Phdr)& segment = image->dlpi_phdr[i];
+        if (segment.p_type != PT_LOAD)
+            continue;
+        const ElfW(Addr) begin = image->dlpi_addr + segment.p_vaddr, end = begin + segment.p_memsz;
+        range.begin = range.end == 0 ? begin : qMin(range.begin, begin);
+        range.end = qMax(range.end, end);
+        isFound = isFound || (begin <= search.address && search.address < end);
+    }
+    if (!isFound)
+        return 0;
+    range.path = image->dlpi_name;
+    search = range;
+    return 1;
+}
+
+} // namespace
+
+cCodeImage cCodeImage::around(const void* address)
+{
+    Search search{reinterpret_cast<ElfW(Addr)>(address)};
+    if (!dl_iterate_phdr(look, &search))
+        return cCodeImage();
+    const QString path =
+        search.path.isEmpty() ? QCoreApplication::applicationFilePath() : QFile::decodeName(search.path);
+    return {reinterpret_cast<const void*>(search.begin), reinterpret_cast<const void*>(search.end), path};
+}
