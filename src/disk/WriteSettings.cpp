@@ -67,6 +67,18 @@ QString causeOf(const QSettings& store)
     return QStringLiteral("what stands there are no settings");
 }
 
+QString causeOf(const QLockFile& lock)
+{
+    switch (lock.error()) {
+    case QLockFile::LockFailedError:
+        return QStringLiteral("another process holds its lock");
+    case QLockFile::PermissionError:
+        return qt_error_string();
+    default: // it was made, and the system's reason is that of something later
+        return QStringLiteral("its lock cannot be written");
+    }
+}
+
 constexpr QLatin1String NotAsWritten("it does not read as it was written");
 
 /// QSettings does without reading a file again whose size and time are those that it knows.
@@ -110,8 +122,7 @@ public:
         QLockFile lock(m_path + QLatin1String(".lock"));
         errno = 0;
         if (!lock.tryLock(Patience)) {
-            m_cause = lock.error() == QLockFile::LockFailedError ? QStringLiteral("another process holds its lock")
-                                                                 : qt_error_string();
+            m_cause = causeOf(lock);
             return Failed;
         }
         QByteArray now;

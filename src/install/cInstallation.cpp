@@ -108,8 +108,7 @@ bool cInstallation::prepare(const cFeatureCatalogue& offered, const cPackageSour
 {
     m_settings.setTarget(offered, !m_plan->features().isEmpty());
     if (m_settings.hasChange() && !m_settings.isWritable())
-        return logAndFail(source, cInstallOutcome::Failed,
-                          QStringLiteral("the machine-wide settings cannot be written"));
+        return logAndFail(source, cInstallOutcome::Failed, m_settings.errorString());
     if (m_plan->features().isEmpty())
         return true;
     leaveOutForeign();

@@ -3,6 +3,8 @@
 #include "config/cFeatureCatalogue.h"
 #include "disk/WriteSettings.h"
 
+#include <QtCore/QDir>
+
 cRepositorySettings::cRepositorySettings()
     : m_oldName(m_settings.value(QLatin1String(SettingsKey::RepositoryName)))
     , m_oldVersion(m_settings.value(QLatin1String(SettingsKey::RepositoryVersion)))
@@ -22,6 +24,16 @@ void cRepositorySettings::setTarget(const cFeatureCatalogue& offered, bool isTak
         m_newName = offered.name();
     if (!isSame || cVersion(m_oldVersion.toString()) < offered.version())
         m_newVersion = offered.version().toString();
+}
+
+bool cRepositorySettings::isWritable()
+{
+    if (m_settings.isWritable())
+        return true;
+    const bool isFile = QDir::isAbsolutePath(m_settings.fileName()); // else in the registry
+    m_errorString = QStringLiteral("the settings in %1 cannot be written: %2")
+                        .arg(m_settings.fileName(), isFile ? qt_error_string() : QStringLiteral("access is denied"));
+    return false;
 }
 
 bool cRepositorySettings::store()

@@ -28,7 +28,8 @@ public:
         m_newVersion = m_oldVersion;
     }
     bool hasChange() const { return m_newName != m_oldName || m_newVersion != m_oldVersion; }
-    bool isWritable() const { return m_settings.isWritable(); }
+    /// False when they cannot be written whatever is tried; errorString() then says why.
+    [[nodiscard]] bool isWritable();
 
     /// Stores the target. False when the system refuses; errorString() then says why, and the old values are there.
     [[nodiscard]] bool store();
