@@ -89,7 +89,7 @@ struct cFileFinding
     /// What is found.
     Kind kind = Missing;
     /// The plugin as "name-version", the version in print form: "Foo-1.02.003". Empty for what is of no plugin: the
-    /// features file, the record of files, a foreign folder.
+    /// features file, the record of files, a foreign folder, the name of the repository in the settings.
     QString plugin;
     /// The file relative to the plugin's folder, or to the folder of all plugins, with slashes; empty when the plugin
     /// as a whole is meant.

@@ -14,6 +14,7 @@
 #include "install/cPackage.h"
 #include "install/cPackageCheck.h"
 #include "install/cPluginFolders.h"
+#include "install/cRepositorySettings.h"
 #include "install/cUnpacking.h"
 #include "plugins/cPluginMgr.h"
 
@@ -71,9 +72,8 @@ QString moveInto(const QDir& folder, const QString& name, const QString& from)
 
 } // namespace
 
-cRepairSource::cRepairSource(cConfigurationMgr& configuration, const cFeatureCatalogue& catalogue,
-                             const QString& scratch)
-    : m_configuration(configuration), m_installed(catalogue), m_scratch(scratch)
+cRepairSource::cRepairSource(cConfigurationMgr& configuration, const QString& scratch)
+    : m_configuration(configuration), m_scratch(scratch)
 {
 }
 
@@ -168,11 +168,7 @@ const cFeatureCatalogue& cRepairSource::offered()
     if (m_offered)
         return *m_offered;
     m_offered = cFeatureCatalogue();
-    QString name = cMachineSettings().value(QLatin1String(SettingsKey::RepositoryName)).toString();
-    for (const QSharedPointer<cFeatureInstance>& feature : m_installed.features()) {
-        if (name.isEmpty() && !feature->isDevelopment())
-            name = feature->repository(); // the settings have been lost
-    }
+    const QString name = cMachineSettings().value(QLatin1String(SettingsKey::RepositoryName)).toString();
     cRuntimeInfo ignored;
     cUpdateMgr* updates = cUpdateMgr::instance();
     if (updates) {
@@ -200,6 +196,7 @@ cRepairOutcome cRepair::run()
     }
     cVerification verification(m_manager, m_log);
     (void)verification.run(state);
+    restoreSettings(state);
     if (!verification.faulty().isEmpty())
         repairPlugins(verification);
     writeRecord(verification);
@@ -230,6 +227,21 @@ bool cRepair::restoreCatalogue(cInstalledState& state)
     return true;
 }
 
+// Without them no update would ever be found again.
+void cRepair::restoreSettings(const cInstalledState& state)
+{
+    const cFeatureCatalogue lost = state.lostRepository();
+    if (lost.name().isEmpty())
+        return;
+    const QString name = QStringLiteral("ConfigMgr/RepositoryName");
+    cRepositorySettings settings;
+    settings.setTarget(lost, true);
+    if (settings.store())
+        m_outcome.repaired.append(name);
+    else
+        noteUnrepaired(name, settings.errorString());
+}
+
 void cRepair::repairPlugins(const cVerification& verification)
 {
     cFolderJournal journal;
@@ -242,8 +254,7 @@ void cRepair::repairPlugins(const cVerification& verification)
         reason = remover.errorString();
     else if (!QDir().mkpath(scratch))
         reason = QStringLiteral("the folder %1 cannot be made").arg(scratch);
-    const cFeatureCatalogue installed = m_configuration.installed();
-    cRepairSource source(m_configuration, installed, scratch);
+    cRepairSource source(m_configuration, scratch);
     for (const cPluginId& id : verification.faulty()) {
         QString own = reason;
         if (own.isEmpty() && repairPlugin(id, source, &own))

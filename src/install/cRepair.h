@@ -18,8 +18,8 @@ class cPluginMgr;
 class cRepairSource
 {
 public:
-    /// @p catalogue is what is installed; packages that are fetched go into the folder @p scratch.
-    cRepairSource(cConfigurationMgr& configuration, const cFeatureCatalogue& catalogue, const QString& scratch);
+    /// Packages that are fetched go into the folder @p scratch.
+    cRepairSource(cConfigurationMgr& configuration, const QString& scratch);
 
     /// Reads a package that has been verified whole into @p package. False when it cannot be had; @p reason tells why.
     [[nodiscard]] bool get(const cPluginId& id, cPackage& package, QString* reason);
@@ -31,7 +31,6 @@ private:
     const cFeatureCatalogue& offered();
 
     cConfigurationMgr& m_configuration;
-    const cFeatureCatalogue& m_installed;
     QString m_scratch;
     std::optional<cFeatureCatalogue> m_offered; // of the update locations; searched for when first needed
 };
@@ -53,6 +52,7 @@ public:
 
 private:
     bool restoreCatalogue(cInstalledState& state);
+    void restoreSettings(const cInstalledState& state);
     void repairPlugins(const cVerification& verification);
     bool repairPlugin(const cPluginId& id, cRepairSource& source, QString* reason);
     bool putInPlace(const cPluginId& id, const QString& from, const cFileRecord::Files& files, QString* reason);

@@ -3,6 +3,7 @@
 #include "config/cCatalogueReader.h"
 #include "config/cConfigurationMgr.h"
 #include "core/Files.h"
+#include "core/Settings.h"
 #include "disk/WholeFiles.h"
 #include "install/cInstallMgr.h"
 #include "install/cInstallPlan.h"
@@ -93,6 +94,19 @@ cInstalledState cInstalledState::read(cConfigurationMgr& configuration)
     return state;
 }
 
+cFeatureCatalogue cInstalledState::lostRepository() const
+{
+    cFeatureCatalogue lost;
+    if (!cMachineSettings().value(QLatin1String(SettingsKey::RepositoryName)).toString().isEmpty())
+        return lost;
+    for (const QSharedPointer<cFeatureInstance>& feature : catalogue.features()) {
+        if (!feature->isDevelopment() && lost.name().isEmpty())
+            lost.setName(feature->repository());
+    }
+    lost.setVersion(catalogue.version());
+    return lost;
+}
+
 cVerifyOutcome cVerification::run(const cInstalledState& state)
 {
     m_outcome.reason = state.reason;
@@ -101,6 +115,9 @@ cVerifyOutcome cVerification::run(const cInstalledState& state)
         return m_outcome;
     if (!state.fault.isEmpty())
         add(state.isGone ? Kind::Missing : Kind::Changed, cPluginId(), QStringLiteral("features.xml"), state.fault);
+    if (!state.lostRepository().name().isEmpty())
+        add(Kind::Missing, cPluginId(), QStringLiteral("ConfigMgr/RepositoryName"),
+            QStringLiteral("is missing in the machine-wide settings"));
     readRecord();
     const QVector<cPluginId> plugins = pluginsOf(state.catalogue.features());
     const auto development = state.catalogue.find(QString::fromLatin1(cFeatureInstance::DevelopmentName));

@@ -30,6 +30,10 @@ struct cInstalledState
     QByteArray lastXml;  // what the features file is to be again; empty when it is whole
     QString reason;      // why nothing can be told; empty when the catalogue is what is installed
 
+    /// Name and version of the repository that the machine-wide settings have lost, though features of it are
+    /// installed; an empty catalogue with both. Without a name when nothing is lost.
+    cFeatureCatalogue lostRepository() const;
+
     /// Reads both as they are now; the configuration manager's installed catalogue is that of the features file.
     static cInstalledState read(cConfigurationMgr& configuration);
 };

@@ -10,6 +10,8 @@
 
 #include <Norvale/cLogCentral.h>
 
+#include <QtCore/QFileInfo>
+
 #include <new>
 
 namespace {
@@ -99,9 +101,14 @@ bool Corvane::initialize()
     if (!initializeFolderOrFile() || !cLogCentral::initialize())
         return false;
     if (installRecord().isEmpty())
-        frameworkLog().warning().noquote() << "There is no" << installRecordPlace() + QLatin1Char(':')
-                                         << "the current folder is taken for the installation,"
-                                         << velmiraFolderOrFile(CoreFolder) << Qt::endl;
+        frameworkLog().warning().noquote()
+            << "There is no" << installRecordPlace() + QLatin1Char(':')
+            << "the current folder is taken for the installation," << velmiraFolderOrFile(CoreFolder) << Qt::endl;
+    else if (!QFileInfo::exists(velmiraFolderOrFile(PluginsFolder)) &&
+             !QFileInfo::exists(velmiraFolderOrFile(BootstrapFolder)))
+        frameworkLog().warning().noquote()
+            << "Nothing is in" << velmiraFolderOrFile(CoreFolder)
+            << "that could be installed or started; the folder is named by" << installRecordPlace() << Qt::endl;
     return createPluginMgr() && createServiceMgr() && createConfigurationMgr() && createInstallMgr() &&
            createUpdateMgr();
 }

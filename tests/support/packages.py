@@ -153,7 +153,7 @@ def repository(folder, head, features):
             if fault != "missing":
                 open(path, "wb").write(data)
             digest = hashlib.sha1(data + (b"x" if fault == "hash" else b"")).hexdigest()
-            digest = "no hash" if fault == "no-hash" else digest
+            digest = "?" if fault == "no-hash" else digest
             sources = ["none/x", os.path.relpath(path, folder)] if fault == "elsewhere" else [os.path.basename(path)]
             xml += f'<plugin name="{words[0]}" version="{words[1]}" size="{len(data)}">'
             xml += "".join(f"<source>{source}</source>" for source in sources)

@@ -1,0 +1,222 @@
+#include "config/cConfigurationMgr.h"
+#include "config/cUpdateMgr.h"
+#include "install/cInstallMgr.h"
+#include "plugins/cFileRecord.h"
+#include "plugins/cPluginMgr.h"
+
+#include <Files.h>
+#include <MachineProgram.h>
+#include <Norvale/Corvane.h>
+#include <Norvale/IConfigMgr.h>
+#include <Rows.h>
+#include <SettingsSandbox.h>
+
+static const char Site[] =
+    "<s><repository config='release' status='release' platform='x64' update='main' content='repo'/></s>";
+
+/// Verifying and repairing an installation of the plugins A and B on a real disk, from a site that may have gone on.
+class tst_cRepair : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void findsAndMends_data()
+    {
+        // What is done to the plugins folder, what is found, and what is repaired of it or, behind "!", is not.
+        const Rows<QString, QString, QString> row("damage", "found", "repaired");
+        const QString a = "A-1.00.000", last = ", B-1.00.000";
+        row("nothing", "", "", "");
+        row("a library cut short", "cut A-1.00.000/it.so", "changed A-1.00.000 it.so", a);
+        row("a bit in a library", "flip A-1.00.000/it.so", "changed A-1.00.000 it.so", a);
+        row("a manifest that is none", "cut A-1.00.000/Manifest.xml", "changed A-1.00.000 Manifest.xml", a);
+        row("files gone", "remove A-1.00.000/it.so; remove B-1.00.000/doc/read.me",
+            "missing A-1.00.000 it.so, missing B-1.00.000 doc/read.me", a + last);
+        row("a folder gone", "remove A-1.00.000", "folder A-1.00.000 ", a);
+        row("foreign files", "add A-1.00.000/doc/mine; add Mine-1.00.000/x",
+            "foreign A-1.00.000 doc/mine, foreign  Mine-1.00.000", "");
+        row("a foreign file beside a changed one", "add A-1.00.000/doc/mine; cut A-1.00.000/doc/read.me",
+            "changed A-1.00.000 doc/read.me, foreign A-1.00.000 doc/mine", a);
+        row("record damaged", "cut files.json", "changed  files.json, no record A-1.00.000 , no record B-1.00.000 ",
+            "files.json");
+        row("record gone", "remove files.json", "no record A-1.00.000 , no record B-1.00.000 ", "files.json");
+        row("record and manifest gone", "remove files.json; remove A-1.00.000/Manifest.xml",
+            "missing A-1.00.000 Manifest.xml, no record B-1.00.000 ", a + ", files.json");
+        row("features file cut short", "cut features.xml; cut A-1.00.000/it.so",
+            "changed  features.xml, changed A-1.00.000 it.so", "features.xml, " + a);
+        row("features file well-formed, but another", "lose features.xml", "changed  features.xml", "features.xml");
+        row("features file gone", "remove features.xml", "missing  features.xml", "features.xml");
+        row("name of the repository gone", "forget", "missing  ConfigMgr/RepositoryName", "ConfigMgr/RepositoryName");
+        row("in the Bootstrap folder", "site none; bootstrap 1.0; cut A-1.00.000/it.so", "changed A-1.00.000 it.so", a);
+        row("not to be had any more", "site 2.0; cut A-1.00.000/it.so", "changed A-1.00.000 it.so",
+            "!A-1.00.000: the newest repository on the update locations, \"main\" 2.00.000, only has version 2.00.000");
+        row("no hash", "site nohash; cut A-1.00.000/it.so", "changed A-1.00.000 it.so",
+            "!A-1.00.000: the newest repository on the update locations, \"main\" 1.00.000, gives no hash for it");
+        row("defective package", "site damaged; cut A-1.00.000/it.so", "changed A-1.00.000 it.so",
+            "!A-1.00.000: its package cannot be had: file://");
+        row("no site", "site none; cut A-1.00.000/it.so", "changed A-1.00.000 it.so",
+            "!A-1.00.000: no repository of this installation can be had");
+        row("a folder that is a link", "link A-1.00.000; cut A-1.00.000/it.so", "changed A-1.00.000 it.so",
+            "!A-1.00.000: " + m_sandbox.path());
+    }
+    void findsAndMends()
+    {
+        QFETCH(QString, found);
+        QFETCH(QString, repaired);
+        begin();
+        const QString before = hashes();
+        QFETCH(QString, damage);
+        for (const QString& step : damage.split("; ", Qt::SkipEmptyParts))
+            QVERIFY2(apply(step.section(' ', 0, 0), step.section(' ', 1)), qPrintable(step));
+        const cVerifyOutcome verified = m_manager->verify();
+        QCOMPARE(texts(verified), found);
+        QCOMPARE(verified.result == cVerifyOutcome::Faulty,
+                 found.contains("missing") || found.contains("changed") || found.contains("folder "));
+        const cRepairOutcome outcome = m_manager->repair();
+        const bool isMended = !repaired.startsWith('!');
+        QString text = outcome.repaired.join(", ");
+        for (const cRepairOutcome::cUnrepaired& entry : outcome.unrepaired)
+            text += '!' + entry.name + ": " + entry.reason;
+        QCOMPARE(text.left(isMended ? -1 : repaired.size()), repaired);
+        QCOMPARE(outcome.result, !isMended            ? cRepairOutcome::Incomplete
+                                 : repaired.isEmpty() ? cRepairOutcome::NothingToDo
+                                                      : cRepairOutcome::Complete);
+        if (!isMended)
+            return;
+        QCOMPARE(hashes(), before);
+        QCOMPARE(m_manager->verify().result, cVerifyOutcome::Sound);
+        QCOMPARE(QFile::exists(path("A-1.00.000/doc/mine")), damage.contains("mine")); // foreign files stay
+        QCOMPARE(readFile(path("features.damaged.xml")).isEmpty(),
+                 !damage.contains(QRegularExpression("(cut|lose) fea")));
+        QVERIFY(!QFile::exists(path("unfinished.repair")));
+        QCOMPARE(m_manager->repair().result, cRepairOutcome::NothingToDo);
+    }
+    void cannotTellWithoutAnyList()
+    {
+        begin();
+        QVERIFY(apply("cut", "features.xml"));
+        QVERIFY(apply("cut", "features.last.xml"));
+        const QString text = path("features.xml") + ": line 1, ";
+        QCOMPARE(m_manager->verify().result, cVerifyOutcome::NotVerified);
+        QVERIFY(m_manager->verify().reason.startsWith(text));
+        QCOMPARE(m_manager->repair().result, cRepairOutcome::NotRepaired);
+        for (const char* name : {"features.xml", "features.last.xml"})
+            QVERIFY(QFile::remove(path(name)));
+        QVERIFY(m_manager->verify().reason.startsWith("nothing is installed"));
+    }
+    void recordsWhatCommandLinesMake()
+    {
+        m_commands = "";
+        qputenv("JOURNAL", QFile::encodeName(path("A-1.00.000/doc/made")));
+        begin();
+        m_commands = " !silent";
+        QCOMPARE(texts(m_manager->verify()), QString());
+        QVERIFY(apply("remove", "A-1.00.000/doc/made"));
+        QCOMPARE(m_manager->repair().repaired, QStringList("A-1.00.000"));
+        QCOMPARE(m_manager->verify().result, cVerifyOutcome::Sound);
+    }
+
+private:
+    QString path(const QString& name) const { return m_root + "/core/plugins/" + name; }
+
+    void begin()
+    {
+        static int number = 0;
+        m_root = m_sandbox.path() + "/" + QString::number(++number);
+        m_sandbox.setInstallDir(m_root + "/core");
+        m_sandbox.useDataBelow(m_root + "/data");
+        for (const char* key : {"ConfigMgr/RepositoryName", "ConfigMgr/RepositoryVersion"})
+            m_sandbox.removeMachineValue(key);
+        QVERIFY(IConfigMgr::setUpdateLocations({QUrl::fromLocalFile(m_root + "/site")}));
+        QVERIFY(Corvane::initializeFolderOrFile());
+        m_updates.reset();
+        m_manager.reset();
+        m_configuration.reset();
+        m_plugins.reset(new cPluginMgr);
+        m_configuration.reset(new cConfigurationMgr(*m_plugins));
+        m_manager.reset(new cInstallMgr(*m_configuration, *m_plugins));
+        m_updates.reset(new cUpdateMgr);
+        writeFile(m_root + "/site/site.xml", Site);
+        QVERIFY(offer("site/repo", "1.0"));
+        QVERIFY(m_manager->installFromLocation(m_root + "/site/repo/repository.xml", false));
+    }
+    bool offer(const QString& folder, const QString& version, const QString& fault = QString())
+    {
+        const QString last = fault.isEmpty() ? m_commands : fault;
+        return MachineProgram::execute("python3",
+                                       {PACKAGES_PY, "repository", m_root + '/' + folder, "main " + version,
+                                        QString("Core %1: A %1%2, B 1.0%3").arg(version, last, m_commands)}) == 0;
+    }
+    bool apply(const QString& what, const QString& name)
+    {
+        const QByteArray bytes = readFile(path(name));
+        if (what == "site")
+            return changeSite(name);
+        if (what == "bootstrap")
+            return offer("core/Bootstrap", name);
+        if (what == "forget")
+            m_sandbox.removeMachineValue("ConfigMgr/RepositoryName");
+        else if (what == "remove")
+            return QFileInfo(path(name)).isDir() ? QDir(path(name)).removeRecursively() : QFile::remove(path(name));
+        else if (what == "link")
+            return QFile::rename(path(name), m_root + "/moved") && QFile::link(m_root + "/moved", path(name));
+        else if (what == "add")
+            writeFile(path(name), "mine");
+        else if (what == "cut")
+            writeFile(path(name), bytes.left(bytes.size() / 2));
+        else if (what == "lose")
+            writeFile(path(name), QByteArray(bytes).replace("name=\"B\"", "nome=\"B\""));
+        else
+            writeFile(path(name), bytes.left(20) + char(bytes.at(20) ^ 4) + bytes.mid(21));
+        return true;
+    }
+    bool changeSite(const QString& word)
+    {
+        const QString description = m_root + "/site/repo/repository.xml";
+        if (word == "none")
+            return QFile::remove(m_root + "/site/site.xml");
+        if (word == "damaged")
+            return offer("site/repo", "1.0", " !damaged");
+        if (word != "nohash")
+            return offer("site/repo", word);
+        const QString xml = readFile(description);
+        writeFile(description, QString(xml).remove(QRegularExpression("<hash.*</hash>")).toUtf8());
+        return true;
+    }
+    /// All files of the plugins with their contents, and the list of them.
+    QString hashes() const
+    {
+        QStringList lines{QString(readFile(path("features.xml")))};
+        for (const char* id : {"A-1.00.000", "B-1.00.000"}) {
+            for (const char* name : {"Manifest.xml", "it.so", "it.dll", "doc/read.me"})
+                lines << QString(readFile(path(QString(id) + '/' + name)).toHex());
+        }
+        return lines.join('\n');
+    }
+    static QString texts(const cVerifyOutcome& outcome)
+    {
+        const char* const kinds[] = {"missing", "changed", "foreign", "no record", "folder"};
+        QStringList texts;
+        for (const cFileFinding& finding : outcome.findings)
+            texts << QString("%1 %2 %3").arg(kinds[finding.kind], finding.plugin, finding.file);
+        return texts.join(", ");
+    }
+
+    SettingsSandbox m_sandbox;
+    QString m_root;
+    QString m_commands = " !silent";
+    QScopedPointer<cPluginMgr> m_plugins;
+    QScopedPointer<cConfigurationMgr> m_configuration;
+    QScopedPointer<cInstallMgr> m_manager;
+    QScopedPointer<cUpdateMgr> m_updates;
+};
+
+int main(int argc, char** argv)
+{
+    QCoreApplication application(argc, argv);
+    QCoreApplication::setOrganizationName("NorvaleTests");
+    QCoreApplication::setApplicationName("Fixture");
+    tst_cRepair test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "tst_cRepair.moc"
