@@ -156,8 +156,9 @@ NORVALE_EXPORT QByteArray FileReadAll(const QString& path, bool* ok = nullptr);
  * @param path absolute path, or relative to the current directory.
  * @param doc receives the document; after a failure its content is of no use.
  * @param namespaceProcessing whether prefixes are resolved to namespaces.
- * @return false when the file cannot be read, is not well-formed, nests its elements more than a thousand deep, or
- * makes excessive use of declarations of its own. Nothing is logged.
+ * @return what `doc.setContent()` gives for the bytes; false also when the file cannot be read, nests its elements more
+ * than a thousand deep, has an element with more than a thousand attributes, or declares entities that make more than
+ * 16 Mi characters, or are too many. Nothing is logged.
  */
 NORVALE_EXPORT bool FileReadDom(const QString& path, QDomDocument& doc, bool namespaceProcessing);
 

@@ -50,8 +50,9 @@ public:
      * and listeners. It may ask the plugin manager for further plugins.
      *
      * @param context what the plugin may learn about itself; valid until the end of the process.
-     * @return true when the plugin runs. On false its library is unloaded, so everything that points into it, such
-     *         as registered services, must have been withdrawn before. An exception counts as false and is logged.
+     * @return true when the plugin runs. On false its library is unloaded. Services, listeners, message handlers, log
+     *         hooks and an observer that are left registered are withdrawn; all else that points into the library, such
+     *         as timers and connections, must have been ended before. An exception counts as false and is logged.
      */
     virtual bool start(IPluginContext* context) = 0;
 

@@ -19,8 +19,8 @@
  * There is one manager in the process. `Corvane::initialize` makes it, and it lives as long as the process. Every
  * function may be called from any thread, and from inside a service method or a listener, as no lock is held while one
  * of them runs. A service is registered, unregistered and destroyed by one thread at a time, and so is a listener.
- * Registering announces the service to the message handlers (see `registerService`), whose list belongs to the main
- * thread: a service registered elsewhere must not meet a handler being added or removed at that moment.
+ * Registering announces the service to the message handlers (see `registerService`), which belong to the main
+ * thread mostly: a service registered elsewhere has them called there.
  *
  * The order of the virtual functions is fixed: plugins are built against it.
  *
@@ -110,8 +110,8 @@ public:
      * @param val7 the eighth value.
      * @param val8 the ninth value.
      * @param val9 the tenth value.
-     * @return true when the method was called. False when the id is unknown, the object is gone, or it has no such
-     *         method for these types; the reason goes to the log channel "ServiceMgr" as a warning.
+     * @return true when the method was called. False when the id is unknown, the object is gone, it has no such method
+     *         for these types, or the method threw an exception; the reason goes to the log channel "ServiceMgr".
      */
     Q_INVOKABLE virtual bool
     invoke(const QString& serviceId, const QString& method, QGenericReturnArgument ret,
@@ -176,9 +176,10 @@ public:
      * Delivers an event to the listeners of a set, the one added last first.
      *
      * Those that live in the calling thread are called at once, others get a queued call, for which the types of the
-     * values must be known to the meta-type system. A listener that has no matching method is skipped silently. One
-     * that is removed meanwhile and has not been reached yet is skipped too; one that is added meanwhile is not called.
-     * Forms with fewer values leave out the last ones.
+     * values must be known to the meta-type system. A listener that has no matching method is skipped silently. What
+     * one throws is caught and logged, and the next one is called. One that is removed meanwhile and has not been
+     * reached yet is skipped too; one that is added meanwhile is not called. Forms with fewer values leave out the last
+     * ones.
      *
      * @param eventset the name of the event set; nothing happens when nobody listens to it.
      * @param event the name of the event, which follows the listener's prefix; what is not Latin-1 becomes '?'.

@@ -59,5 +59,5 @@ Q_SIGNALS:
 
 protected:
     /** @param parent owns the loader; may be null. */
-    explicit cDelayedApplicationIconLoader(QObject* parent);
+    cDelayedApplicationIconLoader(QObject* parent);
 };

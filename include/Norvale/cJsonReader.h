@@ -14,12 +14,15 @@ class cJsonValue;
  * The reader is lenient in some places and strict in others: comments are allowed where a value or a member name may
  * stand and after a member's value; whatever follows the first complete value is ignored; a comma before a closing
  * bracket is an error, and so is a comment between an element of an array and its separator. Each byte of a string that
- * is no escape becomes one character (Latin-1); UTF-8 sequences are not combined. Nesting is bounded by memory only.
+ * is no escape becomes one character (Latin-1); UTF-8 sequences are not combined. Nesting is bounded by memory only; an
+ * array by what Qt's vector holds, a little over 38 million elements: reading ends at the comma behind the last that
+ * fits, and gives null.
  *
  * A number without `.`, `e`, `E` or `+` is an `IntType` up to 2147483647 (negative: down to -2147483639), a `UIntType`
  * up to 4294967289, and a `DoubleType` beyond.
  *
- * Failure is told by the flag only. The result then holds what had been read before.
+ * Failure is told by the flag, and how far the reading had come by `errorPosition`. The result then holds what had been
+ * read before.
  *
  * Threads: a reader may be used by one thread at a time; readers are independent of each other.
  *
@@ -33,14 +36,14 @@ class NORVALE_EXPORT cJsonReader
 {
 public:
     /** A reader of @p text, NUL-terminated bytes, which are copied. */
-    explicit cJsonReader(const char* text);
+    cJsonReader(const char* text);
     /** A reader of @p text as Latin-1; characters outside it are lost. */
-    explicit cJsonReader(const QString& text);
+    cJsonReader(const QString& text);
     /** A reader of the bytes @p text. */
-    explicit cJsonReader(const QByteArray& text);
+    cJsonReader(const QByteArray& text);
     /** A reader of all that @p device, open for reading, has left; it is read now and not kept. Null gives an empty
      * text. */
-    explicit cJsonReader(QIODevice* device);
+    cJsonReader(QIODevice* device);
     /** A reader of the same text as @p other. */
     cJsonReader(const cJsonReader& other);
     virtual ~cJsonReader();
@@ -71,6 +74,14 @@ public:
     /** As above, for the text of @p reader. */
     static bool parse(const cJsonReader& reader, cJsonValue& out);
 
+    /**
+     * Where the last `parse` of this reader failed.
+     * @return the number of bytes that had been read when it met what it does not take; -1 when it has not failed, 0
+     * when it ran out of memory.
+     */
+    int errorPosition() const;
+
 private:
     QByteArray m_input;
+    int m_errorPosition = -1;
 };

@@ -27,10 +27,13 @@ struct cLogEntry
  * setDebuggerOutput() has switched it on, to the debugger, to the hooks and into the history.
  *
  * - A line of the log file reads `<time>-<channel>(<thread id>):<message>`, the time as `Qt::TextDate` has it and the
- *   thread id in hexadecimal, in UTF-8. Line ends are those of the message. The file is flushed after each warning and
- *   error.
+ *   thread id in hexadecimal, in UTF-8. Line ends are those of the message, in the system's form. The file is flushed
+ *   after each warning and error.
  * - A line for the debugger reads `T<thread id>:<channel>:<message>`, the thread id in decimal. Where there is no
  *   debugger to write to, it is a line on standard error.
+ *
+ * Letters arrive as they were streamed. What the framework itself logs may hold names from outside: in its own channels
+ * control characters, line ends within a line, and marks that change the direction of text are shown escaped.
  *
  * There is one central in a process; it is made when it is first needed and stays. All functions may be called from any
  * thread, but never from a hook that is called directly: sinks and registry share one lock, which is held meanwhile.
@@ -135,6 +138,7 @@ public:
 
 private:
     friend class cDebug;
+    friend class cFrameworkLog;
 
     cLogCentral();
     ~cLogCentral();

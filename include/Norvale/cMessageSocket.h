@@ -25,7 +25,7 @@ class NORVALE_EXPORT cMessageSocket
 {
 public:
     /// Wraps @p socket, which must not be null and stays the caller's.
-    explicit cMessageSocket(QLocalSocket* socket);
+    cMessageSocket(QLocalSocket* socket);
 
     /**
      * Tells whether a message waits to be read.

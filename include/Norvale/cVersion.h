@@ -32,7 +32,7 @@ public:
      *
      * @param text the version, such as "1.2.3", "1.02.003" or "1.2". A text without a point, "7" say, gives 0.0.0.
      */
-    explicit cVersion(const QString& text);
+    cVersion(const QString& text);
 
     /// Copies the three numbers.
     cVersion(const cVersion&) = default;

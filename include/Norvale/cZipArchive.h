@@ -44,20 +44,20 @@ public:
      * @param device a device that is open for reading and can seek; it stays the caller's, and must outlive the archive
      * or its next clear(). Null gives an archive without a device.
      */
-    explicit cZipArchive(QIODevice* device);
+    cZipArchive(QIODevice* device);
 
     /**
      * Parses an archive in memory.
      * @param bytes the archive, copied (the bytes are shared as long as nobody changes them).
      */
-    explicit cZipArchive(const QByteArray& bytes);
+    cZipArchive(const QByteArray& bytes);
 
     /**
      * Parses an archive file, which stays open until clear().
      * @param path the path of the file; relative ones start at the current folder. A file that cannot be opened is
      * as one without an archive in it.
      */
-    explicit cZipArchive(const QString& path);
+    cZipArchive(const QString& path);
 
     /** Does what clear() does. */
     ~cZipArchive() override;

@@ -26,7 +26,7 @@ public:
      * An empty entry: no name, sizes of 0, and its local header at the beginning of the archive.
      * @param archive the archive that contents are read from; it is only watched, and may be null.
      */
-    explicit cZipEntry(cZipArchive* archive);
+    cZipEntry(cZipArchive* archive);
     virtual ~cZipEntry();
 
     cZipEntry(const cZipEntry&) = delete;

@@ -87,7 +87,7 @@ QString cell(const QJsonValue& value)
     return value.isArray() ? items.join(QStringLiteral(", ")) : value.toString();
 }
 
-QString table(const QJsonArray& objects, const QStringList& members)
+QStringList table(const QJsonArray& objects, const QStringList& members)
 {
     cTextTable table(members);
     for (const auto& object : objects) {
@@ -96,7 +96,7 @@ QString table(const QJsonArray& objects, const QStringList& members)
             cells.append(cell(object.toObject().value(member)));
         table.addRow(cells);
     }
-    return table.text();
+    return table.lines();
 }
 
 } // namespace
@@ -233,18 +233,18 @@ QJsonObject SuiteReport::collect()
             {QStringLiteral("services"), QJsonArray::fromStringList(IServiceMgr::instance()->serviceList())}};
 }
 
-QString SuiteReport::tables(const QJsonObject& report)
+QStringList SuiteReport::tables(const QJsonObject& report)
 {
-    const QString features = table(
+    QStringList lines{QStringLiteral("Features")};
+    lines += table(
         report.value(QStringLiteral("features")).toArray(),
         {QStringLiteral("name"), QStringLiteral("version"), QStringLiteral("active"), QStringLiteral("repository")});
-    const QString plugins =
-        table(report.value(QStringLiteral("plugins")).toArray(),
-              {QStringLiteral("name"), QStringLiteral("version"), QStringLiteral("category"), QStringLiteral("state"),
-               QStringLiteral("dependencies"), QStringLiteral("services")});
-    QString text = QStringLiteral("Features\n%1\n\nPlugins\n%2").arg(features, plugins);
+    lines += QStringList{QString(), QStringLiteral("Plugins")};
+    lines += table(report.value(QStringLiteral("plugins")).toArray(),
+                   {QStringLiteral("name"), QStringLiteral("version"), QStringLiteral("category"),
+                    QStringLiteral("state"), QStringLiteral("dependencies"), QStringLiteral("services")});
     const QJsonArray services = report.value(QStringLiteral("services")).toArray();
     if (!services.isEmpty())
-        text += QStringLiteral("\n\nRegistered services\n") + cell(services);
-    return text;
+        lines += QStringList{QString(), QStringLiteral("Registered services"), cell(services)};
+    return lines;
 }

@@ -86,6 +86,6 @@ namespace SuiteReport {
 QJsonObject collect();
 
 /// The tables that people read, of what collect() gave.
-QString tables(const QJsonObject& report);
+QStringList tables(const QJsonObject& report);
 
 } // namespace SuiteReport

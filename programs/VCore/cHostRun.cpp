@@ -129,6 +129,7 @@ void cHostRun::installWaiting()
 
 ExitCode cHostRun::start()
 {
+    m_stopSignals->waitForLoop();
     Corvane::setLoadCategories(m_categories);
     m_trace.begin(QStringLiteral("start the suite"));
     const bool ok = Corvane::startNormal();

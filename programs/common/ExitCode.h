@@ -7,6 +7,7 @@
 #define EXIT_CODES(X)                                                                                                  \
     X(All, Ok, 0, "done, in order and without an error")                                                               \
     X(All, Usage, 2, "the command line was not understood")                                                            \
+    X(All, NoMemory, 40, "there was not enough memory")                                                                \
     X(VCore, InitialiseFailed, 3, "the framework could not be initialised")                                            \
     X(VCore, StartFailed, 4, "the suite could not be started")                                                         \
     X(VCore, NoCore, 5, "the feature \"Core\" is not installed")                                                       \
@@ -17,7 +18,7 @@
     X(VCore, Restart, 10, "the suite asks to be set up anew with the stored setup program")                            \
     X(VCore, SocketFailed, 11, "the local socket or its lock could not be had")                                        \
     X(VCore, Fatal, 12, "the framework met a fatal condition")                                                         \
-    X(VCore, HardStop, 13, "ended hard by a second stop signal")                                                       \
+    X(VCore, HardStop, 13, "ended hard by a second stop signal, or by the first while nothing heard of it")            \
     X(VCore, FileFailed, 14, "the log or trace file could not be written")                                             \
     X(VCore, ConnectionLost, 15, "the running host closed the connection before it had answered")                      \
     X(VCore, LoopEnded, 16, "a plugin ended the event loop with another code than 0")                                  \

@@ -14,15 +14,25 @@ namespace {
 
 constexpr int StopSignals[] = {SIGINT, SIGTERM, SIGHUP};
 
+constexpr unsigned Patience = 1; // seconds that the event loop has to hear of the first signal
+
 int s_pipe[2] = {-1, -1};
 volatile std::sig_atomic_t s_isStopping = 0;
+volatile std::sig_atomic_t s_isLoopWaitedFor = 0;
 
-// Only what is safe in a signal handler: one byte into the pipe, or the hard end.
+void onAlarm(int)
+{
+    ::_exit(int(ExitCode::HardStop));
+}
+
+// Only what is safe in a signal handler: one byte into the pipe, the alarm, or the hard end.
 void onSignal(int)
 {
     if (s_isStopping)
         ::_exit(int(ExitCode::HardStop));
     s_isStopping = 1;
+    if (!s_isLoopWaitedFor)
+        ::alarm(Patience);
     const int error = errno;
     const char byte = 1;
     if (::write(s_pipe[1], &byte, 1) != 1)
@@ -65,13 +75,24 @@ cStopSignals::cStopSignals(QObject* parent) : QObject(parent)
         ::fcntl(end, F_SETFD, FD_CLOEXEC);
     auto* notifier = new QSocketNotifier(s_pipe[0], QSocketNotifier::Read, this);
     connect(notifier, &QSocketNotifier::activated, this, [this, notifier] {
+        waitForLoop();
         notifier->setEnabled(false);
         emit stopRequested();
     });
+    setHandler(SIGALRM, onAlarm);
     for (const int signal : StopSignals) {
         if (!isIgnored(signal))
             setHandler(signal, onSignal);
     }
+}
+
+void cStopSignals::waitForLoop()
+{
+    if (s_isLoopWaitedFor)
+        return;
+    s_isLoopWaitedFor = 1;
+    ::alarm(0);
+    setHandler(SIGALRM, SIG_DFL); // which plugins may use
 }
 
 cStopSignals::~cStopSignals()
@@ -80,6 +101,8 @@ cStopSignals::~cStopSignals()
         if (!isIgnored(signal))
             setHandler(signal, SIG_DFL);
     }
+    waitForLoop();
+    s_isLoopWaitedFor = 0;
     for (int& end : s_pipe) {
         ::close(end);
         end = -1;

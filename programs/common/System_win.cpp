@@ -12,6 +12,22 @@ namespace {
 
 std::atomic<cStopSignals*> s_receiver{nullptr};
 std::atomic<bool> s_isStopping{false};
+std::atomic<bool> s_isLoopWaitedFor{false};
+std::atomic<bool> s_isHeard{false}; // the first signal, by the event loop
+
+constexpr DWORD Patience = 1000; // milliseconds that the event loop has to hear of the first signal
+
+void tell(cStopSignals* receiver)
+{
+    const auto hear = [receiver] {
+        s_isHeard = true;
+        emit receiver->stopRequested();
+    };
+    QMetaObject::invokeMethod(receiver, hear, Qt::QueuedConnection);
+    ::Sleep(Patience);
+    if (!s_isHeard && !s_isLoopWaitedFor && s_receiver)
+        std::_Exit(int(ExitCode::HardStop));
+}
 
 // Runs in a thread of its own. For the end of console or session the process is ended when it returns, so it waits.
 BOOL WINAPI onControl(DWORD event)
@@ -19,7 +35,7 @@ BOOL WINAPI onControl(DWORD event)
     if (s_isStopping.exchange(true))
         std::_Exit(int(ExitCode::HardStop));
     if (cStopSignals* receiver = s_receiver)
-        QMetaObject::invokeMethod(receiver, "stopRequested", Qt::QueuedConnection);
+        tell(receiver);
     if (event != CTRL_C_EVENT && event != CTRL_BREAK_EVENT)
         ::Sleep(INFINITE);
     return TRUE;
@@ -37,6 +53,11 @@ cStopSignals::cStopSignals(QObject* parent) : QObject(parent)
 {
     s_receiver = this;
     ::SetConsoleCtrlHandler(onControl, TRUE);
+}
+
+void cStopSignals::waitForLoop()
+{
+    s_isLoopWaitedFor = true;
 }
 
 cStopSignals::~cStopSignals()

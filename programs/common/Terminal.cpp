@@ -1,6 +1,7 @@
 #include "common/Terminal.h"
 
 #include "common/System.h"
+#include "version/Shown.h"
 
 #include <QtCore/QCoreApplication>
 
@@ -17,6 +18,14 @@ void write(std::FILE* stream, const QString& text)
     std::fflush(stream);
 }
 
+QString shownLines(const QStringList& lines)
+{
+    QStringList result;
+    for (const QString& line : lines)
+        result.append(shown(line));
+    return result.join(QLatin1Char('\n'));
+}
+
 // Blanks and returns instead of escape sequences: every terminal knows them.
 void draw(const QString& line)
 {
@@ -25,41 +34,55 @@ void draw(const QString& line)
     s_status = line;
 }
 
-void print(std::FILE* stream, const QString& line)
+void print(std::FILE* stream, const QString& text)
 {
     const QString status = s_status;
     if (!status.isEmpty())
         draw(QString());
-    write(stream, line + QLatin1Char('\n'));
+    write(stream, text + QLatin1Char('\n'));
     if (!status.isEmpty())
         draw(status);
 }
 
 } // namespace
 
-void Terminal::answer(const QString& text)
+void Terminal::answer(const QString& line)
 {
+    print(stdout, shown(line));
+}
+
+void Terminal::answer(const QStringList& lines)
+{
+    print(stdout, shownLines(lines));
+}
+
+void Terminal::answerJson(const QString& json)
+{
+    QString text;
+    for (const QChar character : json) {
+        if (isShownEscaped(character) && character != QLatin1Char('\n'))
+            text += QStringLiteral("\\u%1").arg(character.unicode(), 4, 16, QLatin1Char('0'));
+        else
+            text += character;
+    }
     print(stdout, text);
 }
 
-void Terminal::reason(const QString& text)
+void Terminal::reason(const QString& line)
 {
-    print(stderr, QCoreApplication::applicationName() + QLatin1String(": ") + text);
+    print(stderr, QCoreApplication::applicationName() + QLatin1String(": ") + shown(line));
 }
 
 void Terminal::status(const QString& line)
 {
-    if (line != s_status && System::terminalColumns() > 0)
-        draw(line);
+    const QString text = shown(line);
+    if (text != s_status && System::terminalColumns() > 0)
+        draw(text);
 }
 
-QString Terminal::printable(QString text)
+QString Terminal::printable(const QString& text)
 {
-    for (QChar& character : text) {
-        if (character.category() == QChar::Other_Control)
-            character = QLatin1Char('?');
-    }
-    return text;
+    return shown(text);
 }
 
 cTextTable::cTextTable(const QStringList& headings)
@@ -77,7 +100,7 @@ void cTextTable::addRow(const QStringList& cells)
     m_rows.append(row);
 }
 
-QString cTextTable::text() const
+QStringList cTextTable::lines() const
 {
     QList<int> widths;
     QStringList rule;
@@ -92,7 +115,7 @@ QString cTextTable::text() const
     for (const QStringList& row : m_rows)
         lines.append(line(row, widths));
     lines.insert(1, line(rule, widths));
-    return lines.join(QLatin1Char('\n'));
+    return lines;
 }
 
 QString cTextTable::line(const QStringList& cells, const QList<int>& widths) const

@@ -5,9 +5,50 @@
 #include <CLI/CLI.hpp>
 #include <QtCore/QCoreApplication>
 
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+#include <new>
 #include <sstream>
 
 namespace {
+
+constexpr char NoMemoryText[] = "there is not enough memory for this";
+
+std::terminate_handler s_otherEnd = nullptr;
+
+// Where nobody catches what is thrown: in a thread, or on the way out of what must not throw.
+void onTerminate()
+{
+    try {
+        if (std::current_exception())
+            std::rethrow_exception(std::current_exception());
+    } catch (const std::bad_alloc&) {
+        std::fprintf(stderr, "%s\n", NoMemoryText);
+        std::_Exit(int(ExitCode::NoMemory));
+    } catch (...) {
+    }
+    s_otherEnd();
+    std::abort();
+}
+
+/// While it lives, Qt's own messages are printable as well: they name files and elements from outside.
+class cTameMessages
+{
+public:
+    cTameMessages() { s_other = qInstallMessageHandler(show); }
+    ~cTameMessages() { qInstallMessageHandler(s_other); }
+
+private:
+    static void show(QtMsgType type, const QMessageLogContext& context, const QString& text)
+    {
+        s_other(type, context, Terminal::printable(text));
+    }
+
+    static QtMessageHandler s_other;
+};
+
+QtMessageHandler cTameMessages::s_other = nullptr;
 
 constexpr char Guard = '\0';           // no argument holds one
 constexpr const char Words[] = "WORD"; // all words, where commands are options
@@ -178,6 +219,17 @@ void cProgram::add(std::unique_ptr<cCommand> command)
 
 ExitCode cProgram::run(const QStringList& arguments)
 {
+    s_otherEnd = std::set_terminate(onTerminate);
+    const cTameMessages tame;
+    try {
+        return readAndRun(arguments);
+    } catch (const std::bad_alloc&) {
+        return endWith(ExitCode::NoMemory, QLatin1String(NoMemoryText)); // what was taken so far is given back by now
+    }
+}
+
+ExitCode cProgram::readAndRun(const QStringList& arguments)
+{
     CLI::App app(m_description, QCoreApplication::applicationName().toStdString());
     app.allow_windows_style_options(false);
     app.footer("Exit codes:\n" + exitCodeTable().toStdString());
@@ -189,7 +241,7 @@ ExitCode cProgram::run(const QStringList& arguments)
     } catch (const CLI::Success& request) { // for the help or the version
         std::ostringstream answer;
         app.exit(request, answer, answer);
-        Terminal::answer(QString::fromStdString(answer.str()).trimmed());
+        Terminal::answer(QString::fromStdString(answer.str()).trimmed().split(QLatin1Char('\n')));
         return ExitCode::Ok;
     } catch (const CLI::Error& refusal) {
         error = QString::fromUtf8(refusal.what());

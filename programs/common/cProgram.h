@@ -23,10 +23,13 @@ public:
     /// Adds a command. Of commands that are options the first one is done when none is asked for.
     void add(std::unique_ptr<cCommand> command);
 
-    /// Does what @p arguments ask for; the first of them is the program.
+    /// Does what @p arguments ask for; the first of them is the program. Whatever runs out of memory meanwhile, in this
+    /// thread or another, ends the program with ExitCode::NoMemory and says so.
     ExitCode run(const QStringList& arguments);
 
 private:
+    ExitCode readAndRun(const QStringList& arguments);
+
     struct Group
     {
         QByteArray name;

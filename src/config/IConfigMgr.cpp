@@ -3,8 +3,7 @@
 #include "config/cConfigurationMgr.h"
 #include "config/cUpdateCheck.h"
 #include "config/cUpdateMgr.h"
-
-#include <Norvale/cLogCentral.h>
+#include "log/cFrameworkLog.h"
 
 namespace {
 
@@ -13,7 +12,7 @@ cConfigurationMgr* managerFor(const char* consequence)
 {
     cConfigurationMgr* manager = cConfigurationMgr::instance();
     if (!manager) {
-        cLogCentral::log(QStringLiteral("ConfigurationMgr")).warning().noquote()
+        cFrameworkLog::configuration().warning().noquote()
             << QLatin1String(consequence) + QStringLiteral(": the library is not initialized") << Qt::endl;
     }
     return manager;
@@ -69,8 +68,7 @@ bool IConfigMgr::setUpdateLocations(const QList<QUrl>& urls)
 {
     QString error;
     if (!cUpdateLocation::writeAll(urls, &error)) {
-        cLogCentral::log(QStringLiteral("ConfigurationMgr")).error().noquote()
-            << "The update locations are not kept:" << error << Qt::endl;
+        cFrameworkLog::configuration().error().noquote() << "The update locations are not kept:" << error << Qt::endl;
         return false;
     }
     if (cUpdateMgr* manager = cUpdateMgr::instance())

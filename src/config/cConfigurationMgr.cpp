@@ -8,12 +8,12 @@
 #include "config/cUpdateCheck.h"
 #include "config/cUpdateMgr.h"
 #include "core/Files.h"
+#include "log/cFrameworkLog.h"
 #include "plugins/cFileRecord.h"
 #include "plugins/cPluginMgr.h"
 #include "version/ForeignCode.h"
 
 #include <Norvale/Corvane.h>
-#include <Norvale/cLogCentral.h>
 
 #include <QtCore/QBuffer>
 #include <QtCore/QDir>
@@ -72,8 +72,7 @@ cCatalogueFile readCatalogue(const QString& path, cFeatureCatalogue& catalogue)
 
 } // namespace
 
-cConfigurationMgr::cConfigurationMgr(cPluginMgr& plugins)
-    : m_plugins(plugins), m_log(cLogCentral::log(QStringLiteral("ConfigurationMgr")))
+cConfigurationMgr::cConfigurationMgr(cPluginMgr& plugins) : m_plugins(plugins), m_log(cFrameworkLog::configuration())
 {
     s_instance = this;
 }

@@ -3,7 +3,8 @@
 #include "core/Settings.h"
 
 #include <Norvale/cLog.h>
-#include <Norvale/cLogCentral.h>
+
+#include "log/cFrameworkLog.h"
 
 #include <QtNetwork/QNetworkAccessManager>
 
@@ -28,7 +29,7 @@ cDownloader::~cDownloader()
 bool cDownloader::run(const QUrl& url, std::optional<QIODevice*> device)
 {
     if (m_isBusy) {
-        cLogCentral::log(QStringLiteral("ConfigurationMgr")).warning()
+        cFrameworkLog::configuration().warning()
             << "Not fetched while another transfer waits:" << url.toDisplayString() << Qt::endl;
         return false;
     }

@@ -2,14 +2,10 @@
 
 #include "config/cCatalogueReader.h"
 #include "config/cFeatureCatalogue.h"
-
-#include <Norvale/cLogCentral.h>
+#include "log/cFrameworkLog.h"
 
 cRepositorySearch::cRepositorySearch(const Locations& locations, const QString& name, const QString& status)
-    : m_locations(locations)
-    , m_name(name)
-    , m_status(status)
-    , m_log(cLogCentral::log(QStringLiteral("ConfigurationMgr")))
+    : m_locations(locations), m_name(name), m_status(status), m_log(cFrameworkLog::configuration())
 {
     m_downloader.setLeastRate(cDownloader::leastRateInSettings());
     connect(&m_downloader, &cDownloader::progress, this,

@@ -2,14 +2,14 @@
 
 #include "config/cRuntimeFetch.h"
 #include "config/cUpdateCheck.h"
+#include "log/cFrameworkLog.h"
 #include "version/cPluginId.h"
 
 #include <Norvale/Corvane.h>
 #include <Norvale/IConfigMgr.h>
-#include <Norvale/cLogCentral.h>
 
 cUpdateApply::cUpdateApply(const cUpdateCheck& check)
-    : m_check(check), m_plugins(check.pluginsToFetch()), m_log(cLogCentral::log(QStringLiteral("ConfigurationMgr")))
+    : m_check(check), m_plugins(check.pluginsToFetch()), m_log(cFrameworkLog::configuration())
 {
 }
 

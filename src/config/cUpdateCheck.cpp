@@ -3,10 +3,9 @@
 #include "config/cUpdateMgr.h"
 #include "core/Files.h"
 #include "core/Settings.h"
+#include "log/cFrameworkLog.h"
 #include "plugins/cPluginMgr.h"
 #include "version/FlatMap.h"
-
-#include <Norvale/cLogCentral.h>
 
 #include <QtCore/QDir>
 #include <QtCore/QFile>
@@ -32,10 +31,7 @@ cJsonValue integer(qint64 number)
 } // namespace
 
 cUpdateCheck::cUpdateCheck(const cFeatureCatalogue& installed, const cPluginMgr& plugins)
-    : m_installed(installed)
-    , m_known(plugins)
-    , m_log(cLogCentral::log(QStringLiteral("ConfigurationMgr")))
-    , m_result(notChecked())
+    : m_installed(installed), m_known(plugins), m_log(cFrameworkLog::configuration()), m_result(notChecked())
 {
 }
 

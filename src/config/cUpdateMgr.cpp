@@ -2,9 +2,9 @@
 
 #include "config/cRepositorySearch.h"
 #include "core/Settings.h"
+#include "log/cFrameworkLog.h"
 
 #include <Norvale/cLog.h>
-#include <Norvale/cLogCentral.h>
 
 #include <QtCore/QPointer>
 
@@ -36,7 +36,7 @@ void cUpdateMgr::loadLocations()
 bool cUpdateMgr::findNewest(const QString& repositoryName, cFeatureCatalogue& catalogue, cRuntimeInfo& runtime)
 {
     if (m_search) {
-        cLogCentral::log(QStringLiteral("ConfigurationMgr")).warning()
+        cFrameworkLog::configuration().warning()
             << "No search for a newer repository while another one waits" << Qt::endl;
         return false;
     }

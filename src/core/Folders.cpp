@@ -36,9 +36,10 @@ bool Corvane::initializeFolderOrFile()
     // QDir works out its absolute path when first asked; asking here leaves nothing to be written by later readers.
     const QString path = root().absolutePath();
 
+    // In place of the folder before: what is looked up must not be found in another installation.
     const QString prefix = QStringLiteral("core");
-    if (!QDir::searchPaths(prefix).contains(path))
-        QDir::addSearchPath(prefix, path);
+    if (QDir::searchPaths(prefix) != QStringList(path))
+        QDir::setSearchPaths(prefix, {path});
     return true;
 }
 

@@ -2,8 +2,7 @@
 
 #include "core/Settings.h"
 #include "disk/WriteSettings.h"
-
-#include <Norvale/cLogCentral.h>
+#include "log/cFrameworkLog.h"
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QDir>
@@ -33,8 +32,7 @@ void store(const char* what, const char* key, const QVariant& value)
     cHostSettings settings;
     QString error;
     if (!writeSettings(settings, {{QLatin1String(key), value}}, &error))
-        cLogCentral::log(QStringLiteral("Norvale")).error().noquote()
-            << "The" << what << "is not kept:" << error << Qt::endl;
+        cFrameworkLog::library().error().noquote() << "The" << what << "is not kept:" << error << Qt::endl;
 }
 
 } // namespace

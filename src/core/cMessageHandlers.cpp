@@ -1,10 +1,8 @@
 #include "core/cMessageHandlers.h"
 
+#include "log/cFrameworkLog.h"
 #include "version/ForeignCode.h"
 #include "version/cCodeImage.h"
-
-#include <Norvale/cLog.h>
-#include <Norvale/cLogCentral.h>
 
 #include <QtCore/QMutexLocker>
 
@@ -87,7 +85,7 @@ QString cMessageHandlers::call(const Entry& entry, int connectionId, const cJson
 {
     const QString thrown = whatIsThrownBy([&] { entry.handler->handleMessage(connectionId, message); });
     if (!thrown.isEmpty())
-        cLogCentral::log(QStringLiteral("Norvale")).error().noquote()
+        cFrameworkLog::library().error().noquote()
             << "A message handler of" << cCodeImage::around(entry.code).path() << thrown << Qt::endl;
     return thrown;
 }

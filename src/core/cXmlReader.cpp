@@ -1,5 +1,6 @@
 #include "core/cXmlReader.h"
 
+#include "core/cXmlBounds.h"
 #include "core/cXmlGuard.h"
 
 #include <QtCore/QXmlStreamReader>
@@ -7,10 +8,17 @@
 
 #include <algorithm>
 #include <cstring>
+#include <new>
 
 bool cXmlReader::read(const QByteArray& xml, cXmlHandler& handler, QString* reason)
 {
-    return readPlain(xml, handler) || readByDom(xml, handler, reason);
+    try {
+        return readPlain(xml, handler) || readByDom(xml, handler, reason);
+    } catch (const std::bad_alloc&) {
+        if (reason)
+            *reason = cXmlGuard::noMemory();
+        return false;
+    }
 }
 
 bool cXmlReader::readByDom(const QByteArray& xml, cXmlHandler& handler, QString* reason)
@@ -53,7 +61,7 @@ bool cXmlReader::readPlain(const QByteArray& xml, cXmlHandler& handler)
     while (!stream.atEnd()) {
         switch (stream.readNext()) {
         case QXmlStreamReader::StartElement:
-            if (++depth > cXmlGuard::MaxDepth || !beginElement(stream, handler))
+            if (++depth > cXmlBounds::MaxDepth || !beginElement(stream, handler))
                 return false;
             break;
         case QXmlStreamReader::Characters:
@@ -140,15 +148,18 @@ const char* cXmlReader::endOfBlank(const char* at, const char* end)
     return std::find_if(at, end, [](char c) { return c != ' ' && c != '\n' && c != '\t'; });
 }
 
-/// Behind the tag that has begun before @p at; null when a value in it is not plain.
+/// Behind the tag that has begun before @p at; null when a value in it is not plain, or it has too many.
 const char* cXmlReader::endOfPlainTag(const char* at, const char* end)
 {
+    int values = 0;
     while (at != end) {
         const char c = *at++;
         if (c == '>')
             break;
         if (c != '"' && c != '\'')
             continue;
+        if (++values > cXmlBounds::MaxAttributes)
+            return nullptr;
         for (; at != end && *at != c; ++at) {
             if (*at == '\n' || *at == '\t')
                 return nullptr;

@@ -31,7 +31,7 @@ public:
 
 /**
  * Reads XML and tells a handler, such as a cXmlTree, what is in it. What is accepted, and what the handler is told, is
- * what `QDomDocument::setContent` without namespace processing makes of the bytes; see cXmlGuard for its limits.
+ * what `QDomDocument::setContent` without namespace processing makes of the bytes; see cXmlBounds for its limits.
  *
  * That way is the slow one. Documents of the plain kind that nearly all of ours are of are read as a stream first; when
  * they have anything in them that the two might see differently, or a fault, the DOM has the say.

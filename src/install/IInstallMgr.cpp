@@ -1,8 +1,7 @@
 #include <Norvale/IInstallMgr.h>
 
 #include "install/cInstallMgr.h"
-
-#include <Norvale/cLogCentral.h>
+#include "log/cFrameworkLog.h"
 
 namespace {
 
@@ -11,7 +10,7 @@ cInstallMgr* managerFor(const char* caller)
 {
     cInstallMgr* manager = cInstallMgr::instance();
     if (!manager)
-        cLogCentral::log(QStringLiteral("InstallMgr")).error() << caller << "needs initialize() first" << Qt::endl;
+        cFrameworkLog::installation().error() << caller << "needs initialize() first" << Qt::endl;
     return manager;
 }
 

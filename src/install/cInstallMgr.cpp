@@ -8,10 +8,10 @@
 #include "install/cPluginFolders.h"
 #include "install/cRepair.h"
 #include "install/cUninstallation.h"
+#include "log/cFrameworkLog.h"
 #include "version/ForeignCode.h"
 
 #include <Norvale/Corvane.h>
-#include <Norvale/cLogCentral.h>
 
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
@@ -75,7 +75,7 @@ cFeatureCatalogue developmentFeature(const cFeatureCatalogue& installed, const c
 } // namespace
 
 cInstallMgr::cInstallMgr(cConfigurationMgr& configuration, cPluginMgr& plugins)
-    : m_configuration(configuration), m_plugins(plugins), m_log(cLogCentral::log(QStringLiteral("InstallMgr")))
+    : m_configuration(configuration), m_plugins(plugins), m_log(cFrameworkLog::installation())
 {
     qRegisterMetaType<IInstallMgr::OPERATION>("IInstallMgr::OPERATION");
     s_instance = this;

@@ -26,11 +26,21 @@ QString mismatch(const cZipRecord& record, const cZipLocalHeader& local)
         return QStringLiteral("its local header names \"%1\"").arg(local.name());
     if (local.method() != record.method)
         return QStringLiteral("its local header has another compression method");
-    if (local.flags() & cZipRecord::HasDataDescriptor)
-        return QStringLiteral("its sizes stand behind its data (data descriptor) instead of before them");
-    if (local.compressedSize() != record.compressedSize)
+    const bool isBehind = local.flags() & cZipRecord::HasDataDescriptor;
+    if (local.compressedSize() != record.compressedSize && !(isBehind && local.compressedSize() == 0))
         return QStringLiteral("its local header has another compressed size");
     return QString();
+}
+
+/// The bytes of the data descriptor at @p bytes that belongs to the record; 0 when there is none.
+int descriptorSize(const cZipRecord& record, const uchar* bytes, qint64 size)
+{
+    if (size < cZipDescriptor::LeastSize)
+        return 0;
+    const cZipDescriptor descriptor(bytes, size);
+    const bool agrees = descriptor.crc() == record.crc && descriptor.compressedSize() == record.compressedSize &&
+                        descriptor.uncompressedSize() == record.uncompressedSize;
+    return agrees ? descriptor.size() : 0;
 }
 
 } // namespace
@@ -49,8 +59,9 @@ bool cPackage::readDirectory()
     m_records.clear();
     QBuffer buffer(&m_bytes);
     cZipDirectory directory;
-    if (!buffer.open(QIODevice::ReadOnly) || !directory.read(&buffer))
-        return fail(directory.errorString());
+    const bool isRead = buffer.open(QIODevice::ReadOnly) && directory.read(&buffer);
+    if (!isRead || !directory.packageFault().isEmpty())
+        return fail(directory.packageFault().isEmpty() ? directory.errorString() : directory.packageFault());
     m_directoryOffset = directory.directoryOffset();
     m_records.reserve(directory.count());
     for (int i = 0; i < directory.count(); ++i)
@@ -63,12 +74,19 @@ bool cPackage::locate(const cZipRecord& record, Span* span, QString* error) cons
     span->begin = record.localHeaderOffset;
     if (span->begin + cZipLocalHeader::Size > m_directoryOffset || m_directoryOffset > m_bytes.size())
         return failWith(error, QStringLiteral("its local header does not lie before the directory"));
-    const cZipLocalHeader local(reinterpret_cast<const uchar*>(m_bytes.constData()) + span->begin);
+    const uchar* const bytes = reinterpret_cast<const uchar*>(m_bytes.constData());
+    const cZipLocalHeader local(bytes + span->begin);
     span->data = span->begin + local.dataOffset();
     span->end = span->data + record.compressedSize;
     if (span->end > m_directoryOffset)
         return failWith(error, QStringLiteral("its data do not lie before the directory"));
     *error = mismatch(record, local);
+    if (error->isEmpty() && local.flags() & cZipRecord::HasDataDescriptor) {
+        const int size = descriptorSize(record, bytes + span->end, m_directoryOffset - span->end);
+        span->end += size;
+        if (size == 0)
+            *error = QStringLiteral("the sizes behind its data (data descriptor) are not those of its record");
+    }
     return error->isEmpty();
 }
 

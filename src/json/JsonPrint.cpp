@@ -168,5 +168,13 @@ QTextStream& operator<<(QTextStream& s, const cJsonValue& v)
 
 QDebug operator<<(QDebug debug, const cJsonValue& v)
 {
-    return debug << cJsonWriter::serialize(v);
+    QString text; // as it is: neither the quotes of the stream nor the codec of the locale
+    QTextStream stream(&text);
+    v.serialize(stream);
+    stream.flush();
+    {
+        const QDebugStateSaver saver(debug); // gone before the stream is moved to the caller
+        debug.noquote() << text;
+    }
+    return debug;
 }

@@ -10,7 +10,8 @@
 
 cJsonParser::Known::Known(int textBits) : maps(qBound(2, textBits - 10, 6), qBound(2, textBits - 10, 8)) {}
 
-cJsonParser::cJsonParser(const char* begin, const char* end) : m_at(begin), m_end(end)
+cJsonParser::cJsonParser(const char* begin, const char* end, quint32 maxElements)
+    : m_begin(begin), m_at(begin), m_end(end), m_failedAt(begin), m_maxElements(maxElements)
 {
     if (end - begin > MaxShortText)
         m_known.emplace(32 - int(qCountLeadingZeroBits(quint32(end - begin))));
@@ -21,9 +22,10 @@ bool cJsonParser::read(cJsonValue& document)
     Outcome outcome = readValue();
     while (outcome == ValueFollows || (outcome == ValueDone && m_levels.size() > 0))
         outcome = outcome == ValueFollows ? readValue() : goOn();
-    if (outcome == Failed)
+    m_failedAt = m_at;
+    if (outcome == Failed && !m_isTooLarge)
         closeFailed();
-    document = m_values.size() > 0 ? std::move(m_values.last()) : cJsonValue();
+    document = m_values.size() > 0 && !m_isTooLarge ? std::move(m_values.last()) : cJsonValue();
     return outcome == ValueDone;
 }
 
@@ -179,6 +181,9 @@ cJsonParser::Outcome cJsonParser::goOnInArray(char first)
 {
     if (first != ',' && first != ']')
         return fail("Missing ',' or ']' in array declaration");
+    m_isTooLarge = first == ',' && m_values.size() - m_levels.last().values >= m_maxElements;
+    if (m_isTooLarge)
+        return fail("Too many elements in array declaration");
     ++m_at;
     return first == ',' ? ValueFollows : close();
 }

@@ -58,11 +58,17 @@ private:
 class cJsonParser
 {
 public:
+    /// The most elements of an array: what Qt's vector can hold of them. Its map holds more members than a text has.
+    static constexpr quint32 MaxElements = (0x7fffffff - 64) / sizeof(cJsonValue);
+
     /// A reading of @p begin to @p end, which must outlive it.
-    cJsonParser(const char* begin, const char* end);
+    cJsonParser(const char* begin, const char* end, quint32 maxElements = MaxElements);
 
     /// Reads one value, and comments before it, into @p document. @return whether it was complete.
     bool read(cJsonValue& document);
+
+    /// How far into the text the reading had come when it failed.
+    int failedAt() const { return int(m_failedAt - m_begin); }
 
 private:
     /// The tokens that are told apart where one is skipped or refused.
@@ -117,8 +123,12 @@ private:
     static constexpr int MaxKnownString = 1024; // longer ones come again too seldom to be looked up
     static constexpr int MaxShortText = 2048;   // takes longer to set up what is known than to read
 
+    const char* const m_begin;
     const char* m_at;
     const char* m_end;
+    const char* m_failedAt;
+    const quint32 m_maxElements;
+    bool m_isTooLarge = false;
     cJsonScratch<cJsonValue> m_values;
     cJsonScratch<const QString*> m_names;
     cJsonScratch<Level> m_levels;

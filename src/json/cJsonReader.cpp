@@ -27,15 +27,22 @@ cJsonValue cJsonReader::parse(bool* ok)
 {
     bool isRead = false;
     cJsonValue document;
+    m_errorPosition = 0;
     try {
         cJsonParser parser(m_input.constData(), m_input.constData() + m_input.size());
         isRead = parser.read(document);
+        m_errorPosition = isRead ? -1 : parser.failedAt();
     } catch (const std::bad_alloc&) {
         document = cJsonValue();
     }
     if (ok)
         *ok = isRead;
     return document;
+}
+
+int cJsonReader::errorPosition() const
+{
+    return m_errorPosition;
 }
 
 bool cJsonReader::parse(const char* text, cJsonValue& out)

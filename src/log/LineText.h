@@ -10,7 +10,10 @@ namespace LineText {
 /// A line of usual length is made without asking for memory.
 using Bytes = QVarLengthArray<char, 512>;
 
-/// The message of a line: the bytes up to the first zero byte, each a character of Latin-1.
+// The bytes of a line are those of a stream that writes UTF-8, unless its user has done otherwise: what is valid UTF-8
+// is taken as such, each other byte as a character of Latin-1.
+
+/// The message of a line: the bytes up to the first zero byte.
 QString message(const QByteArray& text);
 
 /// The number of bytes of a line that are its message: those before the first zero byte.
@@ -22,8 +25,17 @@ QString forDebugger(Qt::HANDLE threadId, const QString& channel, const QString& 
 /// Appends the beginning of a line of the log file: "<time>-<channel>(<thread id>):", all in UTF-8.
 void appendFilePrefix(Bytes& line, const QByteArray& time, const QByteArray& channel, Qt::HANDLE threadId);
 
-/// Appends the UTF-8 form of Latin-1 text, without the way over UTF-16.
-void appendLatin1(Bytes& line, const char* text, int length);
+/// Appends the UTF-8 form of the bytes of a line, without the way over UTF-16.
+void appendUtf8(Bytes& line, const char* text, int length);
+
+/// How many of the @p length bytes are the next piece, of about @p limit bytes: no character is cut in two.
+int pieceLength(const char* text, int length, int limit);
+
+/// The line end of the system's text files, as the line builder makes it of "\n".
+const char* end();
+
+/// The bytes of a line with everything shown that stands before its line end; see version/Shown.h.
+QByteArray shownLine(const QByteArray& text);
 
 } // namespace LineText
 

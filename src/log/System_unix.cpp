@@ -2,6 +2,11 @@
 
 #include <cstdio>
 
+const char* LineText::end()
+{
+    return "\n";
+}
+
 void writeDebuggerLine(const QString& line)
 {
     QByteArray bytes = line.toUtf8();

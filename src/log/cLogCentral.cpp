@@ -1,5 +1,6 @@
 #include <Norvale/cLogCentral.h>
 
+#include "log/cFrameworkLog.h"
 #include "log/cLogCentralData.h"
 #include "log/cLogImpl.h"
 #include "version/ForeignCode.h"
@@ -79,6 +80,15 @@ cLog cLogCentral::log(const QString& name)
         return cLog(*channel);
     const QString owned(name.constData(), name.size()); // a literal goes with the library that it lies in
     return cLog(**central.channels.insert(owned, new cLogImpl(owned)));
+}
+
+cLog cFrameworkLog::take(const QString& name)
+{
+    const cLog log = cLogCentral::log(name);
+    cLogCentralData& central = *cLogCentral::instance()->d;
+    const QMutexLocker locker(&central.lock);
+    central.channels.value(name)->setShown();
+    return log;
 }
 
 cLog cLogCentral::sysLog()

@@ -2,6 +2,7 @@
 
 #include "log/cLogImpl.h"
 #include "version/ForeignCode.h"
+#include "version/Shown.h"
 
 #include <QtCore/QMetaMethod>
 #include <QtCore/QThread>
@@ -71,17 +72,18 @@ Qt::HANDLE cLogCentralData::currentThread()
     return QThread::currentThreadId();
 }
 
-void cLogCentralData::output(const cLogImpl* channel, debugType level, const QByteArray& text)
+void cLogCentralData::output(const cLogImpl* channel, debugType level, const QByteArray& bytes)
 {
     if (!channel)
         qFatal("Called output without a logger!");
     const QMutexLocker locker(&lock);
     if (!isDebuggerOutputOn && !m_file)
         return;
+    const QByteArray text = channel->isShown() ? LineText::shownLine(bytes) : bytes;
     const qint64 time = QDateTime::currentMSecsSinceEpoch();
     if (isDebuggerOutputOn) {
         const QDateTime localTime = QDateTime::fromMSecsSinceEpoch(time);
-        showEntry({channel->name(), currentThread(), localTime, level, LineText::message(text)});
+        showEntry({channel->name(), currentThread(), localTime, level, LineText::message(text)}, channel->shownName());
     }
     if (!m_file)
         return;
@@ -90,10 +92,10 @@ void cLogCentralData::output(const cLogImpl* channel, debugType level, const QBy
         m_file->flush(); // the reason of a fatal end is on disk
 }
 
-void cLogCentralData::showEntry(const cLogEntry& entry)
+void cLogCentralData::showEntry(const cLogEntry& entry, const QString& shownChannel)
 {
     if (!isHooksOnly)
-        writeDebuggerLine(LineText::forDebugger(entry.threadId, entry.channel, entry.message));
+        writeDebuggerLine(LineText::forDebugger(entry.threadId, shownChannel, entry.message));
     m_caller.store(entry.threadId, std::memory_order_relaxed);
     hooks.call(entry, [this](const QString& thrown) { lockedUnlessHeld([&] { noteOfHook(thrown); }); });
     m_caller.store(nullptr, std::memory_order_relaxed);
@@ -111,13 +113,14 @@ void cLogCentralData::remember(const cLogEntry& entry)
 void cLogCentralData::noteOfHook(const QString& message)
 {
     const QString channel = QStringLiteral("Norvale");
+    const QString line = shown(message);
     const QDateTime now = QDateTime::currentDateTime();
     if (!isHooksOnly)
-        writeDebuggerLine(LineText::forDebugger(currentThread(), channel, message));
-    remember({channel, currentThread(), now, debugError, message});
+        writeDebuggerLine(LineText::forDebugger(currentThread(), channel, line));
+    remember({channel, currentThread(), now, debugError, line});
     if (!m_file)
         return;
-    writeToFile(channel.toUtf8(), now.toMSecsSinceEpoch(), message.toLatin1() + '\n');
+    writeToFile(channel.toUtf8(), now.toMSecsSinceEpoch(), line.toUtf8() + LineText::end());
     m_file->flush();
 }
 
@@ -128,8 +131,8 @@ void cLogCentralData::writeToFile(const QByteArray& channel, qint64 time, const 
     const char* message = text.constData();
     const char* const end = message + LineText::messageLength(text);
     do {
-        const int length = int(qMin<qptrdiff>(end - message, PieceLimit));
-        LineText::appendLatin1(line, message, length);
+        const int length = LineText::pieceLength(message, int(end - message), PieceLimit);
+        LineText::appendUtf8(line, message, length);
         m_file->write(line.constData(), line.size());
         line.clear();
         message += length;
@@ -159,7 +162,8 @@ void cLogCentralData::flushAtUnload()
 bool cLogCentralData::openFile(const QString& path)
 {
     m_file = std::make_unique<QFile>(path);
-    if (m_file->open(QIODevice::WriteOnly | QIODevice::Append | QIODevice::Text))
+    // Not as text: the lines have the system's line ends already, and would get another CR.
+    if (m_file->open(QIODevice::WriteOnly | QIODevice::Append))
         return true;
     m_file.reset();
     return false;

@@ -83,7 +83,7 @@ public:
 private:
     static Qt::HANDLE currentThread();
 
-    void showEntry(const cLogEntry& entry);
+    void showEntry(const cLogEntry& entry, const QString& shownChannel);
     void remember(const cLogEntry& entry);
     void noteOfHook(const QString& message);
     void writeToFile(const QByteArray& channel, qint64 time, const QByteArray& text);

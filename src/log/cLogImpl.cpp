@@ -2,6 +2,7 @@
 
 #include "disk/WriteSettings.h"
 #include "log/LineText.h"
+#include "version/Shown.h"
 
 #include <QtCore/QSettings>
 #include <QtCore/QVariant>
@@ -29,7 +30,12 @@ struct StoreAtUnload
 } // namespace
 
 cLogImpl::cLogImpl(const QString& name, SwitchReading reading)
-    : m_name(name), m_utf8Name(name.toUtf8()), m_ownLine(new cLogLine), m_line(m_ownLine.get()), m_reading(reading)
+    : m_name(name)
+    , m_shownName(shown(name))
+    , m_utf8Name(m_shownName.toUtf8())
+    , m_ownLine(new cLogLine)
+    , m_line(m_ownLine.get())
+    , m_reading(reading)
 {
     if (m_reading == ReadNow)
         readSwitch();
@@ -86,7 +92,9 @@ void cLogImpl::assign(const cLogImpl& other)
 {
     m_isEnabled.store(other.isEnabled(), std::memory_order_relaxed);
     m_name = other.m_name;
+    m_shownName = other.m_shownName;
     m_utf8Name = other.m_utf8Name;
+    m_isShown = other.m_isShown;
     m_line.store(other.m_line.load(std::memory_order_acquire), std::memory_order_release);
 }
 

@@ -15,7 +15,7 @@
  * Assigning one line to another makes two channels share that place. It is therefore reached through a pointer, and
  * lives as long as the channel that made it.
  *
- * The name is read and changed with the central's lock held.
+ * The name, and whether lines are shown, are read and changed with the central's lock held.
  */
 class cLogImpl
 {
@@ -33,7 +33,13 @@ public:
     static cLogImpl& system();
 
     const QString& name() const { return m_name; }
+    /// The name as lines begin with it; it may come from outside.
+    const QString& shownName() const { return m_shownName; }
     const QByteArray& utf8Name() const { return m_utf8Name; }
+
+    /// Whether its lines are shown instead of passed on as they are; see cFrameworkLog.
+    bool isShown() const { return m_isShown; }
+    void setShown() { m_isShown = true; }
 
     bool isEnabled() const { return m_isEnabled.load(std::memory_order_relaxed); }
     void setEnabled(bool isEnabled);
@@ -56,7 +62,9 @@ private:
 
     std::atomic<bool> m_isEnabled{true};
     QString m_name;
-    QByteArray m_utf8Name;
+    QString m_shownName;
+    QByteArray m_utf8Name; // of the shown name
+    bool m_isShown = false;
     const std::unique_ptr<cLogLine> m_ownLine;
     std::atomic<cLogLine*> m_line;
     const SwitchReading m_reading;

@@ -35,12 +35,22 @@ QTextStream& textStream(const QDebug& debug)
     return privateStream(debug)->ts;
 }
 
+/// What a line is written in, so that no letter is lost, whatever the user's locale can write.
+QTextCodec* utf8()
+{
+    constexpr int Mib = 106;
+    static QTextCodec* const codec = QTextCodec::codecForMib(Mib);
+    return codec;
+}
+
 } // namespace
 
 const QDebug& cLineStream::start()
 {
-    if (!m_stream || !reset())
+    if (!m_stream || !reset()) {
         m_stream.emplace(&m_device);
+        textStream(*m_stream).setCodec(utf8());
+    }
     return *m_stream;
 }
 
@@ -50,7 +60,7 @@ bool cLineStream::reset()
 {
     const QTextStream& text = textStream(*m_stream);
     if (owners(*m_stream) > 1 || text.device() != &m_device || text.status() != QTextStream::Ok ||
-        text.codec() != QTextCodec::codecForLocale() || text.locale() != QLocale::c())
+        text.codec() != utf8() || text.locale() != QLocale::c())
         return false;
     flush();
     m_stream->resetFormat();

@@ -1,8 +1,7 @@
 #include <Norvale/IPluginMgr.h>
 
+#include "log/cFrameworkLog.h"
 #include "version/ForeignCode.h"
-
-#include <Norvale/cLogCentral.h>
 
 #include <QtCore/QMetaMethod>
 #include <QtCore/QMetaType>
@@ -15,7 +14,7 @@ IPluginMgr* s_instance = nullptr;
 /// A signal that nobody has been connected to is a request that nobody hears.
 void reportUnheard(const QString& wanted)
 {
-    cLogCentral::log(QStringLiteral("PluginMgr")).warning().noquote()
+    cFrameworkLog::plugins().warning().noquote()
         << wanted << "is not loaded: the plugins have not been started" << Qt::endl;
 }
 
@@ -25,8 +24,7 @@ void request(const Emission& emission)
 {
     const QString thrown = whatIsThrownBy(emission);
     if (!thrown.isEmpty())
-        cLogCentral::log(QStringLiteral("PluginMgr")).error().noquote()
-            << "A receiver of a request to load" << thrown << Qt::endl;
+        cFrameworkLog::plugins().error().noquote() << "A receiver of a request to load" << thrown << Qt::endl;
 }
 
 /// Where the answer of a request goes: nowhere from another thread than the manager's, for it comes later then.

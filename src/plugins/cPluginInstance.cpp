@@ -220,11 +220,13 @@ bool cPluginInstance::registerSearchPath()
     return true;
 }
 
+// Qt gives up no path of a prefix of one letter; such a name keeps it.
 void cPluginInstance::removeSearchPath()
 {
     QStringList paths = QDir::searchPaths(name());
     paths.removeOne(m_folder);
-    QDir::setSearchPaths(name(), paths);
+    if (name().size() > 1)
+        QDir::setSearchPaths(name(), paths);
 }
 
 void cPluginInstance::installTranslation()

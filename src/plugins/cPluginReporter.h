@@ -4,7 +4,8 @@
 
 #include <Norvale/IPluginMgr.h>
 #include <Norvale/cLog.h>
-#include <Norvale/cLogCentral.h>
+
+#include "log/cFrameworkLog.h"
 
 #include <QtCore/QString>
 
@@ -16,7 +17,7 @@ class cPluginReporter
 public:
     using Span = IPluginObserver::Span;
 
-    cPluginReporter() : m_log(cLogCentral::log(QStringLiteral("PluginMgr"))) {}
+    cPluginReporter() : m_log(cFrameworkLog::plugins()) {}
 
     /// Null for none. Not owned.
     void setObserver(IPluginObserver* observer) { m_observer = observer; }

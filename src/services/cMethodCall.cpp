@@ -14,25 +14,45 @@
 
 namespace {
 
-bool invoke(const QMetaMethod& method, QObject* object, QGenericReturnArgument result, const cMethodCall::Values& v)
+bool answers(const QMetaMethod& method, const char* type)
 {
-    return method.invoke(object, Qt::DirectConnection, result, v[0], v[1], v[2], v[3], v[4], v[5], v[6], v[7], v[8],
-                         v[9]);
+    if (qstrcmp(type, method.typeName()) == 0)
+        return true;
+    const QByteArray normal = QMetaObject::normalizedType(type);
+    const int known = QMetaType::type(normal.constData());
+    return normal == method.typeName() || (known != QMetaType::UnknownType && known == method.returnType());
+}
+
+/// Calls a method that takes these values, as QMetaMethod::invoke() does for a direct call; that would hold them
+/// against the method's parameters once more.
+bool invoke(QObject* object, int index, QGenericReturnArgument result, const cMethodCall::Values& v)
+{
+    if (result.data() && !answers(object->metaObject()->method(index), result.name()))
+        return false;
+    void* places[] = {result.data(), v[0].data(), v[1].data(), v[2].data(), v[3].data(), v[4].data(),
+                      v[5].data(),   v[6].data(), v[7].data(), v[8].data(), v[9].data()};
+    QMetaObject::metacall(object, QMetaObject::InvokeMetaMethod, index, places);
+    return true;
+}
+
+void logThrown(const QMetaMethod& method, const cLog& log)
+{
+    const QMetaObject* const meta = method.enclosingMetaObject();
+    const QString thrown = whatWasThrown();
+    log.error().noquote() << QStringLiteral("The listener %1 of %2 %3 in \"%4\"")
+                                 .arg(QLatin1String(meta->className()), cCodeImage::around(meta).path(), thrown,
+                                      QLatin1String(method.name()))
+                          << Qt::endl;
 }
 
 /// Calls a listener at once.
 void tell(QObject* listener, int index, const cMethodCall::Values& values, const cLog& log)
 {
-    const QMetaMethod method = listener->metaObject()->method(index);
+    const QMetaObject* const meta = listener->metaObject(); // the listener may destroy itself before it throws
     try {
-        invoke(method, listener, QGenericReturnArgument(), values);
+        invoke(listener, index, QGenericReturnArgument(), values);
     } catch (...) {
-        const QString thrown = whatWasThrown();
-        log.error().noquote() << QStringLiteral("The listener %1 of %2 %3 in \"%4\"")
-                                     .arg(QLatin1String(method.enclosingMetaObject()->className()),
-                                          cCodeImage::around(method.enclosingMetaObject()).path(), thrown,
-                                          QLatin1String(method.name()))
-                              << Qt::endl;
+        logThrown(meta->method(index), log);
     }
 }
 
@@ -81,7 +101,7 @@ cMethodCall::cMethodCall(const QString& name, const Values& values) : m_values(v
 bool cMethodCall::callDirectly(QObject* object, QGenericReturnArgument result) const
 {
     const int index = indexOf(object, m_signature.constData());
-    return index >= 0 && invoke(object->metaObject()->method(index), object, result, m_values);
+    return index >= 0 && invoke(object, index, result, m_values);
 }
 
 QByteArray cMethodCall::resultType(const QObject* object) const

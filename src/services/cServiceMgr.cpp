@@ -2,8 +2,8 @@
 
 #include <Norvale/Corvane.h>
 #include <Norvale/cJsonValue.h>
-#include <Norvale/cLogCentral.h>
 
+#include "log/cFrameworkLog.h"
 #include "version/ForeignCode.h"
 #include "version/cCodeImage.h"
 
@@ -34,7 +34,7 @@ IServiceMgr* IServiceMgr::instance()
     return cServiceMgr::current();
 }
 
-cServiceMgr::cServiceMgr() : m_log(cLogCentral::log(QStringLiteral("ServiceMgr")))
+cServiceMgr::cServiceMgr() : m_log(cFrameworkLog::services())
 {
     s_current.store(this, std::memory_order_release);
 }

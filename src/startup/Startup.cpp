@@ -4,6 +4,7 @@
 #include "config/cUpdateMgr.h"
 #include "core/Files.h"
 #include "install/cInstallMgr.h"
+#include "log/cFrameworkLog.h"
 #include "plugins/cPluginMgr.h"
 #include "services/cServiceMgr.h"
 
@@ -29,7 +30,7 @@ Managers s_managers;
 
 cLog frameworkLog()
 {
-    return cLogCentral::log(QStringLiteral("Norvale"));
+    return cFrameworkLog::library();
 }
 
 bool createPluginMgr()

@@ -39,7 +39,7 @@ bool isSafeFileName(const QString& name)
     // Half a character has no form in a file name and would become another character.
     if (name.isEmpty() || !name.isValidUtf16() || name.toUtf8().size() > MaxBytes)
         return false;
-    if (name.contains(QLatin1String("..")) || name.endsWith(QLatin1Char('.')) || name.endsWith(QLatin1Char(' ')))
+    if (name.endsWith(QLatin1Char('.')) || name.endsWith(QLatin1Char(' '))) // with "." and ".."
         return false;
     return std::none_of(name.begin(), name.end(), isForbidden) && !isDevice(name);
 }

@@ -32,10 +32,32 @@ public:
     explicit cZipEndRecord(const uchar* bytes) : cZipBytes(bytes) {}
 
     bool hasSignature() const { return field<quint32>(0) == 0x06054b50; }
+    quint16 diskNumber() const { return field<quint16>(4); }
+    quint16 directoryDisk() const { return field<quint16>(6); }
+    quint16 entriesOnDisk() const { return field<quint16>(8); }
     quint16 totalEntries() const { return field<quint16>(10); }
     quint32 directorySize() const { return field<quint32>(12); }
     quint32 directoryOffset() const { return field<quint32>(16); }
     quint16 commentLength() const { return field<quint16>(20); }
+
+    /// Whether a number is too large for its field, and stands in ZIP64 records instead.
+    bool pointsToZip64() const
+    {
+        return entriesOnDisk() == 0xffff || totalEntries() == 0xffff || directorySize() == 0xffffffff ||
+               directoryOffset() == 0xffffffff;
+    }
+    bool isOneDisk() const { return diskNumber() == 0 && directoryDisk() == 0 && entriesOnDisk() == totalEntries(); }
+};
+
+/// Stands before the end record, and tells where the one of ZIP64 is.
+class cZip64Locator : public cZipBytes
+{
+public:
+    static constexpr int Size = 20;
+
+    explicit cZip64Locator(const uchar* bytes) : cZipBytes(bytes) {}
+
+    bool hasSignature() const { return field<quint32>(0) == 0x07064b50; }
 };
 
 /// What the two headers of a file have in common: the local one before its data, and its record in the central
@@ -73,6 +95,31 @@ public:
     QLatin1String name() const { return text(Size, nameLength()); }
     /// Where the data begin behind the beginning of the header.
     int dataOffset() const { return Size + nameLength() + extraLength(); }
+};
+
+/// Stands behind the data of a file whose local header was written before its sizes were known (data descriptor). The
+/// signature may be left out.
+class cZipDescriptor : public cZipBytes
+{
+public:
+    static constexpr int LeastSize = 12; // without signature
+
+    /// @param bytes where the data end; @p size of them lie in memory, at least `LeastSize`.
+    cZipDescriptor(const uchar* bytes, qint64 size)
+        : cZipBytes(bytes), m_first(size >= Signature + LeastSize && hasSignature() ? Signature : 0)
+    {
+    }
+
+    int size() const { return m_first + LeastSize; }
+    quint32 crc() const { return field<quint32>(m_first); }
+    quint32 compressedSize() const { return field<quint32>(m_first + 4); }
+    quint32 uncompressedSize() const { return field<quint32>(m_first + 8); }
+
+private:
+    static constexpr int Signature = 4;
+    bool hasSignature() const { return field<quint32>(0) == 0x08074b50; }
+
+    int m_first;
 };
 
 class cZipCentralRecord : public cZipHeader

@@ -15,31 +15,49 @@ const uchar* bytesOf(const QByteArray& block)
     return reinterpret_cast<const uchar*>(block.constData());
 }
 
-/// The end record with a comment of at most @p longestComment bytes that ends with the archive; empty when there is
-/// none.
+/// An end record, and where it stands.
+struct End
+{
+    QByteArray bytes; // empty when there is none
+    qint64 position = 0;
+};
+
+/// The end record with a comment of at most @p longestComment bytes that ends with the archive.
 /// @param last where one without a comment would be.
-QByteArray findEnd(cZipReader& reader, qint64 last, int longestComment)
+End findEnd(cZipReader& reader, qint64 last, int longestComment)
 {
     const QByteArray tail = reader.bytes(last - longestComment, cZipEndRecord::Size + longestComment);
     if (tail.size() < cZipEndRecord::Size + longestComment)
-        return QByteArray();
+        return End();
     for (int comment = 0; comment <= longestComment; ++comment) {
         const cZipEndRecord end(bytesOf(tail) + longestComment - comment);
         if (end.hasSignature() && end.commentLength() == comment)
-            return tail.mid(longestComment - comment, cZipEndRecord::Size);
+            return {tail.mid(longestComment - comment, cZipEndRecord::Size), last - comment};
     }
-    return QByteArray();
+    return End();
 }
 
 /// The end record is the last one whose comment ends with the archive. It never begins at the archive's first byte.
-QByteArray findEnd(cZipReader& reader)
+End findEnd(cZipReader& reader)
 {
     const qint64 last = reader.size() - cZipEndRecord::Size;
     const int longest = int(qMin<qint64>(last - 1, LongestComment));
     if (longest < 0)
-        return QByteArray();
-    const QByteArray end = findEnd(reader, last, 0); // most archives have no comment
-    return end.isEmpty() ? findEnd(reader, last, longest) : end;
+        return End();
+    const End end = findEnd(reader, last, 0); // most archives have no comment
+    return end.bytes.isEmpty() ? findEnd(reader, last, longest) : end;
+}
+
+/// What the end record itself tells against a package; see cZipDirectory::packageFault().
+QString faultOfEnd(cZipReader& reader, const cZipEndRecord& end, qint64 position)
+{
+    const QByteArray before = reader.bytes(qMax<qint64>(0, position - cZip64Locator::Size), cZip64Locator::Size);
+    if (end.pointsToZip64() || (position >= cZip64Locator::Size && cZip64Locator(bytesOf(before)).hasSignature()))
+        return QStringLiteral("it is a ZIP64 archive, which is not read: packages are plain archives below 4 GiB with "
+                              "fewer than 65535 entries");
+    if (!end.isOneDisk())
+        return QStringLiteral("it is a part of a multi-disk archive, which is not read");
+    return QString();
 }
 
 } // namespace
@@ -69,20 +87,27 @@ bool cZipDirectory::read(cZipReader& reader)
     reader.reset();
     if (!reader.isReadable())
         return fail(QStringLiteral("there is no device that is open and can seek"));
-    const QByteArray endBytes = findEnd(reader);
-    if (endBytes.isEmpty())
+    const End found = findEnd(reader);
+    if (found.bytes.isEmpty())
         return fail(QStringLiteral("there is no end record"));
-    const cZipEndRecord end(bytesOf(endBytes));
+    const cZipEndRecord end(bytesOf(found.bytes));
+    m_packageFault = faultOfEnd(reader, end, found.position);
     m_directoryOffset = end.directoryOffset();
     const int total = end.totalEntries();
-    if (!readRecords(reader, total, end.directorySize()))
+    const qint64 directoryEnd = readRecords(reader, total, end.directorySize());
+    if (count() < total)
         return fail(QStringLiteral("record %1 of %2 lies outside the archive").arg(count() + 1).arg(total));
+    if (m_packageFault.isEmpty() && directoryEnd != found.position)
+        m_packageFault =
+            QStringLiteral("its end record counts %1 records, which end at byte %2 instead of %3, where it "
+                           "stands itself")
+                .arg(QString::number(total), QString::number(directoryEnd), QString::number(found.position));
     return true;
 }
 
 /// Each record stands behind the one before it. A block is read for as many of them as lie in it; the first block is
-/// as large as the directory states to be, so that one will do.
-bool cZipDirectory::readRecords(cZipReader& reader, int total, quint32 statedSize)
+/// as large as the directory states to be, so that one will do. @return where the last one ends.
+qint64 cZipDirectory::readRecords(cZipReader& reader, int total, quint32 statedSize)
 {
     qint64 position = m_directoryOffset;
     qint64 blockSize = qBound<qint64>(LongestRecord, statedSize, FirstBlock);
@@ -90,11 +115,11 @@ bool cZipDirectory::readRecords(cZipReader& reader, int total, quint32 statedSiz
         const QByteArray block = reader.bytes(position, blockSize);
         const qint64 used = takeRecords(block, total, block.size() < blockSize);
         if (used == 0)
-            return false;
+            break;
         position += used;
         blockSize = FurtherBlock;
     }
-    return true;
+    return position;
 }
 
 /// Takes the records of a block.

@@ -46,6 +46,11 @@ public:
     /// Why the last read() failed; empty after a success.
     QString errorString() const { return m_error; }
 
+    /// What the archive reader passes over and a package must not have, since its files would not be all that it holds:
+    /// ZIP64 records, several disks, an end record that does not count as many records as there are. Empty when there
+    /// is nothing of that; valid whether or not read() has succeeded.
+    QString packageFault() const { return m_packageFault; }
+
     int count() const { return m_records.size(); }
     cZipRecord record(int index) const;
 
@@ -58,7 +63,7 @@ public:
     quint32 directoryOffset() const { return m_directoryOffset; }
 
 private:
-    bool readRecords(cZipReader& reader, int total, quint32 statedSize);
+    qint64 readRecords(cZipReader& reader, int total, quint32 statedSize);
     qint64 takeRecords(const QByteArray& block, int total, bool isLast);
     const uchar* cutOff(const uchar* record, int nameSpace);
     bool fail(const QString& reason);
@@ -66,5 +71,6 @@ private:
     QVector<const uchar*> m_records;
     QVector<QByteArray> m_blocks;
     QString m_error;
+    QString m_packageFault;
     quint32 m_directoryOffset = 0;
 };

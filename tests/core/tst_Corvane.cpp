@@ -31,6 +31,8 @@ private slots:
     void foldersAndFiles()
     {
         const QString root = m_sandbox.path() + "/suite";
+        m_sandbox.setInstallDir(m_sandbox.path() + "/another");
+        QVERIFY(Corvane::initializeFolderOrFile());
         m_sandbox.setInstallDir(root + "/x/..");
         QVERIFY(Corvane::initializeFolderOrFile());
         QVERIFY(Corvane::initializeFolderOrFile());
@@ -211,9 +213,8 @@ private slots:
         QDomDocument doc;
         const QByteArrayList accepted{
             "<a xmlns='urn:a' xmlns:p='urn:p' p:b='c'><p:d p:e='f'/> <g xmlns=''/></a>",
-            "<?xml version='1.0'?><!DOCTYPE a [<!ENTITY b 'c'>]><q:a>&b;<!-- - --><![CDATA[<]]></q:a>"};
-        const QByteArrayList refused{"", "<a><b></a>", QByteArray("<a>").repeated(1000000),
-                                     "<!DOCTYPE a [<!ELEMENT a " + QByteArray(1000000, '(') + ">]><a/>"};
+            "<?xml version='1.0'?><!DOCTYPE a [<!ENTITY b 'c'>]><q:a d='&b;&e;'>&b;<!-- - --><![CDATA[<]]></q:a>"};
+        const QByteArrayList refused{"", "<a><b></a>", QByteArray("<a>").repeated(1000000)};
         for (bool hasNamespaces : {false, true}) {
             QVERIFY(Corvane::FileReadDom(file("<p:a xmlns:p='urn:p'/>"), doc, hasNamespaces));
             QCOMPARE(doc.documentElement().namespaceURI(), QString(hasNamespaces ? "urn:p" : ""));

@@ -61,7 +61,7 @@ private slots:
     void read()
     {
         QFETCH(QByteArrayList, pieces);
-        cMessageSocket messages(&m_socket);
+        cMessageSocket messages = &m_socket;
         QVERIFY(deliver(pieces.takeFirst()));
         // So an empty message alone is not told.
         QCOMPARE(messages.messageAvailable(), m_socket.bytesAvailable() > 4);

@@ -1,8 +1,12 @@
+#include "core/cXmlBounds.h"
+#include "core/cXmlGuard.h"
 #include "core/cXmlReader.h"
 #include "core/cXmlTree.h"
 
+#include <Rows.h>
+
 #include <QtCore/QRandomGenerator>
-#include <QtTest/QtTest>
+#include <QtXml/QDomDocument>
 
 /// Forms of documents: a capital stands for any of its forms.
 static const QMap<char, QList<QByteArray>> Forms{
@@ -59,6 +63,32 @@ static QString textOf(const cXmlElement& element, bool withPlaces)
     return "<" + parts.join('|') + ">";
 }
 
+/// A document with a document type of its own, and references to it of every kind.
+static QByteArray declaringDocument(QRandomGenerator& random)
+{
+    const QByteArrayList texts =
+        QByteArray(
+            "x~&a;~&b;&c;~%p;~&#60;i/>~<i k='&a;'/>~&#38;b;~&#38;#38;~&amp;~<i>~</i>~<!-- ~]]>~\"~&x;~%~&~;~\xc3\xa4")
+            .split('~');
+    const auto text = [&](int most) {
+        QByteArray made;
+        for (int parts = random.bounded(most + 1); parts > 0; --parts)
+            made += texts.at(random.bounded(texts.size()));
+        return made;
+    };
+    const QByteArrayList declarations =
+        QByteArray(
+            "<!ENTITY a 'T'>~<!ENTITY b 'T'>~<!ENTITY  c\n\"T\" >~<!ENTITY % p 'T'>~<!ENTITY % q '<!ENTITY a \"T\">'>~"
+            "%q;~%p;~<!ENTITY amp 'T'>~<!ENTITY a SYSTEM 'x'>~<!ATTLIST m k CDATA 'T'>~<!ELEMENT m (#PCDATA|i)*>~"
+            "<!-- <!ENTITY a 'x'> -->~<?x T?>~<!NOTATION n PUBLIC 'T'>~ ")
+            .split('~');
+    QByteArray xml = "<!DOCTYPE m [";
+    for (int i = random.bounded(6); i > 0; --i)
+        xml += QByteArray(declarations.at(random.bounded(declarations.size()))).replace("T", text(3));
+    xml += "]><m k='" + text(2).replace('<', "") + "'>" + text(3) + "<![CDATA[&a;<!ENTITY]]>" + text(2) + "</m>";
+    return xml;
+}
+
 /// XML read in two ways, by the stream and by the DOM.
 class tst_cXmlReader : public QObject
 {
@@ -85,6 +115,74 @@ private slots:
         }
         QVERIFY2(plain > count / 2, QByteArray::number(plain));
         QVERIFY2(plain < count * 9 / 10, QByteArray::number(plain));
+    }
+    void guardedIsAsDirect()
+    {
+        QRandomGenerator random(20110214);
+        int accepted = 0;
+        for (int i = 0; i < 20000; ++i) {
+            const QByteArray xml = declaringDocument(random);
+            QDomDocument guarded, direct;
+            const bool isRead = direct.setContent(xml, i % 2 == 0);
+            if (cXmlGuard::readDom(xml, guarded, nullptr, i % 2 == 0) != isRead ||
+                guarded.toString() != direct.toString())
+                QFAIL(xml.constData());
+            accepted += isRead;
+        }
+        QVERIFY2(accepted > 1000, QByteArray::number(accepted));
+    }
+    void refusesWhatIsTooMuch_data()
+    {
+        const auto repeated = [](const char* text, int count) { return QByteArray(text).repeated(count); };
+        const auto nested = [&](int levels) { return repeated("<a>", levels) + repeated("</a>", levels); };
+        const auto attributed = [](int count) {
+            QByteArray xml = "<a>\n<b";
+            for (int i = 0; i < count; ++i)
+                xml += " a" + QByteArray::number(i) + "=''";
+            return xml + "/></a>";
+        };
+        const auto entity = [](const QByteArray& text, const QByteArray& use) {
+            return "<!DOCTYPE a [<!ENTITY e '" + text + "'>]><a x='" + use + "'>" + use + "</a>";
+        };
+        const Rows<QByteArray, QString> row("xml", "reason");
+        row("as deep as it may be", nested(1000), "");
+        row("too deep", "\n " + nested(1001), "line 2, column 3004: elements nested deeper than 1000 levels");
+        row("too deep by an entity",
+            "<!DOCTYPE a [<!ENTITY e '" + nested(20) + "'>]>" + nested(985).insert(3 * 985, "&e;"), "line 1, column 3");
+        row("as many attributes as may be", attributed(1000), "");
+        row("too many attributes", attributed(1001), "line 2, column 7900: an element with more than 1000 attributes");
+        row("large entity", entity(QByteArray(30000000, 'x'), repeated("&e;", 99)), "line 1, column ");
+        row("references", entity("x", repeated("&e;", 50000)), "");
+        row("predefined references, and what looks like declarations",
+            "<a b='" + repeated("&amp;", 1000000) + "'>" + repeated("&lt;!ENTITY ", 100000) + "<!-- " +
+                repeated("<!ENTITY ", 100000) + "--><![CDATA[" + repeated("<!ELEMENT &x;", 100000) + "]]></a>",
+            "");
+        row("entities of entities",
+            "<!DOCTYPE a [<!ENTITY a 'aaaaaaaaaa'><!ENTITY b '" + repeated("&a;", 1000) + "'><!ENTITY c '" +
+                repeated("&b;", 1000) + "'><!ENTITY d '" + repeated("&c;", 1000) + "'>]><a b='&d;'/>",
+            "line 1, column 9090: the document's own entities make more than 16777216 characters");
+        row("itself", entity("&e;", "&e;"), "line 1, column 41: the entity \"e\" contains itself");
+        row("other declarations", "<!DOCTYPE a [" + repeated("<!ELEMENT a ANY>", 10000) + "]><a/>", "");
+        row("entities", "<!DOCTYPE a [" + repeated("<!ENTITY a ''>", 4001) + "]><a/>",
+            "line 1, column 56026: a document type with more than 4000 entities");
+        const QByteArray large = "<!ENTITY a '" + QByteArray(1000000, 'x') + "'>";
+        row("text of entities", "<!DOCTYPE a [" + large.repeated(70) + "]><a/>",
+            "line 1, column 66000936: a document type with too many entities of too much text");
+        row("content model", "<!DOCTYPE a [<!ELEMENT a " + repeated("(", 1000000) + ">]><a/>",
+            "line 1, column 1026: a content model nested deeper than 1000 levels");
+    }
+    void refusesWhatIsTooMuch()
+    {
+        QFETCH(QByteArray, xml);
+        QFETCH(QString, reason);
+        QDomDocument document;
+        QString told = "";
+        QCOMPARE(cXmlGuard::readDom(xml, document, &told), reason.isEmpty());
+        QVERIFY2(told.startsWith(reason), qPrintable(told));
+        cXmlTree tree;
+        told = "";
+        QCOMPARE(cXmlReader::read(xml, tree, &told), reason.isEmpty());
+        QVERIFY2(told.startsWith(reason), qPrintable(told));
     }
 };
 

@@ -10,6 +10,7 @@
 #include <Platform.h>
 #include <Rows.h>
 
+#include <cerrno>
 #include <cstdio>
 
 static const char Site[] =
@@ -171,8 +172,8 @@ private:
         if (isKilled != (code == -1))
             faults << QString("ended with %1, having called").arg(code) + place.report().join(", ");
         const QString said = place.said();
-        if (code == 1 && said.isEmpty())
-            faults << "failed and said nothing";
+        if (code == 1 && !said.contains(causeOf(fault)))
+            faults << "failed and did not say why";
         if (steps != "uninstall" && !isWhole(&State::plugins, place, "features.xml"))
             faults << "neither the old nor the new set is whole";
         if (steps == "install")
@@ -205,6 +206,14 @@ private:
         if (part == &State::plugins && !m_before.plugins.count("B-1.00.000/"))
             return without(without(m_before.plugins, without(m_before.plugins, m_done.plugins)), tree).empty();
         return isThere(m_before.*part) || isThere(m_done.*part);
+    }
+
+    /// What a failure has to say. On Windows the system's words are those of its language.
+    static QString causeOf(const QString& fault)
+    {
+        if (!Platform::hasUnixFiles())
+            return ":";
+        return qt_error_string(fault.startsWith("ENOSPC") ? ENOSPC : EROFS);
     }
 
     static constexpr int Workers = 3; // what a process waits for leaves its processor to another

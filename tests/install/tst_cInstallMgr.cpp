@@ -109,7 +109,7 @@ private slots:
         row("plugin in two versions", {}, {"main 1.0", "Core 1.0: A 1.0, A 2.0"}, "", "",
             "A-1.00.000.zip, A-2.00.000.zip", "in two versions");
         row("hash that is none", one, {"main 2.0", "Core 2.0: A 2.0 !no-hash"}, first, "", "A-2.00.000.zip",
-            "its hash \"no hash\" is no SHA-1 hash");
+            "its hash \"?\" is no SHA-1 hash");
         row("another repository in part", one, {"side 0.9", "Core 0.9: A 0.9", "More 0.9: C 1.0 !missing"},
             "1.00.000 Core 0.9: A 0.9", "uninstall A 1.0, uninstall B 1.0, install A 0.9", done, "C-1.00.000.zip");
 
@@ -211,7 +211,7 @@ private slots:
         m_signals.clear();
         QVERIFY(!m_manager->installFromLocation(m_root + "/none.xml", false));
         QVERIFY(said("none.xml is not installed"));
-        QVERIFY(said("A receiver of the signals of an installation threw an exception"));
+        QVERIFY(!log().filter("A receiver of the signals of an installation threw an exception").isEmpty());
         offer({"main 3.0"});
         QFile::resize(dropbox(), 20);
         QVERIFY(!m_manager->installDropbox());

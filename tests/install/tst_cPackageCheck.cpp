@@ -17,9 +17,15 @@ private slots:
         const Rows<int, QString> row("rule", "text");
         row("right", None, "");
         row("silent", None, "");
+        row("descriptors", None, "");
+        row("names", None, "");
         row("no-archive", Rule::Readable, "there is no end record");
         row("cut-off", Rule::Readable, "there is no end record");
         row("tail", Rule::Readable, "there is no end record");
+        for (const char* name : {"zip64", "zip64-offset"})
+            row(name, Rule::Readable, "it is a ZIP64 archive");
+        row("disks", Rule::Readable, "it is a part of a multi-disk archive");
+        row("more-records", Rule::Readable, "its end record counts 4 records, which end at byte ");
         row("no-manifest", Rule::Manifest, "it has no Manifest.xml");
         row("small-letters", Rule::Manifest, "it has no Manifest.xml");
         row("bad-xml", Rule::Manifest, "Manifest.xml: line 4, column ");
@@ -42,7 +48,8 @@ private slots:
         row("encrypted", Rule::EntryType, "e: it is encrypted");
         row("method", Rule::EntryType, "m: it is neither stored nor deflated");
         row("stored-sizes", Rule::EntryType, "s: it is neither stored nor deflated");
-        row("descriptor", Rule::EntryRecord, "d: its sizes stand behind its data");
+        for (const char* name : {"no-descriptor", "descriptor-size"})
+            row(name, Rule::EntryRecord, "d: the sizes behind its data");
         row("local-name", Rule::EntryRecord, "n: its local header names \"other\"");
         row("local-size", Rule::EntryRecord, "n: its local header has another compressed size");
         row("overlap", Rule::EntryRecord, "in: it overlaps with \"outer\"");

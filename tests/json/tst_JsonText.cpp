@@ -4,6 +4,8 @@
 #include <Platform.h>
 #include <Rows.h>
 
+#include "json/cJsonParser.h"
+
 #include <cmath>
 #include <limits>
 
@@ -110,6 +112,23 @@ private slots:
         QCOMPARE(cJsonReader::parse("{" + text + ":1}", value), expected.isString());
         QCOMPARE(value.keys().value(0), expected.toString());
     }
+    void tellsWhereItFailed()
+    {
+        for (const auto& [text, position] : {std::pair("[1,2]", -1), {"[1, 2 3]", 6}, {"{\"a\" 1}", 6}, {"", 0}}) {
+            cJsonReader reader = text;
+            reader.parse();
+            QCOMPARE(reader.errorPosition(), position);
+        }
+        const QByteArray text("[[1,2,3],[1,2,3,4]]");
+        cJsonParser parser(text.constBegin(), text.constEnd(), 3);
+        cJsonValue value(1);
+        QVERIFY(!parser.read(value));
+        QCOMPARE(parser.failedAt(), text.indexOf(",4"));
+        QVERIFY(value.isNull());
+        cJsonParser fitting(text.constBegin(), text.constBegin() + 8, 3);
+        QVERIFY(!fitting.read(value)); // unclosed, but not too large
+        QCOMPARE(value[0].size(), 3u);
+    }
     void readsFromSources()
     {
         const QByteArray padded("xx[1,2]yy");
@@ -182,8 +201,10 @@ private slots:
         cJsonValue().append(1).prettySerialize(stream, 1, 2);
         cJsonValue(ArrayType).prettySerialize(stream, 1, -2);
         stream.flush();
-        QDebug(&text).nospace().noquote() << cJsonValue().insert("a", 1) << cJsonValue();
-        QCOMPARE(text, QString("[1.23,ff][\n   1\n  ][\n]{\"a\":1}null"));
+        // The quotes are those of the JSON alone; the stream goes on as it was.
+        QDebug(&text) << "x" << cJsonValue().insert(QString(QChar(0xe4)), "\t\"") << QString("q");
+        QDebug(&text).nospace() << cJsonValue() << cJsonValue(1);
+        QCOMPARE(text, QString::fromUtf8("[1.23,ff][\n   1\n  ][\n]x {\"\u00e4\":\"\\t\\\"\"} \"q\" null1"));
     }
     void writesInLines()
     {

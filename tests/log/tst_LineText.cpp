@@ -9,6 +9,7 @@ class tst_LineText : public QObject
     Q_OBJECT
 
 private slots:
+    void initTestCase() { QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8")); }
     void lineIsThatOfQString();
     void timeIsThatOfQDateTime();
     void streamIsAsGoodAsNew();
@@ -27,7 +28,7 @@ void tst_LineText::lineIsThatOfQString()
             byte = char(i % 2 ? 32 + m_random.bounded(95) : m_random.bounded(256));
         LineText::Bytes line;
         LineText::appendFilePrefix(line, "Tue Nov 3", "%4%1", Qt::HANDLE(quintptr(thread)));
-        LineText::appendLatin1(line, text.constData(), LineText::messageLength(text));
+        LineText::appendUtf8(line, text.constData(), LineText::messageLength(text));
         const QByteArray plain = "Tue Nov 3-%4%1(" + QByteArray::number(qulonglong(thread), 16) + "):";
         if (QByteArray(line.constData(), line.size()) != plain + LineText::message(text).toUtf8())
             QFAIL((plain + text.toHex()).constData());

@@ -3,6 +3,8 @@
 #include "Rows.h"
 #include "SettingsSandbox.h"
 
+#include "log/cFrameworkLog.h"
+
 #include <functional>
 #include <memory>
 #include <optional>
@@ -50,6 +52,12 @@ private slots:
 private:
     SettingsSandbox m_sandbox;
 };
+
+static QTextStream& latin1(QTextStream& stream)
+{
+    stream.setCodec("ISO-8859-1");
+    return stream;
+}
 
 /// Each row has a channel of its own, named as the row; in the lines it is "[]".
 void tst_Log::writes_data()
@@ -114,12 +122,22 @@ void tst_Log::writes_data()
         moved = QDebug(QtDebugMsg).nospace();
         log.info() << "c" << Qt::endl;
     });
-    // the bytes of the locale's codec, each a character
-    const QString umlaut = QString::fromLatin1(QTextCodec::codecForLocale()->fromUnicode(QString(QChar(0xe4))));
-    const QString part(65535, 'x');
+    // each where a piece of the line ends
+    const QString part(65535, 'x'), umlaut(QChar(0xe4));
     row("long line, then one with a zero byte", "[]" + part + umlaut + part + " \n[]% %2 ", [](cLog& log) {
         log.info().noquote() << QString(65535, 'x') + QChar(0xe4) + QString(65535, 'x') << Qt::endl;
         log.info() << '%' << "%2" << char(0) << "gone" << Qt::endl;
+    });
+    const QString letters = QString::fromUtf8("ä€😀ж\x1b[1m\u202e");
+    row("letters as they were streamed, in UTF-8 or Latin-1", "[]" + letters + " \"ä€\" \n[]ä \n", [](cLog& log) {
+        log.info().noquote() << QString::fromUtf8("ä€😀ж\x1b[1m\u202e") << "\"ä€\"" << Qt::endl;
+        log.info().noquote() << latin1 << QString(QChar(0xe4)) << Qt::endl;
+    });
+    row("the framework's lines are shown", "[PluginMgr]a\\n\\x1b\\u{202e}ä\\x00 \n[a\\nb]c\nd \n", [](cLog&) {
+        cFrameworkLog::plugins();
+        const QString name = QString::fromUtf8("a\n\x1b\u202eä") + QChar(0);
+        cLogCentral::log("PluginMgr").info().noquote() << name << Qt::endl;
+        cLogCentral::log("a\nb").info() << "c\nd" << Qt::endl;
     });
 }
 

@@ -205,11 +205,16 @@ private slots:
 
     void speaksToPrograms()
     {
-        m_tool.write("Manifest.xml", QByteArray(Manifest).replace("<service>S</service>", "<service/>"));
+        m_tool.write(
+            "Manifest.xml",
+            QByteArray(Manifest).replace("<service>S</service>", "<service/>").replace("B<", "\xe2\x80\xae:x<"));
         const Ended ended = m_tool.run("lint --json Manifest.xml");
+        QVERIFY(ended.output.contains("\\u202e"));
+        QVERIFY(!ended.output.contains(QChar(0x202e)));
         const QJsonObject root = QJsonDocument::fromJson(ended.output.toUtf8()).object();
         QCOMPARE(ended.code, 1);
         QCOMPARE(root["errors"].toInt(), 1);
+        QVERIFY(root["findings"].toArray().at(1)["text"].toString().contains(QChar(0x202e)));
         QCOMPARE(root["findings"].toArray().at(0)["rule"].toString(), "manifest-empty-service");
         QCOMPARE(root["findings"].toArray().at(0)["line"].toInt(), 4);
     }

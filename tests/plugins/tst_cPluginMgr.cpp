@@ -237,31 +237,34 @@ private slots:
             "started, not at once, start A, start B");
 
         // What stays loaded without a plugin object does not keep those that need it from loading.
-        const QStringList steps{"start", "load F", "list", "load NeedsF"};
+        const QStringList steps{"start", "load Fails", "list", "load NeedsIt"};
         for (const auto& [fixture, reason] :
              {std::pair("entryMissing", "\"create\""), {"entryNull", "answers null"}, {"throwsInEntry", "threw"}})
-            row(fixture, {QString("F ") + fixture, "NeedsF plain needs:F"}, steps, {reason},
-                "started, no F, 2 F:1:Loaded NeedsF:2:Ordered , start NeedsF, NeedsF there");
-        const QString failed = "plugin \"NeedsF\" is not loaded: a dependency failed (NeedsF -> F)";
-        row("no library", {"F none", "NeedsF plain needs:F"}, steps, {failed, "does not exist", "does not exist"},
-            "started, no F, 2 F:1:Ordered NeedsF:2:Ordered , no NeedsF");
+            row(fixture, {QString("Fails ") + fixture, "NeedsIt plain needs:Fails"}, steps, {reason},
+                "started, no Fails, 2 Fails:1:Loaded NeedsIt:2:Ordered , start NeedsIt, NeedsIt there");
+        const QString failed = "plugin \"NeedsIt\" is not loaded: a dependency failed (NeedsIt -> Fails)";
+        row("no library", {"Fails none", "NeedsIt plain needs:Fails"}, steps,
+            {failed, "does not exist", "does not exist"},
+            "started, no Fails, 2 Fails:1:Ordered NeedsIt:2:Ordered , no NeedsIt");
         for (const auto& [fixture, reason] :
              {std::pair("startFails", "returned false"), {"throwsInStart", "out of paper"}})
-            row(fixture, {QString("F ") + fixture, "NeedsF plain needs:F"}, steps, {failed, reason, reason},
-                "started, start F, no F, 2 F:1:Ordered NeedsF:2:Ordered , start F, no NeedsF");
+            row(fixture, {QString("Fails ") + fixture, "NeedsIt plain needs:Fails"}, steps, {failed, reason, reason},
+                "started, start Fails, no Fails, 2 Fails:1:Ordered NeedsIt:2:Ordered , start Fails, no NeedsIt");
         row("throwsInStop", {"A plain auto", "T throwsInStop auto"}, {"start", "stop", "list"},
             {"T-1.00.000 did not stop properly"},
             "start A, start T, started, stop T, stop A, 2 A:1:Stopped* T:2:Stopped* ");
-        row("leavesService", {"L leavesService"}, {"start", "load L", "list", "listen LeftEvents", "raise LeftEvents"},
-            {"withdrew the service \"left\" of L", "withdrew the service \"leftByThread\" of L",
-             "withdrew a listener of \"LeftEvents\" of L"},
-            "started, start L, no L, 2 L:1:Ordered , changed");
-        row("what a failed start has registered goes", {"F actsAndFails", "G acts"},
-            {"acts F lend; listen S; handle; hook; observe; load G", "acts G listen T", "start", "load F", "list",
-             "raise S", "raise T", "send"},
-            {"withdrew the service \"lent\" of F", "withdrew a listener of \"S\" of F",
-             "withdrew a message handler of F", "withdrew a log hook of F", "withdrew the observer of F"},
-            "started, start F, <lG, >, <sG, start G, >, G there, !>, no F, 2 F:1:Ordered G:2:Started* , changed");
+        row("leavesService", {"Left leavesService"},
+            {"start", "load Left", "list", "listen LeftEvents", "raise LeftEvents"},
+            {"withdrew the service \"left\" of Left", "withdrew the service \"leftByThread\" of Left",
+             "withdrew a listener of \"LeftEvents\" of Left"},
+            "started, start Left, no Left, 2 Left:1:Ordered , changed");
+        row("what a failed start has registered goes", {"Fails actsAndFails", "G acts"},
+            {"acts Fails lend; listen S; handle; hook; observe; load G", "acts G listen T", "start", "load Fails",
+             "list", "raise S", "raise T", "send"},
+            {"withdrew the service \"lent\" of Fails", "withdrew a listener of \"S\" of Fails",
+             "withdrew a message handler of Fails", "withdrew a log hook of Fails", "withdrew the observer of Fails"},
+            "started, start Fails, <lG, >, <sG, start G, >, G there, no Fails, 2 Fails:1:Ordered G:2:Started* , "
+            "changed");
         row("a failing plugin is tried once in a start",
             {"B plain auto needs:F", "C plain auto needs:B", "F startFails auto", "G acts auto"},
             {"acts G load F", "start", "load B"},
@@ -279,7 +282,7 @@ private slots:
         row("a dependency stops the suite", {"A plain needs:D", "B acts", "D acts"},
             {"acts D stop; start", "acts B load A", "start", "load B", "list"},
             {"\"A\" is not loaded: the suite is being stopped", "has been stopped, and is not started again"},
-            "started, start B, start D, not started, no A, stop D, stop B, B there, "
+            "started, start B, start D, not started, no A, stop B, stop D, B there, "
             "2 A:3:Ordered B:1:Stopped* D:2:Stopped* ");
         row("categories change while they are loaded",
             {"A acts in:a", "B plain in:b", "C plain in:c", "ZentraSettings acts"},

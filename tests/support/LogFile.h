@@ -16,7 +16,8 @@ public:
 
     QString path(const QString& name) const { return m_folder.filePath(name); }
 
-    /// What is on disk, all files in the order of their names. A warning or an error brings what is before it there.
+    /// What is on disk, with plain line ends, all files in the order of their names. A warning or an error brings what
+    /// is before it there.
     QString content() const
     {
         QByteArray bytes;
@@ -24,7 +25,7 @@ public:
             QFile file(path(name));
             bytes += file.open(QIODevice::ReadOnly) ? file.readAll() : "unreadable";
         }
-        return QString::fromUtf8(Platform::logText(bytes));
+        return QString::fromUtf8(bytes).replace(Platform::lineEnd(), "\n");
     }
 
     /// The same, with "[channel]" where a line begins.

@@ -58,10 +58,6 @@ QString consoleText(QByteArray bytes);
 /// The line end of text files, which the line builder of the log writes, too.
 QString lineEnd();
 
-/// The text of a log file with plain line ends. The line builder writes the system's line end into the message, and the
-/// file, which is a text file, writes each line end in it as the system's.
-QByteArray logText(QByteArray bytes);
-
 /// What child processes write for a debugger, from the construction on: on Windows a debugger listens; elsewhere it is
 /// standard error. One at a time, on the whole machine.
 class DebuggerLines

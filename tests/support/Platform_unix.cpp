@@ -82,11 +82,6 @@ QString Platform::lineEnd()
     return QStringLiteral("\n");
 }
 
-QByteArray Platform::logText(QByteArray bytes)
-{
-    return bytes;
-}
-
 class Platform::DebuggerLines::Listener
 {
 };

@@ -105,11 +105,6 @@ QString Platform::lineEnd()
     return QStringLiteral("\r\n");
 }
 
-QByteArray Platform::logText(QByteArray bytes)
-{
-    return bytes.replace("\r\r\n", "\n");
-}
-
 /// Takes the lines as a debugger that watches the whole machine does: each comes in a shared page with its process.
 class Platform::DebuggerLines::Listener
 {

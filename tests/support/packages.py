@@ -55,8 +55,15 @@ class Entry:
         packed = content if method == 0 else zlib.compress(content, 9)[2:-4]
         self.name, self.packed = name.encode("latin-1"), packed
         self.f = dict(method=method, flags=0, csize=len(packed), usize=len(content), mode=mode, crc=zlib.crc32(content),
-                      local_name=self.name, local_csize=None, offset=None)
+                      local_name=self.name, local_csize=None, offset=None, tail=b"")
         self.f.update(fields)
+
+
+def described(name, content, signature=b"PK\7\x08", **fields):
+    """A file whose sizes stand behind its data."""
+    f = Entry(name, content, **fields).f
+    tail = signature + struct.pack("<III", f["crc"], f["csize"], f["usize"])
+    return Entry(name, content, flags=8, local_csize=0, **{"tail": tail, **fields})
 
 
 def archive(entries):
@@ -68,7 +75,7 @@ def archive(entries):
             f["offset"] = places[f["offset"][0]] + f["offset"][1]
         body += struct.pack("<IHHHIIIIHH", 0x04034B50, 20, f["flags"], f["method"], 0, f["crc"],
                             f["csize"] if f["local_csize"] is None else f["local_csize"], f["usize"],
-                            len(f["local_name"]), 0) + f["local_name"] + e.packed
+                            len(f["local_name"]), 0) + f["local_name"] + e.packed + f["tail"]
         directory += struct.pack("<IHHHHIIIIHHHHHII", 0x02014B50, 3 << 8 | 20, 20, f["flags"], f["method"], 0, f["crc"],
                                  f["csize"], f["usize"], len(e.name), 0, 0, 0, 0, f["mode"] << 16,
                                  offset if f["offset"] is None else f["offset"]) + e.name
@@ -88,7 +95,10 @@ EXTRA = {
     "full-folder": [Entry("full/", b"x", 0o040755)], "folder-by-mode": [Entry("f", b"x", 0o040755)],
     "encrypted": [Entry("e", b"x", flags=1)], "method": [Entry("m", b"x", method=12)],
     "stored-sizes": [Entry("s", b"abc", method=0, usize=2)],
-    "descriptor": [Entry("d", b"x", flags=8, local_csize=0)], "local-name": [Entry("n", b"x", local_name=b"other")],
+    "descriptors": [described("d", b"x"), described("e", b"yy", b""), described("doc/s", b"zzz", method=0)],
+    "no-descriptor": [Entry("d", b"x", flags=8, local_csize=0)],
+    "descriptor-size": [described("d", b"x", tail=struct.pack("<IIII", 0x08074B50, zlib.crc32(b"x"), 3, 2))],
+    "names": [Entry("doc/a..b.txt", b"x"), Entry("..data/x", b"x")], "local-name": [Entry("n", b"x", local_name=b"other")],
     "local-size": [Entry("n", b"xyz", local_csize=1)],
     "overlap": [Entry("outer", archive([Entry("in", b"x")]), method=0), Entry("in", b"x", offset=("outer", 35))],
     "outside": [Entry("o", b"x", offset=1 << 20)], "too-long-data": [Entry("o", b"x", csize=1 << 20)],
@@ -110,8 +120,13 @@ def package(name, version, fault=""):
     data = archive([e for e in entries if fault != "no-manifest" or b"anifest" not in e.name] + EXTRA.get(fault, []))
     if fault == "damaged":
         data = data.replace(entries[2].packed, bytes(len(entries[2].packed)))
-    return {"no-archive": b"no archive at all, only text", "cut-off": data[: len(data) // 2],
-            "tail": data + b"x"}.get(fault, data)
+    directory, end = data[:-22], data[-22:]
+    count = struct.unpack_from("<H", end, 10)[0] - 1
+    return {"no-archive": b"no archive at all, only text", "cut-off": data[: len(data) // 2], "tail": data + b"x",
+            "zip64": directory + struct.pack("<IIQI", 0x07064B50, 0, 0, 1) + end,
+            "zip64-offset": directory + end[:16] + b"\xff\xff\xff\xff" + end[20:],
+            "disks": directory + end[:4] + b"\1" + end[5:],
+            "more-records": directory + end[:8] + struct.pack("<HH", count, count) + end[12:]}.get(fault, data)
 
 
 def print_form(version):
@@ -138,7 +153,7 @@ def repository(folder, head, features):
             if fault != "missing":
                 open(path, "wb").write(data)
             digest = hashlib.sha1(data + (b"x" if fault == "hash" else b"")).hexdigest()
-            digest = "no hash" if fault == "no-hash" else digest
+            digest = "?" if fault == "no-hash" else digest
             sources = ["none/x", os.path.relpath(path, folder)] if fault == "elsewhere" else [os.path.basename(path)]
             xml += f'<plugin name="{words[0]}" version="{words[1]}" size="{len(data)}">'
             xml += "".join(f"<source>{source}</source>" for source in sources)

@@ -1,3 +1,4 @@
+#include "version/Shown.h"
 #include "version/cPluginId.h"
 
 #include <Rows.h>
@@ -33,15 +34,25 @@ private slots:
     }
     void namesThatStayInTheirFolder()
     {
-        for (const char* name :
-             {"a", "Foo-1.02.003", ".hidden", "a.b c", "console", "com", "com12", "lpt", "\u00e4.zip"})
+        for (const char* name : {"a", "Foo-1.02.003", ".hidden", "..data", "a..b.txt", "a.b c", "console", "com",
+                                 "com12", "lpt", "\u00e4.zip"})
             QVERIFY2(isSafeFileName(QString::fromUtf8(name)), name);
-        for (const char* name : {"",    ".",       "..",     "a..b", "a/b",    "/a",        "a\\b",   "C:",     "a:b",
+        for (const char* name : {"",    ".",       "..",     "...",  "a/b",    "/a",        "a\\b",   "C:",     "a:b",
                                  "a\n", "a\x7f",   "a?",     "a*",   "a|b",    "<a>",       "\"a\"",  "a.",     "a ",
                                  "nul", "NUL.txt", "Aux .b", "com1", "LPT9.x", "com\u00b9", "conin$", "conout$"})
             QVERIFY2(!isSafeFileName(QString::fromUtf8(name)), name);
         QVERIFY(!isSafeFileName(QChar(0xd800)));
         QVERIFY(!isSafeFileName(QString(201, 'a')));
+    }
+    void showsWhatNobodyCanTakeForAnything()
+    {
+        const QString letters = QString::fromUtf8("C:\\a b~\u00a0\u00e4\u05d0\u20ac\U0001f600");
+        QCOMPARE(shown(letters), letters);
+        QString text = QString::fromUtf8("a\n\r\t\x1b\x7f\u0085\u202e\u2067\u200f\u061c\u2028z");
+        text.append(QChar(0));
+        const QString expected = "a\\n\\r\\t\\x1b\\x7f\\x85\\u{202e}\\u{2067}\\u{200f}\\u{61c}\\u{2028}z\\x00";
+        QCOMPARE(shown(text), expected);
+        QCOMPARE(shown(expected), expected);
     }
     void givesWhatItIsKnownBy()
     {

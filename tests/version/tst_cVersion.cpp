@@ -35,7 +35,7 @@ private slots:
                                     "1.2.3",          "1.2.4", "1.10.0",         "2.0.0"};
         for (int i = 0; i < ascending.size(); ++i) {
             for (int j = 0; j < ascending.size(); ++j) {
-                const cVersion a(ascending.at(i));
+                const cVersion a = ascending.at(i); // converts implicitly, as the other classes of one argument do
                 const cVersion b(QString(ascending.at(j)).replace(".", ".0"));
                 const QVector<bool> answers{a == b, a != b, a<b, a> b, a <= b, a >= b};
                 QCOMPARE(answers, (QVector<bool>{i == j, i != j, i<j, i> j, i <= j, i >= j}));

@@ -149,7 +149,10 @@ protected:
         if (code != ExitCode::Ok)
             return code;
         report.insert(QStringLiteral("running"), isRunning);
-        Terminal::answer(m_isJson ? QString::fromUtf8(WireText::write(report)) : SuiteReport::tables(report));
+        if (m_isJson)
+            Terminal::answerJson(QString::fromUtf8(WireText::write(report)));
+        else
+            Terminal::answer(SuiteReport::tables(report));
         return ExitCode::Ok;
     }
 
@@ -195,7 +198,7 @@ protected:
         bool hasError = false;
         const auto print = [&](const QByteArray& text, const QJsonObject& answer) {
             hasError |= answer.value(QStringLiteral("command")) == QLatin1String("ERROR");
-            Terminal::answer(QString::fromUtf8(text));
+            Terminal::answerJson(QString::fromUtf8(text));
         };
         const ExitCode code = connectAndAsk(client, m_message.toUtf8(), print);
         return code == ExitCode::Ok && hasError ? ExitCode::CallFailed : code;
@@ -276,7 +279,7 @@ private:
         if (value.isString() && !m_isJson)
             Terminal::answer(value.toString());
         else if (m_isJson || !isNothing)
-            Terminal::answer(jsonText(value));
+            Terminal::answerJson(jsonText(value));
     }
 
     QStringList m_words;

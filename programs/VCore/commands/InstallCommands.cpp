@@ -51,7 +51,7 @@ protected:
                            QStringLiteral("nothing is installed; the lines above tell why"));
         QStringList features;
         for (const cFeatureInfo& feature : IConfigMgr::installedFeatures())
-            features.append(Terminal::printable(feature.name) + QLatin1Char(' ') + feature.version.toString());
+            features.append(feature.name + QLatin1Char(' ') + feature.version.toString());
         const QString all = features.join(QStringLiteral(", "));
         Terminal::answer(all.isEmpty() ? QStringLiteral("No feature is installed.")
                                        : QStringLiteral("Installed are %1.").arg(all));
@@ -128,7 +128,8 @@ protected:
                            QStringLiteral("not everything could be removed; the lines above tell why"));
         }
         const QString folder = Corvane::velmiraFolderOrFile(Corvane::CoreFolder);
-        Terminal::answer(QStringLiteral("Nothing is installed any more in %1.").arg(folder) + UpdateReport::waiting());
+        Terminal::answer(QStringLiteral("Nothing is installed any more in %1.").arg(folder));
+        UpdateReport::tellWaiting();
         return ExitCode::Ok;
     }
 };

@@ -35,10 +35,11 @@ public:
             return code;
         const QJsonObject result = cUpdateSession().check();
         if (m_isJson) {
-            Terminal::answer(QString::fromUtf8(WireText::write(result)));
+            Terminal::answerJson(QString::fromUtf8(WireText::write(result)));
         } else {
-            Terminal::answer(UpdateReport::table(result) + QLatin1Char('\n') + UpdateReport::checked(result) +
-                             UpdateReport::waiting());
+            Terminal::answer(UpdateReport::table(result));
+            Terminal::answer(UpdateReport::checked(result));
+            UpdateReport::tellWaiting();
         }
         return UpdateReport::codeOf(result);
     }
@@ -78,7 +79,10 @@ public:
         if (code != ExitCode::Ok)
             return code;
         const QJsonObject result = cUpdateSession().update(m_features);
-        Terminal::answer(m_isJson ? QString::fromUtf8(WireText::write(result)) : UpdateReport::updated(result));
+        if (m_isJson)
+            Terminal::answerJson(QString::fromUtf8(WireText::write(result)));
+        else
+            Terminal::answer(UpdateReport::updated(result));
         return UpdateReport::codeOf(result);
     }
 

@@ -88,7 +88,7 @@ public:
         const cVerifyOutcome outcome = IInstallMgr::verify();
         Terminal::status(QString());
         if (m_isJson)
-            Terminal::answer(QString::fromUtf8(WireText::write(toJson(outcome))));
+            Terminal::answerJson(QString::fromUtf8(WireText::write(toJson(outcome))));
         else
             show(outcome);
         if (outcome.result == cVerifyOutcome::NotVerified)
@@ -105,7 +105,7 @@ private:
         for (const cFileFinding& finding : outcome.findings)
             table.addRow({nameOf(finding.kind), finding.plugin, finding.file, finding.text});
         if (!outcome.findings.isEmpty())
-            Terminal::answer(table.text() + QLatin1Char('\n'));
+            Terminal::answer(table.lines() << QString());
         const QString all = QStringLiteral("%1 plugins with %2 files have been compared").arg(outcome.plugins);
         const QString end = outcome.result == cVerifyOutcome::Sound
                                 ? QStringLiteral(": they are as they were installed.")
@@ -145,7 +145,7 @@ public:
         const cRepairOutcome outcome = IInstallMgr::repair();
         Terminal::status(QString());
         if (m_isJson)
-            Terminal::answer(QString::fromUtf8(WireText::write(toJson(outcome))));
+            Terminal::answerJson(QString::fromUtf8(WireText::write(toJson(outcome))));
         else
             show(outcome);
         // Why has been told by the log, whose errors are shown.
@@ -160,11 +160,11 @@ private:
         const auto listOf = [](const QStringList& names) { return names.join(QStringLiteral(", ")); };
         QStringList left;
         for (const cRepairOutcome::cUnrepaired& entry : outcome.unrepaired)
-            left.append(Terminal::printable(entry.name));
+            left.append(entry.name);
         if (outcome.result == cRepairOutcome::NothingToDo)
             Terminal::answer(QStringLiteral("Nothing is damaged."));
         if (!outcome.repaired.isEmpty())
-            Terminal::answer(QStringLiteral("Repaired are %1.").arg(Terminal::printable(listOf(outcome.repaired))));
+            Terminal::answer(QStringLiteral("Repaired are %1.").arg(listOf(outcome.repaired)));
         if (!left.isEmpty())
             Terminal::answer(QStringLiteral("Not repaired are %1.").arg(listOf(left)));
     }

@@ -101,16 +101,13 @@ QString cProgressLine::step()
         return QString();
     if (m_total <= 0) {
         m_nextStep = qMax(FirstUnknown, 2 * m_done);
-        return QStringLiteral("%1: %2").arg(Terminal::printable(m_label), sizes());
+        return QStringLiteral("%1: %2").arg(m_label, sizes());
     }
     const double tenths = std::floor(10.0 * double(m_done) / double(m_total));
     m_nextStep = tenths < 9 ? qint64(std::ceil(double(m_total) * (tenths + 1) / 10)) : m_total;
     if (isComplete())
         m_nextStep = std::numeric_limits<qint64>::max();
-    return QStringLiteral("%1: %2 % of %3")
-        .arg(Terminal::printable(m_label))
-        .arg(percent(m_done, m_total))
-        .arg(sizeText(m_total));
+    return QStringLiteral("%1: %2 % of %3").arg(m_label).arg(percent(m_done, m_total)).arg(sizeText(m_total));
 }
 
 QString cProgressLine::sizeText(qint64 bytes)
@@ -208,8 +205,7 @@ void cInstallReport::onStart(IInstallMgr::OPERATION operation, const QString& na
         Terminal::answer(m_label);
     const QString what = nameOf(operation);
     if (!what.isEmpty()) {
-        const QString plugin = Terminal::printable(name + QLatin1Char(' ') + version);
-        Terminal::answer(QStringLiteral("  %1 %2").arg(what, -11).arg(plugin));
+        Terminal::answer(QStringLiteral("  %1 %2 %3").arg(what, -11).arg(name, version));
     }
 }
 

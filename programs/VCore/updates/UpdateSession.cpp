@@ -143,7 +143,7 @@ ExitCode UpdateReport::codeOf(const QJsonObject& result)
     }
 }
 
-QString UpdateReport::table(const QJsonObject& result)
+QStringList UpdateReport::table(const QJsonObject& result)
 {
     const bool isKnown = result.contains(QLatin1String("requires_new_core"));
     const QString needsCore = needsNewCore(result) ? QStringLiteral("yes") : QStringLiteral("no");
@@ -151,7 +151,7 @@ QString UpdateReport::table(const QJsonObject& result)
                       QStringLiteral("needs a new core")});
     table.addRow({textOf(result, "current_version"), textOf(result, "update_to_version"),
                   needsNewCore(result) ? QString() : sizeOf(result), isKnown ? needsCore : QString()});
-    return table.text();
+    return table.lines();
 }
 
 QString UpdateReport::checked(const QJsonObject& result)
@@ -167,24 +167,24 @@ QString UpdateReport::checked(const QJsonObject& result)
     }
 }
 
-QString UpdateReport::updated(const QJsonObject& result)
+QStringList UpdateReport::updated(const QJsonObject& result)
 {
     switch (codeOf(result)) {
     case ExitCode::Ok:
-        return QStringLiteral("Version %1 is ready (%2). A restart of VCore installs it.")
-            .arg(textOf(result, "update_to_version"), sizeOf(result));
+        return {QStringLiteral("Version %1 is ready (%2). A restart of VCore installs it.")
+                    .arg(textOf(result, "update_to_version"), sizeOf(result))};
     case ExitCode::NewCore:
-        return QStringLiteral("The update needs a new core. Stop VCore and run its setup program:\n%1")
-            .arg(textOf(result, SetupProgram));
+        return {QStringLiteral("The update needs a new core. Stop VCore and run its setup program:"),
+                textOf(result, SetupProgram)};
     default:
-        return failure(result);
+        return {failure(result)};
     }
 }
 
-QString UpdateReport::waiting()
+void UpdateReport::tellWaiting()
 {
-    if (!QFile::exists(Corvane::velmiraFolderOrFile(Corvane::DropboxRepositoryFile)))
-        return QString();
-    return QStringLiteral("\nWhat waits in %1 is installed at the next start.")
-        .arg(Corvane::velmiraFolderOrFile(Corvane::DropboxFolder));
+    if (QFile::exists(Corvane::velmiraFolderOrFile(Corvane::DropboxRepositoryFile))) {
+        Terminal::answer(QStringLiteral("What waits in %1 is installed at the next start.")
+                             .arg(Corvane::velmiraFolderOrFile(Corvane::DropboxFolder)));
+    }
 }

@@ -58,15 +58,15 @@ namespace UpdateReport {
 ExitCode codeOf(const QJsonObject& result);
 
 /// A table of the versions and the size, as far as they are known.
-QString table(const QJsonObject& result);
+QStringList table(const QJsonObject& result);
 
 /// What a check has found.
 QString checked(const QJsonObject& result);
 
 /// What an update has done, and what is to be done next.
-QString updated(const QJsonObject& result);
+QStringList updated(const QJsonObject& result);
 
-/// A line about what an earlier update has fetched and the next start installs; empty when nothing waits.
-QString waiting();
+/// Tells of what an earlier update has fetched and the next start installs; says nothing when nothing waits.
+void tellWaiting();
 
 } // namespace UpdateReport

@@ -6,6 +6,7 @@
 #include "report/cFindings.h"
 #include "suite/cSuite.h"
 #include "suite/cSuiteReader.h"
+#include "version/Shown.h"
 
 #include <QtCore/QProcess>
 #include <QtCore/QStandardPaths>
@@ -28,9 +29,9 @@ private:
     void drawPluginArrows(const cFeaturePlugin& plugin);
     void drawMissing(const QString& node, const QString& label);
 
-    static QString quoted(const QString& text);
-    static QString featureNode(const QString& name) { return quoted(QStringLiteral("feature ") + name); }
-    static QString pluginNode(const QString& name) { return quoted(QStringLiteral("plugin ") + name); }
+    static QString quoted(const QStringList& lines);
+    static QString featureNode(const QString& name) { return quoted({QStringLiteral("feature ") + name}); }
+    static QString pluginNode(const QString& name) { return quoted({QStringLiteral("plugin ") + name}); }
 
     const cSuite& m_suite;
     QString m_text;
@@ -58,8 +59,7 @@ void cGraph::drawFeature(const cFeatureInstance& feature, int number)
 {
     m_text += QStringLiteral("  subgraph cluster_%1 {\n    %2 [shape=plaintext, label=%3];\n")
                   .arg(number)
-                  .arg(featureNode(feature.name()),
-                       quoted(feature.name() + QLatin1Char('\n') + feature.version().toString()));
+                  .arg(featureNode(feature.name()), quoted({feature.name(), feature.version().toString()}));
     for (const QSharedPointer<cFeaturePlugin>& plugin : feature.plugins())
         drawPlugin(*plugin);
     m_text += QStringLiteral("  }\n");
@@ -74,8 +74,7 @@ void cGraph::drawPlugin(const cFeaturePlugin& plugin)
         return;
     const QString colour = m_suite.manifestOf(plugin.id()) ? QString() : QStringLiteral(", color=red");
     m_text += QStringLiteral("    %1 [label=%2%3];\n")
-                  .arg(pluginNode(plugin.name()),
-                       quoted(plugin.name() + QLatin1Char('\n') + plugin.version().toString()), colour);
+                  .arg(pluginNode(plugin.name()), quoted({plugin.name(), plugin.version().toString()}), colour);
 }
 
 void cGraph::drawFeatureArrows(const cFeatureInstance& feature)
@@ -104,17 +103,18 @@ void cGraph::drawMissing(const QString& node, const QString& label)
     if (m_missing.contains(node))
         return;
     m_missing.insert(node);
-    m_text += QStringLiteral("  %1 [label=%2, color=red, style=dashed];\n").arg(node, quoted(label));
+    m_text += QStringLiteral("  %1 [label=%2, color=red, style=dashed];\n").arg(node, quoted({label}));
 }
 
 // A backslash would begin an escape, and every label is from outside.
-QString cGraph::quoted(const QString& text)
+QString cGraph::quoted(const QStringList& lines)
 {
-    QString inner = text;
-    inner.replace(QLatin1Char('\\'), QLatin1String("\\\\"));
-    inner.replace(QLatin1Char('"'), QLatin1String("\\\""));
-    inner.replace(QLatin1Char('\n'), QLatin1String("\\n"));
-    return QLatin1Char('"') + inner + QLatin1Char('"');
+    QStringList inner;
+    for (const QString& line : lines)
+        inner.append(shown(line)
+                         .replace(QLatin1Char('\\'), QLatin1String("\\\\"))
+                         .replace(QLatin1Char('"'), QLatin1String("\\\"")));
+    return QLatin1Char('"') + inner.join(QLatin1String("\\n")) + QLatin1Char('"');
 }
 
 class cGraphCommand : public cCommand
@@ -147,7 +147,7 @@ private:
     ExitCode write(const QString& dot) const
     {
         if (m_target.isEmpty()) {
-            Terminal::answer(dot.trimmed());
+            Terminal::answer(dot.trimmed().split(QLatin1Char('\n')));
             return ExitCode::Ok;
         }
         QByteArray graph = dot.toUtf8();

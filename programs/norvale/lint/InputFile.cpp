@@ -1,17 +1,14 @@
 #include "lint/InputFile.h"
 
+#include "install/cPackage.h"
 #include "report/cFindings.h"
-#include "zip/cInflater.h"
-
-#include <Norvale/cZipArchive.h>
-#include <Norvale/cZipEntry.h>
 
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
 
 namespace {
 
-constexpr int LargestManifest = 16 * 1024 * 1024;
+constexpr quint32 LargestManifest = 16 * 1024 * 1024;
 
 } // namespace
 
@@ -36,15 +33,15 @@ bool readInputFile(const QString& path, qint64 limit, QByteArray* bytes, cFindin
     return true;
 }
 
-QByteArray packageManifest(const cZipArchive& package)
+QByteArray packageManifest(const cPackage& package)
 {
-    const QSharedPointer<cZipEntry> entry = package.entry(QStringLiteral("Manifest.xml"));
-    if (!entry || entry->compressedSize() < 0 || entry->compressedSize() > LargestManifest)
-        return QByteArray();
-    const QByteArray packed = entry->compressedContent();
-    QByteArray bytes;
-    if (cInflater().inflate(packed, LargestManifest, {}, &bytes, nullptr))
-        return bytes;
-    const bool isStored = packed.size() == entry->uncompressedSize();
-    return isStored ? packed : QByteArray();
+    for (const cZipRecord& record : package.records()) {
+        QByteArray xml;
+        QString error;
+        if (record.name == QLatin1String("Manifest.xml") && record.isListed())
+            return record.uncompressedSize <= LargestManifest && package.readContent(record, &xml, &error)
+                       ? xml
+                       : QByteArray();
+    }
+    return QByteArray();
 }

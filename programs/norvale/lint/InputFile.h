@@ -4,7 +4,7 @@
 
 class QString;
 class cFindings;
-class cZipArchive;
+class cPackage;
 
 /// What a byte array holds, and the most that an installation reads of a description.
 constexpr qint64 LargestFile = 0x7fffff00;
@@ -14,6 +14,6 @@ constexpr qint64 LargestDocument = 256 * 1024 * 1024;
 /// hang the program or take its memory. @return false when it cannot be read, which is then in @p findings.
 [[nodiscard]] bool readInputFile(const QString& path, qint64 limit, QByteArray* bytes, cFindings& findings);
 
-/// The bytes of "Manifest.xml" in a package; empty when it is not there, cannot be unpacked, or is larger than any
-/// manifest is (16 MiB).
-QByteArray packageManifest(const cZipArchive& package);
+/// The bytes of "Manifest.xml" in a package whose directory has been read; empty when it is not there, cannot be
+/// unpacked, or is larger than any manifest is (16 MiB).
+QByteArray packageManifest(const cPackage& package);

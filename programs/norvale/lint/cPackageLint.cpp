@@ -6,9 +6,6 @@
 #include "lint/cManifestLint.h"
 #include "report/cFindings.h"
 
-#include <Norvale/cZipArchive.h>
-#include <Norvale/cZipEntry.h>
-
 #include <QtCore/QSet>
 
 #include <zlib.h>
@@ -45,12 +42,12 @@ Rule ruleOf(cPackageFinding::Rule rule)
 
 } // namespace
 
-bool cPackageLint::check(const QByteArray& package)
+bool cPackageLint::check(const QByteArray& bytes)
 {
     // Not those of this machine's settings: what is found must be the same everywhere.
     cPackageCheck rules{cPackageCheck::Limits()};
     m_manifest.reset();
-    const bool isInstallable = rules.check(package);
+    const bool isInstallable = rules.check(bytes);
     bool isReadable = true;
     for (const cPackageFinding& finding : rules.findings()) {
         if (finding.rule == cPackageFinding::Start)
@@ -63,18 +60,18 @@ bool cPackageLint::check(const QByteArray& package)
         return false;
     m_name = rules.id().name();
     m_version = rules.id().version();
+    cPackage package;
+    package.setBytes(bytes);
+    if (!package.readDirectory())
+        return false;
     checkManifest(package);
     checkSums(package);
     return isInstallable;
 }
 
 // An installation goes by the hash of the whole; other programs would refuse the entry.
-void cPackageLint::checkSums(const QByteArray& bytes)
+void cPackageLint::checkSums(const cPackage& package)
 {
-    cPackage package;
-    package.setBytes(bytes);
-    if (!package.readDirectory())
-        return;
     QByteArray content;
     QString error;
     for (const cZipRecord& record : package.records()) {
@@ -88,13 +85,14 @@ void cPackageLint::checkSums(const QByteArray& bytes)
     }
 }
 
-void cPackageLint::checkManifest(const QByteArray& package)
+void cPackageLint::checkManifest(const cPackage& package)
 {
-    cZipArchive archive(package);
     QSet<QString> names;
-    for (const QSharedPointer<cZipEntry>& entry : archive.entries())
-        names.insert(entry->name());
-    const QByteArray xml = packageManifest(archive);
+    for (const cZipRecord& record : package.records()) {
+        if (record.isListed())
+            names.insert(record.name);
+    }
+    const QByteArray xml = packageManifest(package);
     const QString file = m_file + QStringLiteral("!Manifest.xml");
     cManifestLint lint(file, m_findings);
     lint.setNeighbours(names);

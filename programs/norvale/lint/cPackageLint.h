@@ -10,6 +10,7 @@
 #include <optional>
 
 class cFindings;
+class cPackage;
 
 /// Holds a plugin package against the rules of an installation, by the installer's own check, and its manifest against
 /// those of manifests.
@@ -20,7 +21,7 @@ public:
     cPackageLint(const QString& file, cFindings& findings) : m_file(file), m_findings(findings) {}
 
     /// @return false when it would not be installed.
-    bool check(const QByteArray& package);
+    bool check(const QByteArray& bytes);
 
     /// What the package holds; valid after a check() that was true.
     QString name() const { return m_name; }
@@ -28,8 +29,8 @@ public:
     const std::optional<cManifest>& manifest() const { return m_manifest; }
 
 private:
-    void checkManifest(const QByteArray& package);
-    void checkSums(const QByteArray& bytes);
+    void checkManifest(const cPackage& package);
+    void checkSums(const cPackage& package);
 
     QString m_file;
     cFindings& m_findings;

@@ -34,7 +34,7 @@ QString Rules::word(Severity severity)
     return severity == Severity::Error ? QStringLiteral("error") : QStringLiteral("warning");
 }
 
-QString Rules::table()
+QStringList Rules::table()
 {
     QStringList lines;
     for (const Entry& entry : Entries) {
@@ -43,5 +43,5 @@ QString Rules::table()
                          .arg(word(entry.severity), -7)
                          .arg(QLatin1String(entry.meaning)));
     }
-    return lines.join(QLatin1Char('\n'));
+    return lines;
 }

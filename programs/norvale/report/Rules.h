@@ -109,6 +109,6 @@ Severity severity(Rule rule);
 QString word(Severity severity);
 
 /// A line for each rule: name, severity, meaning.
-QString table();
+QStringList table();
 
 } // namespace Rules

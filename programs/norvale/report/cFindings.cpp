@@ -35,7 +35,7 @@ void cReport::addOptions(cSyntax& syntax)
 ExitCode cReport::print(const cFindings& findings) const
 {
     if (m_isJson) {
-        Terminal::answer(json(findings));
+        Terminal::answerJson(json(findings));
     } else {
         for (const cFinding& finding : findings.list())
             Terminal::answer(line(finding));
@@ -52,9 +52,8 @@ QString cReport::line(const cFinding& finding)
     QString place = finding.file;
     if (finding.line > 0)
         place += QStringLiteral(":%1:%2").arg(finding.line).arg(finding.column);
-    const QString text = place + QStringLiteral(": ") + Rules::word(finding.severity()) + QStringLiteral(": ") +
-                         finding.text + QStringLiteral(" [") + Rules::name(finding.rule) + QLatin1Char(']');
-    return Terminal::printable(text);
+    return place + QStringLiteral(": ") + Rules::word(finding.severity()) + QStringLiteral(": ") + finding.text +
+           QStringLiteral(" [") + Rules::name(finding.rule) + QLatin1Char(']');
 }
 
 void cReport::tell(const cFindings& findings)

@@ -91,7 +91,7 @@ ExitCode cSiteAddCommand::run()
     const ExitCode code = publisher.run();
     cReport::tell(publisher.findings());
     if (!publisher.errorString().isEmpty())
-        Terminal::reason(Terminal::printable(publisher.errorString()));
+        Terminal::reason(publisher.errorString());
     if (code == ExitCode::Ok)
         Terminal::answer(publisher.summary());
     return code;

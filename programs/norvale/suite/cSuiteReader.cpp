@@ -1,13 +1,12 @@
 #include "suite/cSuiteReader.h"
 
 #include "config/cCatalogueReader.h"
+#include "install/cPackage.h"
 #include "lint/InputFile.h"
 #include "lint/cManifestLint.h"
 #include "report/cFindings.h"
 #include "suite/cSuite.h"
 #include "version/cPluginId.h"
-
-#include <Norvale/cZipArchive.h>
 
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>
@@ -66,7 +65,9 @@ void cSuiteReader::readPackages(const QString& folder, cSuite& suite)
         const QString path = packageOf(*plugin, folder);
         if (path.isEmpty())
             continue;
-        const cZipArchive package(path);
+        cPackage package;
+        if (QFileInfo(path).size() > LargestFile || !package.readFile(path) || !package.readDirectory())
+            continue;
         if (const auto manifest = cManifestLint::read(packageManifest(package), path))
             suite.addManifest(plugin->id(), *manifest);
     }

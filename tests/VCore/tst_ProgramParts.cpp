@@ -1,6 +1,14 @@
+#include "Platform.h"
 #include "Rows.h"
 
+#include "common/System.h"
+#include "common/cProgram.h"
 #include "updates/Progress.h"
+
+#include <chrono>
+#include <csignal>
+#include <new>
+#include <thread>
 
 namespace {
 
@@ -9,7 +17,7 @@ constexpr qint64 Total = 10 * 1000 * 1000;
 
 } // namespace
 
-class tst_cProgressLine : public QObject
+class tst_ProgramParts : public QObject
 {
     Q_OBJECT
 
@@ -59,18 +67,56 @@ private slots:
         QStringList lines;
         cProgressLine line;
         for (int done = 0; done <= 1000; ++done) {
-            line.update("a\nb", done * 1000, 1000000, done);
+            line.update("Suite", done * 1000, 1000000, done);
             lines.append(line.step());
         }
         line.update("small", 1000, 1000, 2000);
         QVERIFY(!line.isWorthShowing());
         lines.removeAll(QString());
         QCOMPARE(lines.size(), 11);
-        QCOMPARE(lines.first(), QString("a?b: 0 % of 1.0 MB"));
-        QCOMPARE(lines.at(1), QString("a?b: 10 % of 1.0 MB"));
-        QCOMPARE(lines.last(), QString("a?b: 100 % of 1.0 MB"));
+        QCOMPARE(lines.first(), QString("Suite: 0 % of 1.0 MB"));
+        QCOMPARE(lines.at(1), QString("Suite: 10 % of 1.0 MB"));
+        QCOMPARE(lines.last(), QString("Suite: 100 % of 1.0 MB"));
+    }
+
+    void endsWithoutMemory()
+    {
+        struct Greedy : cCommand
+        {
+            void describe(cSyntax& syntax) override { syntax.call("greedy", ""); }
+            ExitCode run() override
+            {
+                const QByteArray tooLarge(std::numeric_limits<int>::max(), ' '); // which Qt tells in its own way
+                return ExitCode::Ok;
+            }
+        };
+        cProgram program("");
+        program.add(std::make_unique<Greedy>());
+        QCOMPARE(int(program.run({"program", "greedy"})), int(ExitCode::NoMemory));
+    }
+
+    /// The event loop does not come to it: the process ends all the same.
+    void endsAtAStopSignalWhateverItDoes()
+    {
+        if (!Platform::hasUnixFiles())
+            QSKIP("signals of this kind are not to be had");
+        QProcess child;
+        child.start(QCoreApplication::applicationFilePath(), {"child"});
+        QVERIFY(child.waitForFinished());
+        QCOMPARE(child.exitCode(), int(ExitCode::HardStop));
     }
 };
 
-QTEST_APPLESS_MAIN(tst_cProgressLine)
-#include "tst_cProgressLine.moc"
+int main(int argc, char** argv)
+{
+    QCoreApplication application(argc, argv);
+    if (application.arguments().contains("child")) {
+        const cStopSignals stopSignals;
+        std::raise(SIGTERM);
+        std::this_thread::sleep_for(std::chrono::seconds(20));
+        return 0;
+    }
+    tst_ProgramParts test;
+    return QTest::qExec(&test, argc, argv);
+}
+#include "tst_ProgramParts.moc"

@@ -1,0 +1,14 @@
+#pragma once
+
+#include <QtCore/QString>
+
+// How text from outside (names out of files, answers of servers, messages of other processes) is shown: in the log, on
+// terminals, in graphs. Whoever shows it asks this one place. Any thread.
+
+/// Whether a terminal, or whoever reads a line, could take @p character for something else than what it is: a control
+/// character, DEL, a line end of any kind, or one that changes the direction of the text around it.
+[[nodiscard]] bool isShownEscaped(QChar character);
+
+/// @p text on one line, letter by letter, with such characters as "\n", "\r", "\t", "\xHH" or "\u{HHHH}". A backslash
+/// stays as it is, so that paths do, and showing twice is showing once.
+[[nodiscard]] QString shown(const QString& text);
