@@ -248,7 +248,7 @@ void cRepair::repairPlugins(const cVerification& verification)
     const QString scratch = scratchFolder();
     cFolderRemover remover;
     QString reason;
-    if (!journal.note(verification.faulty()))
+    if (!journal.note({})) // no folder is noted, for what is installed is not to go, however this run ends
         reason = journal.errorString();
     else if (!remover.remove(scratch))
         reason = remover.errorString();
