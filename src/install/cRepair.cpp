@@ -186,7 +186,7 @@ cRepair::cRepair(cInstallMgr& manager, cConfigurationMgr& configuration, cPlugin
 cRepairOutcome cRepair::run()
 {
     cInstalledState state = cInstalledState::read(m_configuration);
-    if (state.reason.isEmpty() && !state.fault.isEmpty() && restoreCatalogue(state))
+    if (state.reason.isEmpty() && !state.lastXml.isEmpty() && restoreCatalogue(state))
         state = cInstalledState::read(m_configuration);
     if (!m_outcome.reason.isEmpty())
         return m_outcome;
@@ -194,6 +194,8 @@ cRepairOutcome cRepair::run()
         fail(state.reason);
         return m_outcome;
     }
+    if (!state.fault.isEmpty())
+        noteUnrepaired(QStringLiteral("features.xml"), state.fault);
     cVerification verification(m_manager, m_log);
     (void)verification.run(state);
     restoreSettings(state);

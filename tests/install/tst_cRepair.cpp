@@ -44,6 +44,9 @@ private slots:
         row("features file cut short", "cut features.xml; cut A-1.00.000/it.so",
             "changed  features.xml, changed A-1.00.000 it.so", "features.xml, " + a);
         row("features file well-formed, but another", "lose features.xml", "changed  features.xml", "features.xml");
+        row("features file another, and no copy", "lose features.xml; remove features.last.xml; cut A-1.00.000/it.so",
+            "changed  features.xml, changed A-1.00.000 it.so, folder -0.00.000 , foreign  B-1.00.000",
+            "A-1.00.000!features.xml: ");
         row("features file gone", "remove features.xml", "missing  features.xml", "features.xml");
         row("name of the repository gone", "forget", "missing  ConfigMgr/RepositoryName", "ConfigMgr/RepositoryName");
         row("in the Bootstrap folder", "site none; bootstrap 1.0; cut A-1.00.000/it.so", "changed A-1.00.000 it.so", a);
@@ -72,7 +75,7 @@ private slots:
         QCOMPARE(verified.result == cVerifyOutcome::Faulty,
                  found.contains("missing") || found.contains("changed") || found.contains("folder "));
         const cRepairOutcome outcome = m_manager->repair();
-        const bool isMended = !repaired.startsWith('!');
+        const bool isMended = !repaired.contains('!');
         QString text = outcome.repaired.join(", ");
         for (const cRepairOutcome::cUnrepaired& entry : outcome.unrepaired)
             text += '!' + entry.name + ": " + entry.reason;
