@@ -45,7 +45,7 @@ private slots:
             "changed  features.xml, changed A-1.00.000 it.so", "features.xml, " + a);
         row("features file well-formed, but another", "lose features.xml", "changed  features.xml", "features.xml");
         row("features file another, and no copy", "lose features.xml; remove features.last.xml; cut A-1.00.000/it.so",
-            "changed  features.xml, changed A-1.00.000 it.so, folder -0.00.000 , foreign  B-1.00.000",
+            "changed  features.xml, changed A-1.00.000 it.so, folder -1.00.000 , foreign  B-1.00.000",
             "A-1.00.000!features.xml: ");
         row("features file gone", "remove features.xml", "missing  features.xml", "features.xml");
         row("name of the repository gone", "forget", "missing  ConfigMgr/RepositoryName", "ConfigMgr/RepositoryName");
