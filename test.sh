@@ -6,6 +6,7 @@
 #   ./test.sh --asan        all tests under the address and undefined behaviour sanitizers
 #   ./test.sh --tsan        the threaded tests under the thread sanitizer
 #   ./test.sh --fuzz [S]    every fuzzer for S seconds (30)
+#   ./test.sh --mutate [N] [SEED]   every kind of file of an installed suite, damaged N times (500)
 #   ./test.sh --bench       the benchmarks: a table of ratios, then one GOAL line for each goal
 #
 # Qt for Windows: ../shared/qt5-win64.tar.xz, else the tree that QT_WIN64 names.
@@ -99,6 +100,13 @@ case "${1:-}" in
     need $packages_build $packages_fuzz
     build fuzz
     run_fuzzers "${2:-30}"
+    ;;
+--mutate)
+    # shellcheck disable=SC2086
+    need $packages_build $packages_test
+    targets=tst_Mutations build dev
+    QT_QPA_PLATFORM=offscreen LC_ALL=C.UTF-8 "$root/build/dev/tests/suite/tst_Mutations" \
+        --count "${2:-500}" --seed "${3:-1}"
     ;;
 --bench)
     data=${NORVALE_BENCH_DATA:-$root/../shared/bench-data}

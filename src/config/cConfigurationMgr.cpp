@@ -92,7 +92,7 @@ bool cConfigurationMgr::loadFeatures()
     m_installed.clear();
     m_catalogueFault.clear();
     const QString path = featuresFile();
-    QString reason = path + QStringLiteral(" does not exist");
+    QString reason = QStringLiteral("%1 does not exist; the installation folder is %2").arg(path, installRecordPlace());
     cCatalogueFile file;
     if (!isAbsent(path)) {
         file = readCatalogue(path, m_installed);

@@ -186,7 +186,7 @@ cRepair::cRepair(cInstallMgr& manager, cConfigurationMgr& configuration, cPlugin
 cRepairOutcome cRepair::run()
 {
     cInstalledState state = cInstalledState::read(m_configuration);
-    if (state.reason.isEmpty() && !state.fault.isEmpty() && restoreCatalogue(state))
+    if (state.reason.isEmpty() && !state.lastXml.isEmpty() && restoreCatalogue(state))
         state = cInstalledState::read(m_configuration);
     if (!m_outcome.reason.isEmpty())
         return m_outcome;
@@ -194,6 +194,8 @@ cRepairOutcome cRepair::run()
         fail(state.reason);
         return m_outcome;
     }
+    if (!state.fault.isEmpty())
+        noteUnrepaired(QStringLiteral("features.xml"), state.fault);
     cVerification verification(m_manager, m_log);
     (void)verification.run(state);
     restoreSettings(state);
@@ -248,7 +250,7 @@ void cRepair::repairPlugins(const cVerification& verification)
     const QString scratch = scratchFolder();
     cFolderRemover remover;
     QString reason;
-    if (!journal.note(verification.faulty()))
+    if (!journal.note({})) // no folder is noted, for what is installed is not to go, however this run ends
         reason = journal.errorString();
     else if (!remover.remove(scratch))
         reason = remover.errorString();

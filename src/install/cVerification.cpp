@@ -91,6 +91,13 @@ cInstalledState cInstalledState::read(cConfigurationMgr& configuration)
                            .arg(state.fault, last, reader.errorString() + reader.foreignRoot());
     else if (isLoaded && !changeOf(last).isEmpty())
         state.reason = QStringLiteral("%1; and so has the copy, %2").arg(state.fault, last);
+    if (!isLoaded || state.reason.isEmpty())
+        return state;
+    // It can be read, so it counts, whoever has written it.
+    state.catalogue = configuration.installed();
+    state.lastXml.clear();
+    state.fault = state.reason;
+    state.reason.clear();
     return state;
 }
 
@@ -114,9 +121,9 @@ cVerifyOutcome cVerification::run(const cInstalledState& state)
     if (!state.reason.isEmpty())
         return m_outcome;
     if (!state.fault.isEmpty())
-        add(state.isGone ? Kind::Missing : Kind::Changed, cPluginId(), QStringLiteral("features.xml"), state.fault);
+        add(state.isGone ? Kind::Missing : Kind::Changed, QStringLiteral("features.xml"), state.fault);
     if (!state.lostRepository().name().isEmpty())
-        add(Kind::Missing, cPluginId(), QStringLiteral("ConfigMgr/RepositoryName"),
+        add(Kind::Missing, QStringLiteral("ConfigMgr/RepositoryName"),
             QStringLiteral("is missing in the machine-wide settings"));
     readRecord();
     const QVector<cPluginId> plugins = pluginsOf(state.catalogue.features());
@@ -142,7 +149,7 @@ void cVerification::readRecord()
 {
     if (m_record.read())
         return;
-    add(Kind::Changed, cPluginId(), QStringLiteral("files.json"), m_record.errorString());
+    add(Kind::Changed, QStringLiteral("files.json"), m_record.errorString());
     m_log.error().noquote() << "The record of installed files counts as none:" << m_record.errorString() << Qt::endl;
 }
 
@@ -214,19 +221,23 @@ void cVerification::findForeignFolders(const QVector<cPluginId>& plugins)
     const QDir::Filters all = QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot;
     for (const QString& name : folder.entryList(all, QDir::Name)) {
         if (!known.contains(caselessFileName(name)) && !QDir::match(ownFiles(), name))
-            add(Kind::Foreign, cPluginId(), name, QStringLiteral("belongs to no installed plugin"));
+            add(Kind::Foreign, name, QStringLiteral("belongs to no installed plugin"));
     }
 }
 
 void cVerification::add(Kind kind, const cPluginId& id, const QString& file, const QString& text)
 {
-    m_outcome.findings.append({kind, id.isNull() ? QString() : id.toString(), file, text});
-    if (id.isNull())
-        return;
+    m_outcome.findings.append({kind, id.toString(), file, text});
     if (m_outcome.findings.last().isFault() && !m_faulty.endsWith(id))
         m_faulty.append(id);
     if (kind == Kind::NoRecord)
         m_unrecorded.append(id);
+}
+
+// Of what belongs to no plugin.
+void cVerification::add(Kind kind, const QString& file, const QString& text)
+{
+    m_outcome.findings.append({kind, QString(), file, text});
 }
 
 void cVerification::step(qint64 bytes)

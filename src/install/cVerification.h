@@ -27,7 +27,7 @@ struct cInstalledState
     cFeatureCatalogue catalogue;
     QString fault;       // what is wrong with the features file, with its path; empty when it is whole
     bool isGone = false; // it is wrong in that there is none
-    QByteArray lastXml;  // what the features file is to be again; empty when it is whole
+    QByteArray lastXml;  // what the features file is to be again; empty when it is whole, or that is not known
     QString reason;      // why nothing can be told; empty when the catalogue is what is installed
 
     /// Name and version of the repository that the machine-wide settings have lost, though features of it are
@@ -66,6 +66,7 @@ private:
     void findForeignFiles(const cPluginId& id, const QDir& folder);
     void findForeignFolders(const QVector<cPluginId>& plugins);
     void add(Kind kind, const cPluginId& id, const QString& file, const QString& text);
+    void add(Kind kind, const QString& file, const QString& text);
     void step(qint64 bytes);
 
     cInstallMgr& m_manager;

@@ -15,7 +15,7 @@ namespace {
 void tell(const QString& error)
 {
     if (!error.isEmpty())
-        cLogCentral::log(QStringLiteral("Norvale")).warning().noquote() << error << Qt::endl;
+        cFrameworkLog::library().warning().noquote() << error << Qt::endl;
 }
 
 QString switchTo(cLogImpl& channel, bool isEnabled)

@@ -13,9 +13,7 @@
 #include <QtCore/QDir>
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
-#include <QtCore/QStringList>
 
-#include <algorithm>
 #include <cmath>
 
 namespace {
@@ -39,10 +37,9 @@ QByteArray quoted(const QString& text)
 /// A name that leads from a plugin's folder to a file below it.
 bool leadsDown(const QString& name)
 {
-    const QStringList steps = name.split(QLatin1Char('/'));
-    return std::none_of(steps.begin(), steps.end(), [](const QString& step) {
-        return step.isEmpty() || step == QLatin1String(".") || step == QLatin1String("..");
-    });
+    const QString steps = QLatin1Char('/') + name + QLatin1Char('/');
+    return !steps.contains(QLatin1String("//")) && !steps.contains(QLatin1String("/./")) &&
+           !steps.contains(QLatin1String("/../"));
 }
 
 /// A whole number from 0 up, as large as a double holds exactly.
@@ -69,14 +66,14 @@ bool readFacts(const cJsonValue& value, cRecordedFile* file)
 
 bool cRecordedFile::looksUntouched(const QFileInfo& file) const
 {
-    return file.isFile() && !file.isSymLink() && file.size() == size &&
+    return file.isFile() && !file.isSymbolicLink() && file.size() == size &&
            file.lastModified().toMSecsSinceEpoch() == changed;
 }
 
 QString cRecordedFile::difference(const QString& path) const
 {
     const QFileInfo file(path);
-    if (file.isSymLink())
+    if (file.isSymbolicLink()) // a shortcut of Windows is a file like others
         return QStringLiteral("is a link");
     if (!file.exists())
         return QStringLiteral("is missing");

@@ -296,7 +296,7 @@ private slots:
                      qPrintable(ended.reasons));
         }
         QVERIFY2(call > 6, qPrintable(QString::number(call)));
-        QVERIFY(readFile(file).contains(words.first() == "--install" ? "2.00.000" : "example.org"));
+        QVERIFY(words.first() != "--install" || readFile(file).contains("2.00.000"));
     }
 #endif
 

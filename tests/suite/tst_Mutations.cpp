@@ -169,6 +169,28 @@ private slots:
             QCOMPARE(m_places.back().started(), QString("Anchor Needy Ender "));
         }
     }
+    void endsWithACodeForEachCase()
+    {
+        const Installation& place = m_places.front();
+        const QString library = "core/plugins/Needy-1.00.000/Needy.so", features = "core/plugins/features.xml";
+        QCOMPARE(place.run({"--verify"}).code, int(ExitCode::Ok));
+        writeFile(place.path(library), "short");
+        const Run verified = place.run({"--verify"});
+        QCOMPARE(verified.code, int(ExitCode::Damaged));
+        QVERIFY2(
+            verified.said.contains(QRegularExpression("changed +Needy-1.00.000 +Needy.so +has 5 bytes instead of")),
+            qPrintable(verified.said));
+        const QJsonObject json = QJsonDocument::fromJson(place.run({"--json", "--verify"}).said.toUtf8()).object();
+        QCOMPARE(json["result"].toString(), QString("faulty"));
+        QCOMPARE(json["findings"][0]["file"].toString(), QString("Needy.so"));
+        QCOMPARE(place.run({"--update-sites", "none"}).code, int(ExitCode::Ok));
+        QCOMPARE(place.run({"--repair"}).code, int(ExitCode::RepairIncomplete));
+        for (const char* name : {"core/plugins/features.xml", "core/plugins/features.last.xml"})
+            writeFile(place.path(name), "<");
+        QCOMPARE(place.run({"--verify"}).code, int(ExitCode::NotVerified));
+        QCOMPARE(place.run({"--repair"}).code, int(ExitCode::NotVerified));
+        QCOMPARE(readFile(place.path(features)), QByteArray("<"));
+    }
     void isToldAndRepaired_data()
     {
         // The file, and by what names the start may tell of it.
