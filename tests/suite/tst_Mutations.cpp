@@ -50,6 +50,7 @@ public:
         environment.insert("QT_BEARER_POLL_TIMEOUT", "-1"); // no looking for network interfaces
         QFile::remove(path("journal"));
         process.setProcessEnvironment(environment);
+        process.setWorkingDirectory(m_folder); // which counts as the installation when its record is lost
         process.setProcessChannelMode(QProcess::MergedChannels);
         process.start(VCORE_PROGRAM, arguments);
         // A host that has lost the plugin that ends it serves until it is told to stop.
