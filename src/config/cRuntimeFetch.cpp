@@ -25,7 +25,7 @@ bool canLieInDataFolder(const QString& name)
     const auto isTaken = [&](Corvane::VelmFolderOrFile own) {
         return name.compare(QFileInfo(Corvane::velmiraFolderOrFile(own)).fileName(), Qt::CaseInsensitive) == 0;
     };
-    return isSafeFileName(name) && !isTaken(Corvane::SettingsFile) && !isTaken(Corvane::DropboxFolder);
+    return isSafePackageName(name) && !isTaken(Corvane::SettingsFile) && !isTaken(Corvane::DropboxFolder);
 }
 
 /// `QFile` cannot rename onto a file that is there.

@@ -59,7 +59,7 @@ bool cUpdateApply::areNamesSafe()
     for (const QSharedPointer<cFeatureInstance>& feature : m_check.features()) {
         for (const QSharedPointer<cFeaturePlugin>& plugin : feature->plugins()) {
             const cPluginId& id = plugin->id();
-            if (!isSafeFileName(id.name()))
+            if (!isSafePackageName(id.name()))
                 return fail(id.toString(), QStringLiteral("the plugin's name cannot be a file name"));
             const cPluginId known = *ids.insert(id.caselessKey(), ids.value(id.caselessKey(), id));
             if (known != id)

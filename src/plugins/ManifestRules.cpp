@@ -71,7 +71,7 @@ bool isBuiltFor(const QString& platform)
 }
 
 constexpr cText Any{"xs:string", nullptr, ""};
-constexpr cText Name{"xs:string", isSafeFileName, "%1 \"%2\" cannot name a folder"};
+constexpr cText Name{"xs:string", isSafePackageName, "%1 \"%2\" cannot name a folder"};
 constexpr cText Version{"Version", isVersion, "%1 \"%2\" is not of the form MAJOR.MINOR.BUILD"};
 constexpr cText Flag{"TrueOrFalse", isFlag, "%1 \"%2\" counts as false"};
 constexpr cText Number{"xs:int", isNumber, "%1 \"%2\" counts as 0"};

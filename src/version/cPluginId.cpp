@@ -44,6 +44,11 @@ bool isSafeFileName(const QString& name)
     return std::none_of(name.begin(), name.end(), isForbidden) && !isDevice(name);
 }
 
+bool isSafePackageName(const QString& name)
+{
+    return isSafeFileName(name) && !name.contains(QLatin1String(".."));
+}
+
 QString caselessFileName(const QString& name)
 {
     return name.normalized(QString::NormalizationForm_C).toCaseFolded();
@@ -66,7 +71,7 @@ QString cPluginId::caselessKey() const
 
 bool cPluginId::isSafe() const
 {
-    return isSafeFileName(m_name);
+    return isSafePackageName(m_name);
 }
 
 cPluginId cPluginId::parse(const QString& text)

@@ -12,6 +12,10 @@
 /// systems take. Any thread.
 [[nodiscard]] bool isSafeFileName(const QString& name);
 
+/// Whether @p name can be that of a plugin or runtime, whose package and folder are named after it: a safe file name
+/// without "..". Any thread.
+[[nodiscard]] bool isSafePackageName(const QString& name);
+
 /// The same text for all names, or paths, that are one where upper and lower case are the same. What differs in case
 /// only is refused on every system: it could not be had side by side on some.
 [[nodiscard]] QString caselessFileName(const QString& name);

@@ -37,6 +37,8 @@ private slots:
         for (const char* name : {"a", "Foo-1.02.003", ".hidden", "..data", "a..b.txt", "a.b c", "console", "com",
                                  "com12", "lpt", "\u00e4.zip"})
             QVERIFY2(isSafeFileName(QString::fromUtf8(name)), name);
+        QVERIFY(isSafePackageName("a.b"));
+        QVERIFY(!isSafePackageName("a..b"));
         for (const char* name : {"",    ".",       "..",     "...",  "a/b",    "/a",        "a\\b",   "C:",     "a:b",
                                  "a\n", "a\x7f",   "a?",     "a*",   "a|b",    "<a>",       "\"a\"",  "a.",     "a ",
                                  "nul", "NUL.txt", "Aux .b", "com1", "LPT9.x", "com\u00b9", "conin$", "conout$"})

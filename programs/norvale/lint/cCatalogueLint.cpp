@@ -130,7 +130,7 @@ void cCatalogueLint::checkDependencies()
 void cCatalogueLint::checkPlugin(const cXmlElement& plugin, const QString& feature)
 {
     const QString name = plugin.attribute(u"name");
-    if (!isSafeFileName(name)) {
+    if (!isSafePackageName(name)) {
         report(Rule::PluginBadName, plugin,
                name.isEmpty() ? QStringLiteral("the plugin has no name")
                               : QStringLiteral("\"%1\" cannot name a folder").arg(name));
@@ -190,7 +190,7 @@ bool cCatalogueLint::liesBesideDocument(const cXmlElement& plugin) const
 void cCatalogueLint::checkRuntime(const cXmlElement& runtime)
 {
     const QString name = runtime.attribute(u"name");
-    if (!isSafeFileName(name))
+    if (!isSafePackageName(name))
         report(Rule::RuntimeBadName, runtime, QStringLiteral("\"%1\" cannot name a file").arg(name));
     checkVersion(Rule::RuntimeBadVersion, runtime, u"version");
     checkHash(Rule::RuntimeBadHash, runtime);

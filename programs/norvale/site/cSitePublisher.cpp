@@ -85,7 +85,7 @@ bool cSitePublisher::readRuntime()
     file.id = cPluginId(QFileInfo(file.path).fileName(), cVersion(m_wanted.runtimeVersion));
     if (!readInputFile(file.path, LargestFile, &file.bytes, m_findings))
         return false;
-    if (!isSafeFileName(file.id.name()))
+    if (!isSafePackageName(file.id.name()))
         m_findings.add(Rule::RuntimeBadName, file.path, QStringLiteral("not every system can have this name"));
     file.hash = sha1(file.bytes);
     m_runtime = file;
