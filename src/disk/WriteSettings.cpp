@@ -170,6 +170,11 @@ QString writeToFile(const QSettings& store, const SettingsChanges& changes)
         settings.sync();
         if (areSame(valuesIn(settings), wanted) && settings.status() == QSettings::NoError)
             return QString();
+        QByteArray now;
+        if (!file.read(now))
+            return file.cause();
+        if (now != text) // by others, since: whether they have kept the changes is looked at again
+            continue;
         (void)file.replace(text, old);
         return NotAsWritten;
     }
