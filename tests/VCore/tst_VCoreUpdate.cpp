@@ -253,8 +253,7 @@ private slots:
         row("full while it fetches", {"--update"}, "ENOSPC 1", int(ExitCode::FetchFailed), "1.00.000");
         row("full while it installs", install, "ENOSPC 3", int(ExitCode::InstallIncomplete), "1.00.000");
         row("killed while it installs", install, "kill 10", -1, "1.00.000");
-        // Windows needs fewer calls for the same.
-        row("killed while it tidies up", install, Platform::hasUnixFiles() ? "kill 42" : "kill 30", -1, "2.00.000");
+        row("killed while it tidies up", install, "kill last", -1, "2.00.000");
         row("read-only while it removes", {"--uninstall"}, "EROFS 1", int(ExitCode::UninstallIncomplete), "1.00.000");
     }
     void survivesADiskThatFails()
@@ -262,10 +261,18 @@ private slots:
         const auto [words, fault, version] = cells<QStringList, QString, QString>("words", "fault", "version");
         publish("2.0.0", update());
         const Variables folders{{"--update", dropbox()}, {"--update-sites", m_fixture.path("user")}};
-        Variables faults = faultsBelow(folders.value(words.first(), m_suite), fault);
-        if (words.first() == "--update-sites")
-            faults["FILE_FAULTS_REGISTRY"] = "1";
-        QTEST(m_fixture.run(words, faults).code, "code");
+        const auto run = [&, words = words](const QString& what) {
+            Variables faults = faultsBelow(folders.value(words.first(), m_suite), what);
+            if (words.first() == "--update-sites")
+                faults["FILE_FAULTS_REGISTRY"] = "1";
+            return m_fixture.run(words, faults).code;
+        };
+        int code = fault == "kill last" ? 0 : run(fault);
+        for (int number = 100; code == 0 && number > 0; --number) {
+            init();
+            code = run(QString("kill %1").arg(number));
+        }
+        QTEST(code, "code");
         servesA(version);
     }
     void aFullDiskLosesNoSettings_data()
