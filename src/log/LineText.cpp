@@ -139,7 +139,11 @@ QByteArray LineText::shownLine(const QByteArray& text)
     }
     if (isPlain(text.constData(), length))
         return text;
-    return shown(textOf(text.constData(), length)).toUtf8() + text.mid(length);
+    QString line = textOf(text.constData(), length);
+#ifdef Q_OS_WIN
+    line.replace(QLatin1String("\r\n"), QLatin1String("\n")); // as it was before the buffer's text mode
+#endif
+    return shown(line).toUtf8() + text.mid(length);
 }
 
 const QByteArray& cTimeText::at(qint64 milliseconds)

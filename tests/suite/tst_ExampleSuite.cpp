@@ -24,7 +24,7 @@ class tst_ExampleSuite : public QObject
     QString call(const QStringList& words) const
     {
         const Ended ended = m_fixture.run(QStringList{"--call"} + words);
-        return ended.code == 0 ? ended.output.trimmed() : "failed: " + ended.reasons;
+        return ended.code == 0 ? ended.output.trimmed() : QString("failed: %1 ").arg(ended.code) + ended.reasons;
     }
 
     static QString journal() { return Platform::consoleText(readFile(dataFile("journal.log"))); }
@@ -67,9 +67,11 @@ private slots:
     {
         const auto [message, answer] = cells<QString, QString>("message", "answer");
         serve();
-        const QString printed = m_fixture.run({"--send", "{\"command\":" + message + '}'}).output;
+        const Ended ended = m_fixture.run({"--send", "{\"command\":" + message + '}'});
+        const QString printed = ended.output;
         const QString expected = answer.isEmpty() ? answer : "{\"command\":" + answer + '}';
-        QCOMPARE(printed.isEmpty(), expected.isEmpty());
+        const QString told = QString("%1 %2").arg(ended.code).arg(ended.reasons);
+        QVERIFY2(printed.isEmpty() == expected.isEmpty(), qPrintable(told));
         QCOMPARE(QJsonDocument::fromJson(printed.toUtf8()), QJsonDocument::fromJson(expected.toUtf8()));
     }
 
