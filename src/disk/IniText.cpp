@@ -66,7 +66,7 @@ QByteArray escapedText(const QString& value)
 
 QString wrapped(const char* kind, const QByteArray& bytes)
 {
-    return QLatin1String(kind) + QString::fromLatin1(bytes.constData(), bytes.size()) + QLatin1Char(')');
+    return QLatin1String(kind) + QLatin1String(bytes.constData(), bytes.size()) + QLatin1Char(')');
 }
 
 QString textOf(const QVariant& value)

@@ -9,6 +9,12 @@
 
 using Transfers = QVector<QSharedPointer<cTransfer>>;
 
+/// What is given back is gone, as without the sanitizer, for memory is measured.
+extern "C" Q_DECL_EXPORT const char* __asan_default_options()
+{
+    return "quarantine_size_mb=1:thread_local_quarantine_size_kb=64";
+}
+
 /// What tst_cDownloader cannot show: several transfers at a time, and those that begin in the middle of a file.
 class tst_cTransfer : public QObject
 {
