@@ -24,7 +24,7 @@ bool readFile(const QString& path, QByteArray& bytes, QString* reason)
     QFile file(path);
     const QFileInfo info(path);
     QString fault;
-    if (info.exists() && !info.isFile())
+    if (!info.isFile() && info.exists())
         fault = info.isDir() ? QStringLiteral("this is a folder") : QStringLiteral("this is no file");
     else if (!file.open(QIODevice::ReadOnly))
         fault = file.errorString();

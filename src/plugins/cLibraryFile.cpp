@@ -4,7 +4,8 @@
 
 namespace {
 
-constexpr int MagicSize = 64; // both formats begin with a header of at least so many bytes, but for ELF of 32 bits
+constexpr int BeginSize = 4096; // the headers of nearly all libraries end within these bytes
+constexpr int MagicSize = 64;   // both formats begin with a header of at least so many bytes, but for ELF of 32 bits
 
 // Where the fields of an ELF file lie, by the width of its addresses, and how many bytes they have.
 struct cElfLayout
@@ -36,23 +37,27 @@ QString cLibraryFile::fault()
 {
     if (!m_file.open(QIODevice::ReadOnly | QIODevice::Unbuffered))
         return QString();
+    m_isRead = true;
+    m_size = quint64(m_file.size());
+    m_begin = m_file.read(BeginSize);
     const QByteArray magic = read(0, MagicSize);
     if (magic.startsWith("\x7f"
                          "ELF"))
         readElf();
     else if (magic.startsWith("MZ"))
         readPe();
-    const auto size = quint64(m_file.size());
     m_file.close();
-    if (m_told <= size)
+    if (m_told <= m_size)
         return QString();
-    return QStringLiteral("has %1 bytes, and its headers tell of %2").arg(size).arg(m_told);
+    return QStringLiteral("has %1 bytes, and its headers tell of %2").arg(m_size).arg(m_told);
 }
 
 /// @return what there is of it.
 QByteArray cLibraryFile::read(quint64 offset, int size)
 {
-    if (offset > quint64(m_file.size()) || !m_file.seek(qint64(offset)))
+    if (offset + quint64(size) <= quint64(m_begin.size()) && offset <= quint64(m_begin.size()))
+        return m_begin.mid(int(offset), size);
+    if (offset > m_size || !m_file.seek(qint64(offset)))
         return QByteArray();
     return m_file.read(size);
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QtCore/QByteArray>
 #include <QtCore/QFile>
 #include <QtCore/QString>
 
@@ -19,6 +20,9 @@ public:
     /// 40". Empty when nothing speaks against it, and when it cannot be read, which the system tells better.
     QString fault();
 
+    /// Whether the file is there; to be asked after fault().
+    bool exists() const { return m_isRead || m_file.exists(); }
+
 private:
     QByteArray read(quint64 offset, int size);
     void need(quint64 offset, quint64 size);
@@ -29,6 +33,9 @@ private:
     quint64 number(const QByteArray& bytes, int offset, int size) const;
 
     QFile m_file;
+    bool m_isRead = false;
+    quint64 m_size = 0;
+    QByteArray m_begin;    // of the file
     quint64 m_told = 0;    // the least length that the headers allow, as far as they have been read
     bool m_isBig = false;  // the most significant byte comes first
     bool m_isLong = false; // an ELF file of 64 bits

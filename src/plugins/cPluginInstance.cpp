@@ -128,14 +128,15 @@ bool cPluginInstance::loadLibrary()
         return fail(QStringLiteral("its manifest has not been accepted"));
     if (m_manifest.libraryPath.isEmpty())
         return fail(QStringLiteral("its manifest names no library"));
-    const QFileInfo file(libraryFile());
+    const QString path = QFileInfo(libraryFile()).absoluteFilePath();
+    cLibraryFile file(path);
+    const QString fault = file.fault();
     // QLibrary would go on to look for similar names.
     if (!file.exists())
-        return fail(QStringLiteral("its library %1 does not exist").arg(file.absoluteFilePath()));
-    const QString fault = cLibraryFile(file.absoluteFilePath()).fault();
+        return fail(QStringLiteral("its library %1 does not exist").arg(path));
     if (!fault.isEmpty())
-        return fail(QStringLiteral("its library %1 is cut short: it %2").arg(file.absoluteFilePath(), fault));
-    m_library.setFileName(file.absoluteFilePath());
+        return fail(QStringLiteral("its library %1 is cut short: it %2").arg(path, fault));
+    m_library.setFileName(path);
     moveTo(Stage::Loading);
     const bool isLoaded = m_library.load();
     moveTo(isLoaded ? Stage::Loaded : Stage::Read);
