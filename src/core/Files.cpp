@@ -11,8 +11,6 @@
 #include <QtCore/QTextStream>
 #include <QtXml/QDomDocument>
 
-#include <filesystem>
-
 namespace {
 
 /// The rule by which a document counts as having its declaration. It asks for a null node on purpose, and so never

@@ -1,4 +1,6 @@
+#include "Diagnostics.h"
 #include "commands/Commands.h"
+#include "updates/UpdateSession.h"
 
 #include <Norvale/Corvane.h>
 #include <Norvale/cLogCentral.h>
@@ -31,4 +33,12 @@ ExitCode initialiseFramework()
     if (Corvane::initialize())
         return ExitCode::Ok;
     return endWith(ExitCode::InitialiseFailed, QStringLiteral("the framework could not be initialised"));
+}
+
+ExitCode beginChange(const cLogOption& log, cChangeLock& lock, ExitCode (cChangeLock::*take)())
+{
+    ExitCode code = log.open(Diagnostics::showReasons);
+    if (code == ExitCode::Ok)
+        code = (lock.*take)();
+    return code == ExitCode::Ok ? initialiseFramework() : code;
 }

@@ -2,6 +2,7 @@
 
 #include "common/cCommand.h"
 
+class cChangeLock;
 class cProgram;
 
 /// Adds the commands around the running host: --run, which is done when no command is given, --list, --send, --call.
@@ -35,3 +36,7 @@ void addJsonFlag(cSyntax& syntax, bool* target);
 
 /// Initialises the framework; says so when that fails.
 [[nodiscard]] ExitCode initialiseFramework();
+
+/// How every command begins that fetches or installs: opens the log, takes @p lock for what the command does, and
+/// initialises the framework. Ends with the first that fails, which has said why.
+[[nodiscard]] ExitCode beginChange(const cLogOption& log, cChangeLock& lock, ExitCode (cChangeLock::*take)());

@@ -1,5 +1,4 @@
 // The commands that install and remove on the spot.
-#include "Diagnostics.h"
 #include "commands/Commands.h"
 #include "common/Terminal.h"
 #include "common/cProgram.h"
@@ -20,11 +19,7 @@ public:
     ExitCode run() final
     {
         cChangeLock lock;
-        ExitCode code = m_log.open(Diagnostics::showReasons);
-        if (code == ExitCode::Ok)
-            code = lock.takeForInstalling();
-        if (code == ExitCode::Ok)
-            code = initialiseFramework();
+        const ExitCode code = beginChange(m_log, lock, &cChangeLock::takeForInstalling);
         if (code != ExitCode::Ok)
             return code;
         const cInstallReport report;

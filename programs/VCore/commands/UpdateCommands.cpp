@@ -71,11 +71,7 @@ public:
                 return endWith(ExitCode::Usage, QStringLiteral("options stand before the other words: %1").arg(word));
         }
         cChangeLock lock;
-        ExitCode code = m_log.open(Diagnostics::showReasons);
-        if (code == ExitCode::Ok)
-            code = lock.takeForFetching();
-        if (code == ExitCode::Ok)
-            code = initialiseFramework();
+        const ExitCode code = beginChange(m_log, lock, &cChangeLock::takeForFetching);
         if (code != ExitCode::Ok)
             return code;
         const QJsonObject result = cUpdateSession().update(m_features);

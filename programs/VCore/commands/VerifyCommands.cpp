@@ -1,5 +1,4 @@
 // The commands that find and mend what is damaged. They work while the suite cannot start.
-#include "Diagnostics.h"
 #include "commands/Commands.h"
 #include "common/Terminal.h"
 #include "common/cProgram.h"
@@ -77,11 +76,7 @@ public:
     ExitCode run() override
     {
         cChangeLock lock;
-        ExitCode code = m_log.open(Diagnostics::showReasons);
-        if (code == ExitCode::Ok)
-            code = lock.takeForFetching();
-        if (code == ExitCode::Ok)
-            code = initialiseFramework();
+        const ExitCode code = beginChange(m_log, lock, &cChangeLock::takeForFetching);
         if (code != ExitCode::Ok)
             return code;
         const cInstallReport report(QStringLiteral("Verifying"), true);
@@ -133,11 +128,7 @@ public:
     ExitCode run() override
     {
         cChangeLock lock;
-        ExitCode code = m_log.open(Diagnostics::showReasons);
-        if (code == ExitCode::Ok)
-            code = lock.takeForInstalling();
-        if (code == ExitCode::Ok)
-            code = initialiseFramework();
+        const ExitCode code = beginChange(m_log, lock, &cChangeLock::takeForInstalling);
         if (code != ExitCode::Ok)
             return code;
         const cInstallReport report(QStringLiteral("Repairing"), m_isJson);
