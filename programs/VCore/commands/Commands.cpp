@@ -1,5 +1,5 @@
-#include "Diagnostics.h"
 #include "commands/Commands.h"
+#include "Diagnostics.h"
 #include "updates/UpdateSession.h"
 
 #include <Norvale/Corvane.h>
