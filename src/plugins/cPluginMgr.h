@@ -50,7 +50,7 @@ public:
     cStartOutcome lastOutcome() const override { return m_outcome; }
     void setGuard(const cGuardOptions& options) override { m_guardOptions = options; }
     cPluginFailure lastFailure() const override { return cPluginFailure(); }
-    void leaveOut(const QStringList& plugins) override { m_leftOut = plugins; }
+    void leaveOut(const QStringList& plugins) override { m_suite.leaveOut(plugins); }
 
     void dumpPlugins() override {}
     void OnRestart() override {}
@@ -76,7 +76,6 @@ private:
     cPluginRunner m_runner{m_suite, m_reporter};
     cServiceMgr* m_services = nullptr;
     QStringList m_loadCategories;
-    QStringList m_leftOut;
     cGuardOptions m_guardOptions;
     cStartOutcome m_outcome;
     bool m_isStarting = false;
