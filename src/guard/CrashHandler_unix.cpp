@@ -224,18 +224,16 @@ void CrashCatching::catchNothing()
     giveStackBack();
 }
 
-void CrashCatching::limitTime(bool isLimited)
+void CrashCatching::write()
 {
-    if (!isLimited) {
-        alarm(0);
-        return;
-    }
     std::signal(SIGALRM, onAlarm);
     sigset_t alarms;
     sigemptyset(&alarms);
     sigaddset(&alarms, SIGALRM);
     pthread_sigmask(SIG_UNBLOCK, &alarms, nullptr);
     alarm(TimeLimit);
+    cCrashReport::instance().write();
+    alarm(0);
 }
 
 void CrashCatching::waitForEnd()

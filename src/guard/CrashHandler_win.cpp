@@ -50,6 +50,7 @@ HANDLE s_mainThread = nullptr;
 DWORD s_mainThreadId = 0;
 HANDLE s_begun = nullptr;
 HANDLE s_told = nullptr;
+DWORD s_watcherId = 0;
 std::atomic<bool> s_isWatched{false};
 wchar_t s_folder[MAX_PATH + LongestPath];
 HANDLE s_file = INVALID_HANDLE_VALUE;
@@ -101,20 +102,36 @@ void walk(cCrash& crash)
     walkFrom(*static_cast<const CONTEXT*>(crash.context), crash);
 }
 
+void tell(const EXCEPTION_POINTERS& exception, cCrash& crash)
+{
+    const EXCEPTION_RECORD& record = *exception.ExceptionRecord;
+    const bool isAccess = record.ExceptionCode == DWORD(EXCEPTION_ACCESS_VIOLATION) ||
+                          record.ExceptionCode == DWORD(EXCEPTION_IN_PAGE_ERROR);
+    crash.cause = qint32(record.ExceptionCode);
+    crash.hasAddress = isAccess && record.NumberParameters >= 2;
+    crash.address = crash.hasAddress ? addressOf(record.ExceptionInformation[1]) : nullptr;
+    crash.thread = GetCurrentThreadId();
+    crash.isOfMainThread = crash.thread == s_mainThreadId;
+    crash.context = exception.ContextRecord;
+    CrashCatching::tell(crash, walk);
+}
+
+Q_NEVER_INLINE void tellWithRoom(const EXCEPTION_POINTERS& exception)
+{
+    cCrash crash;
+    tell(exception, crash);
+}
+
 LONG WINAPI onException(EXCEPTION_POINTERS* exception)
 {
-    const EXCEPTION_RECORD& record = *exception->ExceptionRecord;
-    if (!isThrown(record.ExceptionCode)) {
-        cCrash crash;
-        crash.cause = qint32(record.ExceptionCode);
-        crash.hasAddress = record.NumberParameters >= 2 && (record.ExceptionCode == DWORD(EXCEPTION_ACCESS_VIOLATION) ||
-                                                            record.ExceptionCode == DWORD(EXCEPTION_IN_PAGE_ERROR));
-        crash.address = crash.hasAddress ? addressOf(record.ExceptionInformation[1]) : nullptr;
-        crash.thread = GetCurrentThreadId();
-        crash.isOfMainThread = crash.thread == s_mainThreadId;
-        crash.context = exception->ContextRecord;
-        CrashCatching::tell(crash, walk);
-    }
+    static cCrash ofOverflow; // whose stack has hardly room for a call
+    const DWORD code = exception->ExceptionRecord->ExceptionCode;
+    if (GetCurrentThreadId() == s_watcherId)
+        CrashCatching::write();
+    else if (code == DWORD(EXCEPTION_STACK_OVERFLOW))
+        tell(*exception, ofOverflow);
+    else if (!isThrown(code))
+        tellWithRoom(*exception);
     return s_filterBefore ? s_filterBefore(exception) : EXCEPTION_CONTINUE_SEARCH;
 }
 
@@ -125,12 +142,24 @@ void onAbort(int)
     std::raise(SIGABRT);
 }
 
+/// Whether the thread that watches does the telling: that which has crashed has no room left on its stack.
+bool isHandedOver()
+{
+    return DWORD(cCrashReport::instance().cause()) == DWORD(EXCEPTION_STACK_OVERFLOW);
+}
+
 /// Ends a process that has crashed and does not come to an end. The thread is there beforehand: what has crashed may
 /// hold the lock that a new one needs.
 DWORD WINAPI watch(void*)
 {
+    s_watcherId = GetCurrentThreadId();
     WaitForSingleObject(s_begun, INFINITE);
-    if (s_isWatched && WaitForSingleObject(s_told, TimeLimit) == WAIT_TIMEOUT) {
+    if (!s_isWatched)
+        return 0;
+    if (isHandedOver()) {
+        cCrashReport::instance().write();
+        SetEvent(s_told);
+    } else if (WaitForSingleObject(s_told, TimeLimit) == WAIT_TIMEOUT) {
         const DWORD cause = DWORD(cCrashReport::instance().cause());
         TerminateProcess(GetCurrentProcess(), cause == SIGABRT ? AbortCode : cause);
     }
@@ -220,9 +249,20 @@ void CrashCatching::catchNothing()
     SetEvent(s_begun); // the thread ends; the events stay for it
 }
 
-void CrashCatching::limitTime(bool isLimited)
+void CrashCatching::write()
 {
-    SetEvent(isLimited ? s_begun : s_told);
+    if (GetCurrentThreadId() == s_watcherId) { // that has crashed in the midst
+        cCrashReport::instance().write();
+        SetEvent(s_told);
+        waitForEnd();
+    }
+    SetEvent(s_begun);
+    if (isHandedOver()) {
+        WaitForSingleObject(s_told, TimeLimit);
+        return;
+    }
+    cCrashReport::instance().write();
+    SetEvent(s_told);
 }
 
 void CrashCatching::waitForEnd()

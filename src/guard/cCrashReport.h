@@ -78,6 +78,9 @@ public:
     /// The cause of what has begun.
     qint32 cause() const { return m_crash.cause; }
 
+    /// Whether nothing is left to be told.
+    bool isDone() const { return m_stage == Done && !m_isOpen; }
+
 private:
     enum Stage { Mark, Walk, Name, Head, Stack, Log, Libraries, Done };
 
