@@ -27,4 +27,7 @@ void waitUntilRead(const QLocalSocket& socket, int milliseconds);
 /// Whether the debugger output of the library is what a terminal shows as standard error.
 bool isDebuggerOutputShown();
 
+/// From now on a crash of this process, or of one that it starts, opens no window that waits for somebody.
+void openNoWindowAtCrash();
+
 } // namespace HostSystem

@@ -59,3 +59,5 @@ bool HostSystem::isDebuggerOutputShown()
 {
     return true;
 }
+
+void HostSystem::openNoWindowAtCrash() {}
