@@ -30,4 +30,7 @@ QString demangled(const QString& symbol);
 /// Whether the debugger output of the library is what a terminal shows as standard error.
 bool isDebuggerOutputShown();
 
+/// From now on a crash of this process, or of one that it starts, opens no window that waits for somebody.
+void openNoWindowAtCrash();
+
 } // namespace HostSystem

@@ -69,3 +69,5 @@ bool HostSystem::isDebuggerOutputShown()
 {
     return true;
 }
+
+void HostSystem::openNoWindowAtCrash() {}

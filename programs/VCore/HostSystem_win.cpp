@@ -47,3 +47,8 @@ bool HostSystem::isDebuggerOutputShown()
 {
     return false;
 }
+
+void HostSystem::openNoWindowAtCrash()
+{
+    SetErrorMode(SetErrorMode(0) | SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX); // children inherit it
+}

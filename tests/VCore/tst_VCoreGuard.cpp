@@ -3,6 +3,7 @@
 #include "guard/cCulpritSearch.h"
 
 #include <QtCore/QRandomGenerator>
+#include <QtCore/QSettings>
 
 #include <cmath>
 
@@ -87,6 +88,7 @@ class tst_VCoreGuard : public QObject
     /// A suite of P1 to P8, where P4 needs P2, P6 needs P4, with @p params and more @p needs for some of them.
     void useFaultySuite(const Variables& params, Variables needs = {})
     {
+        QSettings(QSettings::UserScope, "Varkel", "VCore").remove("Plugins");
         needs.insert("P4", "P2");
         needs.insert("P6", "P4");
         Variables manifests;
@@ -106,10 +108,11 @@ class tst_VCoreGuard : public QObject
         m_fixture.useSuite(root);
     }
 
+    QJsonObject list() { return QJsonDocument::fromJson(m_fixture.run("--list --json").output.toUtf8()).object(); }
+
     QJsonObject listed(const QString& name)
     {
-        const QJsonObject list = QJsonDocument::fromJson(m_fixture.run("--list --json").output.toUtf8()).object();
-        for (const QJsonValue& plugin : list["plugins"].toArray()) {
+        for (const QJsonValue& plugin : list()["plugins"].toArray()) {
             if (plugin["name"] == name)
                 return plugin.toObject();
         }
@@ -256,6 +259,32 @@ private slots:
         const QRegularExpression pattern(report, QRegularExpression::DotMatchesEverythingOption);
         QVERIFY2(pattern.match(ended.output).hasMatch(), qPrintable(ended.output + ended.reasons));
         QVERIFY(code == 0 || ended.reasons.contains("there is no crash report in "));
+    }
+
+    void disablesWhatFailsTwiceInARow()
+    {
+        useFaultySuite({{"P4", "\"start\":\"abort\""}});
+        QVERIFY(m_fixture.run("--start-only --no-guard").code != 0);
+        QVERIFY(!list().contains("last_failure"));
+        QVERIFY(m_fixture.run("--start-only").code != 0);
+        const QJsonValue failure = list()["last_failure"];
+        QCOMPARE(failure["plugin"].toString(), QString("P4"));
+        QCOMPARE(failure["step"].toString(), QString("start"));
+        QCOMPARE(failure["in_a_row"].toInt(), 1);
+        QVERIFY(m_fixture.run("--list").output.contains("\nLast failure\nP4-1.00.000 crashed (SIGABRT)"));
+
+        const Ended second = m_fixture.run("--start-only");
+        QVERIFY(second.code != 0);
+        QVERIFY2(second.reasons.contains("; `VCore --run --without P4` starts without it"), qPrintable(second.reasons));
+        const Ended third = m_fixture.run("--start-only");
+        QVERIFY2(third.reasons.contains(", 2 times in a row; it is left out from now on, until `VCore --enable P4`"),
+                 qPrintable(third.reasons));
+        QCOMPARE(third.code, 0);
+        const Ended fourth = m_fixture.run("--start-only");
+        QCOMPARE(fourth.code, 0);
+        QVERIFY2(!fourth.reasons.contains("in a row"), qPrintable(fourth.reasons));
+        QCOMPARE(m_fixture.run("--enable P4").code, 0);
+        QVERIFY(m_fixture.run("--start-only").code != 0);
     }
 
     void bisects_data()
