@@ -181,12 +181,24 @@ bool cPluginRunner::loadLibrary(cPluginInstance& plugin, cStartJournal& journal)
     const QString change = m_suite.libraryChange(plugin);
     if (!change.isEmpty())
         return m_reporter.logAndFail(QStringLiteral("%1 is not loaded: %2").arg(id, change));
+    if (plugin.isIsolated() && !takeProcess(plugin))
+        return false;
     const auto load = [&] {
         const cStartJournal::Opened opened(journal);
         return plugin.loadLibrary();
     };
     return m_reporter.observe(IPluginObserver::LoadLibrary, plugin.name(), load) ||
            m_reporter.logAndFail(QStringLiteral("%1 is not loaded: %2").arg(id, plugin.errorString()));
+}
+
+bool cPluginRunner::takeProcess(cPluginInstance& plugin)
+{
+    if (!m_processes)
+        return m_reporter.logAndFail(
+            QStringLiteral("%1 is not loaded: this host runs no plugins in processes of their own")
+                .arg(plugin.id().toString()));
+    plugin.setProcess(m_processes->make(plugin.id(), plugin.folder()));
+    return true;
 }
 
 bool cPluginRunner::start(cPluginInstance& plugin, cStartJournal& journal)

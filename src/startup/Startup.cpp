@@ -4,6 +4,7 @@
 #include "config/cUpdateMgr.h"
 #include "core/Files.h"
 #include "install/cInstallMgr.h"
+#include "isolation/cPluginProcesses.h"
 #include "log/cFrameworkLog.h"
 #include "plugins/cPluginMgr.h"
 #include "services/cServiceMgr.h"
@@ -35,9 +36,14 @@ cLog frameworkLog()
 
 bool createPluginMgr()
 {
+    if (s_managers.plugins)
+        return true;
+    s_managers.plugins = new (std::nothrow) cPluginMgr;
     if (!s_managers.plugins)
-        s_managers.plugins = new (std::nothrow) cPluginMgr;
-    return s_managers.plugins;
+        return false;
+    static cPluginProcesses processes;
+    s_managers.plugins->setProcesses(&processes);
+    return true;
 }
 
 bool createServiceMgr()
