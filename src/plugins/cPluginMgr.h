@@ -51,6 +51,9 @@ public:
     QList<cPluginInfo> plugins() const override;
     void setObserver(IPluginObserver* observer) override;
     cStartOutcome lastOutcome() const override { return m_outcome; }
+    void setGuard(const cGuardOptions& options) override { m_guardOptions = options; }
+    cPluginFailure lastFailure() const override { return cPluginFailure(); }
+    void leaveOut(const QStringList& plugins) override { m_suite.leaveOut(plugins); }
 
     void dumpPlugins() override {}
     void OnRestart() override {}
@@ -76,6 +79,7 @@ private:
     cPluginRunner m_runner{m_suite, m_reporter};
     cServiceMgr* m_services = nullptr;
     QStringList m_loadCategories;
+    cGuardOptions m_guardOptions;
     cStartOutcome m_outcome;
     bool m_isStarting = false;
     bool m_isSettingsPluginOptional = false; // while the start asks for it

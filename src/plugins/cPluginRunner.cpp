@@ -46,17 +46,7 @@ public:
     /// The names from the plugin wanted to the one that the path has come to, "A -> B -> C"; of a long path both ends.
     QString text() const
     {
-        constexpr int ShownAtEachEnd = 8; // a line of a log is read by people
-        const bool isLong = m_steps.size() > 2 * ShownAtEachEnd;
-        QStringList names;
-        for (int i = 0; i < m_steps.size(); ++i) {
-            if (isLong && i == ShownAtEachEnd) {
-                names.append(QStringLiteral("..."));
-                i = m_steps.size() - ShownAtEachEnd;
-            }
-            names.append(m_steps.at(i).plugin->name());
-        }
-        return names.join(QStringLiteral(" -> "));
+        return pathText(m_steps.size(), [this](int i) { return m_steps.at(i).plugin->name(); });
     }
 
 private:
@@ -81,6 +71,9 @@ bool cPluginRunner::load(const QString& name)
         return refuse(name, QStringLiteral("no such plugin is installed"));
     if (plugin->isLibraryLoaded())
         return true;
+    const QString reason = m_suite.whyLeftOut(plugin);
+    if (!reason.isEmpty())
+        return refuse(name, reason);
     if (m_failed.contains(plugin.data()))
         return false; // why has been logged
     bool isLoaded = false;
