@@ -25,7 +25,7 @@ cPluginProcess::cPluginProcess(const cPluginPrograms& programs, const cPluginId&
 cPluginProcess::~cPluginProcess()
 {
     m_step = Step::Stopping;
-    end(QStringLiteral("%1 has been unloaded").arg(m_id.toString()));
+    end(QStringLiteral("%1 has been unloaded").arg(m_id.toString()), EndLimit);
     m_remote->withdrawAll();
 }
 
@@ -78,7 +78,7 @@ bool cPluginProcess::stop()
     const bool isThere = m_step == Step::Running && m_process;
     m_step = Step::Stopping;
     const bool isStopped = !isThere || ask(FrameKind::Stop);
-    end(QStringLiteral("%1 has been stopped").arg(m_id.toString()));
+    end(QStringLiteral("%1 has been stopped").arg(m_id.toString()), EndLimit);
     m_remote->withdrawAll();
     return isStopped;
 }
@@ -97,7 +97,7 @@ bool cPluginProcess::ask(cFrameWriter& frame)
     if (m_remote->request(frame, &answer, &reason))
         return true;
     if (m_process)
-        end(reason);
+        end(reason, 0);
     return fail(reason);
 }
 
@@ -111,21 +111,21 @@ void cPluginProcess::onClosed()
     const QString why =
         QStringLiteral("%1 has ended (%2)")
             .arg(m_id.toString(), hasEnded ? m_process->causeOfEnd() : QStringLiteral("it has closed its connection"));
-    end(why);
+    end(why, 0);
     if (m_step != Step::Running)
         return; // who waits for the answer tells
     pluginLog().error().noquote() << why + QStringLiteral("; the suite goes on without it") << Qt::endl;
     planRestart();
 }
 
-/// Ends the connection and the process, if they have not ended. @p why is what calls are refused with.
-void cPluginProcess::end(const QString& why)
+/// Ends the connection and the process, which has so many milliseconds to go by itself. @p why is what calls are
+/// refused with.
+void cPluginProcess::end(const QString& why, int patience)
 {
     m_remote->disconnect(why);
     if (!m_process)
         return;
-    if (m_process->state() != QProcess::NotRunning &&
-        !m_process->waitForFinished(m_step == Step::Stopping ? EndLimit : 0)) {
+    if (m_process->state() != QProcess::NotRunning && !m_process->waitForFinished(patience)) {
         m_process->kill();
         m_process->waitForFinished(EndLimit);
     }

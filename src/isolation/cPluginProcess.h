@@ -38,7 +38,7 @@ private:
     bool ask(FrameKind kind);
     bool ask(cFrameWriter& frame);
     void onClosed();
-    void end(const QString& why);
+    void end(const QString& why, int patience);
     void planRestart();
     void restart();
     bool fail(const QString& reason);

@@ -7,6 +7,7 @@
 #include <Norvale/Corvane.h>
 
 #include <QtCore/QCoreApplication>
+#include <QtCore/QDir>
 #include <QtCore/QFileInfo>
 
 namespace {
