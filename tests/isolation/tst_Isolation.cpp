@@ -340,6 +340,7 @@ private slots:
     // Each event arrives once at everybody who listens, and does not come back.
     void events()
     {
+        m_shared.reset(); // there is room for one sandbox at a time
         cTalkers talkers;
         talkers.install("Other", "{}");
         QVERIFY(talkers.start());
@@ -406,6 +407,26 @@ private slots:
         QCOMPARE(talkers.log.lines().count("started Talker-1.00.000 again"), 3);
     }
 
+    // However busy it is: nothing of a suite that is gone runs on.
+    void endsWithTheSuite_data()
+    {
+        const Rows<QString> row("work");
+        row("nothing", "");
+        row("an endless loop", "loop");
+    }
+    void endsWithTheSuite()
+    {
+        QFETCH(QString, work);
+        QProcess host;
+        host.start(QCoreApplication::applicationFilePath(), {"host", work});
+        QVERIFY(host.waitForReadyRead(30000));
+        const qint64 process = host.readLine().trimmed().toLongLong();
+        QVERIFY(Platform::isRunning(process));
+        host.kill();
+        QVERIFY(host.waitForFinished());
+        QTRY_VERIFY(!Platform::isRunning(process));
+    }
+
 private:
     cTalkers& shared()
     {
@@ -422,5 +443,25 @@ private:
 
 int tst_Isolation::s_rows = 0;
 
-QTEST_GUILESS_MAIN(tst_Isolation)
+/// A suite whose plugin does @p work; it tells the plugin's process, and waits to be killed.
+static int runHost(const QString& work)
+{
+    cTalkers talkers;
+    talkers.start();
+    std::printf("%lld\n", talkers.process());
+    std::fflush(stdout);
+    talkers.tell("goWrong", work);
+    return QCoreApplication::exec();
+}
+
+int main(int argc, char** argv)
+{
+    QCoreApplication application(argc, argv);
+    const QStringList arguments = QCoreApplication::arguments();
+    if (arguments.value(1) == "host")
+        return runHost(arguments.value(2));
+    tst_Isolation test;
+    return QTest::qExec(&test, argc, argv);
+}
+
 #include "tst_Isolation.moc"
