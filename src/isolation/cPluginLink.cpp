@@ -8,7 +8,8 @@ namespace {
 
 constexpr int ReadSize = 64 * 1024;
 
-/// How long a frame may take to go out, milliseconds. Only a process that does not read at all comes near.
+/// How long the suite tries to send a frame, milliseconds: a plugin that does not read at all keeps nobody longer. A
+/// plugin waits as long as it takes.
 constexpr int SendLimit = 30000;
 
 bool hasAnswer(FrameKind kind)
@@ -135,7 +136,7 @@ bool cPluginLink::send(const QByteArray& frame)
         sent += int(qMax<qint64>(taken, 0));
         if (taken > 0)
             continue;
-        if (taken < 0 || time.elapsed() >= SendLimit) {
+        if (taken < 0 || (m_side == Side::Suite && time.elapsed() >= SendLimit)) {
             const QMutexLocker locker(&m_lock);
             m_isClosed = true; // the rest of the frame is missing: nothing that follows could be told apart
             m_changed.wakeAll();

@@ -110,7 +110,7 @@ void cPluginProcess::onClosed()
     const bool hasEnded = m_process->state() == QProcess::NotRunning;
     const QString why =
         QStringLiteral("%1 has ended (%2)")
-            .arg(m_id.toString(), hasEnded ? m_process->causeOfEnd() : QStringLiteral("it has closed its connection"));
+            .arg(m_id.toString(), hasEnded ? m_process->causeOfEnd() : QStringLiteral("its connection has"));
     end(why, 0);
     if (m_step != Step::Running)
         return; // who waits for the answer tells

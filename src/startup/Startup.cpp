@@ -4,6 +4,7 @@
 #include "config/cUpdateMgr.h"
 #include "core/Files.h"
 #include "install/cInstallMgr.h"
+#include "isolation/cPluginHost.h"
 #include "isolation/cPluginProcesses.h"
 #include "log/cFrameworkLog.h"
 #include "plugins/cPluginMgr.h"
@@ -135,4 +136,17 @@ void Corvane::setLoadCategories(const QStringList& categories)
 {
     if (cPluginMgr* plugins = pluginMgrFor("setLoadCategories()"))
         plugins->setLoadCategories(categories);
+}
+
+/**
+ * What the program VPlugin does once it is told its plugin: it serves the suite at the other end of a connection until
+ * that ends. The program links no part of the library, and finds this function by its name.
+ *
+ * @param connection the end of the connection, as the system names it.
+ * @return the exit code of the process.
+ */
+extern "C" NORVALE_EXPORT int norvale_run_plugin(qintptr connection)
+{
+    cPluginHost host(connection, &Corvane::initialize);
+    return host.run();
 }

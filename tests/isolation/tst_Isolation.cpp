@@ -407,6 +407,19 @@ private slots:
         QCOMPARE(talkers.log.lines().count("started Talker-1.00.000 again"), 3);
     }
 
+#ifndef Q_OS_WIN
+    // What ends a whole group of processes, as a log-out does, is for the suite, which stops its plugins.
+    void leavesSignalsToTheSuite()
+    {
+        cTalkers talkers;
+        QVERIFY(talkers.start());
+        const qint64 process = talkers.process();
+        for (const int signal : {SIGINT, SIGTERM, SIGHUP})
+            QCOMPARE(::kill(pid_t(process), signal), 0);
+        QCOMPARE(talkers.process(), process);
+    }
+#endif
+
     // However busy it is: nothing of a suite that is gone runs on.
     void endsWithTheSuite_data()
     {
