@@ -170,15 +170,16 @@ QVariant cFrameReader::container(int type, int depth)
 QVariant cFrameReader::dateTime()
 {
     const bool isValid = byte();
-    const auto spec = Qt::TimeSpec(byte());
+    const quint8 spec = byte();
     const qint64 time = qint64(wide());
     const int offset = int(number());
     const QByteArray zone = bytes();
+    m_isSound = m_isSound && spec <= Qt::TimeZone;
     if (!isValid || !m_isSound)
         return QDateTime();
     if (spec == Qt::TimeZone)
         return QDateTime::fromMSecsSinceEpoch(time, QTimeZone(zone));
-    return QDateTime::fromMSecsSinceEpoch(time, spec, spec == Qt::OffsetFromUTC ? offset : 0);
+    return QDateTime::fromMSecsSinceEpoch(time, Qt::TimeSpec(spec), spec == Qt::OffsetFromUTC ? offset : 0);
 }
 
 cJsonValue cFrameReader::json(int depth)

@@ -5,6 +5,7 @@
 #include <QtCore/QUrl>
 #include <QtCore/QtEndian>
 
+#include <algorithm>
 #include <cstring>
 
 namespace {
@@ -140,8 +141,10 @@ bool cFrameWriter::container(const QVariant& value, int depth)
     default: {
         const QVariantHash hash = value.toHash();
         number(quint32(hash.size()));
-        for (auto it = hash.begin(); it != hash.end(); ++it) {
-            if (!member(it.key(), it.value(), depth))
+        QStringList keys = hash.keys();
+        std::sort(keys.begin(), keys.end()); // the same value makes the same bytes
+        for (const QString& key : qAsConst(keys)) {
+            if (!member(key, hash.value(key), depth))
                 return false;
         }
         return true;

@@ -15,7 +15,7 @@
 
 namespace {
 
-/// The tables of a meta-object as the meta-object compiler writes them for Qt 5 (revision 8).
+/// A meta-object with its tables, as the meta-object compiler writes them for Qt 5 (revision 8).
 class cMetaTables
 {
 public:
@@ -40,10 +40,14 @@ public:
         }
         m_data.push_back(0);
         layTexts();
+        const auto* const texts = reinterpret_cast<const QByteArrayData*>(m_block.data());
+        m_meta = {{&QObject::staticMetaObject, texts, m_data.data(), nullptr, nullptr, nullptr}};
     }
 
-    const uint* data() const { return m_data.data(); }
-    const QByteArrayData* texts() const { return reinterpret_cast<const QByteArrayData*>(m_block.data()); }
+    cMetaTables(const cMetaTables&) = delete;
+    cMetaTables& operator=(const cMetaTables&) = delete;
+
+    const QMetaObject* metaObject() const { return &m_meta; }
 
 private:
     uint text(const QByteArray& text)
@@ -87,7 +91,8 @@ private:
     std::vector<uint> m_data;
     QHash<QByteArray, uint> m_numbers;
     QVector<QByteArray> m_texts;
-    std::vector<std::max_align_t> m_block;
+    std::vector<std::max_align_t> m_block; // headers of the texts, then the texts
+    QMetaObject m_meta;
 };
 
 QByteArray keyOf(const QString& id, const QVector<cRemoteMethod>& methods)
@@ -116,15 +121,12 @@ cRemoteMethod& cRemoteMethod::resolve()
 const QMetaObject* cRemoteService::metaObjectOf(const QString& id, const QVector<cRemoteMethod>& methods)
 {
     static QMutex lock;
-    static auto* const made = new QHash<QByteArray, const QMetaObject*>;
+    static auto* const made = new QHash<QByteArray, const cMetaTables*>;
     const QMutexLocker locker(&lock);
-    const QMetaObject*& meta = (*made)[keyOf(id, methods)];
-    if (!meta) {
-        const auto* const tables = new cMetaTables("cRemoteService", id.toLatin1(), methods);
-        meta =
-            new QMetaObject{{&QObject::staticMetaObject, tables->texts(), tables->data(), nullptr, nullptr, nullptr}};
-    }
-    return meta;
+    const cMetaTables*& tables = (*made)[keyOf(id, methods)];
+    if (!tables)
+        tables = new cMetaTables("cRemoteService", id.toLatin1(), methods);
+    return tables->metaObject();
 }
 
 cRemoteService::cRemoteService(const std::shared_ptr<cRemotePlugin>& plugin, const QString& id,

@@ -37,8 +37,13 @@ static void goWrong(const QString& how)
         std::abort();
     if (how == "fatal")
         qFatal("no more");
-    if (how == "segv")
+    if (how == "segv") {
+#ifdef Q_OS_WIN
+        *static_cast<volatile int*>(nullptr) = 0;
+#else
         std::raise(SIGSEGV);
+#endif
+    }
     if (how == "exit")
         std::_Exit(3);
     while (how == "loop")
