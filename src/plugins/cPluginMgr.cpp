@@ -76,6 +76,7 @@ bool cPluginMgr::StartNormal()
         m_reporter.logAndFail(reason);
         return conclude(cStartOutcome::AlreadyStopped, {reason});
     }
+    m_guard.begin();
     cStartOutcome::Result result = cStartOutcome::NotStarted;
     m_isStarting = true;
     m_runner.start([&] { result = start(); });

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "guard/cGuard.h"
 #include "plugins/cPluginReporter.h"
 #include "plugins/cPluginRunner.h"
 #include "plugins/cPluginSuite.h"
@@ -51,8 +52,8 @@ public:
     QList<cPluginInfo> plugins() const override;
     void setObserver(IPluginObserver* observer) override;
     cStartOutcome lastOutcome() const override { return m_outcome; }
-    void setGuard(const cGuardOptions& options) override { m_guardOptions = options; }
-    cPluginFailure lastFailure() const override { return cPluginFailure(); }
+    void setGuard(const cGuardOptions& options) override { m_guard.setOptions(options); }
+    cPluginFailure lastFailure() const override { return m_guard.lastFailure(); }
     void leaveOut(const QStringList& plugins) override { m_suite.leaveOut(plugins); }
 
     void dumpPlugins() override {}
@@ -74,12 +75,12 @@ private:
     void requestLoad(const Plugin& plugin);
     void requestLoad(const QString& name);
 
+    cGuard m_guard;
     cPluginReporter m_reporter;
     mutable cPluginSuite m_suite{m_reporter}; // reads what has been published meanwhile when it is asked
-    cPluginRunner m_runner{m_suite, m_reporter};
+    cPluginRunner m_runner{m_suite, m_reporter, m_guard};
     cServiceMgr* m_services = nullptr;
     QStringList m_loadCategories;
-    cGuardOptions m_guardOptions;
     cStartOutcome m_outcome;
     bool m_isStarting = false;
     bool m_isSettingsPluginOptional = false; // while the start asks for it

@@ -1,6 +1,8 @@
 #include "plugins/cPluginRunner.h"
 
 #include "core/cMessageHandlers.h"
+#include "guard/cGuard.h"
+#include "guard/cPluginImages.h"
 #include "plugins/cPluginDependency.h"
 #include "plugins/cPluginReporter.h"
 #include "services/cServiceMgr.h"
@@ -178,10 +180,13 @@ bool cPluginRunner::loadLibrary(cPluginInstance& plugin, cStartJournal& journal)
         return false;
     const auto load = [&] {
         const cStartJournal::Opened opened(journal);
+        const cGuard::cStep step(m_guard, cGuardSlot::Load, id);
         return plugin.loadLibrary();
     };
-    return m_reporter.observe(IPluginObserver::LoadLibrary, plugin.name(), load) ||
-           m_reporter.logAndFail(QStringLiteral("%1 is not loaded: %2").arg(id, plugin.errorString()));
+    const bool isLoaded = m_reporter.observe(IPluginObserver::LoadLibrary, plugin.name(), load);
+    if (plugin.code())
+        cPluginImages::instance().add(id, cCodeImage::around(plugin.code()));
+    return isLoaded || m_reporter.logAndFail(QStringLiteral("%1 is not loaded: %2").arg(id, plugin.errorString()));
 }
 
 bool cPluginRunner::takeProcess(cPluginInstance& plugin)
@@ -196,14 +201,18 @@ bool cPluginRunner::takeProcess(cPluginInstance& plugin)
 
 bool cPluginRunner::start(cPluginInstance& plugin, cStartJournal& journal)
 {
+    const QString id = plugin.id().toString();
     const auto start = [&] {
         const cStartJournal::Opened opened(journal);
+        const cGuard::cStep step(m_guard, cGuardSlot::Start, id);
         return plugin.start();
     };
     if (m_reporter.observe(IPluginObserver::StartPlugin, plugin.name(), start))
         return true;
-    m_reporter.logAndFail(QStringLiteral("%1 is not started: %2").arg(plugin.id().toString(), plugin.errorString()));
+    m_reporter.logAndFail(QStringLiteral("%1 is not started: %2").arg(id, plugin.errorString()));
+    const cGuard::cStep step(m_guard, cGuardSlot::Start, id); // the end of what it has made is its own code, too
     takeBack(plugin, journal);
+    cPluginImages::instance().remove(id);
     plugin.unloadLibrary();
     return false;
 }
@@ -245,13 +254,18 @@ void cPluginRunner::stopNow()
     }
     if (m_services)
         m_services->releaseAll();
+    m_guard.end();
     m_phase = Phase::Stopped;
 }
 
 void cPluginRunner::stop(cPluginInstance& plugin)
 {
     const QString id = plugin.id().toString();
-    if (m_reporter.observe(IPluginObserver::StopPlugin, plugin.name(), [&] { return plugin.stop(); }))
+    const auto stop = [&] {
+        const cGuard::cStep step(m_guard, cGuardSlot::Stop, id);
+        return plugin.stop();
+    };
+    if (m_reporter.observe(IPluginObserver::StopPlugin, plugin.name(), stop))
         m_reporter.info(QStringLiteral("stopped %1").arg(id));
     else
         m_reporter.logAndFail(QStringLiteral("%1 did not stop properly: %2").arg(id, plugin.errorString()));

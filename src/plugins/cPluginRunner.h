@@ -8,6 +8,7 @@
 
 #include <functional>
 
+class cGuard;
 class cServiceMgr;
 class cStartJournal;
 
@@ -22,7 +23,10 @@ class cPluginRunner
 public:
     using Plugin = cPluginSuite::Plugin;
 
-    cPluginRunner(cPluginSuite& suite, cPluginReporter& reporter) : m_suite(suite), m_reporter(reporter) {}
+    cPluginRunner(cPluginSuite& suite, cPluginReporter& reporter, cGuard& guard)
+        : m_suite(suite), m_reporter(reporter), m_guard(guard)
+    {
+    }
 
     /// Who is told of the stop, and gives up what a failed start has registered. Not owned; may be null.
     void setServiceMgr(cServiceMgr* services) { m_services = services; }
@@ -61,6 +65,7 @@ private:
 
     cPluginSuite& m_suite;
     cPluginReporter& m_reporter;
+    cGuard& m_guard;
     cServiceMgr* m_services = nullptr;
     IPluginProcesses* m_processes = nullptr;
     QVector<Plugin> m_started; // in the order of the starts

@@ -3,6 +3,7 @@
 #include <Norvale/Corvane.h>
 #include <Norvale/cJsonValue.h>
 
+#include "guard/cMainCall.h"
 #include "log/cFrameworkLog.h"
 #include "version/ForeignCode.h"
 #include "version/cCodeImage.h"
@@ -100,6 +101,7 @@ bool cServiceMgr::invoke(const QString& serviceId, const QString& method, QGener
     QObject* service = m_services.object(serviceId);
     const cMethodCall::Values values{val0, val1, val2, val3, val4, val5, val6, val7, val8, val9};
     try {
+        const cMainCall noted(service);
         if (service && cMethodCall(method, values).callDirectly(service, ret))
             return true;
     } catch (const cMethodCall::FailedElsewhere&) {
