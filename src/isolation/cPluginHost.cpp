@@ -12,12 +12,6 @@ cPluginHost::cPluginHost(qintptr end, bool (*initialize)())
 {
 }
 
-cPluginHost::~cPluginHost()
-{
-    cLogCentral::removeHook(this);
-    m_link.close();
-}
-
 int cPluginHost::run()
 {
     return QCoreApplication::exec();

@@ -18,7 +18,6 @@ public:
     /// Takes the end of the connection; @p initialize prepares the library, once the names of the application are
     /// known.
     cPluginHost(qintptr end, bool (*initialize)());
-    ~cPluginHost() override;
 
     /// Serves until the connection ends. @return the exit code of the process.
     int run();

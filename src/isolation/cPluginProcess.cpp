@@ -96,8 +96,9 @@ bool cPluginProcess::ask(cFrameWriter& frame)
     QString reason;
     if (m_remote->request(frame, &answer, &reason))
         return true;
+    const QString id = m_id.toString();
     if (m_process)
-        end(reason, 0);
+        end(reason.startsWith(id) ? reason : QStringLiteral("%1 has ended: %2").arg(id, reason), 0);
     return fail(reason);
 }
 

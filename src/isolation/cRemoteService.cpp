@@ -6,6 +6,7 @@
 #include "services/cMethodCall.h"
 
 #include <QtCore/QHash>
+#include <QtCore/QMetaMethod>
 #include <QtCore/QMutex>
 
 #include <algorithm>
@@ -139,22 +140,30 @@ cRemoteService::cRemoteService(const std::shared_ptr<cRemotePlugin>& plugin, con
 
 int cRemoteService::qt_metacall(QMetaObject::Call call, int id, void** values)
 {
+    // What every object has, such as its deletion, is not for callers by name: the object is not the service.
+    if (call == QMetaObject::InvokeMetaMethod && id < QObject::staticMetaObject.methodCount()) {
+        fail(QObject::staticMetaObject.method(id).name(), QStringLiteral("it cannot be called in another process"));
+        return -1;
+    }
     const int own = QObject::qt_metacall(call, id, values);
     if (own < 0 || (call != QMetaObject::InvokeMetaMethod && call != QMetaObject::RegisterMethodArgumentMetaType))
         return own;
     if (call == QMetaObject::InvokeMetaMethod && own < m_methods.size()) {
         QString reason;
-        if (!callMethod(quint32(own), values, &reason)) {
-            cMethodCall::failElsewhere();
-            cFrameworkLog::services().warning().noquote()
-                << QStringLiteral("Cannot call \"%1\" of the service \"%2\": %3")
-                       .arg(QString::fromLatin1(m_methods.at(own).name), m_id, reason)
-                << Qt::endl;
-        }
+        if (!callMethod(quint32(own), values, &reason))
+            fail(m_methods.at(own).name, reason);
     } else if (call == QMetaObject::RegisterMethodArgumentMetaType) {
         *static_cast<int*>(values[0]) = -1;
     }
     return own - m_methods.size();
+}
+
+void cRemoteService::fail(const QByteArray& method, const QString& reason) const
+{
+    cMethodCall::failElsewhere();
+    cFrameworkLog::services().warning().noquote()
+        << QStringLiteral("Cannot call \"%1\" of the service \"%2\": %3").arg(QString::fromLatin1(method), m_id, reason)
+        << Qt::endl;
 }
 
 bool cRemoteService::callMethod(quint32 number, void** values, QString* reason) const

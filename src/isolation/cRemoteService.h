@@ -53,6 +53,7 @@ public:
     static const QMetaObject* metaObjectOf(const QString& id, const QVector<cRemoteMethod>& methods);
 
 private:
+    void fail(const QByteArray& method, const QString& reason) const;
     bool callMethod(quint32 number, void** values, QString* reason) const;
 
     const std::weak_ptr<cRemotePlugin> m_plugin;

@@ -147,6 +147,7 @@ void Corvane::setLoadCategories(const QStringList& categories)
  */
 extern "C" NORVALE_EXPORT int norvale_run_plugin(qintptr connection)
 {
-    cPluginHost host(connection, &Corvane::initialize);
-    return host.run();
+    // Never destroyed: what the plugin destroys when the process ends may still ask for the service manager.
+    static auto* const host = new cPluginHost(connection, &Corvane::initialize);
+    return host->run();
 }

@@ -258,6 +258,7 @@ private slots:
         QVERIFY(!talkers.tell("goWrong", "throw"));
         QVERIFY(!services.invoke("Talker", "echo", Q_RETURN_ARG(QVariant, variant),
                                  Q_ARG(QVariant, QVariant::fromValue<QObject*>(this))));
+        QVERIFY(!services.invoke("Talker", "deleteLater"));
         QCOMPARE(text, QString("untouched"));
         const QString log = talkers.log.lines();
         for (const char* reason :
@@ -267,6 +268,7 @@ private slots:
               "Talker-1.00.000, which runs in a process of its own",
               "Cannot call \"pointer\" of the service \"Talker\": its result holds what cannot travel",
               "Cannot call \"goWrong\" of the service \"Talker\": it threw an exception: out of paper",
+              "Cannot call \"deleteLater\" of the service \"Talker\": it cannot be called in another process",
               "Cannot call \"echo\" of the service \"Talker\": its value 1 holds what cannot travel"})
             QVERIFY2(log.contains(reason), qPrintable(log));
     }
