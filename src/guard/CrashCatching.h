@@ -18,8 +18,9 @@ cCrash here();
 void catchAll();
 void catchNothing();
 
-/// While it is limited, the process ends within ten seconds, whatever happens: what has crashed may hold locks.
-void limitTime(bool isLimited);
+/// Writes the report, or what is left to be written of it. It takes ten seconds at most: what has crashed may hold
+/// locks.
+void write();
 
 /// Lets the calling thread wait until another one has ended the process.
 [[noreturn]] void waitForEnd();

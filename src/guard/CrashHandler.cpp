@@ -32,18 +32,24 @@ void onTerminate()
     std::abort();
 }
 
-/// A host may end the process in its own way after a fatal message, so this is the last moment. One that has to do with
-/// no plugin is the host's or the framework's to tell.
+/// A host may end the process in its own way after a fatal message. What has to do with a plugin is told before; all
+/// else is the host's or the framework's to tell, and comes to a report when the process goes on to its crash.
 void onMessage(QtMsgType type, const QMessageLogContext& context, const QString& text)
 {
-    if (type == QtFatalMsg && s_isInstalled) {
+    const auto tell = [](bool isToldOfAll) {
         cCrashReport& report = cCrashReport::instance();
-        cCrash crash = CrashCatching::here();
-        report.setMessage(text);
-        if (report.isOfPlugin(crash))
+        const cCrash crash = CrashCatching::here();
+        if (isToldOfAll || report.isOfPlugin(crash))
             CrashCatching::tell(crash, [](cCrash&) {});
+    };
+    const bool isTold = type == QtFatalMsg && s_isInstalled;
+    if (isTold) {
+        cCrashReport::instance().setMessage(text);
+        tell(false);
     }
     s_otherMessages(type, context, text);
+    if (isTold)
+        tell(true);
 }
 
 } // namespace
@@ -95,12 +101,11 @@ qint32 CrashCatching::tell(const cCrash& crash, void (*walk)(cCrash&))
     quint64 other = 0;
     if (teller.compare_exchange_strong(other, crash.thread)) {
         s_hasBegun.store(true, std::memory_order_release);
-        limitTime(true);
         cCrashReport::instance().begin(crash, walk);
     } else if (other != crash.thread) {
         waitForEnd();
     }
-    cCrashReport::instance().write();
-    limitTime(false);
+    if (!cCrashReport::instance().isDone())
+        write();
     return cCrashReport::instance().cause();
 }

@@ -1,35 +1,18 @@
 #include "guard/CrashCatching.h"
 #include "guard/CrashHandler.h"
 
-#include <QtCore/QFile>
-
 #include <cerrno>
-#include <climits>
 #include <csignal>
 #include <cstdlib>
-#include <cstring>
-#include <ctime>
 #include <execinfo.h>
-#include <fcntl.h>
 #include <pthread.h>
-#include <string_view>
-#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <ucontext.h>
 #include <unistd.h>
 
 namespace {
 
-struct cSignal
-{
-    int number;
-    const char* name;
-    bool isAtInstruction; // which comes anew when it is gone on with, so that a core file shows it
-};
-
-constexpr cSignal Signals[] = {{SIGSEGV, "SIGSEGV", true}, {SIGBUS, "SIGBUS", true},    {SIGFPE, "SIGFPE", true},
-                               {SIGILL, "SIGILL", true},   {SIGABRT, "SIGABRT", false}, {SIGSYS, "SIGSYS", false},
-                               {SIGTRAP, "SIGTRAP", false}};
+constexpr int Signals[] = {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT, SIGSYS, SIGTRAP};
 constexpr int SignalCount = int(sizeof Signals / sizeof Signals[0]);
 
 constexpr quintptr LeastCode = 4096; // below lies what a call through a null pointer leads to
@@ -39,9 +22,6 @@ struct sigaction s_before[SignalCount]; // what stood there before
 bool s_isOurs[SignalCount];
 pthread_t s_mainThread = 0;
 alignas(16) char s_stack[65536]; // the main thread's for signals: a stack that has overflown has no room
-char s_folder[PATH_MAX];
-int s_file = -1;
-
 stack_t s_stackBefore;
 
 quint64 threadId()
@@ -113,20 +93,24 @@ void putBack()
 {
     for (int i = 0; i < SignalCount; ++i) {
         if (s_isOurs[i])
-            sigaction(Signals[i].number, &s_before[i], nullptr);
+            sigaction(Signals[i], &s_before[i], nullptr);
         s_isOurs[i] = false;
     }
+}
+
+/// Whether the signal comes anew when the thread goes on, so that a core file shows where.
+bool comesAnew(int signal, const siginfo_t& info)
+{
+    const bool isAtInstruction = signal == SIGSEGV || signal == SIGBUS || signal == SIGFPE || signal == SIGILL;
+    return isAtInstruction && info.si_code > 0; // which tells what the system itself has sent
 }
 
 /// Lets the signal do what it would have done.
 void endWith(int signal, const siginfo_t* info)
 {
     putBack();
-    for (const cSignal& known : Signals) {
-        if (known.number == signal && known.isAtInstruction && info && info->si_code > 0)
-            return;
-    }
-    raise(signal);
+    if (!info || !comesAnew(signal, *info))
+        raise(signal);
 }
 
 void onSignal(int signal, siginfo_t* info, void* context)
@@ -172,14 +156,6 @@ void giveStackBack()
         sigaltstack(&s_stackBefore, nullptr);
 }
 
-/// Writes a line of the system's table when it tells of code that lies in a file.
-void writeLibrary(const char* line, int length)
-{
-    const std::string_view text(line, size_t(length));
-    if (text.find(" r-xp ") != text.npos && text.find('/') != text.npos)
-        CrashSystem::write(line, length);
-}
-
 } // namespace
 
 cCrash CrashCatching::here()
@@ -206,8 +182,8 @@ void CrashCatching::catchAll()
     action.sa_flags = SA_SIGINFO | SA_ONSTACK | SA_NODEFER; // a crash in the handler comes to it again
     sigemptyset(&action.sa_mask);
     for (int i = 0; i < SignalCount; ++i) {
-        sigaction(Signals[i].number, nullptr, &s_before[i]);
-        s_isOurs[i] = s_before[i].sa_handler != SIG_IGN && sigaction(Signals[i].number, &action, nullptr) == 0;
+        sigaction(Signals[i], nullptr, &s_before[i]);
+        s_isOurs[i] = s_before[i].sa_handler != SIG_IGN && sigaction(Signals[i], &action, nullptr) == 0;
     }
 }
 
@@ -217,25 +193,23 @@ void CrashCatching::catchNothing()
         struct sigaction current
         {
         };
-        if (s_isOurs[i] && sigaction(Signals[i].number, nullptr, &current) == 0)
+        if (s_isOurs[i] && sigaction(Signals[i], nullptr, &current) == 0)
             s_isOurs[i] = current.sa_sigaction == onSignal;
     }
     putBack();
     giveStackBack();
 }
 
-void CrashCatching::limitTime(bool isLimited)
+void CrashCatching::write()
 {
-    if (!isLimited) {
-        alarm(0);
-        return;
-    }
     std::signal(SIGALRM, onAlarm);
     sigset_t alarms;
     sigemptyset(&alarms);
     sigaddset(&alarms, SIGALRM);
     pthread_sigmask(SIG_UNBLOCK, &alarms, nullptr);
     alarm(TimeLimit);
+    cCrashReport::instance().write();
+    alarm(0);
 }
 
 void CrashCatching::waitForEnd()
@@ -249,82 +223,4 @@ void CrashHandler::abortMainThread()
     if (s_mainThread && pthread_kill(s_mainThread, SIGABRT) == 0)
         sleep(TimeLimit + 1);
     std::abort();
-}
-
-void CrashSystem::setFolder(const QString& folder)
-{
-    qstrncpy(s_folder, QFile::encodeName(folder).constData(), sizeof s_folder);
-}
-
-bool CrashSystem::open(const char* name)
-{
-    const int folder = ::open(s_folder, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    s_file = openat(folder, name, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR);
-    ::close(folder);
-    return s_file >= 0;
-}
-
-void CrashSystem::write(const char* bytes, int length)
-{
-    while (length > 0 && s_file >= 0) {
-        const ssize_t written = ::write(s_file, bytes, size_t(length));
-        if (written < 0 && errno != EINTR)
-            return;
-        if (written > 0) {
-            bytes += written;
-            length -= int(written);
-        }
-    }
-}
-
-void CrashSystem::close()
-{
-    ::close(s_file);
-    s_file = -1;
-}
-
-void CrashSystem::writeStack(const cCrash& crash)
-{
-    backtrace_symbols_fd(const_cast<void* const*>(reinterpret_cast<const void* const*>(crash.frames)), crash.frameCount,
-                         s_file);
-}
-
-void CrashSystem::writeLibraries()
-{
-    const int table = ::open("/proc/self/maps", O_RDONLY | O_CLOEXEC);
-    char line[PATH_MAX + 128];
-    char piece[1024];
-    int length = 0;
-    for (ssize_t count; (count = ::read(table, piece, sizeof piece)) > 0;) {
-        for (ssize_t i = 0; i < count; ++i) {
-            if (length < int(sizeof line))
-                line[length++] = piece[i];
-            if (piece[i] != '\n')
-                continue;
-            writeLibrary(line, length);
-            length = 0;
-        }
-    }
-    ::close(table);
-}
-
-const char* CrashSystem::nameOf(qint32 cause)
-{
-    for (const cSignal& known : Signals) {
-        if (known.number == cause)
-            return known.name;
-    }
-    return nullptr;
-}
-
-qint64 CrashSystem::now()
-{
-    timespec time{};
-    clock_gettime(CLOCK_REALTIME, &time);
-    return qint64(time.tv_sec) * 1000 + time.tv_nsec / 1000000;
-}
-
-quint64 CrashSystem::processId()
-{
-    return quint64(getpid());
 }

@@ -198,7 +198,7 @@ void cCrashReport::begin(const cCrash& crash, void (*walk)(cCrash& crash))
 
 void cCrashReport::write()
 {
-    if (m_stage > Head && m_stage < Done)
+    if (m_isOpen)
         cCrashText().text("(this could not be told any further)\n");
     m_isWalkCut = m_isWalkCut || m_stage == Walk + 1;
     while (m_stage < Done)
@@ -259,7 +259,7 @@ void cCrashReport::name()
     m_step = cGuardSlot::Running;
     if (!m_slot)
         return;
-    const bool isToldBefore = m_slot->toldStep == cGuardSlot::Running && std::strcmp(m_slot->toldPlugin, plugin) == 0;
+    const bool isToldBefore = std::strcmp(m_slot->toldPlugin, plugin) == 0;
     m_slot->step = cGuardSlot::None;
     std::atomic_signal_fence(std::memory_order_seq_cst);
     cFixedText(m_slot->plugin, sizeof m_slot->plugin).text(plugin);

@@ -85,8 +85,10 @@ void tst_CrashHandler::tells()
     const Ended unwatched = crash(words + ", unwatched");
     QVERIFY(reports().isEmpty());
     const Ended ended = crash(words);
-    QCOMPARE(ended.output, unwatched.output);
-    QCOMPARE(ended.code, unwatched.code);
+    if (Platform::hasUnixFiles() || !words.contains("overflow")) { // after which Wine ends in one way or another
+        QCOMPARE(ended.output, unwatched.output);
+        QCOMPARE(ended.code, unwatched.code);
+    }
 
     QCOMPARE(reports().size(), 1);
     const QString file = path("crashes/" + reports().first());

@@ -33,7 +33,10 @@ cGuardOptions guardOptions(bool isOn)
     cGuardOptions options;
     options.isOn = isOn;
     options.writesReports = isOn;
-    options.hangSeconds = qMax(0, settings.value(HangSecondsKey, options.hangSeconds).toInt());
+    bool isNumber = false;
+    const int seconds = settings.value(HangSecondsKey).toInt(&isNumber);
+    if (isNumber && seconds >= 0)
+        options.hangSeconds = seconds;
     options.endsHungProcess = settings.value(EndHungKey, false).toBool();
     return options;
 }

@@ -43,6 +43,9 @@ cCulpritSearch::Result cCulpritSearch::run()
     Set fixed = beginning(0);
     int longest = all;
     while (!m_isEnded && m_culprits.size() < MostCulprits && longest > 0) {
+        // Once one has been found that does not break it alone, what it was found in has to break a second time.
+        if (!m_culprits.isEmpty() && !isBad(both(fixed, beginning(longest))))
+            break;
         longest = shortestBad(fixed, longest);
         const Set known = both(fixed, beginning(longest)); // to be bad
         m_culprits.append(--longest);

@@ -15,7 +15,7 @@
  * in their start order, so that every beginning of the line is such a set, and the shortest one that breaks ends with a
  * culprit. Whether that one breaks the suite with nothing but what it needs is tried next; if not, the shortest
  * beginning that breaks beside it gives the next culprit, and so on. For one culprit of n plugins that takes the two
- * tries at the ends, log2(n) rounded up, and one.
+ * tries at the ends, log2(n) rounded up, and one; for each further one log2(n), rounded up, and two.
  *
  * Each culprit found is needed: without it, the others do not break the suite. It is taken for granted that a set
  * breaks when a part of it does, and breaks each time.

@@ -1,5 +1,6 @@
 #include "guard/cSuiteTrial.h"
 
+#include "HostSystem.h"
 #include "cHostRun.h"
 #include "wire/cHostAddress.h"
 
@@ -68,6 +69,7 @@ cSuiteTrial::cSuiteTrial(const Options& options) : m_options(options)
     constexpr int Tick = 20; // milliseconds
     QObject::connect(&m_stopSignals, &cStopSignals::stopRequested, &m_tick, [this] { m_isStopped = true; });
     m_tick.start(Tick);
+    HostSystem::openNoWindowAtCrash();
 }
 
 std::optional<cCulpritSearch::Verdict> cSuiteTrial::run(const QStringList& leftOut)
