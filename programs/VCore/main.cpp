@@ -15,6 +15,7 @@ int main(int argc, char** argv)
     addRunCommands(program);
     addHostCommands(program);
     addBisectCommand(program);
+    addReportCommand(program);
     addUpdateCommands(program);
     addInstallCommands(program);
     addVerifyCommands(program);

@@ -37,6 +37,7 @@
     X(VCore, Damaged, 29, "installed files are missing or changed; VCore --repair mends them")                         \
     X(VCore, NotVerified, 30, "it cannot be told what is installed, so nothing was verified or repaired")              \
     X(VCore, RepairIncomplete, 31, "something that is damaged could not be repaired")                                  \
+    X(VCore, NoReport, 32, "there is no crash report, or it cannot be read")                                           \
     X(VCore, CulpritFound, 33, "the plugins that break the suite have been found")                                     \
     X(VCore, NothingBreaks, 34, "with all plugins the suite does not break")                                           \
     X(VCore, CulpritNotFound, 35, "the suite breaks without any plugin, or the search has come to no end")             \

@@ -27,6 +27,9 @@ public:
     /// Who is told of completed categories and of the stop. Not owned.
     void setServiceMgr(cServiceMgr* services);
 
+    /// Who runs the plugins that are to run in processes of their own. Not owned.
+    void setProcesses(IPluginProcesses* processes) { m_runner.setProcesses(processes); }
+
     /// The categories that StartNormal() loads, in this order. Once it has begun with them, others are for the next
     /// start.
     void setLoadCategories(const QStringList& categories);

@@ -176,6 +176,8 @@ bool cPluginRunner::loadLibrary(cPluginInstance& plugin, cStartJournal& journal)
     const QString change = m_suite.libraryChange(plugin);
     if (!change.isEmpty())
         return m_reporter.logAndFail(QStringLiteral("%1 is not loaded: %2").arg(id, change));
+    if (plugin.isIsolated() && !takeProcess(plugin))
+        return false;
     const auto load = [&] {
         const cStartJournal::Opened opened(journal);
         const cGuard::cStep step(m_guard, cGuardSlot::Load, id);
@@ -185,6 +187,16 @@ bool cPluginRunner::loadLibrary(cPluginInstance& plugin, cStartJournal& journal)
     if (plugin.code())
         cPluginImages::instance().add(id, cCodeImage::around(plugin.code()));
     return isLoaded || m_reporter.logAndFail(QStringLiteral("%1 is not loaded: %2").arg(id, plugin.errorString()));
+}
+
+bool cPluginRunner::takeProcess(cPluginInstance& plugin)
+{
+    if (!m_processes)
+        return m_reporter.logAndFail(
+            QStringLiteral("%1 is not loaded: this host runs no plugins in processes of their own")
+                .arg(plugin.id().toString()));
+    plugin.setProcess(m_processes->make(plugin.id(), plugin.folder()));
+    return true;
 }
 
 bool cPluginRunner::start(cPluginInstance& plugin, cStartJournal& journal)

@@ -85,11 +85,12 @@ class tst_VCoreGuard : public QObject
 
     HostFixture m_fixture;
 
-    /// A suite of P1 to P8, where P4 needs P2, P6 needs P4, with @p params for some of them.
-    void useFaultySuite(const Variables& params)
+    /// A suite of P1 to P8, where P4 needs P2, P6 needs P4, with @p params and more @p needs for some of them.
+    void useFaultySuite(const Variables& params, Variables needs = {})
     {
         QSettings(QSettings::UserScope, "Varkel", "VCore").remove("Plugins");
-        const Variables needs{{"P4", "P2"}, {"P6", "P4"}};
+        needs.insert("P4", "P2");
+        needs.insert("P6", "P4");
         Variables manifests;
         for (const char* name : {"P1", "P2", "P3", "P4", "P5", "P6", "P7", "P8"})
             manifests.insert(name, manifest(params.value(name), needs.value(name)));
@@ -229,6 +230,35 @@ private slots:
         QVERIFY(listed("P2")["left_out"].toString() != QString()); // a running host is not changed
         QCOMPARE(m_fixture.quit(), 0);
         QCOMPARE(listed("P2")["left_out"].toString(), QString());
+    }
+
+    void tellsWhere_data()
+    {
+        const Rows<QString, QString, int, QString> row("params", "needs", "code", "report");
+        const int none = int(ExitCode::NoReport);
+        row("a stop in order", "", "", none, "");
+        row("no order", "", "P4", none, "");
+        const QString pattern =
+            "File: .*/crash-.*\\.txt\nCrash report\n\nPlugin: P4-1\\.00\\.000\nStep: %1\nCause: SIGABRT\n"
+            "%2Time: .*\nHost: VCore .*\nStack\n.*%3.*Faulty.*\nLog\n.*started P3-1\\.00\\.000";
+        const QString fatal =
+            Platform::hasUnixFiles() ? "QMessageLogger::fatal\\(char const\\*, \\.{3}\\) const" : "QMessageLogger";
+        row("abort", "\"start\":\"abort\"", "", 0, pattern.arg("start", "", "abort"));
+        row("fatal message", "\"start\":\"fatal\"", "", 0, pattern.arg("start", "Message: out of ink\n", fatal));
+        row("in the stop", "\"stop\":\"abort\"", "", 0, pattern.arg("stop", "", "abort"));
+    }
+    /// The suite that the report is read for cannot start.
+    void tellsWhere()
+    {
+        const auto [params, needs, code, report] =
+            cells<QString, QString, int, QString>("params", "needs", "code", "report");
+        useFaultySuite({{"P4", params}}, {{"P2", needs}});
+        m_fixture.run("--start-only");
+        const Ended ended = m_fixture.run("--report");
+        QCOMPARE(ended.code, code);
+        const QRegularExpression pattern(report, QRegularExpression::DotMatchesEverythingOption);
+        QVERIFY2(pattern.match(ended.output).hasMatch(), qPrintable(ended.output + ended.reasons));
+        QVERIFY(code == 0 || ended.reasons.contains("there is no crash report in "));
     }
 
     void disablesWhatFailsTwiceInARow()

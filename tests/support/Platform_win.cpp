@@ -19,6 +19,15 @@ static void startPatiently(QProcess& process, const QString& program, const QStr
     }
 }
 
+bool Platform::isRunning(qint64 process)
+{
+    const HANDLE handle = OpenProcess(SYNCHRONIZE, FALSE, DWORD(process));
+    const bool isRunning = handle && WaitForSingleObject(handle, 0) == WAIT_TIMEOUT;
+    if (handle)
+        CloseHandle(handle);
+    return isRunning;
+}
+
 bool Platform::isAborted(const QProcess& process)
 {
     return process.exitStatus() == QProcess::CrashExit || process.exitCode() == 3; // the runtime's abort()

@@ -11,6 +11,9 @@ void addRunCommands(cProgram& program);
 /// Adds --bisect.
 void addBisectCommand(cProgram& program);
 
+/// Adds --report.
+void addReportCommand(cProgram& program);
+
 /// Adds the commands around the running host: --list, --send, --call.
 void addHostCommands(cProgram& program);
 

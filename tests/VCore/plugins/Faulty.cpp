@@ -42,6 +42,8 @@ private:
     {
         if (what == "abort")
             std::abort();
+        if (what == "fatal")
+            qFatal("out of ink");
         if (what == "exit")
             std::_Exit(0);
         while (what == "hang")
