@@ -94,6 +94,7 @@ private:
     QStringList m_names;
 };
 
+/// Leaves plugins out of every start.
 class cDisableCommand : public cNamesCommand
 {
 public:
@@ -123,6 +124,7 @@ protected:
     }
 };
 
+/// Undoes it.
 class cEnableCommand : public cNamesCommand
 {
 public:
