@@ -241,24 +241,26 @@ show --call Greeter greet Edsger
 show --call Farewell sayGoodbye
 must "release 2 runs" [ "$(answer --call Greeter greet Barbara)" = "Willkommen, Barbara! Bitte nehmen Sie Platz." ]
 must "the settings of release 1 are kept" [ "$(answer --call Settings value colour)" = "sea green" ]
-must "the machine follows release 2" grep -q 'Version.*2\.00\.001' <(machine_settings)
+must "the machine follows release 2" grep -q 'Version.*2\.00\.002' <(machine_settings)
 must "there is no further update" test "$(answer --check >/dev/null; echo $?)" = 17
 
 title "When a plugin breaks"
 say "The calculator shares a sum among people. With nobody there it divides by zero, and takes the host along:"
 show --call Calculator share 12 4
-show --call Calculator share 12 0 || true
-wait "$host_pid" || say "VCore ended with exit code $?."
+typed VCore --call Calculator share 12 0
+disown "$host_pid" # or the shell tells of its end in its own words
+"${vcore[@]}" --call Calculator share 12 0 2>&1 | indented || true
+while kill -0 "$host_pid" 2>/dev/null; do sleep 0.1; done
 host_pid=''
 say "The next start names the plugin; this one leaves it out:"
 start_host --without Calculator
 indented <host.err
 must "the plugin is named" grep -q 'Calculator-1\.00\.000' host.err
 show --list
-must "the suite runs without it" [ "$(answer --call Greeter greet Barbara)" = "Willkommen zurück, Barbara! Bitte nehmen Sie Platz." ]
+must "the suite runs without it" [ "$(answer --call Greeter greet Donald)" = "Willkommen, Donald! Bitte nehmen Sie Platz." ]
 say "The report tells where it broke:"
 typed VCore --report
-"${vcore[@]}" --report | head -n 25 | indented
+"${vcore[@]}" --report | sed -n 1,25p | indented
 must "the report names the plugin" grep -q 'Calculator' <(answer --report)
 stop_host
 
