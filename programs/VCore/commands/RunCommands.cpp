@@ -106,7 +106,6 @@ public:
 protected:
     ExitCode change(const QStringList& names) override
     {
-        IPluginMgr::instance()->leaveOut(names); // so that their faults are not told
         IPluginMgr::instance()->discover();
         QStringList installed;
         for (const cPluginInfo& plugin : IPluginMgr::instance()->plugins())
