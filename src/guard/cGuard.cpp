@@ -15,14 +15,26 @@
 
 namespace {
 
-bool isNamed(const char (&text)[cGuardSlot::NameSize], const QByteArray& plugin)
+bool isNamed(const char (&text)[cGuardSlot::NameSize], const char* plugin)
 {
-    return std::strncmp(text, plugin.constData(), sizeof text - 1) == 0;
+    return std::strncmp(text, plugin, sizeof text - 1) == 0;
 }
 
-void setName(char (&text)[cGuardSlot::NameSize], const QByteArray& plugin)
+void setName(char (&text)[cGuardSlot::NameSize], const char* plugin)
 {
-    qstrncpy(text, plugin.constData(), sizeof text);
+    qstrncpy(text, plugin, sizeof text);
+}
+
+// Names are ASCII but for a few, and these steps are part of every start.
+void setName(char (&text)[cGuardSlot::NameSize], const QString& plugin)
+{
+    int length = 0;
+    for (const QChar c : plugin) {
+        if (c.unicode() >= 0x80 || length + 1 == cGuardSlot::NameSize)
+            return setName(text, plugin.toUtf8().constData());
+        text[length++] = char(c.unicode());
+    }
+    text[length] = '\0';
 }
 
 /// What a step is about, as the subject of a sentence.
@@ -156,10 +168,10 @@ cPluginFailure cGuard::lastFailure() const
 cPluginFailure cGuard::failureIn(const cGuardSlot& slot)
 {
     cPluginFailure failure;
-    const cPluginId id = cPluginId::parse(QString::fromUtf8(slot.plugin));
-    if (slot.step == cGuardSlot::None || id.isNull())
+    if (slot.step == cGuardSlot::None || (slot.end == cGuardSlot::Unknown && !cGuardFile::isOfThisBoot(slot)))
         return failure;
-    if (slot.end == cGuardSlot::Unknown && !cGuardFile::isOfThisBoot(slot))
+    const cPluginId id = cPluginId::parse(QString::fromUtf8(slot.plugin));
+    if (id.isNull())
         return failure;
     failure.plugin = id.name();
     failure.version = id.version();
@@ -176,11 +188,10 @@ cPluginFailure cGuard::failureIn(const cGuardSlot& slot)
 }
 
 cGuard::cStep::cStep(cGuard& guard, cGuardSlot::Step step, const QString& plugin)
-    : m_guard(guard.m_slot ? &guard : nullptr), m_step(step)
+    : m_guard(guard.m_slot ? &guard : nullptr), m_step(step), m_plugin(plugin)
 {
     if (!m_guard)
         return;
-    m_plugin = plugin.toUtf8();
     m_began = QDateTime::currentMSecsSinceEpoch();
     m_guard->enter(*this);
 }
@@ -207,9 +218,8 @@ void cGuard::leave(const cStep& step)
         m_innermost = step.m_outer;
         if (!m_slot)
             return; // the run has ended meanwhile
-        pass(step.m_plugin, step.m_step);
-        if (step.m_step == cGuardSlot::Stop)
-            pass(step.m_plugin, cGuardSlot::Running);
+        if (m_slot->toldInARow != 0)
+            pass(step);
         show(m_innermost);
     }
     if (step.m_isHung)
@@ -230,17 +240,27 @@ void cGuard::show(const cStep* step)
         return;
     m_slot->began = step->m_began;
     m_slot->cause = 0;
-    m_slot->inARow = isNamed(m_slot->toldPlugin, step->m_plugin) ? m_slot->toldInARow : 0;
     setName(m_slot->plugin, step->m_plugin);
+    countInARow();
     m_slot->report[0] = '\0';
     std::atomic_signal_fence(std::memory_order_seq_cst);
     shown = step->m_step;
 }
 
-/// The plugin has got through the step that it had failed in.
-void cGuard::pass(const QByteArray& plugin, cGuardSlot::Step step)
+/// How often the plugin in the slot has failed before.
+void cGuard::countInARow()
 {
-    if (m_slot->toldInARow != 0 && m_slot->toldStep == step && isNamed(m_slot->toldPlugin, plugin))
+    const bool isTold = m_slot->toldInARow != 0 && isNamed(m_slot->toldPlugin, m_slot->plugin);
+    m_slot->inARow = isTold ? m_slot->toldInARow : 0;
+}
+
+/// The plugin has got through a step; if it is the one that had failed, it has not failed in a row. Whoever stops has
+/// got through its run, too.
+void cGuard::pass(const cStep& step)
+{
+    const quint32 told = m_slot->toldStep;
+    const bool isTheSame = told == step.m_step || (told == cGuardSlot::Running && step.m_step == cGuardSlot::Stop);
+    if (isTheSame && isNamed(m_slot->toldPlugin, step.m_plugin.toUtf8().constData()))
         m_slot->toldInARow = 0;
 }
 
@@ -278,7 +298,7 @@ bool cGuard::lookAtStep(int elapsed)
         step.m_isHung = true;
         m_slot->end = cGuardSlot::Hung;
         text = QStringLiteral("%1 hangs: %2 has not ended for %3 s")
-                   .arg(QString::fromUtf8(step.m_plugin), subjectOf(step.m_step))
+                   .arg(step.m_plugin, subjectOf(step.m_step))
                    .arg(step.m_elapsed / 1000);
     }
     tellHung(text);
@@ -313,8 +333,8 @@ void cGuard::markCall(const char* plugin, int silence)
     m_slot->began = QDateTime::currentMSecsSinceEpoch() - silence;
     m_slot->end = cGuardSlot::Hung;
     m_slot->cause = 0;
-    m_slot->inARow = isNamed(m_slot->toldPlugin, plugin) ? m_slot->toldInARow : 0;
     setName(m_slot->plugin, plugin);
+    countInARow();
     m_slot->report[0] = '\0';
     std::atomic_signal_fence(std::memory_order_seq_cst);
     m_slot->step = cGuardSlot::Running;

@@ -7,7 +7,6 @@
 #include <Norvale/IPluginMgr.h>
 #include <Norvale/cLog.h>
 
-#include <QtCore/QByteArray>
 #include <QtCore/QMutex>
 
 #include <memory>
@@ -48,7 +47,7 @@ public:
     class cStep
     {
     public:
-        /// @p plugin is the plugin's id, "Name-1.02.003".
+        /// @p plugin is the plugin's id, "Name-1.02.003"; it must outlive the object.
         cStep(cGuard& guard, cGuardSlot::Step step, const QString& plugin);
         ~cStep();
         cStep(const cStep&) = delete;
@@ -59,7 +58,7 @@ public:
 
         cGuard* const m_guard; // null where nothing is guarded
         const cGuardSlot::Step m_step;
-        QByteArray m_plugin;
+        const QString& m_plugin;
         qint64 m_began = 0;
         cStep* m_outer = nullptr;
         int m_elapsed = 0; // ms, in which no step inside it went on; guarded by the lock of the guard
@@ -72,7 +71,8 @@ private:
     void enter(cStep& step);
     void leave(const cStep& step);
     void show(const cStep* step);
-    void pass(const QByteArray& plugin, cGuardSlot::Step step);
+    void countInARow();
+    void pass(const cStep& step);
     void look(int elapsed);
     bool lookAtStep(int elapsed);
     void lookAtCall(int elapsed);

@@ -60,8 +60,8 @@ cGuardSlot* cGuardFile::open(const QString& path)
     m_file.setFileName(path);
     if (isOther(path))
         return fail(QStringLiteral("it is no file"));
-    QDir().mkpath(QFileInfo(path).absolutePath()); // if that fails, so does the opening
-    if (!m_file.open(QIODevice::ReadWrite | QIODevice::Unbuffered))
+    const QIODevice::OpenMode mode = QIODevice::ReadWrite | QIODevice::Unbuffered;
+    if (!m_file.open(mode) && !(QDir().mkpath(QFileInfo(path).absolutePath()) && m_file.open(mode)))
         return fail(causeOf(m_file));
     if (!lockSoon())
         return fail(QStringLiteral("another process has it"));

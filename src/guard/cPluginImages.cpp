@@ -12,14 +12,14 @@ cPluginImages& cPluginImages::instance()
 void cPluginImages::add(const QString& id, const cCodeImage& image)
 {
     const QByteArray plugin = id.toUtf8();
-    Entry* entry = find(plugin);
-    const bool isNew = !entry;
+    Entry* entry = m_removed > 0 ? find(plugin) : nullptr; // a large suite need not search for what is new
+    const bool isNew = !entry || entry->isLoaded.load(std::memory_order_relaxed);
     if (isNew) {
         entry = new Entry;
         qstrncpy(entry->plugin, plugin.constData(), sizeof entry->plugin);
         entry->next = m_first.load(std::memory_order_relaxed);
     }
-    entry->isLoaded.store(false, std::memory_order_relaxed);
+    m_removed -= isNew ? 0 : 1;
     entry->image = image;
     entry->isLoaded.store(true, std::memory_order_release);
     if (isNew)
@@ -28,8 +28,9 @@ void cPluginImages::add(const QString& id, const cCodeImage& image)
 
 void cPluginImages::remove(const QString& id)
 {
-    if (Entry* const entry = find(id.toUtf8()))
-        entry->isLoaded.store(false, std::memory_order_release);
+    Entry* const entry = find(id.toUtf8());
+    if (entry && entry->isLoaded.exchange(false, std::memory_order_release))
+        ++m_removed;
 }
 
 const char* cPluginImages::pluginAt(const void* address) const

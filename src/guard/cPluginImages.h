@@ -40,4 +40,5 @@ private:
     Entry* find(const QByteArray& plugin) const;
 
     std::atomic<Entry*> m_first{nullptr};
+    int m_removed = 0; // entries that wait to be added anew
 };

@@ -1,35 +1,49 @@
 #include "guard/cWatchdog.h"
 
 #include <QtCore/QElapsedTimer>
-#include <QtCore/QMutexLocker>
 
-cWatchdog::cWatchdog(int interval, const std::function<void(int)>& look) : m_interval(interval), m_look(look)
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
+#include <thread>
+
+// A process ends as it is used to while the thread runs, so nobody need join it; a thread of Qt would make itself an
+// event loop, and every start would pay for that.
+struct cWatchdog::Shared
 {
-    start();
+    const int interval;
+    const std::function<void(int)> look;
+    std::mutex lock; // guards what follows
+    std::condition_variable changed;
+    bool isEnding = false;
+    bool hasEnded = false;
+};
+
+cWatchdog::cWatchdog(int interval, const std::function<void(int)>& look) : m_shared(new Shared{interval, look, {}, {}})
+{
+    std::thread([shared = m_shared] { run(shared); }).detach();
 }
 
 cWatchdog::~cWatchdog()
 {
-    {
-        const QMutexLocker locker(&m_lock);
-        m_isEnding = true;
-    }
-    m_wake.wakeOne();
-    wait();
+    std::unique_lock<std::mutex> locker(m_shared->lock);
+    m_shared->isEnding = true;
+    m_shared->changed.notify_all();
+    m_shared->changed.wait(locker, [this] { return m_shared->hasEnded; });
 }
 
-void cWatchdog::run()
+void cWatchdog::run(const std::shared_ptr<Shared>& shared)
 {
     QElapsedTimer time;
     time.start();
-    QMutexLocker locker(&m_lock);
-    while (!m_isEnding) {
-        m_wake.wait(&m_lock, static_cast<unsigned long>(m_interval));
-        if (m_isEnding)
-            return;
-        const int elapsed = int(qMin<qint64>(time.restart(), 2 * m_interval));
+    std::unique_lock<std::mutex> locker(shared->lock);
+    const auto isEnding = [&] { return shared->isEnding; };
+    while (!shared->changed.wait_for(locker, std::chrono::milliseconds(shared->interval), isEnding)) {
+        const int elapsed = int(qMin<qint64>(time.restart(), 2 * shared->interval));
         locker.unlock();
-        m_look(elapsed);
-        locker.relock();
+        shared->look(elapsed);
+        locker.lock();
     }
+    shared->hasEnded = true;
+    shared->changed.notify_all();
 }

@@ -1,10 +1,7 @@
 #pragma once
 
-#include <QtCore/QMutex>
-#include <QtCore/QThread>
-#include <QtCore/QWaitCondition>
-
 #include <functional>
+#include <memory>
 
 /**
  * A thread that looks after something now and then, until it is destroyed.
@@ -12,7 +9,7 @@
  * It counts only time in which the process ran: when the process, or the machine, has stood still, the next look is
  * told of two intervals at most.
  */
-class cWatchdog : public QThread
+class cWatchdog
 {
 public:
     /// Looks every @p interval milliseconds. @p look is called in the thread, with the milliseconds since it was called
@@ -20,15 +17,14 @@ public:
     cWatchdog(int interval, const std::function<void(int)>& look);
 
     /// Ends the thread, after the look that goes on.
-    ~cWatchdog() override;
+    ~cWatchdog();
 
-protected:
-    void run() override;
+    cWatchdog(const cWatchdog&) = delete;
+    cWatchdog& operator=(const cWatchdog&) = delete;
 
 private:
-    const int m_interval;
-    const std::function<void(int)> m_look;
-    QMutex m_lock; // guards what follows
-    QWaitCondition m_wake;
-    bool m_isEnding = false;
+    struct Shared;
+    static void run(const std::shared_ptr<Shared>& shared);
+
+    std::shared_ptr<Shared> m_shared;
 };
