@@ -71,8 +71,9 @@ lay_out() {
     set_up_machine
 }
 
+# start_host [OPTION...]: a host that serves.
 start_host() {
-    "${vcore[@]}" --categories base,ui --log vcore.log --trace trace.json >host.out 2>host.err &
+    "${vcore[@]}" "$@" --categories base,ui --log vcore.log --trace trace.json >host.out 2>host.err &
     host_pid=$!
     if ! answer --wait --timeout 30 --call Settings keys >/dev/null; then
         cat host.err >&2
@@ -211,21 +212,24 @@ must "the stop is the start in reverse" [ "$(spans start)" = "$(jq -r '[.traceEv
 
 title "Publishing release 2 on a web server"
 start_web_server
-say "The greeter has other words, and there is a new feature, Goodbye. All else is as it was."
+say "The greeter has other words, and there are two new features, Goodbye and Sums. All else is as it was."
 show_tool pack "$release_2"/plugins/Greeter-2.00.000 -o packages
 show_tool pack "$release_2"/plugins/Farewell-1.00.000 -o packages
+show_tool pack "$release_2"/plugins/Calculator-1.00.000 -o packages
 show_tool site add --feature Welcome --feature-version 2.0.0 --repository-version 2.0.0 site \
     packages/Greeter-2.00.000.zip packages/WordCount-1.00.000.zip packages/Commands-1.00.000.zip
 show_tool site add --feature Goodbye --feature-version 1.0.0 --depends Welcome site \
     packages/Farewell-1.00.000.zip
+show_tool site add --feature Sums --feature-version 1.0.0 --depends Core site \
+    packages/Calculator-1.00.000.zip
 
 title "Updating while release 1 runs"
 start_host
 show --update-sites "http://127.0.0.1:$port/"
 show --check
 show --call Greeter greet Alan
-show_progress --update Goodbye
-must "what was unchanged was not fetched" [ "$(grep -c 'GET .*\.zip' web-access.log)" = 2 ]
+show_progress --update Goodbye Sums
+must "what was unchanged was not fetched" [ "$(grep -c 'GET .*\.zip' web-access.log)" = 3 ]
 must "release 1 still runs" [ "$(answer --call Greeter greet Kurt)" = "Guten Tag, Kurt!" ]
 
 title "Restarting: release 2 is installed first"
@@ -237,8 +241,27 @@ show --call Greeter greet Edsger
 show --call Farewell sayGoodbye
 must "release 2 runs" [ "$(answer --call Greeter greet Barbara)" = "Willkommen, Barbara! Bitte nehmen Sie Platz." ]
 must "the settings of release 1 are kept" [ "$(answer --call Settings value colour)" = "sea green" ]
-must "the machine follows release 2" grep -q 'Version.*2\.00\.001' <(machine_settings)
+must "the machine follows release 2" grep -q 'Version.*2\.00\.002' <(machine_settings)
 must "there is no further update" test "$(answer --check >/dev/null; echo $?)" = 17
+
+title "When a plugin breaks"
+say "The calculator shares a sum among people. With nobody there it divides by zero, and takes the host along:"
+show --call Calculator share 12 4
+typed VCore --call Calculator share 12 0
+disown "$host_pid" # or the shell tells of its end in its own words
+"${vcore[@]}" --call Calculator share 12 0 2>&1 | indented || true
+while kill -0 "$host_pid" 2>/dev/null; do sleep 0.1; done
+host_pid=''
+say "The next start names the plugin; this one leaves it out:"
+start_host --without Calculator
+indented <host.err
+must "the plugin is named" grep -q 'Calculator-1\.00\.000' host.err
+show --list
+must "the suite runs without it" [ "$(answer --call Greeter greet Donald)" = "Willkommen, Donald! Bitte nehmen Sie Platz." ]
+say "The report tells where it broke:"
+typed VCore --report
+"${vcore[@]}" --report | sed -n 1,25p | indented
+must "the report names the plugin" grep -q 'Calculator' <(answer --report)
 stop_host
 
 title "Removing everything"

@@ -10,9 +10,9 @@ set(package_dir "${CMAKE_INSTALL_LIBDIR}/cmake/Norvale")
 
 install(DIRECTORY "${PROJECT_SOURCE_DIR}/include/Norvale" DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}" FILES_MATCHING PATTERN "*.h")
 
-set(programs)
+set(programs VPlugin)
 if(TARGET VCore)
-    set(programs VCore)
+    list(APPEND programs VCore)
     # found by its place beside the library, not by a path of the machine that built it
     file(RELATIVE_PATH to_library "/${CMAKE_INSTALL_BINDIR}" "/${CMAKE_INSTALL_LIBDIR}")
     set_target_properties(VCore PROPERTIES INSTALL_RPATH "$ORIGIN/${to_library}")

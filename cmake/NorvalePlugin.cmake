@@ -95,7 +95,7 @@ function(_norvale_lint out)
 endfunction()
 
 # norvale_add_plugin(NAME name VERSION version SOURCES file...
-#     [MANIFEST file | [AUTOLOAD] [CATEGORY category] [API_VERSION n] [PARAMS json]
+#     [MANIFEST file | [AUTOLOAD] [ISOLATED] [CATEGORY category] [API_VERSION n] [PARAMS json]
 #                      [DEPENDENCIES plugin...] [SERVICES service...]]
 #     [FUNCTION entry] [TRANSLATIONS strings_<locale>.ts...] [FILES file...] [LIBRARIES target...] [DESTINATION root])
 #
@@ -109,6 +109,7 @@ endfunction()
 #                 the arguments of the second line.
 #   AUTOLOAD      the plugin is loaded at every start; CATEGORY: when the host asks for this load category. With neither,
 #                 it is loaded when somebody needs it or a service of it.
+#   ISOLATED      the plugin runs in a process of its own; docs/isolated-plugins.md tells what it may not do.
 #   API_VERSION   the number of the plugin's own interface.
 #   PARAMS        a JSON document that the plugin gets from its context.
 #   DEPENDENCIES  names of plugins that are started before this one.
@@ -116,7 +117,7 @@ endfunction()
 #   FUNCTION      the exported function that returns the plugin object; createPlugin unless given.
 #   TRANSLATIONS  Qt Linguist sources; the one of the machine's locale is installed when the plugin starts.
 function(norvale_add_plugin)
-    cmake_parse_arguments(arg "AUTOLOAD" "NAME;VERSION;MANIFEST;CATEGORY;API_VERSION;PARAMS;FUNCTION;DESTINATION"
+    cmake_parse_arguments(arg "AUTOLOAD;ISOLATED" "NAME;VERSION;MANIFEST;CATEGORY;API_VERSION;PARAMS;FUNCTION;DESTINATION"
         "SOURCES;DEPENDENCIES;SERVICES;TRANSLATIONS;FILES;LIBRARIES" ${ARGN})
     _norvale_check_plugin_arguments()
     _norvale_suite_root(root ${arg_DESTINATION})
@@ -160,7 +161,7 @@ macro(_norvale_check_plugin_arguments)
     if(NOT arg_FUNCTION)
         set(arg_FUNCTION createPlugin)
     endif()
-    foreach(key AUTOLOAD CATEGORY API_VERSION PARAMS DEPENDENCIES SERVICES)
+    foreach(key AUTOLOAD ISOLATED CATEGORY API_VERSION PARAMS DEPENDENCIES SERVICES)
         if(arg_MANIFEST AND arg_${key})
             message(FATAL_ERROR "norvale_add_plugin(${arg_NAME}): ${key} stands in the MANIFEST, do not give both")
         endif()
@@ -200,6 +201,9 @@ macro(_norvale_write_manifest file)
     set(attributes "")
     if(arg_AUTOLOAD)
         string(APPEND attributes " autoload=\"true\"")
+    endif()
+    if(arg_ISOLATED)
+        string(APPEND attributes " isolated=\"true\"")
     endif()
     if(arg_CATEGORY)
         _norvale_xml_escape(category "${arg_CATEGORY}")

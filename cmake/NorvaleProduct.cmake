@@ -9,7 +9,7 @@ set(CPACK_COMPONENT_INCLUDE_TOPLEVEL_DIRECTORY ON)
 set(CPACK_PACKAGING_INSTALL_PREFIX "")
 
 set(files_with_libraries)
-foreach(target Norvale VCore norvale_tool)
+foreach(target Norvale VCore VPlugin norvale_tool)
     if(TARGET ${target})
         install(TARGETS ${target} RUNTIME DESTINATION . COMPONENT product EXCLUDE_FROM_ALL)
         list(APPEND files_with_libraries "$<TARGET_FILE:${target}>")

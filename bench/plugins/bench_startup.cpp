@@ -1,6 +1,8 @@
 // The start-up of a suite, from features.xml to the last plugin started, beside the least that it could be: reading
 // each manifest once, parsing it once as a stream, and loading and calling each library. Each round of either is a
 // process of its own, so that every library is really loaded; what is measured is the start alone, not the process.
+//
+// The same start without the guard tells what that costs. Both are near each other, so there are more rounds of them.
 
 #include "Goals.h"
 #include "cProcessorTime.h"
@@ -24,10 +26,13 @@ constexpr int PluginCount = 200;
 /// What a child measures, in seconds; negative when not every plugin came up.
 using Measure = double (*)();
 
-double startFramework()
+double startFramework(bool isGuarded)
 {
     if (!Corvane::initialize())
         return -1;
+    cGuardOptions guard;
+    guard.isOn = isGuarded;
+    IPluginMgr::instance()->setGuard(guard);
     const cProcessorTime time;
     const bool isStarted = Corvane::startNormal();
     const double elapsed = time.elapsed();
@@ -35,6 +40,16 @@ double startFramework()
     for (const cPluginInfo& info : IPluginMgr::instance()->plugins())
         started += info.state == cPluginInfo::Started;
     return isStarted && started == PluginCount ? elapsed : -1;
+}
+
+double startGuarded()
+{
+    return startFramework(true);
+}
+
+double startUnguarded()
+{
+    return startFramework(false);
 }
 
 bool readOnce(const QString& path)
@@ -84,9 +99,11 @@ void runInChild(benchmark::State& state, const cSampleSuite& suite, const QStrin
     }
 }
 
-int measureInChild(Measure measure)
+int measureInChild(const char* way)
 {
-    std::printf("%.9f\n", measure());
+    const std::map<std::string, Measure> ways{
+        {"framework", startGuarded}, {"guarded", startGuarded}, {"unguarded", startUnguarded}, {"bare", startBare}};
+    std::printf("%.9f\n", ways.at(way)());
     return 0;
 }
 
@@ -96,20 +113,25 @@ int main(int argc, char** argv)
 {
     QCoreApplication application(argc, argv);
     if (argc == 3 && qstrcmp(argv[1], "--child") == 0)
-        return measureInChild(qstrcmp(argv[2], "framework") == 0 ? startFramework : startBare);
+        return measureInChild(argv[2]);
 
     const cSampleSuite suite(PluginCount);
-    const auto add = [&](const char* name, const char* way) {
-        benchmark::RegisterBenchmark(
-            name, [&suite, way](benchmark::State& state) { runInChild(state, suite, QString::fromLatin1(way)); })
+    const auto add = [&](const std::string& way, int repetitions) {
+        const auto run = [&suite, way](benchmark::State& state) {
+            runInChild(state, suite, QString::fromStdString(way));
+        };
+        benchmark::RegisterBenchmark(("startup/" + way).c_str(), run)
             ->UseManualTime()
             ->Iterations(3)
-            ->Repetitions(15)
+            ->Repetitions(repetitions)
             ->Unit(benchmark::kMillisecond);
     };
-    add("startup/bare", "bare");
-    add("startup/framework", "framework");
+    add("bare", 15);
+    add("framework", 15);
+    add("guarded", 60);
+    add("unguarded", 60);
     Goals goals;
     goals.atMost("startup_200_plugins", "startup/framework", "startup/bare", 1.6);
+    goals.atMost("guard_startup", "startup/guarded", "startup/unguarded", 1.01);
     return runBenchmarks(argc, argv, goals);
 }

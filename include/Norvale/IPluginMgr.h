@@ -3,6 +3,7 @@
 #include <Norvale/NorvaleGlobal.h>
 #include <Norvale/cVersion.h>
 
+#include <QtCore/QDateTime>
 #include <QtCore/QList>
 #include <QtCore/QObject>
 #include <QtCore/QString>
@@ -34,6 +35,8 @@ struct cPluginInfo
     QStringList dependencies; ///< The dependency texts in manifest order, "name" or "name:number".
     QStringList services;     ///< The services that the plugin declares, in manifest order.
     QString folder;           ///< The plugin's folder: an absolute path with forward slashes.
+    /// Why the plugin is left out of this run, see IPluginMgr::leaveOut(); empty when it takes part.
+    QString leftOut;
 };
 
 /**
@@ -55,6 +58,54 @@ struct cStartOutcome
 
     Result result = NotStarted; ///< How far the start came.
     QStringList reasons;        ///< Why it came no further, as logged, in this order; empty after Started.
+};
+
+/**
+ * How the plugin manager guards the process against its plugins; a value that may be copied and kept.
+ */
+struct cGuardOptions
+{
+    /// Whether the step at hand is noted, so that the next start knows which plugin ended this run; also the condition
+    /// of all that follows.
+    bool isOn = true;
+    /// Whether the signals (on Windows: the exceptions) that end a process are taken, and a report is written for each
+    /// into the folder "crashes" of the data folder. A library takes no signal by itself: the host decides.
+    bool writesReports = false;
+    /// After how many seconds a plugin's step, or a service call of the main thread, is told to hang; 0 for never.
+    int hangSeconds = 30;
+    /// Whether a process that hangs is ended, with a report where those are written.
+    bool endsHungProcess = false;
+};
+
+/**
+ * How a plugin has ended a run; a value that may be copied and kept.
+ */
+struct cPluginFailure
+{
+    /// What was done with the plugin when the run ended.
+    enum Step {
+        None,   ///< Nothing: there is no failure, and no other member means anything.
+        Load,   ///< Its library was being loaded, or its entry function called.
+        Start,  ///< It was being started.
+        Stop,   ///< It was being stopped.
+        Running ///< None of these: a service call, a timer or an event ran its code.
+    };
+
+    /// What is known of the end.
+    enum End {
+        Unknown, ///< The process did not end by itself, or nobody has watched: it was killed, or crashed unseen.
+        Crashed, ///< A signal or an exception ended it; see cause.
+        Hung     ///< It had been told to hang, see cGuardOptions::hangSeconds, and did not come back.
+    };
+
+    QString plugin;    ///< The plugin's name.
+    cVersion version;  ///< The plugin's version.
+    Step step = None;  ///< What was being done.
+    End end = Unknown; ///< How the run ended.
+    QString cause;     ///< What ended it, such as "SIGSEGV"; empty when that is not known.
+    QDateTime when;    ///< When the step began, or with Running when the run ended; UTC.
+    int inARow = 0; ///< How often the plugin has failed without having passed that step meanwhile, this time included.
+    QString report; ///< The absolute path of the report that was written; empty when there is none.
 };
 
 /**
@@ -138,8 +189,9 @@ public:
      * @param name the plugin's name; case-sensitive.
      * @return true when the plugin's library is loaded, also when it had been loaded before. False when there is no
      *         such plugin, when it or something that it depends on cannot be loaded or started, before the signals
-     *         are connected, and after a stop. A plugin that has failed is tried again, but once only in a start. Called in another thread than the manager's it queues the request and returns
-     *         false, since the outcome is not known yet.
+     *         are connected, and after a stop. A plugin that has failed is tried again, but once only in a start.
+     *         Called in another thread than the manager's it queues the request and returns false, since the outcome
+     *         is not known yet.
      */
     bool load(const QString& name);
 
@@ -226,8 +278,8 @@ public:
      * Brings the installed plugins up: publishes them, reads their manifests, orders them, connects the signals, and
      * loads "ZentraSettings", each load category in turn and the autoload plugins.
      *
-     * Called by `Corvane::startNormal`, and again only after a start that was refused. A plugin that cannot be loaded does
-     * not make it fail; it is tried once, and its reason logged once, however many depend on it. A set of plugins
+     * Called by `Corvane::startNormal`, and again only after a start that was refused. A plugin that cannot be loaded
+     * does not make it fail; it is tried once, and its reason logged once, however many depend on it. A set of plugins
      * that cannot be ordered, because a dependency is absent or because plugins depend on each other in a circle,
      * ends the process with the fatal message "Cannot start under this circumstances."; the reason has been logged.
      *
@@ -282,6 +334,39 @@ public:
      *         that cannot be ordered is answered NotOrdered.
      */
     virtual cStartOutcome lastOutcome() const = 0;
+
+    /**
+     * Sets how the process is guarded against its plugins. Without a call the defaults of cGuardOptions hold.
+     *
+     * @param options what is wanted; to be set before StartNormal(), since a guard that has begun goes on as it was.
+     */
+    virtual void setGuard(const cGuardOptions& options) = 0;
+
+    /**
+     * Which plugin ended the last run: the process crashed, or was ended, while the plugin was loaded, started or
+     * stopped, or a crash handler or the watchdog found the plugin's code running.
+     *
+     * The run is the last one of this user, application and installation. StartNormal() takes the failure over and logs
+     * it as an error; the answer stays until the process ends. Before, the failure is only looked at, so that a host
+     * can decide what to leave out: it is told to the next start as well. A run that goes on in another process is none
+     * that has ended.
+     *
+     * @return the step None when there is nothing to tell, and when the guard is switched off.
+     */
+    virtual cPluginFailure lastFailure() const = 0;
+
+    /**
+     * Leaves plugins out of this run, with whatever depends on them, directly or by way of others.
+     *
+     * A plugin that is left out is known, but has no place in the start order and is not loaded, not even on request;
+     * its manifest may be faulty, and its services do not exist. What is installed, the catalogue, the settings and
+     * the plugin's files stay as they are. plugins() tells each with its reason, cPluginInfo::leftOut.
+     *
+     * @param plugins the names; case-sensitive. They replace those of an earlier call. A name that no installed plugin
+     * has is logged as a warning when the plugins are read. To be set before discover() or StartNormal(); a plugin
+     *        whose library is loaded stays.
+     */
+    virtual void leaveOut(const QStringList& plugins) = 0;
 
 protected:
     /// Makes this object the process's plugin manager and registers `bool*` with the meta-type system.

@@ -2,6 +2,7 @@
 
 #include "calls/cServiceCall.h"
 #include "common/Terminal.h"
+#include "guard/LastFailure.h"
 #include "wire/WireText.h"
 #include "wire/cFrameDecoder.h"
 #include "wire/cHostServer.h"
@@ -13,6 +14,8 @@
 
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonObject>
+
+#include <algorithm>
 
 namespace {
 
@@ -71,7 +74,8 @@ QJsonObject pluginObject(const cPluginInfo& plugin)
             {QStringLiteral("state"), stateName(plugin.state)},
             {QStringLiteral("dependencies"), QJsonArray::fromStringList(plugin.dependencies)},
             {QStringLiteral("services"), QJsonArray::fromStringList(plugin.services)},
-            {QStringLiteral("folder"), plugin.folder}};
+            {QStringLiteral("folder"), plugin.folder},
+            {QStringLiteral("left_out"), plugin.leftOut}};
 }
 
 // How a member is shown in a cell: lists comma-separated, claims as yes or no.
@@ -85,6 +89,11 @@ QString cell(const QJsonValue& value)
     for (const auto& item : value.toArray())
         items.append(item.toString());
     return value.isArray() ? items.join(QStringLiteral(", ")) : value.toString();
+}
+
+bool isLeftOut(const QJsonValue& plugin)
+{
+    return !plugin.toObject().value(QStringLiteral("left_out")).toString().isEmpty();
 }
 
 QStringList table(const QJsonArray& objects, const QStringList& members)
@@ -227,10 +236,15 @@ QJsonObject SuiteReport::collect()
     QJsonArray plugins;
     for (const cPluginInfo& plugin : IPluginMgr::instance()->plugins())
         plugins.append(pluginObject(plugin));
-    return {{QStringLiteral("core_version"), Corvane::currentVersion()},
-            {QStringLiteral("features"), features},
-            {QStringLiteral("plugins"), plugins},
-            {QStringLiteral("services"), QJsonArray::fromStringList(IServiceMgr::instance()->serviceList())}};
+    QJsonObject report{
+        {QStringLiteral("core_version"), Corvane::currentVersion()},
+        {QStringLiteral("features"), features},
+        {QStringLiteral("plugins"), plugins},
+        {QStringLiteral("services"), QJsonArray::fromStringList(IServiceMgr::instance()->serviceList())}};
+    const QJsonObject failure = LastFailure::json(IPluginMgr::instance()->lastFailure());
+    if (!failure.isEmpty())
+        report.insert(QStringLiteral("last_failure"), failure);
+    return report;
 }
 
 QStringList SuiteReport::tables(const QJsonObject& report)
@@ -240,11 +254,23 @@ QStringList SuiteReport::tables(const QJsonObject& report)
         report.value(QStringLiteral("features")).toArray(),
         {QStringLiteral("name"), QStringLiteral("version"), QStringLiteral("active"), QStringLiteral("repository")});
     lines += QStringList{QString(), QStringLiteral("Plugins")};
-    lines += table(report.value(QStringLiteral("plugins")).toArray(),
-                   {QStringLiteral("name"), QStringLiteral("version"), QStringLiteral("category"),
-                    QStringLiteral("state"), QStringLiteral("dependencies"), QStringLiteral("services")});
+    const QJsonArray plugins = report.value(QStringLiteral("plugins")).toArray();
+    QStringList members{QStringLiteral("name"),  QStringLiteral("version"),      QStringLiteral("category"),
+                        QStringLiteral("state"), QStringLiteral("dependencies"), QStringLiteral("services")};
+    if (std::any_of(plugins.begin(), plugins.end(), isLeftOut))
+        members.append(QStringLiteral("left_out"));
+    lines += table(plugins, members);
     const QJsonArray services = report.value(QStringLiteral("services")).toArray();
     if (!services.isEmpty())
         lines += QStringList{QString(), QStringLiteral("Registered services"), cell(services)};
+    const QString disabled = cell(report.value(QStringLiteral("disabled")));
+    if (!disabled.isEmpty())
+        lines += QStringList{QString(), QStringLiteral("Disabled (VCore --enable NAME undoes it)"), disabled};
+    const QJsonObject failure = report.value(QStringLiteral("last_failure")).toObject();
+    if (!failure.isEmpty())
+        lines += QStringList{QString(), QStringLiteral("Last failure"), cell(failure.value(QStringLiteral("text")))};
+    const QString path = cell(failure.value(QStringLiteral("report")));
+    if (!path.isEmpty())
+        lines += QStringLiteral("The report is in %1").arg(path);
     return lines;
 }

@@ -81,7 +81,8 @@ namespace SuiteReport {
 
 /**
  * What the framework of this process knows. It must have been initialised; services are there only while it runs.
- * @return an object with the arrays "features", "plugins" and "services", and "core_version".
+ * @return an object with the arrays "features", "plugins" and "services", "core_version", and "last_failure" where
+ * there is one.
  */
 QJsonObject collect();
 

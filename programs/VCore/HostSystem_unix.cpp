@@ -4,7 +4,9 @@
 #include <QtCore/QFile>
 
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
+#include <cxxabi.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -55,7 +57,17 @@ QString HostSystem::comparable(const QString& path)
 // What has been sent can be read after the end.
 void HostSystem::waitUntilRead(const QLocalSocket&, int) {}
 
+QString HostSystem::demangled(const QString& symbol)
+{
+    char* const name = abi::__cxa_demangle(symbol.toLatin1().constData(), nullptr, nullptr, nullptr);
+    const QString text = name ? QString::fromLatin1(name) : symbol;
+    std::free(name);
+    return text;
+}
+
 bool HostSystem::isDebuggerOutputShown()
 {
     return true;
 }
+
+void HostSystem::openNoWindowAtCrash() {}

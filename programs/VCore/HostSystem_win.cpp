@@ -37,7 +37,18 @@ void HostSystem::waitUntilRead(const QLocalSocket& socket, int milliseconds)
     reading->wait();
 }
 
+// A program for Windows may be made by one compiler, and what it loads by another.
+QString HostSystem::demangled(const QString& symbol)
+{
+    return symbol;
+}
+
 bool HostSystem::isDebuggerOutputShown()
 {
     return false;
+}
+
+void HostSystem::openNoWindowAtCrash()
+{
+    SetErrorMode(SetErrorMode(0) | SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX); // children inherit it
 }

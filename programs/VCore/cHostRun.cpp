@@ -8,7 +8,6 @@
 #include "wire/cHostAddress.h"
 
 #include <Norvale/Corvane.h>
-#include <Norvale/IInstallMgr.h>
 #include <Norvale/IPluginMgr.h>
 
 #include <QtCore/QCoreApplication>
@@ -31,8 +30,7 @@ bool isRestartRequested()
 
 } // namespace
 
-cHostRun::cHostRun(const QStringList& categories, const QString& tracePath)
-    : m_categories(categories), m_tracePath(tracePath)
+cHostRun::cHostRun(const Options& options) : m_options(options)
 {
     Diagnostics::setLastAct([this] { writeTrace(); });
 }
@@ -55,7 +53,7 @@ ExitCode cHostRun::run()
         code = start();
     }
     if (code == ExitCode::Ok) {
-        code = serve();
+        code = m_options.isStartOnly ? ExitCode::Ok : serve();
         stop();
     }
     m_handler.reset();
@@ -63,6 +61,8 @@ ExitCode cHostRun::run()
     m_server.close();
     if (!writeTrace() && code == ExitCode::Ok)
         return ExitCode::FileFailed;
+    if (m_options.isStartOnly && code == ExitCode::Ok)
+        Terminal::answer(StartOnlyAnswer);
     return code;
 }
 
@@ -100,7 +100,7 @@ ExitCode cHostRun::initialise()
     m_trace.end(ok);
     if (!ok)
         return endWith(ExitCode::InitialiseFailed, QStringLiteral("the framework could not be initialised"));
-    if (!m_tracePath.isEmpty())
+    if (!m_options.tracePath.isEmpty())
         IPluginMgr::instance()->setObserver(&m_trace);
     m_service = std::make_unique<cHostService>(&m_server);
     m_handler = std::make_unique<cHostHandler>(&m_server);
@@ -110,8 +110,6 @@ ExitCode cHostRun::initialise()
     return ExitCode::Ok;
 }
 
-// Installs what an update has fetched, and finishes what a killed run left unfinished. Also after a failure a whole set
-// of plugins is installed, so the suite starts.
 void cHostRun::installWaiting()
 {
     cChangeLock lock;
@@ -119,18 +117,15 @@ void cHostRun::installWaiting()
         Terminal::reason(QStringLiteral("what waits to be installed has to wait for the next start"));
         return;
     }
-    const cInstallReport report;
     m_trace.begin(QStringLiteral("install what waits"));
-    const bool ok = IInstallMgr::installDropbox();
-    m_trace.end(ok);
-    if (!ok)
-        Terminal::reason(QStringLiteral("not all that waits could be installed; the log lines above tell why"));
+    m_trace.end(::installWaiting());
 }
 
 ExitCode cHostRun::start()
 {
     m_stopSignals->waitForLoop();
-    Corvane::setLoadCategories(m_categories);
+    Corvane::setLoadCategories(m_options.plugins.categories);
+    PluginChoice::prepareStart(m_options.plugins);
     m_trace.begin(QStringLiteral("start the suite"));
     const bool ok = Corvane::startNormal();
     m_trace.end(ok);
@@ -169,7 +164,7 @@ void cHostRun::stop()
 bool cHostRun::writeTrace() const
 {
     QString error;
-    if (m_tracePath.isEmpty() || m_trace.write(m_tracePath, &error))
+    if (m_options.tracePath.isEmpty() || m_trace.write(m_options.tracePath, &error))
         return true;
     Terminal::reason(error);
     return false;

@@ -2,9 +2,8 @@
 
 #include "cTraceWriter.h"
 #include "common/ExitCode.h"
+#include "guard/PluginChoice.h"
 #include "wire/cHostServer.h"
-
-#include <QtCore/QStringList>
 
 #include <memory>
 
@@ -19,8 +18,17 @@ class cStopSignals;
 class cHostRun
 {
 public:
-    /// @p categories are the load categories; @p tracePath is the file that the trace goes to, empty for none.
-    cHostRun(const QStringList& categories, const QString& tracePath);
+    struct Options
+    {
+        PluginChoice::Options plugins;
+        QString tracePath;        // the file that the trace goes to, empty for none
+        bool isStartOnly = false; // stop as soon as the suite has been started
+    };
+
+    /// What is printed when a run that only starts the suite ends with ExitCode::Ok.
+    static constexpr QLatin1String StartOnlyAnswer{"The suite has been started and stopped."};
+
+    explicit cHostRun(const Options& options);
     ~cHostRun();
 
     /// Runs the suite until it is asked to stop.
@@ -37,8 +45,7 @@ private:
     void stop();
     bool writeTrace() const;
 
-    const QStringList m_categories;
-    const QString m_tracePath;
+    const Options m_options;
     cTraceWriter m_trace;
     cHostServer m_server;
     bool m_isStopRequested = false; // remembered, since a request during the start finds no loop that it could end

@@ -12,7 +12,10 @@ int main(int argc, char** argv)
     QCoreApplication::setApplicationVersion(QStringLiteral(VCORE_VERSION));
     Diagnostics::catchFatalMessages();
     cProgram program("Runs the plugin-based suite, speaks to the host that runs it, and keeps it up to date.");
+    addRunCommands(program);
     addHostCommands(program);
+    addBisectCommand(program);
+    addReportCommand(program);
     addUpdateCommands(program);
     addInstallCommands(program);
     addVerifyCommands(program);

@@ -34,9 +34,14 @@
     X(VCore, UninstallIncomplete, 26, "something could not be removed")                                                \
     X(VCore, UpdateRunning, 27, "another process fetches an update for this installation, or installs one")            \
     X(VCore, SettingsFailed, 28, "the settings could not be written")                                                  \
-    X(VCore, Damaged, 29, "installed files are missing or changed; VCore --repair mends them")                        \
+    X(VCore, Damaged, 29, "installed files are missing or changed; VCore --repair mends them")                         \
     X(VCore, NotVerified, 30, "it cannot be told what is installed, so nothing was verified or repaired")              \
     X(VCore, RepairIncomplete, 31, "something that is damaged could not be repaired")                                  \
+    X(VCore, NoReport, 32, "there is no crash report, or it cannot be read")                                           \
+    X(VCore, CulpritFound, 33, "the plugins that break the suite have been found")                                     \
+    X(VCore, NothingBreaks, 34, "with all plugins the suite does not break")                                           \
+    X(VCore, CulpritNotFound, 35, "the suite breaks without any plugin, or the search has come to no end")             \
+    X(VCore, UnknownPlugin, 36, "no installed plugin has that name")                                                   \
     X(norvale, Faults, 1, "the input breaks a rule; nothing was written")                                              \
     X(norvale, ReadFailed, 3, "a file or folder that was named cannot be read")                                        \
     X(norvale, WriteFailed, 4, "a result could not be written; what was there before stands")                          \

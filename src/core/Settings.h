@@ -29,6 +29,8 @@ constexpr char Region[] = "ConfigMgr/Region";                       // String, d
 constexpr char MaxUnpackedSize[] = "InstallMgr/MaxUnpackedSize";    // Bytes of a package, default 2 GiB.
 constexpr char MaxRatio[] = "InstallMgr/MaxRatio";                  // Unpacked to packed size, default 200.
 
+constexpr char IsolatedCallLimit[] = "PluginMgr/IsolatedCallSeconds"; // Seconds for an answer, default 30.
+
 constexpr char LeastRate[] = "UpdateMgr/LeastRate"; // Bytes a second of a transfer, default 100, 0 for none.
 
 // Host settings.

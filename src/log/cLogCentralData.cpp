@@ -1,5 +1,6 @@
 #include "log/cLogCentralData.h"
 
+#include "log/cLastLines.h"
 #include "log/cLogImpl.h"
 #include "version/ForeignCode.h"
 #include "version/Shown.h"
@@ -77,10 +78,13 @@ void cLogCentralData::output(const cLogImpl* channel, debugType level, const QBy
     if (!channel)
         qFatal("Called output without a logger!");
     const QMutexLocker locker(&lock);
-    if (!isDebuggerOutputOn && !m_file)
+    const bool isKept = cLastLines::instance().isKept();
+    if (!isDebuggerOutputOn && !m_file && !isKept)
         return;
     const QByteArray text = channel->isShown() ? LineText::shownLine(bytes) : bytes;
     const qint64 time = QDateTime::currentMSecsSinceEpoch();
+    if (isKept)
+        keepLine(channel->utf8Name(), time, text); // before the hooks, which may crash
     if (isDebuggerOutputOn) {
         const QDateTime localTime = QDateTime::fromMSecsSinceEpoch(time);
         showEntry({channel->name(), currentThread(), localTime, level, LineText::message(text)}, channel->shownName());
@@ -118,10 +122,25 @@ void cLogCentralData::noteOfHook(const QString& message)
     if (!isHooksOnly)
         writeDebuggerLine(LineText::forDebugger(currentThread(), channel, line));
     remember({channel, currentThread(), now, debugError, line});
+    if (cLastLines::instance().isKept())
+        keepLine(channel.toUtf8(), now.toMSecsSinceEpoch(), line.toUtf8());
     if (!m_file)
         return;
     writeToFile(channel.toUtf8(), now.toMSecsSinceEpoch(), line.toUtf8() + LineText::end());
     m_file->flush();
+}
+
+/// Keeps a line as the log file has it, on one line and no longer than is kept.
+void cLogCentralData::keepLine(const QByteArray& channel, qint64 time, const QByteArray& text)
+{
+    const int length = LineText::pieceLength(text.constData(), LineText::messageLength(text), cLastLines::LongestLine);
+    QByteArray message = LineText::shownLine(text.left(length));
+    while (message.endsWith('\n') || message.endsWith('\r'))
+        message.chop(1);
+    LineText::Bytes line;
+    LineText::appendFilePrefix(line, m_timeText.at(time), channel, currentThread());
+    LineText::appendUtf8(line, message.constData(), message.size());
+    cLastLines::instance().add(line.constData(), line.size());
 }
 
 void cLogCentralData::writeToFile(const QByteArray& channel, qint64 time, const QByteArray& text)

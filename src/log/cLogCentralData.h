@@ -86,6 +86,7 @@ private:
     void showEntry(const cLogEntry& entry, const QString& shownChannel);
     void remember(const cLogEntry& entry);
     void noteOfHook(const QString& message);
+    void keepLine(const QByteArray& channel, qint64 time, const QByteArray& text);
     void writeToFile(const QByteArray& channel, qint64 time, const QByteArray& text);
 
     std::unique_ptr<QFile> m_file;

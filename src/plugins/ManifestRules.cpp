@@ -115,6 +115,7 @@ const cRule ManifestRules::Table[] = {
     {u"plugin", u"version", &Version, cRule::Attribute},
     {u"plugin", u"autoload", &Flag, cRule::Attribute, u"false"},
     {u"plugin", u"load_category", &Any, cRule::Attribute, u""},
+    {u"plugin", u"isolated", &Flag, cRule::Attribute, u"false"},
     {u"plugin", u"api_version", &Number, cRule::Attribute, u"0"},
     {u"plugin", u"runtime_api_version", &RuntimeApi, cRule::Attribute},
     {u"plugin", u"start", nullptr},

@@ -46,7 +46,7 @@ struct cRule
     QString reason(const QString& written) const;
 };
 
-extern const cRule Table[25];
+extern const cRule Table[26];
 
 /// Calls @p visit for every element below @p root that counts, in document order, parents before their children. What
 /// is in a deployment for another platform does not count. @return false when @p visit did, which ends the walk.

@@ -59,6 +59,7 @@ struct cManifest
     qint32 apiVersion = 0;
     qint32 runtimeApiVersion = 0;
     bool autoload = false;
+    bool isIsolated = false; // runs in a process of its own
     QString loadCategory;
     QString libraryPath; // folder, "/" and the file name without suffix; null when no library is declared
     QString entryFunction;

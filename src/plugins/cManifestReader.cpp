@@ -59,6 +59,7 @@ void cManifestReader::readPlugin(const cXmlElement& plugin)
     // What one element has made an autoload plugin stays one.
     if (!m_manifest.autoload)
         m_manifest.autoload = plugin.attribute(u"autoload") == QLatin1String("true");
+    m_manifest.isIsolated = plugin.attribute(u"isolated") == QLatin1String("true");
     m_manifest.loadCategory = plugin.attribute(u"load_category");
     m_manifest.apiVersion = plugin.attribute(u"api_version").toInt();
     m_manifest.runtimeApiVersion = plugin.attribute(u"runtime_api_version").toInt();

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QtCore/QString>
+#include <QtCore/QStringList>
 #include <QtCore/QStringView>
 
 /**
@@ -31,3 +32,23 @@ private:
     QString m_name;
     qint32 m_number = 1;
 };
+
+/// How many names of a long path are shown at each end: a line of a log is read by people.
+constexpr int ShownOfPath = 8;
+
+/// The names along a path through dependencies, "A -> B -> C"; of a long path both ends.
+/// @p nameAt answers the name at a place; it is asked once for each that is shown, of the @p count places in order.
+template <typename NameAt>
+QString pathText(int count, NameAt nameAt)
+{
+    const bool isLong = count > 2 * ShownOfPath;
+    QStringList names;
+    for (int i = 0; i < count; ++i) {
+        if (isLong && i == ShownOfPath) {
+            names.append(QStringLiteral("..."));
+            i = count - ShownOfPath;
+        }
+        names.append(nameAt(i));
+    }
+    return names.join(QStringLiteral(" -> "));
+}

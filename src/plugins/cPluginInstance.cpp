@@ -136,6 +136,8 @@ bool cPluginInstance::loadLibrary()
         return fail(QStringLiteral("its library %1 does not exist").arg(path));
     if (!fault.isEmpty())
         return fail(QStringLiteral("its library %1 is cut short: it %2").arg(path, fault));
+    if (m_process)
+        return loadElsewhere();
     m_library.setFileName(path);
     moveTo(Stage::Loading);
     const bool isLoaded = m_library.load();
@@ -143,6 +145,16 @@ bool cPluginInstance::loadLibrary()
     if (!isLoaded)
         return fail(QStringLiteral("its library cannot be loaded: %1").arg(m_library.errorString()));
     return callEntryFunction();
+}
+
+bool cPluginInstance::loadElsewhere()
+{
+    moveTo(Stage::Loading);
+    const bool isLoaded = m_process->load();
+    moveTo(isLoaded ? Stage::Loaded : Stage::Read);
+    if (!isLoaded)
+        m_errorString = m_process->errorString();
+    return isLoaded;
 }
 
 QString cPluginInstance::libraryFile() const
@@ -172,35 +184,50 @@ bool cPluginInstance::unloadLibrary()
     m_code = nullptr;
     if (m_stage == Stage::Loaded)
         moveTo(Stage::Read);
+    if (m_process) {
+        m_process.reset();
+        return true;
+    }
     return m_library.unload();
 }
 
 bool cPluginInstance::isLibraryLoaded() const
 {
-    return m_library.isLoaded();
+    return m_library.isLoaded() || (m_process && m_stage >= Stage::Loaded);
 }
 
 bool cPluginInstance::start()
 {
-    if (!m_object)
+    if (!hasPluginObject())
         return fail(QStringLiteral("it has no plugin object"));
     const bool isSearched = registerSearchPath();
-    installTranslation();
-    bool isStarted = false;
-    const QString thrown = whatIsThrownBy([&] { isStarted = m_object->start(&m_context); });
-    if (isStarted) {
+    if (!m_process)
+        installTranslation();
+    if (startObject()) {
         moveTo(Stage::Started);
         return true;
     }
     QCoreApplication::removeTranslator(&m_translator);
     if (isSearched)
         removeSearchPath();
-    return fail(QStringLiteral("its start %1").arg(thrown.isEmpty() ? QStringLiteral("returned false") : thrown));
+    return false;
+}
+
+bool cPluginInstance::startObject()
+{
+    if (m_process)
+        return m_process->start() || fail(m_process->errorString());
+    bool isStarted = false;
+    const QString thrown = whatIsThrownBy([&] { isStarted = m_object->start(&m_context); });
+    return isStarted ||
+           fail(QStringLiteral("its start %1").arg(thrown.isEmpty() ? QStringLiteral("returned false") : thrown));
 }
 
 bool cPluginInstance::stop()
 {
     moveTo(Stage::Stopped);
+    if (m_process)
+        return m_process->stop() || fail(m_process->errorString());
     if (!m_object)
         return true;
     const QString thrown = whatIsThrownBy([&] { m_object->stop(&m_context); });

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/Settings.h"
+#include "plugins/IPluginProcess.h"
 #include "plugins/cManifest.h"
 #include "version/cPluginId.h"
 
@@ -105,6 +106,10 @@ public:
     /// @p text with its variables replaced, see cVariableExpander.
     virtual QString expandVariables(const QString& text) const;
 
+    /// Has the library loaded, started and stopped in that process from now on, instead of in this one. Taken away
+    /// again when the library is not loaded.
+    void setProcess(std::unique_ptr<IPluginProcess> process) { m_process = std::move(process); }
+
     /// Loads the library and has its entry function make the plugin object. A library whose entry function is missing
     /// or answers null stays loaded. The manifest must have been accepted.
     [[nodiscard]] virtual bool loadLibrary();
@@ -147,10 +152,11 @@ public:
     const cJsonValue& params() const { return m_manifest.params; }
     qint32 apiVersion() const { return m_manifest.apiVersion; }
     qint32 runtimeApiVersion() const { return m_manifest.runtimeApiVersion; }
+    bool isIsolated() const { return m_manifest.isIsolated; }
     bool isAutoload() const { return m_manifest.autoload; }
     const QList<cCmdLine>& installCommandLines() const { return m_manifest.installCommandLines; }
     const QList<cCmdLine>& uninstallCommandLines() const { return m_manifest.uninstallCommandLines; }
-    bool hasPluginObject() const { return m_object != nullptr; }
+    bool hasPluginObject() const { return m_object || m_process; }
 
     /// An address in the loaded library; null when no library is loaded, or it lacks the entry function.
     const void* code() const { return m_code; }
@@ -162,6 +168,8 @@ private:
     void moveTo(Stage next);
     bool fail(const QString& reason);
     bool callEntryFunction();
+    bool loadElsewhere();
+    bool startObject();
     bool registerSearchPath();
     void removeSearchPath();
     void installTranslation();
@@ -173,6 +181,7 @@ private:
     cManifest m_manifest;
     IPlugin* m_object = nullptr; // made and owned by the library
     const void* m_code = nullptr;
+    std::unique_ptr<IPluginProcess> m_process; // of a plugin that is loaded there; else null
     cPluginContext m_context;
     qint32 m_state = 0;
     Stage m_stage = Stage::Known;

@@ -76,6 +76,7 @@ bool cPluginMgr::StartNormal()
         m_reporter.logAndFail(reason);
         return conclude(cStartOutcome::AlreadyStopped, {reason});
     }
+    m_guard.begin();
     cStartOutcome::Result result = cStartOutcome::NotStarted;
     m_isStarting = true;
     m_runner.start([&] { result = start(); });
@@ -136,8 +137,10 @@ QList<cPluginInfo> cPluginMgr::plugins() const
 {
     m_suite.refresh();
     QList<cPluginInfo> infos;
-    for (const Plugin& plugin : m_suite.registered())
+    for (const Plugin& plugin : m_suite.registered()) {
         infos.append(infoOf(*plugin));
+        infos.last().leftOut = m_suite.whyLeftOut(plugin);
+    }
     return infos;
 }
 
@@ -186,7 +189,7 @@ void cPluginMgr::loadCategory(const QVector<Plugin>& plugins, const QString& cat
 
 void cPluginMgr::requestLoad(const Plugin& plugin)
 {
-    if (!plugin->isLibraryLoaded() && m_suite.isRegistered(plugin))
+    if (!plugin->isLibraryLoaded() && m_suite.isRegistered(plugin) && !m_suite.isLeftOut(plugin))
         requestLoad(plugin->name());
 }
 
@@ -201,17 +204,18 @@ bool cPluginMgr::loadPlugin(QString name)
 {
     const bool isOptional = m_isSettingsPluginOptional && name == SettingsPlugin;
     m_isSettingsPluginOptional = false;
-    if (!isOptional || m_suite.find(name))
+    const Plugin plugin = m_suite.find(name);
+    if (!isOptional || (plugin && !m_suite.isLeftOut(plugin)))
         return m_runner.load(name);
-    m_reporter.info(QStringLiteral("plugin \"%1\" is not installed; the suite starts without it").arg(name));
-    return false;
+    if (!plugin)
+        m_reporter.info(QStringLiteral("plugin \"%1\" is not installed; the suite starts without it").arg(name));
+    return false; // that it is left out has been told
 }
 
 QString cPluginMgr::pluginOfService(QString service) const
 {
     m_suite.refresh();
-    const QString* const owner = m_suite.ownerOf(service);
-    return owner ? *owner : QString();
+    return m_suite.ownerOf(service);
 }
 
 bool cPluginMgr::loadPluginByService(QString service)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "guard/cGuard.h"
 #include "plugins/cPluginReporter.h"
 #include "plugins/cPluginRunner.h"
 #include "plugins/cPluginSuite.h"
@@ -26,6 +27,9 @@ public:
     /// Who is told of completed categories and of the stop. Not owned.
     void setServiceMgr(cServiceMgr* services);
 
+    /// Who runs the plugins that are to run in processes of their own. Not owned.
+    void setProcesses(IPluginProcesses* processes) { m_runner.setProcesses(processes); }
+
     /// The categories that StartNormal() loads, in this order. Once it has begun with them, others are for the next
     /// start.
     void setLoadCategories(const QStringList& categories);
@@ -48,6 +52,9 @@ public:
     QList<cPluginInfo> plugins() const override;
     void setObserver(IPluginObserver* observer) override;
     cStartOutcome lastOutcome() const override { return m_outcome; }
+    void setGuard(const cGuardOptions& options) override { m_guard.setOptions(options); }
+    cPluginFailure lastFailure() const override { return m_guard.lastFailure(); }
+    void leaveOut(const QStringList& plugins) override { m_suite.leaveOut(plugins); }
 
     void dumpPlugins() override {}
     void OnRestart() override {}
@@ -68,9 +75,10 @@ private:
     void requestLoad(const Plugin& plugin);
     void requestLoad(const QString& name);
 
+    cGuard m_guard;
     cPluginReporter m_reporter;
     mutable cPluginSuite m_suite{m_reporter}; // reads what has been published meanwhile when it is asked
-    cPluginRunner m_runner{m_suite, m_reporter};
+    cPluginRunner m_runner{m_suite, m_reporter, m_guard};
     cServiceMgr* m_services = nullptr;
     QStringList m_loadCategories;
     cStartOutcome m_outcome;

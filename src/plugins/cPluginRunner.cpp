@@ -1,6 +1,8 @@
 #include "plugins/cPluginRunner.h"
 
 #include "core/cMessageHandlers.h"
+#include "guard/cGuard.h"
+#include "guard/cPluginImages.h"
 #include "plugins/cPluginDependency.h"
 #include "plugins/cPluginReporter.h"
 #include "services/cServiceMgr.h"
@@ -46,17 +48,7 @@ public:
     /// The names from the plugin wanted to the one that the path has come to, "A -> B -> C"; of a long path both ends.
     QString text() const
     {
-        constexpr int ShownAtEachEnd = 8; // a line of a log is read by people
-        const bool isLong = m_steps.size() > 2 * ShownAtEachEnd;
-        QStringList names;
-        for (int i = 0; i < m_steps.size(); ++i) {
-            if (isLong && i == ShownAtEachEnd) {
-                names.append(QStringLiteral("..."));
-                i = m_steps.size() - ShownAtEachEnd;
-            }
-            names.append(m_steps.at(i).plugin->name());
-        }
-        return names.join(QStringLiteral(" -> "));
+        return pathText(m_steps.size(), [this](int i) { return m_steps.at(i).plugin->name(); });
     }
 
 private:
@@ -81,6 +73,9 @@ bool cPluginRunner::load(const QString& name)
         return refuse(name, QStringLiteral("no such plugin is installed"));
     if (plugin->isLibraryLoaded())
         return true;
+    const QString reason = m_suite.whyLeftOut(plugin);
+    if (!reason.isEmpty())
+        return refuse(name, reason);
     if (m_failed.contains(plugin.data()))
         return false; // why has been logged
     bool isLoaded = false;
@@ -181,24 +176,43 @@ bool cPluginRunner::loadLibrary(cPluginInstance& plugin, cStartJournal& journal)
     const QString change = m_suite.libraryChange(plugin);
     if (!change.isEmpty())
         return m_reporter.logAndFail(QStringLiteral("%1 is not loaded: %2").arg(id, change));
+    if (plugin.isIsolated() && !takeProcess(plugin))
+        return false;
     const auto load = [&] {
         const cStartJournal::Opened opened(journal);
+        const cGuard::cStep step(m_guard, cGuardSlot::Load, id);
         return plugin.loadLibrary();
     };
-    return m_reporter.observe(IPluginObserver::LoadLibrary, plugin.name(), load) ||
-           m_reporter.logAndFail(QStringLiteral("%1 is not loaded: %2").arg(id, plugin.errorString()));
+    const bool isLoaded = m_reporter.observe(IPluginObserver::LoadLibrary, plugin.name(), load);
+    if (plugin.code())
+        cPluginImages::instance().add(id, cCodeImage::around(plugin.code()));
+    return isLoaded || m_reporter.logAndFail(QStringLiteral("%1 is not loaded: %2").arg(id, plugin.errorString()));
+}
+
+bool cPluginRunner::takeProcess(cPluginInstance& plugin)
+{
+    if (!m_processes)
+        return m_reporter.logAndFail(
+            QStringLiteral("%1 is not loaded: this host runs no plugins in processes of their own")
+                .arg(plugin.id().toString()));
+    plugin.setProcess(m_processes->make(plugin.id(), plugin.folder()));
+    return true;
 }
 
 bool cPluginRunner::start(cPluginInstance& plugin, cStartJournal& journal)
 {
+    const QString id = plugin.id().toString();
     const auto start = [&] {
         const cStartJournal::Opened opened(journal);
+        const cGuard::cStep step(m_guard, cGuardSlot::Start, id);
         return plugin.start();
     };
     if (m_reporter.observe(IPluginObserver::StartPlugin, plugin.name(), start))
         return true;
-    m_reporter.logAndFail(QStringLiteral("%1 is not started: %2").arg(plugin.id().toString(), plugin.errorString()));
+    m_reporter.logAndFail(QStringLiteral("%1 is not started: %2").arg(id, plugin.errorString()));
+    const cGuard::cStep step(m_guard, cGuardSlot::Start, id); // the end of what it has made is its own code, too
     takeBack(plugin, journal);
+    cPluginImages::instance().remove(id);
     plugin.unloadLibrary();
     return false;
 }
@@ -240,13 +254,18 @@ void cPluginRunner::stopNow()
     }
     if (m_services)
         m_services->releaseAll();
+    m_guard.end();
     m_phase = Phase::Stopped;
 }
 
 void cPluginRunner::stop(cPluginInstance& plugin)
 {
     const QString id = plugin.id().toString();
-    if (m_reporter.observe(IPluginObserver::StopPlugin, plugin.name(), [&] { return plugin.stop(); }))
+    const auto stop = [&] {
+        const cGuard::cStep step(m_guard, cGuardSlot::Stop, id);
+        return plugin.stop();
+    };
+    if (m_reporter.observe(IPluginObserver::StopPlugin, plugin.name(), stop))
         m_reporter.info(QStringLiteral("stopped %1").arg(id));
     else
         m_reporter.logAndFail(QStringLiteral("%1 did not stop properly: %2").arg(id, plugin.errorString()));

@@ -8,6 +8,7 @@
 
 #include <functional>
 
+class cGuard;
 class cServiceMgr;
 class cStartJournal;
 
@@ -22,10 +23,16 @@ class cPluginRunner
 public:
     using Plugin = cPluginSuite::Plugin;
 
-    cPluginRunner(cPluginSuite& suite, cPluginReporter& reporter) : m_suite(suite), m_reporter(reporter) {}
+    cPluginRunner(cPluginSuite& suite, cPluginReporter& reporter, cGuard& guard)
+        : m_suite(suite), m_reporter(reporter), m_guard(guard)
+    {
+    }
 
     /// Who is told of the stop, and gives up what a failed start has registered. Not owned; may be null.
     void setServiceMgr(cServiceMgr* services) { m_services = services; }
+
+    /// Who runs the plugins that are to run in processes of their own. Not owned; without it they cannot be loaded.
+    void setProcesses(IPluginProcesses* processes) { m_processes = processes; }
 
     /// What IPluginMgr::load() describes.
     bool load(const QString& name);
@@ -50,6 +57,7 @@ private:
     bool refuse(const QString& name, const QString& reason);
     bool loadAndStart(const Plugin& plugin);
     bool loadLibrary(cPluginInstance& plugin, cStartJournal& journal);
+    bool takeProcess(cPluginInstance& plugin);
     bool start(cPluginInstance& plugin, cStartJournal& journal);
     void takeBack(const cPluginInstance& plugin, cStartJournal& journal);
     void stopNow();
@@ -57,7 +65,9 @@ private:
 
     cPluginSuite& m_suite;
     cPluginReporter& m_reporter;
+    cGuard& m_guard;
     cServiceMgr* m_services = nullptr;
+    IPluginProcesses* m_processes = nullptr;
     QVector<Plugin> m_started; // in the order of the starts
     Phase m_phase = Phase::Open;
     int m_depth = 0; // of steps that load plugins, which nest

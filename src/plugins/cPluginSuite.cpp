@@ -2,6 +2,7 @@
 
 #include "core/Files.h"
 #include "plugins/cDependencyOrder.h"
+#include "plugins/cPluginDependency.h"
 #include "plugins/cPluginReporter.h"
 #include "version/cCodeImage.h"
 
@@ -56,15 +57,73 @@ bool cPluginSuite::isCoreInstalled()
            fail(QStringLiteral("the feature \"Core\" is not installed"));
 }
 
+void cPluginSuite::leaveOut(const QStringList& names)
+{
+    m_leftOut.setNames(names);
+    m_isLeftOutTold = false;
+    m_isStale = true;
+}
+
+bool cPluginSuite::isLeftOut(const Plugin& plugin) const
+{
+    return !m_leftOut.isNone() && m_leftOut.contains(m_numbers.at(plugin->id()));
+}
+
+QString cPluginSuite::whyLeftOut(const Plugin& plugin) const
+{
+    return m_leftOut.isNone() ? QString() : m_leftOut.reason(m_numbers.at(plugin->id()));
+}
+
+// What is left out must be known before anything is judged: the manifests of the others are read for that, once.
+void cPluginSuite::findLeftOut()
+{
+    QVector<cLeftOut::Candidate> candidates;
+    QSet<QString> installed;
+    for (const Plugin& plugin : m_leftOut.names().isEmpty() ? QVector<Plugin>() : registered()) {
+        installed.insert(plugin->name());
+        if (!plugin->reconsider())
+            continue; // it runs
+        m_readAhead[plugin.data()] = plugin->readManifest();
+        cLeftOut::Candidate candidate{numberOf(plugin->id()), plugin->name(), {}};
+        for (const QString& dependency : plugin->dependencies()) {
+            const int number = numberOfCounting(cPluginDependency(dependency).name());
+            if (number >= 0)
+                candidate.dependencies.push_back(number);
+        }
+        candidates.append(candidate);
+    }
+    m_leftOut.find(candidates.isEmpty() ? 0 : int(m_records.size()), candidates);
+    if (!m_isLeftOutTold)
+        tellLeftOut(installed);
+    m_isLeftOutTold = true;
+}
+
+void cPluginSuite::tellLeftOut(const QSet<QString>& installed)
+{
+    for (const QString& name : m_leftOut.names()) {
+        if (!installed.contains(name))
+            m_reporter.warn(QStringLiteral("plugin \"%1\" cannot be left out: it is not installed").arg(name));
+    }
+    for (const Plugin& plugin : registered()) {
+        if (isLeftOut(plugin))
+            m_reporter.info(
+                QStringLiteral("%1 does not take part: %2").arg(plugin->id().toString(), whyLeftOut(plugin)));
+    }
+}
+
 // All faults are found in one go, so that who repairs an installation need not repair and start again for each.
 bool cPluginSuite::readManifests()
 {
     m_isRead = true;
     m_isStale = false;
     m_rules = cStartRules();
+    findLeftOut();
     bool isEveryOneRight = true;
-    for (const Plugin& plugin : registered())
-        isEveryOneRight = judge(*plugin) && isEveryOneRight;
+    for (const Plugin& plugin : registered()) {
+        if (!isLeftOut(plugin))
+            isEveryOneRight = judge(*plugin) && isEveryOneRight;
+    }
+    m_readAhead.clear();
     return isEveryOneRight;
 }
 
@@ -73,13 +132,19 @@ bool cPluginSuite::judge(cPluginInstance& plugin)
     if (!plugin.reconsider())
         return isAcceptable(plugin);
     const auto readAndJudge = [&] {
-        const bool isRead = plugin.readManifest();
+        const bool isRead = readManifest(plugin);
         tellOfChange(plugin);
         return isRead ? isAcceptable(plugin) : fail(cStartRules::unreadable(plugin.id(), plugin.errorString()));
     };
     const bool isAccepted = m_reporter.observe(IPluginObserver::ReadManifest, plugin.name(), readAndJudge);
     plugin.judge(isAccepted);
     return isAccepted;
+}
+
+bool cPluginSuite::readManifest(cPluginInstance& plugin)
+{
+    const auto readAhead = m_readAhead.find(&plugin);
+    return readAhead == m_readAhead.end() ? plugin.readManifest() : readAhead->second;
 }
 
 bool cPluginSuite::isAcceptable(cPluginInstance& plugin)
@@ -104,6 +169,8 @@ bool cPluginSuite::order()
             continue;
         }
         record.plugin->setState(0);
+        if (m_leftOut.contains(number))
+            continue;
         places[number] = order.addRecord(record.plugin->name(), record.plugin->dependencies());
         listed.append(record.plugin);
     }
@@ -157,18 +224,38 @@ bool cPluginSuite::isRegistered(const Plugin& plugin) const
 // A plugin that runs counts also when it has been taken down or replaced meanwhile: two of one name never run at once.
 cPluginSuite::Plugin cPluginSuite::find(const QString& name) const
 {
+    const int number = numberOfCounting(name);
+    return number < 0 ? Plugin() : m_records[number].plugin;
+}
+
+/// The number of the record that find() answers; negative when there is none.
+int cPluginSuite::numberOfCounting(const QString& name) const
+{
     const auto namesakes = m_namesakes.find(name);
     if (namesakes == m_namesakes.end())
-        return Plugin();
-    Plugin found;
+        return -1;
+    int found = -1;
     for (int number : namesakes->second) {
         const Record& record = m_records[number];
         if (record.plugin->isLibraryLoaded())
-            return record.plugin;
-        if (!found && record.isRegistered)
-            found = record.plugin;
+            return number;
+        if (found < 0 && record.isRegistered)
+            found = number;
     }
     return found;
+}
+
+QString cPluginSuite::ownerOf(const QString& service) const
+{
+    if (const QString* const owner = m_rules.ownerOf(service))
+        return *owner;
+    if (m_leftOut.isNone())
+        return QString();
+    for (const Plugin& plugin : registered()) {
+        if (isLeftOut(plugin) && plugin->services().contains(service))
+            return plugin->name();
+    }
+    return QString();
 }
 
 QString cPluginSuite::libraryChange(const cPluginInstance& plugin)

@@ -1,10 +1,12 @@
 #pragma once
 
 #include "plugins/cFileRecord.h"
+#include "plugins/cLeftOut.h"
 #include "plugins/cPluginInstance.h"
 #include "plugins/cStartRules.h"
 #include "version/FlatMap.h"
 
+#include <QtCore/QSet>
 #include <QtCore/QSharedPointer>
 #include <QtCore/QStringList>
 #include <QtCore/QVector>
@@ -71,6 +73,15 @@ public:
     bool isWhole() const { return m_installed->publicationError().isEmpty(); }
     [[nodiscard]] bool isCoreInstalled();
 
+    /// Names the plugins that are left out from the next reading of the manifests on, with what depends on them. A
+    /// plugin that is left out is registered, but neither judged nor ordered.
+    void leaveOut(const QStringList& names);
+
+    bool isLeftOut(const Plugin& plugin) const;
+
+    /// Why the plugin is left out; empty when it is not.
+    QString whyLeftOut(const Plugin& plugin) const;
+
     /// Reads and judges the manifest of each registered record, but only judges that of a plugin whose library is
     /// loaded. False when one is faulty.
     [[nodiscard]] bool readManifests();
@@ -106,8 +117,9 @@ public:
     /// Whether @p image is the loaded library of a plugin.
     bool isLibraryOfPlugin(const cCodeImage& image) const;
 
-    /// The name of the plugin whose manifest declares the service; null when there is none.
-    const QString* ownerOf(const QString& service) const { return m_rules.ownerOf(service); }
+    /// The name of the plugin whose manifest declares the service, one that is left out if there is no other; empty
+    /// when there is none.
+    QString ownerOf(const QString& service) const;
 
 private:
     struct Record
@@ -117,6 +129,10 @@ private:
     };
 
     int numberOf(const cPluginId& id);
+    int numberOfCounting(const QString& name) const;
+    void findLeftOut();
+    void tellLeftOut(const QSet<QString>& installed);
+    bool readManifest(cPluginInstance& plugin);
     bool judge(cPluginInstance& plugin);
     QString changeOf(const cPluginInstance& plugin, const QString& path);
     void tellOfChange(const cPluginInstance& plugin);
@@ -125,13 +141,16 @@ private:
 
     cPluginReporter& m_reporter;
     IInstalledPlugins* m_installed = nullptr;
-    std::vector<Record> m_records;              // every one ever made; others name it by its number
-    FlatMap<cPluginId, int> m_numbers;          // of all records
-    std::vector<int> m_loadList;                // in the order of registration
-    FlatMap<QString, QVector<int>> m_namesakes; // of the load list, each record once, in the order of the list
-    cStartRules m_rules;                        // of the publication that was read last
-    bool m_isRead = false;                      // some publication has been read, and
-    bool m_isStale = false;                     // something else has been published since
+    std::vector<Record> m_records;                     // every one ever made; others name it by its number
+    FlatMap<cPluginId, int> m_numbers;                 // of all records
+    std::vector<int> m_loadList;                       // in the order of registration
+    FlatMap<QString, QVector<int>> m_namesakes;        // of the load list, each record once, in the order of the list
+    cStartRules m_rules;                               // of the publication that was read last
+    cLeftOut m_leftOut;                                // of the same
+    bool m_isLeftOutTold = true;                       // no names have been given since it was
+    FlatMap<const cPluginInstance*, bool> m_readAhead; // manifests that have been read before they are judged, and how
+    bool m_isRead = false;                             // some publication has been read, and
+    bool m_isStale = false;                            // something else has been published since
     QStringList m_reasons;
     std::optional<cFileRecord> m_files; // once it is needed, until the next publication
 };

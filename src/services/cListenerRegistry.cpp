@@ -13,11 +13,13 @@ QString owned(const QString& text)
 
 } // namespace
 
-cNotificationInstance::cNotificationInstance(const QString& eventset, QObject* listener, const QString& prefix)
+cNotificationInstance::cNotificationInstance(const QString& eventset, QObject* listener, const QString& prefix,
+                                             IEventForwarder* forwarder)
     : m_eventset(owned(eventset))
     , m_listener(listener)
     , m_prefix(owned(prefix))
     , m_guard(listener)
+    , m_forwarder(forwarder)
     , m_code(cCodeImage::codeOf(listener))
 {
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "services/cMethodCall.h"
 #include "version/FlatMap.h"
 #include "version/cCodeImage.h"
 
@@ -12,6 +13,16 @@
 
 #include <atomic>
 
+/// A listener that stands for those of another process: it is told of every event of a set, and sends it there.
+class IEventForwarder
+{
+public:
+    virtual void forward(const QString& eventset, const QString& event, const cMethodCall::Values& values) = 0;
+
+protected:
+    ~IEventForwarder() = default;
+};
+
 /**
  * One registration of a listener for an event set. Any thread may read it, and withdraw it.
  *
@@ -23,7 +34,8 @@ class cNotificationInstance : public QObject
     Q_OBJECT
 
 public:
-    cNotificationInstance(const QString& eventset, QObject* listener, const QString& prefix);
+    cNotificationInstance(const QString& eventset, QObject* listener, const QString& prefix,
+                          IEventForwarder* forwarder = nullptr);
 
     const QString& eventset() const { return m_eventset; }
     const QString& prefix() const { return m_prefix; }
@@ -33,6 +45,8 @@ public:
     QObject* target() const { return address() ? m_guard.data() : nullptr; }
     /// The listener, also when it is withdrawn; null when it is gone.
     const QPointer<QObject>& guard() const { return m_guard; }
+    /// The listener itself, when it is one that forwards; else null.
+    IEventForwarder* forwarder() const { return m_forwarder; }
     /// Where the code of the listener's class lies; see cCodeImage.
     const void* code() const { return m_code; }
 
@@ -43,6 +57,7 @@ private:
     std::atomic<QObject*> m_listener;
     const QString m_prefix;
     const QPointer<QObject> m_guard;
+    IEventForwarder* const m_forwarder;
     const void* const m_code;
 };
 

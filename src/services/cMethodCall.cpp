@@ -10,9 +10,13 @@
 #include <QtCore/QSharedPointer>
 #include <QtCore/QThread>
 
+#include <atomic>
 #include <cstring>
 
 namespace {
+
+std::atomic<bool> s_hasAnyFailed{false}; // so that calls in a process without such objects pay next to nothing
+thread_local bool s_hasFailed = false;
 
 bool answers(const QMetaMethod& method, const char* type)
 {
@@ -98,10 +102,24 @@ cMethodCall::cMethodCall(const QString& name, const Values& values) : m_values(v
     m_signature.append(")", 2);
 }
 
+void cMethodCall::failElsewhere()
+{
+    s_hasFailed = true;
+    s_hasAnyFailed.store(true, std::memory_order_relaxed);
+}
+
 bool cMethodCall::callDirectly(QObject* object, QGenericReturnArgument result) const
 {
     const int index = indexOf(object, m_signature.constData());
-    return index >= 0 && invoke(object, index, result, m_values);
+    if (s_hasAnyFailed.load(std::memory_order_relaxed))
+        s_hasFailed = false; // of a call that was not made from here
+    if (index < 0 || !invoke(object, index, result, m_values))
+        return false;
+    if (s_hasAnyFailed.load(std::memory_order_relaxed) && s_hasFailed) {
+        s_hasFailed = false;
+        throw FailedElsewhere();
+    }
+    return true;
 }
 
 QByteArray cMethodCall::resultType(const QObject* object) const

@@ -24,6 +24,15 @@ public:
     /// @p name is taken as Latin-1, other characters as '?'. The values must outlive the call.
     cMethodCall(const QString& name, const Values& values);
 
+    /// What callDirectly() throws when the method was there, and whoever makes the call elsewhere could not.
+    struct FailedElsewhere
+    {
+    };
+
+    /// For an object that stands for one of another process: the call that this thread makes has failed. It has told
+    /// why.
+    static void failElsewhere();
+
     /// Calls the method of @p object, at once and in this thread. What the method throws goes on to the caller.
     /// @return false when it has no such method for these types; @p result is then untouched.
     bool callDirectly(QObject* object, QGenericReturnArgument result) const;

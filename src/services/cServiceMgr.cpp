@@ -3,6 +3,7 @@
 #include <Norvale/Corvane.h>
 #include <Norvale/cJsonValue.h>
 
+#include "guard/cMainCall.h"
 #include "log/cFrameworkLog.h"
 #include "version/ForeignCode.h"
 #include "version/cCodeImage.h"
@@ -100,8 +101,11 @@ bool cServiceMgr::invoke(const QString& serviceId, const QString& method, QGener
     QObject* service = m_services.object(serviceId);
     const cMethodCall::Values values{val0, val1, val2, val3, val4, val5, val6, val7, val8, val9};
     try {
+        const cMainCall noted(service);
         if (service && cMethodCall(method, values).callDirectly(service, ret))
             return true;
+    } catch (const cMethodCall::FailedElsewhere&) {
+        return false;
     } catch (...) {
         logThrown(serviceId, method);
         return false;
@@ -147,15 +151,33 @@ void cServiceMgr::notify(const QString& eventset, const QString& event, QGeneric
                          QGenericArgument val2, QGenericArgument val3, QGenericArgument val4, QGenericArgument val5,
                          QGenericArgument val6, QGenericArgument val7, QGenericArgument val8, QGenericArgument val9)
 {
+    notifyFrom(nullptr, eventset, event, {val0, val1, val2, val3, val4, val5, val6, val7, val8, val9});
+}
+
+void cServiceMgr::notifyFrom(const IEventForwarder* origin, const QString& eventset, const QString& event,
+                             const cMethodCall::Values& values)
+{
     const cListenerRegistry::Records records = m_listeners.ofSet(eventset);
     if (records.isEmpty())
         return;
-    const cMethodCall::Values values{val0, val1, val2, val3, val4, val5, val6, val7, val8, val9};
     const cMethodCall call(event, values);
     for (auto record = records.crbegin(); record != records.crend(); ++record) {
-        if (QObject* listener = (*record)->target())
-            call.deliver(listener, (*record)->prefix(), m_log);
+        QObject* const listener = (*record)->target();
+        if (!listener)
+            continue;
+        if (IEventForwarder* const forwarder = (*record)->forwarder()) {
+            if (forwarder != origin)
+                forwarder->forward(eventset, event, values);
+            continue;
+        }
+        call.deliver(listener, (*record)->prefix(), m_log);
     }
+}
+
+void cServiceMgr::addForwarder(const QString& eventset, QObject* listener, IEventForwarder* forwarder)
+{
+    if (!m_isClosed)
+        m_listeners.add(cListenerRegistry::Record::create(eventset, listener, QString(), forwarder));
 }
 
 bool cServiceMgr::serviceExists(const QString& serviceId)

@@ -39,6 +39,13 @@ public:
     /// @return what they were, for the log.
     QStringList withdraw(const cCodeImage& image);
 
+    /// Has the events of a set forwarded, in the order of the listeners. @p listener is the object of @p forwarder; it
+    /// is removed with removeListener(), before it is destroyed.
+    void addForwarder(const QString& eventset, QObject* listener, IEventForwarder* forwarder);
+    /// As notify(), but does not send the event back to @p origin, from where it has come.
+    void notifyFrom(const IEventForwarder* origin, const QString& eventset, const QString& event,
+                    const cMethodCall::Values& values);
+
     void verifyAPI(const QString& service_id, const QString& version) override;
     void verifyAPI2(const QMetaObject* pMO, const QString& version) override;
     void registerService(QObject* pObject) override;

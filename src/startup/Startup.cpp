@@ -4,6 +4,8 @@
 #include "config/cUpdateMgr.h"
 #include "core/Files.h"
 #include "install/cInstallMgr.h"
+#include "isolation/cPluginHost.h"
+#include "isolation/cPluginProcesses.h"
 #include "log/cFrameworkLog.h"
 #include "plugins/cPluginMgr.h"
 #include "services/cServiceMgr.h"
@@ -35,9 +37,14 @@ cLog frameworkLog()
 
 bool createPluginMgr()
 {
+    if (s_managers.plugins)
+        return true;
+    s_managers.plugins = new (std::nothrow) cPluginMgr;
     if (!s_managers.plugins)
-        s_managers.plugins = new (std::nothrow) cPluginMgr;
-    return s_managers.plugins;
+        return false;
+    static cPluginProcesses processes;
+    s_managers.plugins->setProcesses(&processes);
+    return true;
 }
 
 bool createServiceMgr()
@@ -129,4 +136,18 @@ void Corvane::setLoadCategories(const QStringList& categories)
 {
     if (cPluginMgr* plugins = pluginMgrFor("setLoadCategories()"))
         plugins->setLoadCategories(categories);
+}
+
+/**
+ * What the program VPlugin does once it is told its plugin: it serves the suite at the other end of a connection until
+ * that ends. The program links no part of the library, and finds this function by its name.
+ *
+ * @param connection the end of the connection, as the system names it.
+ * @return the exit code of the process.
+ */
+extern "C" NORVALE_EXPORT int norvale_run_plugin(qintptr connection)
+{
+    // Never destroyed: what the plugin destroys when the process ends may still ask for the service manager.
+    static auto* const host = new cPluginHost(connection, &Corvane::initialize);
+    return host->run();
 }

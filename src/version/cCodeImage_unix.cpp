@@ -3,6 +3,7 @@
 #include <QtCore/QCoreApplication>
 #include <QtCore/QFile>
 
+#include <dlfcn.h>
 #include <link.h>
 
 namespace {
@@ -14,6 +15,22 @@ struct Search
     ElfW(Addr) end = 0;
     QByteArray path{}; // empty for the program
 };
+
+#ifdef DLFO_EH_SEGMENT_TYPE // of glibc, from 2.35 on
+
+/// The system keeps the images sorted.
+bool find(Search& search)
+{
+    dl_find_object image;
+    if (_dl_find_object(reinterpret_cast<void*>(search.address), &image) != 0)
+        return false;
+    search.begin = reinterpret_cast<ElfW(Addr)>(image.dlfo_map_start);
+    search.end = reinterpret_cast<ElfW(Addr)>(image.dlfo_map_end);
+    search.path = image.dlfo_link_map->l_name;
+    return true;
+}
+
+#else
 
 int look(dl_phdr_info* image, size_t, void* data)
 {
@@ -36,14 +53,25 @@ int look(dl_phdr_info* image, size_t, void* data)
     return 1;
 }
 
+bool find(Search& search)
+{
+    return dl_iterate_phdr(look, &search);
+}
+
+#endif
+
 } // namespace
 
 cCodeImage cCodeImage::around(const void* address)
 {
     Search search{reinterpret_cast<ElfW(Addr)>(address)};
-    if (!dl_iterate_phdr(look, &search))
+    if (!find(search))
         return cCodeImage();
-    const QString path =
-        search.path.isEmpty() ? QCoreApplication::applicationFilePath() : QFile::decodeName(search.path);
-    return {reinterpret_cast<const void*>(search.begin), reinterpret_cast<const void*>(search.end), path};
+    return {reinterpret_cast<const void*>(search.begin), reinterpret_cast<const void*>(search.end), search.path};
+}
+
+QString cCodeImage::path() const
+{
+    const bool isProgram = m_begin && m_file.isEmpty();
+    return isProgram ? QCoreApplication::applicationFilePath() : QFile::decodeName(m_file);
 }

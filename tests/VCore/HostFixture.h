@@ -114,7 +114,7 @@ public:
     bool serve(const QStringList& arguments = {})
     {
         prepareStart();
-        m_host->start(VCORE_PROGRAM, arguments);
+        Platform::start(*m_host, VCORE_PROGRAM, arguments);
         return isServing();
     }
 

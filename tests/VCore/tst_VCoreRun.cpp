@@ -158,7 +158,7 @@ private slots:
     void answersAClientThatWaitedForIt()
     {
         QProcess client;
-        client.start(VCORE_PROGRAM, {"--wait", "--call", "OnDemand", "name"});
+        Platform::start(client, VCORE_PROGRAM, {"--wait", "--call", "OnDemand", "name"});
         QVERIFY(!client.waitForFinished(200)); // without a host it waits on
         QVERIFY(m_fixture.serve());
         QCOMPARE(exitCodeOf(client), 0);

@@ -57,6 +57,8 @@ int Place::run(const QString& steps, const QString& faults) const
     child.setStandardOutputFile(m_folder + ".log");
     Platform::startAgain(child, {"child", m_folder, steps});
     child.waitForFinished(-1);
+    if (child.error() == QProcess::FailedToStart)
+        return -2;
     return child.exitStatus() == QProcess::CrashExit ? -1 : child.exitCode();
 }
 

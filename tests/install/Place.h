@@ -16,7 +16,8 @@ class Place
 public:
     explicit Place(const QString& folder) : m_folder(folder) {}
 
-    /// Runs this program as a child, which takes @p steps. @return its exit code; -1 when it was killed.
+    /// Runs this program as a child, which takes @p steps. @return its exit code; -1 when it was killed, -2 when
+    /// it did not start.
     int run(const QString& steps, const QString& faults = QString()) const;
 
     /// What the last child said, and its calls that change the disk.

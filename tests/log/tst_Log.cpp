@@ -4,6 +4,7 @@
 #include "SettingsSandbox.h"
 
 #include "log/cFrameworkLog.h"
+#include "log/cLastLines.h"
 
 #include <functional>
 #include <memory>
@@ -44,6 +45,7 @@ private slots:
     void switches();
     void files();
     void history();
+    void lastLines();
     void hooks();
     void throwingHook();
     void threadsWriteWholeLinesInOrder();
@@ -223,6 +225,30 @@ void tst_Log::history()
     QCOMPARE(entries.last().channel, "history");
     QVERIFY(entries.first().time <= entries.last().time);
     QVERIFY(entries.first().time.secsTo(QDateTime::currentDateTime()) < 60);
+}
+
+/// They are kept with no sink open, on one line each; where one is cut no character is cut in two.
+void tst_Log::lastLines()
+{
+    static QStringList kept;
+    const auto take = [](const char* text, int length) {
+        const QByteArray line(text, length);
+        kept.append(QString::fromUtf8(line.mid(line.indexOf("):") + 2)));
+        QCOMPARE(QString::fromUtf8(line).toUtf8(), line);
+    };
+    const cLog log = cLogCentral::log("lastLines");
+    log.info() << "before" << Qt::endl;
+    cLastLines::instance().keep();
+    for (int i = 0; i < cLastLines::Count; ++i)
+        log.info() << i << Qt::endl;
+    log.info().noquote() << "two\nlines" << Qt::endl;
+    log.info().noquote() << QString::fromUtf8("x") + QString(10000, QChar(0xe9)) << Qt::endl;
+    cLastLines::instance().forEach(take);
+    QCOMPARE(kept.size(), int(cLastLines::Count));
+    QCOMPARE(kept.first(), "2 ");
+    QCOMPARE(kept.at(cLastLines::Count - 2), "two\\nlines ");
+    QVERIFY(kept.last().startsWith(QString::fromUtf8("xéé")));
+    QVERIFY(kept.last().toUtf8().size() < cLastLines::LongestLine);
 }
 
 /// They are called in the order of their addresses; one that is called may remove others, and destroy itself.

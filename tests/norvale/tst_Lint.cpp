@@ -63,6 +63,7 @@ private slots:
         row("other runtime", m, "'13'", "'12'", 2, "manifest-bad-runtime-api");
         row("api no number", m, "'13'", "'13' api_version='x'", 2, "manifest-bad-number");
         row("autoload True", m, "'13'", "'13' autoload='True'", 2, "manifest-bad-autoload");
+        row("isolated yes", m, "'13'", "'13' isolated='yes'", 2, "manifest-bad-isolated");
         row("no library", m, "<library filename='A' function='f'/>", "", 2, "manifest-no-library");
         row("no function", m, "function='f'", "", 3, "manifest-bad-library");
         row("no JSON", m, "{}", "{", 3, "manifest-bad-params");

@@ -12,7 +12,7 @@ execute_process(COMMAND dpkg-deb --field "${package}" Depends OUTPUT_VARIABLE de
 if(NOT result EQUAL 0 OR NOT depends MATCHES "qtbase5-dev" OR NOT depends MATCHES "libqt5core5a \\(>= 5\\.15" OR NOT depends MATCHES "zlib1g")
     message(FATAL_ERROR "the package depends on: ${depends}")
 endif()
-foreach(file bin/VCore bin/norvale include/Norvale/Corvane.h share/doc/norvale/copyright)
+foreach(file bin/VCore bin/VPlugin bin/norvale include/Norvale/Corvane.h share/doc/norvale/copyright)
     if(NOT EXISTS "${UNPACKED}/usr/${file}")
         message(FATAL_ERROR "the package lacks /usr/${file}")
     endif()

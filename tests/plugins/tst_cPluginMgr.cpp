@@ -161,6 +161,7 @@ public slots:
             QCOMPARE(file.write("x"), 1);
         QVERIFY(file.setFileTime(QDateTime(QDate(2001, 1, 1), QTime()), QFile::FileModificationTime));
     }
+    void without(QString plugins) { manager.leaveOut(plugins.split(' ', Qt::SkipEmptyParts)); }
     void uninstall(QString name) { names.removeOne(name); }
     void removeManifest(QString name) { QVERIFY(QFile::remove(folderOf(name) + "/Manifest.xml")); }
     void events(QString) { QCoreApplication::processEvents(); }
@@ -182,6 +183,11 @@ public slots:
     {
         write(folderOf(name) + "/ts/strings_xx_XX.qm", "\x3c\xb8\x64\x18");
         sandbox.setMachineValue("ConfigMgr/Locale", "xx_XX");
+    }
+    void leftOut(QString)
+    {
+        for (const cPluginInfo& info : manager.plugins())
+            note(info.name + ": " + info.leftOut);
     }
     /// The publications, and of each plugin its place in the order, its state, and a mark when its folder is searched.
     void list(QString)
@@ -351,6 +357,34 @@ private slots:
             {"manifest of B", "declared twice", "would not start as they are", "B-1.00.000 is not loaded",
              "D-1.00.000 is not loaded"},
             "start A, started, no B, no D, start C, C there");
+        const QStringList suite{"A plain auto needs:B", "B plain in:b needs:X gives:b", "C plain auto", "X <m>",
+                                "ZentraSettings plain auto gives:s"};
+        row("what is left out takes what depends on it along", suite,
+            {"without X Unknown", "categories b", "discover", "list", "start", "leftOut", "load A", "load X", "serve b",
+             "list", "outcome"},
+            {"w plugin \"Unknown\" cannot be left out: it is not installed", "i A-1.00.000 does not take part",
+             "\"A\" is not loaded: depends on \"X\", which is left out (A -> B -> X)", "\"X\" is not loaded: left out",
+             "\"B\" is not loaded: depends on \"X\", which is left out (B -> X)"},
+            "discovered, 1 A:0:Registered B:0:Registered C:1:Ordered X:0:Registered ZentraSettings:2:Ordered , "
+            "start ZentraSettings, start C, started, A: depends on \"X\", which is left out (A -> B -> X), "
+            "B: depends on \"X\", which is left out (B -> X), C: , X: left out, ZentraSettings: , "
+            "no A, no X, no b, "
+            "3 A:0:Registered B:0:Registered C:1:Started* X:0:Registered ZentraSettings:2:Started* , "
+            "outcome 1 with 0 reasons");
+        row("what is left out is another time taken in again", suite,
+            {"without ZentraSettings C", "start", "put X plain", "without", "start", "load C"},
+            {"the manifest of X-1.00.000 is faulty"},
+            "not started, start ZentraSettings, start X, start B, start A, start C, started, C there");
+        row("a service of what is left out may be declared by another", {"A plain gives:s", "B plain gives:s"},
+            {"without A", "start", "serve s"}, {}, "started, start B, s there");
+        QStringList circle;
+        for (int i = 0; i < 30; ++i)
+            circle.append(QString("P%1 plain auto needs:P%2").arg(i).arg((i + 1) % 30));
+        row("a circle is left out whole", circle, {"without P29", "start", "load P0"},
+            {"\"P0\" is not loaded: depends on \"P29\", which is left out (P0 -> P1 -> P2 -> P3 -> P4 -> P5 -> P6 -> "
+             "P7 -> ... -> P22 -> P23 -> P24 -> P25 -> P26 -> P27 -> P28 "
+             "-> P29)"},
+            "started, no P0");
         QStringList chain; // of which only the last one has a library
         for (int i = 0; i < 1000; ++i)
             chain.append(QString("%1 <m><plugin runtime_api_version='13'> needs:%2 </plugin></m>").arg(i).arg(i + 1));

@@ -27,6 +27,9 @@ void startInterruptible(QProcess& process, const QString& program, const QString
 /// Asks @p process, which was started so, to end, as a user does.
 void interrupt(QProcess& process);
 
+/// Whether a process with that id runs.
+bool isRunning(qint64 process);
+
 /// Starts a program on a terminal. Its standard output is what is drawn. @return false when no terminal is to be had.
 bool startOnTerminal(QProcess& process, const QString& program, const QStringList& arguments);
 

@@ -18,6 +18,13 @@ void Platform::startAgain(QProcess& process, const QStringList& arguments)
     process.start(QCoreApplication::applicationFilePath(), arguments);
 }
 
+// One that has ended, and that nobody has asked after, has no command line any more.
+bool Platform::isRunning(qint64 process)
+{
+    QFile line(QStringLiteral("/proc/%1/cmdline").arg(process));
+    return line.open(QFile::ReadOnly) && !line.readAll().isEmpty();
+}
+
 void Platform::loadFaults() {}
 
 void Platform::startInterruptible(QProcess& process, const QString& program, const QStringList& arguments)

@@ -9,6 +9,25 @@
 #include <atomic>
 #include <thread>
 
+/// On a busy machine Wine refuses one of some thousand starts, for no reason of the program's.
+static void startPatiently(QProcess& process, const QString& program, const QStringList& arguments)
+{
+    for (int tries = 0; tries < 3; ++tries) {
+        process.start(program, arguments);
+        if (process.error() != QProcess::FailedToStart)
+            return;
+    }
+}
+
+bool Platform::isRunning(qint64 process)
+{
+    const HANDLE handle = OpenProcess(SYNCHRONIZE, FALSE, DWORD(process));
+    const bool isRunning = handle && WaitForSingleObject(handle, 0) == WAIT_TIMEOUT;
+    if (handle)
+        CloseHandle(handle);
+    return isRunning;
+}
+
 bool Platform::isAborted(const QProcess& process)
 {
     return process.exitStatus() == QProcess::CrashExit || process.exitCode() == 3; // the runtime's abort()
@@ -17,9 +36,9 @@ bool Platform::isAborted(const QProcess& process)
 void Platform::start(QProcess& process, const QString& program, const QStringList& arguments)
 {
     if (process.processEnvironment().contains(QStringLiteral("FILE_FAULTS")))
-        process.start(QStringLiteral(WITH_FAULTS), QStringList(program) + arguments);
+        startPatiently(process, QStringLiteral(WITH_FAULTS), QStringList(program) + arguments);
     else
-        process.start(program, arguments);
+        startPatiently(process, program, arguments);
 }
 
 void Platform::startAgain(QProcess& process, const QStringList& arguments)
@@ -29,7 +48,7 @@ void Platform::startAgain(QProcess& process, const QStringList& arguments)
         started->flags &= ~DWORD(CREATE_NO_WINDOW);
         started->flags |= DETACHED_PROCESS;
     });
-    process.start(QCoreApplication::applicationFilePath(), arguments);
+    startPatiently(process, QCoreApplication::applicationFilePath(), arguments);
 }
 
 void Platform::loadFaults()

@@ -1,5 +1,6 @@
 #include "commands/Commands.h"
 #include "Diagnostics.h"
+#include "common/Terminal.h"
 #include "updates/UpdateSession.h"
 
 #include <Norvale/Corvane.h>
@@ -26,6 +27,19 @@ ExitCode cLogOption::open(void (*show)()) const
 void addJsonFlag(cSyntax& syntax, bool* target)
 {
     syntax.add("--json", target, "Print JSON instead of text. With --call the ARGs are JSON, too.");
+}
+
+bool readTimeout(const QString& seconds, int* milliseconds)
+{
+    constexpr double Longest = 86400;
+    bool isNumber = false;
+    const double number = seconds.toDouble(&isNumber);
+    if (isNumber && number > 0 && number <= Longest) {
+        *milliseconds = int(number * 1000);
+        return true;
+    }
+    Terminal::reason(QStringLiteral("--timeout takes seconds, more than 0 and at most %1").arg(Longest));
+    return false;
 }
 
 ExitCode initialiseFramework()

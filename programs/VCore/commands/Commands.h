@@ -5,7 +5,16 @@
 class cChangeLock;
 class cProgram;
 
-/// Adds the commands around the running host: --run, which is done when no command is given, --list, --send, --call.
+/// Adds --run, which is done when no command is given, --disable and --enable.
+void addRunCommands(cProgram& program);
+
+/// Adds --bisect.
+void addBisectCommand(cProgram& program);
+
+/// Adds --report.
+void addReportCommand(cProgram& program);
+
+/// Adds the commands around the running host: --list, --send, --call.
 void addHostCommands(cProgram& program);
 
 /// Adds --check, --update and --update-sites.
@@ -17,6 +26,9 @@ void addInstallCommands(cProgram& program);
 /// Adds --verify and --repair.
 void addVerifyCommands(cProgram& program);
 
+/// As many words as a command takes whose words are a list.
+constexpr int ManyWords = 1000;
+
 /// The option --log of several commands.
 class cLogOption
 {
@@ -27,12 +39,18 @@ public:
     /// @p show is Diagnostics::showLog or Diagnostics::showReasons.
     [[nodiscard]] ExitCode open(void (*show)()) const;
 
+    /// The log file; empty when none is named.
+    const QString& path() const { return m_path; }
+
 private:
     QString m_path;
 };
 
 /// Adds the option --json of several commands.
 void addJsonFlag(cSyntax& syntax, bool* target);
+
+/// Reads @p seconds, what the option --timeout has been given; says what is wrong with it.
+[[nodiscard]] bool readTimeout(const QString& seconds, int* milliseconds);
 
 /// Initialises the framework; says so when that fails.
 [[nodiscard]] ExitCode initialiseFramework();

@@ -1,10 +1,10 @@
-// The commands around the running host: to be it, to list it, and to speak to it.
+// The commands around the running host: to list it, and to speak to it.
 #include "Diagnostics.h"
 #include "HostInterface.h"
-#include "cHostRun.h"
 #include "commands/Commands.h"
 #include "common/Terminal.h"
 #include "common/cProgram.h"
+#include "guard/PluginChoice.h"
 #include "wire/WireText.h"
 #include "wire/cHostAddress.h"
 #include "wire/cHostClient.h"
@@ -34,58 +34,17 @@ ExitCode codeOf(cHostClient::Outcome outcome, const cHostClient& client)
     return endWith(ExitCode::ConnectionLost, client.errorString());
 }
 
-/// Starts the suite, serves it until it is asked to stop, and stops it.
-class cRunCommand : public cCommand
-{
-public:
-    void describe(cSyntax& syntax) override
-    {
-        syntax.call("--run", "Start the suite and serve it until Ctrl+C, SIGTERM or a client's QUIT; this is what "
-                             "is done when no other command is given.");
-        syntax.add("--categories", &m_categories,
-                   "Load the plugins of these load categories, in this order, beside what loads anyway.", "a,b");
-        m_log.addTo(syntax);
-        syntax.add("--trace", &m_tracePath, "Write a Chrome trace of start-up and stop to FILE when the run ends.",
-                   "FILE");
-    }
-
-    ExitCode run() override
-    {
-        const ExitCode code = m_log.open(Diagnostics::showLog);
-        return code == ExitCode::Ok ? cHostRun(categories(), m_tracePath).run() : code;
-    }
-
-private:
-    QStringList categories() const
-    {
-        QStringList names;
-        for (const QString& name : m_categories.split(QLatin1Char(','))) {
-            if (!name.trimmed().isEmpty())
-                names.append(name.trimmed());
-        }
-        return names;
-    }
-
-    cLogOption m_log;
-    QString m_categories;
-    QString m_tracePath;
-};
-
 /// What the commands have in common that ask the running host.
 class cAskingCommand : public cCommand
 {
 public:
     ExitCode run() final
     {
-        constexpr double LongestSeconds = 86400;
-        bool isNumber = false;
-        const double seconds = m_timeout.toDouble(&isNumber);
-        if (isNumber && seconds > 0 && seconds <= LongestSeconds) {
-            cHostClient client(int(seconds * 1000));
-            return ask(client);
-        }
-        return endWith(ExitCode::Usage,
-                       QStringLiteral("--timeout takes seconds, more than 0 and at most %1").arg(LongestSeconds));
+        int milliseconds = 0;
+        if (!readTimeout(m_timeout, &milliseconds))
+            return ExitCode::Usage;
+        cHostClient client(milliseconds);
+        return ask(client);
     }
 
 protected:
@@ -94,7 +53,10 @@ protected:
 
     void addTimeout(cSyntax& syntax)
     {
-        syntax.add("--timeout", &m_timeout, "Wait so long for the running host.", "SECONDS");
+        syntax.add("--timeout", &m_timeout,
+                   "Wait so long for the running host; with --bisect for the start, the command and the stop each, "
+                   "60 unless given.",
+                   "SECONDS");
     }
 
     void addWaiting(cSyntax& syntax)
@@ -149,6 +111,7 @@ protected:
         if (code != ExitCode::Ok)
             return code;
         report.insert(QStringLiteral("running"), isRunning);
+        report.insert(QStringLiteral("disabled"), QJsonArray::fromStringList(PluginChoice::disabled()));
         if (m_isJson)
             Terminal::answerJson(QString::fromUtf8(WireText::write(report)));
         else
@@ -162,6 +125,7 @@ private:
         const ExitCode code = initialiseFramework();
         if (code != ExitCode::Ok)
             return code;
+        IPluginMgr::instance()->leaveOut(PluginChoice::disabled());
         IPluginMgr::instance()->discover(); // what is faulty is logged, and shown with what is known
         *report = SuiteReport::collect();
         return ExitCode::Ok;
@@ -290,7 +254,6 @@ private:
 
 void addHostCommands(cProgram& program)
 {
-    program.add(std::make_unique<cRunCommand>());
     program.add(std::make_unique<cListCommand>());
     program.add(std::make_unique<cSendCommand>());
     program.add(std::make_unique<cCallCommand>());

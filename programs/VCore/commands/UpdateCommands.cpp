@@ -13,8 +13,6 @@
 
 namespace {
 
-constexpr int ManyWords = 1000;
-
 /// Asks the update sites for a newer version and shows what they have.
 class cCheckCommand : public cCommand
 {

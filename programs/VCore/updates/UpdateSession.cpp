@@ -5,6 +5,7 @@
 
 #include <Norvale/Corvane.h>
 #include <Norvale/IConfigMgr.h>
+#include <Norvale/IInstallMgr.h>
 #include <Norvale/IPluginMgr.h>
 #include <Norvale/cJsonValue.h>
 #include <Norvale/cVersion.h>
@@ -88,6 +89,15 @@ ExitCode cChangeLock::takeForInstalling()
         return code;
     return take(&m_host, cHostAddress::ofThisInstallation().lockPath(), ExitCode::HostRunning,
                 QStringLiteral("a host of this installation is running: "));
+}
+
+bool installWaiting(bool isQuiet)
+{
+    const cInstallReport report(QStringLiteral("Installing"), isQuiet);
+    const bool ok = IInstallMgr::installDropbox();
+    if (!ok)
+        Terminal::reason(QStringLiteral("not all that waits could be installed; the log lines above tell why"));
+    return ok;
 }
 
 cUpdateSession::cUpdateSession()

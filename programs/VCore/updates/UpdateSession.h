@@ -30,6 +30,11 @@ private:
     cHostLock m_update;
 };
 
+/// Installs what an update has fetched, and finishes what a killed run left unfinished, as before every start; what is
+/// done is told, unless @p isQuiet. The caller holds a cChangeLock. @return false when not all could be installed,
+/// which has been said: also then a whole set of plugins is installed, so the suite starts.
+bool installWaiting(bool isQuiet = false);
+
 /// One check or update of this process: it shows the progress, and a stop signal cancels it. The framework must have
 /// been initialised.
 class cUpdateSession

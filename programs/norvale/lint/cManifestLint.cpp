@@ -40,6 +40,7 @@ Rule ruleOf(QStringView name)
         {u"name", Rule::ManifestBadName},
         {u"version", Rule::ManifestBadVersion},
         {u"autoload", Rule::ManifestBadAutoload},
+        {u"isolated", Rule::ManifestBadIsolated},
         {u"api_version", Rule::ManifestBadNumber},
         {u"runtime_api_version", Rule::ManifestBadRuntimeApi},
         {u"filename", Rule::ManifestBadLibrary},

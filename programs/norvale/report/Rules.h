@@ -20,6 +20,7 @@ enum class Severity { Error, Warning };
       "runtime_api_version is the framework's, or no suite starts")                                                    \
     X(ManifestBadNumber, "manifest-bad-number", Warning, "api_version is a number")                                    \
     X(ManifestBadAutoload, "manifest-bad-autoload", Warning, "autoload is exactly true or false")                      \
+    X(ManifestBadIsolated, "manifest-bad-isolated", Warning, "isolated is exactly true or false")                      \
     X(ManifestNoLibrary, "manifest-no-library", Warning, "a plugin names a library, or it cannot be loaded")           \
     X(ManifestBadLibrary, "manifest-bad-library", Error, "a library has a filename and a function")                    \
     X(ManifestLibraryMissing, "manifest-library-missing", Error, "the library lies beside the manifest")               \

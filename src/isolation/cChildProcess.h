@@ -1,0 +1,32 @@
+#pragma once
+
+#include <QtCore/QProcess>
+
+/**
+ * A child process that is handed the end of a connection, and that the system ends with this process, however that
+ * ends. Started in the main thread only.
+ */
+class cChildProcess : public QProcess
+{
+public:
+    /// The environment variable that tells the child its end, as a number.
+    static constexpr char EndVariable[] = "NORVALE_PLUGIN_CONNECTION";
+
+    cChildProcess() = default;
+    ~cChildProcess() override;
+
+    /// Starts @p program with @p end, which stays the caller's. @return false with the reason in errorString().
+    bool startWith(qintptr end, const QString& program, const QStringList& arguments);
+
+    /// How a process that is no longer there has ended: "SIGSEGV", "exit code 3", "exception 0xC0000005".
+    QString causeOfEnd() const;
+
+protected:
+    void setupChildProcess() override;
+
+private:
+    void tieToThisProcess();
+
+    qintptr m_end = -1;
+    void* m_job = nullptr; // on Windows
+};

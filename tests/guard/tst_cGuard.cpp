@@ -1,0 +1,343 @@
+#include "ChildRun.h"
+#include "Files.h"
+#include "Rows.h"
+#include "SettingsSandbox.h"
+
+#include "guard/cGuardFile.h"
+#include "plugins/cPluginMgr.h"
+#include "services/cServiceMgr.h"
+
+#include <Norvale/Corvane.h>
+#include <Norvale/cLogCentral.h>
+
+#include <cstdio>
+#include <memory>
+
+/// Runs of a suite, each a process of its own, that its plugin B breaks; C needs B, which needs A; D is loaded on
+/// request. What each run knows of the one before is one text.
+class tst_cGuard : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void init();
+    void tellsTheLastRun_data();
+    void tellsTheLastRun();
+    void tellsWhatHangs_data();
+    void tellsWhatHangs();
+    void doesWithoutFile_data();
+    void doesWithoutFile();
+    void leavesOthersAlone();
+    void knowsTheStartOfTheMachine();
+
+private:
+    void begin(QProcess& process, const QString& run) const;
+    Ended end(QProcess& process) const;
+    Ended take(const QString& run) const;
+    static QString last(const Ended& run) { return run.output.section('\n', 0, 0).trimmed(); }
+
+    SettingsSandbox m_sandbox;
+    QString m_file;
+};
+
+void tst_cGuard::initTestCase()
+{
+    m_sandbox.setInstallDir(m_sandbox.path());
+    Corvane::initializeFolderOrFile();
+    m_file = cGuardFile::pathFor(Corvane::velmiraFolderOrFile(Corvane::DataFolder),
+                                 Corvane::velmiraFolderOrFile(Corvane::CoreFolder));
+    const QString suffix = cPluginInstance::LibrarySuffix;
+    for (const QString plugin : {"A sound", "B faulty", "C sound", "D faulty"}) {
+        const QString name = plugin.section(' ', 0, 0), library = plugin.section(' ', 1);
+        const QString folder = m_sandbox.path() + "/plugins/" + name + "-1.00.000/";
+        const QString needed = name == "B" ? "A" : name == "C" ? "B" : "";
+        const QString manifest = "<m><plugin runtime_api_version='13' autoload='%1'><start><library filename='%2' "
+                                 "function='create'/></start>"
+                                 "<dependencies>%3</dependencies></plugin></m>";
+        const QString dependency = needed.isEmpty() ? needed : QString("<dependency>%1</dependency>").arg(needed);
+        writeFile(folder + "Manifest.xml", manifest.arg(name == "D" ? "false" : "true", library, dependency).toUtf8());
+        QVERIFY(QFile::copy(FAULTY_DIR "/" + library + suffix, folder + library + suffix));
+    }
+}
+
+void tst_cGuard::init()
+{
+    QDir(Corvane::velmiraFolderOrFile(Corvane::DataFolder)).removeRecursively();
+}
+
+/// "FAULTS; STEPS" of a child, which takes the steps as runChild() says.
+void tst_cGuard::begin(QProcess& process, const QString& run) const
+{
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert("FAULTS", run.section("; ", 0, 0));
+    process.setProcessEnvironment(environment);
+    process.start(QCoreApplication::applicationFilePath(), {"child", run.section("; ", 1)});
+}
+
+Ended tst_cGuard::end(QProcess& process) const
+{
+    const int code = exitCodeOf(process);
+    return {code, Platform::consoleText(process.readAllStandardOutput()),
+            Platform::consoleText(process.readAllStandardError())};
+}
+
+Ended tst_cGuard::take(const QString& run) const
+{
+    QProcess process;
+    begin(process, run);
+    if (run.endsWith("idle")) {
+        while (!process.readAllStandardOutput().contains("idle"))
+            process.waitForReadyRead();
+        process.kill();
+    }
+    return end(process);
+}
+
+void tst_cGuard::tellsTheLastRun_data()
+{
+    const Rows<QStringList, QStringList> row("runs", "told");
+    const QString nothing = "nothing", start = "B start segv; start";
+    row("none before", {"; start, stop", "; start, stop"}, {nothing, nothing});
+    row("in each step", {"load segv; start", "B start abort; start", "B stop segv; start, stop", "; start"},
+        {nothing, "B load unknown 1", "B start unknown 1", "B stop unknown 1"});
+    row("an end in the midst", {"B start exit; start", "; start"}, {nothing, "B start unknown 1"});
+    row("what the framework catches", {"B start throw; start, stop", "; start"}, {nothing, nothing});
+    row("with reports", {"B start abort; reports, start", "; last"}, {nothing, "B start SIGABRT 1 report"});
+    row("a service call",
+        {"call abort; reports, start, call", "call abort; reports, start, call", "; start, stop", "; last"},
+        {nothing, "B running SIGABRT 1 report", "B running SIGABRT 2 report", nothing});
+    row("looking takes nothing", {start, "; last", "; last", "; start, stop", "; last"},
+        {nothing, "B start unknown 1", "B start unknown 1", "B start unknown 1", nothing});
+    row("in a row", {start, start, "; without B, start, stop", start, "; start, stop", start, "; last"},
+        {nothing, "B start unknown 1", "B start unknown 2", nothing, "B start unknown 3", nothing,
+         "B start unknown 1"});
+    row("another plugin", {start, "B start D, D start segv; start", start, "; last"},
+        {nothing, "B start unknown 1", "D start unknown 1", "B start unknown 1"});
+    row("back from a plugin inside", {"B start D, B start segv; start", "; last"}, {nothing, "B start unknown 1"});
+    row("killed while idle", {"; start, idle", "; start, idle", "; last"}, {nothing, nothing, nothing});
+    row("not stopped", {"; start", "; last"}, {nothing, nothing});
+    row("switched off", {"B start segv; off, start", start, "; off, start", "; last"},
+        {nothing, nothing, nothing, "B start unknown 1"});
+}
+
+void tst_cGuard::tellsTheLastRun()
+{
+    QFETCH(QStringList, runs);
+    QFETCH(QStringList, told);
+    QStringList answers, logged;
+    for (const QString& run : runs) {
+        const Ended ended = take(run);
+        answers.append(run.endsWith("idle") ? "nothing" : last(ended));
+        const bool isLogged = ended.reasons.contains("the last run ended");
+        logged.append(
+            isLogged == (told.value(answers.size() - 1) != "nothing" && run.contains("start") && !run.contains("off"))
+                ? ""
+                : run);
+    }
+    QCOMPARE(answers, told);
+    QCOMPARE(logged.join(""), QString());
+}
+
+void tst_cGuard::tellsWhatHangs_data()
+{
+    const Rows<QString, QString, QString> row("run", "line", "told");
+    row("ended by the host's wish", "B start hang; seconds 1, end, start",
+        "B-1.00.000 hangs: its start has not ended for 1 s; the process is ended", "B start hung 1");
+    row("with a report", "B stop hang; seconds 1, end, reports, start, stop", "B-1.00.000 hangs: its stop",
+        "B stop hung 1 report");
+    row("goes on", "load slow; seconds 1, start, stop", "B-1.00.000 hangs no longer: the loading of its library",
+        "nothing");
+    row("inside another", "B start D, D start hang; seconds 1, end, start", "D-1.00.000 hangs: its start",
+        "D start hung 1");
+    row("a call", "call hang; seconds 1, end, start, call", "B-1.00.000 hangs: a call of its service",
+        "B running hung 1");
+    row("a call that goes on", "call slow; seconds 1, start, call", "B-1.00.000 hangs: a call of its service",
+        "nothing");
+    row("a call that waits for events", "call loop; seconds 1, start, call", "", "nothing");
+    row("never", "B start slow; seconds 0, end, start, stop", "", "nothing");
+}
+
+void tst_cGuard::tellsWhatHangs()
+{
+    const auto [run, line] = cells<QString, QString>("run", "line");
+    const Ended ended = take(run);
+    QVERIFY2(ended.reasons.contains(line.isEmpty() ? "started C" : line), qPrintable(ended.reasons));
+    QCOMPARE(ended.reasons.contains(" hangs: "), !line.isEmpty());
+    QTEST(last(take("; last")), "told");
+}
+
+void tst_cGuard::doesWithoutFile_data()
+{
+    const Rows<QString, QString> row("damage", "line");
+    row("cut", "cut", "");
+    row("longer", "longer", "");
+    row("empty", "empty", "");
+    row("another magic", "magic", "");
+    row("no end of a text", "text", "");
+    row("a step that there is not", "step", "");
+    row("no plugin", "plugin", "");
+    row("a folder", "folder", "it is no file");
+    row("no data folder", "data", "a crash of this run will not be told");
+}
+
+/// What the file says after a crash is lost; the runs after that are as ever, or go on without one.
+void tst_cGuard::doesWithoutFile()
+{
+    const auto [damage, line] = cells<QString, QString>("damage", "line");
+    take("B start segv; start");
+    QByteArray bytes = readFile(m_file);
+    QCOMPARE(bytes.size(), int(sizeof(cGuardSlot)));
+    auto* const slot = reinterpret_cast<cGuardSlot*>(bytes.data());
+    if (damage == "magic")
+        slot->magic[7] = '2';
+    else if (damage == "text")
+        std::fill(std::begin(slot->plugin), std::end(slot->plugin), 'B');
+    else if (damage == "step")
+        slot->step = 5;
+    else if (damage == "plugin")
+        slot->plugin[0] = '\0';
+    else if (damage == "longer")
+        bytes.append('x');
+    else
+        bytes.truncate(damage == "cut" ? bytes.size() - 1 : 0);
+    writeFile(m_file, bytes);
+    const QString folder = Corvane::velmiraFolderOrFile(Corvane::DataFolder);
+    if (damage == "folder") {
+        QVERIFY(QFile::remove(m_file));
+        QVERIFY(QDir().mkpath(m_file));
+    } else if (damage == "data") {
+        QVERIFY(QDir(folder).removeRecursively());
+        writeFile(folder, "");
+    }
+    const Ended ended = take("; start, stop");
+    QCOMPARE(last(ended), QString("nothing"));
+    QVERIFY(ended.reasons.contains("started C"));
+    QVERIFY(ended.reasons.contains(line));
+    QCOMPARE(ended.reasons.contains("will not be told"), !line.isEmpty());
+    take("B start segv; start");
+    QCOMPARE(last(take("; last")), QString(line.isEmpty() ? "B start unknown 1" : "nothing"));
+    QFile::remove(folder);
+}
+
+/// While a process guards, others neither take its step for that of a run that has ended nor write over it.
+void tst_cGuard::leavesOthersAlone()
+{
+    QProcess guarding;
+    begin(guarding, "B start hang; start");
+    guarding.setReadChannel(QProcess::StandardError);
+    while (!guarding.readAllStandardError().contains("started A"))
+        QVERIFY(guarding.waitForReadyRead());
+    QCOMPARE(last(take("; last")), QString("nothing"));
+    const Ended other = take("B stop segv; start, stop");
+    QCOMPARE(last(other), QString("nothing"));
+    QVERIFY(other.reasons.contains("another process has it"));
+    guarding.kill();
+    end(guarding);
+    QCOMPARE(last(take("; last")), QString("B start unknown 1"));
+}
+
+/// A step that the disk had before a power cut may have ended since.
+void tst_cGuard::knowsTheStartOfTheMachine()
+{
+    take("B start segv; start");
+    QByteArray bytes = readFile(m_file);
+    auto* const slot = reinterpret_cast<cGuardSlot*>(bytes.data());
+    slot->boot[0] = slot->boot[0] == '1' ? '2' : '1';
+    writeFile(m_file, bytes);
+    QCOMPARE(last(take("; last")), QString("nothing"));
+    slot->end = cGuardSlot::Crashed;
+    writeFile(m_file, bytes);
+    QVERIFY(last(take("; last")).startsWith("B start "));
+    take("; start, stop");
+    QCOMPARE(last(take("; last")), QString("nothing"));
+}
+
+/// The installed plugins of a child.
+class cPluginsABCD : public IInstalledPlugins
+{
+public:
+    explicit cPluginsABCD(cPluginMgr& manager) : m_manager(manager) {}
+    bool publishInstalledPlugins() override
+    {
+        m_manager.clearAllowed();
+        for (const char* name : {"A", "B", "C", "D"})
+            m_manager.registerPlugin({name, cVersion("1.0.0")});
+        return true;
+    }
+    bool isFeatureInstalled(const QString&) const override { return true; }
+    QString publicationError() const override { return QString(); }
+    bool isInDevelopment(const cPluginId&) const override { return false; }
+
+private:
+    cPluginMgr& m_manager;
+};
+
+static QString textOf(const cPluginFailure& failure)
+{
+    const char* const steps[] = {"none", "load", "start", "stop", "running"};
+    if (failure.step == cPluginFailure::None)
+        return "nothing";
+    const QString end = failure.end == cPluginFailure::Crashed ? failure.cause
+                        : failure.end == cPluginFailure::Hung  ? "hung"
+                                                               : "unknown";
+    return QString("%1 %2 %3 %4").arg(failure.plugin, steps[failure.step], end).arg(failure.inARow) +
+           (QFileInfo(failure.report).isFile() ? " report" : "");
+}
+
+static int runChild(const QStringList& steps)
+{
+    QCoreApplication::setOrganizationName("NorvaleTests"); // as the sandbox has it
+    QCoreApplication::setApplicationName("Fixture");
+    cLogCentral::setDebuggerOutput(true);
+    Corvane::initializeFolderOrFile();
+    cServiceMgr services;
+    cPluginMgr manager;
+    cPluginsABCD plugins(manager);
+    manager.setInstalledPlugins(&plugins);
+    manager.setServiceMgr(&services);
+    QCoreApplication::instance()->setProperty("pluginMgr", QVariant::fromValue<QObject*>(&manager));
+    QCoreApplication::instance()->setProperty("serviceMgr", QVariant::fromValue<QObject*>(&services));
+    cGuardOptions options;
+    const auto say = [](const QString& text) {
+        std::puts(qPrintable(text));
+        std::fflush(stdout);
+    };
+    for (const QString& step : steps) {
+        options.isOn = options.isOn && step != "off";
+        options.writesReports = options.writesReports || step == "reports";
+        options.endsHungProcess = options.endsHungProcess || step == "end";
+        if (step.startsWith("seconds "))
+            options.hangSeconds = step.section(' ', 1).toInt();
+        manager.setGuard(options);
+        if (step.startsWith("without "))
+            manager.leaveOut({step.section(' ', 1)});
+        else if (step == "last" || step == "start")
+            say(textOf(manager.lastFailure()));
+        if (step == "start" && !manager.StartNormal())
+            return 97;
+        else if (step == "start")
+            say(textOf(manager.lastFailure()));
+        else if (step == "stop")
+            manager.StopNormal();
+        else if (step == "call")
+            static_cast<IServiceMgr&>(services).invoke("faulty", "call");
+        else if (step == "idle")
+            say("idle");
+        while (step == "idle")
+            QThread::msleep(100);
+    }
+    std::fflush(nullptr);
+    std::_Exit(0); // as a process that ends without having stopped its suite
+}
+
+int main(int argc, char** argv)
+{
+    QCoreApplication application(argc, argv);
+    const QStringList arguments = QCoreApplication::arguments();
+    if (arguments.value(1) == "child")
+        return runChild(arguments.at(2).split(", "));
+    return QTest::qExec(std::make_unique<tst_cGuard>().get(), argc, argv);
+}
+
+#include "tst_cGuard.moc"

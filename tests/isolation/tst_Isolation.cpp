@@ -1,0 +1,488 @@
+#include "core/Settings.h"
+#include "isolation/Frames.h"
+#include "isolation/cPluginProcess.h"
+#include "isolation/cPluginProcesses.h"
+#include "plugins/cPluginInstance.h"
+#include "plugins/cPluginMgr.h"
+#include "services/cServiceMgr.h"
+
+#include <LogFile.h>
+#include <Norvale/Corvane.h>
+#include <Norvale/cJsonReader.h>
+#include <Norvale/cLogCentral.h>
+#include <Rows.h>
+#include <SettingsSandbox.h>
+
+#include <QtCore/QUrl>
+
+#include <csignal>
+#include <limits>
+
+/// A service of the suite, and a listener; it notes in which thread it is called.
+class cSuiteService : public QObject
+{
+    Q_OBJECT
+    Q_CLASSINFO("service", "Suite")
+
+public:
+    Q_INVOKABLE QString say(const QString& text)
+    {
+        threads.append(QThread::currentThread());
+        said.append(text);
+        return "heard " + text;
+    }
+    /// Calls the plugin back, which calls this again, so many times.
+    Q_INVOKABLE QString nest(const QString& depth)
+    {
+        if (depth == "0")
+            return "bottom";
+        QString answer;
+        IServiceMgr::instance()->invoke("Talker", "ask", Q_RETURN_ARG(QString, answer), Q_ARG(QString, "Suite"),
+                                        Q_ARG(QString, "nest"), Q_ARG(QString, QString::number(depth.toInt() - 1)));
+        return answer + "<" + depth;
+    }
+
+    QStringList said;
+    QVector<QThread*> threads;
+
+public slots:
+    void onSaid(const QString& text)
+    {
+        threads.append(QThread::currentThread());
+        said.append("event " + text);
+    }
+};
+
+/// Plugins of the one library, in processes of their own.
+class cTalkers : public IInstalledPlugins
+{
+public:
+    explicit cTalkers(const QString& params = "{}", const QString& library = "talker", int limit = 30)
+    {
+        sandbox.setInstallDir(sandbox.path());
+        sandbox.setMachineValue(SettingsKey::IsolatedCallLimit, limit);
+        Corvane::initializeFolderOrFile();
+        manager.setInstalledPlugins(this);
+        manager.setServiceMgr(&serviceMgr);
+        manager.setProcesses(&processes);
+        services.registerService(&suite);
+        services.addListener("SuiteEvents", &suite);
+        install("Talker", params, library);
+    }
+    ~cTalkers() { manager.StopNormal(); }
+
+    void install(const QString& name, const QString& params, const QString& library = "talker")
+    {
+        const QString folder = sandbox.path() + "/plugins/" + name + "-1.00.000";
+        QVERIFY(QDir().mkpath(folder));
+        QFile file(folder + "/Manifest.xml");
+        QVERIFY(file.open(QFile::WriteOnly));
+        file.write(
+            QString("<m><plugin autoload='true' isolated='true' runtime_api_version='13'><start><library filename="
+                    "'%1' function='create'/><params>%2</params></start></plugin></m>")
+                .arg(library, params)
+                .toUtf8());
+        QFile::copy(TALKER, folder + "/talker" + cPluginInstance::LibrarySuffix);
+        names.append(name);
+    }
+    bool start() { return manager.StartNormal(); }
+
+    bool publishInstalledPlugins() override
+    {
+        manager.clearAllowed();
+        for (const QString& name : qAsConst(names))
+            manager.registerPlugin({name, cVersion("1.0.0")});
+        return true;
+    }
+    bool isFeatureInstalled(const QString& name) const override { return name == "Core"; }
+    QString publicationError() const override { return QString(); }
+    bool isInDevelopment(const cPluginId&) const override { return false; }
+
+    qint64 process()
+    {
+        qint64 process = 0;
+        services.invoke("Talker", "process", Q_RETURN_ARG(qint64, process));
+        return process;
+    }
+    template <typename... Values>
+    QString call(const char* method, Values... values)
+    {
+        QString answer = "untouched";
+        const bool isCalled =
+            services.invoke("Talker", method, Q_RETURN_ARG(QString, answer), Q_ARG(QString, values)...);
+        return isCalled ? answer : "false";
+    }
+    template <typename... Values>
+    bool tell(const char* method, Values... values)
+    {
+        return services.invoke("Talker", method, Q_ARG(QString, values)...);
+    }
+    QString plugin() const
+    {
+        const char* const states[] = {"registered", "ordered", "loaded", "started", "stopped"};
+        return states[manager.plugins().first().state];
+    }
+
+    SettingsSandbox sandbox;
+    LogFile log;
+    cServiceMgr serviceMgr;
+    IServiceMgr& services = serviceMgr; // has the shorter forms
+    cPluginProcesses processes{cPluginPrograms(VPLUGIN, NORVALE_LIBRARY)};
+    cSuiteService suite;
+    QStringList names;
+    cPluginMgr manager;
+};
+
+class tst_Isolation : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    // Whatever happens in the process, the start goes on, and says why the plugin is not there.
+    void starts_data()
+    {
+        const Rows<QString, QString, QString, QString> row("library", "params", "state", "logged");
+        row("well", "talker", "{}", "started", "[Talker]talks");
+        row("returns false", "talker", "{'start':'false'}", "ordered",
+            "Talker-1.00.000 is not started: its start returned false");
+        row("throws", "talker", "{'start':'throw'}", "ordered",
+            "Talker-1.00.000 is not started: its start threw an exception: out of paper");
+#ifdef Q_OS_WIN
+        row("crashes", "talker", "{'start':'segv'}", "ordered", "its process has ended (exception 0xC0000005)");
+#else
+        row("crashes", "talker", "{'start':'segv'}", "ordered",
+            "Talker-1.00.000 is not started: its process has ended (SIGSEGV)");
+        row("aborts", "talker", "{'start':'abort'}", "ordered", "its process has ended (SIGABRT)");
+        row("is fatal", "talker", "{'start':'fatal'}", "ordered", "its process has ended (SIGABRT)");
+#endif
+        row("exits", "talker", "{'start':'exit'}", "ordered", "its process has ended (exit code 3)");
+        row("hangs", "talker", "{'start':'loop'}", "ordered", "its process has not answered within 1 s");
+        row("has no library", "other", "{}", "ordered", "does not exist");
+    }
+    void starts()
+    {
+        const auto [library, params, state, logged] =
+            cells<QString, QString, QString, QString>("library", "params", "state", "logged");
+        cTalkers talkers(QString(params).replace('\'', '"'), library, params.contains("loop") ? 1 : 30);
+        QVERIFY(talkers.start());
+        QCOMPARE(talkers.plugin(), state);
+        QCOMPARE(talkers.services.serviceExists("Talker"), state == "started");
+        talkers.manager.StopNormal();
+        QVERIFY(!talkers.services.serviceExists("Talker"));
+        const QString lines = talkers.log.lines();
+        QVERIFY2(lines.contains(logged), qPrintable(lines));
+        QCOMPARE(lines.contains("[Talker]has stopped"), state == "started");
+    }
+
+    void stopsBadly_data()
+    {
+        const Rows<QString, QString> row("how", "logged");
+        row("throws", "throw", "Talker-1.00.000 did not stop properly: its stop threw an exception: out of paper");
+        row("exits", "exit", "Talker-1.00.000 did not stop properly: its process has ended (exit code 3)");
+        row("hangs", "loop", "Talker-1.00.000 did not stop properly: its process has not answered within 1 s");
+    }
+    void stopsBadly()
+    {
+        const auto [how, logged] = cells<QString, QString>("how", "logged");
+        cTalkers talkers(QString("{\"stop\":\"%1\"}").arg(how), "talker", 1);
+        QVERIFY(talkers.start());
+        talkers.manager.StopNormal();
+        QVERIFY2(talkers.log.lines().contains(logged), qPrintable(talkers.log.lines()));
+    }
+
+    // Every value comes back as it was, with its type.
+    void values_data()
+    {
+        QTest::addColumn<QVariant>("value");
+        const auto row = [](const QVariant& value) { QTest::addRow("%s %d", value.typeName(), ++s_rows) << value; };
+        const QVariantList list{1, "two", 3.5, QByteArray("\0\xff", 2), QVariant(), QStringList{"a", ""}};
+        row(true);
+        row(QVariant::fromValue(short(-7)));
+        row(std::numeric_limits<int>::min());
+        row(std::numeric_limits<uint>::max());
+        row(std::numeric_limits<qlonglong>::min());
+        row(std::numeric_limits<qulonglong>::max());
+        row(QVariant::fromValue(1.5f));
+        row(0.1);
+        row(-std::numeric_limits<double>::infinity());
+        row(QString("\u00e4\u4e2d\U0001F600"));
+        row(QString());
+        row(QByteArray("\0\xff\n", 3));
+        row(QStringList{"a", "", "b"});
+        row(list);
+        row(QVariantMap{{"list", list}, {"map", QVariantMap{{"", 1}}}});
+        row(QVariantHash{{"list", list}});
+        row(QUrl("https://example.org/%20?q=\u00e4"));
+        row(QDate(2024, 2, 29));
+        row(QTime(23, 59, 59, 999));
+        row(QTime());
+        row(QDateTime(QDate(1969, 12, 31), QTime(1, 2, 3, 4), Qt::UTC));
+        row(QDateTime(QDate(2024, 2, 29), QTime(1, 2, 3, 4), Qt::OffsetFromUTC, 3600));
+        cJsonValue json;
+        QVERIFY(cJsonReader::parse("{\"a\": [1, -2, 4294967295, 0.1, \"x\", true, null, {}]}", json));
+        row(QVariant::fromValue(json));
+        row(QString(1024 * 1024, 'x'));
+    }
+    void values()
+    {
+        QFETCH(QVariant, value);
+        cTalkers& talkers = shared();
+        QVariant answer(value.userType(), nullptr);
+        QVERIFY(talkers.services.invoke("Talker", "echo", QGenericReturnArgument(value.typeName(), answer.data()),
+                                        QGenericArgument(value.typeName(), value.constData())));
+        if (value.userType() == qMetaTypeId<cJsonValue>())
+            QVERIFY(answer.value<cJsonValue>() == value.value<cJsonValue>());
+        else
+            QCOMPARE(answer, value);
+    }
+    void tenValues()
+    {
+        int sum = 0;
+        QVERIFY(shared().services.invoke("Talker", "sum", Q_RETURN_ARG(int, sum), Q_ARG(int, 1), Q_ARG(int, 2),
+                                         Q_ARG(int, 3), Q_ARG(int, 4), Q_ARG(int, 5), Q_ARG(int, 6), Q_ARG(int, 7),
+                                         Q_ARG(int, 8), Q_ARG(int, 9), Q_ARG(int, 10)));
+        QCOMPARE(sum, 55);
+    }
+
+    // Those of a local service, where it can tell; and none of them costs the suite more than a false.
+    void refusals()
+    {
+        cTalkers& talkers = shared();
+        IServiceMgr& services = talkers.services;
+        QString text = "untouched";
+        QVERIFY(!services.invoke("Talker", "sing", Q_RETURN_ARG(QString, text)));
+        QVERIFY(!services.invoke("Talker", "process", Q_RETURN_ARG(QString, text)));
+        QVERIFY(!services.invoke("Talker", "point", Q_ARG(QObject*, this)));
+        QVariant variant;
+        QVERIFY(!services.invoke("Talker", "pointer", Q_RETURN_ARG(QVariant, variant)));
+        QVERIFY(!talkers.tell("goWrong", "throw"));
+        QVERIFY(!services.invoke("Talker", "echo", Q_RETURN_ARG(QVariant, variant),
+                                 Q_ARG(QVariant, QVariant::fromValue<QObject*>(this))));
+        QVERIFY(!services.invoke("Talker", "deleteLater"));
+        QCOMPARE(text, QString("untouched"));
+        const QString log = talkers.log.lines();
+        for (const char* reason :
+             {"Cannot call \"sing\" of the service \"Talker\": it has no such method for the given values",
+              "Cannot call \"process\" of the service \"Talker\": its result is of the type qlonglong, not QString",
+              "Cannot call \"point\" of the service \"Talker\": values of the type QObject* cannot travel to "
+              "Talker-1.00.000, which runs in a process of its own",
+              "Cannot call \"pointer\" of the service \"Talker\": its result holds what cannot travel",
+              "Cannot call \"goWrong\" of the service \"Talker\": it threw an exception: out of paper",
+              "Cannot call \"deleteLater\" of the service \"Talker\": it cannot be called in another process",
+              "Cannot call \"echo\" of the service \"Talker\": its value 1 holds what cannot travel"})
+            QVERIFY2(log.contains(reason), qPrintable(log));
+    }
+    // What can never be called is said when it is registered.
+    void registrations()
+    {
+        const QString log = shared().log.lines();
+        QVERIFY2(log.contains("\"point\" of the service \"Talker\" cannot be called from the suite: values of the type "
+                              "QObject* cannot travel between processes"),
+                 qPrintable(log));
+        QVERIFY2(log.contains("The service \"Pointers\" is not registered: none of its methods could be called"),
+                 qPrintable(log));
+        QVERIFY(!shared().services.serviceExists("Pointers"));
+    }
+
+    // A call that comes back is served in the thread that has made the outer one, to any depth.
+    void callsBack()
+    {
+        cTalkers& talkers = shared();
+        talkers.suite.threads.clear();
+        QCOMPARE(talkers.call("ask", "Suite", "say", "hello"), QString("heard hello"));
+        QCOMPARE(talkers.call("ask", "Suite", "nest", "3"), QString("bottom<1<2<3"));
+        QCOMPARE(talkers.call("ask", "Suite", "sing", "x"), QString("refused"));
+        QString fromThread;
+        const std::unique_ptr<QThread> thread(
+            QThread::create([&] { fromThread = talkers.call("ask", "Suite", "say", "thread"); }));
+        thread->start();
+        QVERIFY(thread->wait(30000));
+        QCOMPARE(fromThread, QString("heard thread"));
+        QCOMPARE(talkers.suite.threads, (QVector<QThread*>{QThread::currentThread(), thread.get()}));
+    }
+    // What the plugin asks for by itself, or from a thread of its own, is served in the suite's main thread, also while
+    // that waits for the plugin.
+    void callsByItself()
+    {
+        cTalkers& talkers = shared();
+        talkers.suite.threads.clear();
+        QVERIFY(talkers.tell("askSoon", "Suite", "say", "by itself"));
+        QTRY_VERIFY(talkers.suite.said.contains("by itself"));
+        QCOMPARE(talkers.call("askFromThread", "Suite", "say", "aside"), QString("heard aside"));
+        QCOMPARE(talkers.suite.threads.count(QThread::currentThread()), 2);
+        QStringList services;
+        QVERIFY(talkers.services.invoke("Talker", "services", Q_RETURN_ARG(QStringList, services)));
+        QCOMPARE(services, (QStringList{"Suite", "Talker"}));
+        bool isLoaded = false;
+        QVERIFY(talkers.services.invoke("Talker", "load", Q_RETURN_ARG(bool, isLoaded), Q_ARG(QString, "Talker")));
+        QVERIFY(isLoaded);
+    }
+    // Many threads of the suite at a time, while the main one calls, too.
+    void callsFromThreads()
+    {
+        cTalkers& talkers = shared();
+        std::atomic<int> right{0};
+        const auto work = [&](int seed) {
+            for (int i = 0; i < 200; ++i) {
+                int answer = 0;
+                talkers.services.invoke("Talker", "echo", Q_RETURN_ARG(int, answer), Q_ARG(int, seed + i));
+                right += answer == seed + i;
+                right += talkers.call("ask", "Suite", "nest", "1") == "bottom<1";
+            }
+        };
+        std::vector<std::unique_ptr<QThread>> threads;
+        for (int i = 1; i <= 3; ++i) {
+            threads.emplace_back(QThread::create(work, i * 1000));
+            threads.back()->start();
+        }
+        work(0);
+        for (const auto& thread : threads)
+            QVERIFY(thread->wait(60000));
+        QCOMPARE(right.load(), 4 * 200 * 2);
+    }
+
+    // Each event arrives once at everybody who listens, and does not come back.
+    void events()
+    {
+        m_shared.reset(); // there is room for one sandbox at a time
+        cTalkers talkers;
+        talkers.install("Other", "{}");
+        QVERIFY(talkers.start());
+        const auto heard = [&] {
+            QStringList heard;
+            talkers.services.invoke("Talker", "heard", Q_RETURN_ARG(QStringList, heard));
+            return heard;
+        };
+        talkers.services.notify("SuiteEvents", "Said", Q_ARG(QString, "suite"));
+        QVERIFY(talkers.tell("raise", "Said", "plugin")); // of the one that has the id now, the second
+        QCOMPARE(talkers.suite.said, (QStringList{"event suite", "event plugin"}));
+        QCOMPARE(heard(), (QStringList{"suite", "plugin"}));
+        talkers.services.notify("SuiteEvents", "Said", Q_ARG(QString, "last"));
+        QCOMPARE(heard(), (QStringList{"suite", "plugin", "last"}));
+        talkers.services.notify("SuiteEvents", "Moved", Q_ARG(QObject*, this));
+        QVERIFY(
+            talkers.log.lines().contains("The event \"Moved\" of \"SuiteEvents\" does not reach Other-1.00.000: values "
+                                         "of the type QObject* cannot travel between processes"));
+    }
+
+    void tooLate()
+    {
+        cTalkers talkers("{}", "talker", 1);
+        QVERIFY(talkers.start());
+        QVERIFY(!talkers.tell("goWrong", "loop"));
+        QVERIFY(
+            talkers.log.lines().contains("Cannot call \"goWrong\" of the service \"Talker\": Talker-1.00.000 has not "
+                                         "answered within 1 s"));
+    }
+
+    // It comes back under its id, three times; then it stays down, and the suite does without it.
+    void diesAndComesBack_data()
+    {
+        const Rows<QString, QString> row("how", "cause");
+        row("exits", "exit", "exit code 3");
+#ifdef Q_OS_WIN
+        row("crashes", "segv", "exception 0xC0000005");
+#else
+        row("crashes", "segv", "SIGSEGV");
+        row("aborts", "abort", "SIGABRT");
+#endif
+    }
+    void diesAndComesBack()
+    {
+        const auto [how, cause] = cells<QString, QString>("how", "cause");
+        cTalkers talkers;
+        QVERIFY(talkers.start());
+        qint64 last = talkers.process();
+        QVERIFY(last > 0);
+        for (int i = 1; i <= 3; ++i) {
+            QVERIFY(!talkers.tell("goWrong", how));
+            QVERIFY(!talkers.tell("heard"));
+            QVERIFY(talkers.log.lines().contains("Cannot call \"heard\" of the service \"Talker\": Talker-1.00.000 has "
+                                                 "ended (" +
+                                                 cause + ")"));
+            QTRY_VERIFY(talkers.process() > 0);
+            QVERIFY(talkers.process() != last);
+            last = talkers.process();
+        }
+        QVERIFY(talkers.tell("goWrongSoon", how));
+        QTRY_VERIFY(
+            talkers.log.lines().contains("Talker-1.00.000 stays down: it has been started again 3 times in five "
+                                         "minutes"));
+        QVERIFY(!talkers.tell("heard"));
+        QCOMPARE(talkers.plugin(), QString("started"));
+        QCOMPARE(talkers.log.lines().count("started Talker-1.00.000 again"), 3);
+    }
+
+#ifndef Q_OS_WIN
+    // What ends a whole group of processes, as a log-out does, is for the suite, which stops its plugins.
+    void leavesSignalsToTheSuite()
+    {
+        cTalkers talkers;
+        QVERIFY(talkers.start());
+        const qint64 process = talkers.process();
+        for (const int signal : {SIGINT, SIGTERM, SIGHUP})
+            QCOMPARE(::kill(pid_t(process), signal), 0);
+        QCOMPARE(talkers.process(), process);
+    }
+#endif
+
+    // However busy it is: nothing of a suite that is gone runs on.
+    void endsWithTheSuite_data()
+    {
+        const Rows<QString> row("work");
+        row("nothing", "");
+        row("an endless loop", "loop");
+    }
+    void endsWithTheSuite()
+    {
+        QFETCH(QString, work);
+        QProcess host;
+        host.start(QCoreApplication::applicationFilePath(), {"host", work});
+        QVERIFY(host.waitForReadyRead(30000));
+        const qint64 process = host.readLine().trimmed().toLongLong();
+        QVERIFY(Platform::isRunning(process));
+        host.kill();
+        QVERIFY(host.waitForFinished());
+        QTRY_VERIFY(!Platform::isRunning(process));
+    }
+
+private:
+    cTalkers& shared()
+    {
+        if (!m_shared) {
+            m_shared.reset(new cTalkers);
+            m_shared->start();
+        }
+        return *m_shared;
+    }
+
+    static int s_rows;
+    std::unique_ptr<cTalkers> m_shared;
+};
+
+int tst_Isolation::s_rows = 0;
+
+/// A suite whose plugin does @p work; it tells the plugin's process, and waits to be killed.
+static int runHost(const QString& work)
+{
+    cTalkers talkers;
+    talkers.start();
+    std::printf("%lld\n", talkers.process());
+    std::fflush(stdout);
+    talkers.tell("goWrong", work);
+    return QCoreApplication::exec();
+}
+
+int main(int argc, char** argv)
+{
+    QCoreApplication application(argc, argv);
+    const QStringList arguments = QCoreApplication::arguments();
+    if (arguments.value(1) == "host")
+        return runHost(arguments.value(2));
+    qputenv("ASAN_OPTIONS", "handle_segv=0:handle_abort=0:detect_leaks=0"); // crashes are the system's in plugins, too
+    qputenv("TSAN_OPTIONS", qgetenv("TSAN_OPTIONS") + ":handle_segv=0:handle_abort=0");
+    tst_Isolation test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "tst_Isolation.moc"
