@@ -8,7 +8,7 @@
 namespace {
 
 /// No reader but the floor under all: zlib's inflate over the same packed bytes, which lie in memory already, into one
-/// buffer that lies there too.
+/// buffer that lies there too. What comes out is held against its size and CRC-32, as every reader here does it.
 class InflatePeer : public Peer
 {
 public:
@@ -22,7 +22,9 @@ public:
         m_files.clear();
         int largest = 0;
         for (const QSharedPointer<cZipEntry>& entry : archive.entries()) {
-            m_files.push_back(entry->compressedContent());
+            const QByteArray content = entry->content();
+            m_files.push_back(
+                {entry->compressedContent(), uLong(content.size()), crcOf(content.constData(), content.size())});
             largest = qMax(largest, entry->uncompressedSize());
         }
         m_buffer.resize(size_t(largest));
@@ -31,17 +33,18 @@ public:
 
     bool inflateAll(const ContentSink& sink) override
     {
-        for (const QByteArray& file : m_files) {
+        for (const File& file : m_files) {
             z_stream stream = {};
-            stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(file.constData()));
-            stream.avail_in = uInt(file.size());
+            stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(file.packed.constData()));
+            stream.avail_in = uInt(file.packed.size());
             stream.next_out = reinterpret_cast<Bytef*>(m_buffer.data());
             stream.avail_out = uInt(m_buffer.size());
             if (inflateInit2(&stream, -15) != Z_OK)
                 return false;
             const int answer = inflate(&stream, Z_FINISH);
             inflateEnd(&stream);
-            if (answer != Z_STREAM_END)
+            if (answer != Z_STREAM_END || stream.total_out != file.size ||
+                crcOf(m_buffer.data(), uInt(file.size)) != file.crc)
                 return false;
             sink(m_buffer.data(), size_t(stream.total_out));
         }
@@ -49,7 +52,16 @@ public:
     }
 
 private:
-    std::vector<QByteArray> m_files;
+    struct File
+    {
+        QByteArray packed;
+        uLong size;
+        uLong crc;
+    };
+
+    static uLong crcOf(const char* bytes, uInt size) { return crc32(0, reinterpret_cast<const Bytef*>(bytes), size); }
+
+    std::vector<File> m_files;
     std::vector<char> m_buffer;
 };
 

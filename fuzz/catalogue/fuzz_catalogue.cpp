@@ -5,6 +5,8 @@
 #include "config/cCatalogueWriter.h"
 #include "config/cFeatureCatalogue.h"
 
+#include <QtCore/QMap>
+
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -39,13 +41,11 @@ bool survivesPrinting(const cFeatureCatalogue& catalogue)
 }
 
 /// The reader drops texts that are nothing but white space, which character references can make.
-QMap<cFeatureInstance::DisplayKey, QString> displayNames(const cFeatureInstance& feature)
+QMap<QString, QString> displayNames(const cFeatureInstance& feature)
 {
-    auto names = feature.displayNames();
-    for (QString& name : names) {
-        if (name.trimmed().isEmpty())
-            name.clear();
-    }
+    QMap<QString, QString> names; // by language
+    for (const auto& [language, text] : feature.displayNames())
+        names.insert(language, text.trimmed().isEmpty() ? QString() : text);
     return names;
 }
 

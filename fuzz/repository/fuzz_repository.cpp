@@ -76,9 +76,12 @@ void requireSame(const cFeatureInstance& was, const cFeatureInstance& is)
             "a feature keeps its name, version and flag");
     require(is.repository() == was.repository() && is.dependencies() == was.dependencies(),
             "a feature keeps its repository and dependencies");
-    require(is.displayNames().keys() == was.displayNames().keys(), "a feature keeps its languages");
-    for (auto it = is.displayNames().begin(); it != is.displayNames().end(); ++it)
-        require(it.value() == kept(was.displayNames().value(it.key())), "a feature keeps its display names");
+    require(is.displayNames().size() == was.displayNames().size(), "a feature keeps its languages");
+    for (int i = 0; i < is.displayNames().size(); ++i) {
+        const auto& name = is.displayNames().at(i);
+        require(name.language == was.displayNames().at(i).language, "a feature keeps its languages");
+        require(name.text == kept(was.displayNames().at(i).text), "a feature keeps its display names");
+    }
     require(is.plugins().size() == was.plugins().size(), "a feature keeps its plugins");
     for (int i = 0; i < is.plugins().size(); ++i)
         requireSame(*was.plugins().at(i), *is.plugins().at(i));

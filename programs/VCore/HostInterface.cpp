@@ -266,9 +266,11 @@ QStringList SuiteReport::tables(const QJsonObject& report)
     const QString disabled = cell(report.value(QStringLiteral("disabled")));
     if (!disabled.isEmpty())
         lines += QStringList{QString(), QStringLiteral("Disabled (VCore --enable NAME undoes it)"), disabled};
-    const QString failure =
-        report.value(QStringLiteral("last_failure")).toObject().value(QStringLiteral("text")).toString();
+    const QJsonObject failure = report.value(QStringLiteral("last_failure")).toObject();
     if (!failure.isEmpty())
-        lines += QStringList{QString(), QStringLiteral("Last failure"), failure};
+        lines += QStringList{QString(), QStringLiteral("Last failure"), cell(failure.value(QStringLiteral("text")))};
+    const QString path = cell(failure.value(QStringLiteral("report")));
+    if (!path.isEmpty())
+        lines += QStringLiteral("The report is in %1").arg(path);
     return lines;
 }

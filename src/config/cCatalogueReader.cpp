@@ -1,10 +1,12 @@
 #include "config/cCatalogueReader.h"
 
 #include "core/cXmlReader.h"
+#include "version/Numbers.h"
 
 #include <QtCore/QXmlStreamReader>
 
-#include <algorithm>
+#include <array>
+#include <utility>
 
 namespace {
 
@@ -24,28 +26,52 @@ QString attribute(const QXmlStreamAttributes& attributes, QStringView name, cons
     return found ? found->value().toString() : absent;
 }
 
-/// A copy without the buffer's reserve, which is used for the next text.
-QString textOf(const QString& buffer)
+struct cHash
 {
-    return QString(buffer.constData(), buffer.size());
+    QByteArray digest;
+    QString fault; // why the text is no hash; empty when it is one
+};
+
+/// By its code; -1 for what is no hexadecimal digit.
+constexpr std::array<int, 128> digitValues()
+{
+    std::array<int, 128> values{};
+    for (int code = 0; code < 128; ++code) {
+        const int letter = code | 0x20; // in lower case
+        values[size_t(code)] = code >= '0' && code <= '9'       ? code - '0'
+                               : letter >= 'a' && letter <= 'f' ? letter - 'a' + 10
+                                                                : -1;
+    }
+    return values;
 }
 
-QByteArray digestOf(const QString& text)
+/// Of 40 hexadecimal digits; empty when @p digits are something else.
+QByteArray digestOf(QStringView digits)
 {
-    return QByteArray::fromHex(text.toLatin1());
+    static constexpr std::array<int, 128> Values = digitValues();
+    constexpr int Size = 20;
+    if (digits.size() != 2 * Size)
+        return QByteArray();
+    QByteArray digest(Size, Qt::Uninitialized);
+    char* byte = digest.data();
+    int all = 0; // has the sign of each
+    const auto valueOf = [&](size_t code) { return code < Values.size() ? Values[code] : -1; };
+    for (int i = 0; i < 2 * Size; i += 2) {
+        const int value = valueOf(digits[i].unicode()) * 16 | valueOf(digits[i + 1].unicode());
+        all |= value;
+        *byte++ = char(value);
+    }
+    return all < 0 ? QByteArray() : digest;
 }
 
-/// Why @p text is no hash; empty when it is one. The decoding takes any text.
-QString hashFault(const QString& text)
+/// The decoding takes any text.
+cHash hashOf(QStringView text)
 {
-    constexpr int Digits = 40;
-    const QStringView digits = QStringView(text).trimmed();
-    const auto isDigit = [](QChar c) {
-        return (c >= u'0' && c <= u'9') || (c >= u'a' && c <= u'f') || (c >= u'A' && c <= u'F');
-    };
-    if (digits.size() == Digits && std::all_of(digits.begin(), digits.end(), isDigit))
-        return QString();
-    return QStringLiteral("its hash \"%1\" is no SHA-1 hash in 40 hexadecimal digits").arg(text);
+    const QByteArray digest = digestOf(text.trimmed());
+    if (!digest.isEmpty())
+        return {digest, QString()};
+    return {QByteArray::fromHex(text.toLatin1()),
+            QStringLiteral("its hash \"%1\" is no SHA-1 hash in 40 hexadecimal digits").arg(text)};
 }
 
 } // namespace
@@ -114,7 +140,7 @@ void cCatalogueReader::beginElement(QStringView tag, const QXmlStreamAttributes&
         return beginRuntime(attributes);
     case Place::DisplayName:
         // A few languages name many features.
-        m_language = *m_languages.insert(attribute(attributes, u"lang", QStringLiteral("en-us")));
+        m_language = sharedLanguage(attributes);
         [[fallthrough]];
     case Place::Source:
     case Place::Hash: // its `method` selects nothing: the digest is always SHA-1
@@ -133,31 +159,34 @@ void cCatalogueReader::beginElement(QStringView tag, const QXmlStreamAttributes&
 // An element's text is all that stands between its beginning and its end, within unknown elements too.
 void cCatalogueReader::addCharacters(QStringView text)
 {
-    m_text.append(text.data(), int(text.size()));
+    m_text.append(text.utf16(), int(text.size()));
 }
 
 void cCatalogueReader::endElement()
 {
     switch (m_open.back()) {
     case Place::DisplayName:
-        m_feature->setDisplayName(m_language, textOf(m_text));
+        m_feature->setDisplayName(m_language, text().toString());
         break;
     case Place::Source:
-        m_plugin->addSource({m_location, textOf(m_text)});
+        m_plugin->addSource({m_location, text().toString()});
         break;
-    case Place::Hash:
-        m_plugin->setHash(digestOf(m_text), hashFault(m_text));
+    case Place::Hash: {
+        const cHash hash = hashOf(text());
+        m_plugin->setHash(hash.digest, hash.fault);
         break;
+    }
     case Place::RuntimeSource:
         // Of a runtime the first source and hash count.
         if (!m_hasRuntimeSource)
-            m_runtime.source = textOf(m_text);
+            m_runtime.source = text().toString();
         m_hasRuntimeSource = true;
         break;
     case Place::RuntimeHash:
         if (!m_hasRuntimeHash) {
-            m_runtime.hash = digestOf(m_text);
-            m_runtime.hashFault = hashFault(m_text);
+            const cHash hash = hashOf(text());
+            m_runtime.hash = hash.digest;
+            m_runtime.hashFault = hash.fault;
         }
         m_hasRuntimeHash = true;
         break;
@@ -175,9 +204,17 @@ cVersion cCatalogueReader::versionOf(const QXmlStreamAttributes& attributes)
     const QXmlStreamAttribute* const found = find(attributes, u"version");
     if (!found)
         return cVersion();
-    m_text.resize(0); // there are many versions, and none needs a text of its own
-    addCharacters(found->value());
-    return cVersion(m_text);
+    // There are many versions, and none needs a text of its own.
+    m_version.setUnicode(found->value().data(), found->value().size());
+    return cVersion(m_version);
+}
+
+QString cCatalogueReader::sharedLanguage(const QXmlStreamAttributes& attributes)
+{
+    const QXmlStreamAttribute* const found = find(attributes, u"lang");
+    const QStringView language = found ? QStringView(found->value()) : QStringView(u"en-us");
+    const auto known = m_languages.find(language);
+    return known != m_languages.end() ? *known : *m_languages.insert(language.toString()).first;
 }
 
 void cCatalogueReader::noteRoot(QStringView tag, int line, int column)
@@ -205,27 +242,29 @@ void cCatalogueReader::beginRoot(const QXmlStreamAttributes& attributes)
 void cCatalogueReader::beginFeature(const QXmlStreamAttributes& attributes)
 {
     m_hasEntries = true;
-    const QString name = attribute(attributes, u"name");
+    QString name = attribute(attributes, u"name");
     const cVersion version = versionOf(attributes);
-    m_feature = m_catalogue.find(name, version);
+    m_feature = m_catalogue.find(name, version).data();
     if (m_feature)
         return;
     const QXmlStreamAttribute* const active = find(attributes, u"active");
     const bool isActive = active && active->value() == QLatin1String("true");
-    m_feature = QSharedPointer<cFeatureInstance>::create(name, version, isActive,
-                                                         attribute(attributes, u"repository", m_repository));
-    m_catalogue.append(m_feature);
+    auto feature = QSharedPointer<cFeatureInstance>::create(std::move(name), version, isActive,
+                                                            attribute(attributes, u"repository", m_repository));
+    m_feature = feature.data();
+    m_catalogue.append(std::move(feature));
 }
 
 void cCatalogueReader::beginPlugin(const QXmlStreamAttributes& attributes)
 {
-    const cPluginId id(attribute(attributes, u"name"), versionOf(attributes));
-    m_plugin = m_feature->findPlugin(id);
+    cPluginId id(attribute(attributes, u"name"), versionOf(attributes));
+    m_plugin = m_feature->findPlugin(id).data();
     if (m_plugin)
         return;
     const QXmlStreamAttribute* const size = find(attributes, u"size");
-    m_plugin = QSharedPointer<cFeaturePlugin>::create(id, size ? size->value().toUInt() : 0);
-    m_feature->addPlugin(m_plugin);
+    auto plugin = QSharedPointer<cFeaturePlugin>::create(std::move(id), size ? unsignedNumber(size->value()) : 0);
+    m_plugin = plugin.data();
+    m_feature->addPlugin(std::move(plugin));
 }
 
 void cCatalogueReader::beginRuntime(const QXmlStreamAttributes& attributes)

@@ -2,9 +2,10 @@
 
 #include "config/cFeatureCatalogue.h"
 #include "core/cXmlTree.h"
+#include "version/FlatMap.h"
 
-#include <QtCore/QSet>
 #include <QtCore/QString>
+#include <QtCore/QVarLengthArray>
 
 #include <vector>
 
@@ -58,6 +59,8 @@ private:
     void endElement() override;
 
     cVersion versionOf(const QXmlStreamAttributes& attributes);
+    QString sharedLanguage(const QXmlStreamAttributes& attributes);
+    QStringView text() const { return QStringView(m_text.constData(), m_text.size()); }
     void beginRoot(const QXmlStreamAttributes& attributes);
     void noteRoot(QStringView tag, int line, int column);
     void beginFeature(const QXmlStreamAttributes& attributes);
@@ -68,15 +71,16 @@ private:
     const cFeatureCatalogue m_before;
     QSharedPointer<cUpdateLocation> m_location;
     QString m_repository;
-    QSet<QString> m_languages;                  // each text is kept once
-    std::vector<Place> m_open;                  // from the document to the element that was begun last
-    QSharedPointer<cFeatureInstance> m_feature; // that was begun last, as are the others
-    QSharedPointer<cFeaturePlugin> m_plugin;
+    FlatSet<QString> m_languages;          // each text is kept once
+    std::vector<Place> m_open;             // from the document to the element that was begun last
+    cFeatureInstance* m_feature = nullptr; // that was begun last, as are the others
+    cFeaturePlugin* m_plugin = nullptr;
     cRuntimeEntry m_runtime;
     bool m_hasRuntimeHash = false;
     bool m_hasRuntimeSource = false;
     QString m_language;
-    QString m_text; // of the display name, source, hash or version
+    QVarLengthArray<char16_t, 128> m_text; // of the display name, source or hash
+    QString m_version;
     QString m_errorString;
     QString m_foreignRoot; // what foreignRoot() says, should no entry come; empty when the root is named as ours
     bool m_hasEntries = false;

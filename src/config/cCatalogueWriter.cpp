@@ -116,11 +116,10 @@ void cCatalogueWriter::beginFeature(const cFeatureInstance& feature, const QStri
     attribute("version", version);
     attribute("active", isActive ? QStringLiteral("true") : QStringLiteral("false"));
     attribute("repository", feature.repository());
-    const QMap<cFeatureInstance::DisplayKey, QString>& names = feature.displayNames();
-    for (auto it = names.begin(); it != names.end(); ++it) {
+    for (const cFeatureInstance::DisplayName& name : feature.displayNames()) {
         begin("displayname");
-        attribute("lang", it.key().second);
-        m_xml.writeCharacters(marked(it.value()));
+        attribute("lang", name.language);
+        m_xml.writeCharacters(marked(name.text));
         end();
     }
 }

@@ -39,8 +39,8 @@ cFeatureInfo infoOf(const cFeatureInstance& feature)
     info.version = feature.version();
     info.active = feature.isActive();
     info.repository = feature.repository();
-    for (auto it = feature.displayNames().begin(); it != feature.displayNames().end(); ++it)
-        info.displayNames.insert(it.key().second, it.value());
+    for (const cFeatureInstance::DisplayName& name : feature.displayNames())
+        info.displayNames.insert(name.language, name.text);
     for (const QSharedPointer<cFeaturePlugin>& plugin : feature.plugins())
         info.plugins.append(plugin->id().toString());
     return info;

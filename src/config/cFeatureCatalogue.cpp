@@ -1,5 +1,7 @@
 #include "config/cFeatureCatalogue.h"
 
+#include <algorithm>
+
 QUrl cFeatureSource::url() const
 {
     const QUrl absolute(source);
@@ -13,9 +15,8 @@ void cFeaturePlugin::onProgress(qint64 downloadedSize, qint64 totalSize)
     emit progress(m_id.packageFileName(), downloadedSize, totalSize);
 }
 
-cFeatureInstance::cFeatureInstance(const QString& name, const cVersion& version, bool isActive,
-                                   const QString& repository)
-    : m_name(name), m_version(version), m_isActive(isActive), m_repository(repository)
+cFeatureInstance::cFeatureInstance(QString name, const cVersion& version, bool isActive, QString repository)
+    : m_name(std::move(name)), m_version(version), m_isActive(isActive), m_repository(std::move(repository))
 {
 }
 
@@ -29,7 +30,13 @@ QSharedPointer<cFeatureInstance> cFeatureInstance::copy(const cVersion& version)
 
 void cFeatureInstance::setDisplayName(const QString& language, const QString& text)
 {
-    m_displayNames.insert({QStringLiteral("displayname"), language}, text);
+    const auto place =
+        std::lower_bound(m_displayNames.begin(), m_displayNames.end(), language,
+                         [](const DisplayName& name, const QString& wanted) { return name.language < wanted; });
+    if (place != m_displayNames.end() && place->language == language)
+        place->text = text;
+    else
+        m_displayNames.insert(place, {language, text});
 }
 
 void cFeatureCatalogue::setCoreVersion(const cVersion& version)

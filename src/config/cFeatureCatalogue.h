@@ -6,14 +6,15 @@
 
 #include <QtCore/QByteArray>
 #include <QtCore/QList>
-#include <QtCore/QMap>
 #include <QtCore/QObject>
-#include <QtCore/QPair>
 #include <QtCore/QSharedPointer>
 #include <QtCore/QString>
 #include <QtCore/QStringList>
+#include <QtCore/QStringView>
 #include <QtCore/QVarLengthArray>
 #include <QtCore/QVector>
+
+#include <utility>
 
 /// Where a plugin package can be fetched: the text of a `source` element and the location of the document that held it.
 struct cFeatureSource
@@ -36,7 +37,7 @@ class cFeaturePlugin : public QObject
     Q_OBJECT
 
 public:
-    explicit cFeaturePlugin(const cPluginId& id, quint32 size = 0) : m_id(id), m_size(size) {}
+    explicit cFeaturePlugin(cPluginId id, quint32 size = 0) : m_id(std::move(id)), m_size(size) {}
 
     const cPluginId& id() const { return m_id; }
     const QString& name() const { return m_id.name(); }
@@ -46,19 +47,20 @@ public:
     quint32 size() const { return m_size; }
 
     /// Expected SHA-1 of the package as raw bytes; empty when the catalogue names none.
-    QByteArray hash() const { return m_hash; }
+    QByteArray hash() const { return QByteArray(m_hash.constData(), m_hash.size()); }
     /// Why what the catalogue gives as the hash is none: then the package is refused. Empty when it is one, or when it
     /// gives none.
     const QString& hashFault() const { return m_hashFault; }
     void setHash(const QByteArray& hash, const QString& fault = QString())
     {
-        m_hash = hash;
+        m_hash.resize(0);
+        m_hash.append(hash.constData(), hash.size());
         m_hashFault = fault;
     }
 
     using Sources = QVarLengthArray<cFeatureSource, 1>; // nearly all have one
     const Sources& sources() const { return m_sources; }
-    void addSource(const cFeatureSource& source) { m_sources.append(source); }
+    void addSource(cFeatureSource source) { m_sources.append(std::move(source)); }
 
     bool isPending() const { return m_isPending; }
     void setPending(bool isPending) { m_isPending = isPending; }
@@ -87,7 +89,7 @@ private:
     quint32 m_size;
     bool m_isPending = false;
     bool m_isDevelopment = false;
-    QByteArray m_hash;
+    QVarLengthArray<char, 20> m_hash; // nearly all have one, of this length
     QString m_hashFault;
     Sources m_sources;
     qint64 m_downloadStatus = 0;
@@ -101,10 +103,13 @@ private:
 class cFeatureInstance : public QObject
 {
 public:
-    /// Element name (always "displayname") and language.
-    using DisplayKey = QPair<QString, QString>;
+    struct DisplayName
+    {
+        QString language;
+        QString text;
+    };
 
-    cFeatureInstance(const QString& name, const cVersion& version, bool isActive, const QString& repository);
+    cFeatureInstance(QString name, const cVersion& version, bool isActive, QString repository);
 
     /// The same feature in @p version, without its plugins.
     QSharedPointer<cFeatureInstance> copy(const cVersion& version) const;
@@ -119,7 +124,7 @@ public:
     /// The feature of what is being developed: its plugins count as they lie on the disk, before all others of their
     /// names, and no repository changes them.
     static constexpr char DevelopmentName[] = "VelmDev";
-    static bool isDevelopment(const QString& name) { return name == QLatin1String(DevelopmentName); }
+    static bool isDevelopment(QStringView name) { return name == QLatin1String(DevelopmentName); }
     bool isDevelopment() const { return isDevelopment(m_name); }
 
     /// Names in document order; duplicates are kept.
@@ -127,13 +132,14 @@ public:
     void addDependency(const QString& name) { m_dependencies.append(name); }
     void setDependencies(const QStringList& names) { m_dependencies = names; }
 
-    const QMap<DisplayKey, QString>& displayNames() const { return m_displayNames; }
+    /// By their languages, in ascending order.
+    const QVector<DisplayName>& displayNames() const { return m_displayNames; }
     /// A later text of the same language replaces the earlier one.
     void setDisplayName(const QString& language, const QString& text);
 
     /// In document order.
     const QVector<QSharedPointer<cFeaturePlugin>>& plugins() const { return m_plugins.list(); }
-    void addPlugin(const QSharedPointer<cFeaturePlugin>& plugin) { m_plugins.append(plugin); }
+    void addPlugin(QSharedPointer<cFeaturePlugin> plugin) { m_plugins.append(std::move(plugin)); }
     /// The first plugin with this name; null when none.
     QSharedPointer<cFeaturePlugin> findPlugin(const QString& name) const { return m_plugins.find(name); }
     /// The first plugin with this name and version; null when none.
@@ -147,10 +153,12 @@ private:
     cVersion m_version;
     bool m_isActive;
     QStringList m_dependencies;
-    QMap<DisplayKey, QString> m_displayNames;
+    QVector<DisplayName> m_displayNames;
     QString m_repository;
     cNamedIndex<cFeaturePlugin> m_plugins;
 };
+
+Q_DECLARE_TYPEINFO(cFeatureInstance::DisplayName, Q_MOVABLE_TYPE);
 
 /// A `runtime` element of a repository description: a setup program that brings a newer runtime.
 struct cRuntimeEntry
@@ -177,10 +185,12 @@ public:
 
     const Features& features() const { return m_features.list(); }
     bool isEmpty() const { return m_features.list().isEmpty(); }
-    void append(const QSharedPointer<cFeatureInstance>& feature) { m_features.append(feature); }
+    void append(QSharedPointer<cFeatureInstance> feature) { m_features.append(std::move(feature)); }
 
     /// The first feature with this name in list order; null when none. Names are case-sensitive.
     QSharedPointer<cFeatureInstance> find(const QString& name) const { return m_features.find(name); }
+    /// Its place in the list; -1 when there is none.
+    int placeOf(QStringView name) const { return m_features.placeOf(name); }
     /// The first feature with this name and all three version components equal; null when none.
     QSharedPointer<cFeatureInstance> find(const QString& name, const cVersion& version) const
     {

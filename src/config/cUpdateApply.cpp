@@ -72,12 +72,12 @@ bool cUpdateApply::areNamesSafe()
 bool cUpdateApply::fetchMissing()
 {
     qint64 total = 0;
-    for (const QSharedPointer<cFeaturePlugin>& plugin : m_plugins)
+    for (cFeaturePlugin* const plugin : m_plugins)
         total += plugin->size();
     const QString label = m_check.available().name() + QLatin1Char('-') + m_check.available().version().toString();
     qint64 base = 0;
-    for (const QSharedPointer<cFeaturePlugin>& plugin : m_plugins) {
-        connect(plugin.data(), &cFeaturePlugin::progress, this, &cUpdateApply::progress);
+    for (cFeaturePlugin* const plugin : m_plugins) {
+        connect(plugin, &cFeaturePlugin::progress, this, &cUpdateApply::progress);
         emit overallProgress(label, base, total);
         if (m_dropbox.holds(*plugin))
             plugin->onProgress(plugin->size(), plugin->size());

@@ -63,7 +63,7 @@ private:
     bool fail(const QString& what, const QString& reason);
 
     const cUpdateCheck& m_check;
-    const QVector<QSharedPointer<cFeaturePlugin>> m_plugins; // to fetch
+    const QVector<cFeaturePlugin*> m_plugins; // to fetch
     cLog m_log;
     cDropbox m_dropbox;
     cDownloader m_downloader;

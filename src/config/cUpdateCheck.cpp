@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <vector>
 
 namespace {
 
@@ -101,40 +102,53 @@ void cUpdateCheck::compare(const QStringList& names)
 
 bool cUpdateCheck::collectFeatures(const QStringList& names)
 {
-    FlatSet<QString> present;
-    present.reserve(size_t(m_available.features().size()));
-    QVector<QString> waiting; // the next one is the last
-    const auto add = [&](const QString& name) {
-        if (present.insert(name).second)
-            waiting.append(name);
+    const Features& offered = m_available.features();
+    std::vector<bool> isAdded(size_t(offered.size())); // by place
+    FlatSet<QStringView> others;                       // that have been added, and are not offered
+    struct Feature
+    {
+        QStringView name; // which the lists hold
+        int place;        // in the new repository; -1 when it lacks it
+    };
+    std::vector<Feature> waiting; // the next one is the last
+    const auto add = [&](QStringView name) {
+        const int place = m_available.placeOf(name);
+        if (place < 0 ? !others.insert(name).second : isAdded[size_t(place)])
+            return;
+        if (place >= 0)
+            isAdded[size_t(place)] = true;
+        waiting.push_back({name, place});
     };
     for (const QString& name : names)
         add(name);
     for (const QSharedPointer<cFeatureInstance>& feature : m_installed.features())
         add(feature->name());
     std::reverse(waiting.begin(), waiting.end());
-    while (!waiting.isEmpty()) {
-        const QString name = waiting.takeLast();
-        const QSharedPointer<cFeatureInstance> available = m_available.find(name);
+    while (!waiting.empty()) {
+        const auto [name, place] = waiting.back();
+        waiting.pop_back();
         // Each goes directly behind the current entry, so that the last of them is visited next.
-        const QStringList dependencies = available ? available->dependencies() : QStringList();
-        for (const QString& dependency : dependencies)
-            add(dependency);
+        if (place >= 0) {
+            for (const QString& dependency : offered.at(place)->dependencies())
+                add(dependency);
+        }
         // The development feature is taken as it lies on the disk, whatever a repository says.
         if (cFeatureInstance::isDevelopment(name))
             continue;
-        if (!available)
+        if (place < 0)
             return logMissing(name);
-        if (needsUpdate(m_installed.find(name).data(), *available))
-            m_features.append(available);
+        const int before = m_installed.placeOf(name);
+        if (needsUpdate(before < 0 ? nullptr : m_installed.features().at(before).data(), *offered.at(place)))
+            m_features.append(offered.at(place));
     }
     return true;
 }
 
-bool cUpdateCheck::logMissing(const QString& feature)
+bool cUpdateCheck::logMissing(QStringView feature)
 {
     const QString text = QStringLiteral("No update: the newest repository \"%1\" %2 lacks the feature \"%3\"");
-    m_log.warning().noquote() << text.arg(m_available.name(), m_available.version().toString(), feature) << Qt::endl;
+    m_log.warning().noquote() << text.arg(m_available.name(), m_available.version().toString(), feature.toString())
+                              << Qt::endl;
     return false;
 }
 
@@ -143,12 +157,13 @@ void cUpdateCheck::collectPlugins()
     int count = 0;
     for (const QSharedPointer<cFeatureInstance>& feature : qAsConst(m_features))
         count += feature->plugins().size();
-    FlatSet<QString> names;
+    FlatSet<QStringView> names;
+    names.max_load_factor(DenseLoad);
     names.reserve(size_t(count));
     for (const QSharedPointer<cFeatureInstance>& feature : qAsConst(m_features)) {
         for (const QSharedPointer<cFeaturePlugin>& plugin : feature->plugins()) {
             if (names.insert(plugin->name()).second)
-                (m_known.isKnown(plugin->id()) ? m_knownPlugins : m_plugins).append(plugin);
+                (m_known.isKnown(plugin->id()) ? m_knownPlugins : m_plugins).append(plugin.data());
         }
     }
 }
@@ -156,7 +171,7 @@ void cUpdateCheck::collectPlugins()
 cJsonValue cUpdateCheck::sizeOf(const Plugins& plugins)
 {
     qint64 size = 0;
-    for (const QSharedPointer<cFeaturePlugin>& plugin : plugins)
+    for (const cFeaturePlugin* plugin : plugins)
         size += plugin->size();
     return integer(size);
 }
@@ -164,7 +179,7 @@ cJsonValue cUpdateCheck::sizeOf(const Plugins& plugins)
 cUpdateCheck::Plugins cUpdateCheck::pluginsToFetch() const
 {
     Plugins plugins = m_plugins;
-    for (const QSharedPointer<cFeaturePlugin>& plugin : m_knownPlugins) {
+    for (cFeaturePlugin* const plugin : m_knownPlugins) {
         if (!QFile::exists(Corvane::pluginDir(plugin->id()).absoluteFilePath(QStringLiteral("Manifest.xml"))))
             plugins.append(plugin);
     }

@@ -24,7 +24,7 @@ class cUpdateCheck
 {
 public:
     using Features = cFeatureCatalogue::Features;
-    using Plugins = QVector<QSharedPointer<cFeaturePlugin>>;
+    using Plugins = QVector<cFeaturePlugin*>; // of features()
 
     /// @p installed and @p plugins are only read, and must live as long as this object.
     cUpdateCheck(const cFeatureCatalogue& installed, const cPluginMgr& plugins);
@@ -70,7 +70,7 @@ private:
     /// Goes through @p names, the installed features and everything that these depend on in the new repository, each
     /// once. False when the new repository lacks one of them.
     bool collectFeatures(const QStringList& names);
-    bool logMissing(const QString& feature);
+    bool logMissing(QStringView feature);
     void collectPlugins();
 
     const cFeatureCatalogue& m_installed;

@@ -66,7 +66,7 @@ bool cXmlReader::readPlain(const QByteArray& xml, cXmlHandler& handler)
             break;
         case QXmlStreamReader::Characters:
             // The DOM drops text that is nothing but space, of which there are more kinds than XML's own.
-            if (!stream.text().trimmed().isEmpty())
+            if (!isBlank(stream.text()))
                 handler.addCharacters(stream.text());
             break;
         case QXmlStreamReader::EndElement:
@@ -82,15 +82,21 @@ bool cXmlReader::readPlain(const QByteArray& xml, cXmlHandler& handler)
 
 bool cXmlReader::beginElement(const QXmlStreamReader& stream, cXmlHandler& handler)
 {
-    if (!isPlainName(stream.qualifiedName()))
+    const QStringRef tag = stream.qualifiedName();
+    if (!isPlainName(tag))
         return false;
     const QXmlStreamAttributes attributes = stream.attributes();
     for (const QXmlStreamAttribute& attribute : attributes) {
         if (!isPlainName(attribute.qualifiedName()))
             return false;
     }
-    handler.beginElement(stream.qualifiedName(), attributes, int(stream.lineNumber()), int(stream.columnNumber()));
+    handler.beginElement(tag, attributes, int(stream.lineNumber()), int(stream.columnNumber()));
     return true;
+}
+
+bool cXmlReader::isBlank(QStringView text)
+{
+    return std::all_of(text.begin(), text.end(), [](QChar c) { return c.isSpace(); });
 }
 
 // The stream lets more pass than names may have.
@@ -125,7 +131,8 @@ bool cXmlReader::isPlain(const QByteArray& xml, QByteArray* dense)
         const char* const text = at;
         at = endOfBlank(text, end);
         const bool isBlank = at == end || *at == '<';
-        at = std::find(at, end, '<');
+        const void* const begin = std::memchr(at, '<', size_t(end - at));
+        at = begin ? static_cast<const char*>(begin) : end;
         const char* const tag = at;
         if (at != end) {
             ++at;
@@ -151,21 +158,22 @@ const char* cXmlReader::endOfBlank(const char* at, const char* end)
 /// Behind the tag that has begun before @p at; null when a value in it is not plain, or it has too many.
 const char* cXmlReader::endOfPlainTag(const char* at, const char* end)
 {
+    // One look at each byte, of which nearly all are none of these.
+    const auto isMark = [](char c) { return c == '"' || c == '\'' || c == '>' || c == '\n' || c == '\t'; };
+    char quote = 0; // that the value began with; 0 outside of values
     int values = 0;
-    while (at != end) {
-        const char c = *at++;
-        if (c == '>')
-            break;
-        if (c != '"' && c != '\'')
-            continue;
-        if (++values > cXmlBounds::MaxAttributes)
+    for (; (at = std::find_if(at, end, isMark)) != end; ++at) {
+        if (*at == quote) {
+            quote = 0;
+        } else if (quote && (*at == '\n' || *at == '\t')) {
             return nullptr;
-        for (; at != end && *at != c; ++at) {
-            if (*at == '\n' || *at == '\t')
+        } else if (!quote && *at == '>') {
+            return at + 1;
+        } else if (!quote && (*at == '"' || *at == '\'')) {
+            quote = *at;
+            if (++values > cXmlBounds::MaxAttributes)
                 return nullptr;
         }
-        if (at != end)
-            ++at;
     }
     return at;
 }

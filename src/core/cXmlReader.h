@@ -56,6 +56,7 @@ private:
     static const char* endOfBlank(const char* at, const char* end);
     static const char* endOfPlainTag(const char* at, const char* end);
     static bool isPlainName(QStringView name);
+    static bool isBlank(QStringView text);
     static bool beginElement(const QXmlStreamReader& stream, cXmlHandler& handler);
     static void tell(const QDomElement& element, cXmlHandler& handler);
 };

@@ -21,6 +21,7 @@ constexpr unsigned TimeLimit = 10;   // seconds
 struct sigaction s_before[SignalCount]; // what stood there before
 bool s_isOurs[SignalCount];
 pthread_t s_mainThread = 0;
+pid_t s_process = 0;
 alignas(16) char s_stack[65536]; // the main thread's for signals: a stack that has overflown has no room
 stack_t s_stackBefore;
 
@@ -115,6 +116,10 @@ void endWith(int signal, const siginfo_t* info)
 
 void onSignal(int signal, siginfo_t* info, void* context)
 {
+    if (getpid() != s_process) { // a child that has not become another program yet, and has the slot in common with it
+        endWith(signal, info);
+        return;
+    }
     const int savedError = errno;
     cCrash crash;
     crash.cause = signal;
@@ -172,6 +177,7 @@ cCrash CrashCatching::here()
 void CrashCatching::catchAll()
 {
     s_mainThread = pthread_self();
+    s_process = getpid();
     void* frame = nullptr;
     backtrace(&frame, 1); // loads the library that it needs, which a handler must not
     takeStack();

@@ -14,10 +14,8 @@ constexpr QLatin1String EnvironmentOpening("$(env.");
 
 QString cVariableExpander::expand(QString text)
 {
-    if (!text.contains(Opening))
-        return text;
     m_maxLength = qint64(text.size()) + MaxGrowth;
-    for (int pass = 0; pass < MaxPasses && expandOnce(text); ++pass) {
+    for (int pass = 0; pass < MaxPasses && text.contains(Opening) && expandOnce(text); ++pass) {
     }
     return text;
 }

@@ -6,12 +6,13 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <utility>
 
 namespace {
 
 /// The value that the class of @p object declares under @p key: the first entry counted from the root class, so that a
-/// base class's entry wins over a derived one's. Empty when there is none.
-QString classInformation(const QObject* object, const char* key)
+/// base class's entry wins over a derived one's. Null when there is none.
+const char* classInformation(const QObject* object, const char* key)
 {
     // The entries of a meta-object include those of its base classes; the chain is walked all the same, as a
     // meta-object that is made at run time may count only its own.
@@ -19,10 +20,10 @@ QString classInformation(const QObject* object, const char* key)
         for (int i = 0; i < meta->classInfoCount(); ++i) {
             const QMetaClassInfo info = meta->classInfo(i);
             if (std::strcmp(info.name(), key) == 0)
-                return QString::fromLatin1(info.value());
+                return info.value();
         }
     }
-    return QString();
+    return nullptr;
 }
 
 /// What a thread has found last for some ids. Each holds for one state of one registry: every change of a registry
@@ -33,6 +34,7 @@ public:
     struct Place
     {
         quint64 state = 0; // 0 for none
+        std::size_t hash = 0;
         QSharedPointer<cServiceInstance> record;
     };
 
@@ -64,14 +66,14 @@ thread_local cLastFound* cLastFound::s_ofThread = nullptr;
 cServiceInstance::cServiceInstance(QObject* service)
     : m_name(idOf(service))
     , m_service(service)
-    , m_isThreadSafe(classInformation(service, "threadsafe") == QLatin1String("true"))
+    , m_isThreadSafe(qstrcmp(classInformation(service, "threadsafe"), "true") == 0)
     , m_code(cCodeImage::codeOf(service))
 {
 }
 
 QString cServiceInstance::idOf(const QObject* object)
 {
-    return classInformation(object, "service");
+    return QString::fromLatin1(classInformation(object, "service"));
 }
 
 cServiceRegistry::Record cServiceRegistry::insert(Record record)
@@ -143,7 +145,7 @@ QObject* cServiceRegistry::object(const QString& id) const
 {
     const std::size_t hash = cSeededHash()(id);
     cLastFound::Place& last = cLastFound::placeOf(hash);
-    if (last.state == m_state.load(std::memory_order_acquire) && last.record->name() == id)
+    if (last.hash == hash && last.state == m_state.load(std::memory_order_acquire) && last.record->name() == id)
         return last.record->service();
     cLastFound::Place fresh;
     {
@@ -151,10 +153,10 @@ QObject* cServiceRegistry::object(const QString& id) const
         const auto found = m_records.find(id, hash);
         if (found == m_records.end())
             return nullptr;
-        fresh = {m_state.load(std::memory_order_relaxed), found->second};
+        fresh = {m_state.load(std::memory_order_relaxed), hash, found->second};
     }
-    last = fresh;
-    return fresh.record->service();
+    std::swap(last, fresh);
+    return last.record->service();
 }
 
 QStringList cServiceRegistry::ids() const

@@ -53,6 +53,8 @@ class cServiceRegistry
 public:
     using Record = QSharedPointer<cServiceInstance>;
 
+    cServiceRegistry() { m_records.max_load_factor(DenseLoad); }
+
     /// Stores a record under its name, in the place of one that is there. @return that one; null when there was none.
     Record insert(Record record);
     /// @return the record that was stored under @p id; null when there was none.

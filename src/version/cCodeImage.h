@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QtCore/QByteArray>
 #include <QtCore/QString>
 
 #include <cstring>
@@ -34,12 +35,12 @@ public:
     }
 
     /// The path of its file; empty for an empty image.
-    const QString& path() const { return m_path; }
+    QString path() const;
 
 private:
-    cCodeImage(const void* begin, const void* end, const QString& path) : m_begin(begin), m_end(end), m_path(path) {}
+    cCodeImage(const void* begin, const void* end, const QByteArray& file) : m_begin(begin), m_end(end), m_file(file) {}
 
     const void* m_begin = nullptr;
     const void* m_end = nullptr;
-    QString m_path;
+    QByteArray m_file; // as the system names it; empty for the program
 };

@@ -67,7 +67,11 @@ cCodeImage cCodeImage::around(const void* address)
     Search search{reinterpret_cast<ElfW(Addr)>(address)};
     if (!find(search))
         return cCodeImage();
-    const QString path =
-        search.path.isEmpty() ? QCoreApplication::applicationFilePath() : QFile::decodeName(search.path);
-    return {reinterpret_cast<const void*>(search.begin), reinterpret_cast<const void*>(search.end), path};
+    return {reinterpret_cast<const void*>(search.begin), reinterpret_cast<const void*>(search.end), search.path};
+}
+
+QString cCodeImage::path() const
+{
+    const bool isProgram = m_begin && m_file.isEmpty();
+    return isProgram ? QCoreApplication::applicationFilePath() : QFile::decodeName(m_file);
 }

@@ -33,5 +33,10 @@ cCodeImage cCodeImage::around(const void* address)
     if (!GetModuleHandleExW(flags, static_cast<LPCWSTR>(address), &module))
         return cCodeImage();
     const char* const begin = reinterpret_cast<const char*>(module);
-    return {begin, begin + sizeOf(begin), pathOf(module)};
+    return {begin, begin + sizeOf(begin), pathOf(module).toUtf8()};
+}
+
+QString cCodeImage::path() const
+{
+    return QString::fromUtf8(m_file);
 }

@@ -1,19 +1,15 @@
 #include <Norvale/cVersion.h>
 
+#include "version/Numbers.h"
+
+#include <cstdio>
+
 namespace {
 
-/// A component is unsigned when read and signed when kept. All that stand in catalogues are a few digits, which are
-/// read here without a text of their own.
+/// A component is unsigned when read and signed when kept.
 qint32 component(QStringView text)
 {
-    constexpr int SureDigits = 9; // any more may be too many for the number
-    qint32 number = 0;
-    for (const QChar digit : text) {
-        if (text.size() > SureDigits || digit < u'0' || digit > u'9')
-            return static_cast<qint32>(text.toString().toUInt());
-        number = number * 10 + (digit.unicode() - u'0');
-    }
-    return number;
+    return static_cast<qint32>(unsignedNumber(text));
 }
 
 } // namespace
@@ -38,5 +34,7 @@ cVersion::~cVersion() = default;
 
 QString cVersion::toString() const
 {
-    return QString::asprintf("%d.%02d.%03d", m_major, m_minor, m_build);
+    char text[3 * sizeof "-2147483648"];
+    const int size = std::snprintf(text, sizeof text, "%d.%02d.%03d", m_major, m_minor, m_build);
+    return QString::fromLatin1(text, size);
 }

@@ -310,6 +310,19 @@ private slots:
         QCOMPARE(ended.code, int(plugins.isEmpty() ? ExitCode::NothingBreaks : ExitCode::CulpritFound));
     }
 
+    void aStoppedSearchLeavesNobodyBehind()
+    {
+        useFaultySuite({{"P8", "\"start\":\"hang\""}});
+        QFile::remove(m_fixture.path("journal"));
+        QProcess search;
+        Platform::startInterruptible(search, VCORE_PROGRAM, {"--bisect"});
+        QTRY_VERIFY_WITH_TIMEOUT(m_fixture.journal().contains("hangs"), 30000);
+        Platform::interrupt(search);
+        QCOMPARE(exitCodeOf(search), int(ExitCode::CulpritNotFound));
+        const QJsonObject without = list(); // which a host that hangs in its start would not answer
+        QCOMPARE(without["running"], QJsonValue(false));
+    }
+
     void bisectsByACommand()
     {
         useFaultySuite({{"P3", "\"start\":\"spoil\""}, {"P6", "\"start\":\"probe\""}});

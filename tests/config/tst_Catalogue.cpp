@@ -15,8 +15,8 @@ static QString textOf(const cFeatureCatalogue& catalogue)
     for (const Feature& each : catalogue.features()) {
         text += QString(" | %1-%2 ").arg(each->name(), each->version().toString()) + (each->isActive() ? "on" : "off");
         text += QString(" [%1] <%2>").arg(each->repository(), each->dependencies().join(','));
-        for (auto it = each->displayNames().begin(); it != each->displayNames().end(); ++it)
-            text += QString(" %1:%2=%3").arg(it.key().first, it.key().second, it.value());
+        for (const cFeatureInstance::DisplayName& name : each->displayNames())
+            text += QString(" displayname:%1=%2").arg(name.language, name.text);
         for (const auto& plugin : each->plugins()) {
             text +=
                 QString(" %1 %2 #").arg(plugin->id().packageFileName()).arg(plugin->size()) + plugin->hash().toHex();

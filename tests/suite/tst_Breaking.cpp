@@ -74,13 +74,13 @@ private slots:
         const Ended next = m_fixture.run(QStringList{"--start-only"});
         QCOMPARE(next.code, 0);
         QCOMPARE(blameIn(next.reasons), isThrown ? QString() : Broken + ' ' + state);
-        QCOMPARE(m_fixture.run(QStringList{"--start-only"}).reasons.count(Broken), 2); // started and stopped
+        QCOMPARE(blameIn(m_fixture.run(QStringList{"--start-only"}).reasons), QString());
     }
 
     void leavesOutWhatBreaksTwice()
     {
-        for (int time : {1, 2})
-            QVERIFY2(!brokenRun("start segv").isNull(), qPrintable(QString::number(time)));
+        brokenRun("start segv");
+        brokenRun("start segv");
         const Variables breaking{{"NORVALE_BREAK", "start segv"}};
         QVERIFY(QFile::remove(m_fixture.path("journal")));
         const Ended third = m_fixture.run({"--start-only"}, breaking);
@@ -124,28 +124,30 @@ private:
         return match.hasMatch() ? match.captured(1) + ' ' + match.captured(2) : QString();
     }
 
-    /// Runs the suite until it breaks, or hangs and is told of and killed. @return what it said.
+    /// Runs the suite until it breaks, or hangs and is told of and killed. @return its log.
     QString brokenRun(const QByteArray& broken)
     {
         qputenv("NORVALE_BREAK", broken);
         const auto unset = qScopeGuard([] { qunsetenv("NORVALE_BREAK"); });
         const bool isCalled = broken.startsWith("call");
         QProcess host;
-        start(host, isCalled ? QStringList() : QStringList("--start-only"));
+        const QString log = m_fixture.path("log");
+        QFile::remove(log);
+        start(host, QStringList{"--log", log} + (isCalled ? QStringList() : QStringList("--start-only")));
         QProcess client;
         if (isCalled)
             Platform::start(client, VCORE_PROGRAM, {"--wait", "--timeout", "60", "--call", "Break", "now"});
-        QByteArray said;
         if (broken.endsWith("loop")) {
-            while (!said.contains("P25-1.00.000 hangs") && host.waitForReadyRead(30000))
-                said += host.readAll();
+            const QDeadlineTimer deadline(30000);
+            while (!readFile(log).contains("P25-1.00.000 hangs") && !deadline.hasExpired())
+                QTest::qSleep(20);
             host.kill();
         }
         client.waitForFinished(60000);
         if (broken == "call throw")
             m_fixture.run({"--call", "VCore", "quit"});
         exitCodeOf(host);
-        return QString::fromUtf8(said + host.readAll());
+        return QString::fromUtf8(readFile(log));
     }
 
     /// Runs the suite until it ends in one of the ways that are no plugin's fault. @return what it said.

@@ -94,6 +94,7 @@ private:
     QStringList m_names;
 };
 
+/// Leaves plugins out of every start.
 class cDisableCommand : public cNamesCommand
 {
 public:
@@ -106,7 +107,6 @@ public:
 protected:
     ExitCode change(const QStringList& names) override
     {
-        IPluginMgr::instance()->leaveOut(names); // so that their faults are not told
         IPluginMgr::instance()->discover();
         QStringList installed;
         for (const cPluginInfo& plugin : IPluginMgr::instance()->plugins())
@@ -124,6 +124,7 @@ protected:
     }
 };
 
+/// Undoes it.
 class cEnableCommand : public cNamesCommand
 {
 public:

@@ -32,34 +32,43 @@ QString nameOf(cPluginFailure::End end)
     return QStringLiteral("unknown");
 }
 
-QString whileOf(cPluginFailure::Step step)
+// What the plugin was, when the step was at hand.
+QString participleOf(cPluginFailure::Step step)
 {
     switch (step) {
     case cPluginFailure::None:
+    case cPluginFailure::Running:
         break;
     case cPluginFailure::Load:
-        return QStringLiteral("while it was loaded");
+        return QStringLiteral("loaded");
     case cPluginFailure::Start:
-        return QStringLiteral("while it was started");
+        return QStringLiteral("started");
     case cPluginFailure::Stop:
-        return QStringLiteral("while it was stopped");
-    case cPluginFailure::Running:
-        return QStringLiteral("while the suite ran");
+        return QStringLiteral("stopped");
     }
     return QString();
+}
+
+QString sentence(const cPluginFailure& failure)
+{
+    const QString id = failure.plugin + QLatin1Char('-') + failure.version.toString();
+    const QString participle = participleOf(failure.step);
+    const bool isRunning = participle.isEmpty();
+    if (failure.end == cPluginFailure::Unknown) {
+        const QString state = isRunning ? QStringLiteral("at work") : QStringLiteral("being ") + participle;
+        return QStringLiteral("%1 was %2 when the last run ended").arg(id, state);
+    }
+    const QString cause = failure.cause.isEmpty() ? QString() : QStringLiteral(" (%1)").arg(failure.cause);
+    const QString when = isRunning ? QStringLiteral("the suite ran") : QStringLiteral("it was ") + participle;
+    return QStringLiteral("%1 %2%3 while %4").arg(id, nameOf(failure.end), cause, when);
 }
 
 } // namespace
 
 QString LastFailure::text(const cPluginFailure& failure)
 {
-    QString verb = QStringLiteral("was at work when the last run ended,");
-    if (failure.end != cPluginFailure::Unknown)
-        verb = nameOf(failure.end);
-    const QString cause = failure.cause.isEmpty() ? QString() : QStringLiteral(" (%1)").arg(failure.cause);
     const QString when = failure.when.toLocalTime().toString(QStringLiteral("yyyy-MM-dd HH:mm"));
-    QString text = QStringLiteral("%1-%2 %3%4 %5, %6")
-                       .arg(failure.plugin, failure.version.toString(), verb, cause, whileOf(failure.step), when);
+    QString text = QStringLiteral("%1, %2").arg(sentence(failure), when);
     if (failure.inARow > 1)
         text += QStringLiteral(", %1 times in a row").arg(failure.inARow);
     return text;

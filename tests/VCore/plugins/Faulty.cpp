@@ -6,6 +6,7 @@
 #include <Norvale/cJsonValue.h>
 
 #include <QtCore/QCoreApplication>
+#include <QtCore/QFile>
 #include <QtCore/QThread>
 #include <QtCore/QVariant>
 
@@ -46,6 +47,10 @@ private:
             qFatal("out of ink");
         if (what == "exit")
             std::_Exit(0);
+        QFile journal(QFile::decodeName(qgetenv("VCORE_TEST_JOURNAL")));
+        if (what == "hang" && journal.open(QIODevice::WriteOnly))
+            journal.write("hangs");
+        journal.close();
         while (what == "hang")
             QThread::msleep(10);
         if (what == "spoil")
