@@ -127,6 +127,7 @@ bool cXmlReader::isPlain(const QByteArray& xml, QByteArray* dense)
         dense->resize(xml.size());
         out = dense->data();
     }
+    const char* kept = xml.constData(); // all before the root stays, so that the root is told with its place
     for (const char* const end = xml.constEnd(); at != end;) {
         const char* const text = at;
         at = endOfBlank(text, end);
@@ -142,8 +143,11 @@ bool cXmlReader::isPlain(const QByteArray& xml, QByteArray* dense)
             if (!at)
                 return false;
         }
+        if (!kept)
+            kept = isBlank ? tag : text;
         if (out)
-            out = std::copy(isBlank ? tag : text, at, out);
+            out = std::copy(kept, at, out);
+        kept = nullptr;
     }
     if (dense)
         dense->truncate(int(out - dense->constData()));

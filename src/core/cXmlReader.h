@@ -14,7 +14,7 @@ class cXmlHandler
 public:
     virtual ~cXmlHandler() = default;
 
-    /// Whether the lines and columns of elements are used. They need not be right otherwise.
+    /// Whether the lines and columns of elements are used. Otherwise those of the root alone need be right.
     virtual bool asksForPlaces() const { return false; }
 
     /// Begins a document, anew when one has been begun before: what has been told of it does not count.

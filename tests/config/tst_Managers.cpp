@@ -71,7 +71,8 @@ private slots:
         row("empty", " ", "line 1, column 1: unexpected end of file");
         row("cut short", whole.left(whole.indexOf("</feature>")), "line 1, column ");
         row("cut short to its beginning", "<repository version='1.0'>\n", "line 2, column ");
-        row("of another kind", "<html>\n<body/></html>", "line 1, column 6: a document of another kind, its root is ");
+        row("of another kind", "<?xml version='1.0' encoding=\"utf-8\"?>\n\n <html>\n<body/></html>",
+            "line 3, column 7: a document of another kind, its root is ");
         row("folder", "/", "cannot be read: this is a folder");
         if (Platform::hasUnixFiles())
             row("pipe", "|", "cannot be read: this is no file");
