@@ -74,7 +74,7 @@ void tst_cGuard::begin(QProcess& process, const QString& run) const
     environment.insert("LOG", m_sandbox.path() + QString("/log-%1").arg(quintptr(&process)));
     QFile::remove(environment.value("LOG"));
     process.setProcessEnvironment(environment);
-    process.start(QCoreApplication::applicationFilePath(), {"child", run.section("; ", 1)});
+    Platform::start(process, QCoreApplication::applicationFilePath(), {"child", run.section("; ", 1)});
 }
 
 /// The reasons are the log.
