@@ -89,7 +89,9 @@ private slots:
         QVERIFY(m_fixture.run(QStringList{"--list"}).output.contains("P26 -> P25"));
         QCOMPARE(m_fixture.run({"--enable", "P25"}).code, 0);
         QVERIFY(QFile::remove(m_fixture.path("journal")));
-        QCOMPARE(m_fixture.run(QStringList{"--start-only"}).code, 0);
+        const Ended fourth = m_fixture.run(QStringList{"--start-only"});
+        QCOMPARE(fourth.code, 0);
+        QCOMPARE(blameIn(fourth.reasons), QString());
         QCOMPARE(m_fixture.journal().size(), Plugins);
     }
 
@@ -160,7 +162,7 @@ private:
             Platform::startInterruptible(host, VCORE_PROGRAM, {});
         else
             start(host, {});
-        if (way == 4)
+        if (way == 4 && Platform::hasUnixFiles())                       // on Windows a console has to be up
             QTest::qSleep(QRandomGenerator::global()->bounded(1, 150)); // in the middle of the start
         else if (way != 0)
             m_fixture.run({"--wait", "--timeout", "60", "--call", "VCore", "connections"});
