@@ -1,0 +1,222 @@
+#pragma once
+
+#include "plugins/cFileRecord.h"
+#include "plugins/cPluginMgr.h"
+#include "services/cServiceMgr.h"
+
+#include <Norvale/Corvane.h>
+#include <Norvale/IPluginContext.h>
+#include <Norvale/cJsonValue.h>
+#include <Norvale/cLogCentral.h>
+#include <SettingsSandbox.h>
+
+#include <QtTest/QtTest>
+
+#include <stdexcept>
+#include <thread>
+
+inline void write(const QString& path, const QByteArray& content)
+{
+    QFile file(path);
+    QVERIFY(QFileInfo(path).dir().mkpath("."));
+    QVERIFY(file.open(QFile::WriteOnly));
+    QCOMPARE(file.write(content), qint64(content.size()));
+}
+
+/// A service of the test, which plugins register.
+class cLentService : public QObject
+{
+    Q_OBJECT
+    Q_CLASSINFO("service", "lent")
+};
+
+/// A small installation on disk, with the managers that run it. All that happens is noted in one journal, which is a
+/// property of the application object, so that the plugins write in it, too.
+class cInstalledSuite : public QObject,
+                        public IInstalledPlugins,
+                        public IPluginObserver,
+                        public Corvane::ILocalSocketMessageHandler
+{
+    Q_OBJECT
+
+public:
+    /// A plugin is its name, the library of its fixture and what its manifest says (`auto`, `in:CATEGORY`, `needs:P`,
+    /// `gives:S`); or its name and a manifest as it stands.
+    explicit cInstalledSuite(const QStringList& plugins)
+    {
+        sandbox.setInstallDir(sandbox.path());
+        Corvane::initializeFolderOrFile();
+        cLogCentral::setDebuggerOutput(true); // or there is no history
+        manager.setInstalledPlugins(this);
+        manager.setServiceMgr(&services);
+        QCoreApplication::instance()->setProperty("journal", QStringList());
+        QCoreApplication::instance()->setProperty("pluginMgr", QVariant::fromValue<QObject*>(&manager));
+        static QObject* leftService;
+        QCoreApplication::instance()->setProperty("leftService", QVariant::fromValue<void*>(&leftService));
+        QCoreApplication::instance()->setProperty("serviceMgr", QVariant::fromValue<QObject*>(&services));
+        QCoreApplication::instance()->setProperty("suite", QVariant::fromValue<QObject*>(this));
+        for (const QString& plugin : plugins)
+            install(plugin.section(' ', 0, 0), plugin.section(' ', 1));
+    }
+    void install(const QString& name, const QString& what)
+    {
+        const QString library = what.section(' ', 0, 0);
+        QString manifest = "<m><plugin runtime_api_version='13' autoload='%1' in:>%2 <start><library filename='%3' "
+                           "function='create'/></start></plugin></m>";
+        manifest = what.startsWith('<') ? what : manifest.arg(what.contains(" auto") ? "true" : "", what, library);
+        manifest.replace("in:>", QString("load_category='%1'>").arg(what.section("in:", 1).section(' ', 0, 0)));
+        manifest.replace(QRegularExpression("needs:(\\S+)"),
+                         "<dependencies><dependency>\\1</dependency></dependencies>");
+        manifest.replace(QRegularExpression("gives:(\\S+)"), "<services><service>\\1</service></services>");
+        names.append(name);
+        write(folderOf(name) + "/Manifest.xml", manifest.toUtf8());
+        const QString file = "/" + library + cPluginInstance::LibrarySuffix;
+        QFile::copy(FIXTURE_DIR + file, folderOf(name) + file);
+    }
+    QString folderOf(const QString& name) const { return sandbox.path() + "/plugins/" + name + "-1.00.000"; }
+    static QStringList journal() { return QCoreApplication::instance()->property("journal").toStringList(); }
+    static void note(const QString& text) { QCoreApplication::instance()->setProperty("journal", journal() << text); }
+
+    bool publishInstalledPlugins() override
+    {
+        ++publications;
+        manager.clearAllowed();
+        for (const QString& name : qAsConst(names))
+            manager.registerPlugin({name, cVersion("1.0.0")});
+        return true;
+    }
+    bool isFeatureInstalled(const QString& name) const override { return name == "Core"; }
+    QString publicationError() const override { return QString(); }
+    bool isInDevelopment(const cPluginId& id) const override { return id.name() == "Developed"; }
+    void spanBegin(Span span, const QString& plugin) override
+    {
+        note(QString("<") + "mlsp"[span] + plugin);
+        if (isAngry)
+            throw std::runtime_error("lens cap");
+    }
+    void spanEnd(Span, const QString&, bool ok) override
+    {
+        note(ok ? ">" : "!>");
+        if (isAngry)
+            throw 42;
+    }
+    void handleMessage(int, const cJsonValue&) override { note("message"); }
+
+public slots:
+    // The steps of a row, and of plugins that act; what stands behind the first word is given to them.
+    void take(QString step)
+    {
+        QVERIFY(
+            QMetaObject::invokeMethod(this, step.section(' ', 0, 0).toLatin1(), Q_ARG(QString, step.section(' ', 1))));
+    }
+    void acts(QString plugin)
+    {
+        QCoreApplication::instance()->setProperty(qPrintable("acts " + plugin.section(' ', 0, 0)),
+                                                  plugin.section(' ', 1).replace(';', ','));
+    }
+    void categories(QString list) { manager.setLoadCategories(list.split('+')); }
+    void lend(QString) { services.registerService(&lent); }
+    void listen(QString set) { services.addListener(set, this, "on"); }
+    void onLoadPluginCategoryCompleted(QString category)
+    {
+        note(category + " complete");
+        fixtureActs(category);
+    }
+    void onChanged() { note("changed"); }
+    void raise(QString set) { static_cast<IServiceMgr&>(services).notify(set, "Changed"); }
+    void handle(QString) { Corvane::registerLocalSocketMessageHandler(this); }
+    void send(QString) { Corvane::handleLocalSocketMessage(0, cJsonValue()); }
+    void hook(QString) { cLogCentral::addHook(this, "onLine"); }
+    void anger(QString) { isAngry = true; }
+    void discover(QString) { note(manager.discover() ? "discovered" : "faulty"); }
+    void start(QString) { note(manager.StartNormal() ? "started" : "not started"); }
+    void stop(QString) { manager.StopNormal(); }
+    void load(QString name) { note(manager.load(name) ? name + " there" : "no " + name); }
+    void serve(QString service) { note(manager.loadByService(service) ? service + " there" : "no " + service); }
+    void want(QString plugins) { QCoreApplication::instance()->setProperty("wanted", plugins.split(' ')); }
+    void observe(QString whether) { manager.setObserver(whether == "not" ? nullptr : this); }
+    void put(QString plugin)
+    {
+        names.removeOne(plugin.section(' ', 0, 0));
+        install(plugin.section(' ', 0, 0), plugin.section(' ', 1));
+    }
+    void publish(QString) { publishInstalledPlugins(); }
+    /// Notes the files of a plugin as they are.
+    void record(QString name)
+    {
+        cFileRecord files;
+        QString error;
+        QVERIFY2(files.read(), qPrintable(files.errorString()));
+        cRecordedFile file;
+        const QString library = QString("plain") + cPluginInstance::LibrarySuffix;
+        QVERIFY2(file.take(folderOf(name) + "/" + library, &error), qPrintable(error));
+        files.set({name, cVersion("1.0.0")}, {{library, file}});
+        QVERIFY2(files.write(), qPrintable(files.errorString()));
+    }
+    /// "NAME touch", "NAME cut", or "NAME append", which a system loads as before.
+    void change(QString what)
+    {
+        QFile file(folderOf(what.section(' ', 0, 0)) + "/plain" + cPluginInstance::LibrarySuffix);
+        QVERIFY(file.open(QFile::ReadWrite | QFile::Append));
+        if (what.endsWith("cut"))
+            QVERIFY(file.resize(file.size() / 2));
+        else if (what.endsWith("append"))
+            QCOMPARE(file.write("x"), 1);
+        QVERIFY(file.setFileTime(QDateTime(QDate(2001, 1, 1), QTime()), QFile::FileModificationTime));
+    }
+    void without(QString plugins) { manager.leaveOut(plugins.split(' ', Qt::SkipEmptyParts)); }
+    void uninstall(QString name) { names.removeOne(name); }
+    void removeManifest(QString name) { QVERIFY(QFile::remove(folderOf(name) + "/Manifest.xml")); }
+    void events(QString) { QCoreApplication::processEvents(); }
+    void outcome(QString)
+    {
+        const cStartOutcome outcome = manager.lastOutcome();
+        note(QString("outcome %1 with %2 reasons").arg(outcome.result).arg(outcome.reasons.size()));
+    }
+    void askInThread(QString name)
+    {
+        bool isLoaded = true;
+        std::thread([&] {
+            emit manager.DoLoad(name, nullptr);
+            isLoaded = manager.loadByService(name);
+        }).join();
+        note(isLoaded ? "at once" : "not at once");
+    }
+    void tearTranslation(QString name)
+    {
+        write(folderOf(name) + "/ts/strings_xx_XX.qm", "\x3c\xb8\x64\x18");
+        sandbox.setMachineValue("ConfigMgr/Locale", "xx_XX");
+    }
+    void leftOut(QString)
+    {
+        for (const cPluginInfo& info : manager.plugins())
+            note(info.name + ": " + info.leftOut);
+    }
+    /// The publications, and of each plugin its place in the order, its state, and a mark when its folder is searched.
+    void list(QString)
+    {
+        const char* const states[] = {"Registered", "Ordered", "Loaded", "Started", "Stopped"};
+        QString text = QString::number(publications);
+        for (const cPluginInfo& info : manager.plugins())
+            text += QString(" %1:%2:%3").arg(info.name).arg(info.order).arg(states[info.state]) +
+                    (QDir::searchPaths(info.name).contains(folderOf(info.name)) ? "*" : "");
+        note(text + " " + services.serviceList().join(' '));
+    }
+
+public:
+    /// Takes the steps that are meant for when a category is complete.
+    void fixtureActs(const QString& category)
+    {
+        const QString steps = QCoreApplication::instance()->property(qPrintable("acts " + category)).toString();
+        for (const QString& step : steps.split(", ", Qt::SkipEmptyParts))
+            take(step);
+    }
+
+    SettingsSandbox sandbox;
+    QStringList names;
+    int publications = 0;
+    bool isAngry = false;
+    cLentService lent;
+    cServiceMgr services;
+    cPluginMgr manager;
+};
