@@ -17,8 +17,7 @@ void cLastLines::add(const char* text, int length)
 {
     const quint32 number = m_last.load(std::memory_order_relaxed) + 1;
     Line& line = m_lines[number % Count];
-    line.number.store(0, std::memory_order_relaxed);
-    std::atomic_thread_fence(std::memory_order_release);
+    line.number.exchange(0, std::memory_order_acq_rel); // before anything of the line changes
     line.length = LineText::pieceLength(text, length, LongestLine);
     std::copy_n(text, line.length, line.text);
     line.number.store(number, std::memory_order_release);
@@ -35,8 +34,8 @@ void cLastLines::forEach(Take take) const
         char text[LongestLine];
         const int length = std::clamp(line.length, 0, LongestLine);
         std::copy_n(line.text, length, text);
-        std::atomic_thread_fence(std::memory_order_acquire);
-        if (line.number.load(std::memory_order_relaxed) == number)
+        // Adding nothing reads the number when all of the line has been read.
+        if (line.number.fetch_add(0, std::memory_order_acq_rel) == number)
             take(text, length);
     }
 }

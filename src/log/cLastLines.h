@@ -37,7 +37,7 @@ public:
 private:
     struct Line
     {
-        std::atomic<quint32> number{0}; // counted from 1; 0 while it is written, and before
+        mutable std::atomic<quint32> number{0}; // counted from 1; 0 while it is written, and before
         int length = 0;
         char text[LongestLine] = {};
     };
