@@ -26,7 +26,7 @@ public:
     };
 
     /// What is printed when a run that only starts the suite ends with ExitCode::Ok.
-    static constexpr QLatin1String StartOnlyAnswer{"The suite has been started and stopped."};
+    inline static const QLatin1String StartOnlyAnswer{"The suite has been started and stopped."};
 
     explicit cHostRun(const Options& options);
     ~cHostRun();

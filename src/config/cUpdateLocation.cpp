@@ -11,8 +11,8 @@
 namespace {
 
 // Members of a location's map in the settings.
-constexpr QLatin1String UrlMember("url");
-constexpr QLatin1String PriorityMember("priority");
+const QLatin1String UrlMember("url");
+const QLatin1String PriorityMember("priority");
 
 } // namespace
 

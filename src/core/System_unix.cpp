@@ -2,7 +2,7 @@
 #include "core/Settings.h"
 
 namespace {
-constexpr QLatin1String InstallDir("InstallDir");
+const QLatin1String InstallDir("InstallDir");
 }
 
 QString installRecord()

@@ -3,8 +3,8 @@
 #include <QtCore/QSettings>
 
 namespace {
-constexpr QLatin1String Product("HKEY_LOCAL_MACHINE\\SOFTWARE\\Varkel\\Pelmora");
-constexpr QLatin1String InstallDir("InstallDir");
+const QLatin1String Product("HKEY_LOCAL_MACHINE\\SOFTWARE\\Varkel\\Pelmora");
+const QLatin1String InstallDir("InstallDir");
 } // namespace
 
 QString installRecord()

@@ -79,7 +79,7 @@ QString causeOf(const QLockFile& lock)
     }
 }
 
-constexpr QLatin1String NotAsWritten("it does not read as it was written");
+const QLatin1String NotAsWritten("it does not read as it was written");
 
 /// QSettings does without reading a file again whose size and time are those that it knows.
 void makeNewer(QFileDevice& file, const QFileInfo& old)

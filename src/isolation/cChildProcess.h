@@ -28,5 +28,5 @@ private:
     void tieToThisProcess();
 
     qintptr m_end = -1;
-    void* m_job = nullptr; // on Windows
+    [[maybe_unused]] void* m_job = nullptr; // on Windows
 };

@@ -4,11 +4,11 @@
 
 namespace {
 
-constexpr QLatin1String Opening("$(");
-constexpr QLatin1String PluginDir("$(PluginDir)");
-constexpr QLatin1String PluginName("$(PluginName)");
-constexpr QLatin1String PluginVersion("$(PluginVersion)");
-constexpr QLatin1String EnvironmentOpening("$(env.");
+const QLatin1String Opening("$(");
+const QLatin1String PluginDir("$(PluginDir)");
+const QLatin1String PluginName("$(PluginName)");
+const QLatin1String PluginVersion("$(PluginVersion)");
+const QLatin1String EnvironmentOpening("$(env.");
 
 } // namespace
 
