@@ -105,7 +105,9 @@ bool cFrameWriter::container(const QVariant& value, int depth)
 {
     switch (value.userType()) {
     case QMetaType::QDateTime: {
-        const QDateTime time = value.toDateTime();
+        QDateTime time = value.toDateTime();
+        if (!time.isValid())
+            time = QDateTime(); // one invalid time is as good as another
         byte(time.isValid());
         byte(quint8(time.timeSpec()));
         wide(quint64(time.toMSecsSinceEpoch()));
