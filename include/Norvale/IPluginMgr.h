@@ -363,8 +363,8 @@ public:
      * the plugin's files stay as they are. plugins() tells each with its reason, cPluginInfo::leftOut.
      *
      * @param plugins the names; case-sensitive. They replace those of an earlier call. A name that no installed plugin
-     * has is logged as a warning when the plugins are read. To be set before discover() or StartNormal(); a plugin
-     *        whose library is loaded stays.
+     *        has is logged as a warning when the plugins are read. To be set before discover() or StartNormal(); a
+     *        plugin whose library is loaded stays.
      */
     virtual void leaveOut(const QStringList& plugins) = 0;
 

@@ -101,6 +101,14 @@ const char* CrashSystem::nameOf(qint32 cause)
         return "SIGSYS";
     case SIGTRAP:
         return "SIGTRAP";
+    case SIGKILL: // this and the next end child processes from outside
+        return "SIGKILL";
+    case SIGTERM:
+        return "SIGTERM";
+    case SIGINT:
+        return "SIGINT";
+    case SIGHUP:
+        return "SIGHUP";
     default:
         return nullptr;
     }

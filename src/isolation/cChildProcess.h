@@ -18,7 +18,7 @@ public:
     /// Starts @p program with @p end, which stays the caller's. @return false with the reason in errorString().
     bool startWith(qintptr end, const QString& program, const QStringList& arguments);
 
-    /// How a process that is no longer there has ended: "SIGSEGV", "exit code 3", "exception 0xC0000005".
+    /// How a process that is no longer there has ended: "SIGSEGV", "exit code 3", "EXCEPTION_ACCESS_VIOLATION".
     QString causeOfEnd() const;
 
 protected:

@@ -24,7 +24,7 @@ private slots:
         row("throws", "talker", "{'start':'throw'}", "ordered",
             "Talker-1.00.000 is not started: its start threw an exception: out of paper");
 #ifdef Q_OS_WIN
-        row("crashes", "talker", "{'start':'segv'}", "ordered", "its process has ended (exception 0xC0000005)");
+        row("crashes", "talker", "{'start':'segv'}", "ordered", "its process has ended (EXCEPTION_ACCESS_VIOLATION)");
 #else
         row("crashes", "talker", "{'start':'segv'}", "ordered",
             "Talker-1.00.000 is not started: its process has ended (SIGSEGV)");
@@ -257,7 +257,7 @@ private slots:
         const Rows<QString, QString> row("how", "cause");
         row("exits", "exit", "exit code 3");
 #ifdef Q_OS_WIN
-        row("crashes", "segv", "exception 0xC0000005");
+        row("crashes", "segv", "EXCEPTION_ACCESS_VIOLATION");
 #else
         row("crashes", "segv", "SIGSEGV");
         row("aborts", "abort", "SIGABRT");

@@ -1,13 +1,16 @@
 #include "isolation/cChildProcess.h"
 
-#include <windows.h>
+#include "guard/CrashHandler.h"
 
-// Closing the last handle of the job ends what is in it.
-cChildProcess::~cChildProcess()
-{
-    if (m_job)
-        CloseHandle(m_job);
-}
+#ifdef Q_OS_WIN
+#include <windows.h>
+#else
+#include <csignal>
+#include <fcntl.h>
+#endif
+#ifdef Q_OS_LINUX
+#include <sys/prctl.h>
+#endif
 
 bool cChildProcess::startWith(qintptr end, const QString& program, const QStringList& arguments)
 {
@@ -21,6 +24,22 @@ bool cChildProcess::startWith(qintptr end, const QString& program, const QString
         return false;
     tieToThisProcess();
     return true;
+}
+
+QString cChildProcess::causeOfEnd() const
+{
+    if (exitStatus() == NormalExit)
+        return QStringLiteral("exit code %1").arg(exitCode());
+    return CrashHandler::causeText(exitCode());
+}
+
+#ifdef Q_OS_WIN
+
+// Closing the last handle of the job ends what is in it.
+cChildProcess::~cChildProcess()
+{
+    if (m_job)
+        CloseHandle(m_job);
 }
 
 void cChildProcess::setupChildProcess() {}
@@ -38,10 +57,19 @@ void cChildProcess::tieToThisProcess()
     }
 }
 
-QString cChildProcess::causeOfEnd() const
+#else
+
+cChildProcess::~cChildProcess() = default;
+
+// Runs in the child, between fork and exec. A plugin that never looks at its connection again would outlive the suite.
+void cChildProcess::setupChildProcess()
 {
-    const quint32 code = quint32(exitCode());
-    if (code < 0x80000000u) // what is above are exceptions
-        return QStringLiteral("exit code %1").arg(code);
-    return QStringLiteral("exception 0x%1").arg(QString::number(code, 16).toUpper());
+    ::fcntl(int(m_end), F_SETFD, 0);
+#ifdef Q_OS_LINUX
+    ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+#endif
 }
+
+void cChildProcess::tieToThisProcess() {} // the child has done it
+
+#endif
