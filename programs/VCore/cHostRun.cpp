@@ -8,9 +8,12 @@
 #include "wire/cHostAddress.h"
 
 #include <Norvale/Corvane.h>
+#include <Norvale/IConfigMgr.h>
 #include <Norvale/IPluginMgr.h>
 
 #include <QtCore/QCoreApplication>
+
+#include <algorithm>
 
 namespace {
 
@@ -21,6 +24,39 @@ void forgetRestartRequests()
         Corvane::setRestartOption(Corvane::NoRestart);
     if (!Corvane::restartSetupFilename().isEmpty())
         Corvane::setRestartSetupFilename(QString());
+}
+
+// Whether somebody sees what is said. Nobody else is told what goes as it should.
+bool isWatched()
+{
+    return System::terminalColumns() > 0;
+}
+
+void tellStopping()
+{
+    Terminal::note(QStringLiteral("stopping; Ctrl+C ends it at once"));
+}
+
+// By the repository that the suite comes from.
+QString suiteName()
+{
+    for (const cFeatureInfo& feature : IConfigMgr::installedFeatures()) {
+        if (!feature.repository.isEmpty())
+            return feature.repository;
+    }
+    return QStringLiteral("The suite");
+}
+
+void tellRunning()
+{
+    const QList<cPluginInfo> plugins = IPluginMgr::instance()->plugins();
+    const auto isStarted = [](const cPluginInfo& plugin) { return plugin.state == cPluginInfo::Started; };
+    const auto started = std::count_if(plugins.begin(), plugins.end(), isStarted);
+    Terminal::note(QStringLiteral("%1 %2 runs in %3: %4 of %5 started. Ctrl+C stops it, and so does `VCore --call "
+                                  "VCore quit`.")
+                       .arg(suiteName(), Corvane::currentVersion(), Corvane::velmiraFolderOrFile(Corvane::CoreFolder))
+                       .arg(started)
+                       .arg(Terminal::counted(plugins.size(), "plugin")));
 }
 
 bool isRestartRequested()
@@ -44,6 +80,8 @@ ExitCode cHostRun::run()
 {
     m_stopSignals = std::make_unique<cStopSignals>();
     stopOn(m_stopSignals.get(), &cStopSignals::stopRequested);
+    if (isWatched())
+        QObject::connect(m_stopSignals.get(), &cStopSignals::stopRequested, tellStopping);
     ExitCode code = takeAddress();
     if (code != ExitCode::Ok)
         return code;
@@ -84,7 +122,7 @@ ExitCode cHostRun::takeAddress()
         return ExitCode::Ok;
     case cHostServer::HostIsAlive:
         return endWith(ExitCode::HostRunning,
-                       QStringLiteral("another host of %1 is running: %2")
+                       QStringLiteral("VCore is already running for %1, `VCore --call VCore quit` stops it: %2")
                            .arg(Corvane::velmiraFolderOrFile(Corvane::CoreFolder), m_server.errorString()));
     case cHostServer::Failed:
         break;
@@ -133,8 +171,12 @@ ExitCode cHostRun::start()
         return ExitCode::Ok;
     IPluginMgr::instance()->setObserver(nullptr);
     if (IPluginMgr::instance()->lastOutcome().result == cStartOutcome::NoCore) {
-        return endWith(ExitCode::NoCore, QStringLiteral("the feature \"Core\" is not installed in %1")
-                                             .arg(Corvane::velmiraFolderOrFile(Corvane::CoreFolder)));
+        return endWith(
+            ExitCode::NoCore,
+            QStringLiteral("there is nothing to run: the feature \"Core\" is not installed in %1. `VCore "
+                           "--update Core` fetches it from the update sites, `VCore --install FILE` installs "
+                           "it from a repository's description")
+                .arg(Corvane::velmiraFolderOrFile(Corvane::CoreFolder)));
     }
     return endWith(ExitCode::StartFailed,
                    QStringLiteral("the suite could not be started; the log lines above tell why"));
@@ -142,6 +184,8 @@ ExitCode cHostRun::start()
 
 ExitCode cHostRun::serve()
 {
+    if (isWatched() && !m_isStopRequested)
+        tellRunning();
     const int loopCode = m_isStopRequested ? 0 : QCoreApplication::exec();
     if (loopCode != 0) {
         return endWith(ExitCode::LoopEnded,
@@ -149,8 +193,8 @@ ExitCode cHostRun::serve()
     }
     if (!isRestartRequested())
         return ExitCode::Ok;
-    return endWith(ExitCode::Restart,
-                   QStringLiteral("the suite asks to be set up anew with %1").arg(Corvane::restartSetupFilename()));
+    Terminal::note(QStringLiteral("the suite asks to be set up anew with %1").arg(Corvane::restartSetupFilename()));
+    return ExitCode::Restart;
 }
 
 void cHostRun::stop()

@@ -42,7 +42,7 @@
     X(VCore, NothingBreaks, 34, "with all plugins the suite does not break")                                           \
     X(VCore, CulpritNotFound, 35, "the suite breaks without any plugin, or the search has come to no end")             \
     X(VCore, UnknownPlugin, 36, "no installed plugin has that name")                                                   \
-    X(VCore, NoSiteAnswered, 38, "no update site answered, so it is not known whether there is an update")             \
+    X(VCore, NoSiteAnswered, 38, "no update site gave a sound answer, so it is not known whether there is an update")  \
     X(norvale, Faults, 1, "the input breaks a rule; nothing was written")                                              \
     X(norvale, ReadFailed, 3, "a file or folder that was named cannot be read")                                        \
     X(norvale, WriteFailed, 4, "a result could not be written; what was there before stands")                          \

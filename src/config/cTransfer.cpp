@@ -1,5 +1,7 @@
 #include "config/cTransfer.h"
 
+#include "disk/WholeFiles.h"
+
 #include <QtCore/QCoreApplication>
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
@@ -206,7 +208,7 @@ void cTransfer::beginAnew()
     m_options.offset = 0;
     auto* file = qobject_cast<QFileDevice*>(m_device.data());
     if (m_device && (!m_device->seek(0) || (file && !file->resize(0))))
-        fail(QNetworkReply::OperationCanceledError, m_device->errorString());
+        fail(QNetworkReply::OperationCanceledError, writeFault());
 }
 
 void cTransfer::arrive()
@@ -275,9 +277,16 @@ void cTransfer::take(const QByteArray& bytes)
     else if (!m_device->isWritable())
         reason = QStringLiteral("the device takes no bytes");
     else if (m_device->write(bytes) != bytes.size())
-        reason = m_device->errorString();
+        reason = writeFault();
     if (!reason.isEmpty())
         fail(QNetworkReply::OperationCanceledError, reason);
+}
+
+/// Why the device did not take the bytes.
+QString cTransfer::writeFault() const
+{
+    const auto* file = qobject_cast<const QFileDevice*>(m_device.data());
+    return file ? causeOf(*file) : m_device->errorString();
 }
 
 void cTransfer::succeed()
@@ -285,7 +294,7 @@ void cTransfer::succeed()
     // A full disk may show only now.
     auto* file = qobject_cast<QFileDevice*>(m_device.data());
     if (m_state == Running && file && !file->flush())
-        fail(QNetworkReply::OperationCanceledError, file->errorString());
+        fail(QNetworkReply::OperationCanceledError, writeFault());
     end(Succeeded, QNetworkReply::NoError, QString());
 }
 

@@ -147,7 +147,7 @@ bool cPackageUnpacker::makeFolderOf(const QString& path)
     if (m_madeFolders.contains(parent))
         return true;
     if (!m_folder.mkpath(parent))
-        return fail(parent, QStringLiteral("the folder cannot be made: ") + qt_error_string());
+        return fail(parent, QStringLiteral("the folder cannot be made: ") + causeOfSystem(parent));
     m_madeFolders.insert(parent);
     return true;
 }

@@ -184,3 +184,10 @@ QList<cLogEntry> cLogCentral::history()
     const QMutexLocker locker(&central.lock);
     return central.history;
 }
+
+void cLogCentral::setLineOutput(void (*show)(const cLogEntry& line))
+{
+    cLogCentralData& central = *instance()->d;
+    const QMutexLocker locker(&central.lock);
+    central.lineOutput = show;
+}

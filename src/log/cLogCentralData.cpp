@@ -98,12 +98,19 @@ void cLogCentralData::output(const cLogImpl* channel, debugType level, const QBy
 
 void cLogCentralData::showEntry(const cLogEntry& entry, const QString& shownChannel)
 {
-    if (!isHooksOnly)
-        writeDebuggerLine(LineText::forDebugger(entry.threadId, shownChannel, entry.message));
+    showOutside(entry, shownChannel);
     m_caller.store(entry.threadId, std::memory_order_relaxed);
     hooks.call(entry, [this](const QString& thrown) { lockedUnlessHeld([&] { noteOfHook(thrown); }); });
     m_caller.store(nullptr, std::memory_order_relaxed);
     remember(entry);
+}
+
+void cLogCentralData::showOutside(const cLogEntry& entry, const QString& shownChannel) const
+{
+    if (lineOutput)
+        lineOutput(entry);
+    else if (!isHooksOnly)
+        writeDebuggerLine(LineText::forDebugger(entry.threadId, shownChannel, entry.message));
 }
 
 void cLogCentralData::remember(const cLogEntry& entry)
@@ -119,9 +126,9 @@ void cLogCentralData::noteOfHook(const QString& message)
     const QString channel = QStringLiteral("Norvale");
     const QString line = shown(message);
     const QDateTime now = QDateTime::currentDateTime();
-    if (!isHooksOnly)
-        writeDebuggerLine(LineText::forDebugger(currentThread(), channel, line));
-    remember({channel, currentThread(), now, debugError, line});
+    const cLogEntry entry{channel, currentThread(), now, debugError, line};
+    showOutside(entry, channel);
+    remember(entry);
     if (cLastLines::instance().isKept())
         keepLine(channel.toUtf8(), now.toMSecsSinceEpoch(), line.toUtf8());
     if (!m_file)

@@ -53,6 +53,7 @@ public:
     QList<cLogEntry> history;
     bool isDebuggerOutputOn = false;
     bool isHooksOnly = false;
+    void (*lineOutput)(const cLogEntry& line) = nullptr; // null for the debugger
 
     /// Sends the bytes of a line to the sinks. Takes the lock.
     void output(const cLogImpl* channel, debugType level, const QByteArray& text);
@@ -84,6 +85,7 @@ private:
     static Qt::HANDLE currentThread();
 
     void showEntry(const cLogEntry& entry, const QString& shownChannel);
+    void showOutside(const cLogEntry& entry, const QString& shownChannel) const;
     void remember(const cLogEntry& entry);
     void noteOfHook(const QString& message);
     void keepLine(const QByteArray& channel, qint64 time, const QByteArray& text);

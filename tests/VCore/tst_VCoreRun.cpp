@@ -36,8 +36,8 @@ private slots:
         row("another command's option", "--list --wait", ExitCode::Usage, "--wait does not go with --list", built);
         row("call without a method", "--call Text", ExitCode::Usage, "at least 2", built);
         row("time limit that is none", "--timeout soon --send {}", ExitCode::Usage, "--timeout", built);
-        row("call to nobody", "--call Text third", ExitCode::NoHost, "no host", built);
-        row("wait in vain", "--wait --timeout 0.1 --send {}", ExitCode::NoHost, "no host", built);
+        row("call to nobody", "--call Text third", ExitCode::NoHost, "VCore is not running for ", built);
+        row("wait in vain", "--wait --timeout 0.1 --send {}", ExitCode::NoHost, "VCore is not running for ", built);
         row("log in no folder", "--log /no/such/folder/x", ExitCode::FileFailed, "/no/such/folder/x", built);
         const QString sound = manifest("13");
         row("no core", "", ExitCode::NoCore, "\"Core\" is not installed", m_fixture.makeSuite("Other", {{"A", sound}}));

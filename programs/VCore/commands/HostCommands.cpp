@@ -99,7 +99,7 @@ public:
 protected:
     ExitCode ask(cHostClient& client) override
     {
-        ExitCode code = m_log.open(Diagnostics::showLog);
+        ExitCode code = m_log.open(Diagnostics::showReasons);
         if (code != ExitCode::Ok)
             return code;
         const cHostClient::Outcome connected = connect(client);

@@ -42,7 +42,7 @@ public:
             if (word.startsWith(QLatin1Char('-')))
                 return endWith(ExitCode::Usage, QStringLiteral("options stand before the names, \"%1\" too").arg(word));
         }
-        const ExitCode code = m_log.open(Diagnostics::showLog);
+        const ExitCode code = m_log.open(Diagnostics::showReasons);
         if (code != ExitCode::Ok)
             return code;
         m_options.plugins.categories = PluginChoice::namesIn({m_categories});
