@@ -10,7 +10,7 @@
 
 class QObject;
 
-/**
+/** @ingroup updates
  * How an install went: a copy of facts, which stays valid whatever is installed afterwards. IInstallMgr::lastOutcome()
  * gives it.
  *
@@ -74,7 +74,7 @@ struct cInstallOutcome
     bool isSuccess() const { return result == NothingToDo || result == Complete; }
 };
 
-/// What a verification has found out of one installed file, or of a plugin as a whole. A copy of facts.
+/// What a verification has found out of an installed file, or of a plugin as a whole. A copy of facts. @ingroup updates
 struct cFileFinding
 {
     /// What is found.
@@ -104,7 +104,7 @@ struct cFileFinding
     bool isFault() const { return kind == Missing || kind == Changed || kind == FolderMissing; }
 };
 
-/// How a verification went: what IInstallMgr::verify() answers. A copy of facts.
+/// How a verification went: what IInstallMgr::verify() answers. A copy of facts. @ingroup updates
 struct cVerifyOutcome
 {
     /// What it came to.
@@ -126,7 +126,7 @@ struct cVerifyOutcome
     int files = 0;
 };
 
-/// How a repair went: what IInstallMgr::repair() answers. A copy of facts.
+/// How a repair went: what IInstallMgr::repair() answers. A copy of facts. @ingroup updates
 struct cRepairOutcome
 {
     /// What it came to.
@@ -158,7 +158,7 @@ struct cRepairOutcome
     QStringList failedCommands;
 };
 
-/**
+/** @ingroup updates
  * Static facade of the install manager: installs plugin packages, removes what is installed, and finds and mends what
  * is damaged.
  *

@@ -10,7 +10,7 @@
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 
-/**
+/** @ingroup plugins
  * What the plugin manager knows about one installed plugin; a value that may be copied and kept.
  *
  * Everything but name, version, folder and state comes from the plugin's manifest and is empty, false or 0 before that
@@ -50,7 +50,7 @@ struct cPluginInfo
 
 Q_DECLARE_METATYPE(cPluginInfo::State)
 
-/**
+/** @ingroup plugins
  * How a start of the plugins went; a value that may be copied and kept.
  */
 struct cStartOutcome
@@ -71,7 +71,7 @@ struct cStartOutcome
     QStringList reasons;        ///< Why it came no further, as logged, in this order; empty after Started.
 };
 
-/**
+/** @ingroup plugins
  * How the plugin manager guards the process against its plugins; a value that may be copied and kept.
  */
 struct cGuardOptions
@@ -88,7 +88,7 @@ struct cGuardOptions
     bool endsHungProcess = false;
 };
 
-/**
+/** @ingroup plugins
  * How a plugin has ended a run; a value that may be copied and kept.
  */
 struct cPluginFailure
@@ -119,7 +119,7 @@ struct cPluginFailure
     QString report; ///< The absolute path of the report that was written; empty when there is none.
 };
 
-/**
+/** @ingroup plugins
  * Is told when the plugin manager begins and ends one of its longer steps; a host makes its start-up trace from it.
  *
  * The host makes and owns the observer and registers it with IPluginMgr::setObserver(). All calls come from the
@@ -157,7 +157,7 @@ public:
     virtual void spanEnd(Span span, const QString& plugin, bool ok) = 0;
 };
 
-/**
+/** @ingroup plugins
  * What the plugin manager tells of its plugins without being asked. A base class of IPluginMgr, so that the numbers
  * which signals and slots have there stay as they are.
  */
@@ -186,7 +186,7 @@ private:
     Q_DISABLE_COPY(IPluginNotifier)
 };
 
-/**
+/** @ingroup plugins
  * The plugin manager: knows the installed plugins, orders them by their dependencies, loads, starts and stops them.
  *
  * There is one for each process. `Corvane::initialize` makes it, and it lives until the process ends. A host drives it
