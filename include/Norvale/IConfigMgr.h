@@ -12,7 +12,7 @@
 
 class QObject;
 
-/**
+/** @ingroup updates
  * What a host shows of one installed feature: a copy that stays valid whatever happens to the catalogue afterwards.
  */
 struct cFeatureInfo
@@ -31,7 +31,7 @@ struct cFeatureInfo
     QStringList plugins;
 };
 
-/**
+/** @ingroup updates
  * How the update sites have answered a check, or the check that an update begins with: a copy of facts.
  *
  * A check tells that nothing newer was found with one and the same code, whether every site has said so or none was
@@ -55,7 +55,7 @@ struct cSitesOutcome
     QList<cFailure> failures;
 };
 
-/**
+/** @ingroup updates
  * Static facade of the configuration manager: what is installed, which updates there are, and fetching them.
  *
  * `Corvane::initialize` creates the one configuration manager behind it; until then every function here answers as if
