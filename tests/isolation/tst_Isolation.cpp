@@ -138,7 +138,7 @@ private slots:
         QCOMPARE(text, QString("untouched"));
         const QString log = talkers.log.lines();
         for (const char* reason :
-             {"Cannot call \"sing\" of the service \"Talker\": it has no such method for the given values",
+             {"Cannot call \"sing\" of the service \"Talker\": it has no such method; it has ",
               "Cannot call \"process\" of the service \"Talker\": its result is of the type qlonglong, not QString",
               "Cannot call \"point\" of the service \"Talker\": values of the type QObject* cannot travel to "
               "Talker-1.00.000, which runs in a process of its own",
