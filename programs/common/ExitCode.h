@@ -42,6 +42,7 @@
     X(VCore, NothingBreaks, 34, "with all plugins the suite does not break")                                           \
     X(VCore, CulpritNotFound, 35, "the suite breaks without any plugin, or the search has come to no end")             \
     X(VCore, UnknownPlugin, 36, "no installed plugin has that name")                                                   \
+    X(VCore, PluginFailed, 37, "a plugin that should run has failed; the column reason tells why")                     \
     X(VCore, NoSiteAnswered, 38, "no update site gave a sound answer, so it is not known whether there is an update")  \
     X(norvale, Faults, 1, "the input breaks a rule; nothing was written")                                              \
     X(norvale, ReadFailed, 3, "a file or folder that was named cannot be read")                                        \
