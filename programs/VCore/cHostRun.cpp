@@ -42,9 +42,9 @@ QString suiteName()
 {
     for (const cFeatureInfo& feature : IConfigMgr::installedFeatures()) {
         if (!feature.repository.isEmpty())
-            return feature.repository;
+            return feature.repository + QLatin1Char(' ') + Corvane::currentVersion();
     }
-    return QStringLiteral("The suite");
+    return QStringLiteral("the suite");
 }
 
 void tellRunning()
@@ -52,9 +52,9 @@ void tellRunning()
     const QList<cPluginInfo> plugins = IPluginMgr::instance()->plugins();
     const auto isStarted = [](const cPluginInfo& plugin) { return plugin.state == cPluginInfo::Started; };
     const auto started = std::count_if(plugins.begin(), plugins.end(), isStarted);
-    Terminal::note(QStringLiteral("%1 %2 runs in %3: %4 of %5 started. Ctrl+C stops it, and so does `VCore --call "
-                                  "VCore quit`.")
-                       .arg(suiteName(), Corvane::currentVersion(), Corvane::velmiraFolderOrFile(Corvane::CoreFolder))
+    Terminal::note(QStringLiteral("%1 runs in %2: %3 of %4 started. Ctrl+C stops it, and so does `VCore --call VCore "
+                                  "quit`.")
+                       .arg(suiteName(), Corvane::velmiraFolderOrFile(Corvane::CoreFolder))
                        .arg(started)
                        .arg(Terminal::counted(plugins.size(), "plugin")));
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QtCore/QMap>
 #include <QtCore/QString>
 
 // How the programs end. The numbers are part of their interface: scripts tell the ends apart by them, so none is ever
@@ -58,8 +59,8 @@ enum class ExitCode {
 #undef X
 };
 
-/// The exit codes of this program with their meanings, a line each, as the help text shows them.
-QString exitCodeTable();
+/// The exit codes of this program with their meanings.
+QMap<int, QString> exitCodes();
 
 /// Prints @p reason as an error on standard error. @return @p code: `return endWith(ExitCode::Usage, ...)` is how a
 /// command fails.

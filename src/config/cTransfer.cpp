@@ -1,6 +1,7 @@
 #include "config/cTransfer.h"
 
 #include "disk/WholeFiles.h"
+#include "version/Shown.h"
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QFile>
@@ -183,8 +184,8 @@ void cTransfer::checkSilence()
 void cTransfer::checkRate()
 {
     if (m_taken - m_takenBefore < qint64(m_options.leastRate) * m_options.rateWindow / 1000)
-        return fail(QNetworkReply::TimeoutError, QStringLiteral("slower than %1 bytes a second for %2 ms")
-                                                     .arg(m_options.leastRate)
+        return fail(QNetworkReply::TimeoutError, QStringLiteral("slower than %1 a second for %2 ms")
+                                                     .arg(counted(m_options.leastRate, "byte"))
                                                      .arg(m_options.rateWindow));
     m_takenBefore = m_taken;
     m_window.restart();

@@ -43,7 +43,8 @@ private slots:
         row("all of it", 1000000, Total, Total, 100, full + "10.0 MB of 10.0 MB  9.0 MB/s");
         row("little room", 1000000, 5000000, Total, 70,
             "Suite  [#####-----]   50 %  5.0 MB of 10.0 MB   4.0 MB/s   0:02 left");
-        row("no room for a bar", 1000000, 5000000, Total, 40, "Suite   50 %  5.0 MB of 10.0 MB   4.0 M");
+        row("40 columns", 1000000, 5000000, Total, 40, "Suite  [" + QString(11, '#') + QString(12, '-') + "]   50 %");
+        row("no room for a bar", 1000000, 5000000, Total, 20, "Suite   50 %");
         row("slow", 0, 1000, Total, 100, none + "1.0 kB of 10.0 MB   1.0 kB/s   3 h left");
         row("nobody knows how much", 1000000, 5000000, -1, 100, "Suite  5.0 MB              4.0 MB/s");
         row("no thousand of a unit", 999999, 999999, 999, 100, full + "1.0 MB of 999 B");
@@ -51,15 +52,19 @@ private slots:
         row("more than was promised", 0, 2 * Total, Total, 100, full + "20.0 MB of 10.0 MB  20.0 MB/s");
         row("promised without bound", 0, 1000000, std::numeric_limits<qint64>::max(), 100,
             "Suite  [" + QString(38, '-') + "]    0 %  1.0 MB of 9223372 TB  1.0 MB/s");
+        const QString some = "[" + QString(5, '#') + QString(5, '-') + "]   50 %";
+        row("40 columns, long name", 1000000, 5000000, Total, 40, "norvale-suite-be..  " + some);
         row("going back is another transfer", 5000000, 0, Total, 100, none + "0 B of 10.0 MB");
     }
     void showsABar()
     {
         const auto [doneAtOneSecond, done, total, columns] =
             cells<qint64, qint64, qint64, int>("doneAtOneSecond", "done", "total", "columns");
+        const QString label =
+            QByteArray(QTest::currentDataTag()).contains("long") ? "norvale-suite-beta-12.34.567" : "Suite";
         cProgressLine line;
-        line.update("Suite", doneAtOneSecond, total, Second);
-        line.update("Suite", done, total, 2 * Second);
+        line.update(label, doneAtOneSecond, total, Second);
+        line.update(label, done, total, 2 * Second);
         QTEST(line.bar(columns), "bar");
         QVERIFY(line.bar(columns).size() < columns);
     }

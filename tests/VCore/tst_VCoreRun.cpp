@@ -30,8 +30,10 @@ private slots:
         const QString built = VCORE_TEST_SUITE;
         row("help", "--help", ExitCode::Ok, "Exit codes:", built);
         row("version", "--version", ExitCode::Ok, "VCore ", built);
-        row("unknown option", "--nonsense", ExitCode::Usage, "nonsense", built);
-        row("stray word", "nonsense", ExitCode::Usage, "\"nonsense\" is not understood", built);
+        row("mistyped option", "--lst", ExitCode::Usage, "--lst is no option; did you mean --list?", built);
+        row("colour that is none", "--color red", ExitCode::Usage, "\"red\" is none of auto, always, never", built);
+        row("with colours", "--color always --list", ExitCode::Ok, "\x1b[1mPlugins\x1b[0m", built);
+        row("stray word", "nonsense", ExitCode::Usage, "\"nonsense\" is not understood\n", built);
         row("two commands", "--list --send {}", ExitCode::Usage, "exclude each other", built);
         row("another command's option", "--list --wait", ExitCode::Usage, "--wait does not go with --list", built);
         row("call without a method", "--call Text", ExitCode::Usage, "at least 2", built);
@@ -127,6 +129,18 @@ private slots:
         }
         QCOMPARE(exitCodeOf(m_fixture.host()), int(code));
         QCOMPARE(m_fixture.journal(), QStringList({"start Base", "stop Base"}));
+    }
+
+    void tellsOnATerminalHowItIsStopped()
+    {
+        QProcess terminal;
+        if (!Platform::startOnTerminal(terminal, VCORE_PROGRAM, {"--run"}))
+            QSKIP("a terminal is needed");
+        QCOMPARE(m_fixture.run("--wait --call VCore quit").code, 0);
+        QCOMPARE(exitCodeOf(terminal), 0);
+        const QString drawn =
+            Platform::drawnText(terminal.readAllStandardOutput()).remove(QRegularExpression("[\r\n]"));
+        QVERIFY2(drawn.contains(": 1 of 3 plugins started. Ctrl+C stops it"), qPrintable(drawn));
     }
 
     void onlyADeadHostGivesWay()

@@ -114,8 +114,6 @@ private slots:
             row(name, words, code, said, two, update());
         };
         newer("check", "--check", Code::Ok, {"\n1.00.000   2.00.000  "});
-        newer("check as JSON", "--json --check", Code::Ok,
-              {"\"requires_new_core\":false,\"result_code\":0,\"sites\":{\"asked\":1,\"failures\":[]},\"size\":"});
         newer("update", "--update", Code::Ok, {"Version 2.00.000 is ready (", "VCore: main-2.00.000: 100 % of "});
         newer("update with an unknown feature", "--update Nonsense", Code::FeatureMissing, {"Nonsense"});
         newer("option behind a feature", "--update Core --json", Code::Usage, {"options stand before"});
@@ -123,9 +121,9 @@ private slots:
               {"/no/file is not installed: it does not exist"});
         const QString site = "--install " + m_site.folder() + '/';
         const QString install = site + "repository.xml";
-        newer("install", install, Code::Ok, {"Installed are Core 2.00.000.", "  unpacking   A 2.00.000\n"});
+        newer("install", install, Code::Ok, {"Installed: Core 2.00.000.", "  unpacking   A 2.00.000\n"});
         newer("install a package of one's own", site + "A-2.00.000.zip", Code::Ok,
-              {"Installed are Core 1.00.000, VelmDev 0.00.001."});
+              {"Installed: Core 1.00.000, VelmDev 0.00.001."});
         newer("install a package that is none", site + "A-3.zip", Code::NothingToInstall,
               {"A-3.zip is not installed: it is no file"});
         newer("bootstrap without its folder", "--bootstrap", Code::NothingToInstall, {"Bootstrap/repository.xml"});
@@ -148,7 +146,7 @@ private slots:
             update("lost%1%2"));
         row("another package", "--update", Code::FetchFailed, {"A-2.00.000"}, two, update("site.xml?%1%2"));
         row("lost feature", "--update", Code::FeatureMissing, {"lacks a feature"}, two, feature("Other", "2.0.0", ""));
-        row("install without a package", install, Code::InstallIncomplete, {"Installed are Core 1.00.000."}, two,
+        row("install without a package", install, Code::InstallIncomplete, {"Installed: Core 1.00.000."}, two,
             feature("Core", "2.0.0", pluginElement("C", "1.00.000", "x")));
     }
     void endsWithTheCodeOf()
@@ -160,6 +158,33 @@ private slots:
         for (const QString& text : said)
             QVERIFY2((ended.output + ended.reasons).contains(text), qPrintable(ended.output + ended.reasons));
         QCOMPARE(ended.code, int(code));
+    }
+
+    void answersInJson_data()
+    {
+        const Rows<QString> row("members");
+        const QString install = "failed_commands features installed left_out reason removed result";
+        row("--check", "current_version requires_new_core result_code sites size update_to_version");
+        row("--update", "current_version requires_new_core result_code sites size update_to_version");
+        row("--update-sites", "sites");
+        row("--install", install);
+        row("--bootstrap", install);
+        row("--uninstall", "folder result waiting");
+        row("--verify", "files findings plugins reason result");
+        row("--repair", "failed_commands reason repaired result unrepaired");
+        row("--report", "file text");
+        row("--disable", "disabled");
+        row("--enable", "disabled");
+        row("--list", "core_version disabled features plugins running services");
+    }
+    void answersInJson()
+    {
+        const QString words = QTest::currentDataTag();
+        publish("2.0.0", update());
+        const QString site = m_site.folder() + "/repository.xml";
+        const QMap<QString, QString> values{{"--install", site}, {"--disable", "A"}, {"--enable", "A"}};
+        const Ended ended = m_fixture.run(QString("--json %1 %2").arg(words, values.value(words)).trimmed());
+        QTEST(QStringList(QJsonDocument::fromJson(ended.output.toUtf8()).object().keys()).join(' '), "members");
     }
 
     void tellsWhatTheSitesAnswer_data()
@@ -280,11 +305,14 @@ private slots:
         const auto [words, fault, version] = cells<QStringList, QString, QString>("words", "fault", "version");
         publish("2.0.0", update());
         const Variables folders{{"--update", dropbox()}, {"--update-sites", m_fixture.path("user")}};
+        QString said;
         const auto run = [&, words = words](const QString& what) {
             Variables faults = faultsBelow(folders.value(words.first(), m_suite), what);
             if (words.first() == "--update-sites")
                 faults["FILE_FAULTS_REGISTRY"] = "1";
-            return m_fixture.run(words, faults).code;
+            const Ended ended = m_fixture.run(words, faults);
+            said = ended.reasons;
+            return ended.code;
         };
         int code = fault == "kill last" ? 0 : run(fault);
         for (int number = 100; code == 0 && number > 0; --number) {
@@ -292,6 +320,10 @@ private slots:
             code = run(QString("kill %1").arg(number));
         }
         QTEST(code, "code");
+        const char* const cause = fault.startsWith("ENOSPC")  ? "no space is left on the device that holds "
+                                  : fault.startsWith("EROFS") ? " is read-only"
+                                                              : "";
+        QVERIFY2(said.contains(cause), qPrintable(said));
         servesA(version);
     }
     void aFullDiskLosesNoSettings_data()

@@ -114,7 +114,7 @@ protected:
         report.insert(QStringLiteral("running"), isRunning);
         report.insert(QStringLiteral("disabled"), QJsonArray::fromStringList(PluginChoice::disabled()));
         if (m_isJson)
-            Terminal::answerJson(QString::fromUtf8(WireText::write(report)));
+            answerJson(report);
         else
             Terminal::answer(SuiteReport::tables(report, System::terminalColumns(System::Output)));
         const int failed = SuiteReport::countFailed(report);
@@ -159,6 +159,7 @@ public:
     void describe(cSyntax& syntax) override
     {
         syntax.call("--send", "Send JSON to the running host and print each answer on a line.", &m_message, "JSON");
+        addJsonFlag(syntax, &m_isJson); // as all answers are anyway
         addTimeout(syntax);
         addWaiting(syntax);
     }
@@ -177,6 +178,7 @@ protected:
 
 private:
     QString m_message;
+    bool m_isJson = false;
 };
 
 /// Calls a method of a service in the running host and prints what it returns.

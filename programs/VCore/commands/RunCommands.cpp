@@ -9,6 +9,9 @@
 #include <Norvale/IPluginMgr.h>
 #include <Norvale/cLogCentral.h>
 
+#include <QtCore/QJsonArray>
+#include <QtCore/QJsonObject>
+
 namespace {
 
 /// Starts the suite, serves it until it is asked to stop, and stops it.
@@ -85,21 +88,27 @@ protected:
     void addNames(cSyntax& syntax, const char* name, const char* help)
     {
         syntax.call(name, help, &m_names, "NAME");
+        addJsonFlag(syntax, &m_isJson);
         syntax.add("[NAME...]", &m_names, "");
         syntax.mostWords = ManyWords;
     }
 
-    static ExitCode done(bool isDone, const QString& what, const QStringList& names, const QString& error)
+    ExitCode done(bool isDone, const QString& what, const QStringList& names, const QString& error) const
     {
         if (!isDone)
             return endWith(ExitCode::SettingsFailed, error);
-        if (!names.isEmpty())
+        if (m_isJson)
+            answerJson({{QStringLiteral("disabled"), QJsonArray::fromStringList(PluginChoice::disabled())}});
+        else if (!names.isEmpty())
             Terminal::answer(what.arg(names.join(QStringLiteral(", "))));
         return ExitCode::Ok;
     }
 
+    bool isJson() const { return m_isJson; }
+
 private:
     QStringList m_names;
+    bool m_isJson = false;
 };
 
 /// Leaves plugins out of every start.
@@ -149,7 +158,7 @@ protected:
         for (const QString& name : names) {
             if (disabled.contains(name))
                 enabled.append(name);
-            else
+            else if (!isJson())
                 Terminal::answer(QStringLiteral("The plugin \"%1\" is not disabled.").arg(name));
         }
         QString error;

@@ -256,9 +256,14 @@ QStringList UpdateReport::updated(const QJsonObject& result)
     }
 }
 
+bool UpdateReport::isWaiting()
+{
+    return QFile::exists(Corvane::velmiraFolderOrFile(Corvane::DropboxRepositoryFile));
+}
+
 void UpdateReport::tellWaiting()
 {
-    if (QFile::exists(Corvane::velmiraFolderOrFile(Corvane::DropboxRepositoryFile))) {
+    if (isWaiting()) {
         Terminal::answer(QStringLiteral("What waits in %1 is installed at the next start.")
                              .arg(Corvane::velmiraFolderOrFile(Corvane::DropboxFolder)));
     }
