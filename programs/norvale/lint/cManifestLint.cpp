@@ -37,18 +37,12 @@ cGrammar grammarOfManifests()
 Rule ruleOf(QStringView name)
 {
     static const QHash<QStringView, Rule> rules{
-        {u"name", Rule::ManifestBadName},
-        {u"version", Rule::ManifestBadVersion},
-        {u"autoload", Rule::ManifestBadAutoload},
-        {u"isolated", Rule::ManifestBadIsolated},
-        {u"api_version", Rule::ManifestBadNumber},
-        {u"runtime_api_version", Rule::ManifestBadRuntimeApi},
-        {u"filename", Rule::ManifestBadLibrary},
-        {u"function", Rule::ManifestBadLibrary},
-        {u"params", Rule::ManifestBadParams},
-        {u"dependency", Rule::ManifestBadDependency},
-        {u"service", Rule::ManifestEmptyService},
-        {u"platform", Rule::ManifestOtherPlatform},
+        {u"name", Rule::ManifestBadName},          {u"version", Rule::ManifestBadVersion},
+        {u"autoload", Rule::ManifestBadAutoload},  {u"isolated", Rule::ManifestBadIsolated},
+        {u"api_version", Rule::ManifestBadNumber}, {u"runtime_api_version", Rule::ManifestBadRuntimeApi},
+        {u"filename", Rule::ManifestBadLibrary},   {u"function", Rule::ManifestBadLibrary},
+        {u"params", Rule::ManifestBadParams},      {u"dependency", Rule::ManifestBadDependency},
+        {u"service", Rule::ManifestEmptyService},  {u"platform", Rule::ManifestOtherPlatform},
         {u"program", Rule::ManifestNoProgram},
     };
     return rules.value(name, Rule::ManifestUnreadable);
