@@ -35,7 +35,7 @@ public:
         if (m_isJson) {
             Terminal::answerJson(QString::fromUtf8(WireText::write(result)));
         } else {
-            Terminal::answer(UpdateReport::table(result));
+            Terminal::answer(UpdateReport::table(result) + UpdateReport::notes(result));
             Terminal::answer(UpdateReport::checked(result));
             UpdateReport::tellWaiting();
         }

@@ -12,6 +12,7 @@
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QFile>
+#include <QtCore/QJsonArray>
 
 namespace {
 
@@ -162,6 +163,18 @@ QStringList UpdateReport::table(const QJsonObject& result)
     table.addRow({textOf(result, "current_version"), textOf(result, "update_to_version"),
                   needsNewCore(result) ? QString() : sizeOf(result), isKnown ? needsCore : QString()});
     return table.lines();
+}
+
+QStringList UpdateReport::notes(const QJsonObject& result)
+{
+    QStringList lines;
+    for (const auto& note : result.value(QLatin1String("notes")).toArray()) {
+        const QJsonObject object = note.toObject();
+        lines.append(textOf(object, "feature") + QLatin1Char(' ') + textOf(object, "version"));
+        for (const QString& line : textOf(object, "text").split(QLatin1Char('\n')))
+            lines.append(QStringLiteral("  ") + line);
+    }
+    return lines;
 }
 
 QString UpdateReport::checked(const QJsonObject& result)

@@ -65,6 +65,9 @@ ExitCode codeOf(const QJsonObject& result);
 /// A table of the versions and the size, as far as they are known.
 QStringList table(const QJsonObject& result);
 
+/// What the update brings, as the repository tells it; empty when it tells nothing.
+QStringList notes(const QJsonObject& result);
+
 /// What a check has found.
 QString checked(const QJsonObject& result);
 
