@@ -36,6 +36,8 @@ expect("a translation of no locale" "german.ts must be named strings_<locale>.ts
 expect("a service of two plugins" "One and Two both declare the service \"A\"")
 expect("a plugin twice in one suite" "One.: the suite .*/suite has this plugin already")
 expect("a plugin of nobody" "One is no plugin of the suite")
+expect("features in a circle" "in a circle: C -> A -> B -> C")
+expect("a feature of nobody" "norvale_add_feature.A.: it depends on the feature \"Cor\", which no call .* there are A, Core")
 if(failures GREATER 0)
     message(FATAL_ERROR "${failures} faults are not told")
 endif()
