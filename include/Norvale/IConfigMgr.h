@@ -12,7 +12,7 @@
 
 class QObject;
 
-/**
+/** @ingroup updates
  * What a host shows of one installed feature: a copy that stays valid whatever happens to the catalogue afterwards.
  */
 struct cFeatureInfo
@@ -31,7 +31,7 @@ struct cFeatureInfo
     QStringList plugins;
 };
 
-/**
+/** @ingroup updates
  * Static facade of the configuration manager: what is installed, which updates there are, and fetching them.
  *
  * `Corvane::initialize` creates the one configuration manager behind it; until then every function here answers as if

@@ -6,7 +6,7 @@
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 
-/**
+/** @ingroup services
  * The service manager: services that are called by name, and event sets with listeners.
  *
  * A plugin publishes a plain QObject as a service; anybody else calls the object's methods by name, without linking

@@ -10,7 +10,7 @@
 class QObject;
 class cLogCentralData;
 
-/// A line of the history, as cLogCentral::history() hands it out.
+/// A line of the history, as cLogCentral::history() hands it out. @ingroup logging
 struct cLogEntry
 {
     QString channel;               ///< Name of the channel.
@@ -20,7 +20,7 @@ struct cLogEntry
     QString message;               ///< Text of the line, with the line ends that it had.
 };
 
-/**
+/** @ingroup logging
  * The registry of the log channels and the place where their lines go.
  *
  * A finished line goes to up to three sinks: to the log file, when setLogFile() has opened one; and, when

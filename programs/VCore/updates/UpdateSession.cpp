@@ -97,7 +97,7 @@ bool installWaiting(bool isQuiet)
     const cInstallReport report(QStringLiteral("Installing"), isQuiet);
     const bool ok = IInstallMgr::installDropbox();
     if (!ok)
-        Terminal::reason(QStringLiteral("not all that waits could be installed; the log lines above tell why"));
+        Terminal::error(QStringLiteral("not all that waits could be installed; the log lines above tell why"));
     return ok;
 }
 
@@ -154,7 +154,7 @@ ExitCode UpdateReport::codeOf(const QJsonObject& result)
     }
 }
 
-QStringList UpdateReport::table(const QJsonObject& result)
+cStyledLines UpdateReport::table(const QJsonObject& result)
 {
     const bool isKnown = result.contains(QLatin1String("requires_new_core"));
     const QString needsCore = needsNewCore(result) ? QStringLiteral("yes") : QStringLiteral("no");
@@ -165,14 +165,15 @@ QStringList UpdateReport::table(const QJsonObject& result)
     return table.lines();
 }
 
-QStringList UpdateReport::notes(const QJsonObject& result)
+cStyledLines UpdateReport::notes(const QJsonObject& result)
 {
-    QStringList lines;
+    cStyledLines lines;
     for (const auto& note : result.value(QLatin1String("notes")).toArray()) {
         const QJsonObject object = note.toObject();
-        lines.append(textOf(object, "feature") + QLatin1Char(' ') + textOf(object, "version"));
+        lines.append(
+            cStyledLine(textOf(object, "feature") + QLatin1Char(' ') + textOf(object, "version"), Style::Heading));
         for (const QString& line : textOf(object, "text").split(QLatin1Char('\n')))
-            lines.append(QStringLiteral("  ") + line);
+            lines.append(cStyledLine(QStringLiteral("  ") + line));
     }
     return lines;
 }

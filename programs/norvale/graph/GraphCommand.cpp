@@ -41,7 +41,9 @@ public:
         const QString dot = graph.dot();
         QString error;
         const ExitCode code = m_target.isEmpty() ? ExitCode::Ok : write(dot.toUtf8(), &error);
-        const QStringList lines = m_target.isEmpty() ? dot.trimmed().split(QLatin1Char('\n')) : QStringList();
+        cStyledLines lines;
+        for (const QString& line : m_target.isEmpty() ? dot.trimmed().split(QLatin1Char('\n')) : QStringList())
+            lines.append(line);
         return m_report.end(code, findings, error, lines, graph.json());
     }
 

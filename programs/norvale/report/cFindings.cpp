@@ -3,6 +3,7 @@
 #include "common/Terminal.h"
 #include "common/cCommand.h"
 #include "core/cXmlTree.h"
+#include "version/Shown.h"
 
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonDocument>
@@ -26,11 +27,6 @@ bool cFindings::has(Rule rule) const
     return std::any_of(m_list.begin(), m_list.end(), [&](const cFinding& f) { return f.rule == rule; });
 }
 
-QString counted(int number, const char* one, const char* several)
-{
-    return QStringLiteral("%1 %2").arg(QString::number(number), QLatin1String(number == 1 ? one : several));
-}
-
 void cReport::addJsonOption(cSyntax& syntax)
 {
     syntax.add("--json", &m_isJson, "Print one JSON object for programs");
@@ -51,15 +47,14 @@ ExitCode cReport::print(const cFindings& findings, const QStringList& hints) con
     } else {
         for (const cFinding& finding : findings.list())
             Terminal::answer(line(finding));
-        Terminal::reason(counted(errors, "error", "errors") + QStringLiteral(", ") +
-                         counted(warnings, "warning", "warnings"));
+        Terminal::note(counted(errors, "error") + QStringLiteral(", ") + counted(warnings, "warning"));
     }
     for (const QString& hint : hints)
-        Terminal::reason(hint);
+        Terminal::note(hint);
     return errors > 0 || (m_isStrict && warnings > 0) ? ExitCode::Faults : ExitCode::Ok;
 }
 
-ExitCode cReport::end(ExitCode code, const cFindings& findings, const QString& reason, const QStringList& lines,
+ExitCode cReport::end(ExitCode code, const cFindings& findings, const QString& reason, const cStyledLines& lines,
                       const QJsonObject& object) const
 {
     QJsonObject all = code == ExitCode::Ok ? object : QJsonObject();
@@ -69,9 +64,9 @@ ExitCode cReport::end(ExitCode code, const cFindings& findings, const QString& r
         printJson(findings, all);
     else
         for (const cFinding& finding : findings.list())
-            Terminal::reason(line(finding));
+            Terminal::note(line(finding));
     if (!reason.isEmpty())
-        Terminal::reason(reason);
+        Terminal::error(reason);
     if (!m_isJson && code == ExitCode::Ok && !lines.isEmpty())
         Terminal::answer(lines);
     return code;
@@ -79,7 +74,7 @@ ExitCode cReport::end(ExitCode code, const cFindings& findings, const QString& r
 
 ExitCode cReport::fail(ExitCode code, const QString& reason) const
 {
-    return end(code, cFindings(), reason, QStringList(), QJsonObject());
+    return end(code, cFindings(), reason, {}, {});
 }
 
 QString cReport::line(const cFinding& finding)

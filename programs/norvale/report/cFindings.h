@@ -1,6 +1,7 @@
 #pragma once
 
 #include "common/ExitCode.h"
+#include "common/cStyledLine.h"
 #include "report/Rules.h"
 
 #include <QtCore/QJsonObject>
@@ -42,9 +43,6 @@ private:
     QList<cFinding> m_list;
 };
 
-/// "1 error", "2 errors".
-QString counted(int number, const char* one, const char* several);
-
 /// How findings are told: as lines like those of compilers, or as one JSON object for programs.
 class cReport
 {
@@ -66,7 +64,7 @@ public:
      * code is: findings as in print(), "error" where there is a reason, and the members.
      * @return @p code.
      */
-    ExitCode end(ExitCode code, const cFindings& findings, const QString& reason, const QStringList& lines,
+    ExitCode end(ExitCode code, const cFindings& findings, const QString& reason, const cStyledLines& lines,
                  const QJsonObject& object) const;
 
     /// A command that ends before there is anything to report. @return @p code.

@@ -303,7 +303,7 @@ public:
         cSiteCheck check(cSiteFetcher::siteUrl(m_site), findings);
         if (!check.run())
             return m_report.fail(ExitCode::Unreachable, check.errorString());
-        Terminal::reason(check.summary());
+        Terminal::note(check.summary());
         return m_report.print(findings);
     }
 

@@ -5,6 +5,7 @@
 #include "lint/cPackageLint.h"
 #include "report/cFindings.h"
 #include "suite/cSuite.h"
+#include "version/Shown.h"
 
 #include <QtCore/QCryptographicHash>
 #include <QtCore/QDir>
@@ -92,9 +93,8 @@ bool cSiteCheck::run()
 
 QString cSiteCheck::summary() const
 {
-    return QStringLiteral("%1 repositories and %2 further files were fetched")
-        .arg(m_repositories.size())
-        .arg(m_packages.count());
+    return QStringLiteral("fetched %1 and %2")
+        .arg(counted(m_repositories.size(), "repository", "repositories"), counted(m_packages.count(), "further file"));
 }
 
 void cSiteCheck::checkRepository(const cSiteLint::Entry& entry, const QString& site)

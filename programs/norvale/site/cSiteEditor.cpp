@@ -183,10 +183,12 @@ bool cSiteEditor::collectNamedFiles(QSet<QString>* files) const
     return true;
 }
 
-QStringList cSiteEditor::lines() const
+cStyledLines cSiteEditor::lines() const
 {
     const QString place = QStringLiteral(" in repository %1 %2").arg(m_state.name(), m_edit.version().toString());
-    QStringList lines = m_files.lines();
+    cStyledLines lines;
+    for (const QString& line : m_files.lines())
+        lines.append(line);
     for (const cChange& change : changes()) {
         lines.append(
             QStringLiteral("feature %1: %2 -> %3")

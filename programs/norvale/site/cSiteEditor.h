@@ -1,6 +1,7 @@
 #pragma once
 
 #include "common/ExitCode.h"
+#include "common/cStyledLine.h"
 #include "report/cFindings.h"
 #include "site/cRepositoryEdit.h"
 #include "site/cRetiredList.h"
@@ -34,7 +35,7 @@ public:
     const cFindings& findings() const { return m_findings; }
 
     /// What has been done, for people and for programs. After a run() that was Ok.
-    QStringList lines() const;
+    cStyledLines lines() const;
     QJsonObject json() const;
 
 protected:

@@ -1,6 +1,5 @@
 #include "site/cSiteListing.h"
 
-#include "common/Terminal.h"
 #include "config/cCatalogueReader.h"
 #include "lint/InputFile.h"
 #include "site/cSiteState.h"
@@ -87,11 +86,13 @@ cSiteListing::Version cSiteListing::versionOf(const QSharedPointer<cFeatureInsta
     return {QLatin1String(state), cPluginId(feature->name(), feature->version()), plugins, feature, {}};
 }
 
-QStringList cSiteListing::lines() const
+cStyledLines cSiteListing::lines() const
 {
     cTextTable table({QStringLiteral("repository"), QStringLiteral("status"), QStringLiteral("version"),
                       QStringLiteral("feature"), QStringLiteral("version"), QStringLiteral("state"),
                       QStringLiteral("plugins")});
+    table.setStyle(5,
+                   [](const QString& state) { return state == QLatin1String("offered") ? Style::Good : Style::Plain; });
     for (const Repository& repository : m_repositories) {
         const QStringList place{repository.entry.update, repository.entry.status,
                                 repository.catalogue.version().toString()};

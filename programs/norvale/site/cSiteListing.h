@@ -1,6 +1,7 @@
 #pragma once
 
 #include "common/ExitCode.h"
+#include "common/cStyledLine.h"
 #include "config/cFeatureCatalogue.h"
 #include "report/cFindings.h"
 #include "site/cRetiredList.h"
@@ -26,7 +27,7 @@ public:
     const cFindings& findings() const { return m_findings; }
 
     /// A table with a row for each version of a feature.
-    QStringList lines() const;
+    cStyledLines lines() const;
     QJsonObject json() const;
 
 private:
