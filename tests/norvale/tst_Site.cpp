@@ -290,11 +290,11 @@ private slots:
             1, "are one repository");
         row("no such feature", "", "promote site --from beta G", 1, "beta) has no feature \"G\"");
         row("an older feature", "", "promote site --from release --to beta F", 1, "newer than 1.00.000: name");
-        row("without what it needs", "", "promote site --from beta --to new F", 1, "[feature-unknown-dependency]");
+        row("without what it needs", "", "promote site --from beta --to new F", 1, "feature-unknown-dependency");
         row("a package that is gone", "rm site/main-beta/packages/B*", "promote site --from beta", 1,
             "package of B-2.00.000 is not in");
         row("a changed package", "cp B-1.00.000.zip site/main-beta/packages/B-2.00.000.zip", "promote site --from beta",
-            1, "[package-hash]");
+            1, "package-hash");
         row("from nowhere", "", "promote site", 2, "--from says");
         row("no site", "", "promote nothing --from beta", 3, "there is no nothing/site.xml");
         row("the only version", "", "retire site F-1.0.0", 1, "no version before it");
@@ -317,7 +317,7 @@ private slots:
         const QMap<QString, QByteArray> before = m_tool.tree("site");
         const Ended ended = m_tool.run("site " + arguments + " --json");
         QCOMPARE(ended.code, code);
-        QVERIFY2((ended.reasons + ended.output).replace("\\\"", "\"").contains(said), qPrintable(ended.reasons));
+        QVERIFY2((ended.reasons + ended.output).contains(said), qPrintable(ended.reasons));
         QVERIFY(jsonOf(ended).contains("findings"));
         QCOMPARE(m_tool.tree("site"), before);
     }

@@ -143,7 +143,6 @@ bool cRepositoryEdit::isAboveRetired(const cFeatureInstance& feature)
 void cRepositoryEdit::withdraw(const Feature& instead)
 {
     m_features[placeOf(instead->name())] = instead;
-    dropEarlier(instead->name(), instead->version());
 }
 
 void cRepositoryEdit::keepAsEarlier(const Feature& feature)

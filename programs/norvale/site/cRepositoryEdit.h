@@ -55,7 +55,8 @@ public:
     /// where it goes.
     [[nodiscard]] bool takeRuntime(cNewFile& runtime);
 
-    /// Withdraws the feature of this name, which is offered: puts @p instead in its place.
+    /// Withdraws the feature of this name, which is offered: puts @p instead in its place, which stays an earlier one,
+    /// too, so that a run that is cut off can be repeated.
     void withdraw(const Feature& instead);
 
     /// Drops an earlier version.

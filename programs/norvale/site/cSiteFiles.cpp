@@ -43,8 +43,11 @@ ExitCode cSiteFiles::begin(const QString& site)
 bool cSiteFiles::makeFolder(const QString& path)
 {
     QStringList missing;
-    for (QString folder = path; !QFileInfo::exists(folder); folder = QFileInfo(folder).path())
+    QString folder = path;
+    while (!QFileInfo::exists(folder) && QFileInfo(folder).path() != folder) {
         missing.prepend(folder);
+        folder = QFileInfo(folder).path();
+    }
     m_madeFolders += missing;
     if (QDir().mkpath(path))
         return true;

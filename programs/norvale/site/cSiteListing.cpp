@@ -68,7 +68,7 @@ void cSiteListing::addVersions(Repository& repository, const cFeatureCatalogue& 
         repository.versions.append(versionOf(feature, "offered"));
         QList<Version> others;
         for (const QSharedPointer<cFeatureInstance>& other : earlier.features()) {
-            if (other->name() == feature->name())
+            if (other->name() == feature->name() && other->version() != feature->version())
                 others.append(versionOf(other, "earlier"));
         }
         std::copy_if(retired.begin(), retired.end(), std::back_inserter(others),

@@ -43,7 +43,8 @@ public:
 
     const cFeatureCatalogue& catalogue() const { return m_catalogue; }
 
-    /// The versions of features that stood in the catalogue before and have not been retired, oldest first.
+    /// The versions of features that stood in the catalogue before and have not been retired, the one that was replaced
+    /// last at the end. One that is offered again may be among them.
     const cFeatureCatalogue& earlier() const { return m_earlier; }
 
     /// The repository's description as it stands; empty when there is none.
