@@ -386,7 +386,9 @@ function(norvale_add_feature)
         _norvale_enter_plugin()
     endforeach()
     _norvale_enter_feature("${root}" "${xml}    </plugins>\n  </feature>\n")
-    add_dependencies(${suite} ${plugin_targets})
+    if(plugin_targets)
+        add_dependencies(${suite} ${plugin_targets})
+    endif()
 endfunction()
 
 # _norvale_check_circle(ROOT NAME): refuses a feature that depends on itself by way of others. The last call of those in a
