@@ -114,6 +114,12 @@ private slots:
             row(name, words, code, said, two, update());
         };
         newer("check", "--check", Code::Ok, {"\n1.00.000   2.00.000  "});
+        const QString noted = update().replace(
+            "</feature>", "<notes>Starts\n- in half the time</notes><notes version='1.0.0'>first</notes></feature>");
+        row("check shows release notes", "--check", Code::Ok, {"Core 2.00.000\n  Starts\n  - in half the time"}, two,
+            noted);
+        row("check has them as JSON", "--json --check", Code::Ok,
+            {"\"notes\":[{\"feature\":\"Core\",\"text\":\"Starts\\n- in half the time"}, two, noted);
         newer("update", "--update", Code::Ok, {"Version 2.00.000 is ready (", "VCore: main-2.00.000: 100 % of "});
         newer("update with an unknown feature", "--update Nonsense", Code::FeatureMissing, {"Nonsense"});
         newer("option behind a feature", "--update Core --json", Code::Usage, {"options stand before"});
