@@ -8,6 +8,7 @@ endif()
 
 include(CMakePackageConfigHelpers)
 set(package_dir "${CMAKE_INSTALL_LIBDIR}/cmake/Norvale")
+set(plugins_dir "${CMAKE_INSTALL_LIBDIR}/norvale/plugins")
 
 install(TARGETS Norvale EXPORT NorvaleExports
     RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT runtime
@@ -41,12 +42,20 @@ endif()
 
 install(DIRECTORY "${PROJECT_SOURCE_DIR}/include/Norvale" DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}" COMPONENT dev FILES_MATCHING PATTERN "*.h")
 configure_package_config_file("${PROJECT_SOURCE_DIR}/cmake/NorvaleConfig.cmake.in"
-    "${PROJECT_BINARY_DIR}/package/NorvaleConfig.cmake" INSTALL_DESTINATION "${package_dir}")
+    "${PROJECT_BINARY_DIR}/package/NorvaleConfig.cmake" INSTALL_DESTINATION "${package_dir}" PATH_VARS plugins_dir)
 write_basic_package_version_file("${PROJECT_BINARY_DIR}/package/NorvaleConfigVersion.cmake" COMPATIBILITY SameMajorVersion)
 install(FILES
     "${PROJECT_BINARY_DIR}/package/NorvaleConfig.cmake" "${PROJECT_BINARY_DIR}/package/NorvaleConfigVersion.cmake"
     "${PROJECT_SOURCE_DIR}/cmake/NorvalePlugin.cmake" "${PROJECT_SOURCE_DIR}/cmake/Manifest.xml.in"
     DESTINATION "${package_dir}" COMPONENT dev)
+
+# The plugins that suites take as they are, each in a folder as a suite has it.
+foreach(plugin ZentraSettings)
+    get_target_property(folder ${plugin} NORVALE_FOLDER)
+    get_filename_component(name "${folder}" NAME)
+    install(TARGETS ${plugin} LIBRARY DESTINATION "${plugins_dir}/${name}" COMPONENT dev)
+    install(FILES "${folder}/Manifest.xml" DESTINATION "${plugins_dir}/${name}" COMPONENT dev)
+endforeach()
 
 set(pkgconfig_dir "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
 file(RELATIVE_PATH prefix_from_pkgconfig "/${pkgconfig_dir}" "/")

@@ -57,8 +57,8 @@ macro(norvale_debian_package component name section summary text)
     set(CPACK_DEBIAN_${upper}_PACKAGE_SECTION ${section})
     set(CPACK_DEBIAN_${upper}_DESCRIPTION "${summary}\n${about}${text}")
 endmacro()
-# the first line of each description is its own, and not that of all
-set(CPACK_PACKAGE_DESCRIPTION_SUMMARY)
+# CPack puts its summary before each description, unless that is its own default.
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "${CMAKE_PROJECT_NAME} built using CMake")
 
 norvale_debian_package(runtime ${library_package} libs "framework of plugin-based desktop suites"
     "This package holds the library, and the program in which it runs plugins

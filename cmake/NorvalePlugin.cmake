@@ -1,5 +1,6 @@
-# What a plugin author's CMakeLists.txt calls: norvale_add_plugin makes a plugin folder, norvale_add_feature names the
-# plugins that a suite has. Together they lay out a folder that a host can take as its installation folder:
+# What a plugin author's CMakeLists.txt calls: norvale_add_plugin makes a plugin folder, norvale_use_plugin takes in one that
+# is built already, norvale_add_feature names the plugins that a suite has. Together they lay out a folder that a host can
+# take as its installation folder:
 #
 #   <root>/plugins/features.xml
 #   <root>/plugins/Greeter-1.00.000/Manifest.xml
@@ -122,7 +123,8 @@ function(norvale_add_plugin)
     _norvale_check_plugin_arguments()
     _norvale_suite_root(root ${arg_DESTINATION})
     set(folder "${root}/plugins/${arg_NAME}-${version}")
-    _norvale_plugin_target()
+    _norvale_plugin_target(norvale_add_plugin)
+    set_property(GLOBAL APPEND PROPERTY NORVALE_PLUGINS ${target})
 
     add_library(${target} MODULE ${arg_SOURCES})
     target_link_libraries(${target} PRIVATE Norvale::Norvale ${arg_LIBRARIES})
@@ -131,7 +133,7 @@ function(norvale_add_plugin)
     set_target_properties(${target} PROPERTIES
         PREFIX "" DEBUG_POSTFIX "" OUTPUT_NAME "${arg_NAME}" LIBRARY_OUTPUT_DIRECTORY "${folder}$<1:>"
         AUTOMOC ON CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON
-        NORVALE_VERSION "${version}" NORVALE_SERVICES "${arg_SERVICES}")
+        NORVALE_FOLDER "${folder}" NORVALE_VERSION "${version}" NORVALE_SERVICES "${arg_SERVICES}")
     _norvale_plugin_manifest()
     _norvale_plugin_translations()
     foreach(file IN LISTS arg_FILES)
@@ -169,7 +171,7 @@ macro(_norvale_check_plugin_arguments)
 endmacro()
 
 # Each suite of a build has its own plugin of a name; the features find them by root and name.
-macro(_norvale_plugin_target)
+macro(_norvale_plugin_target caller)
     set(target ${arg_NAME})
     if(TARGET ${target})
         get_filename_component(root_name "${root}" NAME)
@@ -177,10 +179,9 @@ macro(_norvale_plugin_target)
     endif()
     get_property(other GLOBAL PROPERTY "NORVALE_PLUGIN ${root} ${arg_NAME}")
     if(other)
-        message(FATAL_ERROR "norvale_add_plugin(${arg_NAME}): the suite ${root} has this plugin already")
+        message(FATAL_ERROR "${caller}(${arg_NAME}): the suite ${root} has this plugin already")
     endif()
     set_property(GLOBAL PROPERTY "NORVALE_PLUGIN ${root} ${arg_NAME}" ${target})
-    set_property(GLOBAL APPEND PROPERTY NORVALE_PLUGINS ${target})
 endmacro()
 
 # Writes the manifest or takes the given one, and lints it before it comes into the plugin's folder.
@@ -259,11 +260,97 @@ macro(_norvale_plugin_translations)
     endforeach()
 endmacro()
 
+# norvale_use_plugin(name [FOLDER folder] [DESTINATION root])
+#
+# Copies a plugin that is built already into the suite, for norvale_add_feature to name: one that this build makes for another
+# suite, or else one that comes with Norvale, such as ZentraSettings, the settings. FOLDER names any other, by its folder, in
+# which the manifest lies.
+function(norvale_use_plugin name)
+    cmake_parse_arguments(arg "" "FOLDER;DESTINATION" "" ${ARGN})
+    set(arg_NAME "${name}")
+    if(arg_UNPARSED_ARGUMENTS)
+        message(FATAL_ERROR "norvale_use_plugin(${name}): unknown arguments: ${arg_UNPARSED_ARGUMENTS}")
+    endif()
+    _norvale_find_plugin()
+    _norvale_suite_root(root ${arg_DESTINATION})
+    set(folder "${root}/plugins/${name}-${version}")
+    _norvale_plugin_target(norvale_use_plugin)
+    add_custom_command(OUTPUT "${folder}/Manifest.xml"
+        COMMAND ${CMAKE_COMMAND} -E copy_directory "${from}" "${folder}"
+        DEPENDS ${files} COMMENT "${name}: as it is built" VERBATIM)
+    add_custom_target(${target} ALL DEPENDS "${folder}/Manifest.xml")
+    set_target_properties(${target} PROPERTIES
+        NORVALE_FOLDER "${folder}" NORVALE_VERSION "${version}" NORVALE_SERVICES "${services}")
+endfunction()
+
+# The steps of norvale_use_plugin, in its scope.
+
+# Where the plugin is copied from, and what the copy depends on: `from`, `files`, `version`, `services`.
+macro(_norvale_find_plugin)
+    set(from "")
+    set(files "")
+    if(NOT arg_FOLDER AND TARGET ${name})
+        get_target_property(from ${name} NORVALE_FOLDER)
+        get_target_property(version ${name} NORVALE_VERSION)
+        get_target_property(services ${name} NORVALE_SERVICES)
+        get_target_property(type ${name} TYPE)
+        set(files ${name} "${from}/Manifest.xml")
+        if(type STREQUAL MODULE_LIBRARY)
+            list(APPEND files "$<TARGET_FILE:${name}>")
+        endif()
+    endif()
+    if(NOT from)
+        _norvale_find_built_plugin()
+        file(GLOB_RECURSE files CONFIGURE_DEPENDS "${from}/*")
+        _norvale_read_manifest("${from}/Manifest.xml")
+    endif()
+endmacro()
+
+macro(_norvale_find_built_plugin)
+    if(arg_FOLDER)
+        get_filename_component(from "${arg_FOLDER}" ABSOLUTE)
+    else()
+        file(GLOB folders LIST_DIRECTORIES TRUE "${NORVALE_PLUGINS_DIR}/*-*")
+        set(there "")
+        foreach(each IN LISTS folders)
+            get_filename_component(id "${each}" NAME)
+            string(REGEX REPLACE "-[^-]*$" "" id "${id}")
+            list(APPEND there "${id}")
+            if(id STREQUAL name)
+                set(from "${each}")
+            endif()
+        endforeach()
+        if(NOT from)
+            message(FATAL_ERROR "norvale_use_plugin(${name}): no such plugin comes with Norvale (but ${there}); FOLDER takes any other")
+        endif()
+    endif()
+    if(NOT EXISTS "${from}/Manifest.xml")
+        message(FATAL_ERROR "norvale_use_plugin(${name}): ${from} has no Manifest.xml: the folder of a built plugin is meant")
+    endif()
+endmacro()
+
+# The `version` and `services` of a manifest, which is for the plugin `name`.
+macro(_norvale_read_manifest file)
+    file(READ "${file}" xml)
+    string(REGEX MATCH "<plugin[ \t\r\n][^>]*>" plugin "${xml}")
+    string(REGEX MATCH "[ \t\r\n]name[ ]*=[ ]*[\"']([^\"']*)[\"']" found "${plugin}")
+    if(NOT CMAKE_MATCH_1 STREQUAL name)
+        message(FATAL_ERROR "norvale_use_plugin(${name}): ${file} is of the plugin \"${CMAKE_MATCH_1}\"")
+    endif()
+    string(REGEX MATCH "[ \t\r\n]version[ ]*=[ ]*[\"']([^\"']*)[\"']" found "${plugin}")
+    _norvale_canonical_version(version "${CMAKE_MATCH_1}")
+    if(NOT version)
+        message(FATAL_ERROR "norvale_use_plugin(${name}): ${file} has the version \"${CMAKE_MATCH_1}\", not one to three numbers")
+    endif()
+    string(REGEX MATCHALL "<service>[^<]*</service>" services "${xml}")
+    list(TRANSFORM services REPLACE "</?service>" "")
+endmacro()
+
 # norvale_add_feature(NAME name VERSION version PLUGINS plugin...
 #     [DEPENDENCIES feature...] [DISPLAYNAMES language text...] [DESTINATION root])
 #
-# Enters a feature with these plugins (made by norvale_add_plugin before) into <root>/plugins/features.xml. A host starts
-# only a suite that has a feature named "Core". The target `suite` builds everything that the features name.
+# Enters a feature with these plugins (of norvale_add_plugin or norvale_use_plugin before) into <root>/plugins/features.xml.
+# A host starts only a suite that has a feature named "Core". The target `suite` builds everything that the features name.
 function(norvale_add_feature)
     cmake_parse_arguments(arg "" "NAME;VERSION;DESTINATION" "PLUGINS;DEPENDENCIES;DISPLAYNAMES" ${ARGN})
     _norvale_suite_root(root ${arg_DESTINATION})

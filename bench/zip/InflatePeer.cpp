@@ -3,12 +3,15 @@
 #include <Norvale/cZipArchive.h>
 #include <Norvale/cZipEntry.h>
 
+#include <algorithm>
+
 #include <zlib.h>
 
 namespace {
 
-/// No reader but the floor under all: zlib's inflate over the same packed bytes, which lie in memory already, into one
-/// buffer that lies there too. What comes out is held against its size and CRC-32, as every reader here does it.
+/// No reader but the floor under all: zlib's inflate with one stream for all files, over the same packed bytes, which
+/// lie in memory already, into one buffer that lies there too. What comes out is held against its size and CRC-32, as
+/// every reader here does it.
 class InflatePeer : public Peer
 {
 public:
@@ -33,22 +36,13 @@ public:
 
     bool inflateAll(const ContentSink& sink) override
     {
-        for (const File& file : m_files) {
-            z_stream stream = {};
-            stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(file.packed.constData()));
-            stream.avail_in = uInt(file.packed.size());
-            stream.next_out = reinterpret_cast<Bytef*>(m_buffer.data());
-            stream.avail_out = uInt(m_buffer.size());
-            if (inflateInit2(&stream, -15) != Z_OK)
-                return false;
-            const int answer = inflate(&stream, Z_FINISH);
-            inflateEnd(&stream);
-            if (answer != Z_STREAM_END || stream.total_out != file.size ||
-                crcOf(m_buffer.data(), uInt(file.size)) != file.crc)
-                return false;
-            sink(m_buffer.data(), size_t(stream.total_out));
-        }
-        return true;
+        z_stream stream = {};
+        if (inflateInit2(&stream, -15) != Z_OK)
+            return false;
+        const bool isRead = std::all_of(m_files.begin(), m_files.end(),
+                                        [&](const File& file) { return inflateOne(stream, file, sink); });
+        inflateEnd(&stream);
+        return isRead;
     }
 
 private:
@@ -58,6 +52,19 @@ private:
         uLong size;
         uLong crc;
     };
+
+    bool inflateOne(z_stream& stream, const File& file, const ContentSink& sink)
+    {
+        stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(file.packed.constData()));
+        stream.avail_in = uInt(file.packed.size());
+        stream.next_out = reinterpret_cast<Bytef*>(m_buffer.data());
+        stream.avail_out = uInt(m_buffer.size());
+        if (inflateReset(&stream) != Z_OK || inflate(&stream, Z_FINISH) != Z_STREAM_END ||
+            stream.total_out != file.size || crcOf(m_buffer.data(), uInt(file.size)) != file.crc)
+            return false;
+        sink(m_buffer.data(), size_t(stream.total_out));
+        return true;
+    }
 
     static uLong crcOf(const char* bytes, uInt size) { return crc32(0, reinterpret_cast<const Bytef*>(bytes), size); }
 

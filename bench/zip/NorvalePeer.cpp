@@ -27,7 +27,8 @@ public:
 
     bool inflateAll(const ContentSink& sink) override
     {
-        for (const QSharedPointer<cZipEntry>& entry : m_archive->entries()) {
+        const QList<QSharedPointer<cZipEntry>> entries = m_archive->entries(); // constant: a loop does not copy it
+        for (const QSharedPointer<cZipEntry>& entry : entries) {
             const QByteArray content = entry->content();
             if (content.size() != entry->uncompressedSize())
                 return false;

@@ -27,7 +27,7 @@ void onMessage(QtMsgType type, const QMessageLogContext& context, const QString&
         s_otherMessages(type, context, text);
         return;
     }
-    Terminal::reason(text);
+    Terminal::error(text);
     const bool isMainThread = qApp && QThread::currentThread() == qApp->thread();
     if (isMainThread && lastAct())
         lastAct()();
@@ -67,6 +67,9 @@ void Diagnostics::setLastAct(const std::function<void()>& act)
 void cTerminalHook::showLine(const QString& channel, Qt::HANDLE, const QDateTime&, debugType level,
                              const QString& message)
 {
-    if (level != debugInfo)
-        Terminal::reason(QStringLiteral("%1: %2").arg(channel, message.trimmed()));
+    const QString line = QStringLiteral("%1: %2").arg(channel, message.trimmed());
+    if (level == debugError)
+        Terminal::error(line);
+    else if (level == debugWarning)
+        Terminal::warning(line);
 }

@@ -96,9 +96,23 @@ bool isLeftOut(const QJsonValue& plugin)
     return !plugin.toObject().value(QStringLiteral("left_out")).toString().isEmpty();
 }
 
-QStringList table(const QJsonArray& objects, const QStringList& members)
+Style styleOfState(const QString& state)
+{
+    if (state == QLatin1String("started"))
+        return Style::Good;
+    return state == QLatin1String("failed") ? Style::Error : Style::Plain;
+}
+
+cStyledLine heading(const char* text)
+{
+    return {QLatin1String(text), Style::Heading};
+}
+
+cStyledLines table(const QJsonArray& objects, const QStringList& members)
 {
     cTextTable table(members);
+    if (members.contains(QStringLiteral("state")))
+        table.setStyle(members.indexOf(QStringLiteral("state")), styleOfState);
     for (const auto& object : objects) {
         QStringList cells;
         for (const QString& member : members)
@@ -247,13 +261,13 @@ QJsonObject SuiteReport::collect()
     return report;
 }
 
-QStringList SuiteReport::tables(const QJsonObject& report)
+cStyledLines SuiteReport::tables(const QJsonObject& report)
 {
-    QStringList lines{QStringLiteral("Features")};
+    cStyledLines lines{heading("Features")};
     lines += table(
         report.value(QStringLiteral("features")).toArray(),
         {QStringLiteral("name"), QStringLiteral("version"), QStringLiteral("active"), QStringLiteral("repository")});
-    lines += QStringList{QString(), QStringLiteral("Plugins")};
+    lines << QString() << heading("Plugins");
     const QJsonArray plugins = report.value(QStringLiteral("plugins")).toArray();
     QStringList members{QStringLiteral("name"),  QStringLiteral("version"),      QStringLiteral("category"),
                         QStringLiteral("state"), QStringLiteral("dependencies"), QStringLiteral("services")};
@@ -262,15 +276,15 @@ QStringList SuiteReport::tables(const QJsonObject& report)
     lines += table(plugins, members);
     const QJsonArray services = report.value(QStringLiteral("services")).toArray();
     if (!services.isEmpty())
-        lines += QStringList{QString(), QStringLiteral("Registered services"), cell(services)};
+        lines << QString() << heading("Registered services") << cell(services);
     const QString disabled = cell(report.value(QStringLiteral("disabled")));
     if (!disabled.isEmpty())
-        lines += QStringList{QString(), QStringLiteral("Disabled (VCore --enable NAME undoes it)"), disabled};
+        lines << QString() << heading("Disabled (VCore --enable NAME undoes it)") << disabled;
     const QJsonObject failure = report.value(QStringLiteral("last_failure")).toObject();
     if (!failure.isEmpty())
-        lines += QStringList{QString(), QStringLiteral("Last failure"), cell(failure.value(QStringLiteral("text")))};
+        lines << QString() << heading("Last failure") << cell(failure.value(QStringLiteral("text")));
     const QString path = cell(failure.value(QStringLiteral("report")));
     if (!path.isEmpty())
-        lines += QStringLiteral("The report is in %1").arg(path);
+        lines << QStringLiteral("The report is in %1").arg(path);
     return lines;
 }

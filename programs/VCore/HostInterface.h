@@ -1,5 +1,7 @@
 #pragma once
 
+#include "common/cStyledLine.h"
+
 #include <Norvale/Corvane.h>
 
 #include <QtCore/QJsonObject>
@@ -87,6 +89,6 @@ namespace SuiteReport {
 QJsonObject collect();
 
 /// The tables that people read, of what collect() gave.
-QStringList tables(const QJsonObject& report);
+cStyledLines tables(const QJsonObject& report);
 
 } // namespace SuiteReport

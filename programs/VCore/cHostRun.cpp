@@ -114,7 +114,7 @@ void cHostRun::installWaiting()
 {
     cChangeLock lock;
     if (lock.takeForFetching() != ExitCode::Ok) {
-        Terminal::reason(QStringLiteral("what waits to be installed has to wait for the next start"));
+        Terminal::warning(QStringLiteral("what waits to be installed has to wait for the next start"));
         return;
     }
     m_trace.begin(QStringLiteral("install what waits"));
@@ -166,6 +166,6 @@ bool cHostRun::writeTrace() const
     QString error;
     if (m_options.tracePath.isEmpty() || m_trace.write(m_options.tracePath, &error))
         return true;
-    Terminal::reason(error);
+    Terminal::error(error);
     return false;
 }

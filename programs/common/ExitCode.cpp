@@ -36,6 +36,6 @@ QString exitCodeTable()
 
 ExitCode endWith(ExitCode code, const QString& reason)
 {
-    Terminal::reason(reason);
+    Terminal::error(reason);
     return code;
 }

@@ -42,6 +42,7 @@
     X(VCore, NothingBreaks, 34, "with all plugins the suite does not break")                                           \
     X(VCore, CulpritNotFound, 35, "the suite breaks without any plugin, or the search has come to no end")             \
     X(VCore, UnknownPlugin, 36, "no installed plugin has that name")                                                   \
+    X(VCore, NoSiteAnswered, 38, "no update site answered, so it is not known whether there is an update")             \
     X(norvale, Faults, 1, "the input breaks a rule; nothing was written")                                              \
     X(norvale, ReadFailed, 3, "a file or folder that was named cannot be read")                                        \
     X(norvale, WriteFailed, 4, "a result could not be written; what was there before stands")                          \
@@ -59,5 +60,6 @@ enum class ExitCode {
 /// The exit codes of this program with their meanings, a line each, as the help text shows them.
 QString exitCodeTable();
 
-/// Prints @p reason on standard error. @return @p code: `return endWith(ExitCode::Usage, ...)` is how a command fails.
+/// Prints @p reason as an error on standard error. @return @p code: `return endWith(ExitCode::Usage, ...)` is how a
+/// command fails.
 [[nodiscard]] ExitCode endWith(ExitCode code, const QString& reason);

@@ -67,6 +67,12 @@ int System::terminalColumns()
     return ::ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : Usual;
 }
 
+bool System::hasColors(Stream stream)
+{
+    const QByteArray terminal = qgetenv("TERM");
+    return ::isatty(stream == Output ? STDOUT_FILENO : STDERR_FILENO) && !terminal.isEmpty() && terminal != "dumb";
+}
+
 cStopSignals::cStopSignals(QObject* parent) : QObject(parent)
 {
     if (::pipe(s_pipe) != 0)

@@ -50,6 +50,11 @@ private:
 
 QtMessageHandler cTameMessages::s_other = nullptr;
 
+constexpr char ColorName[] = "--color";
+constexpr char ColorForm[] = "auto|always|never"; // in the order of Terminal::Colors
+const QString ColorHelp = QStringLiteral("Colour headings, states and levels: where standard output or error is a "
+                                         "terminal that has colours (auto, unless NO_COLOR is set), always or never.");
+
 constexpr char Guard = '\0';           // no argument holds one
 constexpr const char Words[] = "WORD"; // all words, where commands are options
 
@@ -89,8 +94,33 @@ std::string wrapped(const QString& help)
     return text.toStdString();
 }
 
+// "auto|always|never" is a value that is one of these words.
+QStringList wordsOf(const QByteArray& form)
+{
+    return form.contains('|') ? QString::fromUtf8(form).split(QLatin1Char('|')) : QStringList();
+}
+
+void takeOneOf(CLI::Option& option, const QStringList& words)
+{
+    const std::string said = words.join(QStringLiteral(", ")).toStdString();
+    const auto refuse = [words, said](const std::string& value) {
+        return words.contains(QString::fromStdString(value)) ? std::string() : "\"" + value + "\" is none of " + said;
+    };
+    option.check(refuse);
+}
+
+// As soon as it is read, so that also what is wrong behind it is told with it.
+void setColors(const std::string& word)
+{
+    const QStringList words = wordsOf(ColorForm);
+    Terminal::setColors(Terminal::Colors(qMax(0, words.indexOf(QString::fromStdString(word)))));
+}
+
 void addStandardOptions(CLI::App& app)
 {
+    CLI::Option* const color = app.add_option_function<std::string>(ColorName, setColors, wrapped(ColorHelp));
+    color->type_name(ColorForm)->trigger_on_parse()->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
+    takeOneOf(*color, wordsOf(ColorForm));
     app.set_help_flag("-h,-?,--help", "Print this help and exit");
     app.set_help_all_flag("--help-all", "Print all help and exit");
     app.set_version_flag("-v,--version", app.get_name() + ' ' + QCoreApplication::applicationVersion().toStdString(),
@@ -107,6 +137,8 @@ void addParameter(CLI::App& app, const cSyntax::Parameter& parameter)
     }
     CLI::Option* const option = app.add_option(names, CLI::callback_t(), help);
     option->type_name(parameter.form);
+    if (!wordsOf(parameter.form).isEmpty())
+        takeOneOf(*option, wordsOf(parameter.form));
     if (std::holds_alternative<QStringList*>(parameter.target))
         option->expected(CLI::detail::expected_max_vector_size)->allow_extra_args(!parameter.isOption());
     else if (parameter.isOption())
@@ -161,7 +193,7 @@ QString errorOf(const CLI::App& app, const cSyntax& syntax)
         const QByteArray key = QByteArray::fromStdString(option->get_name());
         const bool isOurs = std::any_of(syntax.parameters.begin(), syntax.parameters.end(),
                                         [&](const cSyntax::Parameter& parameter) { return parameter.key() == key; });
-        if (option->count() > 0 && option->nonpositional() && !isOurs)
+        if (option->count() > 0 && option->nonpositional() && !isOurs && key != ColorName)
             return QStringLiteral("%1 does not go with %2").arg(QString(key), name);
     }
     const std::vector<std::string> words = app.get_option(Words)->results();
@@ -248,9 +280,9 @@ ExitCode cProgram::readAndRun(const QStringList& arguments)
     }
     if (error.isEmpty())
         return m_commands.at(size_t(picked))->run();
-    Terminal::reason(error);
-    return endWith(ExitCode::Usage,
-                   QStringLiteral("%1 --help tells what is understood").arg(QCoreApplication::applicationName()));
+    Terminal::error(error);
+    Terminal::note(QStringLiteral("%1 --help tells what is understood").arg(QCoreApplication::applicationName()));
+    return ExitCode::Usage;
 }
 
 int cProgram::readOptionCommand(CLI::App& app, const QStringList& arguments, QString* error) const
@@ -270,6 +302,7 @@ int cProgram::readOptionCommand(CLI::App& app, const QStringList& arguments, QSt
 int cProgram::readSubcommand(CLI::App& app, const QStringList& arguments) const
 {
     addStandardOptions(app);
+    app.fallthrough();
     app.require_subcommand(1);
     for (const Group& group : m_groups)
         app.add_subcommand(group.name.toStdString(), group.help)->require_subcommand(1);

@@ -17,6 +17,11 @@ bool failWith(QString* error, const QString& reason)
     return false;
 }
 
+QByteArray sha256Of(const QByteArray& content)
+{
+    return QCryptographicHash::hash(content, QCryptographicHash::Sha256);
+}
+
 /// What keeps the local header from belonging to the record; empty when it does.
 QString mismatch(const cZipRecord& record, const cZipLocalHeader& local)
 {
@@ -108,6 +113,18 @@ bool cPackage::readContent(const cZipRecord& record, QByteArray* content, QStrin
                                .arg(record.uncompressedSize));
 }
 
+cFileRecord::Files cPackage::files() const
+{
+    cFileRecord::Files files;
+    for (const cZipRecord& record : m_records) {
+        QByteArray content;
+        QString ignored;
+        if (record.isListed() && readContent(record, &content, &ignored))
+            files.insert(record.name, {content.size(), 0, sha256Of(content)});
+    }
+    return files;
+}
+
 bool cPackage::fail(const QString& reason)
 {
     m_errorString = reason;
@@ -170,7 +187,7 @@ void cPackageUnpacker::note(const QString& name, const QByteArray& content)
     cRecordedFile& file = m_files[name];
     file.size = content.size();
     file.changed = QFileInfo(m_folder.absoluteFilePath(name)).lastModified().toMSecsSinceEpoch();
-    file.sha256 = QCryptographicHash::hash(content, QCryptographicHash::Sha256);
+    file.sha256 = sha256Of(content);
 }
 
 bool cPackageUnpacker::fail(const QString& path, const QString& reason)

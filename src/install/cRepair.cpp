@@ -185,6 +185,7 @@ cRepair::cRepair(cInstallMgr& manager, cConfigurationMgr& configuration, cPlugin
 
 cRepairOutcome cRepair::run()
 {
+    (void)cFolderSweep(m_manager, m_log).restoreReplaced(); // what it cannot put back is found, and mended
     cInstalledState state = cInstalledState::read(m_configuration);
     if (state.reason.isEmpty() && !state.lastXml.isEmpty() && restoreCatalogue(state))
         state = cInstalledState::read(m_configuration);

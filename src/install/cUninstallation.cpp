@@ -40,6 +40,7 @@ bool cUninstallation::run()
 bool cUninstallation::removePlugins(const cFeatureCatalogue& installed)
 {
     cFolderSweep sweep(m_manager, m_log);
+    (void)sweep.restoreReplaced();
     cCommandRunner commands(m_manager, m_log);
     bool isDone = true;
     for (const cPluginId& id : pluginsOf(installed.features())) {

@@ -49,3 +49,10 @@ QString shown(const QString& text)
     }
     return result;
 }
+
+QString counted(qint64 number, const char* one, const char* many)
+{
+    const bool isOne = number == 1;
+    const QString noun = QString::fromUtf8(isOne || !many ? one : many);
+    return QStringLiteral("%1 %2").arg(number).arg(isOne || many ? noun : noun + QLatin1Char('s'));
+}

@@ -12,3 +12,7 @@
 /// @p text on one line, letter by letter, with such characters as "\n", "\r", "\t", "\xHH" or "\u{HHHH}". A backslash
 /// stays as it is, so that paths do, and showing twice is showing once.
 [[nodiscard]] QString shown(const QString& text);
+
+/// @p number with the noun that goes with it: "1 plugin", "2 plugins", "0 plugins". @p many is for nouns whose plural
+/// is not @p one with an "s".
+[[nodiscard]] QString counted(qint64 number, const char* one, const char* many = nullptr);

@@ -115,6 +115,11 @@ QByteArray cInflater::inflateEntry(const QByteArray& in, Stated stated)
 
 #if defined(NORVALE_HAS_LIBDEFLATE)
 
+namespace {
+constexpr int Room = 320; // behind what comes out: where less is left, libdeflate is slow
+constexpr int SmallFile = 16 << 10;
+} // namespace
+
 void cInflater::Free::operator()(libdeflate_decompressor* decompressor) const
 {
     libdeflate_free_decompressor(decompressor);
@@ -129,11 +134,21 @@ bool cInflater::inflateStated(const QByteArray& in, Stated stated, QByteArray* o
         m_decompressor.reset(libdeflate_alloc_decompressor());
     if (!m_decompressor)
         return false;
-    *out = QByteArray(int(stated.size), Qt::Uninitialized);
-    // Without a place for the number of bytes it takes a stream of just this size.
+    // A small file comes out where the last one did, which the processor has at hand, and is copied without the room.
+    const bool isSmall = stated.size <= SmallFile;
+    QByteArray& buffer = isSmall ? m_small : *out;
+    buffer.resize(isSmall ? SmallFile + Room : int(stated.size) + Room);
+    size_t produced = 0;
     const libdeflate_result result = libdeflate_deflate_decompress(
-        m_decompressor.get(), in.constData(), size_t(in.size()), out->data(), stated.size, nullptr);
-    return result == LIBDEFLATE_SUCCESS && libdeflate_crc32(0, out->constData(), stated.size) == stated.crc;
+        m_decompressor.get(), in.constData(), size_t(in.size()), buffer.data(), stated.size + Room, &produced);
+    if (result != LIBDEFLATE_SUCCESS || produced != stated.size ||
+        libdeflate_crc32(0, buffer.constData(), produced) != stated.crc)
+        return false;
+    if (isSmall)
+        *out = QByteArray(buffer.constData(), int(produced));
+    else
+        out->resize(int(produced));
+    return true;
 }
 
 #else

@@ -44,4 +44,5 @@ private:
     bool inflateStated(const QByteArray& in, Stated stated, QByteArray* out);
 
     std::unique_ptr<libdeflate_decompressor, Free> m_decompressor; // made when it is needed
+    QByteArray m_small;                                            // what it has inflated last, when that was small
 };

@@ -52,7 +52,7 @@ public:
             const std::optional<cCulpritSearch::Verdict> verdict = trial.run(leftOut);
             Terminal::status(QString());
             if (verdict)
-                Terminal::reason(start + trial.finding());
+                Terminal::note(start + trial.finding());
             return verdict;
         });
         const cCulpritSearch::Result result = search.run();

@@ -38,7 +38,7 @@ bool readTimeout(const QString& seconds, int* milliseconds)
         *milliseconds = int(number * 1000);
         return true;
     }
-    Terminal::reason(QStringLiteral("--timeout takes seconds, more than 0 and at most %1").arg(Longest));
+    Terminal::error(QStringLiteral("--timeout takes seconds, more than 0 and at most %1").arg(Longest));
     return false;
 }
 

@@ -208,7 +208,7 @@ protected:
                 printResult(answer);
                 answered = ExitCode::Ok;
             } else {
-                Terminal::reason(answer.value(QStringLiteral("text")).toString());
+                Terminal::error(answer.value(QStringLiteral("text")).toString());
             }
         };
         const ExitCode code = connectAndAsk(client, WireText::write(message), print);
@@ -228,7 +228,7 @@ private:
             const QJsonArray value =
                 m_isJson ? QJsonDocument::fromJson('[' + text.toUtf8() + ']').array() : QJsonArray{text};
             if (value.size() != 1) {
-                Terminal::reason(QStringLiteral("this argument is no JSON: %1").arg(text));
+                Terminal::error(QStringLiteral("this argument is no JSON: %1").arg(text));
                 return false;
             }
             arguments->append(value.first());

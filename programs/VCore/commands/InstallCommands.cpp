@@ -44,6 +44,9 @@ protected:
         if (outcome.result == cInstallOutcome::Failed)
             return endWith(ExitCode::InstallIncomplete,
                            QStringLiteral("nothing is installed; the lines above tell why"));
+        if (outcome.result == cInstallOutcome::NothingToDo)
+            Terminal::answer(outcome.reason.isEmpty() ? QStringLiteral("Nothing of it is newer than what is installed.")
+                                                      : outcome.reason + QLatin1Char('.'));
         QStringList features;
         for (const cFeatureInfo& feature : IConfigMgr::installedFeatures())
             features.append(feature.name + QLatin1Char(' ') + feature.version.toString());

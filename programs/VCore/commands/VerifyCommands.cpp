@@ -92,11 +92,19 @@ public:
     }
 
 private:
+    static Style styleOf(const QString& kind)
+    {
+        if (kind == nameOf(cFileFinding::Foreign) || kind == nameOf(cFileFinding::NoRecord))
+            return Style::Warning;
+        return Style::Error;
+    }
+
     static void show(const cVerifyOutcome& outcome)
     {
         if (outcome.result == cVerifyOutcome::NotVerified)
             return;
         cTextTable table({QStringLiteral("found"), QStringLiteral("plugin"), QStringLiteral("file"), QString()});
+        table.setStyle(0, styleOf);
         for (const cFileFinding& finding : outcome.findings)
             table.addRow({nameOf(finding.kind), finding.plugin, finding.file, finding.text});
         if (!outcome.findings.isEmpty())

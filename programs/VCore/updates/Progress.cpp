@@ -179,7 +179,7 @@ void cProgressBar::onProgress(const QString& label, qint64 done, qint64 total)
     if (columns <= 0) {
         const QString step = m_line.step();
         if (!step.isEmpty())
-            Terminal::reason(step);
+            Terminal::note(step);
     } else if (now - m_drawnAt >= Interval || m_line.isComplete()) {
         m_drawnAt = now;
         Terminal::status(m_line.bar(columns));

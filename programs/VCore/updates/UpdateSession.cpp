@@ -96,7 +96,7 @@ bool installWaiting(bool isQuiet)
     const cInstallReport report(QStringLiteral("Installing"), isQuiet);
     const bool ok = IInstallMgr::installDropbox();
     if (!ok)
-        Terminal::reason(QStringLiteral("not all that waits could be installed; the log lines above tell why"));
+        Terminal::error(QStringLiteral("not all that waits could be installed; the log lines above tell why"));
     return ok;
 }
 
@@ -153,7 +153,7 @@ ExitCode UpdateReport::codeOf(const QJsonObject& result)
     }
 }
 
-QStringList UpdateReport::table(const QJsonObject& result)
+cStyledLines UpdateReport::table(const QJsonObject& result)
 {
     const bool isKnown = result.contains(QLatin1String("requires_new_core"));
     const QString needsCore = needsNewCore(result) ? QStringLiteral("yes") : QStringLiteral("no");

@@ -2,6 +2,7 @@
 
 #include "common/ExitCode.h"
 #include "common/System.h"
+#include "common/cStyledLine.h"
 #include "updates/Progress.h"
 #include "wire/cHostAddress.h"
 
@@ -63,7 +64,7 @@ namespace UpdateReport {
 ExitCode codeOf(const QJsonObject& result);
 
 /// A table of the versions and the size, as far as they are known.
-QStringList table(const QJsonObject& result);
+cStyledLines table(const QJsonObject& result);
 
 /// What a check has found.
 QString checked(const QJsonObject& result);

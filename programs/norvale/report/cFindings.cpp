@@ -3,6 +3,7 @@
 #include "common/Terminal.h"
 #include "common/cCommand.h"
 #include "core/cXmlTree.h"
+#include "version/Shown.h"
 
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonDocument>
@@ -43,7 +44,7 @@ ExitCode cReport::print(const cFindings& findings) const
     const int errors = findings.count(Severity::Error);
     const int warnings = findings.count(Severity::Warning);
     if (!m_isJson)
-        Terminal::reason(QStringLiteral("%1 errors, %2 warnings").arg(errors).arg(warnings));
+        Terminal::note(counted(errors, "error") + QStringLiteral(", ") + counted(warnings, "warning"));
     return errors > 0 || (m_isStrict && warnings > 0) ? ExitCode::Faults : ExitCode::Ok;
 }
 
@@ -59,7 +60,7 @@ QString cReport::line(const cFinding& finding)
 void cReport::tell(const cFindings& findings)
 {
     for (const cFinding& finding : findings.list())
-        Terminal::reason(line(finding));
+        Terminal::note(line(finding));
 }
 
 QString cReport::json(const cFindings& findings)

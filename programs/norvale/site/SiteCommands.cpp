@@ -91,7 +91,7 @@ ExitCode cSiteAddCommand::run()
     const ExitCode code = publisher.run();
     cReport::tell(publisher.findings());
     if (!publisher.errorString().isEmpty())
-        Terminal::reason(publisher.errorString());
+        Terminal::error(publisher.errorString());
     if (code == ExitCode::Ok)
         Terminal::answer(publisher.summary());
     return code;
@@ -147,7 +147,7 @@ public:
         cSiteCheck check(cSiteFetcher::siteUrl(m_site), findings);
         if (!check.run())
             return endWith(ExitCode::Unreachable, check.errorString());
-        Terminal::reason(check.summary());
+        Terminal::note(check.summary());
         return m_report.print(findings);
     }
 
