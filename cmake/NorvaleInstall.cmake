@@ -66,4 +66,4 @@ install(FILES "${PROJECT_BINARY_DIR}/package/norvale.pc" DESTINATION "${pkgconfi
 set(doc_dir "${CMAKE_INSTALL_DATADIR}/doc/norvale")
 install(FILES "${PROJECT_SOURCE_DIR}/README.md" "${PROJECT_SOURCE_DIR}/CHANGELOG.md" DESTINATION "${doc_dir}" COMPONENT doc)
 install(DIRECTORY "${PROJECT_SOURCE_DIR}/docs" "${PROJECT_SOURCE_DIR}/examples" DESTINATION "${doc_dir}" COMPONENT doc
-    PATTERN "*.dox" EXCLUDE PATTERN "examples/CMakeLists.txt" EXCLUDE)
+    PATTERN "*.dox" EXCLUDE PATTERN "*.css" EXCLUDE PATTERN "examples/CMakeLists.txt" EXCLUDE)
