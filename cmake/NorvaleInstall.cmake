@@ -48,6 +48,8 @@ install(FILES
     "${PROJECT_BINARY_DIR}/package/NorvaleConfig.cmake" "${PROJECT_BINARY_DIR}/package/NorvaleConfigVersion.cmake"
     "${PROJECT_SOURCE_DIR}/cmake/NorvalePlugin.cmake" "${PROJECT_SOURCE_DIR}/cmake/Manifest.xml.in"
     DESTINATION "${package_dir}" COMPONENT dev)
+install(PROGRAMS "${PROJECT_SOURCE_DIR}/cmake/run.in" "${PROJECT_SOURCE_DIR}/cmake/run.cmd.in" DESTINATION "${package_dir}"
+    COMPONENT dev)
 
 # The plugins that suites take as they are, each in a folder as a suite has it.
 foreach(plugin ZentraSettings)
