@@ -1,29 +1,9 @@
 #include "common/Suggestion.h"
 
 #include "common/pages/cDescription.h"
-
-#include <algorithm>
-#include <numeric>
-#include <utility>
-#include <vector>
+#include "version/Shown.h"
 
 namespace {
-
-/// How many letters are to be added, left out or replaced.
-int distance(const QString& from, const QString& to)
-{
-    std::vector<int> row(size_t(to.size()) + 1);
-    std::iota(row.begin(), row.end(), 0);
-    for (int i = 0; i < from.size(); ++i) {
-        int diagonal = std::exchange(row[0], i + 1);
-        for (int j = 0; j < to.size(); ++j) {
-            const int replaced = diagonal + (from.at(i) == to.at(j) ? 0 : 1);
-            diagonal = row[size_t(j) + 1];
-            row[size_t(j) + 1] = std::min({replaced, diagonal + 1, row[size_t(j)] + 1});
-        }
-    }
-    return row.back();
-}
 
 QString withoutDashes(QString name)
 {
@@ -86,19 +66,11 @@ QString unknownOption(const QStringList& arguments, const QByteArray& command, c
 
 QString suggestionFor(const QString& word, const QStringList& known)
 {
-    const QString typed = withoutDashes(word);
-    QString nearest;
-    int least = 1 + qMin(2, typed.size() / 3); // letters from which on it is another word
-    for (const QString& name : known) {
-        const QString other = withoutDashes(name);
-        const bool isBegin = typed.size() > 2 && other.startsWith(typed);
-        const int apart = isBegin ? 1 : distance(typed, other);
-        if (apart < least && apart < other.size()) {
-            least = apart;
-            nearest = name;
-        }
-    }
-    return nearest.isEmpty() ? QString() : QStringLiteral("; did you mean %1?").arg(nearest);
+    QStringList bare;
+    for (const QString& name : known)
+        bare.append(withoutDashes(name));
+    const int nearest = bare.indexOf(nearestName(withoutDashes(word), bare));
+    return nearest < 0 ? QString() : QStringLiteral("; did you mean %1?").arg(known.at(nearest));
 }
 
 QString unknownIn(const QStringList& arguments, const cDescription& description)

@@ -119,6 +119,7 @@ void cPluginProcess::onClosed()
     m_whyDown = why;
     pluginLog().error().noquote() << why + QStringLiteral("; the suite goes on without it") << Qt::endl;
     planRestart();
+    tellChanged();
 }
 
 /// Ends the connection and the process, which has so many milliseconds to go by itself. @p why is what calls are
@@ -156,12 +157,13 @@ void cPluginProcess::restart()
         return; // it has been stopped meanwhile
     if (load() && start()) {
         pluginLog().info().noquote() << QStringLiteral("started %1 again").arg(m_id.toString()) << Qt::endl;
-        return;
+    } else {
+        m_whyDown = QStringLiteral("%1 is not started again: %2").arg(m_id.toString(), m_errorString);
+        pluginLog().error().noquote() << m_whyDown << Qt::endl;
+        m_step = Step::Running; // in the eyes of the suite, which stops it when the time comes
+        planRestart();
     }
-    m_whyDown = QStringLiteral("%1 is not started again: %2").arg(m_id.toString(), m_errorString);
-    pluginLog().error().noquote() << m_whyDown << Qt::endl;
-    m_step = Step::Running; // in the eyes of the suite, which stops it when the time comes
-    planRestart();
+    tellChanged();
 }
 
 bool cPluginProcess::fail(const QString& reason)

@@ -2,6 +2,7 @@
 
 #include <QtCore/QString>
 
+#include <functional>
 #include <memory>
 
 class cPluginId;
@@ -30,8 +31,21 @@ public:
     /// plugin's id.
     virtual QString whyDown() const = 0;
 
+    /// Sets what is called when whyDown() has changed, as the last that is done about that.
+    void setWhenChanged(const std::function<void()>& call) { m_whenChanged = call; }
+
     /// Why the last function that returned false did so, as a sentence that goes on after the plugin's id and a colon.
     virtual QString errorString() const = 0;
+
+protected:
+    void tellChanged() const
+    {
+        if (m_whenChanged)
+            m_whenChanged();
+    }
+
+private:
+    std::function<void()> m_whenChanged;
 };
 
 /// Makes them.

@@ -155,7 +155,7 @@ cPluginInfo::State cPluginInstance::progress() const
 
 bool cPluginInstance::takeNews()
 {
-    std::pair<cPluginInfo::State, QString> now(progress(), m_failure);
+    std::pair<cPluginInfo::State, QString> now(progress(), m_failure.isEmpty() ? whyDown() : m_failure);
     now.swap(m_told);
     return now != m_told;
 }

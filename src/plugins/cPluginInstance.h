@@ -144,7 +144,7 @@ public:
     /// Why a plugin that has been started does not run any more, which one of a process of its own can; else empty.
     QString whyDown() const { return m_process && m_stage == Stage::Started ? m_process->whyDown() : QString(); }
 
-    /// Whether progress() or failure() are others than at the last call.
+    /// Whether progress(), failure() or whyDown() are others than at the last call.
     bool takeNews();
 
     /// Forgets how the manifest was judged, unless the plugin is running by it. @return false when it is.

@@ -245,7 +245,9 @@ bool cPluginRunner::takeProcess(cPluginInstance& plugin)
     if (!m_processes)
         return fail(plugin, QStringLiteral("%1 is not loaded: this host runs no plugins in processes of their own")
                                 .arg(plugin.id().toString()));
-    plugin.setProcess(m_processes->make(plugin.id(), plugin.folder()));
+    std::unique_ptr<IPluginProcess> process = m_processes->make(plugin.id(), plugin.folder());
+    process->setWhenChanged([this, &plugin] { m_reporter.tellState(plugin); }); // whose process it is
+    plugin.setProcess(std::move(process));
     return true;
 }
 

@@ -22,8 +22,9 @@ QString escape(QChar character)
     return form.arg(character.unicode(), 2, 16, QLatin1Char('0'));
 }
 
-constexpr int ShortestName = 3; // of which a letter may differ
-constexpr int LongestName = 64; // the time grows with the square of it
+constexpr int MostLetters = 2;   // that may differ, and at most one in three
+constexpr int ShortestBegin = 3; // of a name that is not written to its end
+constexpr int LongestName = 64;  // the time grows with the square of it
 
 /// How many letters have to be changed, inserted, left out, or exchanged with their neighbour.
 int distanceOf(const QString& a, const QString& b)
@@ -85,13 +86,14 @@ QString nearestName(const QString& written, const QStringList& known)
 {
     if (written.size() > LongestName)
         return QString();
-    int least = 1 + (written.size() < ShortestName ? 0 : std::max(1, written.size() / 3));
+    const QString lower = written.toLower();
+    int least = 1 + std::min(MostLetters, lower.size() / 3); // letters from which on it is another name
     QString nearest;
     for (const QString& name : known) {
-        if (name.size() > LongestName || name == written)
-            continue;
-        const int distance = distanceOf(written.toLower(), name.toLower());
-        if (distance >= least)
+        const QString other = name.toLower();
+        const bool isBegin = lower.size() >= ShortestBegin && other.startsWith(lower);
+        const int distance = isBegin ? 1 : other.size() > LongestName ? least : distanceOf(lower, other);
+        if (distance >= least || distance >= other.size())
             continue;
         least = distance;
         nearest = name;

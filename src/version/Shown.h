@@ -18,6 +18,7 @@
 /// is not @p one with an "s".
 [[nodiscard]] QString counted(qint64 number, const char* one, const char* many = nullptr);
 
-/// The name of @p known that @p written looks like a misspelling of: one letter in three differs at most, by another, a
-/// missing, a further or two exchanged ones; the case of letters does not count. Empty when none is near enough.
+/// The name of @p known that @p written looks like a misspelling or the begin of: at most two letters differ, and one
+/// in three, by another, a missing, a further or two exchanged ones; the case of letters does not count. Empty when
+/// none is near enough.
 [[nodiscard]] QString nearestName(const QString& written, const QStringList& known);

@@ -269,6 +269,7 @@ private slots:
         const auto [how, cause] = cells<QString, QString>("how", "cause");
         cTalkers talkers;
         QVERIFY(talkers.start());
+        const QSignalSpy changes(&talkers.manager, &IPluginMgr::pluginStateChanged);
         qint64 last = talkers.process();
         QVERIFY(last > 0);
         for (int i = 1; i <= 3; ++i) {
@@ -291,6 +292,7 @@ private slots:
                          "been started again 3 times in five minutes")
                      .arg(cause));
         QCOMPARE(talkers.log.lines().count("started Talker-1.00.000 again"), 3);
+        QTRY_COMPARE(changes.count(), 7); // four ends, three starts
     }
 
 #ifndef Q_OS_WIN

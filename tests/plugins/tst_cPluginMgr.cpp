@@ -197,9 +197,10 @@ private slots:
             {"A plain needs:B needs:Zed", "B plain needs:A", "C plain needs:A", "Zeb plain",
              "Old <m><plugin runtime_api_version='12' autolaod='true'><servces/></plugin></m>"},
             {"discover", "why", "start", "why"},
-            {"w the manifest of Old-1.00.000: ", "w the manifest of Old-1.00.000: ",
-             "line 1, column 5: the attribute \"autolaod\" of <plugin> is not read; is \"autoload\" meant?",
-             "line 1, column 59: <servces> in <plugin> is not read; is \"services\" meant?"},
+            {"w the manifest of Old-1.00.000: ", "w the manifest of Old-1.00.000: ", "Manifest.xml, line 1, column ",
+             "Manifest.xml, line 1, column ",
+             ": the attribute \"autolaod\" of <plugin> is not read; is \"autoload\" meant?",
+             ": <servces> in <plugin> is not read; is \"services\" meant?"},
             "faulty, " + whyNot.arg("") + ", not started, " + whyNot.arg("the suite has not been started"));
         const QStringList told{"F startFails auto", "N plain needs:F auto", "S plain auto", "T throwsInStop"};
         row("states are told", told, {"watch", "discover", "start", "load T", "stop"}, {},
