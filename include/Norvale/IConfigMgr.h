@@ -126,6 +126,12 @@ public:
      * | "update_to_version" | string | Version of the newest repository; absent when none was found. |
      * | "requires_new_core" | boolean | Whether a newer runtime is needed first; absent when no repository was found. |
      * | "size" | integer | Bytes of the packages to fetch, 0 for a newer runtime; absent where neither is known. |
+     * | "notes" | array | What the update brings, for people; absent when the repository has no release notes for it. |
+     *
+     * An element of "notes" is an object with "feature", "version" (in print form) and "text", which may have several
+     * lines. There is one for each version with notes above the installed one, the newest first, up to the one that is
+     * offered; of a feature that is not installed, and of one that comes from another repository, for that alone. The
+     * language is that of the locale, else "en-us", else the first that there is.
      *
      * | "result_code" | Meaning |
      * |---|---|

@@ -66,9 +66,9 @@ bool isRestartRequested()
 
 } // namespace
 
-cHostRun::cHostRun(const Options& options) : m_options(options)
+cHostRun::cHostRun(const Options& options) : m_options(options), m_trace(options.tracePath)
 {
-    Diagnostics::setLastAct([this] { writeTrace(); });
+    Diagnostics::setLastAct([this] { finishTrace(); });
 }
 
 cHostRun::~cHostRun()
@@ -97,7 +97,7 @@ ExitCode cHostRun::run()
     m_handler.reset();
     m_service.reset();
     m_server.close();
-    if (!writeTrace() && code == ExitCode::Ok)
+    if (!finishTrace() && code == ExitCode::Ok)
         return ExitCode::FileFailed;
     if (m_options.isStartOnly && code == ExitCode::Ok)
         Terminal::answer(StartOnlyAnswer);
@@ -205,10 +205,10 @@ void cHostRun::stop()
     IPluginMgr::instance()->setObserver(nullptr);
 }
 
-bool cHostRun::writeTrace() const
+bool cHostRun::finishTrace()
 {
     QString error;
-    if (m_options.tracePath.isEmpty() || m_trace.write(m_options.tracePath, &error))
+    if (m_trace.finish(&error))
         return true;
     Terminal::error(error);
     return false;

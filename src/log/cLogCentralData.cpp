@@ -78,9 +78,9 @@ void cLogCentralData::output(const cLogImpl* channel, debugType level, const QBy
     if (!channel)
         qFatal("Called output without a logger!");
     const QMutexLocker locker(&lock);
-    const bool isKept = cLastLines::instance().isKept();
-    if (!isDebuggerOutputOn && !m_file && !isKept)
+    if (!isHeard())
         return;
+    const bool isKept = cLastLines::instance().isKept();
     const QByteArray text = channel->isShown() ? LineText::shownLine(bytes) : bytes;
     const qint64 time = QDateTime::currentMSecsSinceEpoch();
     if (isKept)
@@ -94,6 +94,11 @@ void cLogCentralData::output(const cLogImpl* channel, debugType level, const QBy
     writeToFile(channel->utf8Name(), time, text);
     if (level != debugInfo || m_isFlushedAlways)
         m_file->flush(); // the reason of a fatal end is on disk
+}
+
+bool cLogCentralData::isHeard() const
+{
+    return isDebuggerOutputOn || m_file || cLastLines::instance().isKept();
 }
 
 void cLogCentralData::showEntry(const cLogEntry& entry, const QString& shownChannel)
@@ -180,9 +185,14 @@ void cLogCentralData::flushAtUnload()
     if (!lock.tryLock(UnloadTimeout))
         return;
     m_isFlushedAlways = true;
+    writeOut();
+    lock.unlock();
+}
+
+void cLogCentralData::writeOut()
+{
     if (m_file)
         m_file->flush();
-    lock.unlock();
 }
 
 bool cLogCentralData::openFile(const QString& path)

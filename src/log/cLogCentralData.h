@@ -58,10 +58,16 @@ public:
     /// Sends the bytes of a line to the sinks. Takes the lock.
     void output(const cLogImpl* channel, debugType level, const QByteArray& text);
 
+    /// Whether there is a sink; the lock is held.
+    bool isHeard() const;
+
     /// Closes the log file; the lock is held.
     void closeFile();
 
-    /// Writes out what the log file still buffers, and from now on each line at once: the library is unloaded.
+    /// Writes out what the log file still buffers; the lock is held.
+    void writeOut();
+
+    /// Takes the lock, writes that out, and from now on each line at once: the library is unloaded.
     void flushAtUnload();
 
     /// Opens a log file. @return false when that fails; the lock is held.

@@ -1,9 +1,13 @@
 #include "Platform.h"
 #include "Rows.h"
 
+#include "SuiteReport.h"
 #include "common/System.h"
 #include "common/cProgram.h"
 #include "updates/Progress.h"
+
+#include <QtCore/QJsonDocument>
+#include <QtCore/QJsonObject>
 
 #include <chrono>
 #include <csignal>
@@ -63,6 +67,36 @@ private slots:
         line.update(label, done, total, 2 * Second);
         QTEST(line.bar(columns), "bar");
         QVERIFY(line.bar(columns).size() < columns);
+    }
+
+    /// In its column as long as the terminal has room for it, else below its plugin; whole in each case.
+    void showsReasons_data()
+    {
+        const Rows<int, QString> row("columns", "lines");
+        const QString head = "name  version  category  autoload  state   dependencies  services  reason\n"
+                             "----  -------  --------  --------  ------  ------------  --------  %1\n"
+                             "A     1.0      -         yes       failed  B             -         %2\n"
+                             "B     -        -         no        -       -             -         %3";
+        const QString reason = "A-1.0 is not loaded: its library /opt/suite/plugins/A-1.0/A.so does not exist";
+        row("no terminal", 0, head.arg(QString(77, '-'), reason, "not asked for"));
+        row("wide", 144, head.arg(QString(77, '-'), reason, "not asked for"));
+        row("usual", 80,
+            head.arg(QString(13, '-'),
+                     "below\n    A-1.0 is not loaded: its library /opt/suite/plugins/A-1.0/A.so does "
+                     "not\n    exist",
+                     "not asked for"));
+    }
+    void showsReasons()
+    {
+        QFETCH(int, columns);
+        const QByteArray report = R"({"plugins":[{"name":"A","version":"1.0","autoload":true,"state":"ordered",
+            "dependencies":["B"],"failed":true,"reason":"A-1.0 is not loaded: its library
+ /opt/suite/plugins/A-1.0/A.so does not exist"},{"name":"B","reason":"not asked for","autoload":false}]})";
+        QStringList lines;
+        for (const cStyledLine& line :
+             SuiteReport::tables(QJsonDocument::fromJson(QByteArray(report).replace('\n', "")).object(), columns))
+            lines.append(line.text());
+        QTEST(lines.mid(lines.indexOf("Plugins") + 1).join('\n'), "lines");
     }
 
     void forgetsWhatIsLongAgo()

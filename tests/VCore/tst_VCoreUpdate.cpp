@@ -114,6 +114,12 @@ private slots:
             row(name, words, code, said, two, update());
         };
         newer("check", "--check", Code::Ok, {"\n1.00.000   2.00.000  "});
+        const QString noted = update().replace(
+            "</feature>", "<notes>Starts\n- in half the time</notes><notes version='1.0.0'>first</notes></feature>");
+        row("check shows release notes", "--check", Code::Ok, {"Core 2.00.000\n  Starts\n  - in half the time"}, two,
+            noted);
+        row("check has them as JSON", "--json --check", Code::Ok,
+            {"\"notes\":[{\"feature\":\"Core\",\"text\":\"Starts\\n- in half the time"}, two, noted);
         newer("update", "--update", Code::Ok, {"Version 2.00.000 is ready (", "VCore: main-2.00.000: 100 % of "});
         newer("update with an unknown feature", "--update Nonsense", Code::FeatureMissing, {"Nonsense"});
         newer("option behind a feature", "--update Core --json", Code::Usage, {"options stand before"});
@@ -218,6 +224,40 @@ private slots:
         const Ended ended = m_fixture.run("--check");
         QCOMPARE(ended.code, int(ExitCode::NoUpdate));
         QVERIFY2(ended.output.contains("no update site is set"), qPrintable(ended.output));
+    }
+
+    void showsAndSetsTheInstallation_data()
+    {
+        const Rows<QString, ExitCode, QString> row("folder", "code", "said");
+        row("what is set", "", ExitCode::Ok, "The installation folder is ");
+        row("one with plugins", "other", ExitCode::Ok, "The installation folder is ");
+        row("one to install from", "fresh", ExitCode::Ok, "The installation folder is ");
+        row("none that is there", "nowhere", ExitCode::Usage, "nowhere does not exist");
+        row("a file", "other/file", ExitCode::Usage, "file is no folder");
+        row("the folder of the plugins", "other/plugins", ExitCode::Usage,
+            "the installation folder is the one around it");
+        row("an empty one", "empty", ExitCode::Usage, "neither the folder \"plugins\" is in it, nor \"Bootstrap\"");
+    }
+    void showsAndSetsTheInstallation()
+    {
+        const auto [folder, code, said] = cells<QString, ExitCode, QString>("folder", "code", "said");
+        for (const char* file :
+             {"other/file", "other/plugins/features.xml", "fresh/Bootstrap/repository.xml", "empty/x/y"})
+            writeFile(m_work.filePath(file), "<repository/>");
+        const QString whole = QDir::cleanPath(m_work.filePath(folder));
+        const Ended ended =
+            m_fixture.run(folder.isEmpty() ? QStringList("--install-dir") : QStringList{"--install-dir", whole + '/'});
+        QCOMPARE(ended.code, int(code));
+        QVERIFY2((ended.output + ended.reasons).contains(said), qPrintable(ended.output + ended.reasons));
+        const QString set = QDir::toNativeSeparators(code == ExitCode::Ok && !folder.isEmpty() ? whole : m_suite);
+        QVERIFY2(m_fixture.run("--install-dir").output.contains("is " + set + " (\"InstallDir\" in "), qPrintable(set));
+        if (Platform::hasUnixFiles()) { // where settings can be had in a place that is none
+            const Ended refused =
+                m_fixture.run({"--install-dir", m_suite}, {{"XDG_CONFIG_DIRS", m_work.filePath("other/file")}});
+            QCOMPARE(refused.code, int(ExitCode::SettingsFailed));
+            QVERIFY2(refused.reasons.contains("other/file/Varkel/Pelmora.conf cannot be written"),
+                     qPrintable(refused.reasons));
+        }
     }
 
     void fetchesInstallsAndRemoves()

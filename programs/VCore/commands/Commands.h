@@ -21,7 +21,7 @@ void addHostCommands(cProgram& program);
 /// Adds --check, --update and --update-sites.
 void addUpdateCommands(cProgram& program);
 
-/// Adds --install, --bootstrap and --uninstall.
+/// Adds --install, --bootstrap, --uninstall and --install-dir.
 void addInstallCommands(cProgram& program);
 
 /// Adds --verify and --repair.

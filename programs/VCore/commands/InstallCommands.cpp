@@ -1,5 +1,6 @@
 // The commands that install and remove on the spot.
 #include "commands/Commands.h"
+#include "common/HostSettings.h"
 #include "common/Terminal.h"
 #include "common/cProgram.h"
 #include "updates/UpdateSession.h"
@@ -8,6 +9,7 @@
 #include <Norvale/IConfigMgr.h>
 #include <Norvale/IInstallMgr.h>
 
+#include <QtCore/QDir>
 #include <QtCore/QFileInfo>
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonObject>
@@ -181,6 +183,53 @@ protected:
     }
 };
 
+/// Shows or sets the folder that the hosts of this machine take for the installation.
+class cInstallDirCommand : public cCommand
+{
+public:
+    void describe(cSyntax& syntax) override
+    {
+        syntax.call("--install-dir",
+                    "Show where the suite is installed. With a FOLDER make it that one, for all of this "
+                    "machine.");
+        syntax.add("[FOLDER]", &m_words, "");
+        syntax.mostWords = 1;
+    }
+
+    ExitCode run() override { return m_words.isEmpty() ? show() : set(m_words.first()); }
+
+private:
+    static ExitCode show()
+    {
+        const QString folder = MachineSettings::installDir();
+        if (folder.isEmpty()) {
+            Terminal::answer(QStringLiteral("No installation folder is set (%1): the current folder is taken, %2.")
+                                 .arg(MachineSettings::installDirPlace(), QDir::currentPath()));
+        } else {
+            Terminal::answer(
+                QStringLiteral("The installation folder is %1 (%2).").arg(folder, MachineSettings::installDirPlace()));
+            const QString fault = MachineSettings::installDirFault(folder);
+            if (!fault.isEmpty())
+                Terminal::warning(fault);
+        }
+        return ExitCode::Ok;
+    }
+
+    static ExitCode set(const QString& given)
+    {
+        const QString folder = QDir::cleanPath(QFileInfo(given).absoluteFilePath());
+        const QString fault = MachineSettings::installDirFault(folder);
+        if (!fault.isEmpty())
+            return endWith(ExitCode::Usage, fault);
+        QString error;
+        if (!MachineSettings::setInstallDir(folder, &error))
+            return endWith(ExitCode::SettingsFailed, error);
+        return show();
+    }
+
+    QStringList m_words;
+};
+
 } // namespace
 
 void addInstallCommands(cProgram& program)
@@ -188,4 +237,5 @@ void addInstallCommands(cProgram& program)
     program.add(std::make_unique<cInstallCommand>());
     program.add(std::make_unique<cBootstrapCommand>());
     program.add(std::make_unique<cUninstallCommand>());
+    program.add(std::make_unique<cInstallDirCommand>());
 }

@@ -36,7 +36,7 @@ public:
         if (m_isJson) {
             answerJson(result);
         } else {
-            Terminal::answer(UpdateReport::table(result));
+            Terminal::answer(UpdateReport::table(result) + UpdateReport::notes(result));
             Terminal::answer(UpdateReport::checked(result));
             UpdateReport::tellWaiting();
         }

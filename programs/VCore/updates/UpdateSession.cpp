@@ -229,6 +229,19 @@ cStyledLines UpdateReport::table(const QJsonObject& result)
     return table.lines();
 }
 
+cStyledLines UpdateReport::notes(const QJsonObject& result)
+{
+    cStyledLines lines;
+    for (const auto& note : result.value(QLatin1String("notes")).toArray()) {
+        const QJsonObject object = note.toObject();
+        lines.append(
+            cStyledLine(textOf(object, "feature") + QLatin1Char(' ') + textOf(object, "version"), Style::Heading));
+        for (const QString& line : textOf(object, "text").split(QLatin1Char('\n')))
+            lines.append(cStyledLine(QStringLiteral("  ") + line));
+    }
+    return lines;
+}
+
 QString UpdateReport::checked(const QJsonObject& result)
 {
     switch (codeOf(result)) {

@@ -66,6 +66,9 @@ ExitCode codeOf(const QJsonObject& result);
 /// A table of the versions and the size, as far as they are known.
 cStyledLines table(const QJsonObject& result);
 
+/// What the update brings, as the repository tells it; empty when it tells nothing.
+cStyledLines notes(const QJsonObject& result);
+
 /// What a check has found.
 QString checked(const QJsonObject& result);
 

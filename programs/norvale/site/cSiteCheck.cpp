@@ -93,7 +93,7 @@ bool cSiteCheck::run()
 
 QString cSiteCheck::summary() const
 {
-    return QStringLiteral("fetched: %1, %2")
+    return QStringLiteral("fetched %1 and %2")
         .arg(counted(m_repositories.size(), "repository", "repositories"), counted(m_packages.count(), "further file"));
 }
 
