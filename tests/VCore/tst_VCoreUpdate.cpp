@@ -179,6 +179,7 @@ private slots:
         row("--verify", "files findings plugins reason result");
         row("--repair", "failed_commands reason repaired result unrepaired");
         row("--report", "file text");
+        row("--install-dir", "folder setting");
         row("--disable", "disabled");
         row("--enable", "disabled");
         row("--list", "core_version disabled features plugins running services");
