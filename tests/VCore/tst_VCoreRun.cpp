@@ -143,6 +143,28 @@ private slots:
         QVERIFY2(drawn.contains(": 1 of 3 plugins started. Ctrl+C stops it"), qPrintable(drawn));
     }
 
+    void coloursATerminalThatHasColours_data()
+    {
+        const Rows<QByteArray, QByteArray, QString> row("terminal", "noColor", "heading");
+        row("a terminal", "xterm", "", "\x1b[1mPlugins\x1b[0m\r\n");
+        row("one without colours", "dumb", "", "\nPlugins\r\n");
+        row("whose user wants none", "xterm", "1", "\nPlugins\r\n");
+    }
+    void coloursATerminalThatHasColours()
+    {
+        const auto [terminal, noColor, heading] =
+            cells<QByteArray, QByteArray, QString>("terminal", "noColor", "heading");
+        if (!Platform::hasUnixFiles())
+            QSKIP("a console shows no sequences");
+        qputenv("TERM", terminal);
+        qputenv("NO_COLOR", noColor);
+        QProcess list;
+        QVERIFY(Platform::startOnTerminal(list, VCORE_PROGRAM, {"--list"}));
+        QCOMPARE(exitCodeOf(list), 0);
+        const QString drawn = Platform::drawnText(list.readAllStandardOutput());
+        QVERIFY2(drawn.contains(heading), qPrintable(drawn));
+    }
+
     void onlyADeadHostGivesWay()
     {
         QVERIFY(m_fixture.serve());

@@ -289,7 +289,11 @@ void tst_Log::throwingHook()
     throwing.action = [](const QString&) { throw std::runtime_error("out of paper"); };
     cLogCentral::setDebuggerOutput(true);
     cLogCentral::log("hooks").warning() << "a" << Qt::flush;
+    static QString shown; // at once, whichever thread writes
+    cLogCentral::setLineOutput([](const cLogEntry& line) { shown = line.message; });
     std::thread([] { cLogCentral::log("hooks").warning() << "b" << Qt::flush; }).join();
+    cLogCentral::setLineOutput(nullptr);
+    QCOMPARE(shown, QString("b "));
     QCoreApplication::processEvents();
     QCOMPARE(called, QStringList({"hooks 1 a ", "hooks 1 a ", "hooks 1 b ", "hooks 1 b "}));
     QCOMPARE(file.lines().count("[Norvale]The log hook Hook threw an exception: out of paper"), 2);

@@ -192,6 +192,7 @@ public:
         syntax.call("--install-dir",
                     "Show where the suite is installed. With a FOLDER make it that one, for all of this "
                     "machine.");
+        addJsonFlag(syntax, &m_isJson);
         syntax.add("[FOLDER]", &m_words, "");
         syntax.mostWords = 1;
     }
@@ -199,10 +200,13 @@ public:
     ExitCode run() override { return m_words.isEmpty() ? show() : set(m_words.first()); }
 
 private:
-    static ExitCode show()
+    ExitCode show() const
     {
         const QString folder = MachineSettings::installDir();
-        if (folder.isEmpty()) {
+        if (m_isJson) {
+            answerJson(
+                {{QStringLiteral("folder"), folder}, {QStringLiteral("setting"), MachineSettings::installDirPlace()}});
+        } else if (folder.isEmpty()) {
             Terminal::answer(QStringLiteral("No installation folder is set (%1): the current folder is taken, %2.")
                                  .arg(MachineSettings::installDirPlace(), QDir::currentPath()));
         } else {
@@ -215,7 +219,7 @@ private:
         return ExitCode::Ok;
     }
 
-    static ExitCode set(const QString& given)
+    ExitCode set(const QString& given) const
     {
         const QString folder = QDir::cleanPath(QFileInfo(given).absoluteFilePath());
         const QString fault = MachineSettings::installDirFault(folder);
@@ -228,6 +232,7 @@ private:
     }
 
     QStringList m_words;
+    bool m_isJson = false;
 };
 
 } // namespace
