@@ -352,6 +352,10 @@ endmacro()
 #
 # Enters a feature with these plugins (of norvale_add_plugin or norvale_use_plugin before) into <root>/plugins/features.xml.
 # A host starts only a suite that has a feature named "Core". The target `suite` builds everything that the features name.
+#
+# The calls may come in any order. DEPENDENCIES are features of the same suite: features that depend on each other in a
+# circle end the configuration, and so does a dependency that no call adds (with CMake 3.19 and newer). Those that another
+# project adds to the same repository are left out here, and named when the feature is published.
 function(norvale_add_feature)
     cmake_parse_arguments(arg "" "NAME;VERSION;DESTINATION" "PLUGINS;DEPENDENCIES;DISPLAYNAMES" ${ARGN})
     _norvale_suite_root(root ${arg_DESTINATION})
@@ -369,6 +373,9 @@ function(norvale_add_feature)
         _norvale_xml_escape(text "${text}")
         string(APPEND xml "    <displayname lang=\"${language}\">${text}</displayname>\n")
     endwhile()
+    set_property(GLOBAL APPEND PROPERTY "NORVALE_FEATURES ${root}" "${arg_NAME}")
+    set_property(GLOBAL APPEND PROPERTY "NORVALE_FEATURE ${root} ${arg_NAME}" ${arg_DEPENDENCIES})
+    _norvale_check_circle("${root}" "${arg_NAME}")
     if(arg_DEPENDENCIES)
         list(TRANSFORM arg_DEPENDENCIES REPLACE "(.+)" "      <feature name=\"\\1\"/>\n")
         string(CONCAT dependencies ${arg_DEPENDENCIES})
@@ -380,7 +387,51 @@ function(norvale_add_feature)
         _norvale_enter_plugin()
     endforeach()
     _norvale_enter_feature("${root}" "${xml}    </plugins>\n  </feature>\n")
-    add_dependencies(${suite} ${plugin_targets})
+    if(plugin_targets)
+        add_dependencies(${suite} ${plugin_targets})
+    endif()
+endfunction()
+
+# _norvale_check_circle(ROOT NAME): refuses a feature that depends on itself by way of others. The last call of those in a
+# circle closes it.
+function(_norvale_check_circle root name)
+    set(waiting "${name}")
+    set(seen "")
+    while(waiting)
+        list(POP_FRONT waiting feature)
+        get_property(dependencies GLOBAL PROPERTY "NORVALE_FEATURE ${root} ${feature}")
+        if(name IN_LIST dependencies)
+            set(circle "${name}")
+            while(NOT feature STREQUAL name)
+                string(PREPEND circle "${feature} -> ")
+                set(feature "${before_${feature}}")
+            endwhile()
+            message(FATAL_ERROR "norvale_add_feature(${name}): features depend on each other in a circle: ${name} -> ${circle}")
+        endif()
+        foreach(next IN LISTS dependencies)
+            if(NOT next IN_LIST seen)
+                set("before_${next}" "${feature}")
+                list(APPEND seen "${next}")
+                list(APPEND waiting "${next}")
+            endif()
+        endforeach()
+    endwhile()
+endfunction()
+
+# _norvale_check_features(ROOT): refuses a suite with a feature that depends on one that it has not. Called when all are
+# known.
+function(_norvale_check_features root)
+    get_property(features GLOBAL PROPERTY "NORVALE_FEATURES ${root}")
+    foreach(feature IN LISTS features)
+        get_property(dependencies GLOBAL PROPERTY "NORVALE_FEATURE ${root} ${feature}")
+        foreach(name IN LISTS dependencies)
+            if(NOT name IN_LIST features)
+                list(JOIN features ", " known)
+                message(FATAL_ERROR "norvale_add_feature(${feature}): it depends on the feature \"${name}\", which no call "
+                    "adds to the suite ${root}; there are ${known}")
+            endif()
+        endforeach()
+    endforeach()
 endfunction()
 
 # One plugin of a feature. Two that name one service would keep the whole suite from starting.
@@ -422,6 +473,10 @@ $<TARGET_PROPERTY:${suite},NORVALE_FEATURES></repository>
             DEPENDS "${catalogue}" COMMENT "features.xml of ${root}" VERBATIM)
         add_custom_target(${suite} ALL DEPENDS "${root}/plugins/features.xml")
         set_property(GLOBAL PROPERTY "NORVALE_SUITE ${root}" ${suite})
+        if(NOT CMAKE_VERSION VERSION_LESS 3.19)
+            cmake_language(EVAL CODE
+                "cmake_language(DEFER DIRECTORY [==[${CMAKE_SOURCE_DIR}]==] CALL _norvale_check_features [==[${root}]==])")
+        endif()
     endif()
     get_target_property(features ${suite} NORVALE_FEATURES)
     if(NOT features)

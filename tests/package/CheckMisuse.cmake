@@ -39,6 +39,8 @@ expect("a used plugin that nobody has built" "no such plugin comes with Norvale 
 expect("a used folder that is no plugin's" "has no Manifest.xml: the folder of a built plugin is meant")
 expect("a used folder of another plugin" "One.: .* is of the plugin \"ZentraSettings\"")
 expect("a plugin of nobody" "One is no plugin of the suite")
+expect("features in a circle" "in a circle: C -> A -> B -> C")
+expect("a feature of nobody" "norvale_add_feature.A.: it depends on the feature \"Cor\", which no call .* there are A, Core")
 if(failures GREATER 0)
     message(FATAL_ERROR "${failures} faults are not told")
 endif()

@@ -4,6 +4,7 @@
 
 class cChangeLock;
 class cProgram;
+class QJsonObject;
 
 /// Adds --run, which is done when no command is given, --disable and --enable.
 void addRunCommands(cProgram& program);
@@ -48,6 +49,9 @@ private:
 
 /// Adds the option --json of several commands.
 void addJsonFlag(cSyntax& syntax, bool* target);
+
+/// Prints what --json asks for.
+void answerJson(const QJsonObject& object);
 
 /// Reads @p seconds, what the option --timeout has been given; says what is wrong with it.
 [[nodiscard]] bool readTimeout(const QString& seconds, int* milliseconds);
