@@ -41,6 +41,8 @@ private slots:
             QSKIP("this machine has another installation set, which the test leaves alone");
     }
 
+    void cleanupTestCase() { QDir::setCurrent(SUITE); } // on Windows a folder that somebody is in stays
+
     void startsAndStopsTheSuite()
     {
         const QString log = run();
