@@ -49,7 +49,7 @@ QString prefixOption()
     const QFileInfo found(QStandardPaths::findExecutable(QCoreApplication::applicationName()));
     if (found.dir().canonicalPath() == folder.canonicalPath() || !folder.cdUp())
         return QString();
-    return QStringLiteral(" -DCMAKE_PREFIX_PATH=") + forShell(QDir::toNativeSeparators(folder.path()));
+    return QStringLiteral(" -DCMAKE_PREFIX_PATH=") + forShell(folder.path());
 }
 
 /// What the commands have in common: they check the name, write the project, and tell how to go on.

@@ -67,7 +67,8 @@ int main(int argc, char** argv)
     cHost host;
     QObject::connect(&host, &cHost::logged, [](const QString& line) { QTextStream(stderr) << line << Qt::endl; });
     QObject::connect(&host, &cHost::progressed, [](const QString& what, qint64 done, qint64 total) {
-        out() << '\r' << what << ": " << done << " of " << total << " bytes" << (done == total ? "\n" : "") << Qt::flush;
+        out() << '\r' << what << ": " << done << " of " << total << " bytes" << (done == total ? "\n" : "")
+              << Qt::flush;
     });
     if (!host.initialize())
         return EXIT_FAILURE;

@@ -78,7 +78,9 @@ bool cHost::start(const QStringList& categories)
     Corvane::setLoadCategories(categories);
     // Plugins that cannot be ordered end the process in startNormal(). discover() finds that, and whatever else would
     // keep the suite from starting, and logs it.
-    return plugins->discover() && Corvane::startNormal();
+    const bool isStarted = plugins->discover() && Corvane::startNormal();
+    emit pluginsChanged();
+    return isStarted;
 }
 
 bool cHost::stop()
@@ -133,6 +135,7 @@ QString cHost::stateOf(const cPluginInfo& plugin)
 void cHost::restart()
 {
     m_isRestartWanted = true;
+    IConfigMgr::cancelUpdate(); // one that is under way would be waited for
     QCoreApplication::quit();
 }
 

@@ -61,7 +61,7 @@ signals:
     /// Something of an update has arrived: so many bytes of @p total.
     void progressed(const QString& what, qint64 done, qint64 total);
 
-    /// A plugin has started, failed or stopped: IPluginMgr::plugins() tells.
+    /// It is known what is installed, or a plugin has started, failed or stopped: IPluginMgr::plugins() tells.
     void pluginsChanged();
 
 private slots:
