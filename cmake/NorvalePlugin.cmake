@@ -10,8 +10,9 @@
 # The root is DESTINATION, else the variable NORVALE_SUITE_DIR, else "suite" in the build folder.
 cmake_policy(VERSION 3.16)
 
-# What norvale_add_plugin fills in; kept where it is found from every folder of a project.
+# What the functions fill in; kept where it is found from every folder of a project.
 set(NORVALE_MANIFEST_TEMPLATE "${CMAKE_CURRENT_LIST_DIR}/Manifest.xml.in" CACHE INTERNAL "")
+set(NORVALE_RUNNER_TEMPLATE "${CMAKE_CURRENT_LIST_DIR}/run" CACHE INTERNAL "")
 set(NORVALE_NATIVE_TOOL "" CACHE FILEPATH "The program norvale for this machine, which lints manifests, where it is not that of the package")
 
 # _norvale_suite_root(OUT [ROOT]): the absolute root of the suite that is laid out.
@@ -483,4 +484,50 @@ $<TARGET_PROPERTY:${suite},NORVALE_FEATURES></repository>
     endif()
     set_target_properties(${suite} PROPERTIES NORVALE_FEATURES "${features}${xml}")
     set(suite ${suite} PARENT_SCOPE)
+endfunction()
+
+# norvale_add_runner(name [PROGRAM target] [DESTINATION root])
+#
+# Makes the script `name` in the build folder (on Windows name.cmd), which runs VCore, or the host PROGRAM, on the suite with
+# settings and data of its own, and passes arguments on; and the target `name`, which builds the suite and runs the script.
+# Windows has one set of settings for a machine: there the suite is taken as long as `VCore --install-dir` has set no other.
+function(norvale_add_runner name)
+    cmake_parse_arguments(arg "" "PROGRAM;DESTINATION" "" ${ARGN})
+    _norvale_suite_root(root ${arg_DESTINATION})
+    get_property(suite GLOBAL PROPERTY "NORVALE_SUITE ${root}")
+    if(NOT suite OR arg_UNPARSED_ARGUMENTS)
+        message(FATAL_ERROR "norvale_add_runner(${name}): a suite is needed, which norvale_add_feature makes, before; "
+            "unknown: \"${arg_UNPARSED_ARGUMENTS}\"")
+    endif()
+    if(NOT TARGET Norvale::VCore)
+        message(STATUS "There is no target ${name}: Norvale has been installed without VCore")
+        return()
+    endif()
+    set(program Norvale::VCore)
+    if(arg_PROGRAM)
+        set(program ${arg_PROGRAM})
+    endif()
+    set(extension "")
+    if(WIN32)
+        set(extension .cmd)
+    endif()
+    set(own "${CMAKE_BINARY_DIR}/${name}.own")
+    set(made "${CMAKE_BINARY_DIR}/CMakeFiles/norvale_${name}${extension}.in")
+    configure_file("${NORVALE_RUNNER_TEMPLATE}${extension}.in" "${made}" @ONLY)
+    file(GENERATE OUTPUT "${CMAKE_BINARY_DIR}/${name}${extension}" INPUT "${made}")
+    add_custom_target(${name} COMMAND "${CMAKE_BINARY_DIR}/${name}${extension}" USES_TERMINAL VERBATIM)
+    add_dependencies(${name} ${suite})
+    if(arg_PROGRAM)
+        add_dependencies(${name} ${program})
+    endif()
+endfunction()
+
+# norvale_copy_library(target): on Windows, where programs have no search path for libraries, lays the library beside the
+# program `target`, and VPlugin for plugins in processes of their own. Elsewhere there is nothing to be done.
+function(norvale_copy_library target)
+    if(WIN32)
+        add_custom_command(TARGET ${target} POST_BUILD
+            COMMAND ${CMAKE_COMMAND} -E copy_if_different $<TARGET_FILE:Norvale::Norvale> $<TARGET_FILE:Norvale::VPlugin>
+                $<TARGET_FILE_DIR:${target}> VERBATIM)
+    endif()
 endfunction()

@@ -260,8 +260,10 @@ private slots:
         const Rows<QString, int, QString> row("words", "code", "said");
         row("help", "--help", 0, "Exit codes:");
         row("version", "--version", 0, "norvale ");
-        row("nothing", "", 2, "subcommand");
-        row("unknown option", "lint --nonsense", 2, "nonsense");
+        row("nothing", "", 2, "a command is missing: norvale {site|");
+        row("half a command", "--color never site", 2, "a command is missing: norvale site {");
+        row("mistyped command", "site chek x", 2, "there is no command \"site chek\"; did you mean check?");
+        row("mistyped option", "lint --jsn x", 2, "--jsn is no option; did you mean --json?");
         row("lint nothing", "lint", 2, "name what");
         row("lint what is not there", "lint nothing.xml", 3, "no such file");
         row("lint an empty folder", "lint .", 3, "nothing to look at");

@@ -75,6 +75,9 @@ QString checked(const QJsonObject& result);
 /// What an update has done, and what is to be done next.
 QStringList updated(const QJsonObject& result);
 
+/// Whether an earlier update has fetched something that the next start installs.
+bool isWaiting();
+
 /// Tells of what an earlier update has fetched and the next start installs; says nothing when nothing waits.
 void tellWaiting();
 

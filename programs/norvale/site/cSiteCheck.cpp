@@ -167,8 +167,9 @@ void cSiteCheck::comparePackage(const cFeaturePlugin& plugin, const cPackageStor
                            .arg(file.plugin->toString(), plugin.id().toString()));
     }
     if (plugin.size() > 0 && file.size != plugin.size()) {
-        m_findings.add(Rule::SourceSize, name,
-                       QStringLiteral("%1 bytes, but the repository says %2").arg(file.size).arg(plugin.size()));
+        m_findings.add(
+            Rule::SourceSize, name,
+            QStringLiteral("%1, but the repository says %2").arg(counted(file.size, "byte")).arg(plugin.size()));
     }
     if (!plugin.hash().isEmpty() && file.hash != plugin.hash()) {
         m_findings.add(Rule::PackageHash, name,
