@@ -260,7 +260,7 @@ private slots:
         const Rows<QString, int, QString> row("words", "code", "said");
         row("help", "--help", 0, "Exit codes:");
         row("version", "--version", 0, "norvale ");
-        row("nothing", "", 2, "a command is missing: norvale {site|");
+        row("nothing", "", 2, "a command is missing: norvale {");
         row("half a command", "--color never site", 2, "a command is missing: norvale site {");
         row("mistyped command", "site chek x", 2, "there is no command \"site chek\"; did you mean check?");
         row("mistyped option", "lint --jsn x", 2, "--jsn is no option; did you mean --json?");
