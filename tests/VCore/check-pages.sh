@@ -50,7 +50,7 @@ offers "always" VCore --color = al
 offers "--log" VCore --check --lo
 offers "" VCore --check --categ
 offers "$folder/man" VCore --log "$folder/ma"
-offers "site pack lint graph" norvale "" # and whatever comes
+offers "new site pack lint graph" norvale "" # and whatever comes
 offers "--feature --feature-version" norvale site add --fe
 if command -v fish >/dev/null; then
     found=$(fish --no-config -c "source '$folder/fish/VCore.fish'; complete -C 'VCore --color '" | cut -f1 | tr '\n' ' ')
