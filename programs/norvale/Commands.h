@@ -16,5 +16,8 @@ void addLintCommand(cProgram& program);
 /// Adds `norvale graph`, which draws the dependencies of a suite or a repository.
 void addGraphCommand(cProgram& program);
 
-/// Adds `norvale site add`, which publishes a feature or a runtime, and `norvale site check`, which verifies a site.
+/// Adds the group `norvale site` with the commands that list and verify a site, promote and retire; and `site add`.
 void addSiteCommands(cProgram& program);
+
+/// Adds `norvale site add`, which publishes a feature or a runtime.
+void addSiteAddCommand(cProgram& program);

@@ -371,7 +371,6 @@ private slots:
         const QString add = "add site B-3.00.000.zip --feature F --feature-version 3.0.0";
         row("killed before a change", add, "kill", -1);
         row("killed within a change", add, "tear", -1);
-        row("disk full", add, "ENOSPC", 4);
         row("disk full in a new repository", add + " --depends= --repository new/deep", "ENOSPC", 4);
         row("disk read only", add, "EROFS", 4);
         row("promotion killed", "promote site --from beta", "kill", -1);

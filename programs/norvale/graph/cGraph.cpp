@@ -102,12 +102,14 @@ void cGraph::drawFeatureArrows(const cFeatureInstance& feature)
 {
     for (const QString& name : feature.dependencies()) {
         QString form = QStringLiteral("style=dashed, color=\"#7f97b0\"");
-        if (!m_frames.contains(name))
+        const bool isThere = m_frames.contains(name);
+        if (!isThere)
             drawMissing(featureNode(name), name);
-        else if (name != feature.name())
-            form += framed(QStringLiteral("lhead"), m_frames.value(name)) +
-                    framed(QStringLiteral("ltail"), m_frames.value(feature.name()));
-        if (m_featureCycles.contains(feature.name(), name) || !m_frames.contains(name))
+        if (name != feature.name())
+            form += framed(QStringLiteral("ltail"), m_frames.value(feature.name()));
+        if (isThere && name != feature.name())
+            form += framed(QStringLiteral("lhead"), m_frames.value(name));
+        if (m_featureCycles.contains(feature.name(), name) || !isThere)
             form += QStringLiteral(", penwidth=2, ") + QLatin1String(Red);
         m_text += QStringLiteral("  %1 -> %2 [%3];\n").arg(featureNode(feature.name()), featureNode(name), form);
     }

@@ -15,15 +15,19 @@
 
 #include <algorithm>
 
-ExitCode cSiteEditor::run()
+ExitCode cSiteEditor::run(const cReport& report)
 {
-    const ExitCode code = m_files.begin(m_place.site);
-    if (code != ExitCode::Ok)
-        return fail(code, m_files.errorString());
-    return change();
+    const ExitCode code = change();
+    return report.end(code, m_findings, m_errorString, lines(), json());
 }
 
 ExitCode cSiteEditor::change()
+{
+    const ExitCode code = m_files.begin(m_place.site);
+    return code == ExitCode::Ok ? changeRepository() : fail(code, m_files.errorString());
+}
+
+ExitCode cSiteEditor::changeRepository()
 {
     if (!m_state.read(m_place))
         return fail(m_state.errorString());

@@ -28,15 +28,8 @@ class cSiteEditor
 public:
     virtual ~cSiteEditor() = default;
 
-    /// @return how it ended; errorString() and findings() say why.
-    ExitCode run();
-
-    const QString& errorString() const { return m_errorString; }
-    const cFindings& findings() const { return m_findings; }
-
-    /// What has been done, for people and for programs. After a run() that was Ok.
-    cStyledLines lines() const;
-    QJsonObject json() const;
+    /// Does it, and tells in @p report what has been done, or why not. @return how it ended.
+    ExitCode run(const cReport& report);
 
 protected:
     /// @p verb is what lines() say of a change, as in "published in repository main (release) 1.00.000".
@@ -68,8 +61,11 @@ private:
         QString version;
     };
 
-    QList<cChange> changes() const;
     ExitCode change();
+    ExitCode changeRepository();
+    QList<cChange> changes() const;
+    cStyledLines lines() const;
+    QJsonObject json() const;
     bool isResultSound();
     cFindings findingsOf(const QByteArray& xml, bool withNewFiles) const;
     void sweepLeftovers();
