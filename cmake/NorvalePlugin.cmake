@@ -10,8 +10,9 @@
 # The root is DESTINATION, else the variable NORVALE_SUITE_DIR, else "suite" in the build folder.
 cmake_policy(VERSION 3.16)
 
-# What norvale_add_plugin fills in; kept where it is found from every folder of a project.
+# What the functions fill in; kept where it is found from every folder of a project.
 set(NORVALE_MANIFEST_TEMPLATE "${CMAKE_CURRENT_LIST_DIR}/Manifest.xml.in" CACHE INTERNAL "")
+set(NORVALE_RUNNER_TEMPLATE "${CMAKE_CURRENT_LIST_DIR}/run" CACHE INTERNAL "")
 set(NORVALE_NATIVE_TOOL "" CACHE FILEPATH "The program norvale for this machine, which lints manifests, where it is not that of the package")
 
 # _norvale_suite_root(OUT [ROOT]): the absolute root of the suite that is laid out.
@@ -351,6 +352,10 @@ endmacro()
 #
 # Enters a feature with these plugins (of norvale_add_plugin or norvale_use_plugin before) into <root>/plugins/features.xml.
 # A host starts only a suite that has a feature named "Core". The target `suite` builds everything that the features name.
+#
+# The calls may come in any order. DEPENDENCIES are features of the same suite: features that depend on each other in a
+# circle end the configuration, and so does a dependency that no call adds (with CMake 3.19 and newer). Those that another
+# project adds to the same repository are left out here, and named when the feature is published.
 function(norvale_add_feature)
     cmake_parse_arguments(arg "" "NAME;VERSION;DESTINATION" "PLUGINS;DEPENDENCIES;DISPLAYNAMES" ${ARGN})
     _norvale_suite_root(root ${arg_DESTINATION})
@@ -368,6 +373,9 @@ function(norvale_add_feature)
         _norvale_xml_escape(text "${text}")
         string(APPEND xml "    <displayname lang=\"${language}\">${text}</displayname>\n")
     endwhile()
+    set_property(GLOBAL APPEND PROPERTY "NORVALE_FEATURES ${root}" "${arg_NAME}")
+    set_property(GLOBAL APPEND PROPERTY "NORVALE_FEATURE ${root} ${arg_NAME}" ${arg_DEPENDENCIES})
+    _norvale_check_circle("${root}" "${arg_NAME}")
     if(arg_DEPENDENCIES)
         list(TRANSFORM arg_DEPENDENCIES REPLACE "(.+)" "      <feature name=\"\\1\"/>\n")
         string(CONCAT dependencies ${arg_DEPENDENCIES})
@@ -379,7 +387,51 @@ function(norvale_add_feature)
         _norvale_enter_plugin()
     endforeach()
     _norvale_enter_feature("${root}" "${xml}    </plugins>\n  </feature>\n")
-    add_dependencies(${suite} ${plugin_targets})
+    if(plugin_targets)
+        add_dependencies(${suite} ${plugin_targets})
+    endif()
+endfunction()
+
+# _norvale_check_circle(ROOT NAME): refuses a feature that depends on itself by way of others. The last call of those in a
+# circle closes it.
+function(_norvale_check_circle root name)
+    set(waiting "${name}")
+    set(seen "")
+    while(waiting)
+        list(POP_FRONT waiting feature)
+        get_property(dependencies GLOBAL PROPERTY "NORVALE_FEATURE ${root} ${feature}")
+        if(name IN_LIST dependencies)
+            set(circle "${name}")
+            while(NOT feature STREQUAL name)
+                string(PREPEND circle "${feature} -> ")
+                set(feature "${before_${feature}}")
+            endwhile()
+            message(FATAL_ERROR "norvale_add_feature(${name}): features depend on each other in a circle: ${name} -> ${circle}")
+        endif()
+        foreach(next IN LISTS dependencies)
+            if(NOT next IN_LIST seen)
+                set("before_${next}" "${feature}")
+                list(APPEND seen "${next}")
+                list(APPEND waiting "${next}")
+            endif()
+        endforeach()
+    endwhile()
+endfunction()
+
+# _norvale_check_features(ROOT): refuses a suite with a feature that depends on one that it has not. Called when all are
+# known.
+function(_norvale_check_features root)
+    get_property(features GLOBAL PROPERTY "NORVALE_FEATURES ${root}")
+    foreach(feature IN LISTS features)
+        get_property(dependencies GLOBAL PROPERTY "NORVALE_FEATURE ${root} ${feature}")
+        foreach(name IN LISTS dependencies)
+            if(NOT name IN_LIST features)
+                list(JOIN features ", " known)
+                message(FATAL_ERROR "norvale_add_feature(${feature}): it depends on the feature \"${name}\", which no call "
+                    "adds to the suite ${root}; there are ${known}")
+            endif()
+        endforeach()
+    endforeach()
 endfunction()
 
 # One plugin of a feature. Two that name one service would keep the whole suite from starting.
@@ -421,6 +473,10 @@ $<TARGET_PROPERTY:${suite},NORVALE_FEATURES></repository>
             DEPENDS "${catalogue}" COMMENT "features.xml of ${root}" VERBATIM)
         add_custom_target(${suite} ALL DEPENDS "${root}/plugins/features.xml")
         set_property(GLOBAL PROPERTY "NORVALE_SUITE ${root}" ${suite})
+        if(NOT CMAKE_VERSION VERSION_LESS 3.19)
+            cmake_language(EVAL CODE
+                "cmake_language(DEFER DIRECTORY [==[${CMAKE_SOURCE_DIR}]==] CALL _norvale_check_features [==[${root}]==])")
+        endif()
     endif()
     get_target_property(features ${suite} NORVALE_FEATURES)
     if(NOT features)
@@ -428,4 +484,50 @@ $<TARGET_PROPERTY:${suite},NORVALE_FEATURES></repository>
     endif()
     set_target_properties(${suite} PROPERTIES NORVALE_FEATURES "${features}${xml}")
     set(suite ${suite} PARENT_SCOPE)
+endfunction()
+
+# norvale_add_runner(name [PROGRAM target] [DESTINATION root])
+#
+# Makes the script `name` in the build folder (on Windows name.cmd), which runs VCore, or the host PROGRAM, on the suite with
+# settings and data of its own, and passes arguments on; and the target `name`, which builds the suite and runs the script.
+# Windows has one set of settings for a machine: there the suite is taken as long as `VCore --install-dir` has set no other.
+function(norvale_add_runner name)
+    cmake_parse_arguments(arg "" "PROGRAM;DESTINATION" "" ${ARGN})
+    _norvale_suite_root(root ${arg_DESTINATION})
+    get_property(suite GLOBAL PROPERTY "NORVALE_SUITE ${root}")
+    if(NOT suite OR arg_UNPARSED_ARGUMENTS)
+        message(FATAL_ERROR "norvale_add_runner(${name}): a suite is needed, which norvale_add_feature makes, before; "
+            "unknown: \"${arg_UNPARSED_ARGUMENTS}\"")
+    endif()
+    if(NOT TARGET Norvale::VCore)
+        message(STATUS "There is no target ${name}: Norvale has been installed without VCore")
+        return()
+    endif()
+    set(program Norvale::VCore)
+    if(arg_PROGRAM)
+        set(program ${arg_PROGRAM})
+    endif()
+    set(extension "")
+    if(WIN32)
+        set(extension .cmd)
+    endif()
+    set(own "${CMAKE_BINARY_DIR}/${name}.own")
+    set(made "${CMAKE_BINARY_DIR}/CMakeFiles/norvale_${name}${extension}.in")
+    configure_file("${NORVALE_RUNNER_TEMPLATE}${extension}.in" "${made}" @ONLY)
+    file(GENERATE OUTPUT "${CMAKE_BINARY_DIR}/${name}${extension}" INPUT "${made}")
+    add_custom_target(${name} COMMAND "${CMAKE_BINARY_DIR}/${name}${extension}" USES_TERMINAL VERBATIM)
+    add_dependencies(${name} ${suite})
+    if(arg_PROGRAM)
+        add_dependencies(${name} ${program})
+    endif()
+endfunction()
+
+# norvale_copy_library(target): on Windows, where programs have no search path for libraries, lays the library beside the
+# program `target`, and VPlugin for plugins in processes of their own. Elsewhere there is nothing to be done.
+function(norvale_copy_library target)
+    if(WIN32)
+        add_custom_command(TARGET ${target} POST_BUILD
+            COMMAND ${CMAKE_COMMAND} -E copy_if_different $<TARGET_FILE:Norvale::Norvale> $<TARGET_FILE:Norvale::VPlugin>
+                $<TARGET_FILE_DIR:${target}> VERBATIM)
+    endif()
 endfunction()

@@ -38,13 +38,13 @@ struct cPluginInfo
     QString folder;           ///< The plugin's folder: an absolute path with forward slashes.
     /// Why the plugin is left out of this run, see IPluginMgr::leaveOut(); empty when it takes part.
     QString leftOut;
-    /// It should run, or could not, and something is wrong: its manifest, its place in the order, its library, its
-    /// start, or something that it depends on. Neither a plugin that nobody has asked for nor one that is left out has
-    /// failed.
+    /// It should run and does not, for something is wrong: its manifest, its place in the order, its library, its
+    /// start, something that it depends on, or the process of its own that has ended. Neither a plugin that nobody has
+    /// asked for nor one that is left out has failed.
     bool hasFailed = false;
     /// Why the plugin does not run, for people and on one line: what has failed, as logged; "waits for ..."; that
-    /// nobody has asked for it; why it is left out. Empty when it has been started, and before a start as long as
-    /// nothing speaks against one.
+    /// nobody has asked for it; why it is left out. Of one that has been started, which service it has not registered.
+    /// Empty when all is well, and before a start as long as nothing speaks against one.
     QString reason;
 };
 

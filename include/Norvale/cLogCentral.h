@@ -136,6 +136,15 @@ public:
      */
     static QList<cLogEntry> history();
 
+    /**
+     * Has a function of the program show each line in place of the debugger, while setDebuggerOutput() is on. Unlike a
+     * hook it is called the moment the line is written, whichever thread writes it, so that it shows also what is
+     * written just before the process ends, or while the main thread hangs.
+     * @param show called with the central's lock held: it must neither log nor throw. Null, as at first, leaves the
+     * lines to the debugger.
+     */
+    static void setLineOutput(void (*show)(const cLogEntry& line));
+
 private:
     friend class cDebug;
     friend class cFrameworkLog;

@@ -1,6 +1,5 @@
 #include "Diagnostics.h"
 
-#include "HostSystem.h"
 #include "common/ExitCode.h"
 #include "common/Terminal.h"
 
@@ -34,24 +33,39 @@ void onMessage(QtMsgType type, const QMessageLogContext& context, const QString&
     std::_Exit(int(ExitCode::Fatal));
 }
 
+void showLine(const cLogEntry& line)
+{
+    const QString text = QStringLiteral("%1: %2").arg(line.channel, line.message.trimmed());
+    if (line.level == debugError)
+        Terminal::error(text);
+    else if (line.level == debugWarning)
+        Terminal::warning(text);
+    else
+        Terminal::note(text);
+}
+
+void showReason(const cLogEntry& line)
+{
+    if (line.level != debugInfo)
+        showLine(line);
+}
+
+void show(void (*output)(const cLogEntry&))
+{
+    cLogCentral::setLineOutput(output);
+    cLogCentral::setDebuggerOutput(true);
+}
+
 } // namespace
 
 void Diagnostics::showLog()
 {
-    if (HostSystem::isDebuggerOutputShown()) {
-        cLogCentral::setDebuggerOutput(true);
-    } else {
-        showReasons();
-        cLogCentral::setHooksOnly(false);
-    }
+    show(showLine);
 }
 
 void Diagnostics::showReasons()
 {
-    static cTerminalHook hook;
-    cLogCentral::addHook(&hook, "showLine");
-    cLogCentral::setHooksOnly(true);
-    cLogCentral::setDebuggerOutput(true);
+    show(showReason);
 }
 
 void Diagnostics::catchFatalMessages()
@@ -62,14 +76,4 @@ void Diagnostics::catchFatalMessages()
 void Diagnostics::setLastAct(const std::function<void()>& act)
 {
     lastAct() = act;
-}
-
-void cTerminalHook::showLine(const QString& channel, Qt::HANDLE, const QDateTime&, debugType level,
-                             const QString& message)
-{
-    const QString line = QStringLiteral("%1: %2").arg(channel, message.trimmed());
-    if (level == debugError)
-        Terminal::error(line);
-    else if (level == debugWarning)
-        Terminal::warning(line);
 }

@@ -11,8 +11,8 @@ enum Stream {
     Error   // standard error
 };
 
-/// Columns of the terminal that standard error is; 0 when it is none.
-int terminalColumns();
+/// Columns of the terminal that @p stream is; 0 when it is none.
+int terminalColumns(Stream stream = Error);
 
 /// Whether @p stream is a terminal that has colours. Where the terminal has to be asked for them, it is.
 bool hasColors(Stream stream);

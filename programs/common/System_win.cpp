@@ -43,10 +43,11 @@ BOOL WINAPI onControl(DWORD event)
 
 } // namespace
 
-int System::terminalColumns()
+int System::terminalColumns(Stream stream)
 {
     CONSOLE_SCREEN_BUFFER_INFO info;
-    return ::GetConsoleScreenBufferInfo(::GetStdHandle(STD_ERROR_HANDLE), &info) ? info.dwSize.X : 0;
+    const HANDLE console = ::GetStdHandle(stream == Output ? STD_OUTPUT_HANDLE : STD_ERROR_HANDLE);
+    return ::GetConsoleScreenBufferInfo(console, &info) ? info.dwSize.X : 0;
 }
 
 // A console before Windows 10 knows no colours of this kind and refuses the mode.

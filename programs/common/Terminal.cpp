@@ -6,10 +6,11 @@
 #include <QtCore/QCoreApplication>
 
 #include <cstdio>
+#include <mutex>
 
 namespace {
 
-QString s_status; // what is shown now
+std::mutex s_lock; // around what is written, and what is drawn: log lines come from any thread
 Terminal::Colors s_colors = Terminal::Colors::Auto;
 
 // What NO_COLOR asks for holds for every program (no-color.org); what the command line says, for this run.
@@ -28,17 +29,25 @@ void write(std::FILE* stream, const QString& text)
     std::fflush(stream);
 }
 
+// What is drawn now. Never destroyed: what is unloaded behind this program may still log.
+QString& drawn()
+{
+    static auto* const line = new QString;
+    return *line;
+}
+
 // Blanks and returns instead of escape sequences: every terminal knows them.
 void draw(const QString& line)
 {
-    const QString blanks(qMax(0, s_status.size() - line.size()), QLatin1Char(' '));
+    const QString blanks(qMax(0, drawn().size() - line.size()), QLatin1Char(' '));
     write(stderr, QLatin1Char('\r') + line + blanks + QLatin1Char('\r'));
-    s_status = line;
+    drawn() = line;
 }
 
 void print(std::FILE* stream, const QString& text)
 {
-    const QString status = s_status;
+    const std::lock_guard<std::mutex> locker(s_lock);
+    const QString status = drawn();
     if (!status.isEmpty())
         draw(QString());
     write(stream, text + QLatin1Char('\n'));
@@ -112,7 +121,8 @@ void Terminal::error(const QString& line)
 void Terminal::status(const QString& line)
 {
     const QString text = shown(line);
-    if (text != s_status && System::terminalColumns() > 0)
+    const std::lock_guard<std::mutex> locker(s_lock);
+    if (text != drawn() && System::terminalColumns() > 0)
         draw(text);
 }
 

@@ -1,6 +1,7 @@
 #include "install/cPackage.h"
 
 #include "core/Files.h"
+#include "version/Shown.h"
 #include "zip/ZipRecords.h"
 
 #include <QtCore/QBuffer>
@@ -108,8 +109,8 @@ bool cPackage::readContent(const cZipRecord& record, QByteArray* content, QStrin
         return false;
     if (quint32(content->size()) == record.uncompressedSize)
         return true;
-    return failWith(error, QStringLiteral("it has %1 bytes, where its record states %2")
-                               .arg(content->size())
+    return failWith(error, QStringLiteral("it has %1, where its record states %2")
+                               .arg(counted(content->size(), "byte"))
                                .arg(record.uncompressedSize));
 }
 
@@ -164,7 +165,7 @@ bool cPackageUnpacker::makeFolderOf(const QString& path)
     if (m_madeFolders.contains(parent))
         return true;
     if (!m_folder.mkpath(parent))
-        return fail(parent, QStringLiteral("the folder cannot be made: ") + qt_error_string());
+        return fail(parent, QStringLiteral("the folder cannot be made: ") + causeOfSystem(parent));
     m_madeFolders.insert(parent);
     return true;
 }

@@ -50,7 +50,7 @@ bool cFolderRemover::removeFolder(const QString& path)
     for (const QFileInfo& entry : QDir(path).entryInfoList(everything, QDir::Unsorted))
         isEmpty = removeEntry(entry) && isEmpty;
     return isEmpty && (removeEmptyFolder(path) ||
-                       fail(path, QStringLiteral("the folder is not empty or in use: ") + qt_error_string()));
+                       fail(path, QStringLiteral("the folder is not empty or in use: ") + causeOfSystem(path)));
 }
 
 bool cFolderRemover::removeFile(const QString& path)
@@ -59,7 +59,7 @@ bool cFolderRemover::removeFile(const QString& path)
     QFile file(path);
     if (file.remove() || QDir().rmdir(path))
         return true;
-    const QString reason = file.errorString();
+    const QString reason = causeOfSystem(path, file.errorString());
     if (isLink(QFileInfo(path)))
         return fail(path, reason);
     makeWritable(path);

@@ -73,7 +73,7 @@ bool cUninstallation::removeFeaturesFile()
         QFile file(path);
         if (!file.exists() || file.remove())
             continue;
-        m_log.error().noquote() << path << "cannot be removed:" << file.errorString() << Qt::endl;
+        m_log.error().noquote() << path << "cannot be removed:" << causeOfSystem(path, file.errorString()) << Qt::endl;
         return false;
     }
     return true;

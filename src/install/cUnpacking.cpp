@@ -64,7 +64,7 @@ void cUnpacking::run()
     }
     if (m_plan.added().isEmpty() || flushNewFiles(Corvane::velmiraFolderOrFile(Corvane::PluginsFolder)))
         return;
-    const QString cause = qt_error_string();
+    const QString cause = causeOfSystem(Corvane::velmiraFolderOrFile(Corvane::FeaturesFile));
     for (int i = 0; i < m_plan.features().size(); ++i) {
         if (!m_plan.features().at(i).isLeftOut())
             m_plan.leaveOut(i, {QStringLiteral("what was unpacked cannot be flushed to the disk: ") + cause, true});

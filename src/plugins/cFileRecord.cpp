@@ -1,6 +1,7 @@
 #include "plugins/cFileRecord.h"
 
 #include "disk/WholeFiles.h"
+#include "version/Shown.h"
 #include "json/JsonText.h"
 
 #include <Norvale/Corvane.h>
@@ -91,7 +92,7 @@ QString cRecordedFile::difference(const QString& path) const
     if (!file.isFile())
         return QStringLiteral("is no file");
     if (file.size() != size)
-        return QStringLiteral("has %1 bytes instead of %2").arg(file.size()).arg(size);
+        return QStringLiteral("has %1 instead of %2").arg(counted(file.size(), "byte")).arg(size);
     cRecordedFile now;
     QString error;
     if (!now.take(path, &error))

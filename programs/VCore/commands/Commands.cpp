@@ -2,6 +2,7 @@
 #include "Diagnostics.h"
 #include "common/Terminal.h"
 #include "updates/UpdateSession.h"
+#include "wire/WireText.h"
 
 #include <Norvale/Corvane.h>
 #include <Norvale/cLogCentral.h>
@@ -27,6 +28,11 @@ ExitCode cLogOption::open(void (*show)()) const
 void addJsonFlag(cSyntax& syntax, bool* target)
 {
     syntax.add("--json", target, "Print JSON instead of text. With --call the ARGs are JSON, too.");
+}
+
+void answerJson(const QJsonObject& object)
+{
+    Terminal::answerJson(QString::fromUtf8(WireText::write(object)));
 }
 
 bool readTimeout(const QString& seconds, int* milliseconds)
