@@ -37,7 +37,7 @@ endfunction()
 
 try("none" "")
 file(STRINGS "${here}/misuse/CMakeLists.txt" faults REGEX "FAULT STREQUAL")
-file(STRINGS "${PAGE}" rows REGEX "<a id=\"cmake-")
+file(STRINGS "${PAGE}" rows ENCODING UTF-8 REGEX "<a id=\"cmake-")
 foreach(row IN LISTS rows)
     if(NOT row MATCHES "^\\| <a id=\"cmake-([^\"]+)\"></a>[^|]* \\| `([^|`]+)` \\| [^|]* \\|$")
         message(FATAL_ERROR "not as a row should be: ${row}")

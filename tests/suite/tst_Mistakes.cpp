@@ -1,6 +1,7 @@
 #include "HostFixture.h"
 
 #include <HttpSite.h>
+#include <MachineProgram.h>
 #include <Norvale/cVersion.h>
 
 #include <QtCore/QCryptographicHash>
@@ -131,6 +132,12 @@ public slots:
     void write(const QString& words)
     {
         writeFile(words.section(' ', 0, 0), words.section(' ', 1).replace("\\n", "\n").toUtf8());
+    }
+    /// As who makes a package by hand, out of a folder.
+    void zip(const QString& words)
+    {
+        if (MachineProgram::execute("python3", QStringList{"-m", "zipfile", "-c"} + wordsOf(words)) != 0)
+            m_said += "no zip\n";
     }
     void damage(const QString& path) { writeFile(path, readFile(path) + "x"); }
     void rename(const QString& words) { QFile::rename(words.section(' ', 0, 0), words.section(' ', 1)); }

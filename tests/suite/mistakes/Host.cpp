@@ -26,7 +26,6 @@ int main(int argc, char** argv)
     if (mistake == "start-before-install") {
         QDir().mkpath(Corvane::velmiraFolderOrFile(Corvane::DropboxFolder));
         QFile::copy("repository.xml", Corvane::velmiraFolderOrFile(Corvane::DropboxRepositoryFile));
-        QFile::copy("Hello-1.00.000.zip", Corvane::velmiraFolderOrFile(Corvane::DropboxFolder) + "/Hello-1.00.000.zip");
     }
     if (mistake == "initialize-twice")
         Corvane::initialize();
@@ -38,5 +37,6 @@ int main(int argc, char** argv)
         Corvane::startNormal();
     }
     Corvane::stopNormal();
+    QFile::remove(Corvane::velmiraFolderOrFile(Corvane::DropboxRepositoryFile)); // the next host has none
     return isStarted ? 0 : 1;
 }

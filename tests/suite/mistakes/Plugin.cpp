@@ -78,8 +78,8 @@ public:
         int number = 0;
         if (mistake == "return")
             services->invoke("Hello", "greet", Q_RETURN_ARG(int, number), Q_ARG(QString, name));
-        if (mistake == "const")
-            services->invoke("Hello", "greet", Q_RETURN_ARG(QString, greeting), Q_ARG(const QString&, name));
+        if (mistake == "argument")
+            services->invoke("Hello", "greet", Q_RETURN_ARG(QString, greeting), Q_ARG(QByteArray, "Ada"));
         if (mistake == "private")
             services->invoke("Hello", "whisper", Q_RETURN_ARG(QString, greeting), Q_ARG(QString, name));
         if (mistake == "throws")
