@@ -4,6 +4,7 @@
 set(NORVALE_NOT_UNDER_WINE
     "install.tst_cInstallMgr removesLinksNotWhatTheyLeadTo" "Wine 8 makes no links: CreateSymbolicLinkW answers true and does nothing"
     "norvale.tst_Pack refuses:a link" "Wine 8 shows a link of the machine as what it leads to, and one that leads nowhere not at all"
+    "suite.tst_Mistakes areTold:unresolved-symbol" "the linker of Windows does not let a symbol be missing"
     "config.tst_SecureDownloads" "the Qt that is built for Windows here has no SSL")
 
 # norvale_not_under_wine(ROOM NAME): hands the entries of a test program to it, "FUNCTION=reason|...".

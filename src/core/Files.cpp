@@ -1,6 +1,7 @@
 #include "core/Files.h"
 
 #include "core/cXmlGuard.h"
+#include "log/cFrameworkLog.h"
 
 #include <Norvale/Corvane.h>
 
@@ -36,6 +37,16 @@ bool writeThrough(const QString& path, const QByteArray& bytes)
     return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size() && file.flush();
 }
 
+/// A plugin's own files have its name as prefix; misspelt, they would just not be there.
+void warnOfUnknownPrefix(const QString& path)
+{
+    const QString prefix = path.section(QLatin1Char(':'), 0, 0);
+    if (prefix.size() > 1 && prefix.size() < path.size() && !prefix.contains(QLatin1Char('/')) &&
+        QDir::searchPaths(prefix).isEmpty())
+        cFrameworkLog::library().warning().noquote()
+            << QStringLiteral("\"%1\" cannot be read: no started plugin is named \"%2\"").arg(path, prefix) << Qt::endl;
+}
+
 } // namespace
 
 QByteArray Corvane::FileReadAll(const QString& path, bool* ok)
@@ -44,6 +55,8 @@ QByteArray Corvane::FileReadAll(const QString& path, bool* ok)
     const bool isOpen = file.open(QIODevice::ReadOnly); // fails also when there is no such file
     if (ok)
         *ok = isOpen;
+    if (!isOpen)
+        warnOfUnknownPrefix(path);
     return isOpen ? file.readAll() : QByteArray();
 }
 

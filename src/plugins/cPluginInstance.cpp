@@ -13,6 +13,7 @@
 #include <QtCore/QCoreApplication>
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>
+#include <QtCore/QRegularExpression>
 
 namespace {
 
@@ -317,6 +318,24 @@ void cPluginInstance::installTranslation()
         m_folder + QLatin1String("/ts/strings_") + cTranslationLocale::current() + QLatin1String(".qm");
     if (QFileInfo::exists(file) && m_translator.load(file))
         QCoreApplication::installTranslator(&m_translator);
+}
+
+QString cPluginInstance::misnamedTranslation() const
+{
+    const QString locale = cTranslationLocale::current();
+    const QString wanted = QStringLiteral("strings_%1.qm").arg(locale);
+    const QDir folder(m_folder + QLatin1String("/ts"));
+    if (locale.isEmpty() || folder.exists(wanted))
+        return QString();
+    const QString language = locale.section(QLatin1Char('_'), 0, 0);
+    static const QRegularExpression ofALocale(QStringLiteral("^strings_[a-z]+_[A-Z]+\\.qm$")); // of another country
+    for (const QString& name : folder.entryList({QStringLiteral("*.qm")}, QDir::Files, QDir::Name)) {
+        if (QFileInfo(name).baseName().split(QRegularExpression(QStringLiteral("[_-]"))).contains(language) &&
+            !ofALocale.match(name).hasMatch())
+            return QStringLiteral("%1: its translation ts/%2 is not used: the locale \"%3\" asks for ts/%4")
+                .arg(m_id.toString(), name, locale, wanted);
+    }
+    return QString();
 }
 
 // Which stage follows which is a matter of this program alone: a wrong move is a mistake in it.

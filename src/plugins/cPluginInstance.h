@@ -131,6 +131,10 @@ public:
     /// Stops the plugin object of a started plugin, if there is one. False when it threw an exception.
     bool stop();
 
+    /// What is wrong with the name of a translation that is in the locale's language and is not used; empty when
+    /// nothing is.
+    QString misnamedTranslation() const;
+
     Stage stage() const { return m_stage; }
 
     /// How far the plugin has come, as hosts are told.

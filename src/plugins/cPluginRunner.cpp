@@ -210,6 +210,9 @@ bool cPluginRunner::loadAndStart(const Plugin& plugin)
     m_started.append(plugin);
     m_reporter.info(QStringLiteral("started %1").arg(plugin->id().toString()));
     tellMissingServices(*plugin);
+    const QString misnamed = plugin->misnamedTranslation();
+    if (!misnamed.isEmpty())
+        m_reporter.warn(misnamed);
     m_reporter.tellState(*plugin);
     return true;
 }
@@ -354,5 +357,10 @@ void cPluginRunner::stop(cPluginInstance& plugin)
         m_reporter.info(QStringLiteral("stopped %1").arg(id));
     else
         m_reporter.logAndFail(QStringLiteral("%1 did not stop properly: %2").arg(id, plugin.errorString()));
+    const QStringList left =
+        m_services && plugin.code() ? m_services->registeredIn(cCodeImage::around(plugin.code())) : QStringList();
+    for (const QString& what : left)
+        m_reporter.warn(
+            QStringLiteral("%1 has stopped and left %2 registered: its stop is to unregister it").arg(id, what));
     m_reporter.tellState(plugin);
 }

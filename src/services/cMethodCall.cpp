@@ -11,6 +11,7 @@
 #include <QtCore/QSharedPointer>
 #include <QtCore/QThread>
 
+#include <algorithm>
 #include <atomic>
 #include <cstring>
 
@@ -168,6 +169,13 @@ QString cMethodCall::whyNot(const QObject* object, const QString& name, const QG
     const QString meant = names.contains(bare) ? bare : nearestName(name, names);
     return QStringLiteral("it has no such method%1; it has %2")
         .arg(meant.isEmpty() ? QString() : QStringLiteral(" (is \"%1\" meant?)").arg(meant), shortList(signatures));
+}
+
+bool cMethodCall::hasMethod(const QObject* object, const QString& prefix)
+{
+    QStringList names, ignored, ofThisName;
+    listMethods(object, QString(), &names, &ignored, &ofThisName);
+    return std::any_of(names.begin(), names.end(), [&](const QString& name) { return name.startsWith(prefix); });
 }
 
 void cMethodCall::deliver(QObject* object, const QString& prefix, const cLog& log) const

@@ -40,6 +40,9 @@ public:
     /// Why callDirectly() has answered false, as a sentence that goes on after the names of method and service.
     QString whyNot(const QObject* object, const QString& name, const QGenericReturnArgument& result) const;
 
+    /// Whether @p object has a method, and not only those of every object, whose name begins with @p prefix.
+    static bool hasMethod(const QObject* object, const QString& prefix);
+
     /// Calls the method of @p object whose name is @p prefix + name, at once or queued, whichever its thread asks for;
     /// does nothing when it has no such method for these types. What the method throws is logged to @p log.
     void deliver(QObject* object, const QString& prefix, const cLog& log) const;

@@ -140,6 +140,11 @@ void cServiceMgr::addListener(const QString& eventset, QObject* pListener, const
 {
     if (!pListener || m_isClosed)
         return;
+    if (!cMethodCall::hasMethod(pListener, prefix))
+        m_log.warning().noquote() << QStringLiteral("A listener of \"%1\", a %2, hears nothing: none of its slots and "
+                                                    "Q_INVOKABLE methods has a name that begins with \"%3\"")
+                                         .arg(eventset, QLatin1String(pListener->metaObject()->className()), prefix)
+                                  << Qt::endl;
     const auto record = cListenerRegistry::Record::create(eventset, pListener, prefix);
     m_listeners.add(record);
     if (cStartJournal::isOpen()) {
@@ -239,6 +244,14 @@ QStringList cServiceMgr::withdraw(const cCodeImage& image)
         withdrawn.append(textOf(*record));
     }
     return withdrawn;
+}
+
+QStringList cServiceMgr::registeredIn(const cCodeImage& image) const
+{
+    QStringList texts;
+    for (const cServiceRegistry::Record& record : m_services.of(image))
+        texts.append(textOf(*record));
+    return texts;
 }
 
 /// Withdraws a service, and puts the one that it has superseded back in its place, if that still exists.

@@ -41,6 +41,8 @@ public:
     /// Withdraws the services and listeners whose code lies in @p image, which is about to be unloaded.
     /// @return what they were, for the log.
     QStringList withdraw(const cCodeImage& image);
+    /// The services whose code lies in @p image, for the log.
+    QStringList registeredIn(const cCodeImage& image) const;
 
     /// Has the events of a set forwarded, in the order of the listeners. @p listener is the object of @p forwarder; it
     /// is removed with removeListener(), before it is destroyed.

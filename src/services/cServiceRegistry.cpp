@@ -115,16 +115,28 @@ bool cServiceRegistry::withdraw(const Record& record, const Record& before)
 
 QVector<cServiceRegistry::Record> cServiceRegistry::takeOf(const cCodeImage& image)
 {
-    QVector<Record> taken;
     const QWriteLocker writer(&m_lock);
-    for (const auto& entry : m_records) {
-        if (image.contains(entry.second->code()))
-            taken.append(entry.second);
-    }
-    for (const Record& record : qAsConst(taken))
+    const QVector<Record> taken = find(image);
+    for (const Record& record : taken)
         m_records.erase(record->name());
     m_state.store(nextState(), std::memory_order_release);
     return taken;
+}
+
+QVector<cServiceRegistry::Record> cServiceRegistry::of(const cCodeImage& image) const
+{
+    const QReadLocker reader(&m_lock);
+    return find(image);
+}
+
+QVector<cServiceRegistry::Record> cServiceRegistry::find(const cCodeImage& image) const
+{
+    QVector<Record> records;
+    for (const auto& entry : m_records) {
+        if (image.contains(entry.second->code()))
+            records.append(entry.second);
+    }
+    return records;
 }
 
 void cServiceRegistry::clear()

@@ -63,6 +63,8 @@ public:
     bool withdraw(const Record& record, const Record& before);
     /// @return the records of objects whose code lies in @p image, which are taken out.
     QVector<Record> takeOf(const cCodeImage& image);
+    /// Those records as they stand.
+    QVector<Record> of(const cCodeImage& image) const;
     void clear();
 
     bool contains(const QString& id) const;
@@ -73,6 +75,8 @@ public:
 
 private:
     static quint64 nextState();
+    /// of(), with the lock held.
+    QVector<Record> find(const cCodeImage& image) const;
 
     mutable QReadWriteLock m_lock; // guards the members below
     FlatMap<QString, Record> m_records;

@@ -3,6 +3,7 @@
 #include "config/cConfigurationMgr.h"
 #include "config/cUpdateMgr.h"
 #include "core/InstallRecord.h"
+#include "core/Settings.h"
 #include "install/cInstallMgr.h"
 #include "isolation/cPluginHost.h"
 #include "isolation/cPluginProcesses.h"
@@ -12,7 +13,9 @@
 
 #include <Norvale/cLogCentral.h>
 
+#include <QtCore/QCoreApplication>
 #include <QtCore/QFileInfo>
+#include <QtCore/QSettings>
 
 #include <new>
 
@@ -84,6 +87,26 @@ bool createUpdateMgr()
                             SLOT(onProgress(QString, qint64, qint64)));
 }
 
+/// What a host has forgotten to set before: Qt then keeps its settings and data where it is not looked for.
+void warnOfMissingNames()
+{
+    if (!QCoreApplication::instance())
+        frameworkLog().error() << "There is no QCoreApplication: make it before initialize()" << Qt::endl;
+    if (QCoreApplication::organizationName().isEmpty() || QCoreApplication::applicationName().isEmpty())
+        frameworkLog().warning().noquote()
+            << "The host has no organisation name, or no application name: its settings are kept in"
+            << QSettings().fileName() + QLatin1String("; set both before initialize()") << Qt::endl;
+}
+
+/// A host that never installs what it has fetched would fetch it again and again.
+void warnOfWaitingUpdate()
+{
+    const QString path = Corvane::velmiraFolderOrFile(Corvane::DropboxRepositoryFile);
+    if (QFileInfo::exists(path) && IInstallMgr::lastOutcome().result == cInstallOutcome::NotMade)
+        frameworkLog().warning().noquote() << "An update waits to be installed," << path + QLatin1Char(':')
+                                           << "call IInstallMgr::installDropbox() before startNormal()" << Qt::endl;
+}
+
 bool isInitialized()
 {
     return s_managers.update;
@@ -107,6 +130,7 @@ bool Corvane::initialize()
     }
     if (!initializeFolderOrFile() || !cLogCentral::initialize())
         return false;
+    warnOfMissingNames();
     if (installRecord().isEmpty())
         frameworkLog().warning().noquote()
             << "There is no" << installRecordPlace() + QLatin1Char(':')
@@ -123,7 +147,15 @@ bool Corvane::initialize()
 bool Corvane::startNormal()
 {
     cPluginMgr* plugins = pluginMgrFor("startNormal()");
-    return plugins && plugins->StartNormal();
+    if (!plugins)
+        return false;
+    warnOfWaitingUpdate();
+    if (cMachineSettings().value(QLatin1String(SettingsKey::Locale)).toString().isEmpty())
+        frameworkLog().info()
+            << "No locale is set, so plugins are not translated: \"ConfigMgr/Locale\" of the machine's "
+               "settings counts, LANG does not"
+            << Qt::endl;
+    return plugins->StartNormal();
 }
 
 void Corvane::stopNormal()

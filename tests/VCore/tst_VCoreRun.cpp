@@ -30,7 +30,6 @@ private slots:
         const QString built = VCORE_TEST_SUITE;
         row("help", "--help", ExitCode::Ok, "Exit codes:", built);
         row("version", "--version", ExitCode::Ok, "VCore ", built);
-        row("mistyped option", "--lst", ExitCode::Usage, "--lst is no option; did you mean --list?", built);
         row("colour that is none", "--color red", ExitCode::Usage, "\"red\" is none of auto, always, never", built);
         row("with colours", "--color always --list", ExitCode::Ok, "\x1b[1mPlugins\x1b[0m", built);
         row("stray word", "nonsense", ExitCode::Usage, "\"nonsense\" is not understood\n", built);
@@ -38,7 +37,6 @@ private slots:
         row("another command's option", "--list --wait", ExitCode::Usage, "--wait does not go with --list", built);
         row("call without a method", "--call Text", ExitCode::Usage, "at least 2", built);
         row("time limit that is none", "--timeout soon --send {}", ExitCode::Usage, "--timeout", built);
-        row("call to nobody", "--call Text third", ExitCode::NoHost, "VCore is not running for ", built);
         row("wait in vain", "--wait --timeout 0.1 --send {}", ExitCode::NoHost, "VCore is not running for ", built);
         row("log in no folder", "--log /no/such/folder/x", ExitCode::FileFailed, "/no/such/folder/x", built);
         row("trace in no folder", "--start-only --trace /no/such/folder/y", ExitCode::FileFailed, "/no/such/folder/y",

@@ -130,8 +130,6 @@ private slots:
         newer("install", install, Code::Ok, {"Installed: Core 2.00.000.", "  unpacking   A 2.00.000\n"});
         newer("install a package of one's own", site + "A-2.00.000.zip", Code::Ok,
               {"Installed: Core 1.00.000, VelmDev 0.00.001."});
-        newer("install a package that is none", site + "A-3.zip", Code::NothingToInstall,
-              {"A-3.zip is not installed: it is no file"});
         newer("bootstrap without its folder", "--bootstrap", Code::NothingToInstall, {"Bootstrap/repository.xml"});
 
         const QString old = feature("Core", "1.0.0", "");

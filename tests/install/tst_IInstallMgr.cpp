@@ -224,7 +224,6 @@ private slots:
         const Rows<QString, QString, QString> row("fault", "file", "reason");
         row("no file", "", "D-1.0.zip", "/D-1.0.zip is not installed: it is no file");
         row("a folder", "", "", " is not installed: it is no file");
-        row("another name", "", "A.zip", "/A.zip is not installed: it is not named NAME-VERSION.zip, as packages are");
         row("another ending", "", "A-1.0.rar", " is not installed: it is not named");
         row("of another plugin", "other-name", "A-1.00.000.zip", "it is the manifest of Other-1.00.000, where A-1");
         row("damaged", "damaged", "A-1.00.000.zip", "A-1.00.000.zip is refused: doc/read.me: ");
