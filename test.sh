@@ -50,7 +50,7 @@ run_fuzzers() {
 run_benches() {
     local out="$root/build/bench.out" bench
     : >"$out"
-    for bench in "$root"/build/release/bench/*/bench_*; do
+    for bench in "$root"/build/bench/bench/*/bench_*; do
         [ -f "$bench" ] && [ -x "$bench" ] || continue
         echo "== ${bench##*/}"
         (unset TZ; "$bench") 2>&1 | tee -a "$out"
@@ -114,7 +114,7 @@ case "${1:-}" in
     [ -d "$data" ] || { echo "No folder $data: name that of the JSON documents in NORVALE_BENCH_DATA" >&2; exit 2; }
     # shellcheck disable=SC2086
     need $packages_build $packages_bench
-    build release -DNORVALE_BENCH_DATA="$(cd "$data" && pwd)"
+    build bench -DNORVALE_BENCH_DATA="$(cd "$data" && pwd)"
     run_benches
     ;;
 *)

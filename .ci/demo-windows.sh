@@ -25,7 +25,7 @@ set_up_machine() {
     data=$(echo "$RUN_UNDER_WINE_PREFIX"/drive_c/users/*/AppData/Local)
     mkdir -p run "$release_1"
     name=$(sed -nE 's/^set\(CPACK_PACKAGE_FILE_NAME "(.*)"\)/\1/p' ../windows-package/CPackConfig.cmake)
-    unzip -q "../windows-package/$name.zip"
+    unzip -q "../windows-package/packages/$name.zip"
     mv "$name" "$suite"
     mv "$suite/plugins" "$release_1"
     title "Setting up the product"

@@ -1,37 +1,89 @@
-# What is handed over. On Linux a Debian package of the library, its headers and programs:
+# What is handed over, each package with a list of what is in it (packaging/sbom). On Linux Debian packages, one for each
+# component of the installation:
 #
-#   cpack -G DEB --config BUILD/CPackConfig.cmake
+#   cmake --preset package && cmake --build --preset package
 #
-# It needs dpkg-dev and file, which tell the packages that the programs depend on. On Windows a zip of the host, the
-# library, what both need to run, and the example suite: NorvaleProduct.cmake.
+# makes them in build/package/packages; the preset chooses Debian's folders, and leaves out search paths of libraries. It
+# needs dpkg-dev and file, which tell the packages that the programs depend on. On Windows zips of the product and of what
+# authors build against: NorvaleProduct.cmake.
 if(NOT NORVALE_IS_TOP OR NOT NORVALE_INSTALL)
     return()
 endif()
-
-install(FILES "${PROJECT_SOURCE_DIR}/README.md" "${PROJECT_SOURCE_DIR}/CHANGELOG.md" DESTINATION "${CMAKE_INSTALL_DATADIR}/doc/norvale")
-install(FILES "${PROJECT_SOURCE_DIR}/LICENSE" DESTINATION "${CMAKE_INSTALL_DATADIR}/doc/norvale" RENAME copyright)
 
 set(CPACK_PACKAGE_NAME norvale)
 set(CPACK_PACKAGE_VENDOR Norvale)
 set(CPACK_PACKAGE_CONTACT "Norvale maintainers <maintainers@users.noreply.norvale.example>")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "${PROJECT_DESCRIPTION}")
-set(CPACK_PACKAGE_DESCRIPTION "Norvale finds a suite's installation, loads its plugins in dependency order, lets them publish services and
-events, and keeps the suite up to date from update sites. The package holds the library, the headers and CMake package for plugin
-authors, the reference host VCore, and norvale, the tool of those who run an update site.")
-set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_VERBATIM_VARIABLES ON)
+set(CPACK_PACKAGE_DIRECTORY "${PROJECT_BINARY_DIR}/packages")
+set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
+    OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
+set(CPACK_PROJECT_CONFIG_FILE "${PROJECT_SOURCE_DIR}/packaging/SourceDate.cmake")
+set(CPACK_POST_BUILD_SCRIPTS "${PROJECT_SOURCE_DIR}/packaging/sbom/WriteSbom.cmake")
+set(CPACK_NORVALE_SOURCE "${PROJECT_SOURCE_DIR}")
+include("${PROJECT_SOURCE_DIR}/packaging/sbom/Dependencies.cmake")
 
 if(WIN32)
     include(NorvaleProduct)
     return()
 endif()
+
 set(CPACK_GENERATOR DEB)
+set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+set(CPACK_COMPONENTS_ALL runtime dev tools doc)
+set(CPACK_COMPONENTS_GROUPING IGNORE)
+set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
-set(CPACK_DEBIAN_PACKAGE_SECTION libdevel)
-# The exported headers include Qt's; what the programs need is found by dpkg-shlibdeps.
-set(CPACK_DEBIAN_PACKAGE_DEPENDS "qtbase5-dev (>= 5.15)")
+set(CPACK_DEBIAN_PACKAGE_RELEASE 0norvale1) # a package of Debian's own, which begins with 1, is newer
+set(CPACK_DEBIAN_COMPRESSION_TYPE xz)
+set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON) # and has the loader's cache renewed
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS "${PROJECT_BINARY_DIR}/src")
+set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
+set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
+set(CPACK_PRE_BUILD_SCRIPTS "${PROJECT_SOURCE_DIR}/packaging/debian/FinishFiles.cmake")
+
+set(library_package "libnorvale${PROJECT_VERSION_MAJOR}")
+set(this_version "(= ${PROJECT_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE})")
+set(about "Norvale finds the installation of a suite that is made of plugins, loads
+them in the order of their dependencies, lets them publish services and
+events, and keeps the suite up to date from update sites.\n.\n")
+
+# norvale_debian_package(COMPONENT NAME SECTION SUMMARY TEXT)
+macro(norvale_debian_package component name section summary text)
+    string(TOUPPER ${component} upper)
+    set(CPACK_DEBIAN_${upper}_PACKAGE_NAME ${name})
+    set(CPACK_DEBIAN_${upper}_PACKAGE_SECTION ${section})
+    set(CPACK_DEBIAN_${upper}_DESCRIPTION "${summary}\n${about}${text}")
+endmacro()
+# CPack puts its summary before each description, unless that is its own default.
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "${CMAKE_PROJECT_NAME} built using CMake")
+
+norvale_debian_package(runtime ${library_package} libs "framework of plugin-based desktop suites"
+    "This package holds the library, and the program in which it runs plugins
+that are kept in a process of their own.")
+# CPack would have scripts call ldconfig, which is a trigger's work today. It leaves out its own script where one of the same
+# name is given; these do not exist, and nothing takes its place.
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA "${PROJECT_SOURCE_DIR}/packaging/debian/triggers" /none/postinst /none/postrm)
+
+norvale_debian_package(dev norvale-dev libdevel "framework of plugin-based desktop suites - development files"
+    "This package holds the headers, the CMake package with the functions for
+authors of plugins, and the pkg-config file.")
+set(CPACK_DEBIAN_DEV_PACKAGE_DEPENDS "${library_package} ${this_version}, qtbase5-dev (>= 5.15)")
+set(CPACK_DEBIAN_DEV_PACKAGE_RECOMMENDS "norvale-tools ${this_version}")
+set(CPACK_DEBIAN_DEV_PACKAGE_SUGGESTS norvale-doc)
+
+norvale_debian_package(tools norvale-tools devel "framework of plugin-based desktop suites - programs"
+    "This package holds VCore, the host that runs a suite from the command line
+and keeps it up to date, and norvale, which packs plugins, publishes them on
+update sites, and checks both.")
+set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "${library_package} ${this_version}")
+set(CPACK_DEBIAN_TOOLS_PACKAGE_SUGGESTS norvale-doc)
+
+norvale_debian_package(doc norvale-doc doc "framework of plugin-based desktop suites - documentation"
+    "This package holds the guides, the schemas of the file formats, and the
+example suite.")
+set(CPACK_DEBIAN_DOC_PACKAGE_ARCHITECTURE all)
 
 include(CPack)

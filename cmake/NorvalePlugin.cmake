@@ -1,5 +1,6 @@
-# What a plugin author's CMakeLists.txt calls: norvale_add_plugin makes a plugin folder, norvale_add_feature names the
-# plugins that a suite has. Together they lay out a folder that a host can take as its installation folder:
+# What a plugin author's CMakeLists.txt calls: norvale_add_plugin makes a plugin folder, norvale_use_plugin takes in one that
+# is built already, norvale_add_feature names the plugins that a suite has. Together they lay out a folder that a host can
+# take as its installation folder:
 #
 #   <root>/plugins/features.xml
 #   <root>/plugins/Greeter-1.00.000/Manifest.xml
@@ -9,8 +10,9 @@
 # The root is DESTINATION, else the variable NORVALE_SUITE_DIR, else "suite" in the build folder.
 cmake_policy(VERSION 3.16)
 
-# What norvale_add_plugin fills in; kept where it is found from every folder of a project.
+# What the functions fill in; kept where it is found from every folder of a project.
 set(NORVALE_MANIFEST_TEMPLATE "${CMAKE_CURRENT_LIST_DIR}/Manifest.xml.in" CACHE INTERNAL "")
+set(NORVALE_RUNNER_TEMPLATE "${CMAKE_CURRENT_LIST_DIR}/run" CACHE INTERNAL "")
 set(NORVALE_NATIVE_TOOL "" CACHE FILEPATH "The program norvale for this machine, which lints manifests, where it is not that of the package")
 
 # _norvale_suite_root(OUT [ROOT]): the absolute root of the suite that is laid out.
@@ -122,7 +124,8 @@ function(norvale_add_plugin)
     _norvale_check_plugin_arguments()
     _norvale_suite_root(root ${arg_DESTINATION})
     set(folder "${root}/plugins/${arg_NAME}-${version}")
-    _norvale_plugin_target()
+    _norvale_plugin_target(norvale_add_plugin)
+    set_property(GLOBAL APPEND PROPERTY NORVALE_PLUGINS ${target})
 
     add_library(${target} MODULE ${arg_SOURCES})
     target_link_libraries(${target} PRIVATE Norvale::Norvale ${arg_LIBRARIES})
@@ -131,7 +134,7 @@ function(norvale_add_plugin)
     set_target_properties(${target} PROPERTIES
         PREFIX "" DEBUG_POSTFIX "" OUTPUT_NAME "${arg_NAME}" LIBRARY_OUTPUT_DIRECTORY "${folder}$<1:>"
         AUTOMOC ON CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON
-        NORVALE_VERSION "${version}" NORVALE_SERVICES "${arg_SERVICES}")
+        NORVALE_FOLDER "${folder}" NORVALE_VERSION "${version}" NORVALE_SERVICES "${arg_SERVICES}")
     _norvale_plugin_manifest()
     _norvale_plugin_translations()
     foreach(file IN LISTS arg_FILES)
@@ -169,7 +172,7 @@ macro(_norvale_check_plugin_arguments)
 endmacro()
 
 # Each suite of a build has its own plugin of a name; the features find them by root and name.
-macro(_norvale_plugin_target)
+macro(_norvale_plugin_target caller)
     set(target ${arg_NAME})
     if(TARGET ${target})
         get_filename_component(root_name "${root}" NAME)
@@ -177,10 +180,9 @@ macro(_norvale_plugin_target)
     endif()
     get_property(other GLOBAL PROPERTY "NORVALE_PLUGIN ${root} ${arg_NAME}")
     if(other)
-        message(FATAL_ERROR "norvale_add_plugin(${arg_NAME}): the suite ${root} has this plugin already")
+        message(FATAL_ERROR "${caller}(${arg_NAME}): the suite ${root} has this plugin already")
     endif()
     set_property(GLOBAL PROPERTY "NORVALE_PLUGIN ${root} ${arg_NAME}" ${target})
-    set_property(GLOBAL APPEND PROPERTY NORVALE_PLUGINS ${target})
 endmacro()
 
 # Writes the manifest or takes the given one, and lints it before it comes into the plugin's folder.
@@ -259,11 +261,101 @@ macro(_norvale_plugin_translations)
     endforeach()
 endmacro()
 
+# norvale_use_plugin(name [FOLDER folder] [DESTINATION root])
+#
+# Copies a plugin that is built already into the suite, for norvale_add_feature to name: one that this build makes for another
+# suite, or else one that comes with Norvale, such as ZentraSettings, the settings. FOLDER names any other, by its folder, in
+# which the manifest lies.
+function(norvale_use_plugin name)
+    cmake_parse_arguments(arg "" "FOLDER;DESTINATION" "" ${ARGN})
+    set(arg_NAME "${name}")
+    if(arg_UNPARSED_ARGUMENTS)
+        message(FATAL_ERROR "norvale_use_plugin(${name}): unknown arguments: ${arg_UNPARSED_ARGUMENTS}")
+    endif()
+    _norvale_find_plugin()
+    _norvale_suite_root(root ${arg_DESTINATION})
+    set(folder "${root}/plugins/${name}-${version}")
+    _norvale_plugin_target(norvale_use_plugin)
+    add_custom_command(OUTPUT "${folder}/Manifest.xml"
+        COMMAND ${CMAKE_COMMAND} -E copy_directory "${from}" "${folder}"
+        DEPENDS ${files} COMMENT "${name}: as it is built" VERBATIM)
+    add_custom_target(${target} ALL DEPENDS "${folder}/Manifest.xml")
+    set_target_properties(${target} PROPERTIES
+        NORVALE_FOLDER "${folder}" NORVALE_VERSION "${version}" NORVALE_SERVICES "${services}")
+endfunction()
+
+# The steps of norvale_use_plugin, in its scope.
+
+# Where the plugin is copied from, and what the copy depends on: `from`, `files`, `version`, `services`.
+macro(_norvale_find_plugin)
+    set(from "")
+    set(files "")
+    if(NOT arg_FOLDER AND TARGET ${name})
+        get_target_property(from ${name} NORVALE_FOLDER)
+        get_target_property(version ${name} NORVALE_VERSION)
+        get_target_property(services ${name} NORVALE_SERVICES)
+        get_target_property(type ${name} TYPE)
+        set(files ${name} "${from}/Manifest.xml")
+        if(type STREQUAL MODULE_LIBRARY)
+            list(APPEND files "$<TARGET_FILE:${name}>")
+        endif()
+    endif()
+    if(NOT from)
+        _norvale_find_built_plugin()
+        file(GLOB_RECURSE files CONFIGURE_DEPENDS "${from}/*")
+        _norvale_read_manifest("${from}/Manifest.xml")
+    endif()
+endmacro()
+
+macro(_norvale_find_built_plugin)
+    if(arg_FOLDER)
+        get_filename_component(from "${arg_FOLDER}" ABSOLUTE)
+    else()
+        file(GLOB folders LIST_DIRECTORIES TRUE "${NORVALE_PLUGINS_DIR}/*-*")
+        set(there "")
+        foreach(each IN LISTS folders)
+            get_filename_component(id "${each}" NAME)
+            string(REGEX REPLACE "-[^-]*$" "" id "${id}")
+            list(APPEND there "${id}")
+            if(id STREQUAL name)
+                set(from "${each}")
+            endif()
+        endforeach()
+        if(NOT from)
+            message(FATAL_ERROR "norvale_use_plugin(${name}): no such plugin comes with Norvale (but ${there}); FOLDER takes any other")
+        endif()
+    endif()
+    if(NOT EXISTS "${from}/Manifest.xml")
+        message(FATAL_ERROR "norvale_use_plugin(${name}): ${from} has no Manifest.xml: the folder of a built plugin is meant")
+    endif()
+endmacro()
+
+# The `version` and `services` of a manifest, which is for the plugin `name`.
+macro(_norvale_read_manifest file)
+    file(READ "${file}" xml)
+    string(REGEX MATCH "<plugin[ \t\r\n][^>]*>" plugin "${xml}")
+    string(REGEX MATCH "[ \t\r\n]name[ ]*=[ ]*[\"']([^\"']*)[\"']" found "${plugin}")
+    if(NOT CMAKE_MATCH_1 STREQUAL name)
+        message(FATAL_ERROR "norvale_use_plugin(${name}): ${file} is of the plugin \"${CMAKE_MATCH_1}\"")
+    endif()
+    string(REGEX MATCH "[ \t\r\n]version[ ]*=[ ]*[\"']([^\"']*)[\"']" found "${plugin}")
+    _norvale_canonical_version(version "${CMAKE_MATCH_1}")
+    if(NOT version)
+        message(FATAL_ERROR "norvale_use_plugin(${name}): ${file} has the version \"${CMAKE_MATCH_1}\", not one to three numbers")
+    endif()
+    string(REGEX MATCHALL "<service>[^<]*</service>" services "${xml}")
+    list(TRANSFORM services REPLACE "</?service>" "")
+endmacro()
+
 # norvale_add_feature(NAME name VERSION version PLUGINS plugin...
 #     [DEPENDENCIES feature...] [DISPLAYNAMES language text...] [DESTINATION root])
 #
-# Enters a feature with these plugins (made by norvale_add_plugin before) into <root>/plugins/features.xml. A host starts
-# only a suite that has a feature named "Core". The target `suite` builds everything that the features name.
+# Enters a feature with these plugins (of norvale_add_plugin or norvale_use_plugin before) into <root>/plugins/features.xml.
+# A host starts only a suite that has a feature named "Core". The target `suite` builds everything that the features name.
+#
+# The calls may come in any order. DEPENDENCIES are features of the same suite: features that depend on each other in a
+# circle end the configuration, and so does a dependency that no call adds (with CMake 3.19 and newer). Those that another
+# project adds to the same repository are left out here, and named when the feature is published.
 function(norvale_add_feature)
     cmake_parse_arguments(arg "" "NAME;VERSION;DESTINATION" "PLUGINS;DEPENDENCIES;DISPLAYNAMES" ${ARGN})
     _norvale_suite_root(root ${arg_DESTINATION})
@@ -281,6 +373,9 @@ function(norvale_add_feature)
         _norvale_xml_escape(text "${text}")
         string(APPEND xml "    <displayname lang=\"${language}\">${text}</displayname>\n")
     endwhile()
+    set_property(GLOBAL APPEND PROPERTY "NORVALE_FEATURES ${root}" "${arg_NAME}")
+    set_property(GLOBAL APPEND PROPERTY "NORVALE_FEATURE ${root} ${arg_NAME}" ${arg_DEPENDENCIES})
+    _norvale_check_circle("${root}" "${arg_NAME}")
     if(arg_DEPENDENCIES)
         list(TRANSFORM arg_DEPENDENCIES REPLACE "(.+)" "      <feature name=\"\\1\"/>\n")
         string(CONCAT dependencies ${arg_DEPENDENCIES})
@@ -292,7 +387,51 @@ function(norvale_add_feature)
         _norvale_enter_plugin()
     endforeach()
     _norvale_enter_feature("${root}" "${xml}    </plugins>\n  </feature>\n")
-    add_dependencies(${suite} ${plugin_targets})
+    if(plugin_targets)
+        add_dependencies(${suite} ${plugin_targets})
+    endif()
+endfunction()
+
+# _norvale_check_circle(ROOT NAME): refuses a feature that depends on itself by way of others. The last call of those in a
+# circle closes it.
+function(_norvale_check_circle root name)
+    set(waiting "${name}")
+    set(seen "")
+    while(waiting)
+        list(POP_FRONT waiting feature)
+        get_property(dependencies GLOBAL PROPERTY "NORVALE_FEATURE ${root} ${feature}")
+        if(name IN_LIST dependencies)
+            set(circle "${name}")
+            while(NOT feature STREQUAL name)
+                string(PREPEND circle "${feature} -> ")
+                set(feature "${before_${feature}}")
+            endwhile()
+            message(FATAL_ERROR "norvale_add_feature(${name}): features depend on each other in a circle: ${name} -> ${circle}")
+        endif()
+        foreach(next IN LISTS dependencies)
+            if(NOT next IN_LIST seen)
+                set("before_${next}" "${feature}")
+                list(APPEND seen "${next}")
+                list(APPEND waiting "${next}")
+            endif()
+        endforeach()
+    endwhile()
+endfunction()
+
+# _norvale_check_features(ROOT): refuses a suite with a feature that depends on one that it has not. Called when all are
+# known.
+function(_norvale_check_features root)
+    get_property(features GLOBAL PROPERTY "NORVALE_FEATURES ${root}")
+    foreach(feature IN LISTS features)
+        get_property(dependencies GLOBAL PROPERTY "NORVALE_FEATURE ${root} ${feature}")
+        foreach(name IN LISTS dependencies)
+            if(NOT name IN_LIST features)
+                list(JOIN features ", " known)
+                message(FATAL_ERROR "norvale_add_feature(${feature}): it depends on the feature \"${name}\", which no call "
+                    "adds to the suite ${root}; there are ${known}")
+            endif()
+        endforeach()
+    endforeach()
 endfunction()
 
 # One plugin of a feature. Two that name one service would keep the whole suite from starting.
@@ -334,6 +473,10 @@ $<TARGET_PROPERTY:${suite},NORVALE_FEATURES></repository>
             DEPENDS "${catalogue}" COMMENT "features.xml of ${root}" VERBATIM)
         add_custom_target(${suite} ALL DEPENDS "${root}/plugins/features.xml")
         set_property(GLOBAL PROPERTY "NORVALE_SUITE ${root}" ${suite})
+        if(NOT CMAKE_VERSION VERSION_LESS 3.19)
+            cmake_language(EVAL CODE
+                "cmake_language(DEFER DIRECTORY [==[${CMAKE_SOURCE_DIR}]==] CALL _norvale_check_features [==[${root}]==])")
+        endif()
     endif()
     get_target_property(features ${suite} NORVALE_FEATURES)
     if(NOT features)
@@ -341,4 +484,50 @@ $<TARGET_PROPERTY:${suite},NORVALE_FEATURES></repository>
     endif()
     set_target_properties(${suite} PROPERTIES NORVALE_FEATURES "${features}${xml}")
     set(suite ${suite} PARENT_SCOPE)
+endfunction()
+
+# norvale_add_runner(name [PROGRAM target] [DESTINATION root])
+#
+# Makes the script `name` in the build folder (on Windows name.cmd), which runs VCore, or the host PROGRAM, on the suite with
+# settings and data of its own, and passes arguments on; and the target `name`, which builds the suite and runs the script.
+# Windows has one set of settings for a machine: there the suite is taken as long as `VCore --install-dir` has set no other.
+function(norvale_add_runner name)
+    cmake_parse_arguments(arg "" "PROGRAM;DESTINATION" "" ${ARGN})
+    _norvale_suite_root(root ${arg_DESTINATION})
+    get_property(suite GLOBAL PROPERTY "NORVALE_SUITE ${root}")
+    if(NOT suite OR arg_UNPARSED_ARGUMENTS)
+        message(FATAL_ERROR "norvale_add_runner(${name}): a suite is needed, which norvale_add_feature makes, before; "
+            "unknown: \"${arg_UNPARSED_ARGUMENTS}\"")
+    endif()
+    if(NOT TARGET Norvale::VCore)
+        message(STATUS "There is no target ${name}: Norvale has been installed without VCore")
+        return()
+    endif()
+    set(program Norvale::VCore)
+    if(arg_PROGRAM)
+        set(program ${arg_PROGRAM})
+    endif()
+    set(extension "")
+    if(WIN32)
+        set(extension .cmd)
+    endif()
+    set(own "${CMAKE_BINARY_DIR}/${name}.own")
+    set(made "${CMAKE_BINARY_DIR}/CMakeFiles/norvale_${name}${extension}.in")
+    configure_file("${NORVALE_RUNNER_TEMPLATE}${extension}.in" "${made}" @ONLY)
+    file(GENERATE OUTPUT "${CMAKE_BINARY_DIR}/${name}${extension}" INPUT "${made}")
+    add_custom_target(${name} COMMAND "${CMAKE_BINARY_DIR}/${name}${extension}" USES_TERMINAL VERBATIM)
+    add_dependencies(${name} ${suite})
+    if(arg_PROGRAM)
+        add_dependencies(${name} ${program})
+    endif()
+endfunction()
+
+# norvale_copy_library(target): on Windows, where programs have no search path for libraries, lays the library beside the
+# program `target`, and VPlugin for plugins in processes of their own. Elsewhere there is nothing to be done.
+function(norvale_copy_library target)
+    if(WIN32)
+        add_custom_command(TARGET ${target} POST_BUILD
+            COMMAND ${CMAKE_COMMAND} -E copy_if_different $<TARGET_FILE:Norvale::Norvale> $<TARGET_FILE:Norvale::VPlugin>
+                $<TARGET_FILE_DIR:${target}> VERBATIM)
+    endif()
 endfunction()

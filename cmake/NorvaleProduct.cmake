@@ -1,12 +1,20 @@
-# The product for Windows: a zip of one folder, whose programs run from wherever it is unpacked. Its parts are installed
-# as the component "product", apart from what plugin authors get.
+# What is handed over for Windows: a zip of the product, whose programs run from wherever it is unpacked, and a zip for authors
+# of hosts and plugins, with headers, import library and the CMake package. Both have one folder of the same name, so that
+# they can be unpacked into one another. The product's parts are installed as a component of their own.
 set(CPACK_GENERATOR ZIP)
 set(CPACK_PACKAGE_FILE_NAME "Norvale-${PROJECT_VERSION}-win64")
+set(CPACK_ARCHIVE_PRODUCT_FILE_NAME "${CPACK_PACKAGE_FILE_NAME}")
+set(CPACK_ARCHIVE_DEV_FILE_NAME "${CPACK_PACKAGE_FILE_NAME}-dev")
 set(CPACK_ARCHIVE_COMPONENT_INSTALL ON)
-set(CPACK_COMPONENTS_ALL product)
-set(CPACK_COMPONENTS_GROUPING ALL_COMPONENTS_IN_ONE)
+set(CPACK_COMPONENTS_ALL product runtime dev)
+set(CPACK_COMPONENTS_GROUPING ONE_PER_GROUP)
+set(CPACK_COMPONENT_PRODUCT_GROUP product)
+set(CPACK_COMPONENT_RUNTIME_GROUP dev) # what the CMake package names
+set(CPACK_COMPONENT_DEV_GROUP dev)
 set(CPACK_COMPONENT_INCLUDE_TOPLEVEL_DIRECTORY ON)
 set(CPACK_PACKAGING_INSTALL_PREFIX "")
+set(CPACK_NORVALE_NEEDS_product ${CPACK_NORVALE_NEEDS_tools})
+set(CPACK_NORVALE_NEEDS_dev ${CPACK_NORVALE_NEEDS_runtime})
 
 set(files_with_libraries)
 foreach(target Norvale VCore VPlugin norvale_tool)

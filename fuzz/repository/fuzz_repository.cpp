@@ -82,6 +82,13 @@ void requireSame(const cFeatureInstance& was, const cFeatureInstance& is)
         require(name.language == was.displayNames().at(i).language, "a feature keeps its languages");
         require(name.text == kept(was.displayNames().at(i).text), "a feature keeps its display names");
     }
+    require(is.notes().size() == was.notes().size(), "a feature keeps its notes");
+    for (int i = 0; i < is.notes().size(); ++i) {
+        const auto& note = is.notes().at(i);
+        require(note.version == was.notes().at(i).version && note.language == was.notes().at(i).language,
+                "a note keeps its version and language");
+        require(note.text == kept(was.notes().at(i).text), "a note keeps its text");
+    }
     require(is.plugins().size() == was.plugins().size(), "a feature keeps its plugins");
     for (int i = 0; i < is.plugins().size(); ++i)
         requireSame(*was.plugins().at(i), *is.plugins().at(i));

@@ -12,7 +12,7 @@ class QDomElement;
 class QPixmap;
 class cJsonValue;
 
-/**
+/** @ingroup core
  * The free functions of the framework: start-up and shutdown, the folder table, file helpers, local socket messages,
  * locale and translation, restart and detached launch, icons.
  *
@@ -68,7 +68,7 @@ enum RestartOption : int {
     RestartMissingCore = 3  ///< The feature "Core" is not installed.
 };
 
-/**
+/** @ingroup messages
  * Receives the messages that are dispatched with handleLocalSocketMessage(); plugins and hosts implement it.
  *
  * The order of the virtual functions is fixed: plugins built against this header rely on it. Whoever owns a handler
@@ -176,19 +176,19 @@ NORVALE_EXPORT bool SaveDomToFile(QDomDocument& doc, const QString& path);
 /// The printed version of the installed repository, from the machine-wide settings; "0.00.000" when none was stored.
 NORVALE_EXPORT QString currentVersion();
 
-/**
+/** @ingroup messages
  * Adds a handler behind the ones registered so far; one that is registered already stays where it is.
  * @param handler not owned; unregister it before it is deleted.
  */
 NORVALE_EXPORT void registerLocalSocketMessageHandler(ILocalSocketMessageHandler* handler);
 
-/**
+/** @ingroup messages
  * Removes a handler; an unknown one is ignored. A dispatch that is under way still reaches it, unless it is destroyed.
  * @param handler compared by its address only.
  */
 NORVALE_EXPORT void unregisterLocalSocketMessageHandler(ILocalSocketMessageHandler* handler);
 
-/**
+/** @ingroup messages
  * Hands a message to every handler, in the order of registration. Handlers that come or go meanwhile count from the
  * next message on, one that is destroyed at once. Registration and dispatch belong to the main thread. An exception of
  * a handler is logged to the channel "Norvale", with the library that the handler is from.
@@ -197,7 +197,7 @@ NORVALE_EXPORT void unregisterLocalSocketMessageHandler(ILocalSocketMessageHandl
  */
 NORVALE_EXPORT void handleLocalSocketMessage(int connectionId, const cJsonValue& message);
 
-/**
+/** @ingroup messages
  * As handleLocalSocketMessage(), for a dispatcher that answers its client.
  * @param connectionId the caller's number of the connection that the message came from; -1 for none.
  * @param message the message.
@@ -280,7 +280,7 @@ NORVALE_EXPORT bool launchDetached(const QString& program, const QStringList& ar
  */
 NORVALE_EXPORT void SwizzleForDrell(unsigned char* out, const unsigned char* in);
 
-/**
+/** @ingroup icons
  * The icon of a file, as the system shows it. May be called from any thread, where the application's platform allows
  * pixmaps off the main thread; `cDelayedApplicationIconLoader` does so. Needs a `QGuiApplication`.
  *

@@ -12,7 +12,7 @@
 
 class QObject;
 
-/**
+/** @ingroup updates
  * What a host shows of one installed feature: a copy that stays valid whatever happens to the catalogue afterwards.
  */
 struct cFeatureInfo
@@ -31,7 +31,31 @@ struct cFeatureInfo
     QStringList plugins;
 };
 
-/**
+/** @ingroup updates
+ * How the update sites have answered a check, or the check that an update begins with: a copy of facts.
+ *
+ * A check tells that nothing newer was found with one and the same code, whether every site has said so or none was
+ * reached. This tells the two apart: without an "update_to_version" other than "0.00.000" and with failures, nobody
+ * knows what is newest.
+ */
+struct cSitesOutcome
+{
+    /// A description of a site or a repository that could not be fetched or read.
+    struct cFailure
+    {
+        /// Its URL, for people: without a password.
+        QString url;
+        /// A phrase for people that goes on after the URL and ":".
+        QString reason;
+    };
+
+    /// How many sites there are in the host's settings.
+    int sites = 0;
+    /// What could not be fetched or read, in the order in which it was asked for.
+    QList<cFailure> failures;
+};
+
+/** @ingroup updates
  * Static facade of the configuration manager: what is installed, which updates there are, and fetching them.
  *
  * `Corvane::initialize` creates the one configuration manager behind it; until then every function here answers as if
@@ -102,6 +126,12 @@ public:
      * | "update_to_version" | string | Version of the newest repository; absent when none was found. |
      * | "requires_new_core" | boolean | Whether a newer runtime is needed first; absent when no repository was found. |
      * | "size" | integer | Bytes of the packages to fetch, 0 for a newer runtime; absent where neither is known. |
+     * | "notes" | array | What the update brings, for people; absent when the repository has no release notes for it. |
+     *
+     * An element of "notes" is an object with "feature", "version" (in print form) and "text", which may have several
+     * lines. There is one for each version with notes above the installed one, the newest first, up to the one that is
+     * offered; of a feature that is not installed, and of one that comes from another repository, for that alone. The
+     * language is that of the locale, else "en-us", else the first that there is.
      *
      * | "result_code" | Meaning |
      * |---|---|
@@ -180,4 +210,11 @@ public:
      * @return false when the settings cannot be written; the reason stands in the log channel "ConfigurationMgr".
      */
     static bool setUpdateLocations(const QList<QUrl>& urls);
+
+    /**
+     * Tells how the update sites have answered the last check of this process, or the last update.
+     *
+     * @return no sites and no failures before the first one, and while one is under way.
+     */
+    static cSitesOutcome lastSites();
 };

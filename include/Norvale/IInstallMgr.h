@@ -10,7 +10,7 @@
 
 class QObject;
 
-/**
+/** @ingroup updates
  * How an install went: a copy of facts, which stays valid whatever is installed afterwards. IInstallMgr::lastOutcome()
  * gives it.
  *
@@ -50,7 +50,8 @@ struct cInstallOutcome
 
     /// How far the install came.
     Result result = NotMade;
-    /// A sentence for people that tells why nothing came of it: for NoDescription, CoreTooOld and Failed, else empty.
+    /// A sentence for people that tells why nothing came of it: for NoDescription, CoreTooOld and Failed, and for
+    /// NothingToDo where a single package is installed already; else empty.
     QString reason;
     /// The plugins that have been installed, each as "name-version" with the version in print form: "Foo-1.02.003".
     QStringList installed;
@@ -74,7 +75,7 @@ struct cInstallOutcome
     bool isSuccess() const { return result == NothingToDo || result == Complete; }
 };
 
-/// What a verification has found out of one installed file, or of a plugin as a whole. A copy of facts.
+/// What a verification has found out of an installed file, or of a plugin as a whole. A copy of facts. @ingroup updates
 struct cFileFinding
 {
     /// What is found.
@@ -104,7 +105,7 @@ struct cFileFinding
     bool isFault() const { return kind == Missing || kind == Changed || kind == FolderMissing; }
 };
 
-/// How a verification went: what IInstallMgr::verify() answers. A copy of facts.
+/// How a verification went: what IInstallMgr::verify() answers. A copy of facts. @ingroup updates
 struct cVerifyOutcome
 {
     /// What it came to.
@@ -126,7 +127,7 @@ struct cVerifyOutcome
     int files = 0;
 };
 
-/// How a repair went: what IInstallMgr::repair() answers. A copy of facts.
+/// How a repair went: what IInstallMgr::repair() answers. A copy of facts. @ingroup updates
 struct cRepairOutcome
 {
     /// What it came to.
@@ -158,7 +159,7 @@ struct cRepairOutcome
     QStringList failedCommands;
 };
 
-/**
+/** @ingroup updates
  * Static facade of the install manager: installs plugin packages, removes what is installed, and finds and mends what
  * is damaged.
  *
@@ -229,7 +230,8 @@ public:
      * A package is the file "name-version.zip" beside the description, or else the first source that is an existing
      * local file. Each is verified whole before a file of it is written. A feature is installed with all its plugins or
      * keeps its old version with all of its own; the other features go on. What would keep the suite from starting is
-     * left out, with what depends on it; so is a plugin whose folder is there without the suite having made it.
+     * left out, with what depends on it; so is a plugin whose folder is there without the suite having made it, and,
+     * unless @p consume is true, a package that differs from what is installed under the same version.
      *
      * With a features file that is damaged nothing is installed, changed or run.
      * @param path absolute path of a repository description, such as ".../Dropbox/repository.xml".
@@ -252,8 +254,9 @@ public:
     /**
      * Installs one package that belongs to no repository, for who develops its plugin: it becomes part of the
      * development feature "VelmDev", whose other plugins stay. A plugin of that feature takes the place of any other of
-     * its name. Name and version of the installed repository stay as they are; where there is none, the name becomes
-     * "VelmDev", too. The package is kept.
+     * its name. Of the same version as an installed plugin of that feature alone, it replaces that plugin where the
+     * contents differ, and where they do not, nothing is done. Name and version of the installed repository stay as
+     * they are; where there is none, the name becomes "VelmDev", too. The package is kept.
      * @param path the package, absolute or relative to the current directory. It is named "name-version.zip" after the
      * plugin in its manifest, such as "Foo-1.02.003.zip".
      * @return false when it is no such file or was left out for the reasons of installFromLocation().

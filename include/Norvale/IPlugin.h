@@ -4,7 +4,7 @@
 
 class IPluginContext;
 
-/**
+/** @ingroup plugins
  * The object that stands for a running plugin: what a plugin library's entry function returns.
  *
  * A plugin is a shared library in a folder of its own, described by the file `Manifest.xml` in that folder. The

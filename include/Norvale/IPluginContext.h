@@ -6,7 +6,7 @@ class QString;
 class cJsonValue;
 class cLog;
 
-/**
+/** @ingroup plugins
  * What a started plugin may learn about itself.
  *
  * The framework makes one context for each plugin, owns it, and hands it to IPlugin::start() and IPlugin::stop(). It

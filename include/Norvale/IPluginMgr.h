@@ -5,11 +5,12 @@
 
 #include <QtCore/QDateTime>
 #include <QtCore/QList>
+#include <QtCore/QMetaType>
 #include <QtCore/QObject>
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 
-/**
+/** @ingroup plugins
  * What the plugin manager knows about one installed plugin; a value that may be copied and kept.
  *
  * Everything but name, version, folder and state comes from the plugin's manifest and is empty, false or 0 before that
@@ -37,9 +38,19 @@ struct cPluginInfo
     QString folder;           ///< The plugin's folder: an absolute path with forward slashes.
     /// Why the plugin is left out of this run, see IPluginMgr::leaveOut(); empty when it takes part.
     QString leftOut;
+    /// It should run and does not, for something is wrong: its manifest, its place in the order, its library, its
+    /// start, something that it depends on, or the process of its own that has ended. Neither a plugin that nobody has
+    /// asked for nor one that is left out has failed.
+    bool hasFailed = false;
+    /// Why the plugin does not run, for people and on one line: what has failed, as logged; "waits for ..."; that
+    /// nobody has asked for it; why it is left out. Of one that has been started, which service it has not registered.
+    /// Empty when all is well, and before a start as long as nothing speaks against one.
+    QString reason;
 };
 
-/**
+Q_DECLARE_METATYPE(cPluginInfo::State)
+
+/** @ingroup plugins
  * How a start of the plugins went; a value that may be copied and kept.
  */
 struct cStartOutcome
@@ -60,7 +71,7 @@ struct cStartOutcome
     QStringList reasons;        ///< Why it came no further, as logged, in this order; empty after Started.
 };
 
-/**
+/** @ingroup plugins
  * How the plugin manager guards the process against its plugins; a value that may be copied and kept.
  */
 struct cGuardOptions
@@ -77,7 +88,7 @@ struct cGuardOptions
     bool endsHungProcess = false;
 };
 
-/**
+/** @ingroup plugins
  * How a plugin has ended a run; a value that may be copied and kept.
  */
 struct cPluginFailure
@@ -108,7 +119,7 @@ struct cPluginFailure
     QString report; ///< The absolute path of the report that was written; empty when there is none.
 };
 
-/**
+/** @ingroup plugins
  * Is told when the plugin manager begins and ends one of its longer steps; a host makes its start-up trace from it.
  *
  * The host makes and owns the observer and registers it with IPluginMgr::setObserver(). All calls come from the
@@ -146,7 +157,36 @@ public:
     virtual void spanEnd(Span span, const QString& plugin, bool ok) = 0;
 };
 
-/**
+/** @ingroup plugins
+ * What the plugin manager tells of its plugins without being asked. A base class of IPluginMgr, so that the numbers
+ * which signals and slots have there stay as they are.
+ */
+class NORVALE_EXPORT IPluginNotifier : public QObject
+{
+    Q_OBJECT
+
+Q_SIGNALS:
+    /**
+     * A plugin has come further, or has fallen back; or it has failed where it was, and cPluginInfo::reason tells why.
+     *
+     * Emitted in the manager's thread when the step is over: IPluginMgr::plugins() answers as it is now, no lock is
+     * held, and no code of the plugin is on the stack but that of a plugin which has asked for this one. A slot may
+     * load plugins and ask for a stop, as a plugin's start may. What it throws is caught and logged. Receivers of other
+     * threads get it queued.
+     *
+     * @param name the plugin's name.
+     * @param state how far it has come.
+     */
+    void pluginStateChanged(const QString& name, cPluginInfo::State state);
+
+protected:
+    IPluginNotifier() = default;
+
+private:
+    Q_DISABLE_COPY(IPluginNotifier)
+};
+
+/** @ingroup plugins
  * The plugin manager: knows the installed plugins, orders them by their dependencies, loads, starts and stops them.
  *
  * There is one for each process. `Corvane::initialize` makes it, and it lives until the process ends. A host drives it
@@ -163,11 +203,15 @@ public:
  * arrive as queued calls. Until StartNormal() has come as far as the connections, the signals do nothing.
  *
  * No function tells its failures by more than its result; the reason is logged, once, to the channel "PluginMgr". Those
- * of a start are kept for lastOutcome(), too.
+ * of a start are kept for lastOutcome(), too, and plugins() tells each plugin's. Before a plugin's library is loaded,
+ * and before its start, that channel says "loading Name-1.02.003" and "starting Name-1.02.003": a line that the log
+ * file has on disk by then, so that the last one names the plugin of a crash. These are information: a channel that is
+ * switched off drops them.
  *
- * The order of the virtual functions, and of the signals and slots in the meta-object, is fixed.
+ * The order of the virtual functions, and of the signals and slots in the meta-object, is fixed; what is told by signal
+ * beside these stands in IPluginNotifier.
  */
-class NORVALE_EXPORT IPluginMgr : public QObject
+class NORVALE_EXPORT IPluginMgr : public IPluginNotifier
 {
     Q_OBJECT
 
@@ -369,7 +413,8 @@ public:
     virtual void leaveOut(const QStringList& plugins) = 0;
 
 protected:
-    /// Makes this object the process's plugin manager and registers `bool*` with the meta-type system.
+    /// Makes this object the process's plugin manager, and registers `bool*` and `cPluginInfo::State` with the
+    /// meta-type system.
     IPluginMgr();
 
 private:

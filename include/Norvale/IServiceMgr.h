@@ -6,7 +6,7 @@
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 
-/**
+/** @ingroup services
  * The service manager: services that are called by name, and event sets with listeners.
  *
  * A plugin publishes a plain QObject as a service; anybody else calls the object's methods by name, without linking
@@ -111,7 +111,8 @@ public:
      * @param val8 the ninth value.
      * @param val9 the tenth value.
      * @return true when the method was called. False when the id is unknown, the object is gone, it has no such method
-     *         for these types, or the method threw an exception; the reason goes to the log channel "ServiceMgr".
+     *         for these types, or the method threw an exception; the reason goes to the log channel "ServiceMgr", and
+     *         lastError() answers it.
      */
     Q_INVOKABLE virtual bool
     invoke(const QString& serviceId, const QString& method, QGenericReturnArgument ret,
@@ -222,6 +223,14 @@ public:
      *         thread may destroy it at any time, unless the two have agreed otherwise.
      */
     Q_INVOKABLE virtual QObject* serviceFromServiceName(const QString& serviceId) = 0;
+
+    /**
+     * Why the last call of the calling thread that `invoke` answered with false failed: for who has to tell somebody
+     * else than the log.
+     * @return the line of the log, such as `Cannot call "greet" of the service "Hello": none is registered under this
+     *         id`; empty when none has failed. A call that is made leaves it as it is.
+     */
+    virtual QString lastError() const = 0;
 
 protected:
     IServiceMgr();

@@ -7,7 +7,7 @@
 class cLogImpl;
 class cLogLine;
 
-/**
+/** @ingroup logging
  * The level of a log line. It is registered with the meta-type system as "debugType", so it can travel through queued
  * calls.
  */
@@ -19,7 +19,7 @@ enum debugType {
 
 Q_DECLARE_METATYPE(debugType)
 
-/**
+/** @ingroup logging
  * A log line under composition.
  *
  * cLog::info(), cLog::warning() and cLog::error() hand one out; values are streamed into it as into any QDebug, and the

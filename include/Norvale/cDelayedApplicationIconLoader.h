@@ -7,7 +7,7 @@
 
 class QPixmap;
 
-/**
+/** @ingroup icons
  * Loads the icon of a program on a thread of the global thread pool, and tells when it is there, so that the user
  * interface never waits for it. What is loaded is what `Corvane::loadApplicationIcon` answers.
  *

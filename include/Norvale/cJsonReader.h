@@ -8,7 +8,7 @@ class QIODevice;
 class QString;
 class cJsonValue;
 
-/**
+/** @ingroup json
  * Turns JSON text, held as bytes, into a `cJsonValue`.
  *
  * The reader is lenient in some places and strict in others: comments are allowed where a value or a member name may

@@ -13,7 +13,7 @@ class QDebug;
 class QTextStream;
 class QVariant;
 
-/// What a `cJsonValue` stands for. The numbers are fixed: they are part of the binary interface.
+/// What a `cJsonValue` stands for. The numbers are fixed: they are part of the binary interface. @ingroup json
 enum JsonValueType : qint32 {
     NullType = 0,    ///< null, also the default
     IntType = 1,     ///< signed 32-bit integer
@@ -25,7 +25,7 @@ enum JsonValueType : qint32 {
     ObjectType = 7   ///< map from string keys to values
 };
 
-/**
+/** @ingroup json
  * A JSON document, or any value inside one: null, a 32-bit integer, a double, a string, a boolean, an array or an
  * object.
  *
@@ -268,11 +268,11 @@ inline cJsonValue::cJsonValue(cJsonValue&& other) noexcept : cJsonValue()
     swap(other);
 }
 
-/** @return whether both are equal, types included: `a.equalTo(b, true)`. */
+/** @relates cJsonValue @return whether both are equal, types included: `a.equalTo(b, true)`. */
 NORVALE_EXPORT bool operator==(const cJsonValue& a, const cJsonValue& b);
-/** @return the opposite of `==`. */
+/** @relates cJsonValue @return the opposite of `==`. */
 NORVALE_EXPORT bool operator!=(const cJsonValue& a, const cJsonValue& b);
-/** Writes the compact form of @p v. @return @p s */
+/** @relates cJsonValue Writes the compact form of @p v. @return @p s */
 NORVALE_EXPORT QTextStream& operator<<(QTextStream& s, const cJsonValue& v);
-/** Writes the compact form of @p v, as `cJsonWriter::serialize` gives it, like any byte array. @return @p debug */
+/** @relates cJsonValue Writes `cJsonWriter::serialize(v)` like any byte array. @return @p debug */
 NORVALE_EXPORT QDebug operator<<(QDebug debug, const cJsonValue& v);

@@ -6,7 +6,7 @@
 
 class cJsonValue;
 
-/**
+/** @ingroup json
  * Turns a `cJsonValue` into its compact text. The class holds no state; it may be used from any thread.
  *
  * @code

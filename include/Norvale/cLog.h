@@ -5,7 +5,7 @@
 
 class cLogImpl;
 
-/**
+/** @ingroup logging
  * A handle to a log channel.
  *
  * cLogCentral::log() hands it out. It is one pointer, copied freely, and it never owns the channel: channels live until

@@ -10,7 +10,7 @@
 class QObject;
 class cLogCentralData;
 
-/// A line of the history, as cLogCentral::history() hands it out.
+/// A line of the history, as cLogCentral::history() hands it out. @ingroup logging
 struct cLogEntry
 {
     QString channel;               ///< Name of the channel.
@@ -20,7 +20,7 @@ struct cLogEntry
     QString message;               ///< Text of the line, with the line ends that it had.
 };
 
-/**
+/** @ingroup logging
  * The registry of the log channels and the place where their lines go.
  *
  * A finished line goes to up to three sinks: to the log file, when setLogFile() has opened one; and, when
@@ -135,6 +135,15 @@ public:
      * @return a copy of the last 10000 entries, the oldest first.
      */
     static QList<cLogEntry> history();
+
+    /**
+     * Has a function of the program show each line in place of the debugger, while setDebuggerOutput() is on. Unlike a
+     * hook it is called the moment the line is written, whichever thread writes it, so that it shows also what is
+     * written just before the process ends, or while the main thread hangs.
+     * @param show called with the central's lock held: it must neither log nor throw. Null, as at first, leaves the
+     * lines to the debugger.
+     */
+    static void setLineOutput(void (*show)(const cLogEntry& line));
 
 private:
     friend class cDebug;

@@ -6,7 +6,7 @@
 
 class QLocalSocket;
 
-/**
+/** @ingroup messages
  * Sends and receives whole messages over a local socket.
  *
  * Each message travels as a frame: its length in bytes as a signed 32-bit number, little-endian, then the bytes

@@ -3,7 +3,7 @@
 #include <Norvale/NorvaleGlobal.h>
 #include <QtCore/QString>
 
-/**
+/** @ingroup core
  * A version of three signed 32-bit numbers: major, minor and build.
  *
  * Manifests, catalogues, update descriptions and the settings all hold versions as text; each text is read, compared

@@ -13,7 +13,7 @@ class QIODevice;
 struct cZipArchiveData;
 class cZipEntry;
 
-/**
+/** @ingroup zip
  * Lists the files of a zip archive that lies in a file, a byte array or any random-access device. It reads only.
  *
  * Only files with contents are listed: folders and empty files of the archive are left out. Stored and deflated files

@@ -8,7 +8,7 @@
 class cZipArchive;
 class cZipEntryBlock;
 
-/**
+/** @ingroup zip
  * One file of a zip archive: its name, its sizes, and its bytes on request.
  *
  * Entries are made by `cZipArchive::entries()` and `cZipArchive::entry()`, which hand them out as shared pointers. An

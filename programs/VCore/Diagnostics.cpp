@@ -1,6 +1,5 @@
 #include "Diagnostics.h"
 
-#include "HostSystem.h"
 #include "common/ExitCode.h"
 #include "common/Terminal.h"
 
@@ -27,31 +26,46 @@ void onMessage(QtMsgType type, const QMessageLogContext& context, const QString&
         s_otherMessages(type, context, text);
         return;
     }
-    Terminal::reason(text);
+    Terminal::error(text);
     const bool isMainThread = qApp && QThread::currentThread() == qApp->thread();
     if (isMainThread && lastAct())
         lastAct()();
     std::_Exit(int(ExitCode::Fatal));
 }
 
+void showLine(const cLogEntry& line)
+{
+    const QString text = QStringLiteral("%1: %2").arg(line.channel, line.message.trimmed());
+    if (line.level == debugError)
+        Terminal::error(text);
+    else if (line.level == debugWarning)
+        Terminal::warning(text);
+    else
+        Terminal::note(text);
+}
+
+void showReason(const cLogEntry& line)
+{
+    if (line.level != debugInfo)
+        showLine(line);
+}
+
+void show(void (*output)(const cLogEntry&))
+{
+    cLogCentral::setLineOutput(output);
+    cLogCentral::setDebuggerOutput(true);
+}
+
 } // namespace
 
 void Diagnostics::showLog()
 {
-    if (HostSystem::isDebuggerOutputShown()) {
-        cLogCentral::setDebuggerOutput(true);
-    } else {
-        showReasons();
-        cLogCentral::setHooksOnly(false);
-    }
+    show(showLine);
 }
 
 void Diagnostics::showReasons()
 {
-    static cTerminalHook hook;
-    cLogCentral::addHook(&hook, "showLine");
-    cLogCentral::setHooksOnly(true);
-    cLogCentral::setDebuggerOutput(true);
+    show(showReason);
 }
 
 void Diagnostics::catchFatalMessages()
@@ -62,11 +76,4 @@ void Diagnostics::catchFatalMessages()
 void Diagnostics::setLastAct(const std::function<void()>& act)
 {
     lastAct() = act;
-}
-
-void cTerminalHook::showLine(const QString& channel, Qt::HANDLE, const QDateTime&, debugType level,
-                             const QString& message)
-{
-    if (level != debugInfo)
-        Terminal::reason(QStringLiteral("%1: %2").arg(channel, message.trimmed()));
 }

@@ -1,21 +1,15 @@
 #include "HostInterface.h"
 
+#include "SuiteReport.h"
 #include "calls/cServiceCall.h"
-#include "common/Terminal.h"
-#include "guard/LastFailure.h"
 #include "wire/WireText.h"
 #include "wire/cFrameDecoder.h"
 #include "wire/cHostServer.h"
 
-#include <Norvale/IConfigMgr.h>
-#include <Norvale/IPluginMgr.h>
 #include <Norvale/IServiceMgr.h>
 #include <Norvale/cJsonValue.h>
 
-#include <QtCore/QJsonArray>
 #include <QtCore/QJsonObject>
-
-#include <algorithm>
 
 namespace {
 
@@ -32,80 +26,6 @@ QJsonValue requestOf(const cJsonValue& message)
     if ((isShortText || request.isNumber()) && !WireText::toQt(request, &value))
         return QJsonValue::Undefined;
     return value;
-}
-
-QString stateName(cPluginInfo::State state)
-{
-    switch (state) {
-    case cPluginInfo::Registered:
-        return QStringLiteral("registered");
-    case cPluginInfo::Ordered:
-        return QStringLiteral("ordered");
-    case cPluginInfo::Loaded:
-        return QStringLiteral("loaded");
-    case cPluginInfo::Started:
-        return QStringLiteral("started");
-    case cPluginInfo::Stopped:
-        return QStringLiteral("stopped");
-    }
-    return QString();
-}
-
-QJsonObject featureObject(const cFeatureInfo& feature)
-{
-    QJsonObject names;
-    for (auto it = feature.displayNames.begin(); it != feature.displayNames.end(); ++it)
-        names.insert(it.key(), it.value());
-    return {{QStringLiteral("name"), feature.name},
-            {QStringLiteral("version"), feature.version.toString()},
-            {QStringLiteral("active"), feature.active},
-            {QStringLiteral("repository"), feature.repository},
-            {QStringLiteral("display_names"), names},
-            {QStringLiteral("plugins"), QJsonArray::fromStringList(feature.plugins)}};
-}
-
-QJsonObject pluginObject(const cPluginInfo& plugin)
-{
-    return {{QStringLiteral("name"), plugin.name},
-            {QStringLiteral("version"), plugin.version.toString()},
-            {QStringLiteral("category"), plugin.category},
-            {QStringLiteral("autoload"), plugin.autoload},
-            {QStringLiteral("order"), plugin.order},
-            {QStringLiteral("state"), stateName(plugin.state)},
-            {QStringLiteral("dependencies"), QJsonArray::fromStringList(plugin.dependencies)},
-            {QStringLiteral("services"), QJsonArray::fromStringList(plugin.services)},
-            {QStringLiteral("folder"), plugin.folder},
-            {QStringLiteral("left_out"), plugin.leftOut}};
-}
-
-// How a member is shown in a cell: lists comma-separated, claims as yes or no.
-QString cell(const QJsonValue& value)
-{
-    if (value.isBool())
-        return value.toBool() ? QStringLiteral("yes") : QStringLiteral("no");
-    if (value.isDouble())
-        return QString::number(value.toInt());
-    QStringList items;
-    for (const auto& item : value.toArray())
-        items.append(item.toString());
-    return value.isArray() ? items.join(QStringLiteral(", ")) : value.toString();
-}
-
-bool isLeftOut(const QJsonValue& plugin)
-{
-    return !plugin.toObject().value(QStringLiteral("left_out")).toString().isEmpty();
-}
-
-QStringList table(const QJsonArray& objects, const QStringList& members)
-{
-    cTextTable table(members);
-    for (const auto& object : objects) {
-        QStringList cells;
-        for (const QString& member : members)
-            cells.append(cell(object.toObject().value(member)));
-        table.addRow(cells);
-    }
-    return table.lines();
 }
 
 } // namespace
@@ -226,51 +146,4 @@ QVariantList cHostService::connections() const
     for (const int id : m_server->connectionIds())
         ids.append(id);
     return ids;
-}
-
-QJsonObject SuiteReport::collect()
-{
-    QJsonArray features;
-    for (const cFeatureInfo& feature : IConfigMgr::installedFeatures())
-        features.append(featureObject(feature));
-    QJsonArray plugins;
-    for (const cPluginInfo& plugin : IPluginMgr::instance()->plugins())
-        plugins.append(pluginObject(plugin));
-    QJsonObject report{
-        {QStringLiteral("core_version"), Corvane::currentVersion()},
-        {QStringLiteral("features"), features},
-        {QStringLiteral("plugins"), plugins},
-        {QStringLiteral("services"), QJsonArray::fromStringList(IServiceMgr::instance()->serviceList())}};
-    const QJsonObject failure = LastFailure::json(IPluginMgr::instance()->lastFailure());
-    if (!failure.isEmpty())
-        report.insert(QStringLiteral("last_failure"), failure);
-    return report;
-}
-
-QStringList SuiteReport::tables(const QJsonObject& report)
-{
-    QStringList lines{QStringLiteral("Features")};
-    lines += table(
-        report.value(QStringLiteral("features")).toArray(),
-        {QStringLiteral("name"), QStringLiteral("version"), QStringLiteral("active"), QStringLiteral("repository")});
-    lines += QStringList{QString(), QStringLiteral("Plugins")};
-    const QJsonArray plugins = report.value(QStringLiteral("plugins")).toArray();
-    QStringList members{QStringLiteral("name"),  QStringLiteral("version"),      QStringLiteral("category"),
-                        QStringLiteral("state"), QStringLiteral("dependencies"), QStringLiteral("services")};
-    if (std::any_of(plugins.begin(), plugins.end(), isLeftOut))
-        members.append(QStringLiteral("left_out"));
-    lines += table(plugins, members);
-    const QJsonArray services = report.value(QStringLiteral("services")).toArray();
-    if (!services.isEmpty())
-        lines += QStringList{QString(), QStringLiteral("Registered services"), cell(services)};
-    const QString disabled = cell(report.value(QStringLiteral("disabled")));
-    if (!disabled.isEmpty())
-        lines += QStringList{QString(), QStringLiteral("Disabled (VCore --enable NAME undoes it)"), disabled};
-    const QJsonObject failure = report.value(QStringLiteral("last_failure")).toObject();
-    if (!failure.isEmpty())
-        lines += QStringList{QString(), QStringLiteral("Last failure"), cell(failure.value(QStringLiteral("text")))};
-    const QString path = cell(failure.value(QStringLiteral("report")));
-    if (!path.isEmpty())
-        lines += QStringLiteral("The report is in %1").arg(path);
-    return lines;
 }

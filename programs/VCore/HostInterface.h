@@ -75,18 +75,3 @@ signals:
 private:
     cHostServer* m_server;
 };
-
-/// The features, plugins and services of the suite, as programs and people are shown them.
-namespace SuiteReport {
-
-/**
- * What the framework of this process knows. It must have been initialised; services are there only while it runs.
- * @return an object with the arrays "features", "plugins" and "services", "core_version", and "last_failure" where
- * there is one.
- */
-QJsonObject collect();
-
-/// The tables that people read, of what collect() gave.
-QStringList tables(const QJsonObject& report);
-
-} // namespace SuiteReport

@@ -27,9 +27,6 @@ void waitUntilRead(const QLocalSocket& socket, int milliseconds);
 /// The name of a function as its author knows it, where @p symbol is one that a compiler of the system makes from such.
 QString demangled(const QString& symbol);
 
-/// Whether the debugger output of the library is what a terminal shows as standard error.
-bool isDebuggerOutputShown();
-
 /// From now on a crash of this process, or of one that it starts, opens no window that waits for somebody.
 void openNoWindowAtCrash();
 

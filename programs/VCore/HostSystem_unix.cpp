@@ -65,9 +65,4 @@ QString HostSystem::demangled(const QString& symbol)
     return text;
 }
 
-bool HostSystem::isDebuggerOutputShown()
-{
-    return true;
-}
-
 void HostSystem::openNoWindowAtCrash() {}

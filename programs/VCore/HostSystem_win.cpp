@@ -43,11 +43,6 @@ QString HostSystem::demangled(const QString& symbol)
     return symbol;
 }
 
-bool HostSystem::isDebuggerOutputShown()
-{
-    return false;
-}
-
 void HostSystem::openNoWindowAtCrash()
 {
     SetErrorMode(SetErrorMode(0) | SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX); // children inherit it

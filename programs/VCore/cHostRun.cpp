@@ -8,9 +8,12 @@
 #include "wire/cHostAddress.h"
 
 #include <Norvale/Corvane.h>
+#include <Norvale/IConfigMgr.h>
 #include <Norvale/IPluginMgr.h>
 
 #include <QtCore/QCoreApplication>
+
+#include <algorithm>
 
 namespace {
 
@@ -23,6 +26,39 @@ void forgetRestartRequests()
         Corvane::setRestartSetupFilename(QString());
 }
 
+// Whether somebody sees what is said. Nobody else is told what goes as it should.
+bool isWatched()
+{
+    return System::terminalColumns() > 0;
+}
+
+void tellStopping()
+{
+    Terminal::note(QStringLiteral("stopping; Ctrl+C ends it at once"));
+}
+
+// By the repository that the suite comes from.
+QString suiteName()
+{
+    for (const cFeatureInfo& feature : IConfigMgr::installedFeatures()) {
+        if (!feature.repository.isEmpty())
+            return feature.repository + QLatin1Char(' ') + Corvane::currentVersion();
+    }
+    return QStringLiteral("the suite");
+}
+
+void tellRunning()
+{
+    const QList<cPluginInfo> plugins = IPluginMgr::instance()->plugins();
+    const auto isStarted = [](const cPluginInfo& plugin) { return plugin.state == cPluginInfo::Started; };
+    const auto started = std::count_if(plugins.begin(), plugins.end(), isStarted);
+    Terminal::note(QStringLiteral("%1 runs in %2: %3 of %4 started. Ctrl+C stops it, and so does `VCore --call VCore "
+                                  "quit`.")
+                       .arg(suiteName(), Corvane::velmiraFolderOrFile(Corvane::CoreFolder))
+                       .arg(started)
+                       .arg(Terminal::counted(plugins.size(), "plugin")));
+}
+
 bool isRestartRequested()
 {
     return Corvane::restartOption() != Corvane::NoRestart || !Corvane::restartSetupFilename().isEmpty();
@@ -30,9 +66,9 @@ bool isRestartRequested()
 
 } // namespace
 
-cHostRun::cHostRun(const Options& options) : m_options(options)
+cHostRun::cHostRun(const Options& options) : m_options(options), m_trace(options.tracePath)
 {
-    Diagnostics::setLastAct([this] { writeTrace(); });
+    Diagnostics::setLastAct([this] { finishTrace(); });
 }
 
 cHostRun::~cHostRun()
@@ -44,6 +80,8 @@ ExitCode cHostRun::run()
 {
     m_stopSignals = std::make_unique<cStopSignals>();
     stopOn(m_stopSignals.get(), &cStopSignals::stopRequested);
+    if (isWatched())
+        QObject::connect(m_stopSignals.get(), &cStopSignals::stopRequested, tellStopping);
     ExitCode code = takeAddress();
     if (code != ExitCode::Ok)
         return code;
@@ -59,7 +97,7 @@ ExitCode cHostRun::run()
     m_handler.reset();
     m_service.reset();
     m_server.close();
-    if (!writeTrace() && code == ExitCode::Ok)
+    if (!finishTrace() && code == ExitCode::Ok)
         return ExitCode::FileFailed;
     if (m_options.isStartOnly && code == ExitCode::Ok)
         Terminal::answer(StartOnlyAnswer);
@@ -84,7 +122,7 @@ ExitCode cHostRun::takeAddress()
         return ExitCode::Ok;
     case cHostServer::HostIsAlive:
         return endWith(ExitCode::HostRunning,
-                       QStringLiteral("another host of %1 is running: %2")
+                       QStringLiteral("VCore is already running for %1, `VCore --call VCore quit` stops it: %2")
                            .arg(Corvane::velmiraFolderOrFile(Corvane::CoreFolder), m_server.errorString()));
     case cHostServer::Failed:
         break;
@@ -114,7 +152,7 @@ void cHostRun::installWaiting()
 {
     cChangeLock lock;
     if (lock.takeForFetching() != ExitCode::Ok) {
-        Terminal::reason(QStringLiteral("what waits to be installed has to wait for the next start"));
+        Terminal::warning(QStringLiteral("what waits to be installed has to wait for the next start"));
         return;
     }
     m_trace.begin(QStringLiteral("install what waits"));
@@ -133,8 +171,12 @@ ExitCode cHostRun::start()
         return ExitCode::Ok;
     IPluginMgr::instance()->setObserver(nullptr);
     if (IPluginMgr::instance()->lastOutcome().result == cStartOutcome::NoCore) {
-        return endWith(ExitCode::NoCore, QStringLiteral("the feature \"Core\" is not installed in %1")
-                                             .arg(Corvane::velmiraFolderOrFile(Corvane::CoreFolder)));
+        return endWith(
+            ExitCode::NoCore,
+            QStringLiteral("there is nothing to run: the feature \"Core\" is not installed in %1. `VCore "
+                           "--update Core` fetches it from the update sites, `VCore --install FILE` installs "
+                           "it from a repository's description")
+                .arg(Corvane::velmiraFolderOrFile(Corvane::CoreFolder)));
     }
     return endWith(ExitCode::StartFailed,
                    QStringLiteral("the suite could not be started; the log lines above tell why"));
@@ -142,6 +184,8 @@ ExitCode cHostRun::start()
 
 ExitCode cHostRun::serve()
 {
+    if (isWatched() && !m_isStopRequested)
+        tellRunning();
     const int loopCode = m_isStopRequested ? 0 : QCoreApplication::exec();
     if (loopCode != 0) {
         return endWith(ExitCode::LoopEnded,
@@ -149,8 +193,8 @@ ExitCode cHostRun::serve()
     }
     if (!isRestartRequested())
         return ExitCode::Ok;
-    return endWith(ExitCode::Restart,
-                   QStringLiteral("the suite asks to be set up anew with %1").arg(Corvane::restartSetupFilename()));
+    Terminal::note(QStringLiteral("the suite asks to be set up anew with %1").arg(Corvane::restartSetupFilename()));
+    return ExitCode::Restart;
 }
 
 void cHostRun::stop()
@@ -161,11 +205,11 @@ void cHostRun::stop()
     IPluginMgr::instance()->setObserver(nullptr);
 }
 
-bool cHostRun::writeTrace() const
+bool cHostRun::finishTrace()
 {
     QString error;
-    if (m_options.tracePath.isEmpty() || m_trace.write(m_options.tracePath, &error))
+    if (m_trace.finish(&error))
         return true;
-    Terminal::reason(error);
+    Terminal::error(error);
     return false;
 }

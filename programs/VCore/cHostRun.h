@@ -43,7 +43,7 @@ private:
     ExitCode start();
     ExitCode serve();
     void stop();
-    bool writeTrace() const;
+    bool finishTrace();
 
     const Options m_options;
     cTraceWriter m_trace;

@@ -1,12 +1,14 @@
 #include "cTraceWriter.h"
 
 #include <QtCore/QCoreApplication>
-#include <QtCore/QJsonArray>
 #include <QtCore/QJsonDocument>
 #include <QtCore/QJsonObject>
-#include <QtCore/QSaveFile>
 
 namespace {
+
+const QByteArray Head = "{\"displayTimeUnit\":\"ms\",\"traceEvents\":[";
+const QByteArray Tail = "\n]}\n";
+constexpr int MostDigits = 20; // of a duration; those of an open span has one
 
 QString verb(IPluginObserver::Span span)
 {
@@ -25,7 +27,7 @@ QString verb(IPluginObserver::Span span)
 
 } // namespace
 
-cTraceWriter::cTraceWriter()
+cTraceWriter::cTraceWriter(const QString& path) : m_file(path)
 {
     m_clock.start();
 }
@@ -47,53 +49,79 @@ void cTraceWriter::begin(const QString& name)
 
 void cTraceWriter::end(bool ok)
 {
-    if (m_open.isEmpty())
-        return;
-    Record& record = m_records[m_open.takeLast()];
-    record.end = m_clock.nsecsElapsed();
-    record.ok = ok;
+    if (!m_open.isEmpty())
+        rewrite(m_open.takeLast(), ok ? Outcome::Done : Outcome::Failed);
+}
+
+bool cTraceWriter::finish(QString* error)
+{
+    for (const Record& record : qAsConst(m_open))
+        rewrite(record, Outcome::Unfinished);
+    *error = m_error;
+    return m_error.isEmpty();
 }
 
 void cTraceWriter::beginRecord(const QString& name, const QString& category, const QString& plugin)
 {
-    m_open.append(m_records.size());
-    m_records.append({name, category, plugin, m_clock.nsecsElapsed(), -1, false});
+    if (m_file.fileName().isEmpty())
+        return;
+    for (const Record& record : qAsConst(m_open))
+        rewrite(record, Outcome::Unfinished);
+    append({name, category, plugin, m_clock.nsecsElapsed(), 0, 0});
 }
 
-bool cTraceWriter::write(const QString& path, QString* error) const
+void cTraceWriter::append(Record record)
 {
-    QSaveFile file(path);
-    const QByteArray bytes = document();
-    if (file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size() && file.flush() && file.commit())
+    const bool isFirst = m_end == 0;
+    const QByteArray before = isFirst ? Head + '\n' : QByteArray(",\n");
+    QByteArray bytes = text(record, Outcome::Unfinished);
+    record.offset = m_end + before.size();
+    record.size = bytes.size() + MostDigits;
+    m_open.append(record);
+    bytes = before + bytes.leftJustified(record.size);
+    if (isFirst && m_error.isEmpty() &&
+        !m_file.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Unbuffered))
+        m_error = QStringLiteral("cannot write the trace %1: %2").arg(m_file.fileName(), m_file.errorString());
+    if (writeAt(m_end, bytes + Tail))
+        m_end += bytes.size();
+    else if (!isFirst && m_file.resize(m_end) && m_file.seek(m_end))
+        m_file.write(Tail); // it had a place on the disk
+}
+
+void cTraceWriter::rewrite(const Record& record, Outcome outcome)
+{
+    const QByteArray bytes = text(record, outcome);
+    if (bytes.size() <= record.size)
+        writeAt(record.offset, bytes.leftJustified(record.size));
+}
+
+/// Writes in one go, so that nobody sees half of it. Does nothing once something has failed.
+bool cTraceWriter::writeAt(qint64 offset, const QByteArray& bytes)
+{
+    if (!m_error.isEmpty())
+        return false;
+    if (m_file.seek(offset) && m_file.write(bytes) == bytes.size())
         return true;
-    *error = QStringLiteral("cannot write the trace %1: %2").arg(path, file.errorString());
+    m_error = QStringLiteral("cannot write the trace %1: %2").arg(m_file.fileName(), m_file.errorString());
     return false;
 }
 
-QByteArray cTraceWriter::document() const
+QByteArray cTraceWriter::text(const Record& record, Outcome outcome) const
 {
-    const qint64 now = m_clock.nsecsElapsed();
-    const qint64 pid = QCoreApplication::applicationPid();
-    QJsonArray events;
-    for (const Record& record : m_records) {
-        QJsonObject args;
-        if (!record.plugin.isEmpty())
-            args.insert(QStringLiteral("plugin"), record.plugin);
-        if (record.end < 0)
-            args.insert(QStringLiteral("unfinished"), true);
-        else
-            args.insert(QStringLiteral("ok"), record.ok);
-        const qint64 end = record.end < 0 ? now : record.end;
-        events.append(QJsonObject{{QStringLiteral("name"), record.name},
-                                  {QStringLiteral("cat"), record.category},
-                                  {QStringLiteral("ph"), QStringLiteral("X")},
-                                  {QStringLiteral("ts"), double(record.begin) / 1000},
-                                  {QStringLiteral("dur"), double(end - record.begin) / 1000},
-                                  {QStringLiteral("pid"), pid},
-                                  {QStringLiteral("tid"), 1}, // all spans come from the main thread
-                                  {QStringLiteral("args"), args}});
-    }
-    return QJsonDocument(QJsonObject{{QStringLiteral("traceEvents"), events},
-                                     {QStringLiteral("displayTimeUnit"), QStringLiteral("ms")}})
-        .toJson(QJsonDocument::Compact);
+    QJsonObject args;
+    if (!record.plugin.isEmpty())
+        args.insert(QStringLiteral("plugin"), record.plugin);
+    if (outcome == Outcome::Unfinished)
+        args.insert(QStringLiteral("unfinished"), true);
+    else
+        args.insert(QStringLiteral("ok"), outcome == Outcome::Done);
+    const QJsonObject event{{QStringLiteral("name"), record.name},
+                            {QStringLiteral("cat"), record.category},
+                            {QStringLiteral("ph"), QStringLiteral("X")},
+                            {QStringLiteral("ts"), double(record.begin) / 1000},
+                            {QStringLiteral("dur"), double(m_clock.nsecsElapsed() - record.begin) / 1000},
+                            {QStringLiteral("pid"), QCoreApplication::applicationPid()},
+                            {QStringLiteral("tid"), 1}, // all spans come from the main thread
+                            {QStringLiteral("args"), args}};
+    return QJsonDocument(event).toJson(QJsonDocument::Compact);
 }

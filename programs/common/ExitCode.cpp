@@ -3,8 +3,6 @@
 #include "common/Terminal.h"
 
 #include <QtCore/QCoreApplication>
-#include <QtCore/QMap>
-#include <QtCore/QStringList>
 
 namespace {
 
@@ -23,19 +21,19 @@ constexpr Entry Entries[] = {
 
 } // namespace
 
-QString exitCodeTable()
+QMap<int, QString> exitCodes()
 {
-    QMap<int, QString> lines;
+    QMap<int, QString> codes;
     for (const Entry& entry : Entries) {
         const QLatin1String program(entry.program);
         if (program == QLatin1String("All") || program == QCoreApplication::applicationName())
-            lines.insert(entry.code, QStringLiteral("  %1  %2").arg(entry.code, 2).arg(QLatin1String(entry.meaning)));
+            codes.insert(entry.code, QLatin1String(entry.meaning));
     }
-    return QStringList(lines.values()).join(QLatin1Char('\n'));
+    return codes;
 }
 
 ExitCode endWith(ExitCode code, const QString& reason)
 {
-    Terminal::reason(reason);
+    Terminal::error(reason);
     return code;
 }

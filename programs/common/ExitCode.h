@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QtCore/QMap>
 #include <QtCore/QString>
 
 // How the programs end. The numbers are part of their interface: scripts tell the ends apart by them, so none is ever
@@ -42,12 +43,15 @@
     X(VCore, NothingBreaks, 34, "with all plugins the suite does not break")                                           \
     X(VCore, CulpritNotFound, 35, "the suite breaks without any plugin, or the search has come to no end")             \
     X(VCore, UnknownPlugin, 36, "no installed plugin has that name")                                                   \
+    X(VCore, PluginFailed, 37, "a plugin that should run has failed; the column reason tells why")                     \
+    X(VCore, NoSiteAnswered, 38, "no update site gave a sound answer, so it is not known whether there is an update")  \
     X(norvale, Faults, 1, "the input breaks a rule; nothing was written")                                              \
     X(norvale, ReadFailed, 3, "a file or folder that was named cannot be read")                                        \
     X(norvale, WriteFailed, 4, "a result could not be written; what was there before stands")                          \
     X(norvale, Unreachable, 5, "the site's description could not be fetched")                                          \
     X(norvale, NoGraphviz, 6, "Graphviz's program dot is not there, or failed")                                        \
-    X(norvale, Busy, 7, "another run of this program is changing the site")
+    X(norvale, Busy, 7, "another run of this program is changing the site")                                            \
+    X(norvale, Exists, 8, "there is something where a new project would be written")
 
 /// How a program ends; what the codes mean is in the list above.
 enum class ExitCode {
@@ -56,8 +60,9 @@ enum class ExitCode {
 #undef X
 };
 
-/// The exit codes of this program with their meanings, a line each, as the help text shows them.
-QString exitCodeTable();
+/// The exit codes of this program with their meanings.
+QMap<int, QString> exitCodes();
 
-/// Prints @p reason on standard error. @return @p code: `return endWith(ExitCode::Usage, ...)` is how a command fails.
+/// Prints @p reason as an error on standard error. @return @p code: `return endWith(ExitCode::Usage, ...)` is how a
+/// command fails.
 [[nodiscard]] ExitCode endWith(ExitCode code, const QString& reason);

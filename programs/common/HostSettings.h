@@ -21,3 +21,24 @@ namespace HostSettings {
                               const std::function<void(QStringList&)>& change, QString* error);
 
 } // namespace HostSettings
+
+/// The settings that all hosts of the machine have in common. To write them needs the rights of root or an
+/// administrator.
+namespace MachineSettings {
+
+/// The installation folder that is set, as it stands there; empty when none is.
+QString installDir();
+
+/// Where that stands, for people.
+QString installDirPlace();
+
+/// Why @p folder can be no installation folder; empty when it can: it has plugins, or a Bootstrap folder to install
+/// them from.
+QString installDirFault(const QString& folder);
+
+/// Sets the installation folder to @p folder, an absolute path.
+/// @return false when that failed; what was set stays, and @p error names the place, the cause, and who may write
+/// there.
+[[nodiscard]] bool setInstallDir(const QString& folder, QString* error);
+
+} // namespace MachineSettings

@@ -5,8 +5,17 @@
 /// What every system does in its own way: System_unix.cpp and System_win.cpp.
 namespace System {
 
-/// Columns of the terminal that standard error is; 0 when it is none.
-int terminalColumns();
+/// Where a program says something.
+enum Stream {
+    Output, // standard output
+    Error   // standard error
+};
+
+/// Columns of the terminal that @p stream is; 0 when it is none.
+int terminalColumns(Stream stream = Error);
+
+/// Whether @p stream is a terminal that has colours. Where the terminal has to be asked for them, it is.
+bool hasColors(Stream stream);
 
 } // namespace System
 

@@ -58,13 +58,20 @@ bool isIgnored(int signal)
 
 } // namespace
 
-int System::terminalColumns()
+int System::terminalColumns(Stream stream)
 {
     constexpr int Usual = 80; // some terminals do not tell
+    const int descriptor = stream == Output ? STDOUT_FILENO : STDERR_FILENO;
     winsize size = {};
-    if (!::isatty(STDERR_FILENO))
+    if (!::isatty(descriptor))
         return 0;
-    return ::ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : Usual;
+    return ::ioctl(descriptor, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : Usual;
+}
+
+bool System::hasColors(Stream stream)
+{
+    const QByteArray terminal = qgetenv("TERM");
+    return ::isatty(stream == Output ? STDOUT_FILENO : STDERR_FILENO) && !terminal.isEmpty() && terminal != "dumb";
 }
 
 cStopSignals::cStopSignals(QObject* parent) : QObject(parent)

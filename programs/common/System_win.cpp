@@ -43,10 +43,21 @@ BOOL WINAPI onControl(DWORD event)
 
 } // namespace
 
-int System::terminalColumns()
+int System::terminalColumns(Stream stream)
 {
     CONSOLE_SCREEN_BUFFER_INFO info;
-    return ::GetConsoleScreenBufferInfo(::GetStdHandle(STD_ERROR_HANDLE), &info) ? info.dwSize.X : 0;
+    const HANDLE console = ::GetStdHandle(stream == Output ? STD_OUTPUT_HANDLE : STD_ERROR_HANDLE);
+    return ::GetConsoleScreenBufferInfo(console, &info) ? info.dwSize.X : 0;
+}
+
+// A console before Windows 10 knows no colours of this kind and refuses the mode.
+bool System::hasColors(Stream stream)
+{
+    constexpr DWORD Sequences = 0x0004; // ENABLE_VIRTUAL_TERMINAL_PROCESSING, which older headers lack
+    const HANDLE console = ::GetStdHandle(stream == Output ? STD_OUTPUT_HANDLE : STD_ERROR_HANDLE);
+    DWORD mode = 0;
+    return qgetenv("TERM") != "dumb" && ::GetConsoleMode(console, &mode) &&
+           ::SetConsoleMode(console, mode | ENABLE_PROCESSED_OUTPUT | Sequences);
 }
 
 cStopSignals::cStopSignals(QObject* parent) : QObject(parent)

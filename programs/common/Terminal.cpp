@@ -6,10 +6,21 @@
 #include <QtCore/QCoreApplication>
 
 #include <cstdio>
+#include <mutex>
 
 namespace {
 
-QString s_status; // what is shown now
+std::mutex s_lock; // around what is written, and what is drawn: log lines come from any thread
+Terminal::Colors s_colors = Terminal::Colors::Auto;
+
+// What NO_COLOR asks for holds for every program (no-color.org); what the command line says, for this run.
+bool isColored(System::Stream stream)
+{
+    const bool hasColors = System::hasColors(stream);
+    if (s_colors != Terminal::Colors::Auto)
+        return s_colors == Terminal::Colors::Always;
+    return hasColors && qEnvironmentVariableIsEmpty("NO_COLOR");
+}
 
 void write(std::FILE* stream, const QString& text)
 {
@@ -18,25 +29,25 @@ void write(std::FILE* stream, const QString& text)
     std::fflush(stream);
 }
 
-QString shownLines(const QStringList& lines)
+// What is drawn now. Never destroyed: what is unloaded behind this program may still log.
+QString& drawn()
 {
-    QStringList result;
-    for (const QString& line : lines)
-        result.append(shown(line));
-    return result.join(QLatin1Char('\n'));
+    static auto* const line = new QString;
+    return *line;
 }
 
 // Blanks and returns instead of escape sequences: every terminal knows them.
 void draw(const QString& line)
 {
-    const QString blanks(qMax(0, s_status.size() - line.size()), QLatin1Char(' '));
+    const QString blanks(qMax(0, drawn().size() - line.size()), QLatin1Char(' '));
     write(stderr, QLatin1Char('\r') + line + blanks + QLatin1Char('\r'));
-    s_status = line;
+    drawn() = line;
 }
 
 void print(std::FILE* stream, const QString& text)
 {
-    const QString status = s_status;
+    const std::lock_guard<std::mutex> locker(s_lock);
+    const QString status = drawn();
     if (!status.isEmpty())
         draw(QString());
     write(stream, text + QLatin1Char('\n'));
@@ -44,7 +55,19 @@ void print(std::FILE* stream, const QString& text)
         draw(status);
 }
 
+// On standard error, as programs and compilers do: "PROGRAM: LEVEL: TEXT".
+void say(const QString& level, Style style, const QString& text)
+{
+    cStyledLine line(QCoreApplication::applicationName() + QLatin1String(": "));
+    print(stderr, line.add(level, style).add(text).text(isColored(System::Error)));
+}
+
 } // namespace
+
+void Terminal::setColors(Colors colors)
+{
+    s_colors = colors;
+}
 
 void Terminal::answer(const QString& line)
 {
@@ -53,7 +76,19 @@ void Terminal::answer(const QString& line)
 
 void Terminal::answer(const QStringList& lines)
 {
-    print(stdout, shownLines(lines));
+    cStyledLines styled;
+    for (const QString& line : lines)
+        styled.append(cStyledLine(line));
+    answer(styled);
+}
+
+void Terminal::answer(const cStyledLines& lines)
+{
+    const bool hasColors = isColored(System::Output);
+    QStringList texts;
+    for (const cStyledLine& line : lines)
+        texts.append(line.text(hasColors));
+    print(stdout, texts.join(QLatin1Char('\n')));
 }
 
 void Terminal::answerJson(const QString& json)
@@ -68,15 +103,26 @@ void Terminal::answerJson(const QString& json)
     print(stdout, text);
 }
 
-void Terminal::reason(const QString& line)
+void Terminal::note(const QString& line)
 {
-    print(stderr, QCoreApplication::applicationName() + QLatin1String(": ") + shown(line));
+    say(QString(), Style::Plain, line);
+}
+
+void Terminal::warning(const QString& line)
+{
+    say(QStringLiteral("warning: "), Style::Warning, line);
+}
+
+void Terminal::error(const QString& line)
+{
+    say(QStringLiteral("error: "), Style::Error, line);
 }
 
 void Terminal::status(const QString& line)
 {
     const QString text = shown(line);
-    if (text != s_status && System::terminalColumns() > 0)
+    const std::lock_guard<std::mutex> locker(s_lock);
+    if (text != drawn() && System::terminalColumns() > 0)
         draw(text);
 }
 
@@ -85,45 +131,7 @@ QString Terminal::printable(const QString& text)
     return shown(text);
 }
 
-cTextTable::cTextTable(const QStringList& headings)
+QString Terminal::counted(qint64 number, const char* one, const char* many)
 {
-    m_rows.append(headings);
-}
-
-void cTextTable::addRow(const QStringList& cells)
-{
-    QStringList row;
-    for (int column = 0; column < m_rows.first().size(); ++column) {
-        const QString cell = Terminal::printable(cells.value(column));
-        row.append(cell.isEmpty() ? QStringLiteral("-") : cell);
-    }
-    m_rows.append(row);
-}
-
-QStringList cTextTable::lines() const
-{
-    QList<int> widths;
-    QStringList rule;
-    for (int column = 0; column < m_rows.first().size(); ++column) {
-        int width = 0;
-        for (const QStringList& row : m_rows)
-            width = qMax(width, row.at(column).size());
-        widths.append(width);
-        rule.append(QString(width, QLatin1Char('-')));
-    }
-    QStringList lines;
-    for (const QStringList& row : m_rows)
-        lines.append(line(row, widths));
-    lines.insert(1, line(rule, widths));
-    return lines;
-}
-
-QString cTextTable::line(const QStringList& cells, const QList<int>& widths) const
-{
-    QString text;
-    for (int column = 0; column < cells.size(); ++column)
-        text += cells.at(column).leftJustified(widths.at(column) + 2);
-    while (text.endsWith(QLatin1Char(' ')))
-        text.chop(1);
-    return text;
+    return ::counted(number, one, many);
 }

@@ -1,5 +1,6 @@
 #include "common/cProgram.h"
 
+#include "common/Suggestion.h"
 #include "common/Terminal.h"
 
 #include <CLI/CLI.hpp>
@@ -50,6 +51,18 @@ private:
 
 QtMessageHandler cTameMessages::s_other = nullptr;
 
+// In the order of Terminal::Colors.
+const QStringList ColorWords{QStringLiteral("auto"), QStringLiteral("always"), QStringLiteral("never")};
+
+// What goes with every command; the help, its long form, and the version are the parser's own.
+const cSyntax::Parameter Help{"-h,-?,--help", static_cast<bool*>(nullptr), "Print this help and exit", ""};
+const cSyntax::Parameter HelpAll{"--help-all", static_cast<bool*>(nullptr), "Print all help and exit", ""};
+const cSyntax::Parameter Version{"-v,--version", static_cast<bool*>(nullptr), "Print the version and exit", ""};
+const cSyntax::Parameter Color{"--color", static_cast<QString*>(nullptr),
+                               "Colour headings, states and levels: where standard output or error is a terminal that "
+                               "has colours (auto, unless NO_COLOR is set), always or never.",
+                               "auto|always|never"};
+
 constexpr char Guard = '\0';           // no argument holds one
 constexpr const char Words[] = "WORD"; // all words, where commands are options
 
@@ -89,12 +102,31 @@ std::string wrapped(const QString& help)
     return text.toStdString();
 }
 
+void takeOneOf(CLI::Option& option, const QStringList& words)
+{
+    const std::string said = words.join(QStringLiteral(", ")).toStdString();
+    const auto refuse = [words, said](const std::string& value) {
+        return words.contains(QString::fromStdString(value)) ? std::string() : "\"" + value + "\" is none of " + said;
+    };
+    option.check(refuse);
+}
+
+// As soon as it is read, so that also what is wrong behind it is told with it.
+void setColors(const std::string& word)
+{
+    Terminal::setColors(Terminal::Colors(qMax(0, ColorWords.indexOf(QString::fromStdString(word)))));
+}
+
 void addStandardOptions(CLI::App& app)
 {
-    app.set_help_flag("-h,-?,--help", "Print this help and exit");
-    app.set_help_all_flag("--help-all", "Print all help and exit");
-    app.set_version_flag("-v,--version", app.get_name() + ' ' + QCoreApplication::applicationVersion().toStdString(),
-                         "Print the version and exit");
+    const std::string colors = wrapped(QString::fromUtf8(Color.help));
+    CLI::Option* const color = app.add_option_function<std::string>(Color.names.toStdString(), setColors, colors);
+    color->type_name(Color.form)->trigger_on_parse()->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
+    takeOneOf(*color, ColorWords);
+    app.set_help_flag(Help.names.toStdString(), Help.help);
+    app.set_help_all_flag(HelpAll.names.toStdString(), HelpAll.help);
+    app.set_version_flag(Version.names.toStdString(),
+                         app.get_name() + ' ' + QCoreApplication::applicationVersion().toStdString(), Version.help);
 }
 
 void addParameter(CLI::App& app, const cSyntax::Parameter& parameter)
@@ -107,6 +139,8 @@ void addParameter(CLI::App& app, const cSyntax::Parameter& parameter)
     }
     CLI::Option* const option = app.add_option(names, CLI::callback_t(), help);
     option->type_name(parameter.form);
+    if (!cDescription::wordsOf(parameter).isEmpty())
+        takeOneOf(*option, cDescription::wordsOf(parameter));
     if (std::holds_alternative<QStringList*>(parameter.target))
         option->expected(CLI::detail::expected_max_vector_size)->allow_extra_args(!parameter.isOption());
     else if (parameter.isOption())
@@ -153,6 +187,14 @@ int pickOptionCommand(const CLI::App& app, const QList<cSyntax>& syntaxes, QStri
     return qMax(picked, 0);
 }
 
+QString strayWord(const CLI::App& app, const QString& word)
+{
+    QStringList names;
+    for (const CLI::Option* const option : app.get_options())
+        names.append(QString::fromStdString(option->get_name()));
+    return QStringLiteral("\"%1\" is not understood%2").arg(word, suggestionFor(word, names));
+}
+
 // What is given beside the command and does not go with it; empty when all does.
 QString errorOf(const CLI::App& app, const cSyntax& syntax)
 {
@@ -161,14 +203,14 @@ QString errorOf(const CLI::App& app, const cSyntax& syntax)
         const QByteArray key = QByteArray::fromStdString(option->get_name());
         const bool isOurs = std::any_of(syntax.parameters.begin(), syntax.parameters.end(),
                                         [&](const cSyntax::Parameter& parameter) { return parameter.key() == key; });
-        if (option->count() > 0 && option->nonpositional() && !isOurs)
+        if (option->count() > 0 && option->nonpositional() && !isOurs && key != Color.names)
             return QStringLiteral("%1 does not go with %2").arg(QString(key), name);
     }
     const std::vector<std::string> words = app.get_option(Words)->results();
     if (int(words.size()) < syntax.leastWords)
-        return QStringLiteral("%1 takes at least %2 arguments").arg(name).arg(syntax.leastWords);
+        return QStringLiteral("%1 takes at least %2").arg(name, Terminal::counted(syntax.leastWords, "argument"));
     if (int(words.size()) > syntax.mostWords)
-        return QStringLiteral("\"%1\" is not understood").arg(unguarded(words.at(size_t(syntax.mostWords))));
+        return strayWord(app, unguarded(words.at(size_t(syntax.mostWords))));
     return QString();
 }
 
@@ -185,6 +227,24 @@ CLI::App* addSubcommand(CLI::App& app, const cSyntax& syntax)
     for (const cSyntax::Parameter& parameter : syntax.parameters)
         addParameter(*command, parameter);
     return command;
+}
+
+QString codeTable(const QMap<int, QString>& codes)
+{
+    QStringList lines;
+    for (auto it = codes.begin(); it != codes.end(); ++it)
+        lines.append(QStringLiteral("  %1  %2").arg(it.key(), 2).arg(it.value()));
+    return lines.join(QLatin1Char('\n'));
+}
+
+cStyledLines styledHelp(const QString& help)
+{
+    cStyledLines lines;
+    for (const QString& line : help.split(QLatin1Char('\n'))) {
+        const bool isHeading = line.endsWith(QLatin1Char(':')) && !line.startsWith(QLatin1Char(' '));
+        lines.append({line, isHeading ? Style::Heading : Style::Plain});
+    }
+    return lines;
 }
 
 // Gives the variables of @p syntax what @p app has read.
@@ -209,11 +269,31 @@ void deliver(const CLI::App& app, const cSyntax& syntax)
 
 } // namespace
 
+cProgram::cProgram(const char* description)
+{
+    m_description.program = QCoreApplication::applicationName();
+    m_description.version = QCoreApplication::applicationVersion();
+    m_description.summary = QString::fromUtf8(description);
+    m_description.standard = {Color, Help, HelpAll, Version};
+    m_description.exitCodes = exitCodes();
+    addVariable("NO_COLOR", "When it is set and not empty, nothing is coloured, unless --color says otherwise.");
+}
+
+void cProgram::addVariable(const char* name, const char* help)
+{
+    m_description.environment.append({name, QString::fromUtf8(help)});
+}
+
+void cProgram::addFile(const char* name, const char* help)
+{
+    m_description.files.append({name, QString::fromUtf8(help)});
+}
+
 void cProgram::add(std::unique_ptr<cCommand> command)
 {
     cSyntax syntax;
     command->describe(syntax);
-    m_syntaxes.append(syntax);
+    m_description.commands.append(syntax);
     m_commands.push_back(std::move(command));
 }
 
@@ -230,56 +310,68 @@ ExitCode cProgram::run(const QStringList& arguments)
 
 ExitCode cProgram::readAndRun(const QStringList& arguments)
 {
-    CLI::App app(m_description, QCoreApplication::applicationName().toStdString());
+    // For the build, which makes the pages that are installed.
+    if (arguments.size() == 3 && arguments.at(1) == QLatin1String("--describe"))
+        return describe(arguments.at(2));
+    CLI::App app(m_description.summary.toStdString(), m_description.program.toStdString());
     app.allow_windows_style_options(false);
-    app.footer("Exit codes:\n" + exitCodeTable().toStdString());
+    app.footer("Exit codes:\n" + codeTable(m_description.exitCodes).toStdString());
     QString error;
     int picked = 0;
     try {
-        const bool isOption = m_syntaxes.first().isOption();
+        const bool isOption = m_description.hasOptionCommands();
         picked = isOption ? readOptionCommand(app, arguments, &error) : readSubcommand(app, arguments);
     } catch (const CLI::Success& request) { // for the help or the version
         std::ostringstream answer;
         app.exit(request, answer, answer);
-        Terminal::answer(QString::fromStdString(answer.str()).trimmed().split(QLatin1Char('\n')));
+        Terminal::answer(styledHelp(QString::fromStdString(answer.str()).trimmed()));
         return ExitCode::Ok;
     } catch (const CLI::Error& refusal) {
-        error = QString::fromUtf8(refusal.what());
+        error = unknownIn(arguments, m_description);
+        if (error.isEmpty())
+            error = QString::fromUtf8(refusal.what());
     }
     if (error.isEmpty())
         return m_commands.at(size_t(picked))->run();
-    Terminal::reason(error);
-    return endWith(ExitCode::Usage,
-                   QStringLiteral("%1 --help tells what is understood").arg(QCoreApplication::applicationName()));
+    Terminal::error(error);
+    Terminal::note(QStringLiteral("%1 --help tells what is understood").arg(QCoreApplication::applicationName()));
+    return ExitCode::Usage;
 }
 
 int cProgram::readOptionCommand(CLI::App& app, const QStringList& arguments, QString* error) const
 {
     app.set_help_flag(); // its place is behind the commands
-    addOptionCommands(app, m_syntaxes);
+    addOptionCommands(app, m_description.commands);
     addStandardOptions(app);
     app.parse(guarded(arguments));
-    const int picked = pickOptionCommand(app, m_syntaxes, error);
+    const int picked = pickOptionCommand(app, m_description.commands, error);
     if (error->isEmpty())
-        *error = errorOf(app, m_syntaxes.at(picked));
+        *error = errorOf(app, m_description.commands.at(picked));
     if (error->isEmpty())
-        deliver(app, m_syntaxes.at(picked));
+        deliver(app, m_description.commands.at(picked));
     return picked;
 }
 
 int cProgram::readSubcommand(CLI::App& app, const QStringList& arguments) const
 {
     addStandardOptions(app);
+    app.fallthrough();
     app.require_subcommand(1);
-    for (const Group& group : m_groups)
-        app.add_subcommand(group.name.toStdString(), group.help)->require_subcommand(1);
+    for (const cDescription::Entry& group : m_description.groups)
+        app.add_subcommand(group.name.toStdString(), group.help.toStdString())->require_subcommand(1);
     QList<CLI::App*> commands;
-    for (const cSyntax& syntax : m_syntaxes)
+    for (const cSyntax& syntax : m_description.commands)
         commands.append(addSubcommand(app, syntax));
     app.parse(guarded(arguments));
     int picked = 0;
     while (!commands.at(picked)->parsed())
         ++picked;
-    deliver(*commands.at(picked), m_syntaxes.at(picked));
+    deliver(*commands.at(picked), m_description.commands.at(picked));
     return picked;
+}
+
+ExitCode cProgram::describe(const QString& folder)
+{
+    QString error;
+    return writePages(m_description, folder, &error) ? ExitCode::Ok : endWith(ExitCode::Usage, error);
 }

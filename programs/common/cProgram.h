@@ -1,6 +1,6 @@
 #pragma once
 
-#include "common/cCommand.h"
+#include "common/pages/cDescription.h"
 
 #include <memory>
 #include <vector>
@@ -15,10 +15,14 @@ class cProgram
 {
 public:
     /// @p description is the first line of the help.
-    explicit cProgram(const char* description) : m_description(description) {}
+    explicit cProgram(const char* description);
 
     /// Adds a group of sub-commands, whose names begin with @p name and a blank.
-    void addGroup(const char* name, const char* help) { m_groups.append(Group{name, help}); }
+    void addGroup(const char* name, const char* help) { m_description.groups.append({name, QString::fromUtf8(help)}); }
+
+    /// Adds what the manual page tells of an environment variable, or of a file or folder.
+    void addVariable(const char* name, const char* help);
+    void addFile(const char* name, const char* help);
 
     /// Adds a command. Of commands that are options the first one is done when none is asked for.
     void add(std::unique_ptr<cCommand> command);
@@ -29,19 +33,12 @@ public:
 
 private:
     ExitCode readAndRun(const QStringList& arguments);
-
-    struct Group
-    {
-        QByteArray name;
-        const char* help;
-    };
+    ExitCode describe(const QString& folder);
 
     // Both tell which command is asked for, and give its variables what has been read.
     int readOptionCommand(CLI::App& app, const QStringList& arguments, QString* error) const;
     int readSubcommand(CLI::App& app, const QStringList& arguments) const;
 
-    const char* m_description;
-    QList<Group> m_groups;
-    QList<cSyntax> m_syntaxes; // of the commands, in the same order
-    std::vector<std::unique_ptr<cCommand>> m_commands;
+    cDescription m_description;
+    std::vector<std::unique_ptr<cCommand>> m_commands; // in the order of the description
 };

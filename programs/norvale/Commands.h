@@ -4,6 +4,9 @@ class cProgram;
 
 // What norvale does; each adds commands with the files of one folder.
 
+/// Adds `norvale new plugin` and `norvale new host`, which write a project to begin with.
+void addNewCommands(cProgram& program);
+
 /// Adds `norvale pack`, which makes a plugin's package out of its folder.
 void addPackCommand(cProgram& program);
 

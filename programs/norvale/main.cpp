@@ -11,6 +11,7 @@ int main(int argc, char** argv)
     QCoreApplication::setApplicationName(QStringLiteral("norvale"));
     QCoreApplication::setApplicationVersion(QStringLiteral(NORVALE_TOOL_VERSION));
     cProgram program("For people who build plugins and run update sites.");
+    addNewCommands(program);
     addPackCommand(program);
     addLintCommand(program);
     addGraphCommand(program);

@@ -64,6 +64,12 @@ QList<QUrl> IConfigMgr::updateLocations()
     return urls;
 }
 
+cSitesOutcome IConfigMgr::lastSites()
+{
+    const cUpdateMgr* const manager = cUpdateMgr::instance();
+    return manager ? manager->lastSites() : cSitesOutcome();
+}
+
 bool IConfigMgr::setUpdateLocations(const QList<QUrl>& urls)
 {
     QString error;

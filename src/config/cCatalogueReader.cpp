@@ -114,6 +114,7 @@ cCatalogueReader::Place cCatalogueReader::placeOf(Place parent, QStringView tag)
         {Place::Root, u"runtime", Place::Runtime},
         {Place::Runtime, u"source", Place::RuntimeSource},
         {Place::Runtime, u"hash", Place::RuntimeHash},
+        {Place::Feature, u"notes", Place::Notes},
     };
     for (const auto& child : Children) {
         if (child.parent == parent && child.tag == tag)
@@ -138,6 +139,9 @@ void cCatalogueReader::beginElement(QStringView tag, const QXmlStreamAttributes&
         return beginPlugin(attributes);
     case Place::Runtime:
         return beginRuntime(attributes);
+    case Place::Notes:
+        m_noteVersion = find(attributes, u"version") ? versionOf(attributes) : m_feature->version();
+        [[fallthrough]];
     case Place::DisplayName:
         // A few languages name many features.
         m_language = sharedLanguage(attributes);
@@ -167,6 +171,9 @@ void cCatalogueReader::endElement()
     switch (m_open.back()) {
     case Place::DisplayName:
         m_feature->setDisplayName(m_language, text().toString());
+        break;
+    case Place::Notes:
+        m_feature->addNote({m_noteVersion, m_language, text().toString()});
         break;
     case Place::Source:
         m_plugin->addSource({m_location, text().toString()});

@@ -49,6 +49,7 @@ private:
         Runtime,
         RuntimeSource,
         RuntimeHash,
+        Notes,
         Unknown
     };
     static Place placeOf(Place parent, QStringView tag);
@@ -79,6 +80,7 @@ private:
     bool m_hasRuntimeHash = false;
     bool m_hasRuntimeSource = false;
     QString m_language;
+    cVersion m_noteVersion;
     QVarLengthArray<char16_t, 128> m_text; // of the display name, source or hash
     QString m_version;
     QString m_errorString;

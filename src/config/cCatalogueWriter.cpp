@@ -127,6 +127,13 @@ void cCatalogueWriter::beginFeature(const cFeatureInstance& feature, const QStri
 void cCatalogueWriter::writeFeature(const cFeatureInstance& feature)
 {
     beginFeature(feature, versionText(feature.version()), feature.isActive());
+    for (const cFeatureInstance::Note& note : feature.notes()) {
+        begin("notes");
+        attribute("version", versionText(note.version));
+        attribute("lang", note.language);
+        m_xml.writeCharacters(marked(note.text));
+        end();
+    }
     if (!feature.dependencies().isEmpty()) {
         begin("dependencies");
         for (const QString& name : feature.dependencies()) {

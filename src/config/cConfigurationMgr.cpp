@@ -8,6 +8,7 @@
 #include "config/cUpdateCheck.h"
 #include "config/cUpdateMgr.h"
 #include "core/Files.h"
+#include "core/InstallRecord.h"
 #include "log/cFrameworkLog.h"
 #include "plugins/cFileRecord.h"
 #include "plugins/cPluginMgr.h"

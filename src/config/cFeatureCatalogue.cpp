@@ -25,6 +25,7 @@ QSharedPointer<cFeatureInstance> cFeatureInstance::copy(const cVersion& version)
     const auto copy = QSharedPointer<cFeatureInstance>::create(m_name, version, m_isActive, m_repository);
     copy->m_dependencies = m_dependencies;
     copy->m_displayNames = m_displayNames;
+    copy->m_notes = m_notes;
     return copy;
 }
 

@@ -109,6 +109,14 @@ public:
         QString text;
     };
 
+    /// What a version brings, for people, in one language.
+    struct Note
+    {
+        cVersion version;
+        QString language;
+        QString text;
+    };
+
     cFeatureInstance(QString name, const cVersion& version, bool isActive, QString repository);
 
     /// The same feature in @p version, without its plugins.
@@ -137,6 +145,12 @@ public:
     /// A later text of the same language replaces the earlier one.
     void setDisplayName(const QString& language, const QString& text);
 
+    /// The release notes of this version and of earlier ones, in document order. A later one of the same version and
+    /// language counts.
+    const QVector<Note>& notes() const { return m_notes; }
+    void addNote(const Note& note) { m_notes.append(note); }
+    void setNotes(const QVector<Note>& notes) { m_notes = notes; }
+
     /// In document order.
     const QVector<QSharedPointer<cFeaturePlugin>>& plugins() const { return m_plugins.list(); }
     void addPlugin(QSharedPointer<cFeaturePlugin> plugin) { m_plugins.append(std::move(plugin)); }
@@ -156,9 +170,11 @@ private:
     QVector<DisplayName> m_displayNames;
     QString m_repository;
     cNamedIndex<cFeaturePlugin> m_plugins;
+    QVector<Note> m_notes;
 };
 
 Q_DECLARE_TYPEINFO(cFeatureInstance::DisplayName, Q_MOVABLE_TYPE);
+Q_DECLARE_TYPEINFO(cFeatureInstance::Note, Q_MOVABLE_TYPE);
 
 /// A `runtime` element of a repository description: a setup program that brings a newer runtime.
 struct cRuntimeEntry

@@ -21,10 +21,17 @@ bool cRepositorySearch::run(cFeatureCatalogue& catalogue, cRuntimeInfo& runtime)
         takeIfNewer(candidate, catalogue, runtime);
     if (m_isCancelled)
         m_log.warning() << "The search for a newer repository was cancelled" << Qt::endl;
-    else if (candidates.isEmpty())
-        m_log.warning() << "None of" << m_locations.size() << "update locations has a repository" << m_name
-                        << "of status" << m_status << Qt::endl;
+    else if (m_locations.isEmpty())
+        m_log.warning() << "There is no update site in the settings" << Qt::endl;
+    else if (candidates.isEmpty() && m_failures.isEmpty())
+        m_log.warning().noquote() << "No update site has a repository" << wanted() << Qt::endl;
     return !m_isCancelled && !candidates.isEmpty();
+}
+
+QString cRepositorySearch::wanted() const
+{
+    const QString name = m_name.isEmpty() ? QString() : QStringLiteral("\"%1\" ").arg(m_name);
+    return name + QStringLiteral("of the status \"%1\"").arg(m_status);
 }
 
 cRepositorySearch::Locations cRepositorySearch::candidatesOf(const cUpdateLocation& location)
@@ -66,8 +73,14 @@ void cRepositorySearch::takeIfNewer(const QSharedPointer<cUpdateLocation>& candi
 
 void cRepositorySearch::passOver(const char* what, const QUrl& url, const QString& reason)
 {
+    noteFailure(url, reason);
+    m_log.warning().noquote() << what << url.toDisplayString() + QLatin1Char(':') << reason << Qt::endl;
+}
+
+void cRepositorySearch::noteFailure(const QUrl& url, const QString& reason)
+{
     m_isComplete = false;
-    m_log.warning() << what << url.toDisplayString() << reason << Qt::endl;
+    m_failures.append({url.toDisplayString(), reason});
 }
 
 bool cRepositorySearch::fetch(const QUrl& url, qint64 limit)
@@ -77,9 +90,11 @@ bool cRepositorySearch::fetch(const QUrl& url, qint64 limit)
     m_fileName = url.fileName();
     m_downloader.setSizeLimit(limit);
     const bool hasArrived = m_downloader.download(url);
-    m_isComplete = m_isComplete && hasArrived && !m_isCancelled;
+    if (!hasArrived || m_isCancelled)
+        noteFailure(url, m_downloader.errorString());
     if (!hasArrived && !m_isCancelled)
-        m_log.warning() << "Not fetched:" << url.toDisplayString() << m_downloader.errorString() << Qt::endl;
+        m_log.warning().noquote() << "Not fetched:" << url.toDisplayString() + QLatin1Char(':')
+                                  << m_downloader.errorString() << Qt::endl;
     return hasArrived && !m_isCancelled;
 }
 

@@ -3,6 +3,7 @@
 #include "config/cDownloader.h"
 #include "config/cUpdateLocation.h"
 
+#include <Norvale/IConfigMgr.h>
 #include <Norvale/cLog.h>
 
 #include <QtCore/QList>
@@ -40,6 +41,9 @@ public:
     /// Whether every location was reached and every repository that fits was read: what was not found is not there.
     bool isComplete() const { return m_isComplete && !m_locations.isEmpty(); }
 
+    /// What could not be fetched or read.
+    const QList<cSitesOutcome::cFailure>& failures() const { return m_failures; }
+
     /// Ends the search at once.
     void cancel();
     bool isCancelled() const { return m_isCancelled; }
@@ -49,12 +53,14 @@ signals:
     void progress(QString filenameBeingDownloaded, qint64 downloadedBytes, qint64 totalBytes);
 
 private:
+    QString wanted() const;
     Locations candidatesOf(const cUpdateLocation& location);
     void takeIfNewer(const QSharedPointer<cUpdateLocation>& candidate, cFeatureCatalogue& catalogue,
                      cRuntimeInfo& runtime);
     /// False, with the reason logged, when the download fails; false for everything once the search is cancelled.
     bool fetch(const QUrl& url, qint64 limit);
     void passOver(const char* what, const QUrl& url, const QString& reason);
+    void noteFailure(const QUrl& url, const QString& reason);
 
     const Locations m_locations;
     const QString m_name;
@@ -62,6 +68,7 @@ private:
     cLog m_log;
     cDownloader m_downloader;
     QString m_fileName; // of the transfer that waits
+    QList<cSitesOutcome::cFailure> m_failures;
     bool m_isComplete = true;
     bool m_isCancelled = false;
 };

@@ -1,5 +1,8 @@
 #include "config/cTransfer.h"
 
+#include "disk/WholeFiles.h"
+#include "version/Shown.h"
+
 #include <QtCore/QCoreApplication>
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
@@ -181,8 +184,8 @@ void cTransfer::checkSilence()
 void cTransfer::checkRate()
 {
     if (m_taken - m_takenBefore < qint64(m_options.leastRate) * m_options.rateWindow / 1000)
-        return fail(QNetworkReply::TimeoutError, QStringLiteral("slower than %1 bytes a second for %2 ms")
-                                                     .arg(m_options.leastRate)
+        return fail(QNetworkReply::TimeoutError, QStringLiteral("slower than %1 a second for %2 ms")
+                                                     .arg(counted(m_options.leastRate, "byte"))
                                                      .arg(m_options.rateWindow));
     m_takenBefore = m_taken;
     m_window.restart();
@@ -206,7 +209,7 @@ void cTransfer::beginAnew()
     m_options.offset = 0;
     auto* file = qobject_cast<QFileDevice*>(m_device.data());
     if (m_device && (!m_device->seek(0) || (file && !file->resize(0))))
-        fail(QNetworkReply::OperationCanceledError, m_device->errorString());
+        fail(QNetworkReply::OperationCanceledError, writeFault());
 }
 
 void cTransfer::arrive()
@@ -275,9 +278,16 @@ void cTransfer::take(const QByteArray& bytes)
     else if (!m_device->isWritable())
         reason = QStringLiteral("the device takes no bytes");
     else if (m_device->write(bytes) != bytes.size())
-        reason = m_device->errorString();
+        reason = writeFault();
     if (!reason.isEmpty())
         fail(QNetworkReply::OperationCanceledError, reason);
+}
+
+/// Why the device did not take the bytes.
+QString cTransfer::writeFault() const
+{
+    const auto* file = qobject_cast<const QFileDevice*>(m_device.data());
+    return file ? causeOf(*file) : m_device->errorString();
 }
 
 void cTransfer::succeed()
@@ -285,7 +295,7 @@ void cTransfer::succeed()
     // A full disk may show only now.
     auto* file = qobject_cast<QFileDevice*>(m_device.data());
     if (m_state == Running && file && !file->flush())
-        fail(QNetworkReply::OperationCanceledError, file->errorString());
+        fail(QNetworkReply::OperationCanceledError, writeFault());
     end(Succeeded, QNetworkReply::NoError, QString());
 }
 

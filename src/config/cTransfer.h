@@ -116,6 +116,7 @@ private:
     bool isTooLong(qint64 bytes) const;
     bool isCutShort() const;
     void write(const QByteArray& bytes);
+    QString writeFault() const;
     void succeed();
     void fail(int error, const QString& reason);
     void end(State state, int error, const QString& reason);

@@ -1,11 +1,14 @@
 #include "config/cUpdateCheck.h"
 
+#include "config/ReleaseNotes.h"
 #include "config/cUpdateMgr.h"
 #include "core/Files.h"
 #include "core/Settings.h"
 #include "log/cFrameworkLog.h"
 #include "plugins/cPluginMgr.h"
 #include "version/FlatMap.h"
+
+#include <Norvale/Corvane.h>
 
 #include <QtCore/QDir>
 #include <QtCore/QFile>
@@ -124,6 +127,27 @@ void cUpdateCheck::compare(const QStringList& names)
     collectPlugins();
     m_result["size"] = sizeOf(m_plugins);
     m_result["result_code"] = isNewer ? IConfigMgr::UpdateFound : IConfigMgr::NothingNewer;
+    tellNotes();
+}
+
+// Most features have none, and then the object is the one that hosts have always had.
+void cUpdateCheck::tellNotes()
+{
+    cJsonValue list(ArrayType);
+    for (const QSharedPointer<cFeatureInstance>& feature : qAsConst(m_features)) {
+        if (feature->notes().isEmpty())
+            continue;
+        const QSharedPointer<cFeatureInstance> installed = m_installed.find(feature->name());
+        for (const cReleaseNote& note : ReleaseNotes::between(installed.data(), *feature, Corvane::currentLocale())) {
+            cJsonValue object(ObjectType);
+            object["feature"] = feature->name();
+            object["version"] = note.version.toString();
+            object["text"] = note.text;
+            list.append(object);
+        }
+    }
+    if (list.size() > 0)
+        m_result["notes"] = list;
 }
 
 bool cUpdateCheck::collectFeatures(const QStringList& names)

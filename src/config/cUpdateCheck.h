@@ -74,6 +74,7 @@ private:
     bool collectFeatures(const QStringList& names);
     bool logMissing(QStringView feature);
     void collectPlugins();
+    void tellNotes();
 
     const cFeatureCatalogue& m_installed;
     const cPluginMgr& m_known;

@@ -48,10 +48,12 @@ bool cUpdateMgr::findNewest(const QString& repositoryName, cFeatureCatalogue& ca
     m_search = &search;
     m_isCancelled = false;
     m_isComplete = false;
+    m_lastSites = {};
     const QPointer<cUpdateMgr> self(this);
     const bool isFound = search.run(catalogue, runtime);
     if (self) {
         m_search = nullptr;
+        m_lastSites = {m_locations.size(), search.failures()};
         m_isComplete = search.isComplete() && !m_isCancelled;
     }
     return isFound;

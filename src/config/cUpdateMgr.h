@@ -2,6 +2,8 @@
 
 #include "config/cUpdateLocation.h"
 
+#include <Norvale/IConfigMgr.h>
+
 #include <QtCore/QList>
 #include <QtCore/QObject>
 #include <QtCore/QSharedPointer>
@@ -44,6 +46,8 @@ public:
     void cancel();
     /// Whether the last search ended by `cancel()`.
     bool isCancelled() const { return m_isCancelled; }
+    /// How the update locations answered the last search.
+    const cSitesOutcome& lastSites() const { return m_lastSites; }
     /// Whether the last search reached every update location, of which there was one at least, and read all it found.
     bool isComplete() const { return m_isComplete; }
 
@@ -56,6 +60,7 @@ public slots:
 private:
     QList<QSharedPointer<cUpdateLocation>> m_locations;
     cRepositorySearch* m_search = nullptr; // the one that waits
+    cSitesOutcome m_lastSites;
     bool m_isCancelled = false;
     bool m_isComplete = false;
 };

@@ -1,4 +1,5 @@
 #include "core/Files.h"
+#include "core/InstallRecord.h"
 #include "core/Settings.h"
 #include "version/cPluginId.h"
 

@@ -20,6 +20,7 @@ class cHostSettings : public QSettings
 namespace SettingsKey {
 
 // Machine-wide product settings.
+constexpr char InstallDir[] = "InstallDir";                         // Path with native separators, no default.
 constexpr char RepositoryVersion[] = "ConfigMgr/RepositoryVersion"; // Version text, default "0.00.000".
 constexpr char RepositoryName[] = "ConfigMgr/RepositoryName";       // String, no default.
 constexpr char RepositoryStatus[] = "ConfigMgr/RepositoryStatus";   // String, default "release".

@@ -19,14 +19,14 @@ QString cXmlElement::attribute(QStringView name, const QString& absent) const
     return absent;
 }
 
-QStringList cXmlElement::attributeNames() const
+int cXmlElement::attributeCount() const
 {
-    QStringList names;
-    const int first = m_tree ? m_tree->m_nodes[m_node].firstAttribute : 0;
-    const int count = m_tree ? m_tree->m_nodes[m_node].attributeCount : 0;
-    for (int i = first; i < first + count; ++i)
-        names.append(m_tree->view(m_tree->m_attributes[i].name).toString());
-    return names;
+    return m_tree ? m_tree->m_nodes[m_node].attributeCount : 0;
+}
+
+QStringView cXmlElement::attributeName(int number) const
+{
+    return m_tree->view(m_tree->m_attributes[m_tree->m_nodes[m_node].firstAttribute + number].name);
 }
 
 QString cXmlElement::text() const

@@ -3,7 +3,6 @@
 #include "core/cXmlReader.h"
 
 #include <QtCore/QString>
-#include <QtCore/QStringList>
 #include <QtCore/QStringView>
 
 #include <vector>
@@ -24,8 +23,9 @@ public:
     /// The attribute's value, or @p absent when there is no such attribute.
     QString attribute(QStringView name, const QString& absent = QString()) const;
 
-    /// The names of the attributes that are there.
-    QStringList attributeNames() const;
+    /// The attributes that are there, in document order. A name lives as long as the tree does not change.
+    int attributeCount() const;
+    QStringView attributeName(int number) const;
 
     /// The character data of the element and of all below it, in document order.
     QString text() const;

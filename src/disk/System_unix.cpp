@@ -6,6 +6,7 @@
 #include <QtCore/QFile>
 #include <QtCore/QString>
 
+#include <cerrno>
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -27,6 +28,16 @@ bool flushWith(int (*flush)(int), const QString& path)
 bool keepsItsFile(const QSettings& store)
 {
     return store.format() == QSettings::NativeFormat || store.format() == QSettings::IniFormat;
+}
+
+DiskRefusal diskRefusalOf(const QString& said)
+{
+    if (said == qt_error_string(ENOSPC) || said == qt_error_string(EDQUOT))
+        return DiskRefusal::Full;
+    if (said == qt_error_string(EROFS))
+        return DiskRefusal::ReadOnly;
+    return said == qt_error_string(EACCES) || said == qt_error_string(EPERM) ? DiskRefusal::Forbidden
+                                                                             : DiskRefusal::Other;
 }
 
 void waitUntilReplaceable(const QString&) {}

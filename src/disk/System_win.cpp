@@ -33,6 +33,14 @@ bool keepsItsFile(const QSettings& store)
     return store.format() == QSettings::IniFormat; // the system's own format is the registry
 }
 
+// That access is denied may also mean that somebody has the file open.
+DiskRefusal diskRefusalOf(const QString& said)
+{
+    if (said == qt_error_string(ERROR_DISK_FULL) || said == qt_error_string(ERROR_HANDLE_DISK_FULL))
+        return DiskRefusal::Full;
+    return said == qt_error_string(ERROR_WRITE_PROTECT) ? DiskRefusal::ReadOnly : DiskRefusal::Other;
+}
+
 void waitUntilReplaceable(const QString& path)
 {
     const std::wstring name = longPath(QFileInfo(path).absoluteFilePath());

@@ -44,14 +44,30 @@ bool readFile(const QString& path, QByteArray& bytes, QString* reason)
 QString causeOf(const QFileDevice& file)
 {
     const bool isKnown = file.error() != QFileDevice::NoError && file.error() != QFileDevice::UnspecifiedError;
-    return isKnown ? file.errorString() : qt_error_string();
+    return causeOfSystem(file.fileName(), isKnown ? file.errorString() : qt_error_string());
+}
+
+QString causeOfSystem(const QString& path, const QString& said)
+{
+    const QString folder = QFileInfo(path).absolutePath();
+    switch (diskRefusalOf(said)) {
+    case DiskRefusal::Full:
+        return QStringLiteral("no space is left on the device that holds %1").arg(folder);
+    case DiskRefusal::ReadOnly:
+        return QStringLiteral("the device that holds %1 is read-only").arg(folder);
+    case DiskRefusal::Forbidden:
+        return QStringLiteral("this user has no permission to write in %1").arg(folder);
+    case DiskRefusal::Other:
+        break;
+    }
+    return said;
 }
 
 QString cReplacement::write(const QByteArray& bytes)
 {
     const QString folder = QFileInfo(m_file.fileName()).absolutePath();
     if (!QDir().mkpath(folder))
-        return QStringLiteral("the folder %1 cannot be made: %2").arg(folder, qt_error_string());
+        return QStringLiteral("the folder %1 cannot be made: %2").arg(folder, causeOfSystem(folder));
     // Flushed here: the file would do it by itself, and be put in place all the same when that fails.
     if (!m_file.open(QIODevice::WriteOnly) || m_file.write(bytes) != bytes.size() || !flushFile(m_file))
         return causeOf(m_file);
@@ -85,6 +101,7 @@ bool moveOver(const QString& from, const QString& to, QString* error)
     std::error_code fault;
     std::filesystem::rename(from.toStdU16String(), to.toStdU16String(), fault);
     if (fault)
-        *error = QStringLiteral("%1 cannot be written: %2").arg(to, QString::fromLocal8Bit(fault.message().c_str()));
+        *error = QStringLiteral("%1 cannot be written: %2")
+                     .arg(to, causeOfSystem(to, QString::fromLocal8Bit(fault.message().c_str())));
     return !fault;
 }

@@ -45,10 +45,20 @@ private:
     QSaveFile m_file; // removes what it wrote when it is not committed
 };
 
-/// Why the last write, flush or other call for @p file failed, in the system's words.
+/// Why the last write, flush or other call for @p file failed, as causeOfSystem().
 QString causeOf(const QFileDevice& file);
 
+/// What the system says of a call that would have written at @p path, by default of the last call that failed. A full
+/// disk, a read-only one and a lack of rights are told in words that name the folder, all else in the system's.
+QString causeOfSystem(const QString& path, const QString& said = qt_error_string());
+
 // What each system does in its own way: System_unix.cpp and System_win.cpp.
+
+/// The ways in which a system refuses to write that a user can do something about.
+enum class DiskRefusal { Other, Full, ReadOnly, Forbidden };
+
+/// Which of them @p said, a text of the system, tells.
+DiskRefusal diskRefusalOf(const QString& said);
 
 /// Where nothing can take the place of a file that somebody has open, waits until nobody has the file at @p path open
 /// any more. Scanners and readers are gone in a moment; who stays longer than two seconds is not waited for.

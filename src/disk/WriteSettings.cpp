@@ -67,15 +67,15 @@ QString causeOf(const QSettings& store)
     return QStringLiteral("what stands there are no settings");
 }
 
-QString causeOf(const QLockFile& lock)
+QString causeOf(const QLockFile& lock, const QString& path)
 {
     switch (lock.error()) {
     case QLockFile::LockFailedError:
         return QStringLiteral("another process holds its lock");
     case QLockFile::PermissionError:
-        return qt_error_string();
+        return causeOfSystem(path);
     default: // it was made; where it is gone again, the system's reason is that of something later
-        return errno == ENOENT ? QStringLiteral("its lock cannot be written") : qt_error_string();
+        return errno == ENOENT ? QStringLiteral("its lock cannot be written") : causeOfSystem(path);
     }
 }
 
@@ -122,7 +122,7 @@ public:
         QLockFile lock(m_path + QLatin1String(".lock"));
         errno = 0;
         if (!lock.tryLock(Patience)) {
-            m_cause = causeOf(lock);
+            m_cause = causeOf(lock, m_path);
             return Failed;
         }
         QByteArray now;

@@ -6,6 +6,7 @@
 #include "core/Settings.h"
 #include "install/cInstallation.h"
 #include "install/cPluginFolders.h"
+#include "install/cPluginReplacement.h"
 #include "install/cRepair.h"
 #include "install/cUninstallation.h"
 #include "log/cFrameworkLog.h"
@@ -171,6 +172,11 @@ bool cInstallMgr::installPackage(const QString& path)
     const QString fault = installation.recover();
     if (!fault.isEmpty())
         return refuse(package, fault);
+    if (cPluginReplacement::isFor(m_configuration.installed(), id)) {
+        const cInstallOutcome outcome = cPluginReplacement(*this, m_configuration, m_log).run(id, package);
+        (void)installation.recover();
+        return conclude(outcome);
+    }
     const cFeatureCatalogue offered = developmentFeature(m_configuration.installed(), id, QUrl::fromLocalFile(package));
     return conclude(installation.run(offered, cPackageSource(package, cPackageSource::SinglePackage)));
 }

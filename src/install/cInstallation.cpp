@@ -236,6 +236,7 @@ bool cInstallation::writeRecord(QString* error)
         if (!m_plugins.findOrMake(id)->installCommandLines().isEmpty())
             files = filesIn(Corvane::pluginDir(id).absolutePath(), files);
         record.set(id, files);
+        record.setPackaged(id, m_unpacked.value(id));
     }
     QByteArray before;
     QList<QByteArray> catalogues{cConfigurationMgr::featuresText(m_plan->result())};

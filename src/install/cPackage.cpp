@@ -1,6 +1,7 @@
 #include "install/cPackage.h"
 
 #include "core/Files.h"
+#include "version/Shown.h"
 #include "zip/ZipRecords.h"
 
 #include <QtCore/QBuffer>
@@ -15,6 +16,11 @@ bool failWith(QString* error, const QString& reason)
 {
     *error = reason;
     return false;
+}
+
+QByteArray sha256Of(const QByteArray& content)
+{
+    return QCryptographicHash::hash(content, QCryptographicHash::Sha256);
 }
 
 /// What keeps the local header from belonging to the record; empty when it does.
@@ -103,9 +109,21 @@ bool cPackage::readContent(const cZipRecord& record, QByteArray* content, QStrin
         return false;
     if (quint32(content->size()) == record.uncompressedSize)
         return true;
-    return failWith(error, QStringLiteral("it has %1 bytes, where its record states %2")
-                               .arg(content->size())
+    return failWith(error, QStringLiteral("it has %1, where its record states %2")
+                               .arg(counted(content->size(), "byte"))
                                .arg(record.uncompressedSize));
+}
+
+cFileRecord::Files cPackage::files() const
+{
+    cFileRecord::Files files;
+    for (const cZipRecord& record : m_records) {
+        QByteArray content;
+        QString ignored;
+        if (record.isListed() && readContent(record, &content, &ignored))
+            files.insert(record.name, {content.size(), 0, sha256Of(content)});
+    }
+    return files;
 }
 
 bool cPackage::fail(const QString& reason)
@@ -147,7 +165,7 @@ bool cPackageUnpacker::makeFolderOf(const QString& path)
     if (m_madeFolders.contains(parent))
         return true;
     if (!m_folder.mkpath(parent))
-        return fail(parent, QStringLiteral("the folder cannot be made: ") + qt_error_string());
+        return fail(parent, QStringLiteral("the folder cannot be made: ") + causeOfSystem(parent));
     m_madeFolders.insert(parent);
     return true;
 }
@@ -170,7 +188,7 @@ void cPackageUnpacker::note(const QString& name, const QByteArray& content)
     cRecordedFile& file = m_files[name];
     file.size = content.size();
     file.changed = QFileInfo(m_folder.absoluteFilePath(name)).lastModified().toMSecsSinceEpoch();
-    file.sha256 = QCryptographicHash::hash(content, QCryptographicHash::Sha256);
+    file.sha256 = sha256Of(content);
 }
 
 bool cPackageUnpacker::fail(const QString& path, const QString& reason)

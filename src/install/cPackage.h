@@ -41,6 +41,9 @@ public:
     /// Gives the bytes of an entry, exactly as many as @p record states; more are never allocated.
     [[nodiscard]] bool readContent(const cZipRecord& record, QByteArray* content, QString* error) const;
 
+    /// The files that it unpacks to, by their contents; without times. It has been checked.
+    cFileRecord::Files files() const;
+
     /// Why the last of the functions without an @c error parameter failed.
     const QString& errorString() const { return m_errorString; }
 

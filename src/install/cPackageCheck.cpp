@@ -6,6 +6,7 @@
 #include "install/cPackage.h"
 #include "plugins/cManifestReader.h"
 #include "plugins/cStartRules.h"
+#include "version/Shown.h"
 #include "version/cPluginId.h"
 
 #include <QtCore/QCryptographicHash>
@@ -246,7 +247,7 @@ void cPackageCheck::checkSizes(const cPackage& package)
         sum += size;
         if (size > Limits::RatioFreeSize && size > qint64(m_limits.ratio) * record.compressedSize)
             addFinding(cPackageFinding::Size, record.name,
-                       QStringLiteral("it unpacks to more than %1 times its size").arg(m_limits.ratio));
+                       QStringLiteral("it unpacks to more than %1 its size").arg(counted(m_limits.ratio, "time")));
     }
     if (sum > m_limits.unpackedSize)
         addFinding(

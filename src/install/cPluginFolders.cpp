@@ -1,7 +1,9 @@
 #include "install/cPluginFolders.h"
 
 #include "core/Files.h"
+#include "disk/WholeFiles.h"
 #include "install/cInstallMgr.h"
+#include "plugins/cFileRecord.h"
 
 #include <Norvale/Corvane.h>
 
@@ -48,7 +50,7 @@ bool cFolderRemover::removeFolder(const QString& path)
     for (const QFileInfo& entry : QDir(path).entryInfoList(everything, QDir::Unsorted))
         isEmpty = removeEntry(entry) && isEmpty;
     return isEmpty && (removeEmptyFolder(path) ||
-                       fail(path, QStringLiteral("the folder is not empty or in use: ") + qt_error_string()));
+                       fail(path, QStringLiteral("the folder is not empty or in use: ") + causeOfSystem(path)));
 }
 
 bool cFolderRemover::removeFile(const QString& path)
@@ -57,7 +59,7 @@ bool cFolderRemover::removeFile(const QString& path)
     QFile file(path);
     if (file.remove() || QDir().rmdir(path))
         return true;
-    const QString reason = file.errorString();
+    const QString reason = causeOfSystem(path, file.errorString());
     if (isLink(QFileInfo(path)))
         return fail(path, reason);
     makeWritable(path);
@@ -127,6 +129,8 @@ bool cFolderJournal::remove()
 
 const QLatin1String cFolderSweep::ScratchName("unfinished.repair");
 
+const QLatin1String cFolderSweep::ReplacedName("unfinished.replaced");
+
 QString cFolderSweep::damagedFeaturesFile()
 {
     return QDir(Corvane::velmiraFolderOrFile(Corvane::PluginsFolder))
@@ -143,15 +147,43 @@ void cFolderSweep::run(const QSet<cPluginId>& installed)
         kept.insert(id.caselessKey());
     const QDir folder(Corvane::velmiraFolderOrFile(Corvane::PluginsFolder));
     cFolderRemover remover;
-    bool isDone = remover.remove(folder.absoluteFilePath(ScratchName));
-    if (!isDone)
+    bool isDone = restoreReplaced();
+    if (!remover.remove(folder.absoluteFilePath(ScratchName))) {
+        isDone = false;
         m_log.warning().noquote() << remover.errorString() << Qt::endl;
+    }
     for (const cPluginId& id : journal.plugins()) {
         if (!kept.contains(id.caselessKey()))
             isDone = remove(id) && isDone;
     }
     if (isDone && !journal.remove())
         m_log.warning().noquote() << journal.errorString() << Qt::endl;
+}
+
+// The record is written last: a folder that is as it says has taken the place of the old one.
+bool cFolderSweep::restoreReplaced()
+{
+    const QDir plugins(Corvane::velmiraFolderOrFile(Corvane::PluginsFolder));
+    const QDir replaced(plugins.absoluteFilePath(ReplacedName));
+    cFileRecord record;
+    (void)record.read(); // a damaged one knows of nothing, so the old one counts
+    for (const QString& name : replaced.entryList(QDir::Dirs | QDir::Hidden | QDir::NoDotAndDotDot)) {
+        const cPluginId id = cPluginId::parse(name);
+        const QString place = plugins.absoluteFilePath(name);
+        if (!id.isSafe() || (record.contains(id) && cFileRecord::differenceIn(place, record.files(id)).isEmpty()))
+            continue;
+        QString error;
+        cFolderRemover remover;
+        if (remover.remove(place) && moveOver(replaced.absoluteFilePath(name), place, &error))
+            continue;
+        m_log.error().noquote() << id.toString() << "is not put back:" << remover.errorString() + error << Qt::endl;
+        return false;
+    }
+    cFolderRemover remover;
+    if (remover.remove(replaced.absolutePath()))
+        return true;
+    m_log.warning().noquote() << remover.errorString() << Qt::endl;
+    return false;
 }
 
 bool cFolderSweep::remove(const cPluginId& id)

@@ -74,11 +74,18 @@ public:
 
     /// The folder in the plugins folder that a repair unpacks in. It is a leftover when no repair is under way.
     static const QLatin1String ScratchName;
+    /// The folder in the plugins folder that holds what a package of the same version replaces, until that counts.
+    static const QLatin1String ReplacedName;
     /// Where a repair keeps a features file that it has replaced.
     static QString damagedFeaturesFile();
 
-    /// Removes what the journal notes and @p installed does not hold in any case; then the journal. What cannot be
-    /// removed is logged and stays noted, for the next start. What a repair has left unfinished goes, too.
+    /// Puts plugin folders back that a run has moved away and not come to replace: what lies in their places is not as
+    /// the record of files says. False when one could not be; it is logged.
+    bool restoreReplaced();
+
+    /// Puts back what restoreReplaced() does. Then removes what the journal notes and @p installed does not hold in any
+    /// case; then the journal. What cannot be removed is logged and stays noted, for the next start. What a repair has
+    /// left unfinished goes, too.
     void run(const QSet<cPluginId>& installed);
 
     /// Removes the folder of the plugin @p id, if it is there. False when something of it stays; it is logged.

@@ -66,7 +66,7 @@ QString moveInto(const QDir& folder, const QString& name, const QString& from)
     const QString parent = QFileInfo(way).absolutePath();
     QString error;
     if (!QDir().mkpath(parent))
-        return QStringLiteral("the folder %1 cannot be made: %2").arg(parent, qt_error_string());
+        return QStringLiteral("the folder %1 cannot be made: %2").arg(parent, causeOfSystem(parent));
     return moveOver(from, way, &error) ? QString() : error;
 }
 
@@ -185,6 +185,7 @@ cRepair::cRepair(cInstallMgr& manager, cConfigurationMgr& configuration, cPlugin
 
 cRepairOutcome cRepair::run()
 {
+    (void)cFolderSweep(m_manager, m_log).restoreReplaced(); // what it cannot put back is found, and mended
     cInstalledState state = cInstalledState::read(m_configuration);
     if (state.reason.isEmpty() && !state.lastXml.isEmpty() && restoreCatalogue(state))
         state = cInstalledState::read(m_configuration);
@@ -255,7 +256,7 @@ void cRepair::repairPlugins(const cVerification& verification)
     else if (!remover.remove(scratch))
         reason = remover.errorString();
     else if (!QDir().mkpath(scratch))
-        reason = QStringLiteral("the folder %1 cannot be made: %2").arg(scratch, qt_error_string());
+        reason = QStringLiteral("the folder %1 cannot be made: %2").arg(scratch, causeOfSystem(scratch));
     cRepairSource source(m_configuration, scratch);
     for (const cPluginId& id : verification.faulty()) {
         QString own = reason;

@@ -1,6 +1,7 @@
 #include "install/cRepositorySettings.h"
 
 #include "config/cFeatureCatalogue.h"
+#include "disk/WholeFiles.h"
 #include "disk/WriteSettings.h"
 
 #include <QtCore/QDir>
@@ -32,7 +33,8 @@ bool cRepositorySettings::isWritable()
         return true;
     const bool isFile = QDir::isAbsolutePath(m_settings.fileName()); // else in the registry
     m_errorString = QStringLiteral("the settings in %1 cannot be written: %2")
-                        .arg(m_settings.fileName(), isFile ? qt_error_string() : QStringLiteral("access is denied"));
+                        .arg(m_settings.fileName(),
+                             isFile ? causeOfSystem(m_settings.fileName()) : QStringLiteral("access is denied"));
     return false;
 }
 

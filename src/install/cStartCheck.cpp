@@ -12,6 +12,7 @@
 namespace {
 
 constexpr int None = -1;
+const QLatin1String NotStarting("the suite would not start: ");
 
 } // namespace
 
@@ -23,10 +24,26 @@ void cStartCheck::run()
     const Set before = published(m_plan.installed().features());
     for (const cStartCandidate& plugin : before)
         m_before.insert(plugin.id);
-    for (const cStartFault& fault : cStartRules::faultsOf(before))
-        m_known.insert(keyOf(fault));
+    noteKnown(before);
     while (m_plan.hasTaken() && leaveOutFaulty())
         m_plan.settle();
+}
+
+QString cStartCheck::refusal(const cPluginId& id, const QString& folder)
+{
+    noteKnown(published(m_plan.installed().features()));
+    (void)read(id, folder);
+    for (const cStartFault& fault : cStartRules::faultsOf(published(m_plan.installed().features()))) {
+        if (!m_known.contains(keyOf(fault)))
+            return NotStarting + fault.reason;
+    }
+    return QString();
+}
+
+void cStartCheck::noteKnown(const Set& before)
+{
+    for (const cStartFault& fault : cStartRules::faultsOf(before))
+        m_known.insert(keyOf(fault));
 }
 
 /// The plugins that a start with these features would have, with their manifests.
@@ -44,11 +61,13 @@ cStartCheck::Set cStartCheck::published(const cFeatureCatalogue::Features& featu
 const cStartCandidate& cStartCheck::candidate(const cPluginId& id)
 {
     const auto known = m_candidates.constFind(id);
-    if (known != m_candidates.constEnd())
-        return *known;
+    return known != m_candidates.constEnd() ? *known : read(id, Corvane::pluginDir(id));
+}
+
+const cStartCandidate& cStartCheck::read(const cPluginId& id, const QDir& folder)
+{
     cStartCandidate& candidate = m_candidates[id];
-    candidate.id = id;
-    const QDir folder = Corvane::pluginDir(id);
+    candidate = cStartCandidate{id, {}, {}};
     cManifestReader reader(id, folder.absolutePath(), candidate.manifest);
     if (!reader.readFile(folder.absoluteFilePath(QStringLiteral("Manifest.xml"))))
         candidate.readError = reader.errorString();
@@ -64,7 +83,7 @@ bool cStartCheck::leaveOutFaulty()
         // What has been left out for another fault may have been all that is wrong here.
         if (m_known.contains(keyOf(fault)) || (hasLeftOut && isSettled(fault)))
             continue;
-        m_plan.leaveOut(culpritOf(fault), QStringLiteral("the suite would not start: ") + fault.reason);
+        m_plan.leaveOut(culpritOf(fault), NotStarting + fault.reason);
         hasLeftOut = true;
     }
     return hasLeftOut;

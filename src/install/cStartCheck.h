@@ -9,6 +9,7 @@
 #include <QtCore/QString>
 #include <QtCore/QVector>
 
+class QDir;
 class cInstallPlan;
 
 /**
@@ -27,11 +28,17 @@ public:
     /// Settles the plan, and goes on until what is left of it breaks no rule anew.
     void run();
 
+    /// Why the installed suite would not start with @p id as it lies in @p folder; empty when it would, or does not
+    /// start as it is. Nothing is left out of the plan.
+    QString refusal(const cPluginId& id, const QString& folder);
+
 private:
     using Set = QVector<cStartCandidate>;
 
+    void noteKnown(const Set& before);
     Set published(const cFeatureCatalogue::Features& features);
     const cStartCandidate& candidate(const cPluginId& id);
+    const cStartCandidate& read(const cPluginId& id, const QDir& folder);
     bool leaveOutFaulty();
     void notePlaces();
     int culpritOf(const cStartFault& fault) const;

@@ -40,6 +40,7 @@ bool cUninstallation::run()
 bool cUninstallation::removePlugins(const cFeatureCatalogue& installed)
 {
     cFolderSweep sweep(m_manager, m_log);
+    (void)sweep.restoreReplaced();
     cCommandRunner commands(m_manager, m_log);
     bool isDone = true;
     for (const cPluginId& id : pluginsOf(installed.features())) {
@@ -72,7 +73,7 @@ bool cUninstallation::removeFeaturesFile()
         QFile file(path);
         if (!file.exists() || file.remove())
             continue;
-        m_log.error().noquote() << path << "cannot be removed:" << file.errorString() << Qt::endl;
+        m_log.error().noquote() << path << "cannot be removed:" << causeOfSystem(path, file.errorString()) << Qt::endl;
         return false;
     }
     return true;

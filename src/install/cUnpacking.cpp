@@ -5,6 +5,7 @@
 #include "install/cPackage.h"
 #include "install/cPackageCheck.h"
 #include "install/cPluginFolders.h"
+#include "install/cPluginReplacement.h"
 #include "plugins/cPluginMgr.h"
 
 #include <Norvale/Corvane.h>
@@ -63,7 +64,7 @@ void cUnpacking::run()
     }
     if (m_plan.added().isEmpty() || flushNewFiles(Corvane::velmiraFolderOrFile(Corvane::PluginsFolder)))
         return;
-    const QString cause = qt_error_string();
+    const QString cause = causeOfSystem(Corvane::velmiraFolderOrFile(Corvane::FeaturesFile));
     for (int i = 0; i < m_plan.features().size(); ++i) {
         if (!m_plan.features().at(i).isLeftOut())
             m_plan.leaveOut(i, {QStringLiteral("what was unpacked cannot be flushed to the disk: ") + cause, true});
@@ -90,7 +91,7 @@ cUnpacking::Reason cUnpacking::unpack(const cFeaturePlugin& plugin)
     if (!id.isSafe())
         return {QStringLiteral("the plugin name \"%1\" cannot name a folder").arg(id.name())};
     if (m_plan.isPresent(id))
-        return {};
+        return differing(plugin);
     const cPluginId occupant = m_occupants.value(id.caselessKey(), id);
     if (occupant != id)
         return {QStringLiteral("the plugin %1 would have the folder of %2").arg(id.toString(), occupant.toString())};
@@ -100,6 +101,21 @@ cUnpacking::Reason cUnpacking::unpack(const cFeaturePlugin& plugin)
     cPackage package;
     const Reason refused = verify(plugin, path, package);
     return refused.isEmpty() ? write(id, package) : refused;
+}
+
+/// Why the package of a plugin that is there cannot be had: it has other contents under the same version. What an
+/// update fetches has none for plugins that are there.
+cUnpacking::Reason cUnpacking::differing(const cFeaturePlugin& plugin) const
+{
+    const QString path = m_source.isConsumed() ? QString() : m_source.find(plugin);
+    cPackage package;
+    cPackageCheck check;
+    check.expect(plugin.id());
+    if (path.isEmpty() || !check.checkFile(path, package) || isInstalledFrom(plugin.id(), package))
+        return {};
+    return {QStringLiteral("%1 is installed already and this package differs from it: %2; give it another version, or "
+                           "uninstall first")
+                .arg(plugin.id().toString(), path)};
 }
 
 cUnpacking::Reason cUnpacking::verify(const cFeaturePlugin& plugin, const QString& path, cPackage& package)

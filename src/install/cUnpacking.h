@@ -72,6 +72,7 @@ private:
 
     void unpackFeature(int index);
     Reason unpack(const cFeaturePlugin& plugin);
+    Reason differing(const cFeaturePlugin& plugin) const;
     Reason verify(const cFeaturePlugin& plugin, const QString& path, cPackage& package);
     Reason write(const cPluginId& id, const cPackage& package);
 

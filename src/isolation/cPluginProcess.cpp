@@ -69,6 +69,7 @@ bool cPluginProcess::start()
     if (!ask(FrameKind::Start))
         return false;
     m_step = Step::Running;
+    m_whyDown.clear();
     m_remote->withdrawStale();
     return true;
 }
@@ -115,6 +116,7 @@ void cPluginProcess::onClosed()
     end(why, 0);
     if (m_step != Step::Running)
         return; // who waits for the answer tells
+    m_whyDown = why;
     pluginLog().error().noquote() << why + QStringLiteral("; the suite goes on without it") << Qt::endl;
     planRestart();
 }
@@ -143,10 +145,9 @@ void cPluginProcess::planRestart()
             this, [this] { restart(); }, Qt::QueuedConnection);
         return;
     }
-    pluginLog().error().noquote() << QStringLiteral("%1 stays down: it has been started again %2 times in five minutes")
-                                         .arg(m_id.toString())
-                                         .arg(MostRestarts)
-                                  << Qt::endl;
+    const QString text = QStringLiteral("%1 stays down: it has been started again %2 times in five minutes");
+    m_whyDown += QStringLiteral("; ") + text.arg(m_id.toString()).arg(MostRestarts);
+    pluginLog().error().noquote() << text.arg(m_id.toString()).arg(MostRestarts) << Qt::endl;
 }
 
 void cPluginProcess::restart()
@@ -157,8 +158,8 @@ void cPluginProcess::restart()
         pluginLog().info().noquote() << QStringLiteral("started %1 again").arg(m_id.toString()) << Qt::endl;
         return;
     }
-    pluginLog().error().noquote() << QStringLiteral("%1 is not started again: %2").arg(m_id.toString(), m_errorString)
-                                  << Qt::endl;
+    m_whyDown = QStringLiteral("%1 is not started again: %2").arg(m_id.toString(), m_errorString);
+    pluginLog().error().noquote() << m_whyDown << Qt::endl;
     m_step = Step::Running; // in the eyes of the suite, which stops it when the time comes
     planRestart();
 }

@@ -29,6 +29,7 @@ public:
     bool load() override;
     bool start() override;
     bool stop() override;
+    QString whyDown() const override { return m_whyDown; }
     QString errorString() const override { return m_errorString; }
 
 private:
@@ -51,5 +52,6 @@ private:
     Step m_step = Step::Idle;
     QElapsedTimer m_time;
     std::deque<qint64> m_restarts; // their times
+    QString m_whyDown;
     QString m_errorString;
 };

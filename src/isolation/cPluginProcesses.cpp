@@ -7,7 +7,6 @@
 #include <Norvale/Corvane.h>
 
 #include <QtCore/QCoreApplication>
-#include <QtCore/QDir>
 #include <QtCore/QFileInfo>
 
 namespace {
@@ -36,7 +35,7 @@ QStringList cPluginPrograms::places() const
 {
     const QString besideLibrary = QFileInfo(ownImage()).path();
     return {QCoreApplication::applicationDirPath(), besideLibrary,
-            QDir::cleanPath(besideLibrary + QLatin1String("/" NORVALE_PROGRAMS_FROM_LIBRARY)),
+            besideLibrary + QLatin1String("/" NORVALE_PRIVATE_FOLDER),
             Corvane::velmiraFolderOrFile(Corvane::CoreFolder)};
 }
 

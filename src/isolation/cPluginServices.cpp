@@ -144,12 +144,14 @@ bool cPluginServices::invoke(const QString& serviceId, const QString& method, QG
         reason = QStringLiteral("values of the type %1 cannot travel between processes")
                      .arg(QString::fromLatin1(resultType));
     if (!reason.isEmpty()) {
-        m_log.warning().noquote() << QStringLiteral("%1 is not made: %2").arg(what, reason) << Qt::endl;
+        tellFailedCall(QStringLiteral("%1 is not made: %2").arg(what, reason));
         return false;
     }
     cFrameReader answer;
-    if (!ask(frame, &answer, what) || !answer.byte())
-        return false; // why is in the log
+    if (!ask(frame, &answer, what) || !answer.byte()) {
+        noteFailedCall(QStringLiteral("%1 has failed in the suite, whose log tells why").arg(what));
+        return false;
+    }
     return !ret.data() || FrameValues::assign(type, ret.data(), answer.value());
 }
 

@@ -2,8 +2,7 @@
 
 #include "isolation/Frames.h"
 #include "isolation/cRemotePlugin.h"
-#include "log/cFrameworkLog.h"
-#include "services/cMethodCall.h"
+#include "services/cServiceMgr.h"
 
 #include <QtCore/QHash>
 #include <QtCore/QMetaMethod>
@@ -161,9 +160,8 @@ int cRemoteService::qt_metacall(QMetaObject::Call call, int id, void** values)
 void cRemoteService::fail(const QByteArray& method, const QString& reason) const
 {
     cMethodCall::failElsewhere();
-    cFrameworkLog::services().warning().noquote()
-        << QStringLiteral("Cannot call \"%1\" of the service \"%2\": %3").arg(QString::fromLatin1(method), m_id, reason)
-        << Qt::endl;
+    cServiceMgr::tellFailedCall(
+        QStringLiteral("Cannot call \"%1\" of the service \"%2\": %3").arg(QString::fromLatin1(method), m_id, reason));
 }
 
 bool cRemoteService::callMethod(quint32 number, void** values, QString* reason) const

@@ -20,6 +20,12 @@ public:
     static cLog configuration() { return take(QStringLiteral("ConfigurationMgr")); }
     static cLog installation() { return take(QStringLiteral("InstallMgr")); }
 
+    /// Whether lines go anywhere: to the log file, the debugger output, or what is kept for a report.
+    static bool isHeard();
+
+    /// Has the system write what the log file still buffers: it is on disk when the process ends in whatever way.
+    static void writeOut();
+
 private:
     static cLog take(const QString& name);
 };

@@ -91,6 +91,20 @@ cLog cFrameworkLog::take(const QString& name)
     return log;
 }
 
+bool cFrameworkLog::isHeard()
+{
+    cLogCentralData& central = *cLogCentral::instance()->d;
+    const QMutexLocker locker(&central.lock);
+    return central.isHeard();
+}
+
+void cFrameworkLog::writeOut()
+{
+    cLogCentralData& central = *cLogCentral::instance()->d;
+    const QMutexLocker locker(&central.lock);
+    central.writeOut();
+}
+
 cLog cLogCentral::sysLog()
 {
     instance();
@@ -183,4 +197,11 @@ QList<cLogEntry> cLogCentral::history()
     cLogCentralData& central = *instance()->d;
     const QMutexLocker locker(&central.lock);
     return central.history;
+}
+
+void cLogCentral::setLineOutput(void (*show)(const cLogEntry& line))
+{
+    cLogCentralData& central = *instance()->d;
+    const QMutexLocker locker(&central.lock);
+    central.lineOutput = show;
 }

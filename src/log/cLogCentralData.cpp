@@ -78,9 +78,9 @@ void cLogCentralData::output(const cLogImpl* channel, debugType level, const QBy
     if (!channel)
         qFatal("Called output without a logger!");
     const QMutexLocker locker(&lock);
-    const bool isKept = cLastLines::instance().isKept();
-    if (!isDebuggerOutputOn && !m_file && !isKept)
+    if (!isHeard())
         return;
+    const bool isKept = cLastLines::instance().isKept();
     const QByteArray text = channel->isShown() ? LineText::shownLine(bytes) : bytes;
     const qint64 time = QDateTime::currentMSecsSinceEpoch();
     if (isKept)
@@ -96,14 +96,26 @@ void cLogCentralData::output(const cLogImpl* channel, debugType level, const QBy
         m_file->flush(); // the reason of a fatal end is on disk
 }
 
+bool cLogCentralData::isHeard() const
+{
+    return isDebuggerOutputOn || m_file || cLastLines::instance().isKept();
+}
+
 void cLogCentralData::showEntry(const cLogEntry& entry, const QString& shownChannel)
 {
-    if (!isHooksOnly)
-        writeDebuggerLine(LineText::forDebugger(entry.threadId, shownChannel, entry.message));
+    showOutside(entry, shownChannel);
     m_caller.store(entry.threadId, std::memory_order_relaxed);
     hooks.call(entry, [this](const QString& thrown) { lockedUnlessHeld([&] { noteOfHook(thrown); }); });
     m_caller.store(nullptr, std::memory_order_relaxed);
     remember(entry);
+}
+
+void cLogCentralData::showOutside(const cLogEntry& entry, const QString& shownChannel) const
+{
+    if (lineOutput)
+        lineOutput(entry);
+    else if (!isHooksOnly)
+        writeDebuggerLine(LineText::forDebugger(entry.threadId, shownChannel, entry.message));
 }
 
 void cLogCentralData::remember(const cLogEntry& entry)
@@ -119,9 +131,9 @@ void cLogCentralData::noteOfHook(const QString& message)
     const QString channel = QStringLiteral("Norvale");
     const QString line = shown(message);
     const QDateTime now = QDateTime::currentDateTime();
-    if (!isHooksOnly)
-        writeDebuggerLine(LineText::forDebugger(currentThread(), channel, line));
-    remember({channel, currentThread(), now, debugError, line});
+    const cLogEntry entry{channel, currentThread(), now, debugError, line};
+    showOutside(entry, channel);
+    remember(entry);
     if (cLastLines::instance().isKept())
         keepLine(channel.toUtf8(), now.toMSecsSinceEpoch(), line.toUtf8());
     if (!m_file)
@@ -173,9 +185,14 @@ void cLogCentralData::flushAtUnload()
     if (!lock.tryLock(UnloadTimeout))
         return;
     m_isFlushedAlways = true;
+    writeOut();
+    lock.unlock();
+}
+
+void cLogCentralData::writeOut()
+{
     if (m_file)
         m_file->flush();
-    lock.unlock();
 }
 
 bool cLogCentralData::openFile(const QString& path)

@@ -53,14 +53,21 @@ public:
     QList<cLogEntry> history;
     bool isDebuggerOutputOn = false;
     bool isHooksOnly = false;
+    void (*lineOutput)(const cLogEntry& line) = nullptr; // null for the debugger
 
     /// Sends the bytes of a line to the sinks. Takes the lock.
     void output(const cLogImpl* channel, debugType level, const QByteArray& text);
 
+    /// Whether there is a sink; the lock is held.
+    bool isHeard() const;
+
     /// Closes the log file; the lock is held.
     void closeFile();
 
-    /// Writes out what the log file still buffers, and from now on each line at once: the library is unloaded.
+    /// Writes out what the log file still buffers; the lock is held.
+    void writeOut();
+
+    /// Takes the lock, writes that out, and from now on each line at once: the library is unloaded.
     void flushAtUnload();
 
     /// Opens a log file. @return false when that fails; the lock is held.
@@ -84,6 +91,7 @@ private:
     static Qt::HANDLE currentThread();
 
     void showEntry(const cLogEntry& entry, const QString& shownChannel);
+    void showOutside(const cLogEntry& entry, const QString& shownChannel) const;
     void remember(const cLogEntry& entry);
     void noteOfHook(const QString& message);
     void keepLine(const QByteArray& channel, qint64 time, const QByteArray& text);

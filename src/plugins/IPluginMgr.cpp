@@ -38,6 +38,7 @@ bool* answerFor(const IPluginMgr& manager, bool& answer)
 IPluginMgr::IPluginMgr()
 {
     qRegisterMetaType<bool*>("bool*");
+    qRegisterMetaType<cPluginInfo::State>("cPluginInfo::State");
     s_instance = this;
 }
 

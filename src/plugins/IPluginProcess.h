@@ -26,6 +26,10 @@ public:
     /// Has it stop the plugin object, and ends the process. False when the stop went wrong.
     virtual bool stop() = 0;
 
+    /// Why the process is not there between start() and stop(); empty when it is. As a sentence that begins with the
+    /// plugin's id.
+    virtual QString whyDown() const = 0;
+
     /// Why the last function that returned false did so, as a sentence that goes on after the plugin's id and a colon.
     virtual QString errorString() const = 0;
 };

@@ -2,6 +2,7 @@
 
 #include "core/cXmlTree.h"
 #include "plugins/cPluginDependency.h"
+#include "version/Shown.h"
 #include "version/cPluginId.h"
 
 #include <Norvale/IPlugin.h>
@@ -82,6 +83,43 @@ constexpr cText Json{"NotEmpty", isJson, "the text of %1 is no JSON document", B
 constexpr cText Dependency{"NotEmpty", isDependency, "%1 \"%2\" is neither NAME nor NAME:NUMBER"};
 constexpr cText Platform{"xs:string", isBuiltFor, "a deployment for \"%2\" is never read"};
 
+bool isIn(QStringView tag, const cRule& rule, bool isAttribute)
+{
+    return rule.in == tag && (rule.kind == cRule::Attribute) == isAttribute;
+}
+
+bool isKnown(QStringView name, bool isAttribute, QStringView tag)
+{
+    return std::any_of(std::begin(Table), std::end(Table),
+                       [&](const cRule& rule) { return rule.name == name && isIn(tag, rule, isAttribute); });
+}
+
+QString textFor(QStringView name, bool isAttribute, QStringView ruleTag, QStringView tag)
+{
+    QStringList known;
+    for (const cRule& rule : Table) {
+        if (isIn(ruleTag, rule, isAttribute))
+            known.append(rule.name.toString());
+    }
+    return unreadText(name.toString(), isAttribute, tag.toString(), known);
+}
+
+/// @p tag is the element's as the table has it.
+void tellUnread(QStringView tag, const cXmlElement& element, const Unread& tell)
+{
+    for (int i = 0; i < element.attributeCount(); ++i) {
+        const QStringView name = element.attributeName(i);
+        if (!isKnown(name, true, tag) && !isOfXml(name))
+            tell(element, true, textFor(name, true, tag, element.tag()));
+    }
+    for (cXmlElement child = element.firstChild(); !child.isNull(); child = child.nextSibling()) {
+        if (isKnown(child.tag(), false, tag))
+            tellUnread(child.tag(), child, tell);
+        else
+            tell(child, false, textFor(child.tag(), false, tag, element.tag()));
+    }
+}
+
 bool walkBelow(QStringView tag, const cXmlElement& element, const Visit& visit)
 {
     unsigned met = 0; // a bit for each rule
@@ -151,6 +189,24 @@ QString cRule::reason(const QString& written) const
 bool ManifestRules::walk(const cXmlElement& root, const Visit& visit)
 {
     return walkBelow(u"", root, visit);
+}
+
+void ManifestRules::eachUnread(const cXmlElement& root, const Unread& tell)
+{
+    tellUnread(u"", root, tell);
+}
+
+QString ManifestRules::unreadText(const QString& name, bool isAttribute, const QString& tag, const QStringList& known)
+{
+    const QString meant = nearestName(name, known);
+    const QString text = isAttribute ? QStringLiteral("the attribute \"%1\" of <%2> is not read")
+                                     : QStringLiteral("<%1> in <%2> is not read");
+    return text.arg(name, tag) + (meant.isEmpty() ? QString() : QStringLiteral("; is \"%1\" meant?").arg(meant));
+}
+
+bool ManifestRules::isOfXml(QStringView attribute)
+{
+    return attribute.startsWith(QLatin1String("xml")) || attribute.contains(QLatin1Char(':'));
 }
 
 QString ManifestRules::versionReason(const QString& text)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QtCore/QString>
+#include <QtCore/QStringList>
 #include <QtCore/QStringView>
 
 #include <functional>
@@ -52,6 +53,19 @@ extern const cRule Table[26];
 /// is in a deployment for another platform does not count. @return false when @p visit did, which ends the walk.
 using Visit = std::function<bool(const cRule& rule, const cXmlElement& element)>;
 bool walk(const cXmlElement& root, const Visit& visit);
+
+/// Is told of an attribute of @p element, or of the element itself, that no reader looks at, in words for people.
+using Unread = std::function<void(const cXmlElement& element, bool isAttribute, const QString& text)>;
+
+/// Calls @p tell for every name in the document that is not in the table, in document order; nothing below an unknown
+/// element is looked at. Readers pass over these in silence, so that what is misspelt is found here or not at all.
+void eachUnread(const cXmlElement& root, const Unread& tell);
+
+/// The words for it: @p tag is that of the element around it, @p known the names that might be meant.
+QString unreadText(const QString& name, bool isAttribute, const QString& tag, const QStringList& known);
+
+/// Whether an attribute is for XML itself, so that it may stand anywhere: it declares or uses a name space.
+bool isOfXml(QStringView attribute);
 
 /// Why @p text is no version; empty when it is one to three numbers that cVersion reads as they stand, with the point
 /// behind the first that it asks for: "1.", "1.2", "1.02.003".

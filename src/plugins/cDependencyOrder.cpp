@@ -162,14 +162,6 @@ QVector<cOrderFault> cDependencyOrder::faults() const
     return faults;
 }
 
-QStringList cDependencyOrder::reasons() const
-{
-    QStringList texts;
-    for (const cOrderFault& fault : faults())
-        texts.append(fault.text);
-    return texts;
-}
-
 int cDependencyOrder::firstLeftProvider(int record) const
 {
     for (int i = m_providersBegin[record]; i < m_providersBegin[record + 1]; ++i) {

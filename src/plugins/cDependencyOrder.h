@@ -45,15 +45,14 @@ public:
     /// that only depend on such ones have no fault of their own. Empty when all are placed.
     QVector<cOrderFault> faults() const;
 
-    /// The texts of the faults.
-    QStringList reasons() const;
+    /// After order(), the first record that @p record waits for and that has no place; negative when there is none.
+    int firstLeftProvider(int record) const;
 
 private:
     static constexpr int Absent = -1;
 
     int count() const { return int(m_names.size()); }
     void resolve();
-    int firstLeftProvider(int record) const;
     cOrderFault cycleOf(int member) const;
 
     std::vector<QString> m_names;

@@ -1,6 +1,7 @@
 #include "plugins/cFileRecord.h"
 
 #include "disk/WholeFiles.h"
+#include "version/Shown.h"
 #include "json/JsonText.h"
 
 #include <Norvale/Corvane.h>
@@ -32,6 +33,17 @@ QByteArray headOf(const QByteArray& body)
 QByteArray quoted(const QString& text)
 {
     return '"' + JsonText::escaped(text) + '"';
+}
+
+/// A SHA-256 of the names and contents.
+QByteArray digestOf(const cFileRecord::Files& files)
+{
+    QCryptographicHash hash(QCryptographicHash::Sha256);
+    for (auto file = files.begin(); file != files.end(); ++file) {
+        hash.addData(file.key().toUtf8() + '\0');
+        hash.addData(file->sha256);
+    }
+    return hash.result();
 }
 
 /// A name that leads from a plugin's folder to a file below it.
@@ -80,7 +92,7 @@ QString cRecordedFile::difference(const QString& path) const
     if (!file.isFile())
         return QStringLiteral("is no file");
     if (file.size() != size)
-        return QStringLiteral("has %1 bytes instead of %2").arg(file.size()).arg(size);
+        return QStringLiteral("has %1 instead of %2").arg(counted(file.size(), "byte")).arg(size);
     cRecordedFile now;
     QString error;
     if (!now.take(path, &error))
@@ -111,6 +123,7 @@ QString cFileRecord::path()
 bool cFileRecord::read()
 {
     m_plugins.clear();
+    m_packages.clear();
     m_catalogues.clear();
     if (isAbsent(path()))
         return true;
@@ -130,6 +143,33 @@ void cFileRecord::keepOnly(const QSet<cPluginId>& plugins)
 {
     for (auto it = m_plugins.begin(); it != m_plugins.end();)
         it = plugins.contains(it.key()) ? std::next(it) : m_plugins.erase(it);
+    for (auto it = m_packages.begin(); it != m_packages.end();)
+        it = plugins.contains(it.key()) ? std::next(it) : m_packages.erase(it);
+}
+
+void cFileRecord::setPackaged(const cPluginId& id, const Files& files)
+{
+    const QByteArray digest = digestOf(files);
+    if (digest == digestOf(m_plugins.value(id)))
+        m_packages.remove(id);
+    else
+        m_packages.insert(id, digest);
+}
+
+bool cFileRecord::isFrom(const cPluginId& id, const Files& packaged) const
+{
+    const QByteArray known = m_packages.contains(id) ? m_packages.value(id) : digestOf(m_plugins.value(id));
+    return digestOf(packaged) == known;
+}
+
+QString cFileRecord::differenceIn(const QString& folder, const Files& files)
+{
+    for (auto file = files.begin(); file != files.end(); ++file) {
+        const QString difference = file->difference(QDir(folder).absoluteFilePath(file.key()));
+        if (!difference.isEmpty())
+            return file.key() + QLatin1Char(' ') + difference;
+    }
+    return QString();
 }
 
 // A line for each file, so that people can read it and two records can be compared.
@@ -154,13 +194,23 @@ QByteArray cFileRecord::toBytes() const
         }
         body += '}';
     }
-    body += "}}\n";
+    body += '}';
+    QMap<QString, QByteArray> packages;
+    for (auto it = m_packages.begin(); it != m_packages.end(); ++it)
+        packages.insert(it.key().toString(), it.value());
+    const char* package = ",\n\"packages\":{\n";
+    for (auto it = packages.begin(); it != packages.end(); ++it) {
+        body += package + quoted(it.key()) + ":\"" + it.value().toHex() + '"';
+        package = ",\n";
+    }
+    body += packages.isEmpty() ? "}\n" : "}}\n";
     return headOf(body) + body;
 }
 
 bool cFileRecord::fromBytes(const QByteArray& bytes)
 {
     m_plugins.clear();
+    m_packages.clear();
     m_catalogues.clear();
     const int head = DigestBegin.size() + 2 * DigestSize + DigestEnd.size();
     if (!bytes.startsWith(DigestBegin) || bytes.size() < head)
@@ -176,6 +226,9 @@ bool cFileRecord::fromBytes(const QByteArray& bytes)
         if (!readPlugin(key, plugins[key]))
             return false;
     }
+    const cJsonValue& packages = qAsConst(document)[QStringLiteral("packages")];
+    for (const QString& key : packages.keys())
+        m_packages.insert(cPluginId::parse(key), QByteArray::fromHex(packages[key].toString().toLatin1()));
     const cJsonValue& catalogues = qAsConst(document)[QStringLiteral("features")];
     for (int i = 0; i < int(catalogues.size()); ++i)
         m_catalogues.append(QByteArray::fromHex(catalogues[i].toString().toLatin1()));
@@ -211,6 +264,7 @@ bool cFileRecord::knowsCatalogue(const QByteArray& text) const
 bool cFileRecord::fail(const QString& reason)
 {
     m_plugins.clear();
+    m_packages.clear();
     m_catalogues.clear();
     m_errorString = reason;
     return false;

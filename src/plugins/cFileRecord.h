@@ -64,6 +64,13 @@ public:
     /// The files of the plugin; none when it has no record.
     Files files(const cPluginId& id) const { return m_plugins.value(id); }
     void set(const cPluginId& id, const Files& files) { m_plugins.insert(id, files); }
+    /// Notes what the plugin's package held, where its install command lines have made something else of it.
+    void setPackaged(const cPluginId& id, const Files& files);
+    /// Whether the plugin has been installed from a package that held these files; their times do not count.
+    bool isFrom(const cPluginId& id, const Files& packaged) const;
+    /// What tells the first of @p files that lies otherwise in @p folder, with its name; empty when all lie there with
+    /// their contents. Reads them whole.
+    static QString differenceIn(const QString& folder, const Files& files);
     /// Forgets all plugins but these.
     void keepOnly(const QSet<cPluginId>& plugins);
 
@@ -85,5 +92,6 @@ private:
 
     QList<QByteArray> m_catalogues; // SHA-256 of each text that the features file may have
     QHash<cPluginId, Files> m_plugins;
+    QHash<cPluginId, QByteArray> m_packages; // digest of what the package held, where it is not that of the files
     QString m_errorString;
 };

@@ -1,5 +1,7 @@
 #include "plugins/cLibraryFile.h"
 
+#include "version/Shown.h"
+
 #include <limits>
 
 namespace {
@@ -49,7 +51,7 @@ QString cLibraryFile::fault()
     m_file.close();
     if (m_told <= m_size)
         return QString();
-    return QStringLiteral("has %1 bytes, and its headers tell of %2").arg(m_size).arg(m_told);
+    return QStringLiteral("has %1, and its headers tell of %2").arg(counted(m_size, "byte")).arg(m_told);
 }
 
 /// @return what there is of it.

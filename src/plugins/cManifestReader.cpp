@@ -27,6 +27,9 @@ bool cManifestReader::read(const QByteArray& xml, const QString& path)
         m_errorString = QStringLiteral("%1, %2").arg(path, reason);
         return false;
     }
+    ManifestRules::eachUnread(tree.root(), [this](const cXmlElement& element, bool, const QString& text) {
+        m_warnings.append(placed(element, text));
+    });
     const auto visit = [this](const ManifestRules::cRule& rule, const cXmlElement& element) {
         return readElement(rule, element);
     };
@@ -102,10 +105,14 @@ cCmdLine cManifestReader::readCommandLine(const cXmlElement& line)
     return cCmdLine(m_expander.expand(line.attribute(u"program")), params, line.attribute(u"condition"));
 }
 
+QString cManifestReader::placed(const cXmlElement& element, const QString& text) const
+{
+    return QStringLiteral("%1, line %2, column %3: %4")
+        .arg(m_path, QString::number(element.line()), QString::number(element.column()), text);
+}
+
 bool cManifestReader::failAt(const ManifestRules::cRule& rule, const cXmlElement& element)
 {
-    m_errorString = QStringLiteral("%1, line %2, column %3: %4")
-                        .arg(m_path, QString::number(element.line()), QString::number(element.column()),
-                             rule.reason(element.text()));
+    m_errorString = placed(element, rule.reason(element.text()));
     return false;
 }

@@ -36,6 +36,9 @@ public:
 
     const QString& errorString() const { return m_errorString; }
 
+    /// What the document has that nobody reads, each with its place; also after a fault.
+    const QStringList& warnings() const { return m_warnings; }
+
 private:
     bool readElement(const ManifestRules::cRule& rule, const cXmlElement& element);
     void readPlugin(const cXmlElement& plugin);
@@ -43,6 +46,7 @@ private:
     bool readParams(const QString& text);
     void readDependency(const QString& text);
     bool readService(const QString& name);
+    QString placed(const cXmlElement& element, const QString& text) const;
     bool failAt(const ManifestRules::cRule& rule, const cXmlElement& element);
 
     QString m_folder;
@@ -50,5 +54,6 @@ private:
     cManifest& m_manifest;
     QList<cCmdLine>* m_commandLines = nullptr; // of the `install` or `uninstall` that is being read
     QString m_path;
+    QStringList m_warnings;
     QString m_errorString;
 };

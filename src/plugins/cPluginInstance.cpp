@@ -39,6 +39,15 @@ bool isMove(Stage from, Stage to)
     return false;
 }
 
+/// What may be wrong where a library does not exist: build systems put "lib" before the name.
+QString hintAt(const QString& path)
+{
+    const QFileInfo wanted(path);
+    const QString prefixed = QStringLiteral("lib") + wanted.fileName();
+    return wanted.dir().exists(prefixed) ? QStringLiteral("; %1 does, but names have no prefix").arg(prefixed)
+                                         : QString();
+}
+
 } // namespace
 
 #ifdef Q_OS_WIN
@@ -99,7 +108,22 @@ bool cPluginInstance::readManifest()
 {
     m_manifest = cManifest();
     cManifestReader reader(m_id, m_folder, m_manifest);
-    return reader.readFile(m_folder + QLatin1String("/Manifest.xml")) || fail(reader.errorString());
+    const bool isRead = reader.readFile(manifestFile());
+    m_warnings = reader.warnings();
+    return isRead || fail(reader.errorString());
+}
+
+QStringList cPluginInstance::takeManifestWarnings()
+{
+    if (m_warnings == m_takenWarnings)
+        return QStringList();
+    m_takenWarnings = m_warnings;
+    return m_warnings;
+}
+
+QString cPluginInstance::manifestFile() const
+{
+    return m_folder + QLatin1String("/Manifest.xml");
 }
 
 bool cPluginInstance::readCommandLines(const cXmlElement& element, QList<cCmdLine>& target)
@@ -115,8 +139,31 @@ QString cPluginInstance::expandVariables(const QString& text) const
     return cVariableExpander(m_id, m_folder).expand(text);
 }
 
+cPluginInfo::State cPluginInstance::progress() const
+{
+    switch (m_stage) {
+    case Stage::Loaded:
+        return cPluginInfo::Loaded;
+    case Stage::Started:
+        return cPluginInfo::Started;
+    case Stage::Stopped:
+        return cPluginInfo::Stopped;
+    default: // not loaded yet
+        return m_state != 0 ? cPluginInfo::Ordered : cPluginInfo::Registered;
+    }
+}
+
+bool cPluginInstance::takeNews()
+{
+    std::pair<cPluginInfo::State, QString> now(progress(), m_failure);
+    now.swap(m_told);
+    return now != m_told;
+}
+
 bool cPluginInstance::reconsider()
 {
+    if (m_stage == Stage::Faulty)
+        m_failure.clear();
     if (m_stage == Stage::Faulty || m_stage == Stage::Read)
         moveTo(Stage::Known);
     return m_stage == Stage::Known;
@@ -133,7 +180,7 @@ bool cPluginInstance::loadLibrary()
     const QString fault = file.fault();
     // QLibrary would go on to look for similar names.
     if (!file.exists())
-        return fail(QStringLiteral("its library %1 does not exist").arg(path));
+        return fail(QStringLiteral("its library %1 does not exist%2").arg(path, hintAt(path)));
     if (!fault.isEmpty())
         return fail(QStringLiteral("its library %1 is cut short: it %2").arg(path, fault));
     if (m_process)
@@ -166,11 +213,13 @@ bool cPluginInstance::callEntryFunction()
 {
     using EntryFunction = IPlugin* (*)();
     const QString text = QStringLiteral("the entry function \"%1\" of its library %2 %3");
+    const QString absent =
+        QStringLiteral("does not exist: is it extern \"C\", exported, and named so in the manifest?");
     const auto entry =
         reinterpret_cast<EntryFunction>(m_library.resolve(m_manifest.entryFunction.toLatin1().constData()));
     m_code = reinterpret_cast<const void*>(entry);
     if (!entry)
-        return fail(text.arg(m_manifest.entryFunction, m_library.fileName(), QStringLiteral("does not exist")));
+        return fail(text.arg(m_manifest.entryFunction, m_library.fileName(), absent));
     const QString thrown = whatIsThrownBy([&] { m_object = entry(); });
     if (m_object)
         return true;
@@ -205,6 +254,7 @@ bool cPluginInstance::start()
         installTranslation();
     if (startObject()) {
         moveTo(Stage::Started);
+        m_failure.clear();
         return true;
     }
     QCoreApplication::removeTranslator(&m_translator);
@@ -219,8 +269,12 @@ bool cPluginInstance::startObject()
         return m_process->start() || fail(m_process->errorString());
     bool isStarted = false;
     const QString thrown = whatIsThrownBy([&] { isStarted = m_object->start(&m_context); });
-    return isStarted ||
-           fail(QStringLiteral("its start %1").arg(thrown.isEmpty() ? QStringLiteral("returned false") : thrown));
+    if (isStarted)
+        return true;
+    const QString hint = QStringLiteral("; the log channel \"%1\" is where the plugin can say why").arg(name());
+    return fail(QStringLiteral("its start %1 (%2)%3")
+                    .arg(thrown.isEmpty() ? QStringLiteral("returned false") : thrown, m_library.fileName(),
+                         thrown.isEmpty() ? hint : QString()));
 }
 
 bool cPluginInstance::stop()

@@ -6,12 +6,15 @@
 #include "version/cPluginId.h"
 
 #include <Norvale/IPluginContext.h>
+#include <Norvale/IPluginMgr.h>
 
 #include <QtCore/QLibrary>
 #include <QtCore/QObject>
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 #include <QtCore/QTranslator>
+
+#include <utility>
 
 class IPlugin;
 class cPluginInstance;
@@ -100,6 +103,9 @@ public:
     /// stage stays: see judge().
     [[nodiscard]] virtual bool readManifest();
 
+    /// What the manifest that was read last has and nobody reads, each with its place; empty when that has been taken.
+    QStringList takeManifestWarnings();
+
     /// Appends a command line for @p element and for each later sibling of that name to @p target. Always true.
     virtual bool readCommandLines(const cXmlElement& element, QList<cCmdLine>& target);
 
@@ -127,10 +133,24 @@ public:
 
     Stage stage() const { return m_stage; }
 
+    /// How far the plugin has come, as hosts are told.
+    cPluginInfo::State progress() const;
+
+    /// Why the plugin does not run though it should, as logged; empty when nothing has failed since its manifest was
+    /// refused last, or since it was started last.
+    const QString& failure() const { return m_failure; }
+    void setFailure(const QString& reason) { m_failure = reason; }
+
+    /// Why a plugin that has been started does not run any more, which one of a process of its own can; else empty.
+    QString whyDown() const { return m_process && m_stage == Stage::Started ? m_process->whyDown() : QString(); }
+
+    /// Whether progress() or failure() are others than at the last call.
+    bool takeNews();
+
     /// Forgets how the manifest was judged, unless the plugin is running by it. @return false when it is.
     bool reconsider();
 
-    /// Tells a record that is only known whether its manifest is accepted.
+    /// Tells a record that is only known whether its manifest is accepted. A refusal is followed by setFailure().
     void judge(bool isAccepted) { moveTo(isAccepted ? Stage::Read : Stage::Faulty); }
 
     /// Who the plugin is; messages name it by the id's text.
@@ -139,6 +159,7 @@ public:
     const cVersion& version() const { return m_id.version(); }
 
     const QString& folder() const { return m_folder; }
+    QString manifestFile() const;
 
     /// @p path is kept as given, but "#default" stands for the plugin's own folder below "core:plugins".
     void setFolder(const QString& path);
@@ -185,5 +206,9 @@ private:
     cPluginContext m_context;
     qint32 m_state = 0;
     Stage m_stage = Stage::Known;
+    QStringList m_warnings; // of the manifest that was read last
+    QStringList m_takenWarnings;
+    QString m_failure;
+    std::pair<cPluginInfo::State, QString> m_told{cPluginInfo::Registered, QString()};
     QString m_errorString;
 };

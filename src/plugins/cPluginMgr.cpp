@@ -2,44 +2,22 @@
 
 #include "services/cServiceMgr.h"
 #include "version/ForeignCode.h"
+#include "version/Shown.h"
 #include "version/cCodeImage.h"
 
 #include <Norvale/Corvane.h>
 
 namespace {
 
-cPluginInfo::State stateOf(const cPluginInstance& plugin)
-{
-    switch (plugin.stage()) {
-    case cPluginInstance::Stage::Loaded:
-        return cPluginInfo::Loaded;
-    case cPluginInstance::Stage::Started:
-        return cPluginInfo::Started;
-    case cPluginInstance::Stage::Stopped:
-        return cPluginInfo::Stopped;
-    default: // not loaded yet
-        return plugin.state() != 0 ? cPluginInfo::Ordered : cPluginInfo::Registered;
-    }
-}
-
-cPluginInfo infoOf(const cPluginInstance& plugin)
-{
-    cPluginInfo info;
-    info.name = plugin.name();
-    info.version = plugin.version();
-    info.category = plugin.loadCategory();
-    info.autoload = plugin.isAutoload();
-    info.order = plugin.state();
-    info.state = stateOf(plugin);
-    info.dependencies = plugin.dependencies();
-    info.services = plugin.services();
-    info.folder = plugin.folder();
-    return info;
-}
-
 const QLatin1String SettingsPlugin("ZentraSettings");
 
 } // namespace
+
+cPluginMgr::cPluginMgr()
+{
+    m_reporter.setStateReceiver(
+        [this](const QString& name, cPluginInfo::State state) { emit pluginStateChanged(name, state); });
+}
 
 void cPluginMgr::setServiceMgr(cServiceMgr* services)
 {
@@ -137,11 +115,47 @@ QList<cPluginInfo> cPluginMgr::plugins() const
 {
     m_suite.refresh();
     QList<cPluginInfo> infos;
-    for (const Plugin& plugin : m_suite.registered()) {
-        infos.append(infoOf(*plugin));
-        infos.last().leftOut = m_suite.whyLeftOut(plugin);
-    }
+    for (const Plugin& plugin : m_suite.registered())
+        infos.append(infoOf(plugin));
     return infos;
+}
+
+cPluginInfo cPluginMgr::infoOf(const Plugin& plugin) const
+{
+    cPluginInfo info;
+    info.name = plugin->name();
+    info.version = plugin->version();
+    info.category = plugin->loadCategory();
+    info.autoload = plugin->isAutoload();
+    info.order = plugin->state();
+    info.state = plugin->progress();
+    info.dependencies = plugin->dependencies();
+    info.services = plugin->services();
+    info.folder = plugin->folder();
+    info.leftOut = m_suite.whyLeftOut(plugin);
+    QString failure = plugin->whyDown();
+    if (info.leftOut.isEmpty() && info.state < cPluginInfo::Started)
+        failure = m_suite.failureOf(*plugin);
+    info.hasFailed = !failure.isEmpty();
+    info.reason = info.hasFailed ? failure : info.leftOut;
+    if (!info.hasFailed && info.state == cPluginInfo::Started)
+        info.reason = m_runner.whatIsMissing(*plugin);
+    if (info.reason.isEmpty() && info.state < cPluginInfo::Loaded)
+        info.reason = whyNotAskedFor(*plugin);
+    return info;
+}
+
+/// Why a plugin is not loaded that nothing speaks against.
+QString cPluginMgr::whyNotAskedFor(const cPluginInstance& plugin) const
+{
+    if (m_isStarting || m_outcome.result == cStartOutcome::NotStarted)
+        return QString();
+    if (m_runner.isStopping())
+        return QStringLiteral("the suite has been stopped");
+    if (m_outcome.result != cStartOutcome::Started)
+        return QStringLiteral("the suite has not been started");
+    const bool isWanted = plugin.isAutoload() || m_loadCategories.contains(plugin.loadCategory());
+    return isWanted ? QStringLiteral("installed since the start") : QStringLiteral("not asked for");
 }
 
 void cPluginMgr::connectSignals()
@@ -159,6 +173,7 @@ void cPluginMgr::loadByCategories()
     // Copies: a plugin may publish others or set other categories.
     const QVector<Plugin> plugins = m_suite.loadList();
     const QStringList categories = m_loadCategories;
+    tellUnknownCategories(plugins);
     for (const QString& category : categories)
         loadCategory(plugins, category);
     for (const Plugin& plugin : plugins) {
@@ -173,6 +188,28 @@ void cPluginMgr::loadSettings()
     m_isSettingsPluginOptional = true;
     requestLoad(SettingsPlugin);
     m_isSettingsPluginOptional = false;
+}
+
+// Nothing is wrong with a category that no plugin carries; but it may be a misspelt one, too.
+void cPluginMgr::tellUnknownCategories(const QVector<Plugin>& plugins)
+{
+    QStringList known;
+    for (const Plugin& plugin : plugins) {
+        if (!plugin->loadCategory().isEmpty())
+            known.append(plugin->loadCategory());
+    }
+    known.removeDuplicates();
+    known.sort();
+    for (const QString& category : qAsConst(m_loadCategories)) {
+        if (known.contains(category))
+            continue;
+        const QString meant = nearestName(category, known);
+        m_reporter.warn(
+            QStringLiteral("no installed plugin has the load category \"%1\"%2; there %3")
+                .arg(category, meant.isEmpty() ? QString() : QStringLiteral(" (is \"%1\" meant?)").arg(meant),
+                     known.isEmpty() ? QStringLiteral("is none")
+                                     : QStringLiteral("are \"%1\"").arg(known.join(QStringLiteral("\", \"")))));
+    }
 }
 
 void cPluginMgr::loadCategory(const QVector<Plugin>& plugins, const QString& category)

@@ -21,6 +21,8 @@ class cPluginMgr : public IPluginMgr
 public:
     using Plugin = cPluginSuite::Plugin;
 
+    cPluginMgr();
+
     /// Who publishes the installed plugins. Not owned; needed from StartNormal() or discover() on.
     void setInstalledPlugins(IInstalledPlugins* installed) { m_suite.setInstalledPlugins(installed); }
 
@@ -68,9 +70,12 @@ private:
     cStartOutcome::Result start();
     cStartOutcome::Result prepare();
     bool conclude(cStartOutcome::Result result, const QStringList& reasons);
+    cPluginInfo infoOf(const Plugin& plugin) const;
+    QString whyNotAskedFor(const cPluginInstance& plugin) const;
     void connectSignals();
     void loadByCategories();
     void loadSettings();
+    void tellUnknownCategories(const QVector<Plugin>& plugins);
     void loadCategory(const QVector<Plugin>& plugins, const QString& category);
     void requestLoad(const Plugin& plugin);
     void requestLoad(const QString& name);

@@ -11,6 +11,17 @@
 
 #include <QtCore/QSet>
 
+namespace {
+
+QString notRegistered(const cPluginInstance& plugin, const QString& service)
+{
+    return QStringLiteral("%1 has started and not registered its service %2: is Q_OBJECT there, "
+                          "Q_CLASSINFO(\"service\", ...) as declared?")
+        .arg(plugin.id().toString(), service);
+}
+
+} // namespace
+
 /**
  * The way from a plugin that is to be loaded down to the dependency that is looked at right now: the stack of a
  * depth-first walk, kept here so that a long chain of plugins does not take that of the thread.
@@ -34,6 +45,14 @@ public:
 
     /// The plugin that is to be loaded.
     const Plugin& wanted() const { return m_steps.first().plugin; }
+
+    /// Calls @p visit for each plugin on the path but the last.
+    template <typename Visit>
+    void forEachBefore(const Visit& visit) const
+    {
+        for (int i = 0; i + 1 < m_steps.size(); ++i)
+            visit(m_steps.at(i).plugin);
+    }
 
     /// The plugin that the path has come to.
     const Plugin& plugin() const { return m_steps.last().plugin; }
@@ -139,13 +158,41 @@ bool cPluginRunner::descendTo(const QString& dependency, cLoadPath& path)
     }
     const QString reason = plugin ? QStringLiteral("plugin \"%1\" depends on itself (%2 -> %1)")
                                   : QStringLiteral("plugin \"%1\", a dependency, is not installed (%2 -> %1)");
-    return m_reporter.logAndFail(reason.arg(dependency, path.text()));
+    return fail(*path.wanted(), reason.arg(dependency, path.text()));
 }
 
-/// What the path has come to cannot be loaded.
+/// What the path has come to cannot be loaded; all before it waits for it, and has its place in the reason.
 bool cPluginRunner::failWith(const cLoadPath& path)
 {
-    return refuse(path.wanted()->name(), QStringLiteral("a dependency failed (%1)").arg(path.text()));
+    const QString failed = path.plugin()->name();
+    m_reporter.logAndFail(QStringLiteral("plugin \"%1\" is not loaded: a dependency failed (%2)")
+                              .arg(path.wanted()->name(), path.text()));
+    const QString reason = QStringLiteral("waits for \"%1\", which has failed").arg(failed);
+    QVector<Plugin> waiting;
+    path.forEachBefore([&](const Plugin& plugin) {
+        plugin->setFailure(reason);
+        waiting.append(plugin);
+    });
+    for (const Plugin& plugin : qAsConst(waiting))
+        m_reporter.tellState(*plugin);
+    return false;
+}
+
+bool cPluginRunner::fail(cPluginInstance& plugin, const QString& reason)
+{
+    m_reporter.logAndFail(reason);
+    return noteFailure(plugin, reason);
+}
+
+/// Who is told of the failure may ask for the plugin again; that does not come to an end unless it is refused.
+bool cPluginRunner::noteFailure(cPluginInstance& plugin, const QString& reason)
+{
+    plugin.setFailure(reason);
+    m_failed.insert(&plugin);
+    m_reporter.tellState(plugin);
+    if (!m_isStartGoingOn)
+        m_failed.erase(&plugin);
+    return false;
 }
 
 bool cPluginRunner::refuse(const QString& name, const QString& reason)
@@ -158,26 +205,27 @@ bool cPluginRunner::loadAndStart(const Plugin& plugin)
     if (isStopping())
         return refuse(plugin->name(), QStringLiteral("the suite is being stopped"));
     cStartJournal journal;
-    if (!loadLibrary(*plugin, journal) || !start(*plugin, journal)) {
-        if (m_isStartGoingOn)
-            m_failed.insert(plugin.data());
+    if (!loadLibrary(*plugin, journal) || !start(*plugin, journal))
         return false;
-    }
     m_started.append(plugin);
     m_reporter.info(QStringLiteral("started %1").arg(plugin->id().toString()));
+    tellMissingServices(*plugin);
+    m_reporter.tellState(*plugin);
     return true;
 }
 
 bool cPluginRunner::loadLibrary(cPluginInstance& plugin, cStartJournal& journal)
 {
     const QString id = plugin.id().toString();
+    const QString refused = QStringLiteral("%1 is not loaded: %2");
     if (plugin.stage() == cPluginInstance::Stage::Loading)
         return m_reporter.logAndFail(QStringLiteral("%1 asks for itself while its library is being loaded").arg(id));
     const QString change = m_suite.libraryChange(plugin);
     if (!change.isEmpty())
-        return m_reporter.logAndFail(QStringLiteral("%1 is not loaded: %2").arg(id, change));
+        return fail(plugin, refused.arg(id, change));
     if (plugin.isIsolated() && !takeProcess(plugin))
         return false;
+    m_reporter.announce("loading", id);
     const auto load = [&] {
         const cStartJournal::Opened opened(journal);
         const cGuard::cStep step(m_guard, cGuardSlot::Load, id);
@@ -186,15 +234,17 @@ bool cPluginRunner::loadLibrary(cPluginInstance& plugin, cStartJournal& journal)
     const bool isLoaded = m_reporter.observe(IPluginObserver::LoadLibrary, plugin.name(), load);
     if (plugin.code())
         cPluginImages::instance().add(id, cCodeImage::around(plugin.code()));
-    return isLoaded || m_reporter.logAndFail(QStringLiteral("%1 is not loaded: %2").arg(id, plugin.errorString()));
+    if (!isLoaded)
+        return fail(plugin, refused.arg(id, plugin.errorString()));
+    m_reporter.tellState(plugin);
+    return true;
 }
 
 bool cPluginRunner::takeProcess(cPluginInstance& plugin)
 {
     if (!m_processes)
-        return m_reporter.logAndFail(
-            QStringLiteral("%1 is not loaded: this host runs no plugins in processes of their own")
-                .arg(plugin.id().toString()));
+        return fail(plugin, QStringLiteral("%1 is not loaded: this host runs no plugins in processes of their own")
+                                .arg(plugin.id().toString()));
     plugin.setProcess(m_processes->make(plugin.id(), plugin.folder()));
     return true;
 }
@@ -202,6 +252,7 @@ bool cPluginRunner::takeProcess(cPluginInstance& plugin)
 bool cPluginRunner::start(cPluginInstance& plugin, cStartJournal& journal)
 {
     const QString id = plugin.id().toString();
+    m_reporter.announce("starting", id);
     const auto start = [&] {
         const cStartJournal::Opened opened(journal);
         const cGuard::cStep step(m_guard, cGuardSlot::Start, id);
@@ -209,12 +260,43 @@ bool cPluginRunner::start(cPluginInstance& plugin, cStartJournal& journal)
     };
     if (m_reporter.observe(IPluginObserver::StartPlugin, plugin.name(), start))
         return true;
-    m_reporter.logAndFail(QStringLiteral("%1 is not started: %2").arg(id, plugin.errorString()));
-    const cGuard::cStep step(m_guard, cGuardSlot::Start, id); // the end of what it has made is its own code, too
-    takeBack(plugin, journal);
-    cPluginImages::instance().remove(id);
-    plugin.unloadLibrary();
-    return false;
+    const QString reason = QStringLiteral("%1 is not started: %2").arg(id, plugin.errorString());
+    m_reporter.logAndFail(reason);
+    {
+        const cGuard::cStep step(m_guard, cGuardSlot::Start, id); // the end of what it has made is its own code, too
+        takeBack(plugin, journal);
+        cPluginImages::instance().remove(id);
+        plugin.unloadLibrary();
+    }
+    return noteFailure(plugin, reason);
+}
+
+QStringList cPluginRunner::missingServices(const cPluginInstance& plugin) const
+{
+    QStringList missing;
+    for (const QString& service : plugin.services()) {
+        if (m_services && !m_services->serviceExists(service))
+            missing.append(service);
+    }
+    return missing;
+}
+
+QString cPluginRunner::whatIsMissing(const cPluginInstance& plugin) const
+{
+    QStringList texts;
+    for (const QString& service : missingServices(plugin))
+        texts.append(notRegistered(plugin, service));
+    return texts.join(QStringLiteral("; "));
+}
+
+// Nothing else tells that the class is not what the manifest says of it: to register such an object does nothing.
+void cPluginRunner::tellMissingServices(const cPluginInstance& plugin)
+{
+    for (const QString& service : missingServices(plugin)) {
+        const QString text = notRegistered(plugin, service);
+        m_reporter.warn(text);
+        m_services->setWhyAbsent(service, text);
+    }
 }
 
 // What a failed start has left behind would be called in a library that is gone. What runs the code of another plugin
@@ -261,6 +343,7 @@ void cPluginRunner::stopNow()
 void cPluginRunner::stop(cPluginInstance& plugin)
 {
     const QString id = plugin.id().toString();
+    m_reporter.announce("stopping", id);
     const auto stop = [&] {
         const cGuard::cStep step(m_guard, cGuardSlot::Stop, id);
         return plugin.stop();
@@ -269,4 +352,5 @@ void cPluginRunner::stop(cPluginInstance& plugin)
         m_reporter.info(QStringLiteral("stopped %1").arg(id));
     else
         m_reporter.logAndFail(QStringLiteral("%1 did not stop properly: %2").arg(id, plugin.errorString()));
+    m_reporter.tellState(plugin);
 }

@@ -43,6 +43,10 @@ public:
     /// What IPluginMgr::StopNormal() describes.
     void stopAll();
 
+    /// What the plugin has started without, as its manifest declares it, for people; empty when there is nothing. As it
+    /// is now: a service may come later, or go.
+    QString whatIsMissing(const cPluginInstance& plugin) const;
+
     /// Whether a stop has been made or asked for.
     bool isStopping() const { return m_phase != Phase::Open; }
 
@@ -54,11 +58,15 @@ private:
     bool loadWithDependencies(const Plugin& wanted);
     bool descendTo(const QString& dependency, cLoadPath& path);
     bool failWith(const cLoadPath& path);
+    bool fail(cPluginInstance& plugin, const QString& reason);
+    bool noteFailure(cPluginInstance& plugin, const QString& reason);
     bool refuse(const QString& name, const QString& reason);
     bool loadAndStart(const Plugin& plugin);
     bool loadLibrary(cPluginInstance& plugin, cStartJournal& journal);
     bool takeProcess(cPluginInstance& plugin);
     bool start(cPluginInstance& plugin, cStartJournal& journal);
+    QStringList missingServices(const cPluginInstance& plugin) const;
+    void tellMissingServices(const cPluginInstance& plugin);
     void takeBack(const cPluginInstance& plugin, cStartJournal& journal);
     void stopNow();
     void stop(cPluginInstance& plugin);
@@ -72,5 +80,5 @@ private:
     Phase m_phase = Phase::Open;
     int m_depth = 0; // of steps that load plugins, which nest
     bool m_isStartGoingOn = false;
-    FlatSet<const cPluginInstance*> m_failed; // in the start that goes on
+    FlatSet<const cPluginInstance*> m_failed; // in the start that goes on, and while receivers are told of it
 };

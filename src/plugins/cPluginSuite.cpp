@@ -4,6 +4,7 @@
 #include "plugins/cDependencyOrder.h"
 #include "plugins/cPluginDependency.h"
 #include "plugins/cPluginReporter.h"
+#include "version/Shown.h"
 #include "version/cCodeImage.h"
 
 #include <QtCore/QDir>
@@ -124,6 +125,7 @@ bool cPluginSuite::readManifests()
             isEveryOneRight = judge(*plugin) && isEveryOneRight;
     }
     m_readAhead.clear();
+    tellStates();
     return isEveryOneRight;
 }
 
@@ -133,11 +135,15 @@ bool cPluginSuite::judge(cPluginInstance& plugin)
         return isAcceptable(plugin);
     const auto readAndJudge = [&] {
         const bool isRead = readManifest(plugin);
+        for (const QString& warning : plugin.takeManifestWarnings())
+            m_reporter.warn(QStringLiteral("the manifest of %1: %2").arg(plugin.id().toString(), warning));
         tellOfChange(plugin);
         return isRead ? isAcceptable(plugin) : fail(cStartRules::unreadable(plugin.id(), plugin.errorString()));
     };
     const bool isAccepted = m_reporter.observe(IPluginObserver::ReadManifest, plugin.name(), readAndJudge);
     plugin.judge(isAccepted);
+    if (!isAccepted)
+        plugin.setFailure(m_reasons.last());
     return isAccepted;
 }
 
@@ -150,7 +156,7 @@ bool cPluginSuite::readManifest(cPluginInstance& plugin)
 bool cPluginSuite::isAcceptable(cPluginInstance& plugin)
 {
     const auto fault = m_rules.enter(plugin.id(), plugin.runtimeApiVersion(), plugin.services());
-    return !fault || fail(fault->reason);
+    return !fault || fail(QStringLiteral("%1 (%2)").arg(fault->reason, plugin.manifestFile()));
 }
 
 bool cPluginSuite::order()
@@ -177,9 +183,51 @@ bool cPluginSuite::order()
     const QVector<int> placed = order.order();
     for (int i = 0; i < placed.size(); ++i)
         listed.at(placed.at(i))->setState(i + 1);
-    for (const QString& reason : order.reasons())
-        fail(QStringLiteral("the plugins cannot be ordered: %1").arg(reason));
+    m_whyLeft.clear();
+    if (placed.size() != listed.size())
+        noteLeft(order, listed);
+    tellStates();
     return placed.size() == listed.size();
+}
+
+/// Tells why plugins have no place in the order.
+void cPluginSuite::noteLeft(const cDependencyOrder& order, const QVector<Plugin>& listed)
+{
+    QStringList names;
+    for (const Plugin& plugin : listed)
+        names.append(plugin->name());
+    for (const cOrderFault& fault : order.faults()) {
+        const QString file = listed.at(fault.records.first())->manifestFile();
+        const QString meant = nearestName(fault.absent, names);
+        const QString reason =
+            fault.isCircle
+                ? QStringLiteral("%1; one of these dependencies has to go, such as that in %2").arg(fault.text, file)
+            : meant.isEmpty() ? QStringLiteral("%1 (%2)").arg(fault.text, file)
+                              : QStringLiteral("%1 (%2); is \"%3\" meant?").arg(fault.text, file, meant);
+        fail(QStringLiteral("the plugins cannot be ordered: %1").arg(reason));
+        for (int record : fault.records)
+            m_whyLeft.try_emplace(listed.at(record).data(), reason);
+    }
+    for (int i = 0; i < listed.size(); ++i) {
+        const int provider = order.firstLeftProvider(i);
+        if (listed.at(i)->state() == 0 && provider >= 0)
+            m_whyLeft.try_emplace(
+                listed.at(i).data(),
+                QStringLiteral("waits for \"%1\", which has no place in the start order").arg(names.at(provider)));
+    }
+}
+
+QString cPluginSuite::failureOf(const cPluginInstance& plugin) const
+{
+    const auto left = m_whyLeft.find(&plugin);
+    const bool isLeft = left != m_whyLeft.end() && plugin.failure().isEmpty();
+    return isLeft ? left->second : plugin.failure();
+}
+
+void cPluginSuite::tellStates()
+{
+    for (const Plugin& plugin : registered())
+        m_reporter.tellState(*plugin);
 }
 
 void cPluginSuite::refresh()
@@ -284,7 +332,7 @@ QString cPluginSuite::changeOf(const cPluginInstance& plugin, const QString& pat
 // dependency or a service without making the rest unreadable.
 void cPluginSuite::tellOfChange(const cPluginInstance& plugin)
 {
-    const QString path = plugin.folder() + QLatin1String("/Manifest.xml");
+    const QString path = plugin.manifestFile();
     const QString difference = changeOf(plugin, path);
     if (!difference.isEmpty())
         m_reporter.warn(QStringLiteral("%1: its manifest %2 %3").arg(plugin.id().toString(), path, difference));

@@ -15,6 +15,7 @@
 #include <vector>
 
 class cCodeImage;
+class cDependencyOrder;
 class cPluginReporter;
 
 /**
@@ -94,6 +95,13 @@ public:
     /// been done at all. What is faulty is logged, and does not keep other plugins from being loaded.
     void refresh();
 
+    /// Why the plugin does not run though it should: its manifest, its place in the order, its load or its start. Empty
+    /// when nothing is wrong.
+    QString failureOf(const cPluginInstance& plugin) const;
+
+    /// Tells the states of the registered plugins, where they are new.
+    void tellStates();
+
     /// What has been logged of a publication that was not made, manifests and the order, since publish() was called.
     const QStringList& reasons() const { return m_reasons; }
 
@@ -137,20 +145,22 @@ private:
     QString changeOf(const cPluginInstance& plugin, const QString& path);
     void tellOfChange(const cPluginInstance& plugin);
     bool isAcceptable(cPluginInstance& plugin);
+    void noteLeft(const cDependencyOrder& order, const QVector<Plugin>& listed);
     bool fail(const QString& reason);
 
     cPluginReporter& m_reporter;
     IInstalledPlugins* m_installed = nullptr;
-    std::vector<Record> m_records;                     // every one ever made; others name it by its number
-    FlatMap<cPluginId, int> m_numbers;                 // of all records
-    std::vector<int> m_loadList;                       // in the order of registration
-    FlatMap<QString, QVector<int>> m_namesakes;        // of the load list, each record once, in the order of the list
-    cStartRules m_rules;                               // of the publication that was read last
-    cLeftOut m_leftOut;                                // of the same
-    bool m_isLeftOutTold = true;                       // no names have been given since it was
-    FlatMap<const cPluginInstance*, bool> m_readAhead; // manifests that have been read before they are judged, and how
-    bool m_isRead = false;                             // some publication has been read, and
-    bool m_isStale = false;                            // something else has been published since
+    std::vector<Record> m_records;                      // every one ever made; others name it by its number
+    FlatMap<cPluginId, int> m_numbers;                  // of all records
+    std::vector<int> m_loadList;                        // in the order of registration
+    FlatMap<QString, QVector<int>> m_namesakes;         // of the load list, each record once, in the order of the list
+    cStartRules m_rules;                                // of the publication that was read last
+    cLeftOut m_leftOut;                                 // of the same
+    bool m_isLeftOutTold = true;                        // no names have been given since it was
+    FlatMap<const cPluginInstance*, bool> m_readAhead;  // manifests that have been read before they are judged, and how
+    FlatMap<const cPluginInstance*, QString> m_whyLeft; // out of the order
+    bool m_isRead = false;                              // some publication has been read, and
+    bool m_isStale = false;                             // something else has been published since
     QStringList m_reasons;
     std::optional<cFileRecord> m_files; // once it is needed, until the next publication
 };

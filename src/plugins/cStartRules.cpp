@@ -13,7 +13,8 @@ std::optional<cStartFault> cStartRules::enter(const cPluginId& id, qint32 runtim
                                               const QStringList& services)
 {
     if (runtimeApiVersion != IPlugin::RuntimeApiVersion) {
-        const QString text = QStringLiteral("%1 is made for the runtime API version %2; this is version %3");
+        const QString text = QStringLiteral(
+            "%1 is made for the runtime API version %2; this is version %3, for which it has to be built anew");
         return cStartFault{cStartFault::Manifest,
                            {id},
                            QString(),

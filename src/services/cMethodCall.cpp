@@ -1,6 +1,7 @@
 #include "services/cMethodCall.h"
 
 #include "version/ForeignCode.h"
+#include "version/Shown.h"
 #include "version/cCodeImage.h"
 
 #include <Norvale/cLog.h>
@@ -58,6 +59,31 @@ void tell(QObject* listener, int index, const cMethodCall::Values& values, const
     } catch (...) {
         logThrown(meta->method(index), log);
     }
+}
+
+/// Lists what can be called of an object beside that which every object has.
+void listMethods(const QObject* object, const QString& name, QStringList* names, QStringList* signatures,
+                 QStringList* ofThisName)
+{
+    const QMetaObject* const meta = object->metaObject();
+    for (int i = QObject::staticMetaObject.methodCount(); i < meta->methodCount(); ++i) {
+        const QMetaMethod method = meta->method(i);
+        if (method.methodType() == QMetaMethod::Signal)
+            continue;
+        names->append(QString::fromLatin1(method.name()));
+        signatures->append(QString::fromLatin1(method.methodSignature()));
+        if (names->last() == name)
+            ofThisName->append(signatures->last());
+    }
+}
+
+QString shortList(const QStringList& signatures)
+{
+    constexpr int Shown = 20;
+    QString text = signatures.mid(0, Shown).join(QStringLiteral(", "));
+    if (signatures.size() > Shown)
+        text += QStringLiteral(" and %1 more").arg(signatures.size() - Shown);
+    return text;
 }
 
 /// Copies of the values of a call that is made later.
@@ -122,10 +148,26 @@ bool cMethodCall::callDirectly(QObject* object, QGenericReturnArgument result) c
     return true;
 }
 
-QByteArray cMethodCall::resultType(const QObject* object) const
+QString cMethodCall::whyNot(const QObject* object, const QString& name, const QGenericReturnArgument& result) const
 {
     const int index = indexOf(object, m_signature.constData());
-    return index < 0 ? QByteArray() : QByteArray(object->metaObject()->method(index).typeName());
+    if (index >= 0) {
+        const QMetaMethod method = object->metaObject()->method(index);
+        return QStringLiteral("its result is of the type %1, not %2")
+            .arg(QLatin1String(method.typeName()), QLatin1String(result.name()));
+    }
+    QStringList names, signatures, ofThisName;
+    listMethods(object, name, &names, &signatures, &ofThisName);
+    if (!ofThisName.isEmpty()) {
+        return QStringLiteral("it has no such method for the given values %1, only %2")
+            .arg(QString::fromLatin1(m_signature.constData() + name.size()), shortList(ofThisName));
+    }
+    if (signatures.isEmpty())
+        return QStringLiteral("it has no method to be called: is Q_OBJECT there, are they slots or Q_INVOKABLE?");
+    const QString bare = name.section(QLatin1Char('('), 0, 0);
+    const QString meant = names.contains(bare) ? bare : nearestName(name, names);
+    return QStringLiteral("it has no such method%1; it has %2")
+        .arg(meant.isEmpty() ? QString() : QStringLiteral(" (is \"%1\" meant?)").arg(meant), shortList(signatures));
 }
 
 void cMethodCall::deliver(QObject* object, const QString& prefix, const cLog& log) const

@@ -37,9 +37,8 @@ public:
     /// @return false when it has no such method for these types; @p result is then untouched.
     bool callDirectly(QObject* object, QGenericReturnArgument result) const;
 
-    /// The type that the method of @p object answers, as its class spells it; empty when there is no such method for
-    /// these types.
-    QByteArray resultType(const QObject* object) const;
+    /// Why callDirectly() has answered false, as a sentence that goes on after the names of method and service.
+    QString whyNot(const QObject* object, const QString& name, const QGenericReturnArgument& result) const;
 
     /// Calls the method of @p object whose name is @p prefix + name, at once or queued, whichever its thread asks for;
     /// does nothing when it has no such method for these types. What the method throws is logged to @p log.

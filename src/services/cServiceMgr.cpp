@@ -9,10 +9,18 @@
 #include "version/cCodeImage.h"
 
 #include <QtCore/QCoreApplication>
+#include <QtCore/QThreadStorage>
 
 namespace {
 
 std::atomic<cServiceMgr*> s_current{nullptr};
+
+/// Qt destroys it with its thread; see cLastFound in cServiceRegistry.cpp.
+QThreadStorage<QString>& lastErrorOfThread()
+{
+    static QThreadStorage<QString> error;
+    return error;
+}
 
 QString textOf(const cServiceInstance& service)
 {
@@ -61,6 +69,8 @@ void cServiceMgr::releaseAll()
 {
     m_services.clear();
     m_listeners.clear();
+    const QMutexLocker locker(&m_absentLock);
+    m_whyAbsent.clear();
 }
 
 void cServiceMgr::verifyAPI(const QString& service_id, const QString& version)
@@ -81,6 +91,7 @@ void cServiceMgr::registerService(QObject* pObject)
     const cServiceRegistry::Record before = m_services.insert(record);
     if (cStartJournal::isOpen())
         cStartJournal::note(record->code(), [=] { return withdraw(record, before) ? textOf(*record) : QString(); });
+    setWhyAbsent(record->name(), QString());
     connect(pObject, &QObject::destroyed, this, &cServiceMgr::onServiceDestroyed, Qt::DirectConnection);
     announce(record->name());
 }
@@ -107,10 +118,13 @@ bool cServiceMgr::invoke(const QString& serviceId, const QString& method, QGener
     } catch (const cMethodCall::FailedElsewhere&) {
         return false;
     } catch (...) {
-        logThrown(serviceId, method);
+        const QString text = QStringLiteral("The service \"%1\" %2 in \"%3\"").arg(serviceId, whatWasThrown(), method);
+        noteFailedCall(text);
+        m_log.error().noquote() << text << Qt::endl;
         return false;
     }
-    warnOfFailedCall(serviceId, method, values, ret);
+    tellFailedCall(QStringLiteral("Cannot call \"%1\" of the service \"%2\": %3")
+                       .arg(method, serviceId, reasonOfFailedCall(serviceId, method, values, ret)));
     return false;
 }
 
@@ -254,32 +268,44 @@ void cServiceMgr::forgetListener(const cNotificationInstance& record)
     QCoreApplication::removePostedEvents(listener, QEvent::MetaCall);
 }
 
-void cServiceMgr::logThrown(const QString& serviceId, const QString& method) const
+QString cServiceMgr::lastError() const
 {
-    const QString thrown = whatWasThrown();
-    m_log.error().noquote() << QStringLiteral("The service \"%1\" %2 in \"%3\"").arg(serviceId, thrown, method)
-                            << Qt::endl;
+    return lastErrorOfThread().localData();
 }
 
-void cServiceMgr::warnOfFailedCall(const QString& serviceId, const QString& method, const cMethodCall::Values& values,
-                                   const QGenericReturnArgument& result) const
+void cServiceMgr::tellFailedCall(const QString& text)
 {
-    const QString reason = reasonOfFailedCall(serviceId, cMethodCall(method, values), result);
-    m_log.warning().noquote()
-        << QStringLiteral("Cannot call \"%1\" of the service \"%2\": %3").arg(method, serviceId, reason) << Qt::endl;
+    noteFailedCall(text);
+    cFrameworkLog::services().warning().noquote() << text << Qt::endl;
 }
 
-QString cServiceMgr::reasonOfFailedCall(const QString& serviceId, const cMethodCall& call,
-                                        const QGenericReturnArgument& result) const
+void cServiceMgr::noteFailedCall(const QString& text)
+{
+    lastErrorOfThread().setLocalData(text);
+}
+
+void cServiceMgr::setWhyAbsent(const QString& serviceId, const QString& reason)
+{
+    const QMutexLocker locker(&m_absentLock);
+    if (reason.isEmpty())
+        m_whyAbsent.remove(serviceId);
+    else
+        m_whyAbsent.insert(serviceId, reason);
+}
+
+QString cServiceMgr::whyAbsent(const QString& serviceId) const
+{
+    const QMutexLocker locker(&m_absentLock);
+    return m_whyAbsent.value(serviceId, QStringLiteral("none is registered under this id"));
+}
+
+QString cServiceMgr::reasonOfFailedCall(const QString& serviceId, const QString& method,
+                                        const cMethodCall::Values& values, const QGenericReturnArgument& result) const
 {
     const QObject* const service = m_services.object(serviceId);
-    if (!service && m_services.contains(serviceId))
+    if (service)
+        return cMethodCall(method, values).whyNot(service, method, result);
+    if (m_services.contains(serviceId))
         return QStringLiteral("it has been destroyed without being unregistered");
-    if (!service)
-        return QStringLiteral("none is registered under this id");
-    const QByteArray type = call.resultType(service);
-    if (type.isEmpty() || !result.name())
-        return QStringLiteral("it has no such method for the given values");
-    return QStringLiteral("its result is of the type %1, not %2")
-        .arg(QLatin1String(type), QLatin1String(result.name()));
+    return whyAbsent(serviceId);
 }

@@ -7,6 +7,9 @@
 #include "services/cMethodCall.h"
 #include "services/cServiceRegistry.h"
 
+#include <QtCore/QHash>
+#include <QtCore/QMutex>
+
 #include <atomic>
 
 /**
@@ -65,6 +68,15 @@ public:
     bool serviceExists(const QString& serviceId) override;
     QStringList serviceList() override;
     QObject* serviceFromServiceName(const QString& serviceId) override;
+    QString lastError() const override;
+
+    /// Logs why a call of this thread has failed, and keeps it for lastError().
+    static void tellFailedCall(const QString& text);
+    /// Keeps it for lastError() only.
+    static void noteFailedCall(const QString& text);
+
+    /// What calls of @p serviceId are answered until one is registered under that id; empty for nothing in particular.
+    void setWhyAbsent(const QString& serviceId, const QString& reason);
 
 public Q_SLOTS:
     /// Unregisters a service that is being destroyed, if its class still tells its id at that moment.
@@ -77,14 +89,14 @@ private:
     bool withdraw(const cServiceRegistry::Record& record, const cServiceRegistry::Record& before);
     void forgetService(const cServiceInstance& record);
     void forgetListener(const cNotificationInstance& record);
-    void warnOfFailedCall(const QString& serviceId, const QString& method, const cMethodCall::Values& values,
-                          const QGenericReturnArgument& result) const;
-    QString reasonOfFailedCall(const QString& serviceId, const cMethodCall& call,
+    QString reasonOfFailedCall(const QString& serviceId, const QString& method, const cMethodCall::Values& values,
                                const QGenericReturnArgument& result) const;
-    void logThrown(const QString& serviceId, const QString& method) const;
+    QString whyAbsent(const QString& serviceId) const;
 
     cServiceRegistry m_services;
     cListenerRegistry m_listeners;
+    mutable QMutex m_absentLock; // guards what follows
+    QHash<QString, QString> m_whyAbsent;
     const cLog m_log;
     std::atomic<bool> m_isClosed{false};
 };

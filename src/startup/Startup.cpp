@@ -2,7 +2,7 @@
 
 #include "config/cConfigurationMgr.h"
 #include "config/cUpdateMgr.h"
-#include "core/Files.h"
+#include "core/InstallRecord.h"
 #include "install/cInstallMgr.h"
 #include "isolation/cPluginHost.h"
 #include "isolation/cPluginProcesses.h"

@@ -1,6 +1,7 @@
 #include "version/Shown.h"
 
 #include <algorithm>
+#include <vector>
 
 namespace {
 
@@ -19,6 +20,29 @@ QString escape(QChar character)
     }
     const QString form = character.unicode() > LargestByte ? QStringLiteral("\\u{%1}") : QStringLiteral("\\x%1");
     return form.arg(character.unicode(), 2, 16, QLatin1Char('0'));
+}
+
+constexpr int ShortestName = 3; // of which a letter may differ
+constexpr int LongestName = 64; // the time grows with the square of it
+
+/// How many letters have to be changed, inserted, left out, or exchanged with their neighbour.
+int distanceOf(const QString& a, const QString& b)
+{
+    std::vector<int> before(size_t(b.size() + 1)), last(before), now(before);
+    for (int j = 0; j <= b.size(); ++j)
+        last[j] = j;
+    for (int i = 1; i <= a.size(); ++i) {
+        now[0] = i;
+        for (int j = 1; j <= b.size(); ++j) {
+            const bool isSame = a[i - 1] == b[j - 1];
+            now[j] = std::min({last[j] + 1, now[j - 1] + 1, last[j - 1] + !isSame});
+            if (i > 1 && j > 1 && a[i - 1] == b[j - 2] && a[i - 2] == b[j - 1])
+                now[j] = std::min(now[j], before[j - 2] + 1);
+        }
+        before.swap(last);
+        last.swap(now);
+    }
+    return last[b.size()];
 }
 
 } // namespace
@@ -48,4 +72,29 @@ QString shown(const QString& text)
             result += character;
     }
     return result;
+}
+
+QString counted(qint64 number, const char* one, const char* many)
+{
+    const bool isOne = number == 1;
+    const QString noun = QString::fromUtf8(isOne || !many ? one : many);
+    return QStringLiteral("%1 %2").arg(number).arg(isOne || many ? noun : noun + QLatin1Char('s'));
+}
+
+QString nearestName(const QString& written, const QStringList& known)
+{
+    if (written.size() > LongestName)
+        return QString();
+    int least = 1 + (written.size() < ShortestName ? 0 : std::max(1, written.size() / 3));
+    QString nearest;
+    for (const QString& name : known) {
+        if (name.size() > LongestName || name == written)
+            continue;
+        const int distance = distanceOf(written.toLower(), name.toLower());
+        if (distance >= least)
+            continue;
+        least = distance;
+        nearest = name;
+    }
+    return nearest;
 }

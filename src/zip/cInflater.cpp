@@ -1,5 +1,6 @@
 #include "zip/cInflater.h"
 
+#include "version/Shown.h"
 #include "zip/cZipReader.h"
 
 #include <QtCore/QString>
@@ -94,7 +95,7 @@ bool cInflater::inflate(const QByteArray& in, qint64 limit, Stated stated, QByte
         return true;
     out->clear();
     if (isTooLarge)
-        return fail(error, QStringLiteral("the data inflate to more than %1 bytes").arg(held));
+        return fail(error, QStringLiteral("the data inflate to more than %1").arg(counted(held, "byte")));
     return fail(error, end == End::CutOff ? QStringLiteral("the deflated data are cut off")
                                           : QStringLiteral("the deflated data are damaged"));
 }

@@ -1,9 +1,13 @@
 #include "Platform.h"
 #include "Rows.h"
 
+#include "SuiteReport.h"
 #include "common/System.h"
 #include "common/cProgram.h"
 #include "updates/Progress.h"
+
+#include <QtCore/QJsonDocument>
+#include <QtCore/QJsonObject>
 
 #include <chrono>
 #include <csignal>
@@ -39,7 +43,8 @@ private slots:
         row("all of it", 1000000, Total, Total, 100, full + "10.0 MB of 10.0 MB  9.0 MB/s");
         row("little room", 1000000, 5000000, Total, 70,
             "Suite  [#####-----]   50 %  5.0 MB of 10.0 MB   4.0 MB/s   0:02 left");
-        row("no room for a bar", 1000000, 5000000, Total, 40, "Suite   50 %  5.0 MB of 10.0 MB   4.0 M");
+        row("40 columns", 1000000, 5000000, Total, 40, "Suite  [" + QString(11, '#') + QString(12, '-') + "]   50 %");
+        row("no room for a bar", 1000000, 5000000, Total, 20, "Suite   50 %");
         row("slow", 0, 1000, Total, 100, none + "1.0 kB of 10.0 MB   1.0 kB/s   3 h left");
         row("nobody knows how much", 1000000, 5000000, -1, 100, "Suite  5.0 MB              4.0 MB/s");
         row("no thousand of a unit", 999999, 999999, 999, 100, full + "1.0 MB of 999 B");
@@ -47,17 +52,51 @@ private slots:
         row("more than was promised", 0, 2 * Total, Total, 100, full + "20.0 MB of 10.0 MB  20.0 MB/s");
         row("promised without bound", 0, 1000000, std::numeric_limits<qint64>::max(), 100,
             "Suite  [" + QString(38, '-') + "]    0 %  1.0 MB of 9223372 TB  1.0 MB/s");
+        const QString some = "[" + QString(5, '#') + QString(5, '-') + "]   50 %";
+        row("40 columns, long name", 1000000, 5000000, Total, 40, "norvale-suite-be..  " + some);
         row("going back is another transfer", 5000000, 0, Total, 100, none + "0 B of 10.0 MB");
     }
     void showsABar()
     {
         const auto [doneAtOneSecond, done, total, columns] =
             cells<qint64, qint64, qint64, int>("doneAtOneSecond", "done", "total", "columns");
+        const QString label =
+            QByteArray(QTest::currentDataTag()).contains("long") ? "norvale-suite-beta-12.34.567" : "Suite";
         cProgressLine line;
-        line.update("Suite", doneAtOneSecond, total, Second);
-        line.update("Suite", done, total, 2 * Second);
+        line.update(label, doneAtOneSecond, total, Second);
+        line.update(label, done, total, 2 * Second);
         QTEST(line.bar(columns), "bar");
         QVERIFY(line.bar(columns).size() < columns);
+    }
+
+    /// In its column as long as the terminal has room for it, else below its plugin; whole in each case.
+    void showsReasons_data()
+    {
+        const Rows<int, QString> row("columns", "lines");
+        const QString head = "name  version  category  autoload  state   dependencies  services  reason\n"
+                             "----  -------  --------  --------  ------  ------------  --------  %1\n"
+                             "A     1.0      -         yes       failed  B             -         %2\n"
+                             "B     -        -         no        -       -             -         %3";
+        const QString reason = "A-1.0 is not loaded: its library /opt/suite/plugins/A-1.0/A.so does not exist";
+        row("no terminal", 0, head.arg(QString(77, '-'), reason, "not asked for"));
+        row("wide", 144, head.arg(QString(77, '-'), reason, "not asked for"));
+        row("usual", 80,
+            head.arg(QString(13, '-'),
+                     "below\n    A-1.0 is not loaded: its library /opt/suite/plugins/A-1.0/A.so does "
+                     "not\n    exist",
+                     "not asked for"));
+    }
+    void showsReasons()
+    {
+        QFETCH(int, columns);
+        const QByteArray report = R"({"plugins":[{"name":"A","version":"1.0","autoload":true,"state":"ordered",
+            "dependencies":["B"],"failed":true,"reason":"A-1.0 is not loaded: its library
+ /opt/suite/plugins/A-1.0/A.so does not exist"},{"name":"B","reason":"not asked for","autoload":false}]})";
+        QStringList lines;
+        for (const cStyledLine& line :
+             SuiteReport::tables(QJsonDocument::fromJson(QByteArray(report).replace('\n', "")).object(), columns))
+            lines.append(line.text());
+        QTEST(lines.mid(lines.indexOf("Plugins") + 1).join('\n'), "lines");
     }
 
     void forgetsWhatIsLongAgo()

@@ -261,6 +261,37 @@ private slots:
         QVERIFY(code == 0 || ended.reasons.contains("there is no crash report in "));
     }
 
+    /// In the log and the trace, whatever is flushed and written at the end otherwise, and on a terminal that asks for
+    /// it.
+    void aCrashNamesItsPlugin_data()
+    {
+        const Rows<QString, QString, QString> row("params", "line", "span");
+        row("in the start", "\"start\":\"abort\"", "starting P4-1.00.000", "start P4");
+        row("in the stop", "\"stop\":\"abort\"", "stopping P4-1.00.000", "stop P4");
+        row("at once", "\"start\":\"exit\"", "starting P4-1.00.000", "start P4");
+    }
+    void aCrashNamesItsPlugin()
+    {
+        const auto [params, line, span] = cells<QString, QString, QString>("params", "line", "span");
+        useFaultySuite({{"P4", params}});
+        const QString trace = m_fixture.path("crash.json"), log = m_fixture.path("crash.log");
+        QFile::remove(log);
+        const Ended quiet = m_fixture.run({"--start-only", "--no-guard", "--trace", trace, "--log", log});
+        QVERIFY2(!quiet.reasons.contains(line), qPrintable(quiet.reasons));
+        QVERIFY2(readFile(log).trimmed().endsWith(line.toUtf8()), readFile(log));
+        const QJsonArray spans = HostFixture::spansOf(trace);
+        QVERIFY2(!spans.isEmpty(), readFile(trace));
+        QCOMPARE(spans.last()["name"].toString(), span);
+        QStringList unfinished;
+        for (const QJsonValue& each : spans) {
+            if (each["args"]["unfinished"].toBool())
+                unfinished.append(each["name"].toString());
+        }
+        QCOMPARE(unfinished, QStringList({span.startsWith("start") ? "start the suite" : "stop the suite", span}));
+        const Ended verbose = m_fixture.run({"--start-only", "--no-guard", "--verbose"});
+        QVERIFY2(verbose.reasons.contains("VCore: PluginMgr: " + line + '\n'), qPrintable(verbose.reasons));
+    }
+
     void disablesWhatFailsTwiceInARow()
     {
         useFaultySuite({{"P4", "\"start\":\"abort\""}});

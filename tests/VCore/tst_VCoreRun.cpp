@@ -30,22 +30,27 @@ private slots:
         const QString built = VCORE_TEST_SUITE;
         row("help", "--help", ExitCode::Ok, "Exit codes:", built);
         row("version", "--version", ExitCode::Ok, "VCore ", built);
-        row("unknown option", "--nonsense", ExitCode::Usage, "nonsense", built);
-        row("stray word", "nonsense", ExitCode::Usage, "\"nonsense\" is not understood", built);
+        row("mistyped option", "--lst", ExitCode::Usage, "--lst is no option; did you mean --list?", built);
+        row("colour that is none", "--color red", ExitCode::Usage, "\"red\" is none of auto, always, never", built);
+        row("with colours", "--color always --list", ExitCode::Ok, "\x1b[1mPlugins\x1b[0m", built);
+        row("stray word", "nonsense", ExitCode::Usage, "\"nonsense\" is not understood\n", built);
         row("two commands", "--list --send {}", ExitCode::Usage, "exclude each other", built);
         row("another command's option", "--list --wait", ExitCode::Usage, "--wait does not go with --list", built);
         row("call without a method", "--call Text", ExitCode::Usage, "at least 2", built);
         row("time limit that is none", "--timeout soon --send {}", ExitCode::Usage, "--timeout", built);
-        row("call to nobody", "--call Text third", ExitCode::NoHost, "no host", built);
-        row("wait in vain", "--wait --timeout 0.1 --send {}", ExitCode::NoHost, "no host", built);
+        row("call to nobody", "--call Text third", ExitCode::NoHost, "VCore is not running for ", built);
+        row("wait in vain", "--wait --timeout 0.1 --send {}", ExitCode::NoHost, "VCore is not running for ", built);
         row("log in no folder", "--log /no/such/folder/x", ExitCode::FileFailed, "/no/such/folder/x", built);
+        row("trace in no folder", "--start-only --trace /no/such/folder/y", ExitCode::FileFailed, "/no/such/folder/y",
+            built);
         const QString sound = manifest("13");
         row("no core", "", ExitCode::NoCore, "\"Core\" is not installed", m_fixture.makeSuite("Other", {{"A", sound}}));
         row("other interface", "", ExitCode::StartFailed, "12", m_fixture.makeSuite("Core", {{"A", manifest("12")}}));
         row("circle", "", ExitCode::Fatal, "Cannot start under this circumstances.",
             m_fixture.makeSuite("Core", {{"A", manifest("13", "<dependency>B</dependency>")},
                                          {"B", manifest("13", "<dependency>A</dependency>")}}));
-        row("list with a faulty plugin", "--list", ExitCode::Ok, "\nBroken  1.00.000",
+        row("list with a faulty plugin", "--list", ExitCode::PluginFailed,
+            "error: 1 plugin should run and has failed; the column \"reason\" tells why",
             m_fixture.makeSuite("Core", {{"Broken", "<m><plugin"}, {"Fine", sound}}));
     }
     void endsWithTheCodeOf()
@@ -126,6 +131,18 @@ private slots:
         QCOMPARE(m_fixture.journal(), QStringList({"start Base", "stop Base"}));
     }
 
+    void tellsOnATerminalHowItIsStopped()
+    {
+        QProcess terminal;
+        if (!Platform::startOnTerminal(terminal, VCORE_PROGRAM, {"--run"}))
+            QSKIP("a terminal is needed");
+        QCOMPARE(m_fixture.run("--wait --call VCore quit").code, 0);
+        QCOMPARE(exitCodeOf(terminal), 0);
+        const QString drawn =
+            Platform::drawnText(terminal.readAllStandardOutput()).remove(QRegularExpression("[\r\n]"));
+        QVERIFY2(drawn.contains(": 1 of 3 plugins started. Ctrl+C stops it"), qPrintable(drawn));
+    }
+
     void onlyADeadHostGivesWay()
     {
         QVERIFY(m_fixture.serve());
@@ -170,13 +187,14 @@ private slots:
 void tst_VCoreRun::listsWhatIsInstalled()
 {
     const QString json = m_fixture.run("--list --json").output;
-    for (const char* part : {R"("running":false)", R"("name":"Core","plugins":["Base-1.00.000")",
-                             R"("autoload":false,"category":"ui","dependencies":["Base"],"folder":")",
-                             R"("name":"Later","order":2,"services":["Later"],"state":"ordered","version":"2.01.000")"})
+    for (const char* part :
+         {R"("running":false)", R"("name":"Core","plugins":["Base-1.00.000")",
+          R"("autoload":false,"category":"ui","dependencies":["Base"],"failed":false,"folder":")",
+          R"("name":"Later","order":2,"reason":"","services":["Later"],"state":"ordered","version":"2.01.000")"})
         QVERIFY2(json.contains(part), qPrintable(json));
     const QString table = m_fixture.run("--list").output;
     for (const char* line :
-         {"Later +2\\.01\\.000 +ui +ordered +Base +Later", "Base +1\\.00\\.000 +- +ordered +- +Text"})
+         {"Later +2\\.01\\.000 +ui +no +ordered +Base +Later +-", "Base +1\\.00\\.000 +- +yes +ordered +- +Text +-"})
         QVERIFY2(table.contains(QRegularExpression(QString("\n%1\n").arg(line))), qPrintable(table));
 }
 

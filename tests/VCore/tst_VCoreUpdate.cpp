@@ -114,7 +114,12 @@ private slots:
             row(name, words, code, said, two, update());
         };
         newer("check", "--check", Code::Ok, {"\n1.00.000   2.00.000  "});
-        newer("check as JSON", "--json --check", Code::Ok, {"\"requires_new_core\":false,\"result_code\":0,\"size\":"});
+        const QString noted = update().replace(
+            "</feature>", "<notes>Starts\n- in half the time</notes><notes version='1.0.0'>first</notes></feature>");
+        row("check shows release notes", "--check", Code::Ok, {"Core 2.00.000\n  Starts\n  - in half the time"}, two,
+            noted);
+        row("check has them as JSON", "--json --check", Code::Ok,
+            {"\"notes\":[{\"feature\":\"Core\",\"text\":\"Starts\\n- in half the time"}, two, noted);
         newer("update", "--update", Code::Ok, {"Version 2.00.000 is ready (", "VCore: main-2.00.000: 100 % of "});
         newer("update with an unknown feature", "--update Nonsense", Code::FeatureMissing, {"Nonsense"});
         newer("option behind a feature", "--update Core --json", Code::Usage, {"options stand before"});
@@ -122,9 +127,9 @@ private slots:
               {"/no/file is not installed: it does not exist"});
         const QString site = "--install " + m_site.folder() + '/';
         const QString install = site + "repository.xml";
-        newer("install", install, Code::Ok, {"Installed are Core 2.00.000.", "  unpacking   A 2.00.000\n"});
+        newer("install", install, Code::Ok, {"Installed: Core 2.00.000.", "  unpacking   A 2.00.000\n"});
         newer("install a package of one's own", site + "A-2.00.000.zip", Code::Ok,
-              {"Installed are Core 1.00.000, VelmDev 0.00.001."});
+              {"Installed: Core 1.00.000, VelmDev 0.00.001."});
         newer("install a package that is none", site + "A-3.zip", Code::NothingToInstall,
               {"A-3.zip is not installed: it is no file"});
         newer("bootstrap without its folder", "--bootstrap", Code::NothingToInstall, {"Bootstrap/repository.xml"});
@@ -132,7 +137,7 @@ private slots:
         const QString old = feature("Core", "1.0.0", "");
         row("check finds nothing newer", "--check", Code::NoUpdate, {"1.00.000 is the newest"}, "1.0.0", old);
         row("update finds nothing newer", "--update", Code::NoUpdate, {"newest"}, "1.0.0", old);
-        row("no repository", "--check", Code::NoUpdate, {"no update site has a repository"}, two, "</broken>");
+        row("no repository", "--check", Code::NoSiteAnswered, {"not known", "tag mismatch"}, two, "</broken>");
         const QString needy = "2.0.0' core_version='1.5";
         row("update of a newer core", "--update", Code::CoreTooOld, {"the installed version 1.00.000"}, needy,
             update());
@@ -147,7 +152,7 @@ private slots:
             update("lost%1%2"));
         row("another package", "--update", Code::FetchFailed, {"A-2.00.000"}, two, update("site.xml?%1%2"));
         row("lost feature", "--update", Code::FeatureMissing, {"lacks a feature"}, two, feature("Other", "2.0.0", ""));
-        row("install without a package", install, Code::InstallIncomplete, {"Installed are Core 1.00.000."}, two,
+        row("install without a package", install, Code::InstallIncomplete, {"Installed: Core 1.00.000."}, two,
             feature("Core", "2.0.0", pluginElement("C", "1.00.000", "x")));
     }
     void endsWithTheCodeOf()
@@ -158,6 +163,51 @@ private slots:
         const Ended ended = m_fixture.run(words);
         for (const QString& text : said)
             QVERIFY2((ended.output + ended.reasons).contains(text), qPrintable(ended.output + ended.reasons));
+        QCOMPARE(ended.code, int(code));
+    }
+
+    void answersInJson_data()
+    {
+        const Rows<QString> row("members");
+        const QString install = "failed_commands features installed left_out reason removed result";
+        row("--check", "current_version requires_new_core result_code sites size update_to_version");
+        row("--update", "current_version requires_new_core result_code sites size update_to_version");
+        row("--update-sites", "sites");
+        row("--install", install);
+        row("--bootstrap", install);
+        row("--uninstall", "folder result waiting");
+        row("--verify", "files findings plugins reason result");
+        row("--repair", "failed_commands reason repaired result unrepaired");
+        row("--report", "file text");
+        row("--disable", "disabled");
+        row("--enable", "disabled");
+        row("--list", "core_version disabled features plugins running services");
+    }
+    void answersInJson()
+    {
+        const QString words = QTest::currentDataTag();
+        publish("2.0.0", update());
+        const QString site = m_site.folder() + "/repository.xml";
+        const QMap<QString, QString> values{{"--install", site}, {"--disable", "A"}, {"--enable", "A"}};
+        const Ended ended = m_fixture.run(QString("--json %1 %2").arg(words, values.value(words)).trimmed());
+        QTEST(QStringList(QJsonDocument::fromJson(ended.output.toUtf8()).object().keys()).join(' '), "members");
+    }
+
+    void tellsWhatTheSitesAnswer_data()
+    {
+        const Rows<QStringList, ExitCode, QString> row("sites", "code", "said");
+        const QString silent = m_site.url("", "~status=500").toString();
+        row("none is set", {"none"}, ExitCode::NoUpdate, "no update site is set. VCore --update-sites URL");
+        row("none answers", {silent}, ExitCode::NoSiteAnswered, silent + "site.xml: the server answers 500");
+        row("one of two answers", {silent, m_site.url().toString()}, ExitCode::NoUpdate, "Not all could be read");
+    }
+    void tellsWhatTheSitesAnswer()
+    {
+        const auto [sites, code, said] = cells<QStringList, ExitCode, QString>("sites", "code", "said");
+        publish("1.0.0", feature("Core", "1.0.0", ""));
+        QCOMPARE(m_fixture.run(QStringList("--update-sites") + sites).code, 0);
+        const Ended ended = m_fixture.run("--check");
+        QVERIFY2(ended.output.contains(said), qPrintable(ended.output + ended.reasons));
         QCOMPARE(ended.code, int(code));
     }
 
@@ -174,6 +224,40 @@ private slots:
         const Ended ended = m_fixture.run("--check");
         QCOMPARE(ended.code, int(ExitCode::NoUpdate));
         QVERIFY2(ended.output.contains("no update site is set"), qPrintable(ended.output));
+    }
+
+    void showsAndSetsTheInstallation_data()
+    {
+        const Rows<QString, ExitCode, QString> row("folder", "code", "said");
+        row("what is set", "", ExitCode::Ok, "The installation folder is ");
+        row("one with plugins", "other", ExitCode::Ok, "The installation folder is ");
+        row("one to install from", "fresh", ExitCode::Ok, "The installation folder is ");
+        row("none that is there", "nowhere", ExitCode::Usage, "nowhere does not exist");
+        row("a file", "other/file", ExitCode::Usage, "file is no folder");
+        row("the folder of the plugins", "other/plugins", ExitCode::Usage,
+            "the installation folder is the one around it");
+        row("an empty one", "empty", ExitCode::Usage, "neither the folder \"plugins\" is in it, nor \"Bootstrap\"");
+    }
+    void showsAndSetsTheInstallation()
+    {
+        const auto [folder, code, said] = cells<QString, ExitCode, QString>("folder", "code", "said");
+        for (const char* file :
+             {"other/file", "other/plugins/features.xml", "fresh/Bootstrap/repository.xml", "empty/x/y"})
+            writeFile(m_work.filePath(file), "<repository/>");
+        const QString whole = QDir::cleanPath(m_work.filePath(folder));
+        const Ended ended =
+            m_fixture.run(folder.isEmpty() ? QStringList("--install-dir") : QStringList{"--install-dir", whole + '/'});
+        QCOMPARE(ended.code, int(code));
+        QVERIFY2((ended.output + ended.reasons).contains(said), qPrintable(ended.output + ended.reasons));
+        const QString set = QDir::toNativeSeparators(code == ExitCode::Ok && !folder.isEmpty() ? whole : m_suite);
+        QVERIFY2(m_fixture.run("--install-dir").output.contains("is " + set + " (\"InstallDir\" in "), qPrintable(set));
+        if (Platform::hasUnixFiles()) { // where settings can be had in a place that is none
+            const Ended refused =
+                m_fixture.run({"--install-dir", m_suite}, {{"XDG_CONFIG_DIRS", m_work.filePath("other/file")}});
+            QCOMPARE(refused.code, int(ExitCode::SettingsFailed));
+            QVERIFY2(refused.reasons.contains("other/file/Varkel/Pelmora.conf cannot be written"),
+                     qPrintable(refused.reasons));
+        }
     }
 
     void fetchesInstallsAndRemoves()
@@ -261,11 +345,14 @@ private slots:
         const auto [words, fault, version] = cells<QStringList, QString, QString>("words", "fault", "version");
         publish("2.0.0", update());
         const Variables folders{{"--update", dropbox()}, {"--update-sites", m_fixture.path("user")}};
+        QString said;
         const auto run = [&, words = words](const QString& what) {
             Variables faults = faultsBelow(folders.value(words.first(), m_suite), what);
             if (words.first() == "--update-sites")
                 faults["FILE_FAULTS_REGISTRY"] = "1";
-            return m_fixture.run(words, faults).code;
+            const Ended ended = m_fixture.run(words, faults);
+            said = ended.reasons;
+            return ended.code;
         };
         int code = fault == "kill last" ? 0 : run(fault);
         for (int number = 100; code == 0 && number > 0; --number) {
@@ -273,6 +360,10 @@ private slots:
             code = run(QString("kill %1").arg(number));
         }
         QTEST(code, "code");
+        const char* const cause = fault.startsWith("ENOSPC")  ? "no space is left on the device that holds "
+                                  : fault.startsWith("EROFS") ? " is read-only"
+                                                              : "";
+        QVERIFY2(said.contains(cause), qPrintable(said));
         servesA(version);
     }
     void aFullDiskLosesNoSettings_data()
@@ -299,7 +390,7 @@ private slots:
             isDone = ended.code == 0;
             QCOMPARE(ended.code, isDone ? 0 : code);
             QCOMPARE(readFile(file) == before, !isDone);
-            QVERIFY2(isDone || call == 1 || ended.reasons.contains(Platform::diskFullText()),
+            QVERIFY2(isDone || call == 1 || ended.reasons.contains("no space is left on the device that holds "),
                      qPrintable(ended.reasons));
         }
         QVERIFY2(call > 6, qPrintable(QString::number(call)));

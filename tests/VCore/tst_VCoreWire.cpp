@@ -33,7 +33,7 @@ private slots:
     void listsTheRunningHost()
     {
         const QString table = m_fixture.run("--list").output;
-        for (const char* line : {"\nBase .* started ", "\nLater .* ordered ", "Text, VCore"})
+        for (const char* line : {"\nBase .* yes +started ", "\nLater .* no +ordered .* not asked for\n", "Text, VCore"})
             QVERIFY2(table.contains(QRegularExpression(line)), qPrintable(table));
     }
 
@@ -60,8 +60,11 @@ private slots:
         row("JSON value", "--json --call Text member {\"member\":{\"n\":1.5}}", Ok, "{\"n\":1.5}\n");
         row("a type of Qt", "--call Text host http://example.org/x", Ok, "example.org\n");
         row("ten arguments", "--call Text ten 1 2 3 4 5 6 7 8 9 10", Ok, "[\"45\",\"10\"]\n");
-        row("unknown service", "--call Nobody x", Failed, "there is no service \"Nobody\"");
-        row("unknown method", "--call Text lower x", Failed, "no method \"lower\"");
+        row("unknown service", "--call Nobody x", Failed,
+            "there is no service \"Nobody\": no installed plugin declares it; registered: ");
+        row("unknown method", "--call Text lower x", Failed, "no method \"lower\"; it has name(), upper(QString)");
+        row("method that throws", "--call Text fail", Failed,
+            "The service \"Text\" threw an exception: out of ink in \"fail\"");
         row("signals are no methods", "--call Text changed", Failed, "no method \"changed\"");
         row("QObject's own are no methods", "--call Text deleteLater", Failed, "no method \"deleteLater\"");
         row("too few arguments", "--call Text upper", Failed, "fit none of: upper(QString)");
@@ -197,7 +200,7 @@ void tst_VCoreWire::answersMessages_data()
         row(name, message, {R"({"command":"ERROR","error":")" + text + "\"}", handled});
     };
     error("an empty message is no JSON", "", R"(not_json","text":"the message is no JSON)");
-    error("no members", R"({"command":"CALL"})", R"(unknown_service","text":"there is no service \"\")");
+    error("no members", R"({"command":"CALL"})", R"(unknown_service","text":"no service is named)");
     const QByteArray unfit = R"(arguments_do_not_fit","text":"the arguments fit none of: )";
     error("arguments that are no list", call("upper", R"("a")"), unfit + "upper(QString)");
     error("a long request, and no answer to it that fits",

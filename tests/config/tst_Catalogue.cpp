@@ -17,6 +17,8 @@ static QString textOf(const cFeatureCatalogue& catalogue)
         text += QString(" [%1] <%2>").arg(each->repository(), each->dependencies().join(','));
         for (const cFeatureInstance::DisplayName& name : each->displayNames())
             text += QString(" displayname:%1=%2").arg(name.language, name.text);
+        for (const cFeatureInstance::Note& note : each->notes())
+            text += QString(" note:%1:%2=%3").arg(note.version.toString(), note.language, note.text);
         for (const auto& plugin : each->plugins()) {
             text +=
                 QString(" %1 %2 #").arg(plugin->id().packageFileName()).arg(plugin->size()) + plugin->hash().toHex();
@@ -76,6 +78,10 @@ private slots:
             "<r><feature name='&lt;&quot;'><displayname>a&amp;<![CDATA[<b>]]><i>c</i></displayname>"
             "<displayname lang='de'>Alt</displayname><displayname lang='de'>Neu</displayname></feature></r>",
             "0.00.000 | <\"-0.00.000 off [] <> displayname:de=Neu displayname:en-us=a&<b>c");
+        row("release notes, of the feature's version unless they say otherwise",
+            "<r><feature version='2.0'><notes lang='de'>Neu&#10;da</notes><notes version='1.2.3'>old</notes>"
+            "<displayname>F</displayname></feature><notes>no</notes></r>",
+            "0.00.000 | -2.00.000 off [] <> displayname:en-us=F note:2.00.000:de=Neu\nda note:1.02.003:en-us=old");
         row("package facts, sources of the location",
             "<r><feature><plugins><plugin name='P' version='1.2.3' size='4294967295'><source>x.zip</source>"
             "<hash method='md5'>00ff</hash><source>y.zip</source><hash>aB01</hash></plugin><plugin size='4294967296'/>"

@@ -94,6 +94,43 @@ private slots:
         QCOMPARE(m_fixture.logged("lacks the feature"), int(result["result_code"].toInt() == 5));
         QCOMPARE(values(IConfigMgr::checkForUpdates()), values(result));
     }
+    void tellsWhatAnUpdateBrings_data()
+    {
+        const Rows<QString, QString, QByteArray, QString> row("installed", "locale", "notes", "expected");
+        const QByteArray all = "<notes version='1.0' lang='en-us'>1</notes><notes version='1.5'>1.5</notes>"
+                               "<notes lang='de-de'> Zwei&#13;&#10;Zeilen </notes><notes lang='en-us'>2</notes>"
+                               "<notes version='3.0'>3</notes><notes version='1.5' lang='de-at'>eins fuenf</notes>";
+        row("none", "C-1.0", "de_DE", "", "");
+        row("blank", "C-1.0", "de_DE", "<notes>\n </notes>", "");
+        row("each above the installed one, newest first", "C-1.0", "de_DE", all,
+            "C 2.00.000 Zwei\nZeilen|C 1.05.000 eins fuenf");
+        row("no locale", "C-1.4", "", all, "C 2.00.000 2|C 1.05.000 1.5");
+        row("another language", "C-1.5", "fr_FR", all, "C 2.00.000 2");
+        row("the first there is", "C-1.5", "fr_FR", "<notes lang='it'>due</notes><notes lang='es'>dos</notes>",
+            "C 2.00.000 due");
+        row("from elsewhere", "C-1.0@other", "", all, "C 2.00.000 2");
+        row("up to date", "C-2.0", "", all, "");
+        row("too long", "C-1.0", "", "<notes>" + QByteArray(5000, 'a') + "</notes>",
+            "C 2.00.000 " + QString(4000, 'a') + QChar(0x2026));
+    }
+    void tellsWhatAnUpdateBrings()
+    {
+        QFETCH(QString, installed);
+        QFETCH(QString, locale);
+        QFETCH(QByteArray, notes);
+        m_fixture.begin(features(installed));
+        m_fixture.sandbox.setMachineValue("ConfigMgr/Locale", locale);
+        m_fixture.offer("version='2.0'", features("C-2.0").replace("</feature>", notes + "</feature>"));
+        const cJsonValue result = IConfigMgr::checkForUpdates();
+        m_fixture.sandbox.removeMachineValue("ConfigMgr/Locale");
+        QStringList told;
+        for (int i = 0; result.contains("notes") && i < int(result["notes"].size()); ++i) {
+            const cJsonValue& note = result["notes"][i];
+            told << note["feature"].toString() + ' ' + note["version"].toString() + ' ' + note["text"].toString();
+        }
+        QTEST(told.join('|'), "expected");
+        QCOMPARE(result.contains("notes"), !told.isEmpty());
+    }
     void answersWithoutComparing()
     {
         m_fixture.begin(features("C-1.0"));

@@ -166,6 +166,59 @@ private slots:
         QVERIFY(IInstallMgr::installPackage(QDir().relativeFilePath(m_root + "/C-1.0.ZIP")));
         QCOMPARE(changed(IInstallMgr::lastOutcome()), QString("+C-1.00.000"));
     }
+    void takesAPackageOfTheSameVersion_data()
+    {
+        const Rows<QString, QString, bool, QString, QString> row("installed", "package", "isChanged", "said",
+                                                                 "journal");
+        row("the same", "build=1", "build=1", false, "A-1.00.000 is installed already, with the same contents", "");
+        row("another", "build=1", "build=2", true, "", "uninstall A 1.00.000, install A 1.00.000");
+        row("changed on the disk", "changed", "", true, "", "uninstall A 1.00.000, install A 1.00.000");
+        row("damaged", "", "damaged", false, "VelmDev 0.00.001: its package ", "");
+        row("not starting", "", "service=S", false,
+            "VelmDev 0.00.001: the suite would not start: the service \"S\" is declared twice: by plugin \"B\" and by",
+            "");
+        row("of another feature", "Core", "build=2", false,
+            "VelmDev 0.00.001: A-1.00.000 is installed already and this package differs from it: ", "");
+        row("the same of another feature", "Core", "", false, "", "");
+        row("the same, changed by its command lines", "Core changed", "", false, "", "");
+        row("in a repository", "", "repository", false,
+            "Core 2.00.000: A-1.00.000 is installed already and this package differs from it: ", "");
+    }
+    void takesAPackageOfTheSameVersion()
+    {
+        const auto [installed, offered, isChanged, said, journal] =
+            cells<QString, QString, bool, QString, QString>("installed", "package", "isChanged", "said", "journal");
+        const QString folder = m_root + "/core/plugins/A-1.00.000";
+        const bool isOthers = installed.startsWith("Core");
+        const QByteArray journalFile = qgetenv("JOURNAL");
+        qputenv("JOURNAL", installed == "Core changed" ? "doc/read.me" : journalFile);
+        offer({"main 1.0", isOthers ? "Core 1.0: A 1.0, B 1.0 !service=S" : "Core 1.0: B 1.0 !service=S"});
+        QVERIFY(IInstallMgr::installFromLocation(description(), false));
+        qputenv("JOURNAL", journalFile);
+        if (!isOthers)
+            QVERIFY(IInstallMgr::installPackage(package("A", "1.0", installed.startsWith("build") ? installed : "")));
+        write(folder + "/settings.ini", "of somebody");
+        if (installed == "changed")
+            write(folder + "/doc/read.me", "changed");
+        QFile::remove(m_root + "/journal");
+        if (offered == "repository") {
+            offer({"main 2.0", "Core 2.0: A 1.0 !build=2, B 1.0 !service=S"});
+            IInstallMgr::installFromLocation(description(), false);
+        } else {
+            IInstallMgr::installPackage(package("A", "1.0", offered));
+        }
+        const cInstallOutcome outcome = IInstallMgr::lastOutcome();
+        QVERIFY2(told(outcome).contains(said), qPrintable(told(outcome)));
+        QCOMPARE(told(outcome).isEmpty(), said.isEmpty());
+        QCOMPARE(outcome.isSuccess(), said.isEmpty() || outcome.result == cInstallOutcome::NothingToDo);
+        QCOMPARE(changed(outcome), QString(isChanged ? "+A-1.00.000 -A-1.00.000" : ""));
+        QCOMPARE(!QFile::exists(folder + "/settings.ini"), isChanged);
+        const QByteArray ran = Corvane::FileReadAll(m_root + "/journal", nullptr);
+        QCOMPARE(QString(ran.trimmed()).replace("\n", ", "), journal);
+        QCOMPARE(QDir(folder + "/..").entryList(QDir::AllEntries | QDir::NoDotAndDotDot).filter("unfinished").size(),
+                 0);
+        QCOMPARE(IInstallMgr::verify().result, cVerifyOutcome::Sound);
+    }
     void refusesAPackage_data()
     {
         const Rows<QString, QString, QString> row("fault", "file", "reason");

@@ -78,6 +78,8 @@ private slots:
         row("repairing a catalogue and plugins", false, "same", "repair", "repair",
             "A-1.00.000/ B-1.00.000/ C-1.00.000/ features.damaged.xml features.last.xml features.xml files.json",
             "Dropbox/");
+        row("replacing a package of one's own", false, "rebuilt", "replace", "install,replace",
+            "A-1.00.000/ B-1.00.000/ C-1.00.000/ Z-1.00.000/ features.last.xml features.xml files.json", "Dropbox/");
         row("uninstalling everything", false, "update", "uninstall", "uninstall", "", "Dropbox/");
     }
     void endsInTheNewState()
@@ -139,6 +141,10 @@ private:
             const QByteArray hash = QCryptographicHash::hash(setup, QCryptographicHash::Sha1).toHex();
             QVERIFY(place.write("site/repo/s", setup));
             QVERIFY(place.write("site/repo/repository.xml", QByteArray(Runtime).replace("HASH", hash)));
+        } else if (offered == "rebuilt") {
+            QVERIFY(place.offer("own", {"main 1.0", "Core 1.0: Z 1.0 !silent"}));
+            QCOMPARE(place.run("replace"), 0);
+            QVERIFY(place.offer("own", {"main 1.0", "Core 1.0: Z 1.0 !silent !build=2"}));
         } else if (offered == "same") {
             QVERIFY(place.offer("site/repo",
                                 {"main 1.0", "Core 1.0: A 1.0 !silent, B 1.0 !silent", "More 1.0: C 1.0 !silent"}));
@@ -195,7 +201,11 @@ private:
     /// All that was there before, or will be when no fault occurs, is there; the file @p mark tells which.
     bool isWhole(Tree State::*part, const Place& place, const QString& mark) const
     {
-        const Tree tree = stateOf(place).*part;
+        Tree tree = stateOf(place).*part;
+        for (const auto& [path, content] : stateOf(place).plugins) { // moved away, as long as nothing is in its place
+            if (path.startsWith("unfinished.replaced/"))
+                tree.insert({path.mid(path.indexOf('/') + 1), content});
+        }
         const auto isThere = [&](const Tree& set) {
             Tree missing = without(set, tree);
             missing.erase("features.last.xml"); // may be one version behind
@@ -240,6 +250,8 @@ static int takeSteps(const QString& folder, const QString& steps)
         }
         if (step == "install")
             isDone = IInstallMgr::installDropbox() && isDone;
+        if (step == "replace")
+            isDone = IInstallMgr::installPackage(folder + "/own/Z-1.00.000.zip") && isDone;
         if (step == "repair")
             isDone = IInstallMgr::repair().result % 3 != 0 && isDone; // complete, or nothing to do
         if (step == "uninstall")

@@ -117,7 +117,8 @@ public:
     QString plugin() const
     {
         const char* const states[] = {"registered", "ordered", "loaded", "started", "stopped"};
-        return states[manager.plugins().first().state];
+        const cPluginInfo info = manager.plugins().first();
+        return QString(states[info.state]) + (info.hasFailed ? " but " + info.reason : "");
     }
 
     SettingsSandbox sandbox;

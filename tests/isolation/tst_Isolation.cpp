@@ -41,7 +41,8 @@ private slots:
             cells<QString, QString, QString, QString>("library", "params", "state", "logged");
         cTalkers talkers(QString(params).replace('\'', '"'), library, params.contains("loop") ? 1 : 30);
         QVERIFY(talkers.start());
-        QCOMPARE(talkers.plugin(), state);
+        QCOMPARE(talkers.plugin().section(" but ", 0, 0), state);
+        QVERIFY2(state == "started" || talkers.plugin().contains(logged), qPrintable(talkers.plugin()));
         QCOMPARE(talkers.services.serviceExists("Talker"), state == "started");
         talkers.manager.StopNormal();
         QVERIFY(!talkers.services.serviceExists("Talker"));
@@ -138,7 +139,7 @@ private slots:
         QCOMPARE(text, QString("untouched"));
         const QString log = talkers.log.lines();
         for (const char* reason :
-             {"Cannot call \"sing\" of the service \"Talker\": it has no such method for the given values",
+             {"Cannot call \"sing\" of the service \"Talker\": it has no such method; it has ",
               "Cannot call \"process\" of the service \"Talker\": its result is of the type qlonglong, not QString",
               "Cannot call \"point\" of the service \"Talker\": values of the type QObject* cannot travel to "
               "Talker-1.00.000, which runs in a process of its own",
@@ -285,7 +286,10 @@ private slots:
             talkers.log.lines().contains("Talker-1.00.000 stays down: it has been started again 3 times in five "
                                          "minutes"));
         QVERIFY(!talkers.tell("heard"));
-        QCOMPARE(talkers.plugin(), QString("started"));
+        QCOMPARE(talkers.plugin(),
+                 QString("started but Talker-1.00.000 has ended (%1); Talker-1.00.000 stays down: it has "
+                         "been started again 3 times in five minutes")
+                     .arg(cause));
         QCOMPARE(talkers.log.lines().count("started Talker-1.00.000 again"), 3);
     }
 

@@ -103,6 +103,12 @@ private slots:
         row("differ in case", r, "</plugins>", "<plugin name='p' version='1.0.0'/></plugins>", 5, "plugin-name-clash");
         row("plugin without version", r, "'P' version='1.0.0'", "'P'", 3, "plugin-bad-version");
         row("no size", r, " size='1'", "", 3, "plugin-bad-size");
+        const QByteArray n = "<plugins>"; // notes stand before them, in line 2
+        row("notes of no version", r, n, "<notes version='x'>a</notes><plugins>", 2, "notes-bad-version");
+        row("notes of a newer version", r, n, "<notes version='1.0.1'>a</notes><plugins>", 2, "notes-bad-version");
+        row("notes twice", r, n, "<notes>a</notes>\n<notes lang='en-us'>b</notes><plugins>", 3, "notes-twice");
+        row("empty notes", r, n, "<notes> </notes><plugins>", 2, "notes-empty");
+        row("long notes", r, n, "<notes>" + QByteArray(4001, 'a') + "</notes><plugins>", 2, "notes-too-long");
         const QByteArray hash(40, 'a');
         row("short hash", r, hash, "abcd", 4, "plugin-bad-hash");
         row("no hash", r, "<hash>" + hash + "</hash>", "", 3, "plugin-bad-hash");
@@ -124,6 +130,8 @@ private slots:
         row("no update", "site.xml", "", QByteArray(site).replace("update='m'", ""), 2, "site-no-update");
         row("entry twice", "site.xml", "", "<site>" + SiteEntry.repeated(2) + "</site>", 2, "site-entry-twice");
         row("no repository", "site.xml", "", site, 2, "site-no-repository");
+        row("an empty status", "site.xml", "", QByteArray(site).replace("status='release'", "status=''"), 2,
+            "site-no-update");
         row("no archive", "P-1.00.000.zip", "", "PK", 0, "package-readable");
     }
     void namesPlaceAndRule()
@@ -180,17 +188,19 @@ private slots:
             "<dependencies><dependency>A</dependency></dependencies>", "suite-dependency-cycle");
         row("service of two", "<services><service>S</service></services>", "<services><service>S</service></services>",
             "suite-service-twice");
+        row("no features.xml", "-", "", "suite-no-features");
         row("library of another name", "<start><library filename='Z' function='f'/></start>", "",
             "manifest-library-missing");
     }
     void looksIntoFolders()
     {
         const auto [inner, other, rule] = cells<QString, QString, QString>("inner", "other", "rule");
-        m_tool.write("plugins/A-1.00.000/Manifest.xml", ToolFixture::manifest("A", "1.0.0", inner));
+        const bool hasFeatures = inner != "-";
+        m_tool.write("plugins/A-1.00.000/Manifest.xml", ToolFixture::manifest("A", "1.0.0", hasFeatures ? inner : ""));
         m_tool.write("plugins/A-1.00.000/A.so", "library");
         m_tool.write("plugins/B-1.00.000/Manifest.xml", ToolFixture::manifest("B", "1.0.0", other));
         m_tool.write("plugins/B-1.00.000/B.so", "library");
-        m_tool.write("plugins/features.xml",
+        m_tool.write(hasFeatures ? "plugins/features.xml" : "elsewhere/features.xml",
                      "<f><feature name='Core' version='1.0.0' active='true'><plugins><plugin name='A' version='1.0.0'/>"
                      "<plugin name='B' version='1.0.0'/></plugins></feature></f>");
         QVERIFY(QFile::link(m_tool.path(), m_tool.path("loop")));
@@ -199,9 +209,14 @@ private slots:
         QVERIFY2(rule.isEmpty() ? ended.output.isEmpty() : ended.output.contains("[" + rule + "]"),
                  qPrintable(ended.output));
 
-        const Ended graph = m_tool.run("graph . -o suite.dot");
-        QCOMPARE(graph.code, 0);
-        QCOMPARE(m_tool.read("suite.dot").contains("\"plugin A\" -> \"plugin B\""), rule == "suite-dependency-cycle");
+        const Ended graph = m_tool.run("graph . --json -o suite.dot");
+        QCOMPARE(graph.code, hasFeatures ? 0 : 3);
+        const bool isCircle = rule == "suite-dependency-cycle";
+        QCOMPARE(m_tool.read("suite.dot").contains("\"plugin A\" -> \"plugin B\" [penwidth=2, color=\"#c62828\"]"),
+                 isCircle);
+        const QJsonObject told = QJsonDocument::fromJson(graph.output.toUtf8()).object();
+        const QByteArray cycles = QJsonDocument(told["plugin_cycles"].toArray()).toJson(QJsonDocument::Compact);
+        QCOMPARE(cycles, isCircle ? QByteArray("[[\"A\",\"B\"]]") : QByteArray("[]"));
     }
 
     void speaksToPrograms()
@@ -218,6 +233,16 @@ private slots:
         QVERIFY(root["findings"].toArray().at(1)["text"].toString().contains(QChar(0x202e)));
         QCOMPARE(root["findings"].toArray().at(0)["rule"].toString(), "manifest-empty-service");
         QCOMPARE(root["findings"].toArray().at(0)["line"].toInt(), 4);
+
+        const auto answer = [&](const QString& words) {
+            return QJsonDocument::fromJson(m_tool.run(words).output.toUtf8()).object();
+        };
+        QCOMPARE(answer("pack --json " + m_tool.makePlugin("A", "1.0.0"))["package"].toString(), "./A-1.00.000.zip");
+        for (const QString command : {"lint", "graph", "pack", "site check", "site list"}) {
+            const QJsonObject failed = answer(command + " --json nothing");
+            QVERIFY2(!failed["error"].toString().isEmpty(), qPrintable(command));
+            QCOMPARE(failed["findings"].toArray(), QJsonArray());
+        }
     }
 
     // Whoever meets a rule's name finds it in the documentation.
@@ -235,8 +260,10 @@ private slots:
         const Rows<QString, int, QString> row("words", "code", "said");
         row("help", "--help", 0, "Exit codes:");
         row("version", "--version", 0, "norvale ");
-        row("nothing", "", 2, "subcommand");
-        row("unknown option", "lint --nonsense", 2, "nonsense");
+        row("nothing", "", 2, "a command is missing: norvale {site|");
+        row("half a command", "--color never site", 2, "a command is missing: norvale site {");
+        row("mistyped command", "site chek x", 2, "there is no command \"site chek\"; did you mean check?");
+        row("mistyped option", "lint --jsn x", 2, "--jsn is no option; did you mean --json?");
         row("lint nothing", "lint", 2, "name what");
         row("lint what is not there", "lint nothing.xml", 3, "no such file");
         row("lint an empty folder", "lint .", 3, "nothing to look at");

@@ -48,6 +48,60 @@ private slots:
         QCOMPARE(m_tool.read("one/A-1.02.003.zip"), m_tool.read("two/A-1.02.003.zip"));
     }
 
+    void writesAProjectToBeginWith_data()
+    {
+        const Rows<QString, int, QString> row("words", "code", "said");
+        row("a plugin", "plugin Weather", 0, "Weather/Weather.cpp\n");
+        row("a host", "host Weather a/b", 0, "a/b/tests/tst_Weather.cpp\n");
+        row("a window in an empty folder", "host Weather empty --window", 0, "empty/cMainWindow.h\n");
+        row("over other files", "plugin Weather full", 8, "full is there, and not an empty folder");
+        row("over a file", "plugin Weather full/file", 8, "full/file is there");
+        row("below a file", "plugin Weather full/file/x", 4, "full/file is no folder");
+        row("a digit in front", "plugin 1st", 2, "\"1st\" cannot be the name");
+        row("a dash", "host a-b", 2, "\"a-b\" cannot be the name");
+        row("one letter", "plugin A", 2, "\"A\" cannot be the name");
+        row("a device", "plugin nul", 2, "\"nul\" cannot be the name");
+        row("a target's name", "plugin Test", 2, "Norvale or CMake has it already");
+        row("a word more", "plugin Weather a b", 2, "\"b\" is not understood");
+        row("nothing at all", "plugin", 2, "NAME is required");
+    }
+    void writesAProjectToBeginWith()
+    {
+        const auto [words, code, said] = cells<QString, int, QString>("words", "code", "said");
+        m_tool.write("full/file", "");
+        QDir().mkpath(m_tool.path("empty"));
+        const auto before = m_tool.tree("");
+        const Ended ended = m_tool.run("new " + words);
+        QCOMPARE(ended.code, code);
+        QVERIFY2((ended.output + ended.reasons).contains(said), qPrintable(ended.output + ended.reasons));
+        if (code != 0) {
+            QCOMPARE(m_tool.tree(""), before);
+            return;
+        }
+        const auto after = m_tool.tree("");
+        QCOMPARE(ended.output.section("\n\n", 0, 0).count('\n') + 1, after.size() - before.size());
+        for (auto file = after.begin(); file != after.end(); ++file)
+            QVERIFY2(!(file.key() + file.value()).contains("New"), qPrintable(file.key()));
+    }
+
+#ifdef FILE_FAULTS
+    // Whatever call is the first that the disk refuses: there is all of the project or nothing.
+    void writesAProjectWholeOrNotAtAll()
+    {
+        for (int call = 1; call < 1000; call += 7) {
+            const Variables faults = faultsBelow(m_tool.path("disk"), QString("ENOSPC %1").arg(call));
+            const Ended ended = m_tool.run({"new", "plugin", "Weather", "disk/Weather"}, faults);
+            if (ended.code == 0)
+                return;
+            QCOMPARE(ended.code, 4);
+            QCOMPARE(m_tool.tree("disk").size(), 0);
+            QVERIFY2(QDir(m_tool.path("disk")).isEmpty(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
+                     qPrintable(QString::number(call)));
+        }
+        QFAIL("the disk has refused nothing");
+    }
+#endif
+
     // An installation inflates what it lists; the zeros are too dense for that, and are stored.
     void holdsWhatTheFolderHolds()
     {
@@ -175,7 +229,7 @@ private slots:
         const Ended dot = m_tool.run("graph repository.xml");
         QCOMPARE(dot.code, 0);
         QVERIFY(dot.output.contains("\"plugin A\" -> \"plugin B \\\"x\\\"\""));
-        QVERIFY(dot.output.contains("\"feature F\\\\\\\\u{202e}\" -> \"feature G\" [style=dashed]"));
+        QVERIFY(dot.output.contains("\"feature F\\\\\\\\u{202e}\" -> \"feature G\" [style=dashed"));
         const QStringList words{"graph", ".", "-o", "x.svg"};
         const Ended none = m_tool.run(words, {{"PATH", Platform::pathToNothing(m_tool.path())}});
         QCOMPARE(none.code, 6);
@@ -185,6 +239,8 @@ private slots:
             QSKIP("Graphviz is not here");
         QCOMPARE(m_tool.run(words, {{"PATH", MachineProgram::pathWith("dot", m_tool.path("bin"))}}).code, 0);
         QVERIFY(m_tool.read("x.svg").contains("</svg>"));
+        QCOMPARE(m_tool.run("graph . -o x.PNG").code, 0);
+        QVERIFY(m_tool.read("x.PNG").startsWith("\x89PNG"));
     }
 };
 

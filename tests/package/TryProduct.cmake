@@ -1,16 +1,18 @@
-# Makes the zip for Windows, unpacks it, says where it lies, and runs the suite from another folder, with no libraries but
-# those of the zip.
-cmake_policy(VERSION 3.16)
+# Makes the zips for Windows, unpacks them, says where the product lies, and runs the suite from another folder, with no
+# libraries but those of the zip.
+cmake_minimum_required(VERSION 3.18)
 file(REMOVE_RECURSE "${WORK}")
 file(MAKE_DIRECTORY "${WORK}/elsewhere")
 get_filename_component(cmake_bin "${CMAKE_COMMAND}" DIRECTORY)
 execute_process(COMMAND "${cmake_bin}/cpack" -G ZIP --config "${BUILD}/CPackConfig.cmake" -B "${WORK}" OUTPUT_VARIABLE output
     ERROR_VARIABLE output RESULT_VARIABLE result)
 file(GLOB zip "${WORK}/Norvale-*-win64.zip")
-if(NOT result EQUAL 0 OR NOT zip)
+file(GLOB dev_zip "${WORK}/Norvale-*-win64-dev.zip")
+if(NOT result EQUAL 0 OR NOT zip OR NOT dev_zip)
     message(FATAL_ERROR "no zip was made:\n${output}")
 endif()
-execute_process(COMMAND ${CMAKE_COMMAND} -E tar xf "${zip}" WORKING_DIRECTORY "${WORK}")
+file(ARCHIVE_EXTRACT INPUT "${zip}" DESTINATION "${WORK}")
+file(ARCHIVE_EXTRACT INPUT "${dev_zip}" DESTINATION "${WORK}/dev") # a test builds against it
 get_filename_component(product "${zip}" NAME_WLE)
 set(product "${WORK}/${product}")
 foreach(library Qt5Core Qt5Qml libstdc++-6 libgcc_s_seh-1 libwinpthread-1 zlib1)

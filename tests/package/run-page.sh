@@ -21,7 +21,7 @@ script() {
             if (file != "")           { print "put \"" file "\" <<'"'END_OF_BLOCK'"'"; close_with = "END_OF_BLOCK" }
             else if (made != "")      { print "holds \"" made "\" <<'"'END_OF_BLOCK'"'"; close_with = "END_OF_BLOCK" }
             else if ($0 == "```text") { print "printed <<'"'END_OF_BLOCK'"'"; close_with = "END_OF_BLOCK" }
-            else if ($0 == "```sh")   { print "{ # run"; is_shell = 1; close_with = "} >output 2>&1" }
+            else if ($0 == "```sh")   { print "{ # run"; is_shell = 1; close_with = "} >\"$output\" 2>&1" }
             else                      { print "cat >/dev/null <<'"'END_OF_BLOCK'"'"; close_with = "END_OF_BLOCK" }
             file = made = ""
             next
@@ -44,7 +44,7 @@ holds() {
 
 printed() {
     while IFS= read -r line; do
-        grep -qxF -e "$line" output || { echo "not printed: $line"; exit 1; }
+        grep -qxF -e "$line" "$output" || { echo "not printed: $line"; exit 1; }
     done
 }
 
@@ -52,9 +52,10 @@ rm -rf "$folder"
 mkdir -p "$folder"
 script >"$folder/page.sh"
 cd "$folder"
+output=$PWD/output
 XDG_RUNTIME_DIR=$(mktemp -d)
 export XDG_RUNTIME_DIR
 exec 3>&1
-trap 'status=$?; kill $(jobs -p) 2>/dev/null || true; rm -rf "$XDG_RUNTIME_DIR"; [ $status = 0 ] || cat output >&3; exit $status' EXIT
+trap 'status=$?; kill $(jobs -p) 2>/dev/null || true; rm -rf "$XDG_RUNTIME_DIR"; [ $status = 0 ] || cat "$output" >&3; exit $status' EXIT
 . ./page.sh
-echo "$(grep -c '^put ' page.sh) files written, $(grep -c '^{ # run' page.sh) shell blocks run, $(grep -c '^printed ' page.sh) outputs as shown"
+echo "$(grep -c '^put ' "$folder/page.sh") files written, $(grep -c '^{ # run' "$folder/page.sh") shell blocks run, $(grep -c '^printed ' "$folder/page.sh") outputs as shown"

@@ -133,6 +133,11 @@ public slots:
     void stop(QString) { manager.StopNormal(); }
     void load(QString name) { note(manager.load(name) ? name + " there" : "no " + name); }
     void serve(QString service) { note(manager.loadByService(service) ? service + " there" : "no " + service); }
+    void call(QString service)
+    {
+        static_cast<IServiceMgr&>(services).invoke(service, "x");
+        note(services.lastError());
+    }
     void want(QString plugins) { QCoreApplication::instance()->setProperty("wanted", plugins.split(' ')); }
     void observe(QString whether) { manager.setObserver(whether == "not" ? nullptr : this); }
     void put(QString plugin)
@@ -187,23 +192,45 @@ public slots:
         write(folderOf(name) + "/ts/strings_xx_XX.qm", "\x3c\xb8\x64\x18");
         sandbox.setMachineValue("ConfigMgr/Locale", "xx_XX");
     }
-    void leftOut(QString)
+    /// Notes why each plugin does not run, with a mark where it has failed, and without what differs between systems.
+    void why(QString)
     {
-        for (const cPluginInfo& info : manager.plugins())
-            note(info.name + ": " + info.leftOut);
+        for (const cPluginInfo& info : manager.plugins()) {
+            QString reason = info.reason;
+            note(info.name + (info.hasFailed ? "! " : ": ") +
+                 reason.replace(sandbox.path() + "/plugins", "").replace(cPluginInstance::LibrarySuffix, ""));
+        }
+    }
+    /// Notes what the manager tells of the plugins' states from now on; "queued" when the events are served.
+    void watch(QString how)
+    {
+        connect(&manager, &IPluginMgr::pluginStateChanged, this, &cInstalledSuite::onState,
+                how == "queued" ? Qt::QueuedConnection : Qt::AutoConnection);
+    }
+    void onState(const QString& name, cPluginInfo::State state)
+    {
+        const QString change = name + '=' + stateName(state);
+        note(change);
+        fixtureActs(change);
+        if (isAngry)
+            throw std::runtime_error("no thanks");
     }
     /// The publications, and of each plugin its place in the order, its state, and a mark when its folder is searched.
     void list(QString)
     {
-        const char* const states[] = {"Registered", "Ordered", "Loaded", "Started", "Stopped"};
         QString text = QString::number(publications);
         for (const cPluginInfo& info : manager.plugins())
-            text += QString(" %1:%2:%3").arg(info.name).arg(info.order).arg(states[info.state]) +
+            text += QString(" %1:%2:%3").arg(info.name).arg(info.order).arg(stateName(info.state)) +
                     (QDir::searchPaths(info.name).contains(folderOf(info.name)) ? "*" : "");
         note(text + " " + services.serviceList().join(' '));
     }
 
 public:
+    static QString stateName(cPluginInfo::State state)
+    {
+        const char* const names[] = {"Registered", "Ordered", "Loaded", "Started", "Stopped"};
+        return names[state];
+    }
     /// Takes the steps that are meant for when a category is complete.
     void fixtureActs(const QString& category)
     {

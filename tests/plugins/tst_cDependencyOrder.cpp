@@ -65,7 +65,7 @@ private slots:
                 addPlace(place);
             const QVector<int> placed = order.order();
             QVERIFY2(placed == orderByPasses(records, list), QByteArray::number(graph));
-            QCOMPARE(order.reasons().isEmpty(), placed.size() == count);
+            QCOMPARE(order.faults().isEmpty(), placed.size() == count);
             complete += placed.size() == count;
         }
         QVERIFY2(qBound(3000, complete, 17000) == complete, QByteArray::number(complete));
@@ -90,7 +90,10 @@ private slots:
         for (const QString& record : records.split(' '))
             order.addRecord(record.section('>', 0, 0), record.split('>').mid(1));
         order.order();
-        QTEST(order.reasons().join('|'), "reasons");
+        QStringList reasons;
+        for (const cOrderFault& fault : order.faults())
+            reasons.append(fault.text);
+        QTEST(reasons.join('|'), "reasons");
     }
 };
 

@@ -77,7 +77,7 @@ private slots:
     {
         const Rows<QByteArray, QString> row("content", "difference");
         row("the same", "abc", "");
-        row("cut short", "ab", "has 2 bytes instead of 3");
+        row("cut short", "a", "has 1 byte instead of 3");
         row("a bit flipped", "abb", "has another content than was installed");
     }
     void tellsFilesApart()

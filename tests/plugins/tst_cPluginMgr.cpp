@@ -141,26 +141,80 @@ private slots:
             {"manifest of B", "declared twice", "would not start as they are", "B-1.00.000 is not loaded",
              "D-1.00.000 is not loaded"},
             "start A, started, no B, no D, start C, C there");
+        const QString missing = "%1-1.00.000 has started and not registered its service %2: is Q_OBJECT there, "
+                                "Q_CLASSINFO(\"service\", ...) as declared?";
         const QStringList suite{"A plain auto needs:B", "B plain in:b needs:X gives:b", "C plain auto", "X <m>",
                                 "ZentraSettings plain auto gives:s"};
         row("what is left out takes what depends on it along", suite,
-            {"without X Unknown", "categories b", "discover", "list", "start", "leftOut", "load A", "load X", "serve b",
+            {"without X Unknown", "categories b", "discover", "list", "start", "why", "load A", "load X", "serve b",
              "list", "outcome"},
             {"w plugin \"Unknown\" cannot be left out: it is not installed", "i A-1.00.000 does not take part",
              "\"A\" is not loaded: depends on \"X\", which is left out (A -> B -> X)", "\"X\" is not loaded: left out",
              "\"B\" is not loaded: depends on \"X\", which is left out (B -> X)"},
             "discovered, 1 A:0:Registered B:0:Registered C:1:Ordered X:0:Registered ZentraSettings:2:Ordered , "
             "start ZentraSettings, start C, started, A: depends on \"X\", which is left out (A -> B -> X), "
-            "B: depends on \"X\", which is left out (B -> X), C: , X: left out, ZentraSettings: , "
-            "no A, no X, no b, "
-            "3 A:0:Registered B:0:Registered C:1:Started* X:0:Registered ZentraSettings:2:Started* , "
-            "outcome 1 with 0 reasons");
+            "B: depends on \"X\", which is left out (B -> X), C: , X: left out, ZentraSettings: " +
+                missing.arg("ZentraSettings", "s") +
+                ", "
+                "no A, no X, no b, "
+                "3 A:0:Registered B:0:Registered C:1:Started* X:0:Registered ZentraSettings:2:Started* , "
+                "outcome 1 with 0 reasons");
         row("what is left out is another time taken in again", suite,
             {"without ZentraSettings C", "start", "put X plain", "without", "start", "load C"},
             {"the manifest of X-1.00.000 is faulty"},
             "not started, start ZentraSettings, start X, start B, start A, start C, started, C there");
         row("a service of what is left out may be declared by another", {"A plain gives:s", "B plain gives:s"},
             {"without A", "start", "serve s"}, {}, "started, start B, s there");
+        row("why each plugin does not run",
+            {"F startFails auto", "N plain in:n needs:F", "W plain needs:N auto", "E entryMissing auto", "L none auto",
+             "S plain auto gives:s gives:t", "A plain in:a", "Out plain"},
+            {"without Out", "categories m+n", "discover", "why", "start", "call t", "put New plain auto", "publish",
+             "why", "stop"},
+            {"w no installed plugin has the load category \"m\"; there are \"a\", \"n\"", "w " + missing.arg("S", "s"),
+             "w " + missing.arg("S", "t")},
+            "discovered, F: , N: , W: , E: , L: , S: , A: , Out: left out, start F, start S, started, "
+            "Cannot call \"x\" of the service \"t\": S-1.00.000 has started and not registered its service t: is "
+            "Q_OBJECT "
+            "there, Q_CLASSINFO(\"service\", ...) as declared?, "
+            "F! F-1.00.000 is not started: its start returned false (/F-1.00.000/startFails); the log channel "
+            "\"F\" is where the plugin can say why, "
+            "N! waits for \"F\", which has failed, W! waits for \"N\", which has failed, "
+            "E! E-1.00.000 is not loaded: the entry function \"create\" of its library /E-1.00.000/entryMissing does "
+            "not exist: is it extern \"C\", exported, and named so in the manifest?, "
+            "L! L-1.00.000 is not loaded: its library /L-1.00.000/none does not exist, "
+            "S: " +
+                missing.arg("S", "s") + "; " + missing.arg("S", "t") +
+                ", "
+                "A: not asked for, Out: left out, New: installed since the start, stop S");
+        const QString whyNot =
+            "A! plugin \"A\" depends on \"Zed\", which is not installed (/A-1.00.000/Manifest.xml); is \"Zeb\" meant?, "
+            "B! plugins depend on each other in a circle: A -> B -> A; one of these dependencies has to go, such as "
+            "that in /A-1.00.000/Manifest.xml, "
+            "C! waits for \"A\", which has no place in the start order, Zeb: %1, "
+            "Old! Old-1.00.000 is made for the runtime API version 12; this is version 13, for which it has to be "
+            "built anew (/Old-1.00.000/Manifest.xml)";
+        row("why no plugin runs",
+            {"A plain needs:B needs:Zed", "B plain needs:A", "C plain needs:A", "Zeb plain",
+             "Old <m><plugin runtime_api_version='12' autolaod='true'><servces/></plugin></m>"},
+            {"discover", "why", "start", "why"},
+            {"w the manifest of Old-1.00.000: ", "w the manifest of Old-1.00.000: ",
+             "line 1, column 5: the attribute \"autolaod\" of <plugin> is not read; is \"autoload\" meant?",
+             "line 1, column 59: <servces> in <plugin> is not read; is \"services\" meant?"},
+            "faulty, " + whyNot.arg("") + ", not started, " + whyNot.arg("the suite has not been started"));
+        const QStringList told{"F startFails auto", "N plain needs:F auto", "S plain auto", "T throwsInStop"};
+        row("states are told", told, {"watch", "discover", "start", "load T", "stop"}, {},
+            "F=Ordered, N=Ordered, S=Ordered, T=Ordered, discovered, F=Loaded, start F, F=Ordered, N=Ordered, "
+            "S=Loaded, start S, S=Started, started, T=Loaded, start T, T=Started, T there, stop T, T=Stopped, stop S, "
+            "S=Stopped");
+        row("states are told later", {"S plain auto"}, {"watch queued", "start", "events", "stop"}, {},
+            "start S, started, S=Ordered, S=Loaded, S=Started, stop S");
+        row("who is told may ask for more, and throw", told,
+            {"acts F=Ordered load F; load T", "acts N=Ordered load N", "acts T=Loaded load T", "acts S=Started stop",
+             "acts S=Stopped load S; load N", "anger", "watch", "start"},
+            QVector<QString>(13, "A receiver of a plugin's state threw an exception: no thanks").toList(),
+            "F=Ordered, no F, no T, N=Ordered, no N, S=Ordered, T=Ordered, F=Loaded, start F, F=Ordered, no F, "
+            "T=Loaded, T there, start T, T=Started, T there, N=Ordered, no N, S=Loaded, start S, S=Started, stop S, "
+            "S=Stopped, S there, no N, stop T, T=Stopped, not started");
         QStringList circle;
         for (int i = 0; i < 30; ++i)
             circle.append(QString("P%1 plain auto needs:P%2").arg(i).arg((i + 1) % 30));
@@ -184,7 +238,8 @@ private slots:
         cInstalledSuite suite(plugins);
         for (const QString& step : steps)
             suite.take(step);
-        QTEST(suite.journal().join(", "), "journal");
+        QFETCH(QString, journal);
+        QVERIFY2(suite.journal().join(", ") == journal, qPrintable(suite.journal().join(", ")));
         QStringList lines;
         for (const cLogEntry& line : cLogCentral::history().mid(begin))
             lines.append(line.channel == "PluginMgr" ? "iwe"[line.level] + (' ' + line.message) : QString());

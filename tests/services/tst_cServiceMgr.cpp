@@ -14,6 +14,7 @@
 #include <memory>
 #include <random>
 #include <stdexcept>
+#include <thread>
 #include <vector>
 
 class cAlarm : public QObject
@@ -180,14 +181,16 @@ private Q_SLOTS:
     void invoke_data()
     {
         const QString noMethod = "the service \"Clock\": it has no such method";
+        const QString all = "; it has now(), add(int), add(QString), handOverTo(QObject*), fail(QString)";
         const Rows<QString, QString, QString> row("id", "method", "reason");
         row("called", "Clock", "now", "");
         row("unknown id", "Cuckoo", "now", "the service \"Cuckoo\": none is registered");
-        row("unknown method", "Clock", "tomorrow", noMethod);
-        row("method with parentheses", "Clock", "now()", noMethod);
-        row("method without a name", "Clock", "", noMethod);
+        row("unknown method", "Clock", "tomorrow", noMethod + all);
+        row("misspelt method", "Clock", "Nwo", noMethod + " (is \"now\" meant?)" + all);
+        row("method with parentheses", "Clock", "now()", noMethod + " (is \"now\" meant?)" + all);
+        row("method without a name", "Clock", "", noMethod + all);
         row("method beyond Latin-1", "Clock", QString::fromUtf8("n\u014dw"), noMethod);
-        row("values missing", "Clock", "add", noMethod);
+        row("values missing", "Clock", "add", noMethod + " for the given values (), only add(int), add(QString)");
         row("plain C++ function", "Clock", "notInvokable", noMethod);
     }
     void invoke()
@@ -201,6 +204,7 @@ private Q_SLOTS:
         QCOMPARE(result, reason.isEmpty() ? 12 : -1);
         QCOMPARE(file.lines().count('\n'), reason.isEmpty() ? 0 : 1);
         QVERIFY2(file.lines().contains(reason), qPrintable(file.lines()));
+        QVERIFY2(m_mgr.lastError().contains(reason), qPrintable(m_mgr.lastError()));
         QCOMPARE(m_mgr.invoke(id, method), reason.isEmpty());
     }
     void wrongResultTypeAndExceptionsAreNamed()
@@ -213,6 +217,9 @@ private Q_SLOTS:
         QVERIFY(!m_mgr.invoke("Clock", "fail", Q_ARG(QString, "out of order")));
         QCOMPARE(result, -1);
         QCOMPARE(text, "none");
+        QCOMPARE(m_mgr.lastError(), "The service \"Clock\" threw an exception: out of order in \"fail\"");
+        std::thread([&] { text = m_mgr.lastError(); }).join();
+        QCOMPARE(text, "");
         QCOMPARE(
             file.lines(),
             "[ServiceMgr]Cannot call \"fail\" of the service \"Clock\": its result is of the type QString, not int \n"

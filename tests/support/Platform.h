@@ -45,9 +45,6 @@ bool link(const QString& target, const QString& path);
 /// A search path for programs of this project that leads to no other program; @p empty is an empty folder.
 QString pathToNothing(const QString& empty);
 
-/// How the system says that a disk is full.
-QString diskFullText();
-
 /// Whether files have modes and links, and any name but "/".
 bool hasUnixFiles();
 

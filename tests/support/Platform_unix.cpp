@@ -64,11 +64,6 @@ QString Platform::pathToNothing(const QString& empty)
     return empty;
 }
 
-QString Platform::diskFullText()
-{
-    return QStringLiteral("No space");
-}
-
 bool Platform::hasUnixFiles()
 {
     return true;

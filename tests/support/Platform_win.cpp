@@ -99,11 +99,6 @@ QString Platform::pathToNothing(const QString&)
     return QString::fromLocal8Bit(qgetenv("PATH")); // of libraries, Qt's among them
 }
 
-QString Platform::diskFullText()
-{
-    return qt_error_string(ERROR_DISK_FULL);
-}
-
 bool Platform::hasUnixFiles()
 {
     return false;

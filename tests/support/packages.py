@@ -5,7 +5,8 @@ packages.py package FILE NAME VERSION [FAULT]
 packages.py repository FOLDER 'NAME VERSION [CORE]' FEATURE...
 
 A FEATURE is text such as 'Core 1.0: A 1.0, B 1.2 !no-manifest; Base, Tools': name and version, plugins with their
-faults, and the features it depends on. Of a plugin also "!service=NAME" and "!needs=NAME". A plugin's command lines append to the file that JOURNAL names (on
+faults, and the features it depends on. Of a plugin also "!service=NAME", "!needs=NAME" and "!build=TEXT", for what differs
+under one version. A plugin's command lines append to the file that JOURNAL names (on
 Windows with the program that JOURNAL_WRITER names).
 """
 import hashlib, os, struct, sys, zlib
@@ -110,11 +111,13 @@ LARGE = {"bomb": ["bomb", 8 << 20], "sum": ["r0", 600000, "r1", 600000, "r2", 60
 def package(name, version, fault=""):
     shown = {"other-name": ("Other", version), "other-version": (name, "9.9.9"), "unsafe-name": ("../up", version)}
     xml = manifest(*shown.get(fault, (name, version)), fault)
+    build = "".join(word[6:] for word in fault.split() if word.startswith("build="))
     if fault == "bad-xml":
         xml = xml[:-5]
     entries = [Entry("manifest.xml" if fault == "small-letters" else "Manifest.xml", xml),
                Entry("doc/", mode=0o040755), Entry("doc/read.me", f"{name} {version}\n".encode() * 9),
-               Entry(LIBRARY, f"library of {name} {version}".encode() * 40, 0o100755, method=0), Entry("empty", b"")]
+               Entry(LIBRARY, f"library of {name} {version}{build}".encode() * 40, 0o100755, method=0),
+               Entry("empty", b"")]
     large = LARGE.get(fault, [])
     entries += [Entry(large[i], bytes(large[i + 1])) for i in range(0, len(large), 2)]
     data = archive([e for e in entries if fault != "no-manifest" or b"anifest" not in e.name] + EXTRA.get(fault, []))

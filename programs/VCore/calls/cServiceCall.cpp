@@ -5,18 +5,21 @@
 #include <Norvale/IPluginMgr.h>
 #include <Norvale/IServiceMgr.h>
 
+#include <algorithm>
+#include <iterator>
+
 namespace {
 
 constexpr int MaxArguments = 10;
 
-QList<QMetaMethod> methodsNamed(const QObject* service, const QString& name)
+QList<QMetaMethod> methodsOf(const QObject* service)
 {
     QList<QMetaMethod> methods;
     const QMetaObject* meta = service->metaObject();
     for (int i = QObject::staticMetaObject.methodCount(); i < meta->methodCount(); ++i) {
         const QMetaMethod method = meta->method(i);
         const bool isCallable = method.methodType() == QMetaMethod::Slot || method.methodType() == QMetaMethod::Method;
-        if (isCallable && method.access() == QMetaMethod::Public && method.name() == name.toLatin1())
+        if (isCallable && method.access() == QMetaMethod::Public)
             methods.append(method);
     }
     return methods;
@@ -62,6 +65,20 @@ void* dataOf(QVariant& variant, int type)
     return type == QMetaType::QVariant ? &variant : variant.data();
 }
 
+/// What keeps the plugin that declares the service from giving it, or who gives what.
+QString whyNoService(const QString& id)
+{
+    if (id.isEmpty())
+        return QStringLiteral("no service is named");
+    const QString text = QStringLiteral("there is no service \"%1\": %2");
+    for (const cPluginInfo& plugin : IPluginMgr::instance()->plugins()) {
+        if (plugin.services.contains(id) && !plugin.reason.isEmpty())
+            return text.arg(id, plugin.reason);
+    }
+    return text.arg(id, QStringLiteral("no installed plugin declares it; registered: %1")
+                            .arg(IServiceMgr::instance()->serviceList().join(QStringLiteral(", "))));
+}
+
 QObject* findService(const QString& id)
 {
     IServiceMgr* services = IServiceMgr::instance();
@@ -77,7 +94,7 @@ bool cServiceCall::call(const QString& serviceId, const QString& method, const c
     qRegisterMetaType<cJsonValue>("cJsonValue"); // before the parameter types are looked up by their names
     const QObject* service = findService(serviceId);
     if (!service)
-        return fail(UnknownService, QStringLiteral("there is no service \"%1\"").arg(serviceId));
+        return fail(UnknownService, whyNoService(serviceId));
     if (!pickMethod(service, method, arguments))
         return false;
     return invoke(serviceId);
@@ -85,9 +102,16 @@ bool cServiceCall::call(const QString& serviceId, const QString& method, const c
 
 bool cServiceCall::pickMethod(const QObject* service, const QString& name, const cJsonValue& arguments)
 {
-    const QList<QMetaMethod> methods = methodsNamed(service, name);
+    const QList<QMetaMethod> all = methodsOf(service);
+    QList<QMetaMethod> methods;
+    std::copy_if(all.begin(), all.end(), std::back_inserter(methods),
+                 [&](const QMetaMethod& method) { return method.name() == name.toLatin1(); });
+    if (all.isEmpty())
+        return fail(UnknownMethod, QStringLiteral("the service has no method to be called: is Q_OBJECT there, are they "
+                                                  "public slots or Q_INVOKABLE?"));
     if (methods.isEmpty())
-        return fail(UnknownMethod, QStringLiteral("the service has no method \"%1\"").arg(name));
+        return fail(UnknownMethod,
+                    QStringLiteral("the service has no method \"%1\"; it has %2").arg(name, signaturesOf(all)));
     const bool isList = arguments.isNull() || arguments.isArray();
     if (isList && arguments.size() <= MaxArguments)
         m_method = pickFitting(methods, arguments, &m_arguments);
@@ -113,8 +137,7 @@ bool cServiceCall::invoke(const QString& serviceId)
         a[i] = QGenericArgument(names[i].constData(), dataOf(m_arguments[i], m_method.parameterType(i)));
     if (!IServiceMgr::instance()->invoke(serviceId, QString::fromLatin1(m_method.name()), returned, a[0], a[1], a[2],
                                          a[3], a[4], a[5], a[6], a[7], a[8], a[9])) {
-        return fail(CallRefused, QStringLiteral("the service does not take the call of \"%1\"")
-                                     .arg(QString::fromLatin1(m_method.methodSignature())));
+        return fail(CallRefused, IServiceMgr::instance()->lastError());
     }
     if (returnType == QMetaType::UnknownType || !CallValues::toJson(result, &m_result)) {
         return fail(ResultHasNoJson,

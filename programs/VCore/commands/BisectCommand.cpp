@@ -5,7 +5,6 @@
 #include "guard/PluginChoice.h"
 #include "guard/cSuiteTrial.h"
 #include "updates/UpdateSession.h"
-#include "wire/WireText.h"
 
 #include <Norvale/IPluginMgr.h>
 
@@ -46,13 +45,15 @@ public:
         cSuiteTrial trial(m_options);
         cCulpritSearch search(candidates, [&](const QStringList& leftOut) {
             const int taken = candidates.size() - leftOut.size();
-            const QString start =
-                QStringLiteral("start %1: %2 of %3 plugins ... ").arg(++m_starts).arg(taken).arg(candidates.size());
+            const QString start = QStringLiteral("start %1: %2 of %3 ... ")
+                                      .arg(++m_starts)
+                                      .arg(taken)
+                                      .arg(Terminal::counted(candidates.size(), "plugin"));
             Terminal::status(start);
             const std::optional<cCulpritSearch::Verdict> verdict = trial.run(leftOut);
             Terminal::status(QString());
             if (verdict)
-                Terminal::reason(start + trial.finding());
+                Terminal::note(start + trial.finding());
             return verdict;
         });
         const cCulpritSearch::Result result = search.run();
@@ -121,7 +122,7 @@ private:
             const QJsonObject object{{QStringLiteral("result"), QLatin1String(results[result])},
                                      {QStringLiteral("plugins"), QJsonArray::fromStringList(culprits)},
                                      {QStringLiteral("starts"), m_starts}};
-            Terminal::answerJson(QString::fromUtf8(WireText::write(object)));
+            answerJson(object);
         } else if (result != cCulpritSearch::Ended) {
             Terminal::answer(textOf(result, culprits));
         }
@@ -133,7 +134,8 @@ private:
         case cCulpritSearch::Found:
             break;
         case cCulpritSearch::NeverBreaks:
-            return QStringLiteral("The suite does not break: with all of %1 plugins it is good.").arg(m_ids.size());
+            return QStringLiteral("The suite does not break: it is good with %1.")
+                .arg(Terminal::counted(m_ids.size(), "plugin"));
         case cCulpritSearch::AlwaysBreaks:
             return QStringLiteral("The suite breaks without any plugin, too, so it is none of them. VCore --verify "
                                   "tells whether it is installed as it was.");

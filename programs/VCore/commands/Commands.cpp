@@ -2,6 +2,7 @@
 #include "Diagnostics.h"
 #include "common/Terminal.h"
 #include "updates/UpdateSession.h"
+#include "wire/WireText.h"
 
 #include <Norvale/Corvane.h>
 #include <Norvale/cLogCentral.h>
@@ -29,6 +30,11 @@ void addJsonFlag(cSyntax& syntax, bool* target)
     syntax.add("--json", target, "Print JSON instead of text. With --call the ARGs are JSON, too.");
 }
 
+void answerJson(const QJsonObject& object)
+{
+    Terminal::answerJson(QString::fromUtf8(WireText::write(object)));
+}
+
 bool readTimeout(const QString& seconds, int* milliseconds)
 {
     constexpr double Longest = 86400;
@@ -38,7 +44,7 @@ bool readTimeout(const QString& seconds, int* milliseconds)
         *milliseconds = int(number * 1000);
         return true;
     }
-    Terminal::reason(QStringLiteral("--timeout takes seconds, more than 0 and at most %1").arg(Longest));
+    Terminal::error(QStringLiteral("--timeout takes seconds, more than 0 and at most %1").arg(Longest));
     return false;
 }
 

@@ -4,6 +4,7 @@
 
 class cChangeLock;
 class cProgram;
+class QJsonObject;
 
 /// Adds --run, which is done when no command is given, --disable and --enable.
 void addRunCommands(cProgram& program);
@@ -20,7 +21,7 @@ void addHostCommands(cProgram& program);
 /// Adds --check, --update and --update-sites.
 void addUpdateCommands(cProgram& program);
 
-/// Adds --install, --bootstrap and --uninstall.
+/// Adds --install, --bootstrap, --uninstall and --install-dir.
 void addInstallCommands(cProgram& program);
 
 /// Adds --verify and --repair.
@@ -48,6 +49,9 @@ private:
 
 /// Adds the option --json of several commands.
 void addJsonFlag(cSyntax& syntax, bool* target);
+
+/// Prints what --json asks for.
+void answerJson(const QJsonObject& object);
 
 /// Reads @p seconds, what the option --timeout has been given; says what is wrong with it.
 [[nodiscard]] bool readTimeout(const QString& seconds, int* milliseconds);

@@ -1,7 +1,8 @@
 // The commands around the running host: to list it, and to speak to it.
 #include "Diagnostics.h"
-#include "HostInterface.h"
+#include "SuiteReport.h"
 #include "commands/Commands.h"
+#include "common/System.h"
 #include "common/Terminal.h"
 #include "common/cProgram.h"
 #include "guard/PluginChoice.h"
@@ -89,8 +90,8 @@ class cListCommand : public cAskingCommand
 public:
     void describe(cSyntax& syntax) override
     {
-        syntax.call("--list", "Show features, plugins and services: those of the running host, or what is "
-                              "installed when none is running.");
+        syntax.call("--list", "Show features, plugins and services, and why a plugin does not run: those of the "
+                              "running host, or what is installed when none is running.");
         addJsonFlag(syntax, &m_isJson);
         m_log.addTo(syntax);
         addTimeout(syntax);
@@ -99,7 +100,7 @@ public:
 protected:
     ExitCode ask(cHostClient& client) override
     {
-        ExitCode code = m_log.open(Diagnostics::showLog);
+        ExitCode code = m_log.open(Diagnostics::showReasons);
         if (code != ExitCode::Ok)
             return code;
         const cHostClient::Outcome connected = connect(client);
@@ -113,10 +114,16 @@ protected:
         report.insert(QStringLiteral("running"), isRunning);
         report.insert(QStringLiteral("disabled"), QJsonArray::fromStringList(PluginChoice::disabled()));
         if (m_isJson)
-            Terminal::answerJson(QString::fromUtf8(WireText::write(report)));
+            answerJson(report);
         else
-            Terminal::answer(SuiteReport::tables(report));
-        return ExitCode::Ok;
+            Terminal::answer(SuiteReport::tables(report, System::terminalColumns(System::Output)));
+        const int failed = SuiteReport::countFailed(report);
+        if (failed == 0)
+            return ExitCode::Ok;
+        return endWith(ExitCode::PluginFailed,
+                       QStringLiteral("%1 should run and %2 failed; the column \"reason\" tells why")
+                           .arg(Terminal::counted(failed, "plugin"),
+                                failed == 1 ? QStringLiteral("has") : QStringLiteral("have")));
     }
 
 private:
@@ -152,6 +159,7 @@ public:
     void describe(cSyntax& syntax) override
     {
         syntax.call("--send", "Send JSON to the running host and print each answer on a line.", &m_message, "JSON");
+        addJsonFlag(syntax, &m_isJson); // as all answers are anyway
         addTimeout(syntax);
         addWaiting(syntax);
     }
@@ -170,6 +178,7 @@ protected:
 
 private:
     QString m_message;
+    bool m_isJson = false;
 };
 
 /// Calls a method of a service in the running host and prints what it returns.
@@ -208,7 +217,7 @@ protected:
                 printResult(answer);
                 answered = ExitCode::Ok;
             } else {
-                Terminal::reason(answer.value(QStringLiteral("text")).toString());
+                Terminal::error(answer.value(QStringLiteral("text")).toString());
             }
         };
         const ExitCode code = connectAndAsk(client, WireText::write(message), print);
@@ -228,7 +237,7 @@ private:
             const QJsonArray value =
                 m_isJson ? QJsonDocument::fromJson('[' + text.toUtf8() + ']').array() : QJsonArray{text};
             if (value.size() != 1) {
-                Terminal::reason(QStringLiteral("this argument is no JSON: %1").arg(text));
+                Terminal::error(QStringLiteral("this argument is no JSON: %1").arg(text));
                 return false;
             }
             arguments->append(value.first());

@@ -8,6 +8,7 @@
 
 #include <QtCore/QDir>
 #include <QtCore/QFile>
+#include <QtCore/QJsonObject>
 #include <QtCore/QRegularExpression>
 
 #include <algorithm>
@@ -22,12 +23,15 @@ public:
     {
         syntax.call("--report", "Print the newest report of a crash. Reports stay on this machine, the newest ten of "
                                 "them.");
+        addJsonFlag(syntax, &m_isJson);
     }
 
     ExitCode run() override
     {
         const QDir folder(Corvane::velmiraFolderOrFile(Corvane::DataFolder) + QLatin1String("/crashes"));
         const QStringList names = folder.entryList({QStringLiteral("crash-*-*-*.txt")}, QDir::Files, QDir::Time);
+        if (names.isEmpty() && m_isJson)
+            answer(QString(), {});
         if (names.isEmpty())
             return endWith(ExitCode::NoReport, QStringLiteral("there is no crash report in %1").arg(folder.path()));
         QFile file(folder.filePath(names.first()));
@@ -39,11 +43,19 @@ public:
         while (!lines.isEmpty() && lines.last().isEmpty())
             lines.removeLast();
         std::transform(lines.begin(), lines.end(), lines.begin(), readable);
-        Terminal::answer(QStringList(QStringLiteral("File: %1").arg(file.fileName())) + lines);
+        answer(file.fileName(), lines);
         return ExitCode::Ok;
     }
 
 private:
+    void answer(const QString& path, const QStringList& lines) const
+    {
+        if (m_isJson)
+            answerJson({{QStringLiteral("file"), path}, {QStringLiteral("text"), lines.join(QLatin1Char('\n'))}});
+        else
+            Terminal::answer(QStringList(QStringLiteral("File: %1").arg(path)) + lines);
+    }
+
     /// A line of the stack, "LIBRARY(FUNCTION+0xOFFSET)[0xADDRESS]", has its function as its author knows it.
     static QString readable(const QString& line)
     {
@@ -54,6 +66,8 @@ private:
         const int begin = match.capturedStart(1), end = match.capturedEnd(1);
         return line.left(begin) + HostSystem::demangled(match.captured(1)) + line.mid(end);
     }
+
+    bool m_isJson = false;
 };
 
 } // namespace

@@ -7,6 +7,10 @@
 #include "guard/PluginChoice.h"
 
 #include <Norvale/IPluginMgr.h>
+#include <Norvale/cLogCentral.h>
+
+#include <QtCore/QJsonArray>
+#include <QtCore/QJsonObject>
 
 namespace {
 
@@ -29,9 +33,12 @@ public:
         syntax.add("--no-guard", &m_isUnguarded,
                    "Neither tell nor note which plugin ends a run, watch for plugins that hang, or write reports.");
         syntax.add("--start-only", &m_options.isStartOnly, "Stop and end as soon as the suite has been started.");
+        syntax.add("--verbose", &m_isVerbose,
+                   "Show the information of the log, too, such as which plugin is about to be loaded or started.");
         m_log.addTo(syntax);
         syntax.add("--trace", &m_options.tracePath,
-                   "Write a Chrome trace of start-up and stop to FILE when the run ends.", "FILE");
+                   "Write a Chrome trace of start-up and stop to FILE as they go, readable also after a crash.",
+                   "FILE");
     }
 
     ExitCode run() override
@@ -42,7 +49,10 @@ public:
             if (word.startsWith(QLatin1Char('-')))
                 return endWith(ExitCode::Usage, QStringLiteral("options stand before the names, \"%1\" too").arg(word));
         }
-        const ExitCode code = m_log.open(Diagnostics::showLog);
+        // Who asks for it gets it, also where the user's settings switch it off; these stay as they are.
+        if (m_isVerbose)
+            cLogCentral::log(QStringLiteral("PluginMgr")).enable();
+        const ExitCode code = m_log.open(m_isVerbose ? Diagnostics::showLog : Diagnostics::showReasons);
         if (code != ExitCode::Ok)
             return code;
         m_options.plugins.categories = PluginChoice::namesIn({m_categories});
@@ -58,6 +68,7 @@ private:
     QStringList m_without;
     QStringList m_words;
     bool m_isUnguarded = false;
+    bool m_isVerbose = false;
 };
 
 /// What the commands have in common that change which plugins are disabled.
@@ -77,21 +88,27 @@ protected:
     void addNames(cSyntax& syntax, const char* name, const char* help)
     {
         syntax.call(name, help, &m_names, "NAME");
+        addJsonFlag(syntax, &m_isJson);
         syntax.add("[NAME...]", &m_names, "");
         syntax.mostWords = ManyWords;
     }
 
-    static ExitCode done(bool isDone, const QString& what, const QStringList& names, const QString& error)
+    ExitCode done(bool isDone, const QString& what, const QStringList& names, const QString& error) const
     {
         if (!isDone)
             return endWith(ExitCode::SettingsFailed, error);
-        if (!names.isEmpty())
+        if (m_isJson)
+            answerJson({{QStringLiteral("disabled"), QJsonArray::fromStringList(PluginChoice::disabled())}});
+        else if (!names.isEmpty())
             Terminal::answer(what.arg(names.join(QStringLiteral(", "))));
         return ExitCode::Ok;
     }
 
+    bool isJson() const { return m_isJson; }
+
 private:
     QStringList m_names;
+    bool m_isJson = false;
 };
 
 /// Leaves plugins out of every start.
@@ -141,7 +158,7 @@ protected:
         for (const QString& name : names) {
             if (disabled.contains(name))
                 enabled.append(name);
-            else
+            else if (!isJson())
                 Terminal::answer(QStringLiteral("The plugin \"%1\" is not disabled.").arg(name));
         }
         QString error;

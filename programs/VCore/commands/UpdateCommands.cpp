@@ -4,11 +4,12 @@
 #include "common/Terminal.h"
 #include "common/cProgram.h"
 #include "updates/UpdateSession.h"
-#include "wire/WireText.h"
 
 #include <Norvale/IConfigMgr.h>
 
 #include <QtCore/QFileInfo>
+#include <QtCore/QJsonArray>
+#include <QtCore/QJsonObject>
 #include <QtCore/QUrl>
 
 namespace {
@@ -33,9 +34,9 @@ public:
             return code;
         const QJsonObject result = cUpdateSession().check();
         if (m_isJson) {
-            Terminal::answerJson(QString::fromUtf8(WireText::write(result)));
+            answerJson(result);
         } else {
-            Terminal::answer(UpdateReport::table(result));
+            Terminal::answer(UpdateReport::table(result) + UpdateReport::notes(result));
             Terminal::answer(UpdateReport::checked(result));
             UpdateReport::tellWaiting();
         }
@@ -74,7 +75,7 @@ public:
             return code;
         const QJsonObject result = cUpdateSession().update(m_features);
         if (m_isJson)
-            Terminal::answerJson(QString::fromUtf8(WireText::write(result)));
+            answerJson(result);
         else
             Terminal::answer(UpdateReport::updated(result));
         return UpdateReport::codeOf(result);
@@ -94,6 +95,7 @@ public:
     {
         syntax.call("--update-sites", "Show the update sites. With URLs (or folders) make these the update sites, "
                                       "asked in this order; with the word \"none\" have none.");
+        addJsonFlag(syntax, &m_isJson);
         syntax.add("[URL...]", &m_words, "");
         syntax.mostWords = ManyWords;
     }
@@ -110,8 +112,15 @@ public:
         Diagnostics::showReasons();
         if (!m_words.isEmpty() && !IConfigMgr::setUpdateLocations(sites))
             return ExitCode::SettingsFailed; // the log has told why
+        QStringList urls;
         for (const QUrl& site : IConfigMgr::updateLocations())
-            Terminal::answer(site.toString(QUrl::FullyEncoded));
+            urls.append(site.toString(QUrl::FullyEncoded));
+        if (m_isJson)
+            answerJson({{QStringLiteral("sites"), QJsonArray::fromStringList(urls)}});
+        else if (!urls.isEmpty())
+            Terminal::answer(urls);
+        else
+            Terminal::note(QStringLiteral("no update site is set; VCore --update-sites URL sets one"));
         return ExitCode::Ok;
     }
 
@@ -129,6 +138,7 @@ private:
     }
 
     QStringList m_words;
+    bool m_isJson = false;
 };
 
 } // namespace

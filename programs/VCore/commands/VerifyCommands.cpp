@@ -3,7 +3,6 @@
 #include "common/Terminal.h"
 #include "common/cProgram.h"
 #include "updates/UpdateSession.h"
-#include "wire/WireText.h"
 
 #include <Norvale/IInstallMgr.h>
 
@@ -83,7 +82,7 @@ public:
         const cVerifyOutcome outcome = IInstallMgr::verify();
         Terminal::status(QString());
         if (m_isJson)
-            Terminal::answerJson(QString::fromUtf8(WireText::write(toJson(outcome))));
+            answerJson(toJson(outcome));
         else
             show(outcome);
         if (outcome.result == cVerifyOutcome::NotVerified)
@@ -92,20 +91,29 @@ public:
     }
 
 private:
+    static Style styleOf(const QString& kind)
+    {
+        if (kind == nameOf(cFileFinding::Foreign) || kind == nameOf(cFileFinding::NoRecord))
+            return Style::Warning;
+        return Style::Error;
+    }
+
     static void show(const cVerifyOutcome& outcome)
     {
         if (outcome.result == cVerifyOutcome::NotVerified)
             return;
         cTextTable table({QStringLiteral("found"), QStringLiteral("plugin"), QStringLiteral("file"), QString()});
+        table.setStyle(0, styleOf);
         for (const cFileFinding& finding : outcome.findings)
             table.addRow({nameOf(finding.kind), finding.plugin, finding.file, finding.text});
         if (!outcome.findings.isEmpty())
             Terminal::answer(table.lines() << QString());
-        const QString all = QStringLiteral("%1 plugins with %2 files have been compared").arg(outcome.plugins);
         const QString end = outcome.result == cVerifyOutcome::Sound
-                                ? QStringLiteral(": they are as they were installed.")
-                                : QStringLiteral("; some are damaged. VCore --repair mends them.");
-        Terminal::answer(all.arg(outcome.files) + end);
+                                ? QStringLiteral("all as installed.")
+                                : QStringLiteral("something is damaged. VCore --repair mends it.");
+        Terminal::answer(
+            QStringLiteral("%1 with %2 compared: %3")
+                .arg(Terminal::counted(outcome.plugins, "plugin"), Terminal::counted(outcome.files, "file"), end));
     }
 
     cLogOption m_log;
@@ -136,7 +144,7 @@ public:
         const cRepairOutcome outcome = IInstallMgr::repair();
         Terminal::status(QString());
         if (m_isJson)
-            Terminal::answerJson(QString::fromUtf8(WireText::write(toJson(outcome))));
+            answerJson(toJson(outcome));
         else
             show(outcome);
         // Why has been told by the log, whose errors are shown.
@@ -155,9 +163,9 @@ private:
         if (outcome.result == cRepairOutcome::NothingToDo)
             Terminal::answer(QStringLiteral("Nothing is damaged."));
         if (!outcome.repaired.isEmpty())
-            Terminal::answer(QStringLiteral("Repaired are %1.").arg(listOf(outcome.repaired)));
+            Terminal::answer(QStringLiteral("Repaired: %1.").arg(listOf(outcome.repaired)));
         if (!left.isEmpty())
-            Terminal::answer(QStringLiteral("Not repaired are %1.").arg(listOf(left)));
+            Terminal::answer(QStringLiteral("Not repaired: %1.").arg(listOf(left)));
     }
 
     cLogOption m_log;

@@ -82,7 +82,7 @@ void answerLastFailure(QStringList& leftOut)
     }
     if (!failure.report.isEmpty())
         end += QStringLiteral("; the report is in %1, `VCore --report` prints it").arg(failure.report);
-    Terminal::reason(LastFailure::text(failure) + end);
+    Terminal::warning(LastFailure::text(failure) + end);
 }
 
 } // namespace

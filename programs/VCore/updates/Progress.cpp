@@ -17,6 +17,31 @@ int percent(qint64 done, qint64 total)
     return int(qBound<double>(0, 100.0 * double(done) / double(total), 100));
 }
 
+constexpr int Narrowest = 10; // columns of a bar, without its brackets
+constexpr int Widest = 40;
+constexpr int LeastLabel = 8; // columns that are left to a label
+
+QString shortened(const QString& label, int columns)
+{
+    return label.size() <= columns ? label : label.left(columns - 2) + QStringLiteral("..");
+}
+
+// A line of these parts, without blanks at its end. The last column of a terminal stays free: it would wrap.
+QString fitted(const QString& label, const QString& bar, const QStringList& figures, int columns = 0)
+{
+    QString line = label;
+    for (const QString& part : QStringList(bar) + figures) {
+        if (!part.isEmpty())
+            line += QStringLiteral("  ") + part;
+    }
+    if (columns <= 0)
+        return line;
+    line.truncate(qMax(0, columns - 1));
+    while (line.endsWith(QLatin1Char(' ')))
+        line.chop(1);
+    return line;
+}
+
 QString nameOf(IInstallMgr::OPERATION operation)
 {
     switch (operation) {
@@ -80,18 +105,18 @@ bool cProgressLine::isWorthShowing() const
 
 QString cProgressLine::bar(int columns) const
 {
-    constexpr int Narrowest = 10;
-    constexpr int Widest = 40;
-    const QString label = Terminal::printable(m_label);
-    const QString text = figures();
-    const int room = columns - 1 - label.size() - text.size() - 6; // brackets and blanks; the last column would wrap
-    QString line = m_total <= 0 || room < Narrowest
-                       ? QStringLiteral("%1  %2").arg(label, text)
-                       : QStringLiteral("%1  %2  %3").arg(label, barText(m_done, m_total, qMin(room, Widest)), text);
-    line.truncate(qMax(0, columns - 1));
-    while (line.endsWith(QLatin1Char(' ')))
-        line.chop(1);
-    return line;
+    QStringList figures = this->figures();
+    QString label = Terminal::printable(m_label);
+    if (m_total <= 0)
+        return fitted(label, QString(), figures, columns);
+    const auto room = [&] { return columns - 1 - fitted(label, QStringLiteral("[]"), figures).size(); };
+    while (room() < Narrowest && figures.size() > 1)
+        figures.removeLast();
+    if (room() < Narrowest)
+        label = shortened(label, qMax(LeastLabel, label.size() + room() - Narrowest));
+    if (room() < Narrowest)
+        return fitted(label, QString(), figures, columns);
+    return fitted(label, barText(m_done, m_total, qMin(room(), Widest)), figures, columns);
 }
 
 QString cProgressLine::step()
@@ -130,13 +155,15 @@ QString cProgressLine::barText(qint64 done, qint64 total, int width)
            QLatin1Char(']');
 }
 
-// Each figure keeps its place also when it is empty, so that the bar keeps its width.
-QString cProgressLine::figures() const
+// The most important one first. Each keeps its place also when it is empty, so that the bar keeps its width.
+QStringList cProgressLine::figures() const
 {
     const qint64 rate = m_rate.bytesPerSecond();
-    const QString share = m_total > 0 ? QStringLiteral("%1 %  ").arg(percent(m_done, m_total), 3) : QString();
     const QString speed = rate > 0 ? sizeText(rate) + QStringLiteral("/s") : QString();
-    return share + QStringLiteral("%1  %2  %3").arg(sizes(), -18).arg(speed, -9).arg(timeLeft(), -10);
+    QStringList figures;
+    if (m_total > 0)
+        figures.append(QStringLiteral("%1 %").arg(percent(m_done, m_total), 3));
+    return figures << sizes().leftJustified(18) << speed.leftJustified(9) << timeLeft().leftJustified(10);
 }
 
 QString cProgressLine::sizes() const
@@ -179,7 +206,7 @@ void cProgressBar::onProgress(const QString& label, qint64 done, qint64 total)
     if (columns <= 0) {
         const QString step = m_line.step();
         if (!step.isEmpty())
-            Terminal::reason(step);
+            Terminal::note(step);
     } else if (now - m_drawnAt >= Interval || m_line.isComplete()) {
         m_drawnAt = now;
         Terminal::status(m_line.bar(columns));
@@ -211,6 +238,7 @@ void cInstallReport::onStart(IInstallMgr::OPERATION operation, const QString& na
 
 void cInstallReport::onProgress(int current, int total)
 {
-    constexpr int Width = 40;
-    Terminal::status(m_label + QStringLiteral("  ") + cProgressLine::barText(current, total, Width));
+    const int columns = System::terminalColumns();
+    const int width = qBound(Narrowest, columns - 1 - m_label.size() - 4, Widest);
+    Terminal::status(fitted(m_label, cProgressLine::barText(current, total, width), {}, columns));
 }

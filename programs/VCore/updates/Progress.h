@@ -45,7 +45,8 @@ public:
 
     bool isComplete() const { return m_total > 0 && m_done >= m_total; }
 
-    /// The line for a terminal of so many columns; what does not fit is left out, from the end.
+    /// The line for a terminal of so many columns. Where they are few, the figures are left out from the end, then the
+    /// label is cut short; the bar and the share of it that is done are there from 40 columns on.
     QString bar(int columns) const;
 
     /**
@@ -61,7 +62,7 @@ public:
     static QString barText(qint64 done, qint64 total, int width);
 
 private:
-    QString figures() const;
+    QStringList figures() const;
     QString sizes() const;
     QString timeLeft() const;
 

@@ -12,10 +12,13 @@
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QFile>
+#include <QtCore/QJsonArray>
 
 namespace {
 
 const QString ResultCode = QStringLiteral("result_code");
+const QString SitesMember = QStringLiteral("sites");
+const QString FailuresMember = QStringLiteral("failures");
 constexpr char SetupProgram[] = "setup_program"; // path of the one that an update has fetched
 
 ExitCode take(cHostLock* lock, const QString& path, ExitCode whenHeld, const QString& holder)
@@ -36,6 +39,54 @@ QString textOf(const QJsonObject& result, const char* member)
     return result.value(QLatin1String(member)).toString();
 }
 
+// How the sites have answered, beside what the check has found.
+QJsonObject sitesAsked()
+{
+    const cSitesOutcome outcome = IConfigMgr::lastSites();
+    QJsonArray failures;
+    for (const cSitesOutcome::cFailure& failure : outcome.failures) {
+        failures.append(QJsonObject{{QStringLiteral("url"), failure.url}, {QStringLiteral("reason"), failure.reason}});
+    }
+    return {{QStringLiteral("asked"), outcome.sites}, {FailuresMember, failures}};
+}
+
+QJsonArray failuresOf(const QJsonObject& result)
+{
+    return result.value(SitesMember).toObject().value(FailuresMember).toArray();
+}
+
+// Whether a description of a repository for this installation has been read.
+bool isNewestKnown(const QJsonObject& result)
+{
+    return cVersion() < cVersion(textOf(result, "update_to_version"));
+}
+
+QString noSiteAnswered(const QJsonObject& result)
+{
+    QStringList reasons;
+    for (const auto& failure : failuresOf(result)) {
+        reasons.append(QStringLiteral("%1: %2").arg(failure.toObject().value(QLatin1String("url")).toString(),
+                                                    failure.toObject().value(QLatin1String("reason")).toString()));
+    }
+    return QStringLiteral(
+               "No update site gave a sound answer, so it is not known whether there is an update (%1). Is the network "
+               "there? VCore --update-sites shows the sites, and sets others.")
+        .arg(reasons.join(QStringLiteral("; ")));
+}
+
+QString nothingNewer(const QJsonObject& result)
+{
+    if (IConfigMgr::updateLocations().isEmpty())
+        return QStringLiteral("There is no update: no update site is set. VCore --update-sites URL sets one.");
+    if (!isNewestKnown(result))
+        return QStringLiteral("There is no update: no update site has a repository for this installation.");
+    const QString newest =
+        QStringLiteral("There is no update: %1 is the newest version.").arg(textOf(result, "current_version"));
+    return failuresOf(result).isEmpty()
+               ? newest
+               : newest + QStringLiteral(" Not all could be read of the update sites, as the warnings tell.");
+}
+
 bool needsNewCore(const QJsonObject& result)
 {
     return result.value(QLatin1String("requires_new_core")).toBool();
@@ -52,11 +103,9 @@ QString failure(const QJsonObject& result)
 {
     switch (UpdateReport::codeOf(result)) {
     case ExitCode::NoUpdate:
-        if (IConfigMgr::updateLocations().isEmpty())
-            return QStringLiteral("There is no update: no update site is set. VCore --update-sites URL sets one.");
-        if (cVersion(textOf(result, "update_to_version")) == cVersion())
-            return QStringLiteral("There is no update: no update site has a repository for this installation.");
-        return QStringLiteral("There is no update: %1 is the newest version.").arg(textOf(result, "current_version"));
+        return nothingNewer(result);
+    case ExitCode::NoSiteAnswered:
+        return noSiteAnswered(result);
     case ExitCode::Cancelled:
         return QStringLiteral("Cancelled. What is installed is as it was.");
     case ExitCode::CoreTooOld:
@@ -71,6 +120,19 @@ QString failure(const QJsonObject& result)
     }
 }
 
+// Of what waited and has not been installed; the log has named the cause.
+QString whatWaitsOn(const cInstallOutcome& outcome)
+{
+    const QString folder = Corvane::velmiraFolderOrFile(Corvane::DropboxFolder);
+    const QString cause = outcome.reason.isEmpty() ? QString() : QStringLiteral(" (%1)").arg(outcome.reason);
+    const QString advice = outcome.hasDiskRefused || outcome.result == cInstallOutcome::Failed
+                               ? QStringLiteral("it waits there; mend the cause and start VCore again")
+                               : QStringLiteral("VCore --update fetches what is missing");
+    return QStringLiteral("not all that waits in %1 could be installed%2: what was installed before stays and is "
+                          "started; %3")
+        .arg(folder, cause, advice);
+}
+
 } // namespace
 
 ExitCode cChangeLock::takeForFetching()
@@ -79,7 +141,7 @@ ExitCode cChangeLock::takeForFetching()
     if (!address.isValid())
         return endWith(ExitCode::SocketFailed, address.errorString());
     return take(&m_update, address.updateLockPath(), ExitCode::UpdateRunning,
-                QStringLiteral("another process fetches or installs: "));
+                QStringLiteral("an update is being fetched or installed: "));
 }
 
 ExitCode cChangeLock::takeForInstalling()
@@ -88,7 +150,7 @@ ExitCode cChangeLock::takeForInstalling()
     if (code != ExitCode::Ok)
         return code;
     return take(&m_host, cHostAddress::ofThisInstallation().lockPath(), ExitCode::HostRunning,
-                QStringLiteral("a host of this installation is running: "));
+                QStringLiteral("VCore is running, stop it first (`VCore --call VCore quit`): "));
 }
 
 bool installWaiting(bool isQuiet)
@@ -96,7 +158,7 @@ bool installWaiting(bool isQuiet)
     const cInstallReport report(QStringLiteral("Installing"), isQuiet);
     const bool ok = IInstallMgr::installDropbox();
     if (!ok)
-        Terminal::reason(QStringLiteral("not all that waits could be installed; the log lines above tell why"));
+        Terminal::warning(whatWaitsOn(IInstallMgr::lastOutcome()));
     return ok;
 }
 
@@ -131,8 +193,10 @@ QJsonObject cUpdateSession::run(const std::function<cJsonValue()>& work)
     QCoreApplication::processEvents();
     if (m_isCancelled)
         return {{ResultCode, IConfigMgr::Cancelled}};
-    QJsonValue result;
-    return WireText::toQt(work(), &result) ? result.toObject() : QJsonObject();
+    QJsonValue answer;
+    QJsonObject result = WireText::toQt(work(), &answer) ? answer.toObject() : QJsonObject();
+    result.insert(SitesMember, sitesAsked());
+    return result;
 }
 
 ExitCode UpdateReport::codeOf(const QJsonObject& result)
@@ -143,7 +207,7 @@ ExitCode UpdateReport::codeOf(const QJsonObject& result)
     case IConfigMgr::Cancelled:
         return ExitCode::Cancelled;
     case IConfigMgr::NothingNewer:
-        return ExitCode::NoUpdate;
+        return isNewestKnown(result) || failuresOf(result).isEmpty() ? ExitCode::NoUpdate : ExitCode::NoSiteAnswered;
     case IConfigMgr::NotFetched:
         return textOf(result, "failed") == QLatin1String("core_version") ? ExitCode::CoreTooOld : ExitCode::FetchFailed;
     case IConfigMgr::FeatureMissing:
@@ -153,15 +217,29 @@ ExitCode UpdateReport::codeOf(const QJsonObject& result)
     }
 }
 
-QStringList UpdateReport::table(const QJsonObject& result)
+cStyledLines UpdateReport::table(const QJsonObject& result)
 {
     const bool isKnown = result.contains(QLatin1String("requires_new_core"));
     const QString needsCore = needsNewCore(result) ? QStringLiteral("yes") : QStringLiteral("no");
     cTextTable table({QStringLiteral("installed"), QStringLiteral("newest"), QStringLiteral("to fetch"),
                       QStringLiteral("needs a new core")});
-    table.addRow({textOf(result, "current_version"), textOf(result, "update_to_version"),
+    table.addRow({textOf(result, "current_version"),
+                  isNewestKnown(result) ? textOf(result, "update_to_version") : QString(),
                   needsNewCore(result) ? QString() : sizeOf(result), isKnown ? needsCore : QString()});
     return table.lines();
+}
+
+cStyledLines UpdateReport::notes(const QJsonObject& result)
+{
+    cStyledLines lines;
+    for (const auto& note : result.value(QLatin1String("notes")).toArray()) {
+        const QJsonObject object = note.toObject();
+        lines.append(
+            cStyledLine(textOf(object, "feature") + QLatin1Char(' ') + textOf(object, "version"), Style::Heading));
+        for (const QString& line : textOf(object, "text").split(QLatin1Char('\n')))
+            lines.append(cStyledLine(QStringLiteral("  ") + line));
+    }
+    return lines;
 }
 
 QString UpdateReport::checked(const QJsonObject& result)
@@ -191,9 +269,14 @@ QStringList UpdateReport::updated(const QJsonObject& result)
     }
 }
 
+bool UpdateReport::isWaiting()
+{
+    return QFile::exists(Corvane::velmiraFolderOrFile(Corvane::DropboxRepositoryFile));
+}
+
 void UpdateReport::tellWaiting()
 {
-    if (QFile::exists(Corvane::velmiraFolderOrFile(Corvane::DropboxRepositoryFile))) {
+    if (isWaiting()) {
         Terminal::answer(QStringLiteral("What waits in %1 is installed at the next start.")
                              .arg(Corvane::velmiraFolderOrFile(Corvane::DropboxFolder)));
     }

@@ -2,6 +2,7 @@
 
 #include "common/ExitCode.h"
 #include "common/System.h"
+#include "common/cStyledLine.h"
 #include "updates/Progress.h"
 #include "wire/cHostAddress.h"
 
@@ -63,13 +64,19 @@ namespace UpdateReport {
 ExitCode codeOf(const QJsonObject& result);
 
 /// A table of the versions and the size, as far as they are known.
-QStringList table(const QJsonObject& result);
+cStyledLines table(const QJsonObject& result);
+
+/// What the update brings, as the repository tells it; empty when it tells nothing.
+cStyledLines notes(const QJsonObject& result);
 
 /// What a check has found.
 QString checked(const QJsonObject& result);
 
 /// What an update has done, and what is to be done next.
 QStringList updated(const QJsonObject& result);
+
+/// Whether an earlier update has fetched something that the next start installs.
+bool isWaiting();
 
 /// Tells of what an earlier update has fetched and the next start installs; says nothing when nothing waits.
 void tellWaiting();

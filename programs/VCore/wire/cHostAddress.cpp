@@ -54,6 +54,7 @@ bool tryLock(QLockFile& file)
 cHostAddress cHostAddress::ofInstallation(const QString& installFolder)
 {
     cHostAddress address;
+    address.m_installFolder = installFolder;
     const QString folder = HostSystem::userFolder(&address.m_error);
     if (!address.isValid())
         return address;
@@ -87,7 +88,7 @@ cHostLock::Outcome cHostLock::take(const QString& path)
         return Failed;
     }
     m_error = file->getLockInfo(&pid, &host, &program)
-                  ? QStringLiteral("the lock %1 is held by process %2 (%3)").arg(path).arg(pid).arg(program)
-                  : QStringLiteral("the lock %1 is held").arg(path);
+                  ? QStringLiteral("process %1 (%2) holds the lock %3").arg(pid).arg(program, path)
+                  : QStringLiteral("another process holds the lock %1").arg(path);
     return Held;
 }

@@ -27,6 +27,9 @@ public:
     /// Why the address is not valid.
     QString errorString() const { return m_error; }
 
+    /// The installation folder that the address is of.
+    QString installFolder() const { return m_installFolder; }
+
     /// Name for QLocalServer and QLocalSocket.
     QString socketName() const { return m_socketName; }
 
@@ -37,6 +40,7 @@ public:
     QString updateLockPath() const { return m_updateLockPath; }
 
 private:
+    QString m_installFolder;
     QString m_socketName;
     QString m_lockPath;
     QString m_updateLockPath;

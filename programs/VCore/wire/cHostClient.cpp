@@ -18,8 +18,22 @@ cHostClient::Outcome cHostClient::connectTo(const cHostAddress& address)
     m_socket.connectToServer(address.socketName());
     if (m_socket.waitForConnected(int(m_deadline.remainingTime())))
         return Done;
-    m_error = QStringLiteral("no host listens on %1: %2").arg(address.socketName(), m_socket.errorString());
+    m_error = reasonFor(address);
     return m_socket.error() == QLocalSocket::SocketTimeoutError ? TimedOut : NoHost;
+}
+
+// The name of a socket tells a user nothing, unless there is something about it that only an expert can mend.
+QString cHostClient::reasonFor(const cHostAddress& address) const
+{
+    const QLocalSocket::LocalSocketError error = m_socket.error();
+    if (error == QLocalSocket::ServerNotFoundError || error == QLocalSocket::ConnectionRefusedError) {
+        return QStringLiteral("VCore is not running for %1; start it with `VCore`, which stays in the foreground until "
+                              "it is stopped")
+            .arg(address.installFolder());
+    }
+    if (error == QLocalSocket::SocketTimeoutError)
+        return QStringLiteral("VCore runs for %1, but does not answer in time").arg(address.installFolder());
+    return QStringLiteral("VCore cannot be reached at %1: %2").arg(address.socketName(), m_socket.errorString());
 }
 
 cHostClient::Outcome cHostClient::waitFor(const cHostAddress& address)
@@ -52,10 +66,10 @@ cHostClient::Outcome cHostClient::ask(const QByteArray& message, const AnswerFun
 cHostClient::Outcome cHostClient::fail()
 {
     if (m_deadline.hasExpired()) {
-        m_error = QStringLiteral("the host did not answer in time");
+        m_error = QStringLiteral("VCore did not answer in time; --timeout SECONDS waits longer");
         return TimedOut;
     }
-    m_error = QStringLiteral("the host ended the connection: %1").arg(m_socket.errorString());
+    m_error = QStringLiteral("VCore ended the connection before it had answered: %1").arg(m_socket.errorString());
     return Lost;
 }
 

@@ -42,6 +42,7 @@ public:
     QString errorString() const { return m_error; }
 
 private:
+    QString reasonFor(const cHostAddress& address) const;
     Outcome fail();
     bool sendAll(const QByteArray& message);
     bool takeAnswers(const AnswerFunction& onAnswer);

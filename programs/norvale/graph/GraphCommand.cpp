@@ -1,121 +1,16 @@
 #include "Commands.h"
-#include "common/Terminal.h"
 #include "common/cProgram.h"
 #include "core/Files.h"
-#include "plugins/cPluginDependency.h"
+#include "graph/cGraph.h"
 #include "report/cFindings.h"
 #include "suite/cSuite.h"
 #include "suite/cSuiteReader.h"
-#include "version/Shown.h"
 
+#include <QtCore/QFileInfo>
 #include <QtCore/QProcess>
 #include <QtCore/QStandardPaths>
 
 namespace {
-
-/// Draws a suite as a graph in the language DOT: a box for each feature with its plugins, an arrow from each plugin to
-/// those that it depends on, a dashed one between features. What is missing is red.
-class cGraph
-{
-public:
-    explicit cGraph(const cSuite& suite) : m_suite(suite) {}
-
-    QString dot();
-
-private:
-    void drawFeature(const cFeatureInstance& feature, int number);
-    void drawPlugin(const cFeaturePlugin& plugin);
-    void drawFeatureArrows(const cFeatureInstance& feature);
-    void drawPluginArrows(const cFeaturePlugin& plugin);
-    void drawMissing(const QString& node, const QString& label);
-
-    static QString quoted(const QStringList& lines);
-    static QString featureNode(const QString& name) { return quoted({QStringLiteral("feature ") + name}); }
-    static QString pluginNode(const QString& name) { return quoted({QStringLiteral("plugin ") + name}); }
-
-    const cSuite& m_suite;
-    QString m_text;
-    QSet<QString> m_drawn;   // names of plugins that have their box
-    QSet<QString> m_missing; // nodes of what is not there
-};
-
-QString cGraph::dot()
-{
-    m_text = QStringLiteral("digraph suite {\n"
-                            "  rankdir=LR;\n"
-                            "  node [shape=box, style=rounded, fontname=\"sans-serif\"];\n"
-                            "  graph [fontname=\"sans-serif\", style=rounded, color=gray];\n");
-    int number = 0;
-    for (const QSharedPointer<cFeatureInstance>& feature : m_suite.catalogue().features())
-        drawFeature(*feature, number++);
-    for (const QSharedPointer<cFeatureInstance>& feature : m_suite.catalogue().features())
-        drawFeatureArrows(*feature);
-    for (const QSharedPointer<cFeaturePlugin>& plugin : m_suite.plugins())
-        drawPluginArrows(*plugin);
-    return m_text + QStringLiteral("}\n");
-}
-
-void cGraph::drawFeature(const cFeatureInstance& feature, int number)
-{
-    m_text += QStringLiteral("  subgraph cluster_%1 {\n    %2 [shape=plaintext, label=%3];\n")
-                  .arg(number)
-                  .arg(featureNode(feature.name()), quoted({feature.name(), feature.version().toString()}));
-    for (const QSharedPointer<cFeaturePlugin>& plugin : feature.plugins())
-        drawPlugin(*plugin);
-    m_text += QStringLiteral("  }\n");
-    for (const QSharedPointer<cFeaturePlugin>& plugin : feature.plugins())
-        m_drawn.insert(plugin->name());
-}
-
-// In the first feature that has it; others that share it point there.
-void cGraph::drawPlugin(const cFeaturePlugin& plugin)
-{
-    if (m_drawn.contains(plugin.name()))
-        return;
-    const QString colour = m_suite.manifestOf(plugin.id()) ? QString() : QStringLiteral(", color=red");
-    m_text += QStringLiteral("    %1 [label=%2%3];\n")
-                  .arg(pluginNode(plugin.name()), quoted({plugin.name(), plugin.version().toString()}), colour);
-}
-
-void cGraph::drawFeatureArrows(const cFeatureInstance& feature)
-{
-    for (const QString& name : feature.dependencies()) {
-        if (!m_suite.catalogue().find(name))
-            drawMissing(featureNode(name), name);
-        m_text += QStringLiteral("  %1 -> %2 [style=dashed];\n").arg(featureNode(feature.name()), featureNode(name));
-    }
-}
-
-void cGraph::drawPluginArrows(const cFeaturePlugin& plugin)
-{
-    const cManifest* const manifest = m_suite.manifestOf(plugin.id());
-    const QStringList dependencies = manifest ? manifest->dependencies : QStringList();
-    for (const QString& text : dependencies) {
-        const QString name = cPluginDependency(text).name();
-        if (!m_drawn.contains(name))
-            drawMissing(pluginNode(name), name);
-        m_text += QStringLiteral("  %1 -> %2;\n").arg(pluginNode(plugin.name()), pluginNode(name));
-    }
-}
-
-void cGraph::drawMissing(const QString& node, const QString& label)
-{
-    if (m_missing.contains(node))
-        return;
-    m_missing.insert(node);
-    m_text += QStringLiteral("  %1 [label=%2, color=red, style=dashed];\n").arg(node, quoted({label}));
-}
-
-// A backslash would begin an escape, and every label is from outside.
-QString cGraph::quoted(const QStringList& lines)
-{
-    QStringList inner;
-    for (const QString& line : lines)
-        inner.append(shown(line)
-                         .replace(QLatin1Char('\\'), QLatin1String("\\\\"))
-                         .replace(QLatin1Char('"'), QLatin1String("\\\"")));
-    return QLatin1Char('"') + inner.join(QLatin1String("\\n")) + QLatin1Char('"');
-}
 
 class cGraphCommand : public cCommand
 {
@@ -124,64 +19,71 @@ public:
     {
         syntax.call("graph", "Draw the dependencies of a suite or a repository");
         syntax.add("PATH", &m_path, "Installation folder, its plugins folder, a repository's folder, or the catalogue");
-        syntax.add("-o,--output", &m_target, "Write this file; one that ends in .svg is drawn by Graphviz's dot",
+        syntax.add("-o,--output", &m_target, "Write this file; one that ends in .svg or .png is drawn by Graphviz",
                    "FILE");
-        syntax.footer = "Without -o the graph is printed in the language DOT.";
+        m_report.addJsonOption(syntax);
+        syntax.footer =
+            "Without -o the graph is printed in the language DOT. What is missing or goes in a circle is red.";
     }
 
     ExitCode run() override
     {
         const QString catalogue = cSuiteReader::catalogueOf(m_path);
         if (catalogue.isEmpty()) {
-            return endWith(ExitCode::ReadFailed,
-                           QStringLiteral("%1 has neither features.xml nor repository.xml").arg(m_path));
+            return m_report.fail(ExitCode::ReadFailed,
+                                 QStringLiteral("%1 has neither features.xml nor repository.xml").arg(m_path));
         }
         cFindings findings;
         cSuite suite;
-        const bool isRead = cSuiteReader(findings).read(catalogue, suite);
-        cReport::tell(findings);
-        return isRead ? write(cGraph(suite).dot()) : ExitCode::ReadFailed;
+        if (!cSuiteReader(findings).read(catalogue, suite))
+            return m_report.end(ExitCode::ReadFailed, findings, QString(), {}, {});
+        cGraph graph(suite);
+        const QString dot = graph.dot();
+        QString error;
+        const ExitCode code = m_target.isEmpty() ? ExitCode::Ok : write(dot.toUtf8(), &error);
+        cStyledLines lines;
+        for (const QString& line : m_target.isEmpty() ? dot.trimmed().split(QLatin1Char('\n')) : QStringList())
+            lines.append(line);
+        return m_report.end(code, findings, error, lines, graph.json());
     }
 
 private:
-    ExitCode write(const QString& dot) const
+    ExitCode write(const QByteArray& dot, QString* error) const
     {
-        if (m_target.isEmpty()) {
-            Terminal::answer(dot.trimmed().split(QLatin1Char('\n')));
-            return ExitCode::Ok;
+        QByteArray graph = dot;
+        const QString form = QFileInfo(m_target).suffix().toLower();
+        if (form == QLatin1String("svg") || form == QLatin1String("png")) {
+            *error = draw(dot, form, &graph);
+            if (!error->isEmpty())
+                return ExitCode::NoGraphviz;
         }
-        QByteArray graph = dot.toUtf8();
-        if (m_target.endsWith(QLatin1String(".svg"))) {
-            const ExitCode code = makeSvg(QByteArray(graph), &graph);
-            if (code != ExitCode::Ok)
-                return code;
-        }
-        QString error;
-        return replaceFile(m_target, graph, &error) ? ExitCode::Ok : endWith(ExitCode::WriteFailed, error);
+        return replaceFile(m_target, graph, error) ? ExitCode::Ok : ExitCode::WriteFailed;
     }
 
-    static ExitCode makeSvg(const QByteArray& dot, QByteArray* svg)
+    /// @return why it failed; empty when it did not.
+    static QString draw(const QByteArray& dot, const QString& form, QByteArray* picture)
     {
         const QString program = QStandardPaths::findExecutable(QStringLiteral("dot"));
         if (program.isEmpty()) {
-            return endWith(ExitCode::NoGraphviz,
-                           QStringLiteral("Graphviz's program \"dot\" is not on the path: install "
-                                          "Graphviz, or write a file that ends in .dot"));
+            return QStringLiteral("Graphviz's program \"dot\" is not on the path: install "
+                                  "Graphviz, or write a file that ends in .dot");
         }
         QProcess process;
         process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-        process.start(program, {QStringLiteral("-Tsvg")});
+        process.start(program, {QStringLiteral("-T") + form,
+                                QStringLiteral("-Gdpi=%1").arg(form == QLatin1String("png") ? 120 : 72)});
         process.write(dot);
         process.closeWriteChannel();
         // A large suite takes its time.
-        if (!process.waitForFinished(-1) || process.exitStatus() != QProcess::NormalExit || process.exitCode() != 0) {
-            return endWith(ExitCode::NoGraphviz,
-                           QStringLiteral("%1 has failed: %2").arg(program, process.errorString()));
-        }
-        *svg = process.readAllStandardOutput();
-        return ExitCode::Ok;
+        if (!process.waitForFinished(-1) || process.exitStatus() != QProcess::NormalExit)
+            return QStringLiteral("%1 has failed: %2").arg(program, process.errorString());
+        if (process.exitCode() != 0)
+            return QStringLiteral("%1 has failed with code %2").arg(program).arg(process.exitCode());
+        *picture = process.readAllStandardOutput();
+        return QString();
     }
 
+    cReport m_report;
     QString m_path;
     QString m_target;
 };

@@ -32,24 +32,32 @@ public:
             return ExitCode::Ok;
         }
         if (m_paths.isEmpty())
-            return endWith(ExitCode::Usage, QStringLiteral("lint: name what is to be looked at"));
+            return m_report.fail(ExitCode::Usage, QStringLiteral("lint: name what is to be looked at"));
         cFindings findings;
         cLinter linter(findings);
         if (const cPluginId plugin = cPluginId::parse(m_plugin); !plugin.isNull())
             linter.setBuiltPlugin({plugin, m_function});
         else if (!m_plugin.isEmpty() || !m_function.isEmpty())
-            return endWith(ExitCode::Usage, QStringLiteral("lint: --plugin is to be NAME-VERSION"));
+            return m_report.fail(ExitCode::Usage, QStringLiteral("lint: --plugin is to be NAME-VERSION"));
         for (const QString& path : qAsConst(m_paths)) {
             if (!QFileInfo::exists(path))
-                return endWith(ExitCode::ReadFailed, QStringLiteral("%1: there is no such file").arg(path));
+                return m_report.fail(ExitCode::ReadFailed, QStringLiteral("%1: there is no such file").arg(path));
             if (!linter.check(path)) {
-                return endWith(ExitCode::ReadFailed,
-                               QStringLiteral("%1 is none of the documents that are known").arg(path));
+                return m_report.fail(ExitCode::ReadFailed,
+                                     QStringLiteral("%1 is none of the documents that are known").arg(path));
             }
         }
         if (linter.fileCount() == 0 && findings.list().isEmpty())
-            return endWith(ExitCode::ReadFailed, QStringLiteral("there is nothing to look at"));
-        return m_isQuiet && findings.list().isEmpty() ? ExitCode::Ok : m_report.print(findings);
+            return m_report.fail(ExitCode::ReadFailed, QStringLiteral("there is nothing to look at"));
+        if (m_isQuiet && findings.list().isEmpty())
+            return ExitCode::Ok;
+        if (m_isQuiet)
+            return m_report.print(findings);
+        QStringList hints;
+        for (const QString& site : linter.sites())
+            hints.append(
+                QStringLiteral("hashes and sizes of packages are verified by: norvale site check %1").arg(site));
+        return m_report.print(findings, hints);
     }
 
 private:

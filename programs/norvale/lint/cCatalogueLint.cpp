@@ -1,5 +1,6 @@
 #include "lint/cCatalogueLint.h"
 
+#include "config/ReleaseNotes.h"
 #include "config/cFeatureCatalogue.h"
 #include "report/cFindings.h"
 #include "version/cPluginId.h"
@@ -13,8 +14,9 @@ const cGrammar& grammar()
 {
     static const cGrammar known{
         {"", {"@name", "@version", "@core_version", "feature", "runtime"}},
-        {"feature", {"@name", "@version", "@active", "@repository", "displayname", "dependencies", "plugins"}},
+        {"feature", {"@name", "@version", "@active", "@repository", "displayname", "notes", "dependencies", "plugins"}},
         {"feature/displayname", {"@lang"}},
+        {"feature/notes", {"@version", "@lang"}},
         {"feature/dependencies", {"feature"}},
         {"feature/dependencies/feature", {"@name"}},
         {"feature/plugins", {"plugin"}},
@@ -80,6 +82,7 @@ void cCatalogueLint::checkFeature(const cXmlElement& feature)
     const QString active = feature.attribute(u"active", QStringLiteral("false"));
     if (active != QLatin1String("true") && active != QLatin1String("false"))
         report(Rule::FeatureBadActive, feature, QStringLiteral("active \"%1\" counts as false").arg(active));
+    checkNotes(feature);
     const QString name = feature.attribute(u"name");
     for (cXmlElement list = feature.firstChild(u"plugins"); !list.isNull(); list = list.nextSibling(u"plugins")) {
         for (cXmlElement child = list.firstChild(u"plugin"); !child.isNull(); child = child.nextSibling(u"plugin"))
@@ -105,6 +108,36 @@ void cCatalogueLint::checkIdentity(const cXmlElement& feature)
         m_features.insert(name, version);
     }
     m_featureVersions.insert(cPluginId(name, version));
+}
+
+void cCatalogueLint::checkNotes(const cXmlElement& feature)
+{
+    QSet<QString> seen;
+    for (cXmlElement notes = feature.firstChild(u"notes"); !notes.isNull(); notes = notes.nextSibling(u"notes")) {
+        const QString text = notes.attribute(u"version", feature.attribute(u"version"));
+        const cVersion version(text);
+        const QString language = notes.attribute(u"lang", QStringLiteral("en-us"));
+        if (text != feature.attribute(u"version"))
+            checkVersion(Rule::NotesBadVersion, notes, u"version");
+        if (cVersion(feature.attribute(u"version")) < version) {
+            report(
+                Rule::NotesBadVersion, notes,
+                QStringLiteral("the notes are those of %1, which is newer than the feature").arg(version.toString()));
+        }
+        const QString key = version.toString() + QLatin1Char(' ') + language;
+        if (seen.contains(key)) {
+            report(Rule::NotesTwice, notes,
+                   QStringLiteral("the notes of %1 in \"%2\" come twice").arg(version.toString(), language));
+        }
+        seen.insert(key);
+        const int size = notes.text().trimmed().size();
+        if (size == 0)
+            report(Rule::NotesEmpty, notes, QStringLiteral("the notes of %1 are empty").arg(version.toString()));
+        if (size > ReleaseNotes::LongestText) {
+            report(Rule::NotesTooLong, notes,
+                   QStringLiteral("the notes of %1 have %2 characters").arg(version.toString()).arg(size));
+        }
+    }
 }
 
 // Of a repository only: features.xml holds no dependencies.

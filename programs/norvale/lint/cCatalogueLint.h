@@ -31,6 +31,7 @@ private:
     void checkRoot();
     void checkFeature(const cXmlElement& feature);
     void checkIdentity(const cXmlElement& feature);
+    void checkNotes(const cXmlElement& feature);
     void checkDependencies();
     void checkPlugin(const cXmlElement& plugin, const QString& feature);
     void checkVersionOf(const cXmlElement& plugin, const QString& feature);

@@ -14,6 +14,8 @@
 #include <QtCore/QFileInfo>
 #include <QtCore/QHash>
 
+#include <algorithm>
+
 namespace {
 
 enum class Kind { None, Manifest, Features, Repository, Site };
@@ -76,7 +78,23 @@ void cLinter::checkFolder(const QString& path, QStringList& pending)
             checkFile(entry.filePath());
         }
     }
+    checkInstalled(path, inside);
     pending += inside;
+}
+
+// Folders that are named as installed plugins are lie together with what says that they are.
+void cLinter::checkInstalled(const QString& path, const QStringList& folders)
+{
+    const auto isInstalled = [](const QString& folder) {
+        return !cPluginId::parse(QFileInfo(folder).fileName()).isNull() &&
+               QFileInfo(folder + QStringLiteral("/Manifest.xml")).isFile();
+    };
+    const auto plugin = std::find_if(folders.rbegin(), folders.rend(), isInstalled);
+    if (plugin == folders.rend() || QFileInfo(path + QStringLiteral("/features.xml")).isFile())
+        return;
+    m_findings.add(Rule::SuiteNoFeatures, path,
+                   QStringLiteral("there is no features.xml beside %1: no plugin counts as installed")
+                       .arg(QFileInfo(*plugin).fileName()));
 }
 
 // What it holds is the plugin's own, be it XML or archives.
@@ -155,6 +173,7 @@ void cLinter::checkSuite(const QString& catalogue, cCatalogueLint::Kind kind)
 
 void cLinter::checkSite(const QString& path, const QByteArray& xml)
 {
+    m_sites.append(QFileInfo(path).path());
     cSiteLint lint(path, m_findings);
     if (!lint.check(xml))
         return;

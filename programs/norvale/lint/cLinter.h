@@ -26,8 +26,12 @@ public:
     /// How many files were looked at.
     int fileCount() const { return m_fileCount; }
 
+    /// The folders of the sites among them. What their packages hold has not been compared with what they say of it.
+    const QStringList& sites() const { return m_sites; }
+
 private:
     void checkFolder(const QString& path, QStringList& pending);
+    void checkInstalled(const QString& path, const QStringList& folders);
     void checkPluginFolder(const QString& path);
     bool checkFile(const QString& path);
     void checkManifest(const QString& path, const QByteArray& xml);
@@ -40,4 +44,5 @@ private:
     cFindings& m_findings;
     std::optional<cBuiltPlugin> m_built;
     int m_fileCount = 0;
+    QStringList m_sites;
 };

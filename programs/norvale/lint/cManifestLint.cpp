@@ -14,41 +14,16 @@ using ManifestRules::cRule;
 
 namespace {
 
-void addRules(cGrammar& grammar, QStringView in, const QString& path)
-{
-    for (const cRule& rule : ManifestRules::Table) {
-        if (rule.in != in)
-            continue;
-        const QString name = rule.name.toString();
-        grammar[path].append(rule.kind == cRule::Attribute ? QLatin1Char('@') + name : name);
-        if (rule.kind != cRule::Attribute)
-            addRules(grammar, rule.name, path.isEmpty() ? name : path + QLatin1Char('/') + name);
-    }
-}
-
-cGrammar grammarOfManifests()
-{
-    cGrammar grammar;
-    addRules(grammar, u"", QString());
-    return grammar;
-}
-
 /// The rule that is broken where the text of this attribute or element is not sound.
 Rule ruleOf(QStringView name)
 {
     static const QHash<QStringView, Rule> rules{
-        {u"name", Rule::ManifestBadName},
-        {u"version", Rule::ManifestBadVersion},
-        {u"autoload", Rule::ManifestBadAutoload},
-        {u"isolated", Rule::ManifestBadIsolated},
-        {u"api_version", Rule::ManifestBadNumber},
-        {u"runtime_api_version", Rule::ManifestBadRuntimeApi},
-        {u"filename", Rule::ManifestBadLibrary},
-        {u"function", Rule::ManifestBadLibrary},
-        {u"params", Rule::ManifestBadParams},
-        {u"dependency", Rule::ManifestBadDependency},
-        {u"service", Rule::ManifestEmptyService},
-        {u"platform", Rule::ManifestOtherPlatform},
+        {u"name", Rule::ManifestBadName},          {u"version", Rule::ManifestBadVersion},
+        {u"autoload", Rule::ManifestBadAutoload},  {u"isolated", Rule::ManifestBadIsolated},
+        {u"api_version", Rule::ManifestBadNumber}, {u"runtime_api_version", Rule::ManifestBadRuntimeApi},
+        {u"filename", Rule::ManifestBadLibrary},   {u"function", Rule::ManifestBadLibrary},
+        {u"params", Rule::ManifestBadParams},      {u"dependency", Rule::ManifestBadDependency},
+        {u"service", Rule::ManifestEmptyService},  {u"platform", Rule::ManifestOtherPlatform},
         {u"program", Rule::ManifestNoProgram},
     };
     return rules.value(name, Rule::ManifestUnreadable);
@@ -58,9 +33,11 @@ Rule ruleOf(QStringView name)
 
 bool cManifestLint::check(const QByteArray& xml)
 {
-    static const cGrammar grammar = grammarOfManifests();
-    if (!readTree(xml, grammar))
+    if (!readTree(xml))
         return false;
+    ManifestRules::eachUnread(tree().root(), [this](const cXmlElement& element, bool isAttribute, const QString& text) {
+        reportUnread(element, isAttribute, text);
+    });
     const cXmlElement first = tree().root().firstChild(u"plugin");
     if (first.isNull())
         return report(Rule::ManifestNoPlugin, tree().root(), QStringLiteral("there is no <plugin>")), false;

@@ -8,6 +8,14 @@
 
 bool cXmlLint::readTree(const QByteArray& xml, const cGrammar& grammar)
 {
+    if (!readTree(xml))
+        return false;
+    checkNames(m_tree.root(), QString(), grammar);
+    return true;
+}
+
+bool cXmlLint::readTree(const QByteArray& xml)
+{
     QString reason;
     if (!cXmlReader::read(xml, m_tree, &reason)) {
         static const QRegularExpression form(QStringLiteral("\\Aline ([0-9]+), column ([0-9]+): (.*)\\z"));
@@ -16,29 +24,33 @@ bool cXmlLint::readTree(const QByteArray& xml, const cGrammar& grammar)
         m_findings.add({Rule::XmlMalformed, m_file, match.captured(1).toInt(), match.captured(2).toInt(), text});
         return false;
     }
-    checkNames(m_tree.root(), QString(), grammar);
     return true;
 }
 
 // As deep as the grammar goes: nothing below an unknown element is looked at.
 void cXmlLint::checkNames(const cXmlElement& element, const QString& path, const cGrammar& grammar)
 {
-    const QStringList known = grammar.value(path);
+    QStringList attributes, children;
+    for (const QString& name : grammar.value(path))
+        name.startsWith(QLatin1Char('@')) ? attributes.append(name.mid(1)) : children.append(name);
     const QString tag = element.tag().toString();
-    for (const QString& name : element.attributeNames()) {
-        const bool isForXml = name.startsWith(QLatin1String("xml")) || name.contains(QLatin1Char(':'));
-        if (!isForXml && !known.contains(QLatin1Char('@') + name)) {
-            report(Rule::XmlUnknownAttribute, element,
-                   QStringLiteral("the attribute \"%1\" of <%2> is not read").arg(name, tag));
-        }
+    for (int i = 0; i < element.attributeCount(); ++i) {
+        const QString name = element.attributeName(i).toString();
+        if (!attributes.contains(name) && !ManifestRules::isOfXml(name))
+            reportUnread(element, true, ManifestRules::unreadText(name, true, tag, attributes));
     }
     for (cXmlElement child = element.firstChild(); !child.isNull(); child = child.nextSibling()) {
         const QString childTag = child.tag().toString();
-        if (known.contains(childTag))
+        if (children.contains(childTag))
             checkNames(child, path.isEmpty() ? childTag : path + QLatin1Char('/') + childTag, grammar);
         else
-            report(Rule::XmlUnknownElement, child, QStringLiteral("<%1> in <%2> is not read").arg(childTag, tag));
+            reportUnread(child, false, ManifestRules::unreadText(childTag, false, tag, children));
     }
+}
+
+void cXmlLint::reportUnread(const cXmlElement& element, bool isAttribute, const QString& text)
+{
+    report(isAttribute ? Rule::XmlUnknownAttribute : Rule::XmlUnknownElement, element, text);
 }
 
 void cXmlLint::report(Rule rule, const cXmlElement& element, const QString& text)

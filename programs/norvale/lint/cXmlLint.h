@@ -12,7 +12,7 @@ enum class Rule;
 
 /// Which attributes, as "@name", and elements a document's reader looks at, by the path of the element that they stand
 /// in: its tags below the root, joined with "/". Readers pass over everything else in silence, so that what is misspelt
-/// is found here or not at all.
+/// is found here or not at all. Manifests go by ManifestRules instead.
 using cGrammar = QHash<QString, QStringList>;
 
 /// What the checks of all documents share: reading the tree, and reporting at an element. It refers to the findings
@@ -24,8 +24,14 @@ public:
     cXmlLint(const QString& file, cFindings& findings) : m_file(file), m_findings(findings) {}
 
 protected:
-    /// Reads @p xml into tree(), and holds it against @p grammar. @return false when it is not well-formed.
+    /// Reads @p xml into tree(). @return false when it is not well-formed.
+    [[nodiscard]] bool readTree(const QByteArray& xml);
+
+    /// The same, and holds it against @p grammar.
     [[nodiscard]] bool readTree(const QByteArray& xml, const cGrammar& grammar);
+
+    /// Reports an attribute of @p element, or the element itself, that is not read.
+    void reportUnread(const cXmlElement& element, bool isAttribute, const QString& text);
 
     const cXmlTree& tree() const { return m_tree; }
     const QString& file() const { return m_file; }

@@ -1,5 +1,4 @@
 #include "Commands.h"
-#include "common/Terminal.h"
 #include "common/cProgram.h"
 #include "core/Files.h"
 #include "install/cPackageCheck.h"
@@ -11,6 +10,7 @@
 #include "report/cFindings.h"
 #include "version/cPluginId.h"
 
+#include <QtCore/QCryptographicHash>
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>
 #include <QtCore/QSet>
@@ -146,6 +146,7 @@ public:
         syntax.add("FOLDER", &m_folder, "The plugin's folder, with its Manifest.xml");
         syntax.add("-o,--output", &m_target, "Folder that the package is written into", "DIR");
         syntax.add("--exclude", &m_excluded, "Leave out files of this name or relative path; * and ? match", "PATTERN");
+        m_report.addJsonOption(syntax);
         syntax.footer = "The same folder gives the same bytes at every run. What an installation would refuse is "
                         "refused here.\nThe path of the package is printed.";
     }
@@ -153,27 +154,26 @@ public:
     ExitCode run() override
     {
         if (!QFileInfo(m_folder).isDir())
-            return endWith(ExitCode::ReadFailed, QStringLiteral("%1 is no folder").arg(m_folder));
+            return m_report.fail(ExitCode::ReadFailed, QStringLiteral("%1 is no folder").arg(m_folder));
         if (!isOutside(m_target, m_folder)) {
-            return endWith(
+            return m_report.fail(
                 ExitCode::Usage,
                 QStringLiteral("the package would lie in the folder that it is made of; name another with -o"));
         }
         cFindings findings;
         cPackageMaker package(m_folder, m_excluded);
-        const bool isMade = package.make(findings);
-        cReport::tell(findings);
-        if (!isMade)
-            return ExitCode::Faults;
+        ExitCode code = package.make(findings) ? ExitCode::Ok : ExitCode::Faults;
         const QString path = QDir(m_target).filePath(package.fileName());
         QString error;
-        if (!replaceFile(path, package.bytes(), &error))
-            return endWith(ExitCode::WriteFailed, error);
-        Terminal::answer(path);
-        return ExitCode::Ok;
+        if (code == ExitCode::Ok && !replaceFile(path, package.bytes(), &error))
+            code = ExitCode::WriteFailed;
+        const QByteArray hash = QCryptographicHash::hash(package.bytes(), QCryptographicHash::Sha1).toHex();
+        return m_report.end(code, findings, error, {path},
+                            {{"package", path}, {"size", package.bytes().size()}, {"sha1", QString::fromLatin1(hash)}});
     }
 
 private:
+    cReport m_report;
     QString m_folder;
     QString m_target = QStringLiteral(".");
     QStringList m_excluded;

@@ -64,6 +64,10 @@ enum class Severity { Error, Warning };
     X(FeatureTwice, "feature-twice", Warning, "a catalogue has a feature once")                                        \
     X(FeatureHidden, "feature-hidden", Error, "a catalogue has one version of a feature: the first hides the others")  \
     X(FeatureUnknownDependency, "feature-unknown-dependency", Error, "a repository holds what its features depend on") \
+    X(NotesBadVersion, "notes-bad-version", Error, "notes are those of a version up to the feature's")                 \
+    X(NotesTwice, "notes-twice", Warning, "a version has notes once in a language: the last count")                    \
+    X(NotesEmpty, "notes-empty", Warning, "notes say something")                                                       \
+    X(NotesTooLong, "notes-too-long", Warning, "notes have at most 4,000 characters: the rest is not shown")           \
     X(PluginBadName, "plugin-bad-name", Error, "a plugin's name can name a folder on every system")                    \
     X(PluginNameClash, "plugin-name-clash", Error, "names of plugins differ in more than case")                        \
     X(PluginBadVersion, "plugin-bad-version", Error, "a plugin's version is MAJOR.MINOR.BUILD")                        \
@@ -75,6 +79,7 @@ enum class Severity { Error, Warning };
     X(RuntimeBadVersion, "runtime-bad-version", Error, "a runtime's version is MAJOR.MINOR.BUILD")                     \
     X(RuntimeBadHash, "runtime-bad-hash", Error, "a runtime has a SHA-1 hash in 40 hexadecimal digits")                \
     X(RuntimeNoSource, "runtime-no-source", Error, "a runtime has a source")                                           \
+    X(SuiteNoFeatures, "suite-no-features", Error, "a folder of installed plugins has features.xml")                   \
     X(SuiteNoCore, "suite-no-core", Error, "the feature \"Core\" is installed, or the suite does not start")           \
     X(SuitePluginMissing, "suite-plugin-missing", Error, "an installed plugin has its folder with a manifest")         \
     X(SuiteDependencyMissing, "suite-dependency-missing", Error, "the plugins that a plugin depends on are there")     \
@@ -83,8 +88,7 @@ enum class Severity { Error, Warning };
     X(SuiteDependencyCycle, "suite-dependency-cycle", Error, "plugins do not depend on each other in a circle")        \
     X(SuiteServiceTwice, "suite-service-twice", Error, "a service belongs to one plugin")                              \
     X(SiteNoEntries, "site-no-entries", Warning, "a site names repositories")                                          \
-    X(SiteOtherBuild, "site-other-build", Warning,                                                                     \
-      "an entry is for config release and platform x64: no other is read")                                             \
+    X(SiteOtherBuild, "site-other-build", Error, "an entry is for config release and platform x64: no other is read")  \
     X(SiteNoUpdate, "site-no-update", Error, "an entry says which repository (update) and status it is for")           \
     X(SiteEntryTwice, "site-entry-twice", Warning, "a site names a repository once")                                   \
     X(SiteNoRepository, "site-no-repository", Error, "an entry's repository.xml can be fetched")                       \

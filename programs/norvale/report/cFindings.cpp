@@ -3,6 +3,7 @@
 #include "common/Terminal.h"
 #include "common/cCommand.h"
 #include "core/cXmlTree.h"
+#include "version/Shown.h"
 
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonDocument>
@@ -26,25 +27,54 @@ bool cFindings::has(Rule rule) const
     return std::any_of(m_list.begin(), m_list.end(), [&](const cFinding& f) { return f.rule == rule; });
 }
 
-void cReport::addOptions(cSyntax& syntax)
+void cReport::addJsonOption(cSyntax& syntax)
 {
     syntax.add("--json", &m_isJson, "Print one JSON object for programs");
+}
+
+void cReport::addOptions(cSyntax& syntax)
+{
+    addJsonOption(syntax);
     syntax.add("--strict", &m_isStrict, "Warnings count as errors");
 }
 
-ExitCode cReport::print(const cFindings& findings) const
+ExitCode cReport::print(const cFindings& findings, const QStringList& hints) const
 {
+    const int errors = findings.count(Severity::Error);
+    const int warnings = findings.count(Severity::Warning);
     if (m_isJson) {
-        Terminal::answerJson(json(findings));
+        printJson(findings, QJsonObject());
     } else {
         for (const cFinding& finding : findings.list())
             Terminal::answer(line(finding));
+        Terminal::note(counted(errors, "error") + QStringLiteral(", ") + counted(warnings, "warning"));
     }
-    const int errors = findings.count(Severity::Error);
-    const int warnings = findings.count(Severity::Warning);
-    if (!m_isJson)
-        Terminal::reason(QStringLiteral("%1 errors, %2 warnings").arg(errors).arg(warnings));
+    for (const QString& hint : hints)
+        Terminal::note(hint);
     return errors > 0 || (m_isStrict && warnings > 0) ? ExitCode::Faults : ExitCode::Ok;
+}
+
+ExitCode cReport::end(ExitCode code, const cFindings& findings, const QString& reason, const cStyledLines& lines,
+                      const QJsonObject& object) const
+{
+    QJsonObject all = code == ExitCode::Ok ? object : QJsonObject();
+    if (!reason.isEmpty())
+        all.insert(QStringLiteral("error"), reason);
+    if (m_isJson)
+        printJson(findings, all);
+    else
+        for (const cFinding& finding : findings.list())
+            Terminal::note(line(finding));
+    if (!reason.isEmpty())
+        Terminal::error(reason);
+    if (!m_isJson && code == ExitCode::Ok && !lines.isEmpty())
+        Terminal::answer(lines);
+    return code;
+}
+
+ExitCode cReport::fail(ExitCode code, const QString& reason) const
+{
+    return end(code, cFindings(), reason, {}, {});
 }
 
 QString cReport::line(const cFinding& finding)
@@ -56,28 +86,22 @@ QString cReport::line(const cFinding& finding)
            QStringLiteral(" [") + Rules::name(finding.rule) + QLatin1Char(']');
 }
 
-void cReport::tell(const cFindings& findings)
-{
-    for (const cFinding& finding : findings.list())
-        Terminal::reason(line(finding));
-}
-
-QString cReport::json(const cFindings& findings)
+void cReport::printJson(const cFindings& findings, QJsonObject object)
 {
     QJsonArray list;
     for (const cFinding& finding : findings.list()) {
-        QJsonObject object{{"file", finding.file},
+        QJsonObject member{{"file", finding.file},
                            {"severity", Rules::word(finding.severity())},
                            {"rule", Rules::name(finding.rule)},
                            {"text", finding.text}};
         if (finding.line > 0) {
-            object["line"] = finding.line;
-            object["column"] = finding.column;
+            member["line"] = finding.line;
+            member["column"] = finding.column;
         }
-        list.append(object);
+        list.append(member);
     }
-    const QJsonObject root{{"errors", findings.count(Severity::Error)},
-                           {"warnings", findings.count(Severity::Warning)},
-                           {"findings", list}};
-    return QString::fromUtf8(QJsonDocument(root).toJson()).trimmed();
+    object["errors"] = findings.count(Severity::Error);
+    object["warnings"] = findings.count(Severity::Warning);
+    object["findings"] = list;
+    Terminal::answerJson(QString::fromUtf8(QJsonDocument(object).toJson()).trimmed());
 }

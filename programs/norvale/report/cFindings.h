@@ -1,10 +1,13 @@
 #pragma once
 
 #include "common/ExitCode.h"
+#include "common/cStyledLine.h"
 #include "report/Rules.h"
 
+#include <QtCore/QJsonObject>
 #include <QtCore/QList>
 #include <QtCore/QString>
+#include <QtCore/QStringList>
 
 class cXmlElement;
 struct cSyntax;
@@ -44,21 +47,34 @@ private:
 class cReport
 {
 public:
-    /// Adds the options that choose the form.
+    /// Adds the options that choose the form, and what counts.
     void addOptions(cSyntax& syntax);
 
-    /// Prints @p findings on standard output and their number on standard error. @return Faults when one of them is an
-    /// error, or a warning and the report is strict.
-    ExitCode print(const cFindings& findings) const;
+    /// Adds --json alone.
+    void addJsonOption(cSyntax& syntax);
+
+    /// For a command whose answer are the findings: prints them on standard output and their number on standard error,
+    /// and @p hints, which tell what else there is to do, after that. @return Faults when a finding is an error, or a
+    /// warning and the report is strict.
+    ExitCode print(const cFindings& findings, const QStringList& hints = {}) const;
+
+    /**
+     * For a command that has another answer: prints it, as @p lines or as the members of @p object, when @p code is Ok.
+     * Findings and the @p reason of another code go to standard error. With --json one object is printed whatever the
+     * code is: findings as in print(), "error" where there is a reason, and the members.
+     * @return @p code.
+     */
+    ExitCode end(ExitCode code, const cFindings& findings, const QString& reason, const cStyledLines& lines,
+                 const QJsonObject& object) const;
+
+    /// A command that ends before there is anything to report. @return @p code.
+    ExitCode fail(ExitCode code, const QString& reason) const;
 
     /// "FILE:LINE:COLUMN: SEVERITY: TEXT [RULE]", without the numbers where there are none.
     static QString line(const cFinding& finding);
 
-    /// The errors and warnings on standard error, for commands whose answer is another.
-    static void tell(const cFindings& findings);
-
 private:
-    static QString json(const cFindings& findings);
+    static void printJson(const cFindings& findings, QJsonObject object);
 
     bool m_isJson = false;
     bool m_isStrict = false;

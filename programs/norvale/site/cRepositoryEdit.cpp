@@ -1,30 +1,39 @@
 #include "site/cRepositoryEdit.h"
 
+#include "config/ReleaseNotes.h"
 #include "config/cCatalogueWriter.h"
+#include "site/cRetiredList.h"
 #include "site/cSiteState.h"
 
-#include <QtCore/QSet>
-
 #include <algorithm>
+#include <iterator>
 #include <limits>
 
-bool cRepositoryEdit::apply(QList<cNewFile>& packages, cNewFile* runtime)
+namespace {
+
+cFeatureCatalogue catalogueOf(const cFeatureCatalogue::Features& features)
 {
-    m_features = m_state.catalogue().features();
+    cFeatureCatalogue catalogue;
+    for (const cRepositoryEdit::Feature& feature : features)
+        catalogue.append(feature);
+    return catalogue;
+}
+
+/// One build more; nothing when there is none.
+std::optional<cVersion> nextVersion(const cVersion& version)
+{
+    if (version.build() == std::numeric_limits<qint32>::max())
+        return std::nullopt;
+    return cVersion(QStringLiteral("%1.%2.%3").arg(version.major()).arg(version.minor()).arg(version.build() + 1));
+}
+
+} // namespace
+
+void cRepositoryEdit::begin()
+{
     m_catalogue = m_state.catalogue();
-    QSet<QString> names;
-    for (cNewFile& package : packages) {
-        if (names.contains(package.id.name()))
-            return fail(QStringLiteral("there are two packages of \"%1\"").arg(package.id.name()));
-        names.insert(package.id.name());
-        if (!placePackage(package))
-            return false;
-    }
-    if (!m_wanted.feature.isEmpty() && (!editFeature(packages) || !editSharedFeatures(packages)))
-        return false;
-    if (runtime && !editRuntime(*runtime))
-        return false;
-    return editVersions();
+    m_features = m_catalogue.features();
+    m_earlier = m_state.earlier().features();
 }
 
 // Published bytes never change their place, and what is at a place never changes: whoever has read the old description
@@ -33,9 +42,11 @@ bool cRepositoryEdit::placePackage(cNewFile& package)
 {
     package.source = QStringLiteral("packages/") + package.id.packageFileName();
     const Plugin published = publishedPlugin(package.id);
-    if (!published || published->hash() == package.hash)
+    const cRetired::Plugin* const retired = m_retired.findPlugin(m_state.entry(), package.id);
+    const bool isOther = published ? published->hash() != package.hash : retired && retired->hash != package.hash;
+    if (!isOther)
         return true;
-    if (!m_wanted.mayReplace) {
+    if (!m_mayReplace) {
         return fail(QStringLiteral("%1 is published with other contents: give the plugin a new version")
                         .arg(package.id.toString()));
     }
@@ -46,39 +57,18 @@ bool cRepositoryEdit::placePackage(cNewFile& package)
 
 cRepositoryEdit::Plugin cRepositoryEdit::publishedPlugin(const cPluginId& id) const
 {
-    for (const Feature& feature : m_state.catalogue().features()) {
-        if (const Plugin plugin = feature->findPlugin(id))
-            return plugin;
+    for (const cFeatureCatalogue* const catalogue : {&m_state.catalogue(), &m_state.earlier()}) {
+        for (const Feature& feature : catalogue->features()) {
+            if (const Plugin plugin = feature->findPlugin(id))
+                return plugin;
+        }
     }
     return Plugin();
 }
 
-bool cRepositoryEdit::editFeature(const QList<cNewFile>& packages)
-{
-    const Feature feature = makeFeature();
-    for (const cNewFile& package : packages)
-        feature->addPlugin(makePlugin(package));
-    return takeFeature(feature);
-}
-
-cRepositoryEdit::Feature cRepositoryEdit::makeFeature() const
-{
-    const cVersion version(m_wanted.featureVersion);
-    const Feature old = m_state.catalogue().find(m_wanted.feature);
-    const Feature feature =
-        old ? old->copy(version) : Feature::create(m_wanted.feature, version, true, m_state.entry().update);
-    feature->setActive(true);
-    feature->setRepository(m_state.entry().update);
-    for (auto it = m_wanted.displayNames.begin(); it != m_wanted.displayNames.end(); ++it)
-        feature->setDisplayName(it.key(), it.value());
-    if (m_wanted.dependencies)
-        feature->setDependencies(*m_wanted.dependencies);
-    return feature;
-}
-
 cRepositoryEdit::Plugin cRepositoryEdit::makePlugin(const cNewFile& package) const
 {
-    const auto plugin = Plugin::create(package.id, quint32(package.bytes.size()));
+    const auto plugin = Plugin::create(package.id, quint32(package.size));
     plugin->setHash(package.hash);
     const Plugin published = publishedPlugin(package.id);
     if (published && published->hash() == package.hash && !published->sources().isEmpty()) {
@@ -90,57 +80,135 @@ cRepositoryEdit::Plugin cRepositoryEdit::makePlugin(const cNewFile& package) con
     return plugin;
 }
 
-// A suite cannot have two versions of a plugin, so features that share one change together.
-bool cRepositoryEdit::editSharedFeatures(const QList<cNewFile>& packages)
-{
-    for (auto it = m_wanted.shared.begin(); it != m_wanted.shared.end(); ++it) {
-        const Feature old = m_state.catalogue().find(it.key());
-        if (!old)
-            return fail(QStringLiteral("there is no feature \"%1\" that could share plugins").arg(it.key()));
-        const Feature feature = old->copy(cVersion(it.value()));
-        feature->setActive(true);
-        for (const Plugin& plugin : old->plugins()) {
-            const auto package = std::find_if(packages.begin(), packages.end(),
-                                              [&](const cNewFile& file) { return file.id.name() == plugin->name(); });
-            feature->addPlugin(package == packages.end() ? plugin : makePlugin(*package));
-        }
-        if (!takeFeature(feature))
-            return false;
-    }
-    return true;
-}
-
-// The feature takes the place of its older version, which would hide it otherwise.
-bool cRepositoryEdit::takeFeature(const Feature& feature)
+int cRepositoryEdit::placeOf(const QString& name) const
 {
     const auto place = std::find_if(m_features.begin(), m_features.end(),
-                                    [&](const Feature& other) { return other->name() == feature->name(); });
-    if (place == m_features.end()) {
+                                    [&](const Feature& feature) { return feature->name() == name; });
+    return place == m_features.end() ? -1 : int(place - m_features.begin());
+}
+
+cRepositoryEdit::Feature cRepositoryEdit::find(const QString& name) const
+{
+    const int place = placeOf(name);
+    return place < 0 ? Feature() : m_features.at(place);
+}
+
+cFeatureCatalogue::Features cRepositoryEdit::earlierOf(const QString& name) const
+{
+    cFeatureCatalogue::Features earlier;
+    std::copy_if(m_earlier.begin(), m_earlier.end(), std::back_inserter(earlier),
+                 [&](const Feature& feature) { return feature->name() == name; });
+    return earlier;
+}
+
+bool cRepositoryEdit::takeFeature(const Feature& feature)
+{
+    if (!m_mayReplace && !isAboveRetired(*feature))
+        return false;
+    const int place = placeOf(feature->name());
+    if (place < 0) {
         m_features.append(feature);
         return true;
     }
-    if (feature->version() < (*place)->version()) {
+    const Feature old = m_features.at(place);
+    if (feature->version() < old->version()) {
         return fail(QStringLiteral("the feature \"%1\" is published as %2, which is newer than %3")
-                        .arg(feature->name(), (*place)->version().toString(), feature->version().toString()));
+                        .arg(feature->name(), old->version().toString(), feature->version().toString()));
     }
-    if (feature->version() == (*place)->version() && !m_wanted.mayReplace && textOf(feature) != textOf(*place)) {
+    if (feature->version() == old->version() && !m_mayReplace && textOf(feature) != textOf(old)) {
         return fail(QStringLiteral(
                         "the feature \"%1\" %2 is published with other contents: who has it would not fetch it again; "
                         "give it a new version")
                         .arg(feature->name(), feature->version().toString()));
     }
-    *place = feature;
+    if (old->version() < feature->version())
+        keepAsEarlier(old);
+    m_features[place] = feature;
     return true;
 }
 
-QByteArray cRepositoryEdit::textOf(const Feature& feature)
+// Who has a retired version would not fetch what is not above it.
+bool cRepositoryEdit::isAboveRetired(const cFeatureInstance& feature)
 {
-    cFeatureCatalogue catalogue;
-    catalogue.append(feature);
+    const Feature old = find(feature.name());
+    const cVersion newest = m_retired.newest(m_state.entry(), feature.name());
+    if (newest == cVersion() || newest < feature.version() || (old && old->version() == feature.version()))
+        return true;
+    const cPluginId retired(feature.name(), newest);
+    return fail(QStringLiteral("%1 was retired on %2, and who has it fetches newer versions only: %3 is to be above it")
+                    .arg(retired.toString(), m_retired.find(m_state.entry(), retired)->on.date().toString(Qt::ISODate),
+                         feature.version().toString()));
+}
+
+void cRepositoryEdit::withdraw(const Feature& instead)
+{
+    m_features[placeOf(instead->name())] = instead;
+}
+
+void cRepositoryEdit::keepAsEarlier(const Feature& feature)
+{
+    dropEarlier(feature->name(), feature->version());
+    m_earlier.append(feature);
+    m_isEarlierChanged = true;
+}
+
+void cRepositoryEdit::dropEarlier(const QString& feature, const cVersion& version)
+{
+    const auto end = std::remove_if(m_earlier.begin(), m_earlier.end(), [&](const Feature& earlier) {
+        return earlier->name() == feature && earlier->version() == version;
+    });
+    m_isEarlierChanged = m_isEarlierChanged || end != m_earlier.end();
+    m_earlier.erase(end, m_earlier.end());
+}
+
+std::optional<cVersion> cRepositoryEdit::versionAbove(const cFeatureInstance& feature) const
+{
+    return nextVersion(qMax(feature.version(), m_retired.newest(m_state.entry(), feature.name())));
+}
+
+QByteArray cRepositoryEdit::earlierXml() const
+{
+    cFeatureCatalogue catalogue = catalogueOf(m_earlier);
+    catalogue.setName(m_state.entry().update);
     return cCatalogueWriter::repository(catalogue);
 }
 
-bool cRepositoryEdit::editRuntime(cNewFile& runtime)
+// What an installation gets; notes are for people, and may be mended.
+QByteArray cRepositoryEdit::textOf(const Feature& feature)
+{
+    const Feature plain = feature->copy(feature->version());
+    plain->setNotes({});
+    for (const Plugin& plugin : feature->plugins())
+        plain->addPlugin(plugin);
+    return cCatalogueWriter::repository(catalogueOf({plain}));
+}
+
+QVector<cFeatureInstance::Note> cRepositoryEdit::mergedNotes(const QVector<cFeatureInstance::Note>& newer,
+                                                             const QVector<cFeatureInstance::Note>& older)
+{
+    using Note = cFeatureInstance::Note;
+    QVector<Note> notes = newer;
+    for (const Note& note : older) {
+        const bool isKnown = std::any_of(newer.begin(), newer.end(), [&](const Note& other) {
+            return other.version == note.version && other.language == note.language;
+        });
+        if (!isKnown)
+            notes.append(note);
+    }
+    std::stable_sort(notes.begin(), notes.end(), [](const Note& a, const Note& b) { return b.version < a.version; });
+    int versions = 0;
+    for (int i = 0; i < notes.size(); ++i) {
+        if (i == 0 || notes.at(i - 1).version != notes.at(i).version)
+            ++versions;
+        if (versions > ReleaseNotes::KeptVersions) {
+            notes.resize(i);
+            break;
+        }
+    }
+    return notes;
+}
+
+bool cRepositoryEdit::takeRuntime(cNewFile& runtime)
 {
     const QString version = runtime.id.version().toString();
     runtime.source = QStringLiteral("runtime/%1/%2").arg(version, runtime.id.name());
@@ -152,7 +220,7 @@ bool cRepositoryEdit::editRuntime(cNewFile& runtime)
         if (published.version != runtime.id.version())
             continue;
         const bool isSame = published.hash == runtime.hash && published.name == runtime.id.name();
-        if (!isSame && !m_wanted.mayReplace) {
+        if (!isSame && !m_mayReplace) {
             return fail(
                 QStringLiteral("the runtime %1 is published with other contents: give it a new version").arg(version));
         }
@@ -161,35 +229,33 @@ bool cRepositoryEdit::editRuntime(cNewFile& runtime)
                              : QStringLiteral("runtime/%1-%2/%3")
                                    .arg(version, QString::fromLatin1(runtime.hash.toHex().left(8)), runtime.id.name());
     }
-    // Installations take the newest one only.
     m_catalogue.setRuntimes({{runtime.id.version(), runtime.id.name(), runtime.hash, runtime.source}});
     return true;
 }
 
-bool cRepositoryEdit::editVersions()
+bool cRepositoryEdit::finish(const QString& asked, const QString& coreVersion)
 {
-    const cFeatureCatalogue& old = m_state.catalogue();
     const QList<cRuntimeEntry> runtimes = m_catalogue.runtimes();
     m_catalogue.clear();
     m_catalogue.setRuntimes(runtimes);
     for (const Feature& feature : qAsConst(m_features))
         m_catalogue.append(feature);
     m_catalogue.setName(m_state.entry().update);
-    if (!m_wanted.coreVersion.isEmpty())
-        m_catalogue.setCoreVersion(cVersion(m_wanted.coreVersion));
-    const bool isSame = cCatalogueWriter::repository(m_catalogue) == cCatalogueWriter::repository(old);
-    if (!editVersion(!isSame))
+    if (!coreVersion.isEmpty())
+        m_catalogue.setCoreVersion(cVersion(coreVersion));
+    const bool isSame = cCatalogueWriter::repository(m_catalogue) == cCatalogueWriter::repository(m_state.catalogue());
+    if (!editVersion(!isSame, asked))
         return false;
     m_xml = cCatalogueWriter::repository(m_catalogue);
     return true;
 }
 
-bool cRepositoryEdit::editVersion(bool isChanged)
+bool cRepositoryEdit::editVersion(bool isChanged, const QString& askedText)
 {
     const bool isNew = m_state.repositoryXml().isEmpty();
     const cVersion old = m_state.catalogue().version();
-    const cVersion asked(m_wanted.repositoryVersion);
-    const bool isAsked = !m_wanted.repositoryVersion.isEmpty();
+    const cVersion asked(askedText);
+    const bool isAsked = !askedText.isEmpty();
     m_isChanged = isNew || isChanged || (isAsked && asked != old);
     if (isAsked) {
         if (asked < old) {
@@ -200,10 +266,10 @@ bool cRepositoryEdit::editVersion(bool isChanged)
     } else if (isNew) {
         m_catalogue.setVersion(cVersion(QStringLiteral("1.0.0")));
     } else if (isChanged) {
-        if (old.build() == std::numeric_limits<qint32>::max())
+        const std::optional<cVersion> next = nextVersion(old);
+        if (!next)
             return fail(QStringLiteral("no version comes after %1: give one").arg(old.toString()));
-        m_catalogue.setVersion(
-            cVersion(QStringLiteral("%1.%2.%3").arg(old.major()).arg(old.minor()).arg(old.build() + 1)));
+        m_catalogue.setVersion(*next);
     }
     return true;
 }

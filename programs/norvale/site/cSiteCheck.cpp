@@ -5,6 +5,7 @@
 #include "lint/cPackageLint.h"
 #include "report/cFindings.h"
 #include "suite/cSuite.h"
+#include "version/Shown.h"
 
 #include <QtCore/QCryptographicHash>
 #include <QtCore/QDir>
@@ -92,9 +93,8 @@ bool cSiteCheck::run()
 
 QString cSiteCheck::summary() const
 {
-    return QStringLiteral("%1 repositories and %2 further files were fetched")
-        .arg(m_repositories.size())
-        .arg(m_packages.count());
+    return QStringLiteral("fetched %1 and %2")
+        .arg(counted(m_repositories.size(), "repository", "repositories"), counted(m_packages.count(), "further file"));
 }
 
 void cSiteCheck::checkRepository(const cSiteLint::Entry& entry, const QString& site)
@@ -167,8 +167,9 @@ void cSiteCheck::comparePackage(const cFeaturePlugin& plugin, const cPackageStor
                            .arg(file.plugin->toString(), plugin.id().toString()));
     }
     if (plugin.size() > 0 && file.size != plugin.size()) {
-        m_findings.add(Rule::SourceSize, name,
-                       QStringLiteral("%1 bytes, but the repository says %2").arg(file.size).arg(plugin.size()));
+        m_findings.add(
+            Rule::SourceSize, name,
+            QStringLiteral("%1, but the repository says %2").arg(counted(file.size, "byte")).arg(plugin.size()));
     }
     if (!plugin.hash().isEmpty() && file.hash != plugin.hash()) {
         m_findings.add(Rule::PackageHash, name,

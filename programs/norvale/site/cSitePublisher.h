@@ -1,51 +1,47 @@
 #pragma once
 
-#include "common/ExitCode.h"
-#include "report/cFindings.h"
-#include "site/cRepositoryEdit.h"
-#include "site/cSiteState.h"
+#include "site/cSiteEditor.h"
 
-#include <QtCore/QList>
-#include <QtCore/QString>
+#include <QtCore/QMap>
 
-#include <optional>
+/// What somebody wants to be published: a version of a feature with its packages, a runtime, or both.
+struct cSiteAddition : cSitePlace
+{
+    QString feature; // empty when there is none
+    QString featureVersion;
+    QStringList packages;                    // paths of the feature's packages
+    QMap<QString, QString> displayNames;     // language to text; those of the version before stay unless named here
+    QMap<QString, QString> notes;            // language to what the version brings
+    std::optional<QStringList> dependencies; // those of the version before unless given
+    QMap<QString, QString> shared;           // other features that take the same plugins, with their new versions
 
-/**
- * Publishes a feature or a runtime on a site's folder. Whoever reads the site meanwhile, and whoever comes after a
- * crash, meets the old state or the new one: packages are put in place first, where nothing points to yet, then the
- * repository's description, then, if it is new, the site's. A run that was cut off can be repeated.
- */
-class cSitePublisher
+    QString repositoryVersion; // empty: one more than before
+    QString coreVersion;       // empty: as before
+
+    QString runtime; // path of a setup program; empty when there is none
+    QString runtimeVersion;
+
+    bool mayReplace = false; // a published version may change
+};
+
+/// Publishes a feature or a runtime.
+class cSitePublisher : public cSiteEditor
 {
 public:
-    explicit cSitePublisher(const cSiteAddition& wanted) : m_wanted(wanted), m_edit(m_state, m_wanted) {}
+    explicit cSitePublisher(const cSiteAddition& wanted);
 
-    /// @return how it ended; errorString() and findings() say why.
-    ExitCode run();
-
-    QString errorString() const { return m_errorString; }
-    const cFindings& findings() const { return m_findings; }
-
-    /// What is published now, for people.
-    QString summary() const;
+protected:
+    ExitCode edit() override;
 
 private:
-    ExitCode publish();
-    bool readFiles();
-    bool readPackage(const QString& path);
-    bool readRuntime();
-    bool isResultSound();
-    cFindings findingsOf(const QByteArray& xml, bool withNewFiles) const;
-    void sweepLeftovers();
-    bool write();
-    bool writeFile(const QString& path, const QByteArray& bytes);
-    ExitCode fail(ExitCode code, const QString& reason);
+    using Feature = cRepositoryEdit::Feature;
 
-    cSiteAddition m_wanted;
-    cSiteState m_state;
-    cRepositoryEdit m_edit;
-    QList<cNewFile> m_packages;
-    std::optional<cNewFile> m_runtime;
-    cFindings m_findings;
-    QString m_errorString;
+    bool readFiles();
+    bool readRuntime();
+    bool placePackages();
+    bool editFeature();
+    Feature makeFeature() const;
+    bool editSharedFeatures();
+
+    const cSiteAddition m_wanted;
 };

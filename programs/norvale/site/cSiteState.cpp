@@ -9,13 +9,24 @@
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>
 #include <QtCore/QSet>
+#include <QtCore/QUrl>
 
 #include <algorithm>
 
-bool cSiteState::read(const cSiteAddition& wanted)
+bool cSiteState::read(const cSitePlace& place)
 {
-    m_folder = QDir(wanted.site).absolutePath();
-    return readSite() && pickRepository(wanted) && pickContent(wanted) && readRepository();
+    m_folder = QDir(place.site).absolutePath();
+    return readSite() && pickRepository(place) && pickContent(place) && readRepository();
+}
+
+std::optional<cSitePlace> cSiteState::anyPlace(const QString& site)
+{
+    cSiteState state;
+    state.m_folder = QDir(site).absolutePath();
+    if (!state.readSite() || state.m_entries.isEmpty())
+        return std::nullopt;
+    const cSiteEntry& first = state.m_entries.constFirst();
+    return cSitePlace{site, first.update, first.status};
 }
 
 QString cSiteState::sitePath() const
@@ -23,14 +34,14 @@ QString cSiteState::sitePath() const
     return m_folder + QStringLiteral("/site.xml");
 }
 
-QString cSiteState::repositoryFolder() const
+QString cSiteState::repositoryFolder(const cSiteEntry& entry) const
 {
-    return QDir::cleanPath(m_folder + QLatin1Char('/') + m_entry.content);
+    return QDir::cleanPath(m_folder + QLatin1Char('/') + entry.content);
 }
 
-QString cSiteState::repositoryPath() const
+QString cSiteState::earlierPath(const cSiteEntry& entry) const
 {
-    return repositoryFolder() + QStringLiteral("/repository.xml");
+    return repositoryFolder(entry) + QStringLiteral("/.earlier.xml");
 }
 
 bool cSiteState::readSite()
@@ -48,12 +59,12 @@ bool cSiteState::readSite()
     return true;
 }
 
-bool cSiteState::pickRepository(const cSiteAddition& wanted)
+bool cSiteState::pickRepository(const cSitePlace& place)
 {
     m_entry.config = QStringLiteral("release");
     m_entry.platform = QStringLiteral("x64");
-    m_entry.status = wanted.status;
-    m_entry.update = wanted.repository;
+    m_entry.status = place.status;
+    m_entry.update = place.repository;
     if (!m_entry.update.isEmpty())
         return true;
     QSet<QString> names;
@@ -65,7 +76,7 @@ bool cSiteState::pickRepository(const cSiteAddition& wanted)
     return true;
 }
 
-bool cSiteState::pickContent(const cSiteAddition& wanted)
+bool cSiteState::pickContent(const cSitePlace& place)
 {
     const auto known = std::find_if(m_entries.begin(), m_entries.end(), [&](const cSiteEntry& entry) {
         return entry.fits(m_entry.update, m_entry.status);
@@ -78,7 +89,7 @@ bool cSiteState::pickContent(const cSiteAddition& wanted)
                               ? m_entry.update
                               : m_entry.update + QLatin1Char('-') + m_entry.status;
     }
-    const QString asked = QDir::cleanPath(wanted.content.value_or(m_entry.content));
+    const QString asked = QDir::cleanPath(place.content.value_or(m_entry.content));
     if (m_hasEntry && asked != QDir::cleanPath(m_entry.content)) {
         return fail(QStringLiteral("the repository \"%1\" (%2) lies in \"%3\"")
                         .arg(m_entry.update, m_entry.status, m_entry.content));
@@ -95,15 +106,45 @@ bool cSiteState::pickContent(const cSiteAddition& wanted)
 
 bool cSiteState::readRepository()
 {
-    if (!QFileInfo::exists(repositoryPath()))
-        return true;
+    m_catalogue = m_earlier = cFeatureCatalogue();
+    m_repositoryXml.clear();
+    QString reason = readCatalogue(repositoryPath(), m_catalogue, &m_repositoryXml);
+    if (reason.isEmpty())
+        reason = readCatalogue(earlierPath(), m_earlier);
+    return reason.isEmpty() || fail(reason);
+}
+
+QString cSiteState::readCatalogue(const QString& path, cFeatureCatalogue& catalogue, QByteArray* xml)
+{
+    if (!QFileInfo::exists(path))
+        return QString();
     cFindings findings;
-    if (!readInputFile(repositoryPath(), LargestDocument, &m_repositoryXml, findings))
-        return fail(QStringLiteral("%1 cannot be read: %2").arg(repositoryPath(), findings.list().constFirst().text));
-    cCatalogueReader reader(m_catalogue);
-    if (!reader.read(m_repositoryXml))
-        return fail(QStringLiteral("%1, %2").arg(repositoryPath(), reader.errorString()));
-    return true;
+    QByteArray bytes;
+    if (!readInputFile(path, LargestDocument, &bytes, findings))
+        return QStringLiteral("%1 cannot be read: %2").arg(path, findings.list().constFirst().text);
+    cCatalogueReader reader(catalogue);
+    if (!reader.read(bytes))
+        return QStringLiteral("%1, %2").arg(path, reader.errorString());
+    if (xml)
+        *xml = bytes;
+    return QString();
+}
+
+bool cSiteState::isRemote(const cFeaturePlugin& plugin)
+{
+    return !plugin.sources().isEmpty() &&
+           std::all_of(plugin.sources().begin(), plugin.sources().end(),
+                       [](const cFeatureSource& source) { return !QUrl(source.source).isRelative(); });
+}
+
+QString cSiteState::localPackage(const cFeaturePlugin& plugin) const
+{
+    for (const cFeatureSource& source : plugin.sources()) {
+        const QString path = QDir::cleanPath(repositoryFolder() + QLatin1Char('/') + source.source);
+        if (QUrl(source.source).isRelative() && QFileInfo(path).isFile())
+            return path;
+    }
+    return QString();
 }
 
 QByteArray cSiteState::siteXml() const

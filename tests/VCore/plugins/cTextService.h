@@ -9,6 +9,8 @@
 #include <QtCore/QUrl>
 #include <QtCore/QVariant>
 
+#include <stdexcept>
+
 /// Methods of the kinds that calls by name have to cope with.
 class cTextService : public QObject
 {
@@ -36,6 +38,7 @@ public:
     }
     Q_INVOKABLE QString filled(int size) { return QString(size, QLatin1Char('x')); }
     Q_INVOKABLE void sleep(int milliseconds) { QThread::msleep(ulong(milliseconds)); }
+    Q_INVOKABLE void fail() { throw std::runtime_error("out of ink"); }
     Q_INVOKABLE QThread* unknown() { return nullptr; }
 
 signals:

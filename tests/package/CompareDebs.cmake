@@ -1,0 +1,13 @@
+# The packages in FIRST and SECOND are the same to the last byte. Where one is not, diffoscope tells what differs.
+file(GLOB files RELATIVE "${FIRST}" "${FIRST}/*.deb" "${FIRST}/*.json")
+if(NOT files)
+    message(FATAL_ERROR "no packages in ${FIRST}")
+endif()
+foreach(file IN LISTS files)
+    file(SHA256 "${FIRST}/${file}" first)
+    file(SHA256 "${SECOND}/${file}" second)
+    if(NOT first STREQUAL second)
+        execute_process(COMMAND diffoscope --max-report-size 10000 "${FIRST}/${file}" "${SECOND}/${file}")
+        message(SEND_ERROR "${file} differs")
+    endif()
+endforeach()
