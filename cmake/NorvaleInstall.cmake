@@ -47,9 +47,9 @@ write_basic_package_version_file("${PROJECT_BINARY_DIR}/package/NorvaleConfigVer
 install(FILES
     "${PROJECT_BINARY_DIR}/package/NorvaleConfig.cmake" "${PROJECT_BINARY_DIR}/package/NorvaleConfigVersion.cmake"
     "${PROJECT_SOURCE_DIR}/cmake/NorvalePlugin.cmake" "${PROJECT_SOURCE_DIR}/cmake/Manifest.xml.in"
+    "${PROJECT_SOURCE_DIR}/cmake/run.cmd.in"
     DESTINATION "${package_dir}" COMPONENT dev)
-install(PROGRAMS "${PROJECT_SOURCE_DIR}/cmake/run.in" "${PROJECT_SOURCE_DIR}/cmake/run.cmd.in" DESTINATION "${package_dir}"
-    COMPONENT dev)
+install(PROGRAMS "${PROJECT_SOURCE_DIR}/cmake/run.in" DESTINATION "${package_dir}" COMPONENT dev)
 
 # The plugins that suites take as they are, each in a folder as a suite has it.
 foreach(plugin ZentraSettings)

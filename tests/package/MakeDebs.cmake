@@ -2,7 +2,7 @@
 cmake_minimum_required(VERSION 3.21)
 file(REMOVE_RECURSE "${SOURCE_COPY}")
 file(GLOB parts "${SOURCE}/*")
-list(REMOVE_ITEM parts "${SOURCE}/build")
+list(REMOVE_ITEM parts "${SOURCE}/build" "${SOURCE}/.git")
 file(COPY ${parts} DESTINATION "${SOURCE_COPY}")
 unset(ENV{SOURCE_DATE_EPOCH})
 # What was compiled for the other copy is known to a compiler cache.

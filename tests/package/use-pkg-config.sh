@@ -12,6 +12,5 @@ export PKG_CONFIG_PATH
 # it starts, and finds no suite
 cd "$5"
 status=0
-LD_LIBRARY_PATH=$2/$3 XDG_CONFIG_DIRS=$5 XDG_CONFIG_HOME=$5 XDG_DATA_HOME=$5 HOME=$5 ./host 2>output || status=$?
-grep -q features.xml output || grep -q Core output || { cat output; exit 1; }
-[ $status = 1 ]
+LD_LIBRARY_PATH=$2/$3 XDG_CONFIG_DIRS=$5 XDG_CONFIG_HOME=$5 XDG_DATA_HOME=$5 HOME=$5 ./host || status=$?
+[ $status = 1 ] # 127 where a library is missing
