@@ -24,6 +24,32 @@ cVersion machineVersion(const char* key)
     return cVersion(cMachineSettings().value(QLatin1String(key)).toString());
 }
 
+/// A plugin of a feature that is to be updated, with what has been found out while its record was at hand.
+struct cOffered
+{
+    cFeaturePlugin* plugin;
+    size_t nameHash;
+    bool isKnown;
+};
+
+/// For a set of places in a list of plugins, which are one when their names are.
+struct NameHash
+{
+    const std::vector<cOffered>* plugins;
+    size_t operator()(size_t place) const { return (*plugins)[place].nameHash; }
+};
+
+struct SameName
+{
+    const std::vector<cOffered>* plugins;
+    bool operator()(size_t a, size_t b) const
+    {
+        const cOffered& one = (*plugins)[a];
+        const cOffered& other = (*plugins)[b];
+        return one.nameHash == other.nameHash && one.plugin->name() == other.plugin->name();
+    }
+};
+
 /// A JSON integer ends at 32 bits without a sign.
 cJsonValue integer(qint64 number)
 {
@@ -133,23 +159,25 @@ bool cUpdateCheck::collectFeatures(const QStringList& names)
     {
         QStringView name; // which the lists hold
         int place;        // in the new repository; -1 when it lacks it
+        int before;       // among the installed ones; -1 when that is not known yet
     };
     std::vector<Feature> waiting; // the next one is the last
-    const auto add = [&](QStringView name) {
+    const auto add = [&](QStringView name, int before = -1) {
         const int place = m_available.placeOf(name);
         if (place < 0 ? !others.insert(name).second : isAdded[size_t(place)])
             return;
         if (place >= 0)
             isAdded[size_t(place)] = true;
-        waiting.push_back({name, place});
+        waiting.push_back({name, place, before});
     };
     for (const QString& name : names)
         add(name);
-    for (const QSharedPointer<cFeatureInstance>& feature : m_installed.features())
-        add(feature->name());
+    const Features& installed = m_installed.features();
+    for (int i = 0; i < installed.size(); ++i)
+        add(installed.at(i)->name(), i);
     std::reverse(waiting.begin(), waiting.end());
     while (!waiting.empty()) {
-        const auto [name, place] = waiting.back();
+        const auto [name, place, known] = waiting.back();
         waiting.pop_back();
         // Each goes directly behind the current entry, so that the last of them is visited next.
         if (place >= 0) {
@@ -161,9 +189,11 @@ bool cUpdateCheck::collectFeatures(const QStringList& names)
             continue;
         if (place < 0)
             return logMissing(name);
-        const int before = m_installed.placeOf(name);
-        if (needsUpdate(before < 0 ? nullptr : m_installed.features().at(before).data(), *offered.at(place)))
-            m_features.append(offered.at(place));
+        const int before = known < 0 ? m_installed.placeOf(name) : known;
+        if (!needsUpdate(before < 0 ? nullptr : installed.at(before).data(), *offered.at(place)))
+            continue;
+        m_features.append(offered.at(place));
+        m_places.push_back(place);
     }
     return true;
 }
@@ -176,18 +206,28 @@ bool cUpdateCheck::logMissing(QStringView feature)
     return false;
 }
 
+// The records of a large repository are more than the processor's caches hold. They are read in the order in which they
+// lie in memory, and each once; which name comes first is then decided by what has been taken out of them.
 void cUpdateCheck::collectPlugins()
 {
-    int count = 0;
-    for (const QSharedPointer<cFeatureInstance>& feature : qAsConst(m_features))
-        count += feature->plugins().size();
-    FlatSet<QStringView> names;
+    std::vector<int> inMemory(m_places);
+    std::sort(inMemory.begin(), inMemory.end());
+    std::vector<cOffered> offered;
+    std::vector<size_t> begins(size_t(m_available.features().size())); // of a feature's plugins, by its place
+    for (const int place : inMemory) {
+        begins[size_t(place)] = offered.size();
+        for (const QSharedPointer<cFeaturePlugin>& plugin : m_available.features().at(place)->plugins())
+            offered.push_back({plugin.data(), cSeededHash()(plugin->name()), m_known.isKnown(plugin->id())});
+    }
+    tsl::robin_set<size_t, NameHash, SameName> names(0, {&offered}, {&offered});
     names.max_load_factor(DenseLoad);
-    names.reserve(size_t(count));
-    for (const QSharedPointer<cFeatureInstance>& feature : qAsConst(m_features)) {
-        for (const QSharedPointer<cFeaturePlugin>& plugin : feature->plugins()) {
-            if (names.insert(plugin->name()).second)
-                (m_known.isKnown(plugin->id()) ? m_knownPlugins : m_plugins).append(plugin.data());
+    names.reserve(offered.size());
+    for (const int place : m_places) {
+        const size_t begin = begins[size_t(place)];
+        const size_t end = begin + size_t(m_available.features().at(place)->plugins().size());
+        for (size_t i = begin; i < end; ++i) {
+            if (names.insert(i).second)
+                (offered[i].isKnown ? m_knownPlugins : m_plugins).append(offered[i].plugin);
         }
     }
 }

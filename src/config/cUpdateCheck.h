@@ -9,6 +9,8 @@
 #include <QtCore/QStringList>
 #include <QtCore/QVector>
 
+#include <vector>
+
 class cPluginMgr;
 class cUpdateMgr;
 
@@ -80,6 +82,7 @@ private:
     cJsonValue m_result;
     cVersion m_currentVersion;
     Features m_features;
+    std::vector<int> m_places; // of those features in the new repository
     Plugins m_plugins;
     Plugins m_knownPlugins; // the others of those features
     cFeatureCatalogue m_available;

@@ -82,11 +82,7 @@ QString cTranslationLocale::current()
     return s_innermost ? read(s_innermost->m_settings) : read(cMachineSettings());
 }
 
-cPluginInstance::cPluginInstance(const cPluginId& id) : m_id(id), m_context(*this)
-{
-    // A symbol that is missing is to be found out when the library is loaded, not in the middle of a call.
-    m_library.setLoadHints(QLibrary::ResolveAllSymbolsHint);
-}
+cPluginInstance::cPluginInstance(const cPluginId& id) : m_id(id), m_context(*this) {}
 
 cPluginInstance::~cPluginInstance() = default;
 
@@ -179,7 +175,7 @@ bool cPluginInstance::loadLibrary()
     const QString path = QFileInfo(libraryFile()).absoluteFilePath();
     cLibraryFile file(path);
     const QString fault = file.fault();
-    // QLibrary would go on to look for similar names.
+    // On Windows the system would go on to look for similar names.
     if (!file.exists())
         return fail(QStringLiteral("its library %1 does not exist%2").arg(path, hintAt(path)));
     if (!fault.isEmpty())

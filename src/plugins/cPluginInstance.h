@@ -3,12 +3,12 @@
 #include "core/Settings.h"
 #include "plugins/IPluginProcess.h"
 #include "plugins/cManifest.h"
+#include "plugins/cPluginLibrary.h"
 #include "version/cPluginId.h"
 
 #include <Norvale/IPluginContext.h>
 #include <Norvale/IPluginMgr.h>
 
-#include <QtCore/QLibrary>
 #include <QtCore/QObject>
 #include <QtCore/QString>
 #include <QtCore/QStringList>
@@ -201,7 +201,7 @@ private:
 
     const cPluginId m_id;
     QTranslator m_translator;
-    QLibrary m_library;
+    cPluginLibrary m_library;
     QString m_folder;
     cManifest m_manifest;
     IPlugin* m_object = nullptr; // made and owned by the library
