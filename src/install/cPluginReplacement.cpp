@@ -128,7 +128,7 @@ QString cPluginReplacement::swap(const cPluginId& id, const QString& from)
     const QString aside = pathInPlugins(cFolderSweep::ReplacedName);
     QString error;
     if (!QDir().mkpath(aside))
-        return QStringLiteral("the folder %1 cannot be made: %2").arg(aside, qt_error_string());
+        return QStringLiteral("the folder %1 cannot be made: %2").arg(aside, causeOfSystem(aside));
     if (!moveOver(place, aside + QLatin1Char('/') + id.toString(), &error) || !moveOver(from, place, &error))
         return error;
     return flushPlugins();
