@@ -218,12 +218,10 @@ private:
         return isThere(m_before.*part) || isThere(m_done.*part);
     }
 
-    /// What a failure has to say. On Windows the system's words are those of its language.
+    /// What a failure has to say.
     static QString causeOf(const QString& fault)
     {
-        if (!Platform::hasUnixFiles())
-            return ":";
-        return fault.startsWith("ENOSPC") ? "no space" : "read-only";
+        return fault.startsWith("ENOSPC") ? "no space is left on the device that holds " : " is read-only";
     }
 
     static constexpr int Workers = 3; // what a process waits for leaves its processor to another
