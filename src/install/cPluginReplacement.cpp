@@ -32,7 +32,8 @@ QString flushPlugins()
 {
     return flushNewFiles(Corvane::velmiraFolderOrFile(Corvane::PluginsFolder))
                ? QString()
-               : QStringLiteral("what was unpacked cannot be flushed to the disk: ") + qt_error_string();
+               : QStringLiteral("what was unpacked cannot be flushed to the disk: ") +
+                     causeOfSystem(Corvane::velmiraFolderOrFile(Corvane::PluginsFolder));
 }
 
 } // namespace
