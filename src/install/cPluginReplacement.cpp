@@ -32,7 +32,8 @@ QString flushPlugins()
 {
     return flushNewFiles(Corvane::velmiraFolderOrFile(Corvane::PluginsFolder))
                ? QString()
-               : QStringLiteral("what was unpacked cannot be flushed to the disk: ") + qt_error_string();
+               : QStringLiteral("what was unpacked cannot be flushed to the disk: ") +
+                     causeOfSystem(Corvane::velmiraFolderOrFile(Corvane::FeaturesFile));
 }
 
 } // namespace
@@ -128,7 +129,7 @@ QString cPluginReplacement::swap(const cPluginId& id, const QString& from)
     const QString aside = pathInPlugins(cFolderSweep::ReplacedName);
     QString error;
     if (!QDir().mkpath(aside))
-        return QStringLiteral("the folder %1 cannot be made: %2").arg(aside, qt_error_string());
+        return QStringLiteral("the folder %1 cannot be made: %2").arg(aside, causeOfSystem(aside));
     if (!moveOver(place, aside + QLatin1Char('/') + id.toString(), &error) || !moveOver(from, place, &error))
         return error;
     return flushPlugins();
