@@ -106,8 +106,8 @@ case "${1:-}" in
     # shellcheck disable=SC2086
     need $packages_build $packages_test
     targets=tst_Mutations build dev
-    QT_QPA_PLATFORM=offscreen LC_ALL=C.UTF-8 "$root/build/dev/tests/suite/tst_Mutations" \
-        --count "${2:-500}" --seed "${3:-1}"
+    NORVALE_COUNT=${2:-500} NORVALE_SEED=${3:-1} QT_QPA_PLATFORM=offscreen LC_ALL=C.UTF-8 \
+        "$root/build/dev/tests/suite/tst_Mutations"
     ;;
 --bench)
     data=${NORVALE_BENCH_DATA:-$root/../shared/bench-data}

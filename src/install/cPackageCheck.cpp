@@ -114,6 +114,17 @@ QString cEntryNames::addStep(const QString& path, bool isFolder, bool isWay, boo
     return QString();
 }
 
+/// Who makes a package by hand easily packs the plugin's folder itself.
+QString whereElse(const cPackage& package)
+{
+    for (const cZipRecord& record : package.records()) {
+        if (record.name.endsWith(QLatin1Char('/') + ManifestName))
+            return QStringLiteral(" but %1: a package holds what is in the plugin's folder, not the folder")
+                .arg(record.name);
+    }
+    return QString();
+}
+
 } // namespace
 
 QString cPackageFinding::toString() const
@@ -302,7 +313,8 @@ void cPackageCheck::checkManifest(const cPackage& package)
             readManifest(xml);
         return;
     }
-    addFinding(cPackageFinding::Manifest, QString(), QStringLiteral("it has no %1").arg(ManifestName));
+    addFinding(cPackageFinding::Manifest, QString(),
+               QStringLiteral("it has no %1").arg(ManifestName) + whereElse(package));
 }
 
 void cPackageCheck::readManifest(const QByteArray& xml)

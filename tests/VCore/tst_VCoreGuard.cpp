@@ -74,7 +74,7 @@ QString manifest(const QString& params, const QString& needs)
     return QString("<m><plugin autoload='true' runtime_api_version='13'><start><library filename='Faulty' "
                    "function='createPlugin'/><params>{%1}</params></start><dependencies>%2</dependencies>"
                    "<services>%3</services></plugin></m>")
-        .arg(params, dependencies, params.contains("probe") ? "<service>Probe</service>" : "");
+        .arg(params, dependencies, params.contains("call") ? "<service>Break</service>" : "");
 }
 
 } // namespace
@@ -311,6 +311,7 @@ private slots:
         QVERIFY2(third.reasons.contains(", 2 times in a row; it is left out from now on, until `VCore --enable P4`"),
                  qPrintable(third.reasons));
         QCOMPARE(third.code, 0);
+        QVERIFY(listed("P6")["left_out"].toString().contains("P6 -> P4"));
         const Ended fourth = m_fixture.run("--start-only");
         QCOMPARE(fourth.code, 0);
         QVERIFY2(!fourth.reasons.contains("in a row"), qPrintable(fourth.reasons));
@@ -323,7 +324,7 @@ private slots:
         const Rows<Variables, QString, Names> row("params", "result", "plugins");
         row("nothing", {}, "does not break", {});
         row("abort", {{"P4", "\"start\":\"abort\""}}, "found", {"P4"});
-        row("exit", {{"P1", "\"start\":\"exit\""}}, "found", {"P1"});
+        row("exit", {{"P1", "\"start\":\"exit 0\""}}, "found", {"P1"});
         row("in the stop", {{"P7", "\"stop\":\"abort\""}}, "found", {"P7"});
         row("hang", {{"P8", "\"start\":\"hang\""}}, "found", {"P8"});
         row("two", {{"P6", "\"start\":\"abort\",\"beside\":\"P3\""}}, "found", {"P3", "P6"});
@@ -356,7 +357,7 @@ private slots:
 
     void bisectsByACommand()
     {
-        useFaultySuite({{"P3", "\"start\":\"spoil\""}, {"P6", "\"start\":\"probe\""}});
+        useFaultySuite({{"P3", "\"start\":\"spoil\""}, {"P6", "\"call\":\"none\""}});
         const Names bisect{"--bisect", "--", QCoreApplication::applicationFilePath(), "judge"};
         const Ended ended = m_fixture.run(bisect);
         QCOMPARE(ended.code, int(ExitCode::CulpritFound));
@@ -373,7 +374,7 @@ private slots:
 /// What the bisection above asks: 1 when the running suite is spoiled, 125 when nothing tells.
 static int judge()
 {
-    const Ended ended = runToEnd(VCORE_PROGRAM, {"--call", "Probe", "isSpoiled"}, {});
+    const Ended ended = runToEnd(VCORE_PROGRAM, {"--call", "Break", "isSpoiled"}, {});
     if (ended.code != 0)
         return 125;
     return ended.output == "true\n" ? 1 : 0;

@@ -4,6 +4,7 @@
 #include "config/cUpdateMgr.h"
 #include "plugins/cPluginMgr.h"
 
+#include <Files.h>
 #include <Norvale/Corvane.h>
 #include <Norvale/cLogCentral.h>
 #include <Rows.h>
@@ -48,13 +49,7 @@ public:
 
     /// Below the folder of the case; an absolute path stays.
     QString path(const QString& file) const { return QDir(m_case).absoluteFilePath(file); }
-    void write(const QString& file, const QByteArray& bytes) const
-    {
-        QFile target(path(file));
-        QVERIFY(QFileInfo(target).dir().mkpath("."));
-        QVERIFY(target.open(QIODevice::WriteOnly));
-        QCOMPARE(target.write(bytes), bytes.size());
-    }
+    void write(const QString& file, const QByteArray& bytes) const { writeFile(path(file), bytes); }
 
     /// How many warnings and errors of the case contain @p part.
     int logged(const QString& part) const

@@ -129,8 +129,7 @@ private slots:
     }
     void resolvesPathsOfALocation()
     {
-        QFETCH(QString, url);
-        QFETCH(QString, path);
+        const auto [url, path] = cells<QString, QString>("url", "path");
         QTEST(cUpdateLocation(QUrl(url)).resolve(path).toString(QUrl::FullyEncoded), "resolved");
     }
     void loadsLocationsInKeyOrder()

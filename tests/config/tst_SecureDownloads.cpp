@@ -33,8 +33,7 @@ private slots:
     }
     void neverLeavesHttps()
     {
-        QFETCH(bool, isToHttp);
-        QFETCH(bool, isTrusted);
+        const auto [isToHttp, isTrusted] = cells<bool, bool>("isToHttp", "isTrusted");
         cDownloader downloader;
         if (isTrusted)
             trust(downloader);

@@ -109,9 +109,7 @@ private slots:
     }
     void fetchesPackages()
     {
-        QFETCH(QByteArray, plugins);
-        QFETCH(QString, outcome);
-        QFETCH(QString, logged);
+        const auto [plugins, outcome, logged] = cells<QByteArray, QString, QString>("plugins", "outcome", "logged");
         offer("version='2.0' core_version='1.0'", feature(plugins));
         QCOMPARE(update(), outcome);
         QTEST(dropbox(), "found");
@@ -133,9 +131,7 @@ private slots:
     }
     void fetchesTheRuntimeInstead()
     {
-        QFETCH(QByteArray, runtime);
-        QFETCH(QString, outcome);
-        QFETCH(QString, logged);
+        const auto [runtime, outcome, logged] = cells<QByteArray, QString, QString>("runtime", "outcome", "logged");
         m_fixture.write(dataPath("setup.run"), "before");
         offer("version='2.0' core_version='9.0'", runtime + feature(pluginA()));
         const bool isReady = outcome == "0";
@@ -251,8 +247,7 @@ private slots:
     }
     void ends()
     {
-        QFETCH(QString, at);
-        QFETCH(QByteArray, content);
+        const auto [at, content] = cells<QString, QByteArray>("at", "content");
         offer("version='2.0'", content);
         connect(m_fixture.manager.data(), &cConfigurationMgr::progress, this, [at](const QString& name) {
             if (name == at)

@@ -79,9 +79,8 @@ private slots:
     }
     void compares()
     {
-        QFETCH(QString, installed);
-        QFETCH(QString, available);
-        QFETCH(QByteArray, version);
+        const auto [installed, available, version] =
+            cells<QString, QString, QByteArray>("installed", "available", "version");
         m_fixture.begin(features(installed));
         m_fixture.plugins.registerPlugin({"Known", cVersion("1.2")});
         m_fixture.plugins.registerPlugin({"Other", cVersion("1.1")});

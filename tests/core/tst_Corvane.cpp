@@ -1,3 +1,4 @@
+#include <Files.h>
 #include <LogFile.h>
 #include <Norvale/Corvane.h>
 #include <Norvale/cJsonValue.h>
@@ -146,14 +147,10 @@ private slots:
         QCOMPARE(QSettings(path, QSettings::IniFormat).allKeys().size(), 62);
 
         const QByteArray odd = "[a]\nno settings\n";
-        QFile file(m_sandbox.path() + "/odd.ini");
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        QCOMPARE(file.write(odd), odd.size());
-        file.close();
-        QSettings oddStore(file.fileName(), QSettings::IniFormat);
+        QSettings oddStore(file(odd), QSettings::IniFormat);
         QVERIFY(!writeSettings(oddStore, {{"a", 1}}, &error));
-        QVERIFY2(error.contains("odd.ini cannot be written: what stands there are no settings"), qPrintable(error));
-        QCOMPARE(Corvane::FileReadAll(file.fileName(), nullptr), odd);
+        QVERIFY2(error.contains("file cannot be written: what stands there are no settings"), qPrintable(error));
+        QCOMPARE(readFile(oddStore.fileName()), odd);
     }
     void translate_data()
     {
@@ -191,8 +188,7 @@ private slots:
     }
     void expandPath()
     {
-        QFETCH(QVariantMap, settings);
-        QFETCH(QString, path);
+        const auto [settings, path] = cells<QVariantMap, QString>("settings", "path");
         for (const QString& name : settings.keys())
             m_sandbox.setMachineValue("ConfigMgr/" + name, settings.value(name));
         QTEST(Corvane::expandPath(path), "expanded");
@@ -330,8 +326,8 @@ private:
     /// A file of this content.
     QString file(const QByteArray& content) const
     {
-        QFile file(m_sandbox.path() + "/file");
-        return file.open(QIODevice::WriteOnly) && file.write(content) == content.size() ? file.fileName() : QString();
+        writeFile(m_sandbox.path() + "/file", content);
+        return m_sandbox.path() + "/file";
     }
 
     SettingsSandbox m_sandbox;

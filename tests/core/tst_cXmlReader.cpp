@@ -173,8 +173,7 @@ private slots:
     }
     void refusesWhatIsTooMuch()
     {
-        QFETCH(QByteArray, xml);
-        QFETCH(QString, reason);
+        const auto [xml, reason] = cells<QByteArray, QString>("xml", "reason");
         QDomDocument document;
         QString told = "";
         QCOMPARE(cXmlGuard::readDom(xml, document, &told), reason.isEmpty());

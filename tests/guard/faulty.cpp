@@ -1,14 +1,12 @@
+#include "Break.h"
+
 #include <Norvale/IPlugin.h>
 #include <Norvale/IPluginContext.h>
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QEventLoop>
-#include <QtCore/QThread>
 #include <QtCore/QTimer>
 #include <QtCore/QVariant>
-
-#include <cstdlib>
-#include <stdexcept>
 
 static QObject* managerOf(const char* name)
 {
@@ -18,24 +16,15 @@ static QObject* managerOf(const char* name)
 /// Takes the steps "STEP WAY, ..." that the environment has for this step of a faulty plugin.
 static void breakIn(const QString& step)
 {
-    volatile int zero = 0;
     const QString steps = qstrcmp(PLUGIN, "faulty") == 0 ? qEnvironmentVariable("FAULTS") : QString();
     for (const QString& fault : steps.split(", ", Qt::SkipEmptyParts)) {
         const QString way = fault.section(' ', -1);
         if (fault.section(' ', 0, -2) != step)
             continue;
-        if (way == "segv")
-            *reinterpret_cast<volatile int*>(zero) = 1;
-        if (way == "abort")
-            std::abort();
         if (way == "exit")
             std::exit(3);
-        if (way == "throw")
-            throw std::runtime_error("out of paper");
         if (way == "slow")
             QThread::msleep(2500);
-        while (way == "hang")
-            QThread::msleep(100);
         if (way == "loop") {
             QEventLoop loop;
             QTimer::singleShot(2500, &loop, &QEventLoop::quit);
@@ -43,6 +32,7 @@ static void breakIn(const QString& step)
         }
         if (way.size() == 1) // a plugin to be loaded
             QMetaObject::invokeMethod(managerOf("pluginMgr"), "DoLoad", Q_ARG(QString, way), Q_ARG(bool*, nullptr));
+        breakDown(way);
     }
 }
 

@@ -126,8 +126,7 @@ void tst_cGuard::tellsTheLastRun_data()
 
 void tst_cGuard::tellsTheLastRun()
 {
-    QFETCH(QStringList, runs);
-    QFETCH(QStringList, told);
+    const auto [runs, told] = cells<QStringList, QStringList>("runs", "told");
     QStringList answers, logged;
     for (const QString& run : runs) {
         const Ended ended = take(run);

@@ -1,5 +1,6 @@
 #include "IconFiles.h"
 
+#include <Files.h>
 #include <Rows.h>
 
 #include <QtGui/QIcon>
@@ -27,11 +28,8 @@ IconFiles::IconFiles()
         {"climbing.desktop", "[Desktop Entry]\nIcon=../48x48/apps/linguist-qt5\n"},
         {"absolute.desktop", "[Desktop Entry]\nIcon=" + path("10.png").toUtf8() + "\n"},
     };
-    for (auto text = texts.begin(); text != texts.end(); ++text) {
-        QFile file(text.key());
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        QCOMPARE(file.write(*text), qint64(text->size()));
-    }
+    for (auto text = texts.begin(); text != texts.end(); ++text)
+        writeFile(path(text.key()), *text);
 }
 
 IconFiles::~IconFiles()

@@ -1,5 +1,6 @@
 #include "IconFiles.h"
 
+#include <Files.h>
 #include <Rows.h>
 
 // A program whose icon is of one colour, and document types that have this icon. The size is the shell's matter.
@@ -18,11 +19,8 @@ IconFiles::IconFiles()
 {
     for (const char* name : {"program.exe", "program.bin", "Program.BIN2.Bin"})
         QVERIFY(QFile::copy(PICTURED_PROGRAM, path(name)));
-    for (const char* name : {"text.bin", "a.norvaletest", "a.norvaletest2", "a.norvaletest3", "unknown.norvalenone"}) {
-        QFile file(path(name));
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        QCOMPARE(file.write("text"), qint64(4));
-    }
+    for (const char* name : {"text.bin", "a.norvaletest", "a.norvaletest2", "a.norvaletest3", "unknown.norvalenone"})
+        writeFile(path(name), "text");
     registerKind("norvaletest", path("program.exe"));
     registerKind("norvaletest2", path("a.norvaletest"));
     registerKind("norvaletest3", path("absent.exe"));

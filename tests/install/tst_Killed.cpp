@@ -10,7 +10,6 @@
 #include <Platform.h>
 #include <Rows.h>
 
-#include <cerrno>
 #include <cstdio>
 
 static const char Site[] =
@@ -178,7 +177,8 @@ private:
         if (isKilled != (code == -1))
             faults << QString("ended with %1, having called").arg(code) + place.report().join(", ");
         const QString said = place.said();
-        if (code == 1 && !said.contains(causeOf(fault)) && !said.contains("its lock cannot be written"))
+        if (code == 1 && !said.contains(causeOf(fault), Qt::CaseInsensitive) &&
+            !said.contains("its lock cannot be written"))
             faults << "failed and did not say why";
         if (steps != "uninstall" && !isWhole(&State::plugins, place, "features.xml"))
             faults << "neither the old nor the new set is whole";

@@ -7,6 +7,7 @@
 #include "plugins/cPluginMgr.h"
 #include "services/cServiceMgr.h"
 
+#include <Files.h>
 #include <LogFile.h>
 #include <Norvale/Corvane.h>
 #include <Norvale/cJsonReader.h>
@@ -71,14 +72,9 @@ public:
     void install(const QString& name, const QString& params, const QString& library = "talker")
     {
         const QString folder = sandbox.path() + "/plugins/" + name + "-1.00.000";
-        QVERIFY(QDir().mkpath(folder));
-        QFile file(folder + "/Manifest.xml");
-        QVERIFY(file.open(QFile::WriteOnly));
-        file.write(
-            QString("<m><plugin autoload='true' isolated='true' runtime_api_version='13'><start><library filename="
-                    "'%1' function='create'/><params>%2</params></start></plugin></m>")
-                .arg(library, params)
-                .toUtf8());
+        const QString manifest = "<m><plugin autoload='true' isolated='true' runtime_api_version='13'><start><library "
+                                 "filename='%1' function='create'/><params>%2</params></start></plugin></m>";
+        writeFile(folder + "/Manifest.xml", manifest.arg(library, params).toUtf8());
         QFile::copy(TALKER, folder + "/talker" + cPluginInstance::LibrarySuffix);
         names.append(name);
     }

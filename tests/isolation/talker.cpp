@@ -1,3 +1,5 @@
+#include "Break.h"
+
 #include <Norvale/IPlugin.h>
 #include <Norvale/IPluginContext.h>
 #include <Norvale/IPluginMgr.h>
@@ -7,14 +9,10 @@
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QDateTime>
-#include <QtCore/QThread>
 #include <QtCore/QTimer>
 #include <QtCore/QUrl>
 
-#include <csignal>
-#include <cstdlib>
 #include <memory>
-#include <stdexcept>
 
 Q_DECLARE_METATYPE(cJsonValue)
 
@@ -28,28 +26,6 @@ public:
     Q_INVOKABLE void take(QObject*) {}
 };
 
-/// What is wrong with a plugin.
-static void goWrong(const QString& how)
-{
-    if (how == "throw")
-        throw std::runtime_error("out of paper");
-    if (how == "abort")
-        std::abort();
-    if (how == "fatal")
-        qFatal("no more");
-    if (how == "segv") {
-#ifdef Q_OS_WIN
-        *static_cast<volatile int*>(nullptr) = 0;
-#else
-        std::raise(SIGSEGV);
-#endif
-    }
-    if (how == "exit")
-        std::_Exit(3);
-    while (how == "loop")
-        QThread::msleep(10);
-}
-
 class cTalker : public QObject, public IPlugin
 {
     Q_OBJECT
@@ -61,7 +37,7 @@ public:
         qRegisterMetaType<cJsonValue>("cJsonValue");
         m_context = context;
         const QString wrong = context->params().get("start", "").toString();
-        ::goWrong(wrong);
+        breakDown(wrong);
         IServiceMgr::instance()->registerService(this);
         IServiceMgr::instance()->registerService(&m_pointers);
         IServiceMgr::instance()->addListener("SuiteEvents", this);
@@ -70,7 +46,7 @@ public:
     }
     void stop(IPluginContext* context) override
     {
-        ::goWrong(context->params().get("stop", "").toString());
+        breakDown(context->params().get("stop", "").toString());
         IServiceMgr::instance()->unregisterService(this);
         context->log().warning() << "has stopped" << Qt::endl;
     }
@@ -101,10 +77,10 @@ public:
     {
         return a + b + c + d + e + f + g + h + i + j;
     }
-    Q_INVOKABLE void goWrong(const QString& how) { ::goWrong(how); }
+    Q_INVOKABLE void goWrong(const QString& how) { breakDown(how); }
     Q_INVOKABLE void goWrongSoon(const QString& how)
     {
-        QTimer::singleShot(0, this, [how] { ::goWrong(how); });
+        QTimer::singleShot(0, this, [how] { breakDown(how); });
     }
     Q_INVOKABLE void point(QObject*) {}
     Q_INVOKABLE QVariant pointer() { return QVariant::fromValue<QObject*>(this); }

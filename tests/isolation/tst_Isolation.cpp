@@ -39,7 +39,7 @@ private slots:
     {
         const auto [library, params, state, logged] =
             cells<QString, QString, QString, QString>("library", "params", "state", "logged");
-        cTalkers talkers(QString(params).replace('\'', '"'), library, params.contains("loop") ? 1 : 30);
+        cTalkers talkers(QString(params).replace('\'', '"'), library, params.contains("hang") ? 1 : 30);
         QVERIFY(talkers.start());
         QCOMPARE(talkers.plugin().section(" but ", 0, 0), state);
         QVERIFY2(state == "started" || talkers.plugin().contains(logged), qPrintable(talkers.plugin()));
@@ -56,7 +56,7 @@ private slots:
         const Rows<QString, QString> row("how", "logged");
         row("throws", "throw", "Talker-1.00.000 did not stop properly: its stop threw an exception: out of paper");
         row("exits", "exit", "Talker-1.00.000 did not stop properly: its process has ended (exit code 3)");
-        row("hangs", "loop", "Talker-1.00.000 did not stop properly: its process has not answered within 1 s");
+        row("hangs", "hang", "Talker-1.00.000 did not stop properly: its process has not answered within 1 s");
     }
     void stopsBadly()
     {
@@ -246,7 +246,7 @@ private slots:
     {
         cTalkers talkers("{}", "talker", 1);
         QVERIFY(talkers.start());
-        QVERIFY(!talkers.tell("goWrong", "loop"));
+        QVERIFY(!talkers.tell("goWrong", "hang"));
         QVERIFY(
             talkers.log.lines().contains("Cannot call \"goWrong\" of the service \"Talker\": Talker-1.00.000 has not "
                                          "answered within 1 s"));
@@ -313,7 +313,7 @@ private slots:
     {
         const Rows<QString> row("work");
         row("nothing", "");
-        row("an endless loop", "loop");
+        row("an endless loop", "hang");
     }
     void endsWithTheSuite()
     {

@@ -102,8 +102,7 @@ private slots:
     }
     void readsScalars()
     {
-        QFETCH(QByteArray, text);
-        QFETCH(cJsonValue, expected);
+        const auto [text, expected] = cells<QByteArray, cJsonValue>("text", "expected");
         cJsonValue value;
         QCOMPARE(cJsonReader::parse(text, value), !expected.isNull());
         QVERIFY(value == expected);

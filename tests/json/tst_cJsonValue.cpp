@@ -172,8 +172,7 @@ private slots:
     }
     void compares()
     {
-        QFETCH(cJsonValue, a);
-        QFETCH(cJsonValue, b);
+        const auto [a, b] = cells<cJsonValue, cJsonValue>("a", "b");
         QString claims = a == b ? "s" : "";
         claims += a.equalTo(b, false) ? "e" : "";
         claims += a.equivalentTo(b) ? "v" : "";
@@ -220,8 +219,7 @@ private slots:
     }
     void fromVariant()
     {
-        QFETCH(QVariant, variant);
-        QFETCH(cJsonValue, value);
+        const auto [variant, value] = cells<QVariant, cJsonValue>("variant", "value");
         QVERIFY(cJsonValue(variant) == value);
     }
     void fromVariantAdds()

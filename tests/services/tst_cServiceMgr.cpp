@@ -109,8 +109,7 @@ private Q_SLOTS:
     /// A later one supersedes one that is there, and whoever has the id may withdraw it: the object is not compared.
     void registersUnderTheId()
     {
-        QFETCH(QObject*, service);
-        QFETCH(QString, id);
+        const auto [service, id] = cells<QObject*, QString>("service", "id");
         const std::unique_ptr<QObject> owner(service);
         m_mgr.registerService(service);
         QCOMPARE(m_mgr.serviceList(), id == "Alarm" ? QStringList({"Alarm", "Clock"}) : QStringList("Clock"));
@@ -195,9 +194,7 @@ private Q_SLOTS:
     }
     void invoke()
     {
-        QFETCH(QString, id);
-        QFETCH(QString, method);
-        QFETCH(QString, reason);
+        const auto [id, method, reason] = cells<QString, QString, QString>("id", "method", "reason");
         const LogFile file;
         int result = -1;
         QCOMPARE(m_mgr.invoke(id, method, Q_RETURN_ARG(int, result)), reason.isEmpty());

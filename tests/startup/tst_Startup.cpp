@@ -3,6 +3,7 @@
 #include "install/cInstallMgr.h"
 #include "plugins/cPluginInstance.h"
 
+#include <Files.h>
 #include <Norvale/Corvane.h>
 #include <Norvale/IPluginMgr.h>
 #include <Norvale/IServiceMgr.h>
@@ -11,14 +12,6 @@
 #include <SettingsSandbox.h>
 
 #include <cstdio>
-
-static void write(const QString& path, const QString& text)
-{
-    QFile file(path);
-    QVERIFY(QFileInfo(path).dir().mkpath("."));
-    QVERIFY(file.open(QFile::WriteOnly));
-    QVERIFY(file.write(text.toUtf8()) > 0);
-}
 
 /// A plugin is its name, its version, its feature, and perhaps the plugin that it needs. Without any, there is nothing.
 static void install(const QString& folder, const QStringList& plugins)
@@ -31,10 +24,10 @@ static void install(const QString& folder, const QStringList& plugins)
         features += QString("<feature name='%3'><plugins><plugin name='%1' version='%2'/></plugins></feature>")
                         .arg(words.at(0), words.at(1), words.at(2));
         const QString home = folder + "/plugins/" + words.at(0) + "-" + cVersion(words.at(1)).toString();
-        write(home + "/Manifest.xml", xml.arg(words.value(3)));
+        writeFile(home + "/Manifest.xml", xml.arg(words.value(3)).toUtf8());
         QVERIFY(QFile::copy(words.at(0) == "Fails" ? FAILING_PLUGIN : PLAIN_PLUGIN,
                             home + "/it" + cPluginInstance::LibrarySuffix));
-        write(folder + "/plugins/features.xml", "<r>" + features + "</r>");
+        writeFile(folder + "/plugins/features.xml", ("<r>" + features + "</r>").toUtf8());
     }
 }
 
@@ -106,9 +99,7 @@ private slots:
     }
     void starts()
     {
-        QFETCH(QStringList, plugins);
-        QFETCH(QStringList, steps);
-        QFETCH(QString, logged);
+        const auto [plugins, steps, logged] = cells<QStringList, QStringList, QString>("plugins", "steps", "logged");
         SettingsSandbox sandbox;
         sandbox.setInstallDir(sandbox.path());
         install(sandbox.path(), plugins);

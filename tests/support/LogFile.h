@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Files.h"
 #include "Platform.h"
 
 #include <Norvale/cLogCentral.h>
@@ -21,10 +22,8 @@ public:
     QString content() const
     {
         QByteArray bytes;
-        for (const QString& name : QDir(m_folder.path()).entryList(QDir::Files, QDir::Name)) {
-            QFile file(path(name));
-            bytes += file.open(QIODevice::ReadOnly) ? file.readAll() : "unreadable";
-        }
+        for (const QString& name : QDir(m_folder.path()).entryList(QDir::Files, QDir::Name))
+            bytes += readFile(path(name));
         return QString::fromUtf8(bytes).replace(Platform::lineEnd(), "\n");
     }
 

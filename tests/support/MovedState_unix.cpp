@@ -1,6 +1,6 @@
 #include "MovedState.h"
 
-#include <QtCore/QFile>
+#include "Files.h"
 
 void MovedState::addTo(QProcessEnvironment& environment, const QString& folder)
 {
@@ -14,8 +14,7 @@ void MovedState::enter(const QString&) {}
 QByteArray MovedState::machineSettings(const QString& folder)
 {
     // Beside the file may lie a copy that Qt had not yet renamed.
-    QFile file(folder + QStringLiteral("/machine/Varkel/Pelmora.conf"));
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    return readFile(folder + QStringLiteral("/machine/Varkel/Pelmora.conf"));
 }
 
 void MovedState::save(const QString&) {}

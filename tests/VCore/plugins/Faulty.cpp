@@ -1,4 +1,9 @@
-// One library for plugins that break a suite: the parameters of the manifest say how, and beside which other plugin.
+// One library for plugins that break a suite. The parameters of the manifest say in which step and how, and beside
+// which other plugin: {"start":"abort","beside":"P3"}. A plugin that is loaded knows none yet; to the entry function
+// createBreaking() the environment says how.
+
+#include "Break.h"
+#include "Journal.h"
 
 #include <Norvale/IPlugin.h>
 #include <Norvale/IPluginContext.h>
@@ -6,20 +11,18 @@
 #include <Norvale/cJsonValue.h>
 
 #include <QtCore/QCoreApplication>
-#include <QtCore/QFile>
-#include <QtCore/QThread>
 #include <QtCore/QVariant>
 
-#include <cstdlib>
-
-/// Tells whether a plugin has spoiled the suite.
-class cProbe : public QObject
+class cBreakService : public QObject
 {
     Q_OBJECT
-    Q_CLASSINFO("service", "Probe")
+    Q_CLASSINFO("service", "Break")
 
 public:
     Q_INVOKABLE bool isSpoiled() { return qApp->property("spoiled").toBool(); }
+    Q_INVOKABLE void now() { breakDown(how); }
+
+    QString how;
 };
 
 class cFaulty : public IPlugin
@@ -27,46 +30,45 @@ class cFaulty : public IPlugin
 public:
     bool start(IPluginContext* context) override
     {
+        note(context->name().toUtf8());
         const cJsonValue params = context->params();
-        m_stop = params.get("stop", cJsonValue()).toString();
-        const QString other = params.get("beside", cJsonValue()).toString();
+        const auto param = [&](const char* name) { return params.get(name, cJsonValue()).toString(); };
+        m_stop = param("stop");
+        m_service.how = param("call");
         qApp->setProperty(context->name().toUtf8(), true);
+        const QString other = param("beside");
         if (other.isEmpty() || qApp->property(other.toUtf8()).toBool())
-            act(params.get("start", cJsonValue()).toString());
+            act(param("start"));
+        if (!m_service.how.isEmpty())
+            IServiceMgr::instance()->registerService(&m_service);
         return true;
     }
-
     void stop(IPluginContext*) override { act(m_stop); }
 
 private:
-    void act(const QString& what)
+    static void act(const QString& what)
     {
-        if (what == "abort")
-            std::abort();
-        if (what == "fatal")
-            qFatal("out of ink");
-        if (what == "exit")
-            std::_Exit(0);
-        QFile journal(QFile::decodeName(qgetenv("VCORE_TEST_JOURNAL")));
-        if (what == "hang" && journal.open(QIODevice::WriteOnly))
-            journal.write("hangs");
-        journal.close();
-        while (what == "hang")
-            QThread::msleep(10);
+        if (what == "hang")
+            note("hangs");
         if (what == "spoil")
             qApp->setProperty("spoiled", true);
-        if (what == "probe")
-            IServiceMgr::instance()->registerService(&m_probe);
+        breakDown(what);
     }
 
     QString m_stop;
-    cProbe m_probe;
+    cBreakService m_service;
 };
 
 extern "C" Q_DECL_EXPORT IPlugin* createPlugin()
 {
     static cFaulty plugin;
     return &plugin;
+}
+
+extern "C" Q_DECL_EXPORT IPlugin* createBreaking()
+{
+    breakDown(qEnvironmentVariable("NORVALE_BREAK"));
+    return createPlugin();
 }
 
 #include "Faulty.moc"

@@ -1,5 +1,6 @@
 // All plugins of the test suite: each notes its life, registers its service and answers the commands with its name.
 
+#include "Journal.h"
 #include "cTextService.h"
 
 #include <Norvale/Corvane.h>
@@ -7,15 +8,6 @@
 #include <Norvale/IServiceMgr.h>
 
 #include <QtCore/QCoreApplication>
-#include <QtCore/QFile>
-
-/// Appends a line to the file that the test names, so that it sees what happened in the host in which order.
-static void note(const QByteArray& line)
-{
-    QFile file(QFile::decodeName(qgetenv("VCORE_TEST_JOURNAL")));
-    if (file.open(QIODevice::WriteOnly | QIODevice::Append))
-        file.write(line + '\n');
-}
 
 class cPlugin : public IPlugin, public Corvane::ILocalSocketMessageHandler
 {
