@@ -83,7 +83,7 @@ bool cDropbox::store(const cFeaturePlugin& plugin, QString* error)
     if (!enlist({plugin.id().packageFileName()}, error))
         return false;
     if (QFile::exists(file) && hasUpdate() && !removeDescription()) {
-        *error = QStringLiteral("%1 cannot be removed: %2").arg(m_description, qt_error_string());
+        *error = QStringLiteral("%1 cannot be removed: %2").arg(m_description, causeOfSystem(m_description));
         return false;
     }
     return replaceFile(file, plugin.packageData(), error);

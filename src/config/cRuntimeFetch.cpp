@@ -98,7 +98,7 @@ bool cRuntimeFetch::moveIntoPlace(QFile& part)
         return failToWrite(part.fileName(), causeOf(part));
     part.close();
     if (const std::error_code failure = renameOnto(m_path, part.fileName()))
-        return failToWrite(m_path, QString::fromLocal8Bit(failure.message().c_str()));
+        return failToWrite(m_path, causeOfSystem(m_path, QString::fromLocal8Bit(failure.message().c_str())));
     flushFolder(QFileInfo(m_path).absolutePath());
     return true;
 }

@@ -33,7 +33,7 @@ QString flushPlugins()
     return flushNewFiles(Corvane::velmiraFolderOrFile(Corvane::PluginsFolder))
                ? QString()
                : QStringLiteral("what was unpacked cannot be flushed to the disk: ") +
-                     causeOfSystem(Corvane::velmiraFolderOrFile(Corvane::PluginsFolder));
+                     causeOfSystem(Corvane::velmiraFolderOrFile(Corvane::FeaturesFile));
 }
 
 } // namespace

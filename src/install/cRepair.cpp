@@ -148,7 +148,7 @@ bool cRepairSource::fetch(const cFeaturePlugin& plugin, cPackage& package, QStri
         if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate) || !downloader.download(url, &file) ||
             !file.flush()) {
             reasons.append(QStringLiteral("%1: %2").arg(
-                url.toDisplayString(), file.error() != QFile::NoError ? file.errorString() : downloader.errorString()));
+                url.toDisplayString(), file.error() != QFile::NoError ? causeOf(file) : downloader.errorString()));
             continue;
         }
         file.close();
@@ -284,7 +284,8 @@ bool cRepair::repairPlugin(const cPluginId& id, cRepairSource& source, QString* 
         return false;
     }
     if (!flushNewFiles(scratchFolder())) {
-        *reason = QStringLiteral("what was unpacked cannot be flushed to the disk: ") + qt_error_string();
+        *reason = QStringLiteral("what was unpacked cannot be flushed to the disk: ") +
+                  causeOfSystem(Corvane::velmiraFolderOrFile(Corvane::FeaturesFile));
         return false;
     }
     return putInPlace(id, from, unpacker.files(), reason);
@@ -335,8 +336,8 @@ void cRepair::writeRecord(const cVerification& verification)
     if (!journal.note({}))
         noteUnrepaired(name, journal.errorString());
     else if (!flushNewFiles(Corvane::velmiraFolderOrFile(Corvane::PluginsFolder)))
-        noteUnrepaired(name,
-                       QStringLiteral("what was put in place cannot be flushed to the disk: ") + qt_error_string());
+        noteUnrepaired(name, QStringLiteral("what was put in place cannot be flushed to the disk: ") +
+                                 causeOfSystem(Corvane::velmiraFolderOrFile(Corvane::FeaturesFile)));
     else if (!record.write())
         noteUnrepaired(name, record.errorString());
     else if (isDamaged || !verification.unrecorded().isEmpty())
