@@ -34,7 +34,7 @@ void checkOrder(const cManifest& manifest)
     for (int i = 0; i < count; ++i)
         order.addRecord(manifest.services.at(i), manifest.dependencies.mid(i, 20));
     const int placed = order.order().size();
-    require((placed == count) == order.reasons().isEmpty());
+    require((placed == count) == order.faults().isEmpty());
 }
 
 bool isEqual(const cXmlElement& left, const cXmlElement& right)
