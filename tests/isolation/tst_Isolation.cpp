@@ -32,7 +32,7 @@ private slots:
         row("is fatal", "talker", "{'start':'fatal'}", "ordered", "its process has ended (SIGABRT)");
 #endif
         row("exits", "talker", "{'start':'exit'}", "ordered", "its process has ended (exit code 3)");
-        row("hangs", "talker", "{'start':'loop'}", "ordered", "its process has not answered within 1 s");
+        row("hangs", "talker", "{'start':'hang'}", "ordered", "its process has not answered within 1 s");
         row("has no library", "other", "{}", "ordered", "does not exist");
     }
     void starts()
