@@ -1,6 +1,6 @@
-# Fails when a file of src/ROOM includes a room that its CMakeLists.txt does not name, a room names one above it, or a
-# program includes what it may not: programs/common only itself and how the library shows text
-# and writes files and settings and the place of the installation, VCore no room of src/, norvale no file of VCore.
+# Fails when a file of src/ROOM includes a room that its CMakeLists.txt does not name, a room names one above it, or a program
+# includes what it may not: programs/common only itself and how the library shows text, writes files and settings, and knows
+# the place of the installation; VCore no room of src/; norvale no file of VCore.
 cmake_minimum_required(VERSION 3.16)
 include("${ROOMS}")
 set(faults 0)
