@@ -73,7 +73,10 @@ bool cRuntimeFetch::isWhole(QFileDevice& file) const
 bool cRuntimeFetch::download()
 {
     QFile part(m_path + QStringLiteral(".part"));
-    if (!QDir().mkpath(QFileInfo(m_path).absolutePath()) || !part.open(QIODevice::ReadWrite | QIODevice::Truncate))
+    QString error;
+    if (!makeFolder(QFileInfo(m_path).absolutePath(), &error))
+        return fail(error);
+    if (!part.open(QIODevice::ReadWrite | QIODevice::Truncate))
         return failToWrite(part.fileName(), causeOf(part));
     if (transferTo(part) && moveIntoPlace(part))
         return true;

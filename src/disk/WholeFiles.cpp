@@ -63,11 +63,29 @@ QString causeOfSystem(const QString& path, const QString& said)
     return said;
 }
 
+// One at a time: on Windows QDir::mkpath goes on to the parents when the system refuses, and so loses the cause.
+bool makeFolder(const QString& path, QString* error)
+{
+    const QFileInfo folder(path);
+    if (folder.isDir())
+        return true;
+    const QString parent = folder.absolutePath();
+    if (parent != folder.absoluteFilePath() && !makeFolder(parent, error))
+        return false;
+    if (QDir().mkdir(path))
+        return true;
+    const QString cause = causeOfSystem(path);
+    if (QFileInfo(path).isDir()) // another process was faster
+        return true;
+    *error = QStringLiteral("the folder %1 cannot be made: %2").arg(path, cause);
+    return false;
+}
+
 QString cReplacement::write(const QByteArray& bytes)
 {
-    const QString folder = QFileInfo(m_file.fileName()).absolutePath();
-    if (!QDir().mkpath(folder))
-        return QStringLiteral("the folder %1 cannot be made: %2").arg(folder, causeOfSystem(folder));
+    QString error;
+    if (!makeFolder(QFileInfo(m_file.fileName()).absolutePath(), &error))
+        return error;
     // Flushed here: the file would do it by itself, and be put in place all the same when that fails.
     if (!m_file.open(QIODevice::WriteOnly) || m_file.write(bytes) != bytes.size() || !flushFile(m_file))
         return causeOf(m_file);

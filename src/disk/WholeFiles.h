@@ -15,6 +15,10 @@ class QByteArray;
 /// @return false when it cannot be read; @p reason (which may be null) then says why, without the path.
 [[nodiscard]] bool readFile(const QString& path, QByteArray& bytes, QString* reason);
 
+/// Makes the folder @p path, and its parents, where they are missing.
+/// @return false when that failed; @p error then names the folder and the cause.
+[[nodiscard]] bool makeFolder(const QString& path, QString* error);
+
 /// Makes @p bytes the content of the file at @p path, in a way that survives a power cut: they are written to a file
 /// beside it, flushed, and renamed over it, and the folder is flushed. A reader, and whoever comes after a crash, meets
 /// the old content or the new one, never a part. Missing parent folders are made.

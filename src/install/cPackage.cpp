@@ -164,8 +164,8 @@ bool cPackageUnpacker::makeFolderOf(const QString& path)
     const QString parent = path.left(path.lastIndexOf(QLatin1Char('/')));
     if (m_madeFolders.contains(parent))
         return true;
-    if (!m_folder.mkpath(parent))
-        return fail(parent, QStringLiteral("the folder cannot be made: ") + causeOfSystem(parent));
+    if (!makeFolder(m_folder.absoluteFilePath(parent), &m_errorString))
+        return false;
     m_madeFolders.insert(parent);
     return true;
 }

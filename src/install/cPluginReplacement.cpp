@@ -128,9 +128,8 @@ QString cPluginReplacement::swap(const cPluginId& id, const QString& from)
     const QString place = Corvane::pluginDir(id).absolutePath();
     const QString aside = pathInPlugins(cFolderSweep::ReplacedName);
     QString error;
-    if (!QDir().mkpath(aside))
-        return QStringLiteral("the folder %1 cannot be made: %2").arg(aside, causeOfSystem(aside));
-    if (!moveOver(place, aside + QLatin1Char('/') + id.toString(), &error) || !moveOver(from, place, &error))
+    if (!makeFolder(aside, &error) || !moveOver(place, aside + QLatin1Char('/') + id.toString(), &error) ||
+        !moveOver(from, place, &error))
         return error;
     return flushPlugins();
 }

@@ -65,9 +65,7 @@ QString moveInto(const QDir& folder, const QString& name, const QString& from)
     }
     const QString parent = QFileInfo(way).absolutePath();
     QString error;
-    if (!QDir().mkpath(parent))
-        return QStringLiteral("the folder %1 cannot be made: %2").arg(parent, causeOfSystem(parent));
-    return moveOver(from, way, &error) ? QString() : error;
+    return makeFolder(parent, &error) && moveOver(from, way, &error) ? QString() : error;
 }
 
 } // namespace
@@ -253,10 +251,10 @@ void cRepair::repairPlugins(const cVerification& verification)
     QString reason;
     if (!journal.note({})) // no folder is noted, for what is installed is not to go, however this run ends
         reason = journal.errorString();
-    else if (!remover.remove(scratch))
+    else if (remover.remove(scratch))
+        (void)makeFolder(scratch, &reason); // that it failed is told by the reason
+    else
         reason = remover.errorString();
-    else if (!QDir().mkpath(scratch))
-        reason = QStringLiteral("the folder %1 cannot be made: %2").arg(scratch, causeOfSystem(scratch));
     cRepairSource source(m_configuration, scratch);
     for (const cPluginId& id : verification.faulty()) {
         QString own = reason;

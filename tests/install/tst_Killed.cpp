@@ -218,9 +218,11 @@ private:
         return isThere(m_before.*part) || isThere(m_done.*part);
     }
 
-    /// What a failure has to say.
+    /// What a failure has to say. On Windows the words of some calls are the system's, in its language.
     static QString causeOf(const QString& fault)
     {
+        if (!Platform::hasUnixFiles())
+            return ":";
         return fault.startsWith("ENOSPC") ? "no space is left on the device that holds " : " is read-only";
     }
 
