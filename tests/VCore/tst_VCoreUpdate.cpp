@@ -362,9 +362,11 @@ private slots:
             code = run(QString("kill %1").arg(number));
         }
         QTEST(code, "code");
-        const char* const cause = fault.startsWith("ENOSPC")  ? "no space is left on the device that holds "
-                                  : fault.startsWith("EROFS") ? " is read-only"
-                                                              : "";
+        const char* cause = fault.startsWith("ENOSPC")  ? "no space is left on the device that holds "
+                            : fault.startsWith("EROFS") ? " is read-only"
+                                                        : "";
+        if (words.first() == "--update-sites" && !Platform::hasUnixFiles()) // the registry has other causes
+            cause = "access is denied";
         QVERIFY2(said.contains(cause), qPrintable(said));
         QCOMPARE(said.contains("it waits there; mend the cause"), words.first() == "--start-only");
         servesA(version);
