@@ -47,7 +47,7 @@ void waitUntilReplaceable(const QString& path)
     for (int tries = 0; tries < Tries; ++tries) {
         // Opened for removal it is refused as it would be replaced.
         const HANDLE file = CreateFileW(name.c_str(), DELETE, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
-                                        nullptr, OPEN_EXISTING, 0, nullptr);
+                                        nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS /* for folders */, nullptr);
         if (file != INVALID_HANDLE_VALUE)
             CloseHandle(file);
         if (file != INVALID_HANDLE_VALUE || GetLastError() != ERROR_SHARING_VIOLATION)

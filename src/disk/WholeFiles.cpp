@@ -113,6 +113,15 @@ bool replaceFile(const QString& path, const QByteArray& bytes, QString* error)
     return fault.isEmpty();
 }
 
+bool moveFolder(const QString& from, const QString& to, QString* error)
+{
+    waitUntilReplaceable(from); // what ran in it may be ending yet
+    if (QDir().rename(from, to))
+        return true;
+    *error = QStringLiteral("%1 cannot be moved to %2: %3").arg(from, to, causeOfSystem(to));
+    return false;
+}
+
 bool moveOver(const QString& from, const QString& to, QString* error)
 {
     waitUntilReplaceable(to);

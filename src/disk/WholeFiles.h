@@ -30,7 +30,11 @@ class QByteArray;
 /// @return false when that failed: both are as they were, and @p error names @p to and the cause.
 [[nodiscard]] bool moveOver(const QString& from, const QString& to, QString* error);
 
-/// The same in two halves.
+/// Moves the folder @p from to @p to, where nothing is, in one step; both lie on one file system.
+/// @return false when that failed: @p from is where it was, and @p error names both and the cause.
+[[nodiscard]] bool moveFolder(const QString& from, const QString& to, QString* error);
+
+/// The same as replaceFile() in two halves.
 class cReplacement
 {
 public:

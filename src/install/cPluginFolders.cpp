@@ -174,7 +174,7 @@ bool cFolderSweep::restoreReplaced()
             continue;
         QString error;
         cFolderRemover remover;
-        if (remover.remove(place) && moveOver(replaced.absoluteFilePath(name), place, &error))
+        if (remover.remove(place) && moveFolder(replaced.absoluteFilePath(name), place, &error))
             continue;
         m_log.error().noquote() << id.toString() << "is not put back:" << remover.errorString() + error << Qt::endl;
         return false;

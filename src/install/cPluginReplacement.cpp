@@ -128,8 +128,8 @@ QString cPluginReplacement::swap(const cPluginId& id, const QString& from)
     const QString place = Corvane::pluginDir(id).absolutePath();
     const QString aside = pathInPlugins(cFolderSweep::ReplacedName);
     QString error;
-    if (!makeFolder(aside, &error) || !moveOver(place, aside + QLatin1Char('/') + id.toString(), &error) ||
-        !moveOver(from, place, &error))
+    if (!makeFolder(aside, &error) || !moveFolder(place, aside + QLatin1Char('/') + id.toString(), &error) ||
+        !moveFolder(from, place, &error))
         return error;
     return flushPlugins();
 }

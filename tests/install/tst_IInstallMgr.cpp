@@ -209,7 +209,7 @@ private slots:
         }
         const cInstallOutcome outcome = IInstallMgr::lastOutcome();
         QVERIFY2(told(outcome).contains(said), qPrintable(told(outcome)));
-        QCOMPARE(told(outcome).isEmpty(), said.isEmpty());
+        QVERIFY2(told(outcome).isEmpty() == said.isEmpty(), qPrintable(told(outcome)));
         QCOMPARE(outcome.isSuccess(), said.isEmpty() || outcome.result == cInstallOutcome::NothingToDo);
         QCOMPARE(changed(outcome), QString(isChanged ? "+A-1.00.000 -A-1.00.000" : ""));
         QCOMPARE(!QFile::exists(folder + "/settings.ini"), isChanged);
