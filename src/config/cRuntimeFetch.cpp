@@ -12,8 +12,6 @@
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
 
-#include <filesystem>
-
 namespace {
 
 /// The most bytes of a setup program, whose size no description tells.
@@ -26,15 +24,6 @@ bool canLieInDataFolder(const QString& name)
         return name.compare(QFileInfo(Corvane::velmiraFolderOrFile(own)).fileName(), Qt::CaseInsensitive) == 0;
     };
     return isSafePackageName(name) && !isTaken(Corvane::SettingsFile) && !isTaken(Corvane::DropboxFolder);
-}
-
-/// `QFile` cannot rename onto a file that is there.
-std::error_code renameOnto(const QString& to, const QString& from)
-{
-    std::error_code failure;
-    waitUntilReplaceable(to);
-    std::filesystem::rename(from.toStdU16String(), to.toStdU16String(), failure);
-    return failure;
 }
 
 } // namespace
@@ -100,8 +89,9 @@ bool cRuntimeFetch::moveIntoPlace(QFile& part)
     if (!part.setPermissions(part.permissions() | run) || !flushFile(part))
         return failToWrite(part.fileName(), causeOf(part));
     part.close();
-    if (const std::error_code failure = renameOnto(m_path, part.fileName()))
-        return failToWrite(m_path, causeOfSystem(m_path, QString::fromLocal8Bit(failure.message().c_str())));
+    QString error;
+    if (!moveOver(part.fileName(), m_path, &error))
+        return fail(error);
     flushFolder(QFileInfo(m_path).absolutePath());
     return true;
 }
