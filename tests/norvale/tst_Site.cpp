@@ -63,6 +63,8 @@ class tst_Site : public QObject
                              QDirIterator::Subdirectories);
              it.hasNext();)
             names.append(it.next());
+        // On Windows a lock into which its owner's name could not be written stays. The next run takes it.
+        names.removeOne(m_tool.path("site/.norvale.lock"));
         names.sort();
         return names;
     }
