@@ -258,7 +258,7 @@ std::optional<cTrustTarget> cTrustClient::find(const QString& path, ITrustSource
 std::optional<cTrustTarget> cTrustClient::findContent(const QByteArray& sha256, qint64 length,
                                                       const QString& fileName) const
 {
-    const QList<QString> paths = m_paths.values(sha256);
+    const QList<QString> paths = sha256.isEmpty() ? QList<QString>() : m_paths.values(sha256);
     for (const QString& path : paths) {
         if (path.section(QLatin1Char('/'), -1) != fileName)
             continue;
