@@ -169,6 +169,7 @@ bool cTrustClient::refreshTimestamp(ITrustSource& source)
         return refuse(fileOf(TimestampRole), m_set.errorString());
     if (m_set.timestamp()->version() == before)
         return true;
+    // A timestamp that does not follow on what is here, as more keys must sign now, begins anew.
     if (!isSeen && !m_store.forget(SnapshotRole, &m_errorString))
         return false;
     return save(TimestampRole, bytes);

@@ -325,7 +325,7 @@ void tst_TrustedSet::refresh_data()
     // what one key signed is not what two ask for
     row("recovery by a further key", "root+1 key:timestamp root all-1 publish", "", "2 1 1 1", anew);
     row("what the old key signed", "root+1 rotate:timestamp root", "timestamp.json is refused: signed by 0 of 1 key",
-        "2 2 2 2", "2.root 3.root timestamp");
+        "2 0 0 2", "2.root 3.root timestamp");
     row("no targets", "all+1 publish snapshot.meta={'targets.json':{'version':4}} asis",
         "4.targets.json cannot be fetched: no such file", "1 3 3 2", "2.root timestamp 3.snapshot 4.targets");
 }
