@@ -192,9 +192,7 @@ private slots:
 private:
     QUrl urlOf(const QString& path) const
     {
-        if (path.startsWith("file:"))
-            return QUrl::fromLocalFile(QDir(m_site.folder()).absoluteFilePath(path.mid(5)));
-        return m_site.url(path);
+        return path.startsWith("file:") ? m_site.fileUrl(path.mid(5)) : m_site.url(path);
     }
     QSharedPointer<cTransfer> make(const QString& path, std::optional<QIODevice*> device = std::nullopt)
     {
