@@ -46,7 +46,7 @@ ITrustSource::Answer cTrustDownload::fetch(const QString& name, qint64 limit, QB
     // A role's name is no path. In a folder its file is named as in the store, which a path of a URL would decode.
     const QString file = encoded(name);
     const QUrl url = joined(m_base, m_base.isLocalFile() ? encoded(file) : file);
-    m_downloader.setSizeLimit(limit);
+    m_downloader.setSizeLimit(qMax<qint64>(limit, 1)); // none at all would be any number
     if (m_downloader.download(url)) {
         bytes = m_downloader.data();
         return Arrived;

@@ -269,8 +269,9 @@ QVector<cTrustDelegation> cTrustMetadata::delegationsOf(const QString& path) con
     QVector<cTrustDelegation> covering;
     std::copy_if(m_delegations.begin(), m_delegations.end(), std::back_inserter(covering),
                  [&](const cTrustDelegation& delegation) { return delegation.covers(path); });
-    if (m_bins.bitLength > 0) // each path is one bin's, and nobody else's
-        covering.append({m_bins.nameOf(path), m_bins.role, true, {}, {}});
+    const QString bin = m_bins.nameOf(path);
+    if (!bin.isEmpty()) // each path is one bin's, and nobody else's
+        covering.append({bin, m_bins.role, true, {}, {}});
     return covering;
 }
 

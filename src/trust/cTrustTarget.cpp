@@ -148,7 +148,7 @@ bool cTrustDelegation::covers(const QString& path) const
 
 QString cTrustBins::nameOf(const QString& path) const
 {
-    const QByteArray hash = Cryptography::sha256(path.toUtf8());
+    const QByteArray hash = bitLength > 0 ? Cryptography::sha256(path.toUtf8()) : QByteArray();
     return hash.isEmpty() ? QString() : nameOf(qFromBigEndian<quint32>(hash.constData()) >> (32 - bitLength));
 }
 

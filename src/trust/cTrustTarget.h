@@ -90,7 +90,7 @@ struct cTrustBins
     QString namePrefix;
     int bitLength = 0; // 0 when there are none
 
-    /// The role of @p path: the prefix and its bits, in hex.
+    /// The role of @p path: the prefix and its bits, in hex. Empty when there are no bins.
     [[nodiscard]] QString nameOf(const QString& path) const;
     [[nodiscard]] bool has(const QString& name) const;
 
