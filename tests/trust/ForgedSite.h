@@ -29,6 +29,23 @@ public:
         requests();
     }
 
+    /// The same with a client that has fetched. The plain site is always the same, and so is what it leaves.
+    void beginFetched(const QString& steps)
+    {
+        const bool isPlain = steps == "pass";
+        if (!isPlain || m_fetched.isEmpty()) {
+            begin(steps);
+            SUCCEEDS(refresh());
+            if (isPlain)
+                m_fetched = m_tool.tree("trust");
+            return;
+        }
+        m_tool.begin();
+        forge("new()");
+        for (auto it = m_fetched.begin(); it != m_fetched.end(); ++it)
+            m_tool.write(it.key(), *it);
+    }
+
     /// What the server has and the client then fetches is @p steps further.
     void forge(const QString& steps) { QCOMPARE(m_server.forge(steps), QString()); }
 
@@ -73,4 +90,5 @@ public:
 private:
     HttpSite m_server;
     ToolFixture m_tool;
+    QMap<QString, QByteArray> m_fetched;
 };

@@ -11,10 +11,9 @@ class tst_TrustedFetch : public QObject
     void begin(const QString& script)
     {
         const QStringList parts = script.split(" | ");
-        m_site.begin(parts[0]);
         if (parts.size() == 1)
-            return;
-        SUCCEEDS(m_site.refresh());
+            return m_site.begin(parts[0]);
+        m_site.beginFetched(parts[0]);
         m_site.forge(parts[1]);
         m_site.requests();
     }
