@@ -1,0 +1,122 @@
+#include "trust/cInstallationTrust.h"
+
+#include "core/Settings.h"
+#include "disk/WholeFiles.h"
+#include "disk/WriteSettings.h"
+#include "trust/Cryptography.h"
+#include "version/Shown.h"
+
+#include <Norvale/Corvane.h>
+
+#include <QtCore/QDir>
+#include <QtCore/QFile>
+
+namespace {
+
+const QLatin1String RootKey(SettingsKey::TrustRoot);
+
+QString folder()
+{
+    return Corvane::velmiraFolderOrFile(Corvane::CoreFolder) + QStringLiteral("/Trust");
+}
+
+/// Beside the trusted set: the root that it has grown from. Written last, so that a set that was begun halfway is begun
+/// again. No role has a name without an ending.
+QString originFile()
+{
+    return folder() + QStringLiteral("/origin");
+}
+
+bool isNamed(const cTrustTarget& target, const QString& fileName)
+{
+    return target.path.endsWith(fileName) &&
+           (target.path.size() == fileName.size() || target.path.at(target.path.size() - fileName.size() - 1) == '/');
+}
+
+} // namespace
+
+cInstallationTrust::cInstallationTrust()
+{
+    const cMachineSettings settings;
+    m_isPinned = settings.contains(RootKey);
+    m_pinned = settings.value(RootKey).toString().toUtf8();
+}
+
+bool cInstallationTrust::open()
+{
+    // An installation that came to trust somebody does not stop doing so because its library cannot tell any more.
+    if (!Cryptography::isAvailable())
+        return fail(Cryptography::description());
+    m_client.emplace(folder());
+    QByteArray origin;
+    if (readFile(originFile(), origin, nullptr) && origin == m_pinned && m_client->load())
+        return true;
+    return begin();
+}
+
+bool cInstallationTrust::begin()
+{
+    QString error;
+    if (QFile::exists(originFile()) && !QFile::remove(originFile()))
+        return fail(QStringLiteral("%1 cannot be replaced: %2").arg(originFile(), causeOfSystem(originFile())));
+    if (!m_client->trust(m_pinned))
+        return fail(QStringLiteral("the pinned root: ") + m_client->errorString());
+    return replaceFile(originFile(), m_pinned, &error) || fail(error);
+}
+
+qint64 cInstallationTrust::limitOf(const QString& fileName) const
+{
+    qint64 limit = -1;
+    for (const cTrustMetadata& role : m_client->set().allTargets()) {
+        for (const cTrustTarget& target : role.targets()) {
+            if (isNamed(target, fileName))
+                limit = qMax(limit, target.length);
+        }
+    }
+    return limit;
+}
+
+QString cInstallationTrust::refusal(const QByteArray& sha256, qint64 length, const QString& fileName) const
+{
+    if (m_client->findContent(sha256, length, fileName))
+        return QString();
+    const qint64 limit = limitOf(fileName);
+    if (limit < 0)
+        return cInstallationTrust::notNamed();
+    return limit == length ? QStringLiteral("its SHA-256 is not the one that the trusted metadata give")
+                           : QStringLiteral("has %1 instead of %2").arg(counted(length, "byte")).arg(limit);
+}
+
+bool cInstallationTrust::pin(const QByteArray& root, QString* error)
+{
+    if (!Cryptography::isAvailable()) {
+        *error = Cryptography::description();
+        return false;
+    }
+    cTrustedSet set(QDateTime::currentDateTimeUtc());
+    if (!set.begin(root)) {
+        *error = set.errorString();
+        return false;
+    }
+    // The settings decide; the set is begun anew when it is next asked for.
+    cMachineSettings settings;
+    return writeSettings(settings, {{RootKey, QString::fromUtf8(root)}}, error);
+}
+
+bool cInstallationTrust::unpin(QString* error)
+{
+    cMachineSettings settings;
+    if (!writeSettings(settings, {{RootKey, QVariant()}}, error))
+        return false;
+    QDir set(folder());
+    if (!set.exists() || set.removeRecursively())
+        return true;
+    *error = QStringLiteral("%1 cannot be removed: %2").arg(folder(), causeOfSystem(folder()));
+    return false;
+}
+
+bool cInstallationTrust::fail(const QString& reason)
+{
+    m_errorString = reason;
+    return false;
+}
