@@ -10,6 +10,7 @@
 
 #include <QtCore/QDir>
 #include <QtCore/QFile>
+#include <QtCore/QRegularExpression>
 
 namespace {
 
@@ -25,6 +26,20 @@ QString folder()
 QString originFile()
 {
     return folder() + QStringLiteral("/origin");
+}
+
+/// Removes what killed runs have left beside the documents, which are written aside under six characters more. What is
+/// younger may be being written.
+void sweep()
+{
+    static const QRegularExpression rest(QStringLiteral("\\.[A-Za-z0-9]{6}\\z"));
+    constexpr int Longest = 60; // seconds that a write takes at most
+    const QDateTime past = QDateTime::currentDateTime().addSecs(-Longest);
+    const QFileInfoList files = QDir(folder()).entryInfoList(QDir::Files | QDir::Hidden);
+    for (const QFileInfo& file : files) {
+        if (rest.match(file.fileName()).hasMatch() && file.lastModified() < past)
+            QFile::remove(file.filePath()); // or the next time
+    }
 }
 
 bool isNamed(const cTrustTarget& target, const QString& fileName)
@@ -47,6 +62,7 @@ bool cInstallationTrust::open()
     // An installation that came to trust somebody does not stop doing so because its library cannot tell any more.
     if (!Cryptography::isAvailable())
         return fail(Cryptography::description());
+    sweep();
     m_client.emplace(folder());
     QByteArray origin;
     if (readFile(originFile(), origin, nullptr) && origin == m_pinned && m_client->load())
