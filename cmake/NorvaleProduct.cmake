@@ -29,7 +29,7 @@ if(NORVALE_BUILD_EXAMPLES)
     install(DIRECTORY "${PROJECT_BINARY_DIR}/suite/" DESTINATION . COMPONENT product EXCLUDE_FROM_ALL)
 endif()
 
-# The libraries that the programs load, and those that these load: of Qt, the compiler and zlib. What is the system's own
+# The libraries that the programs load, and those that these load: of Qt, the compiler, zlib and libgcrypt. What is the system's own
 # is not found in these folders and stays out.
 execute_process(COMMAND ${CMAKE_CXX_COMPILER} -print-file-name=libstdc++-6.dll OUTPUT_VARIABLE compiler_library
     OUTPUT_STRIP_TRAILING_WHITESPACE)
@@ -37,7 +37,7 @@ get_filename_component(compiler_folder "${compiler_library}" DIRECTORY)
 install(CODE "
 set(OBJDUMP \"${CMAKE_OBJDUMP}\")
 set(PROGRAMS \"${files_with_libraries}\")
-set(FOLDERS \"$<TARGET_FILE_DIR:Qt5::Core>;${compiler_folder};/usr/x86_64-w64-mingw32/lib\")
+set(FOLDERS \"$<TARGET_FILE_DIR:Qt5::Core>;${compiler_folder};/usr/x86_64-w64-mingw32/lib;/usr/x86_64-w64-mingw32/bin\")
 set(TO \"\${CMAKE_INSTALL_PREFIX}\")
 include(\"${PROJECT_SOURCE_DIR}/cmake/windows/CopyLibraries.cmake\")
 " COMPONENT product EXCLUDE_FROM_ALL)

@@ -21,6 +21,11 @@ class Norvale(ConanFile):
     def _root(self):
         return os.path.join(self.recipe_folder, "..", "..")
 
+    @property
+    def _has_libgcrypt(self):
+        # its recipe knows no Windows; update sites are not verified there
+        return self.settings.os != "Windows"
+
     def set_version(self):
         text = load(self, os.path.join(self._root, "CMakeLists.txt"))
         self.version = re.search(r"project\(Norvale VERSION ([0-9.]+)", text).group(1)
@@ -33,6 +38,8 @@ class Norvale(ConanFile):
         self.requires("qt/[>=5.15 <6]", transitive_headers=True, transitive_libs=True)
         self.requires("zlib/[>=1.2.11 <2]")
         self.requires("libdeflate/[>=1.14 <2]")
+        if self._has_libgcrypt:
+            self.requires("libgcrypt/[>=1.8 <2]")
         self.requires("tsl-robin-map/[>=1.2 <2]")
         self.requires("fast_float/[>=3.9]")
         if self.options.tools:
@@ -69,5 +76,7 @@ class Norvale(ConanFile):
         self.cpp_info.libs = ["Norvale"]
         self.cpp_info.requires = ["qt::qtCore", "qt::qtGui", "qt::qtXml", "qt::qtNetwork", "qt::qtConcurrent", "qt::qtQml",
                                   "zlib::zlib", "libdeflate::libdeflate", "tsl-robin-map::tsl-robin-map", "fast_float::fast_float"]
+        if self._has_libgcrypt:
+            self.cpp_info.requires.append("libgcrypt::libgcrypt")
         if self.options.tools:
             self.cpp_info.requires += ["cli11::cli11", "libzip::libzip"]

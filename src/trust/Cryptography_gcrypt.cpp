@@ -4,6 +4,9 @@
 
 #include <gcrypt.h>
 
+#include <algorithm>
+#include <cstring>
+
 namespace {
 
 constexpr int SeedSize = 32;
@@ -78,9 +81,20 @@ cExpression ed25519Data(const QByteArray& message)
     return cExpression("(data (flags eddsa) (hash-algo sha512) (value %b))", int(message.size()), message.constData());
 }
 
+/// Whether the second half of an Ed25519 signature lies below the order of the curve's group, as RFC 8032 demands. The
+/// library takes what lies above, too, so that a signature would have several forms.
+bool isReduced(const QByteArray& half)
+{
+    static const QByteArray order =
+        QByteArray::fromHex("1000000000000000000000000000000014def9dea2f79cd65812631a5cf5d3ed");
+    QByteArray number = half; // little-endian
+    std::reverse(number.begin(), number.end());
+    return std::memcmp(number.constData(), order.constData(), SeedSize) < 0;
+}
+
 bool verifyEd25519(const QByteArray& point, const QByteArray& message, const QByteArray& signature)
 {
-    if (point.size() != SeedSize || signature.size() != Ed25519SignatureSize)
+    if (point.size() != SeedSize || signature.size() != Ed25519SignatureSize || !isReduced(signature.mid(SeedSize)))
         return false;
     return verifies(cExpression("(public-key (ecc (curve Ed25519) (flags eddsa) (q %b)))", SeedSize, point.constData()),
                     ed25519Data(message),

@@ -59,7 +59,7 @@ function(expect package what)
     endforeach()
 endfunction()
 
-expect(libnorvale1 depends "libqt5core5a \\(>= 5\\.15" "zlib1g" NOT "-dev")
+expect(libnorvale1 depends "libqt5core5a \\(>= 5\\.15" "libgcrypt20" "zlib1g" NOT "-dev")
 expect(norvale-tools depends "libnorvale1 \\(= 1" "libzip" NOT "-dev")
 expect(norvale-dev depends "libnorvale1 \\(= 1" "qtbase5-dev")
 expect(norvale-doc depends NOT ".")

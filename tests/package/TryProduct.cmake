@@ -15,7 +15,7 @@ file(ARCHIVE_EXTRACT INPUT "${zip}" DESTINATION "${WORK}")
 file(ARCHIVE_EXTRACT INPUT "${dev_zip}" DESTINATION "${WORK}/dev") # a test builds against it
 get_filename_component(product "${zip}" NAME_WLE)
 set(product "${WORK}/${product}")
-foreach(library Qt5Core Qt5Qml libstdc++-6 libgcc_s_seh-1 libwinpthread-1 zlib1)
+foreach(library Qt5Core Qt5Qml libstdc++-6 libgcc_s_seh-1 libwinpthread-1 zlib1 libgcrypt-20 libgpg-error-0)
     if(NOT EXISTS "${product}/${library}.dll")
         message(FATAL_ERROR "the zip lacks ${library}.dll")
     endif()

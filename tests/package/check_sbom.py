@@ -46,7 +46,7 @@ expect(main["licenseDeclared"] == "MIT" and re.search(f"[_-]{re.escape(main['ver
 for each in needed:
     fields(each["name"], each, ["downloadLocation", "licenseDeclared", "versionInfo"])
 if "libnorvale" in package.name or package.suffix == ".zip" and "-dev" not in package.name:
-    expect({"QtCore", "zlib", "robin-map", "fast_float"} <= {each["name"] for each in needed}, "libraries are missing")
+    expect({"QtCore", "libgcrypt", "zlib", "robin-map", "fast_float"} <= {each["name"] for each in needed}, "libraries are missing")
 
 there = {f"./{path.relative_to(folder)}": path for path in folder.rglob("*") if path.is_file() and not path.is_symlink()}
 listed = {each["fileName"]: each["checksums"] for each in document["files"]}
