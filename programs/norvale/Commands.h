@@ -21,3 +21,6 @@ void addSiteCommands(cProgram& program);
 
 /// Adds `norvale site add`, which publishes a feature or a runtime.
 void addSiteAddCommand(cProgram& program);
+
+/// Adds `norvale trust`, which follows signed metadata and fetches what it vouches for.
+void addTrustCommand(cProgram& program);

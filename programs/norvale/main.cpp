@@ -16,5 +16,6 @@ int main(int argc, char** argv)
     addLintCommand(program);
     addGraphCommand(program);
     addSiteCommands(program);
+    addTrustCommand(program);
     return int(program.run(QCoreApplication::arguments()));
 }

@@ -9,12 +9,13 @@
 class cTrustDownload : public ITrustSource
 {
 public:
-    /// @p base is the folder; the downloader is the caller's to cancel, and must live as long as this object.
+    /// @p base is the folder. The downloader is the caller's to cancel and to give rates, and must live as long as this
+    /// object; each fetch sets its size limit.
     cTrustDownload(const QUrl& base, cDownloader& downloader);
 
     Answer fetch(const QString& name, qint64 limit, QByteArray& bytes, QString& reason) override;
 
-    /// The URL of @p name in @p base, each of its parts percent-encoded as one; slashes stay when @p name is a path.
+    /// The URL of the file at the path @p name below @p base, whatever characters its parts have.
     [[nodiscard]] static QUrl urlOf(const QUrl& base, const QString& name);
 
 private:

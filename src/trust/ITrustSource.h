@@ -10,12 +10,13 @@ public:
     enum Answer {
         Arrived,  ///< the bytes are there
         NotThere, ///< the source says that it has no such file
-        Failed    ///< anything else; the reason tells it
+        Failed,   ///< anything else; the reason tells it
+        TooLong   ///< it has more bytes than the limit
     };
 
     virtual ~ITrustSource() = default;
 
     /// Fetches the file @p name of the metadata, such as "timestamp.json" or "3.root.json", not percent-encoded, and at
-    /// most @p limit bytes of it: one that is longer is Failed, and not read further. May serve events.
+    /// most @p limit bytes of it: one that is longer is TooLong, and not read further. May serve events.
     virtual Answer fetch(const QString& name, qint64 limit, QByteArray& bytes, QString& reason) = 0;
 };

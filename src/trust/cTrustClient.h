@@ -7,6 +7,7 @@
 #include <QtCore/QDateTime>
 #include <QtCore/QString>
 
+#include <functional>
 #include <optional>
 
 /**
@@ -36,7 +37,8 @@ public:
     /// when it came. @return false when it has no root; what else does not verify is passed over.
     [[nodiscard]] bool load();
 
-    /// Fetches what is new, through all four roles. @return false when something is refused or not fetched.
+    /// Fetches what is new, through all four roles. @return false when something is refused or not fetched; the set has
+    /// then the part that was verified, and load() takes the rest as it was.
     [[nodiscard]] bool refresh(ITrustSource& source);
 
     /// The target @p path, from "targets" and what it delegates to, depth first in the order given; roles that are not
@@ -57,9 +59,28 @@ public:
     bool isUnreachable() const { return m_isUnreachable; }
 
 private:
+    using Has = std::function<bool(const QString& role, const QString& parent)>;
+
+    void beginAnew();
+    bool refuse(const QString& name, const QString& reason);
+    bool loadRoot();
+    void loadDelegated(bool isSeen);
+    bool fetch(ITrustSource& source, const QString& name, qint64 limit, QByteArray& bytes);
+    bool fetch(ITrustSource& source, const QString& role, const cTrustMeta& meta, qint64 limit, QByteArray& bytes);
+    bool save(const QString& role, const QByteArray& bytes);
+    bool refreshRoot(ITrustSource& source);
+    bool refreshTimestamp(ITrustSource& source);
+    bool refreshSnapshot(ITrustSource& source);
+    bool bring(const QString& role, const QString& parent, ITrustSource& source);
+    void index(const QString& role);
+    std::optional<cTrustTarget> walk(const QString& path, const Has& has) const;
+    QString nameOf(const QString& role, const cTrustMeta& meta) const;
+
     cTrustStore m_store;
     QDateTime m_now;
     cTrustedSet m_set;
+    QMultiHash<QByteArray, QString> m_paths; // of the targets in the set, by their SHA-256
     QString m_errorString;
     bool m_isUnreachable = false;
+    bool m_isAbsent = false; // the source does not have what was asked for last
 };

@@ -34,6 +34,12 @@ public:
     /// The object, with whatever members it was read with.
     const QJsonObject& object() const { return m_object; }
 
+    /// What it is made of, the same for one key in whatever form and under whatever id; empty when it verifies nothing.
+    [[nodiscard]] QByteArray material() const
+    {
+        return m_key ? m_key->point + m_key->modulus + '/' + m_key->exponent : QByteArray();
+    }
+
     /// Whether @p signature over @p message is this key's.
     [[nodiscard]] bool verify(const QByteArray& message, const QByteArray& signature) const;
 

@@ -1,55 +1,13 @@
 #pragma once
 
 #include "trust/cTrustKey.h"
+#include "trust/cTrustTarget.h"
 
 #include <QtCore/QDateTime>
 #include <QtCore/QHash>
-#include <QtCore/QJsonObject>
-#include <QtCore/QMap>
-#include <QtCore/QStringList>
 #include <QtCore/QVector>
 
 #include <optional>
-
-/// A file that metadata vouches for. A value.
-struct cTrustTarget
-{
-    QString path; // with slashes, relative to the base of the targets; empty for a metadata file
-    qint64 length = -1;
-    QMap<QString, QByteArray> hashes; // raw, by "sha256" and "sha512"; others are kept, and not checked
-    QJsonObject custom;
-
-    /// Whether @p bytes are the file: length, and each hash that is known, of which there must be one.
-    /// @return why not, as a sentence that goes on after the file's name; empty when they are.
-    [[nodiscard]] QString fault(const QByteArray& bytes) const;
-};
-
-/// Who signs a role.
-struct cTrustRole
-{
-    QStringList keyIds;
-    int threshold = 1;
-};
-
-/// A file of metadata, as timestamp and snapshot name it.
-struct cTrustMeta
-{
-    qint64 version = 0;
-    std::optional<qint64> length;
-    QMap<QString, QByteArray> hashes;
-};
-
-/// A role that targets metadata hands paths on to.
-struct cTrustDelegation
-{
-    QString name;
-    cTrustRole role;
-    bool isTerminating = false;
-    QStringList paths;            // patterns, as of the shell; "*" and "?" do not match a slash
-    QStringList pathHashPrefixes; // hex, of the SHA-256 of the path
-
-    [[nodiscard]] bool covers(const QString& path) const;
-};
 
 /**
  * A metadata document, read and well-formed, not yet trusted: what cTrustedSet verifies. A value.
@@ -91,11 +49,19 @@ public:
     // Of targets.
     const QHash<QString, cTrustTarget>& targets() const { return m_targets; }
     const QVector<cTrustDelegation>& delegations() const { return m_delegations; }
+    const cTrustBins& bins() const { return m_bins; }
 
-    /// How many of the keys of @p role, each once, have signed this; @p keys has them by id.
+    /// The roles that @p path is handed on to, in the order in which they are asked.
+    [[nodiscard]] QVector<cTrustDelegation> delegationsOf(const QString& path) const;
+    /// Who signs the role @p name, which this delegates to; nothing when it does not.
+    [[nodiscard]] std::optional<cTrustRole> delegatedRole(const QString& name) const;
+
+    /// How many of the keys of @p role, each once whatever ids it has, have signed this; @p keys has them by id.
     [[nodiscard]] int signedBy(const cTrustRole& role, const QMap<QString, cTrustKey>& keys) const;
 
 private:
+    class cParts;
+
     Type m_type = Root;
     qint64 m_version = 0;
     QDateTime m_expires;
@@ -108,4 +74,5 @@ private:
     QMap<QString, cTrustMeta> m_meta;
     QHash<QString, cTrustTarget> m_targets;
     QVector<cTrustDelegation> m_delegations;
+    cTrustBins m_bins;
 };

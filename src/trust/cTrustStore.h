@@ -14,6 +14,8 @@ public:
     explicit cTrustStore(const QString& folder) : m_folder(folder) {}
 
     const QString& folder() const { return m_folder; }
+    /// The name of the document of @p role: percent-encoded, so that no role leads out of the folder or to another's.
+    [[nodiscard]] static QString fileNameOf(const QString& role);
     /// The document of @p role; empty when there is none, or it cannot be read.
     [[nodiscard]] QByteArray load(const QString& role) const;
     [[nodiscard]] bool save(const QString& role, const QByteArray& bytes, QString* error);
