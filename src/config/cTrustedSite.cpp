@@ -6,12 +6,13 @@
 namespace {
 
 /// The name under which a description is published beside its own, so that one state of a site can be read while the
-/// next one is written.
-QString copyOf(const QString& path, const cTrustTarget& target)
+/// next one is written; empty when the metadata give no hash for it.
+QString copyOf(const QString& path, const cTrustHashes& hashes)
 {
-    const QString hash = QString::fromLatin1(target.hashes.first().toHex());
+    const QByteArray hash = hashes.value(QStringLiteral("sha256"), hashes.value(QStringLiteral("sha512")));
     const int name = path.lastIndexOf(QLatin1Char('/')) + 1;
-    return path.left(name) + hash + QLatin1Char('.') + path.mid(name);
+    return hash.isEmpty() ? QString()
+                          : path.left(name) + QString::fromLatin1(hash.toHex()) + QLatin1Char('.') + path.mid(name);
 }
 
 QString withSlash(const QString& path)
@@ -35,7 +36,7 @@ bool cTrustedSite::refresh(cDownloader& downloader)
     if (!m_trust.open())
         return fail(m_trust.errorString());
     cTrustDownload source(metadata(), downloader);
-    return m_trust.client().refresh(source) || fail(m_trust.client().errorString());
+    return m_trust.refresh(source) || fail(m_trust.errorString());
 }
 
 bool cTrustedSite::fetch(const QString& path, qint64 limit, cDownloader& downloader)
@@ -48,9 +49,10 @@ bool cTrustedSite::fetch(const QString& path, qint64 limit, cDownloader& downloa
     if (target->length > limit)
         return fail(QStringLiteral("%1 is refused: it has more bytes than are accepted").arg(path));
     downloader.setSizeLimit(qMax<qint64>(target->length, 1)); // 0 would be no limit
-    const bool hasCopy = client.set().root()->isConsistentSnapshot() && !target->hashes.isEmpty();
-    bool hasArrived = hasCopy && downloader.download(m_location->resolve(copyOf(path, *target)));
-    if (!hasArrived && (!hasCopy || downloader.error() == QNetworkReply::ContentNotFoundError))
+    const QString name = client.set().root()->isConsistentSnapshot() ? copyOf(path, target->hashes) : QString();
+    const QUrl copy = m_location->resolve(name);
+    bool hasArrived = !name.isEmpty() && downloader.download(copy);
+    if (!hasArrived && (name.isEmpty() || cTrustDownload::isAbsent(copy, downloader.error())))
         hasArrived = downloader.download(m_location->resolve(path));
     if (!hasArrived)
         return fail(downloader.errorString());

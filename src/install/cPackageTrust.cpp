@@ -64,6 +64,5 @@ QString cPackageTrust::mediumFault()
         return QString();
     cDownloader downloader;
     cTrustDownload source(QUrl::fromLocalFile(folder + QLatin1Char('/')), downloader);
-    return m_trust.client().refresh(source) ? QString()
-                                            : QStringLiteral("%1: %2").arg(folder, m_trust.client().errorString());
+    return m_trust.refresh(source) ? QString() : QStringLiteral("%1: %2").arg(folder, m_trust.errorString());
 }

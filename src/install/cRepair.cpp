@@ -72,9 +72,10 @@ QString moveInto(const QDir& folder, const QString& name, const QString& from)
 } // namespace
 
 cRepairSource::cRepairSource(cConfigurationMgr& configuration, const cLog& log, const QString& scratch)
-    : m_configuration(configuration), m_log(log), m_scratch(scratch)
+    : m_configuration(configuration)
+    , m_scratch(scratch)
+    , m_trust(Corvane::velmiraFolderOrFile(Corvane::BootstrapRepositoryFile), false, log)
 {
-    readTrust();
 }
 
 bool cRepairSource::get(const cPluginId& id, cPackage& package, QString* reason)
@@ -109,18 +110,13 @@ bool cRepairSource::getLocal(const cPluginId& id, cPackage& package, QString* re
     return false;
 }
 
-void cRepairSource::readTrust()
-{
-    m_trust.emplace(Corvane::velmiraFolderOrFile(Corvane::BootstrapRepositoryFile), false, m_log);
-}
-
 /// Reads the package from @p file. @return why it is refused; empty when it is not.
 QString cRepairSource::read(const cFeaturePlugin& plugin, const QString& file, cPackage& package)
 {
     cPackageCheck check;
     check.expect(plugin.id());
     check.expectHash(plugin.hash());
-    return check.checkFile(file, package) ? m_trust->refusal(package.bytes(), plugin.id().packageFileName())
+    return check.checkFile(file, package) ? m_trust.refusal(package.bytes(), plugin.id().packageFileName())
                                           : check.summary();
 }
 
@@ -199,7 +195,6 @@ const cFeatureCatalogue& cRepairSource::offered()
     if (updates) {
         updates->loadLocations();
         (void)updates->findNewest(name, *m_offered, ignored); // has logged why, if it has found nothing
-        readTrust();                                          // which has grown
     }
     return *m_offered;
 }

@@ -31,14 +31,12 @@ private:
     bool getRemote(const cPluginId& id, cPackage& package, QString* reason);
     bool fetch(const cFeaturePlugin& plugin, cPackage& package, QString* reason);
     QString read(const cFeaturePlugin& plugin, const QString& file, cPackage& package);
-    void readTrust();
     static qint64 limitOf(const cFeaturePlugin& plugin, const QUrl& url, cDownloader& downloader);
     const cFeatureCatalogue& offered();
 
     cConfigurationMgr& m_configuration;
-    cLog m_log;
     QString m_scratch;
-    std::optional<cPackageTrust> m_trust;
+    cPackageTrust m_trust;
     std::optional<cFeatureCatalogue> m_offered; // of the update locations; searched for when first needed
 };
 

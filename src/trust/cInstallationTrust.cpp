@@ -42,6 +42,17 @@ void sweep()
     }
 }
 
+/// The client of the folder's set, kept for the next who asks: a large set that has not changed is read once.
+std::shared_ptr<cTrustClient> keptFor(const QString& folder)
+{
+    static std::shared_ptr<cTrustClient> client;
+    static QString itsFolder;
+    if (!client || itsFolder != folder)
+        client = std::make_shared<cTrustClient>(folder);
+    itsFolder = folder;
+    return client;
+}
+
 bool isNamed(const cTrustTarget& target, const QString& fileName)
 {
     return target.path.endsWith(fileName) &&
@@ -63,11 +74,20 @@ bool cInstallationTrust::open()
     if (!Cryptography::isAvailable())
         return fail(Cryptography::description());
     sweep();
-    m_client.emplace(folder());
+    m_client = keptFor(folder());
+    m_client->setTime(QDateTime::currentDateTimeUtc());
     QByteArray origin;
-    if (readFile(originFile(), origin, nullptr) && origin == m_pinned && m_client->load())
+    const bool isBegun = readFile(originFile(), origin, nullptr) && origin == m_pinned;
+    return (isBegun && (m_client->isAsStored() || m_client->load())) || begin();
+}
+
+bool cInstallationTrust::refresh(ITrustSource& source)
+{
+    if (m_client->refresh(source))
         return true;
-    return begin();
+    fail(m_client->errorString());
+    (void)m_client->load();
+    return false;
 }
 
 bool cInstallationTrust::begin()

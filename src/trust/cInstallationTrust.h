@@ -2,7 +2,7 @@
 
 #include "trust/cTrustClient.h"
 
-#include <optional>
+#include <memory>
 
 /**
  * What this installation trusts. Where a root of trust is pinned, its text stands in the machine-wide settings, and the
@@ -22,7 +22,10 @@ public:
     /// the pinned one. @return false when nothing can be verified, although a root is pinned: errorString() says why.
     [[nodiscard]] bool open();
 
-    /// From a successful open() on.
+    /// Brings the set up to date from @p source. @return false when something is refused or cannot be had; the set is
+    /// then what the store has. From a successful open() on, as all that follows.
+    [[nodiscard]] bool refresh(ITrustSource& source);
+
     cTrustClient& client() { return *m_client; }
 
     /// The most bytes that a file named @p fileName may have by the roles that are here; -1 when none names it.
@@ -54,6 +57,6 @@ private:
 
     bool m_isPinned;
     QByteArray m_pinned;
-    std::optional<cTrustClient> m_client;
+    std::shared_ptr<cTrustClient> m_client;
     QString m_errorString;
 };
