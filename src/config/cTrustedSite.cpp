@@ -70,7 +70,7 @@ qint64 cTrustedSite::limitOf(const QUrl& url, const QString& fileName, cDownload
         cTrustDownload source(metadata(), downloader);
         (void)m_trust.client().find(path.mid(folder.size()), source);
     }
-    const qint64 limit = m_trust.limitOf(fileName);
+    const qint64 limit = m_trust.client().limitOf(fileName);
     return limit == 0 ? 1 : limit; // no limit is what a downloader takes 0 for
 }
 

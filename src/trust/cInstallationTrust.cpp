@@ -53,12 +53,6 @@ std::shared_ptr<cTrustClient> keptFor(const QString& folder)
     return client;
 }
 
-bool isNamed(const cTrustTarget& target, const QString& fileName)
-{
-    return target.path.endsWith(fileName) &&
-           (target.path.size() == fileName.size() || target.path.at(target.path.size() - fileName.size() - 1) == '/');
-}
-
 } // namespace
 
 cInstallationTrust::cInstallationTrust()
@@ -100,26 +94,14 @@ bool cInstallationTrust::begin()
     return replaceFile(originFile(), m_pinned, &error) || fail(error);
 }
 
-qint64 cInstallationTrust::limitOf(const QString& fileName) const
-{
-    qint64 limit = -1;
-    for (const cTrustMetadata& role : m_client->set().allTargets()) {
-        for (const cTrustTarget& target : role.targets()) {
-            if (isNamed(target, fileName))
-                limit = qMax(limit, target.length);
-        }
-    }
-    return limit;
-}
-
 QString cInstallationTrust::refusal(const QByteArray& sha256, qint64 length, const QString& fileName) const
 {
     if (m_client->findContent(sha256, length, fileName))
         return QString();
-    const qint64 limit = limitOf(fileName);
+    const qint64 limit = m_client->limitOf(fileName);
     if (limit < 0)
-        return cInstallationTrust::notNamed();
-    return limit == length ? QStringLiteral("its SHA-256 is not the one that the trusted metadata give")
+        return notNamed();
+    return limit == length ? QStringLiteral("its SHA-256 is not the one that the signed metadata gives")
                            : QStringLiteral("has %1 instead of %2").arg(counted(length, "byte")).arg(limit);
 }
 

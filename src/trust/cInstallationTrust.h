@@ -28,10 +28,7 @@ public:
 
     cTrustClient& client() { return *m_client; }
 
-    /// The most bytes that a file named @p fileName may have by the roles that are here; -1 when none names it.
-    [[nodiscard]] qint64 limitOf(const QString& fileName) const;
-
-    /// Why a file is refused whose limit that is.
+    /// Why a file is refused that has no limit, cTrustClient::limitOf().
     [[nodiscard]] static QString notNamed() { return QStringLiteral("no trusted metadata names it"); }
 
     /// Why the file named @p fileName with this digest and length is not vouched for, as a sentence for people that

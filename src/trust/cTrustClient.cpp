@@ -30,6 +30,7 @@ void cTrustClient::beginAnew()
 {
     m_set = cTrustedSet(m_now);
     m_paths.clear();
+    m_limits.clear();
     m_storedTimestamp.clear();
     m_errorString.clear();
     m_isUnreachable = false;
@@ -244,8 +245,11 @@ bool cTrustClient::bring(const QString& role, const QString& parent, ITrustSourc
 
 void cTrustClient::index(const QString& role)
 {
-    for (const cTrustTarget& target : m_set.targets(role)->targets())
+    for (const cTrustTarget& target : m_set.targets(role)->targets()) {
         m_paths.insert(target.hashes.value(QStringLiteral("sha256")), target.path);
+        qint64& limit = m_limits[target.path.mid(target.path.lastIndexOf(QLatin1Char('/')) + 1)];
+        limit = qMax(limit, target.length);
+    }
 }
 
 /// The search: pre-order and depth first. @p has says whether the document of a role, of which there is one after that,

@@ -58,6 +58,9 @@ public:
     [[nodiscard]] std::optional<cTrustTarget> findContent(const QByteArray& sha256, qint64 length,
                                                           const QString& fileName) const;
 
+    /// The most bytes of a target named so, at any place, in the roles that are here by now; -1 when there is none.
+    [[nodiscard]] qint64 limitOf(const QString& fileName) const { return m_limits.value(fileName, -1); }
+
     const cTrustedSet& set() const { return m_set; }
 
     /// What was refused and why: "timestamp.json is refused: version 3 is older than what was seen, 5".
@@ -89,6 +92,7 @@ private:
     QDateTime m_now;
     cTrustedSet m_set;
     QMultiHash<QByteArray, QString> m_paths; // of the targets in the set, by their SHA-256
+    QHash<QString, qint64> m_limits;         // the greatest length of those of one file name
     QByteArray m_storedRoot;                 // as the store had it when the set was read from it, or brought up to date
     QByteArray m_storedTimestamp;
     QString m_errorString;
