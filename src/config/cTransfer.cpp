@@ -25,6 +25,9 @@ constexpr qint64 ReadBuffer = 256 * 1024;
 /// The bytes of a local file that are read at a time.
 constexpr qint64 LocalStep = 1024 * 1024;
 
+/// The most that is read of what a server says of an error.
+constexpr qint64 ErrorLimit = 64 * 1024;
+
 /// What a byte array can hold beside its own few bytes, and with it a transfer into memory.
 constexpr qint64 MemoryLimit = std::numeric_limits<int>::max() - 64;
 
@@ -217,6 +220,8 @@ void cTransfer::arrive()
     if (m_state != Running || !m_reply)
         return;
     m_silence.restart();
+    if (statusOf(*m_reply) >= 400)
+        return skip();
     checkOffset();
     if (m_state != Running)
         return;
@@ -226,6 +231,15 @@ void cTransfer::arrive()
     while (m_state == Running && m_reply->bytesAvailable() > 0) {
         take(m_reply->readAll());
     }
+}
+
+/// What a server says of an error is no part of the file, and no file that is too long.
+void cTransfer::skip()
+{
+    m_taken += m_reply->readAll().size();
+    if (m_taken > ErrorLimit)
+        fail(statusOf(*m_reply) == 404 ? QNetworkReply::ContentNotFoundError : QNetworkReply::UnknownContentError,
+             reasonOf(*m_reply));
 }
 
 void cTransfer::finish(const QNetworkReply* reply)
@@ -264,9 +278,6 @@ void cTransfer::take(const QByteArray& bytes)
     m_taken += bytes.size();
     if (isTooLong(m_taken))
         return fail(QNetworkReply::OperationCanceledError, QStringLiteral("more bytes than are accepted"));
-    // What a server says of an error is no part of the file.
-    if (m_options.offset > 0 && m_reply && statusOf(*m_reply) >= 400)
-        return;
     if (!m_hasDevice) {
         m_data.append(bytes);
         return;

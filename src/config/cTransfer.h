@@ -110,6 +110,7 @@ private:
     void connectReply();
     void checkSilence();
     void checkRate();
+    void skip();
     void take(const QByteArray& bytes);
     void checkOffset();
     void beginAnew();
