@@ -34,6 +34,19 @@ bool HttpSite::write(const QString& path, const QByteArray& bytes)
     return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
 }
 
+QString HttpSite::forge(const QString& steps)
+{
+    m_server.write(steps.toUtf8() + '\n');
+    while (m_server.canReadLine() || m_server.waitForReadyRead(30000)) {
+        const QString line = QString::fromUtf8(m_server.readLine().trimmed());
+        if (line.startsWith(QLatin1Char('=')))
+            return line.mid(1);
+        if (!line.isEmpty())
+            m_requests.append(line);
+    }
+    return QStringLiteral("no answer");
+}
+
 QUrl HttpSite::url(const QString& path, const QString& faults) const
 {
     const QString scheme = QFile::exists(m_folder.filePath(QStringLiteral("key.pem"))) ? "https" : "http";
@@ -45,10 +58,9 @@ QStringList HttpSite::takeRequests()
 {
     // The server tells of a request before it answers.
     m_server.waitForReadyRead(0);
-    QStringList paths;
     while (m_server.canReadLine())
-        paths.append(QString::fromLatin1(m_server.readLine().trimmed()));
-    return paths;
+        m_requests.append(QString::fromLatin1(m_server.readLine().trimmed()));
+    return std::exchange(m_requests, {});
 }
 
 QStringList HttpSite::makeCertificate()

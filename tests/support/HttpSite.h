@@ -27,6 +27,9 @@ public:
     /// Writes a file below the folder, with the folders that lead to it.
     bool write(const QString& path, const QByteArray& bytes);
 
+    /// Runs @p steps of tuf_site.py, which makes signed sites, honest and forged. @return why that failed; empty otherwise.
+    QString forge(const QString& steps);
+
     /// The URL of @p path; @p faults such as "~cut=100" or "~chunked/~cut=60" come before it.
     QUrl url(const QString& path = QString(), const QString& faults = QString()) const;
 
@@ -38,5 +41,6 @@ private:
 
     QTemporaryDir m_folder;
     QProcess m_server;
+    QStringList m_requests;
     int m_port = 0;
 };

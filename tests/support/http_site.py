@@ -2,7 +2,8 @@
 
     python3 http_site.py FOLDER [CERTIFICATE KEY]
 
-prints the port, then one line for each request, "/path" as it came. Ends when its standard input ends.
+prints the port, then one line for each request, "/path" as it came. Ends when its standard input ends. A line of that input
+is run by tuf_site.py, which serves files of its own, with faults of their own; "=" and the reason, if any, answers it.
 
 A path may begin with faults, "/~NAME=ARGUMENT/~NAME/rest/of/path":
 
@@ -46,6 +47,11 @@ def split_faults(path):
     return path, faults
 
 
+def encoded(path):
+    """The one form of a path: a slash that is part of a name stays apart from one between two."""
+    return "/".join(urllib.parse.quote(urllib.parse.unquote(part), "") for part in path.split("/"))
+
+
 class Handler(socketserver.StreamRequestHandler):
     def handle(self):
         try:
@@ -69,6 +75,7 @@ class Handler(socketserver.StreamRequestHandler):
             return False
         print(request[1], flush=True)
         path, faults = split_faults(request[1].partition("?")[0])
+        faults.update(split_faults("/%s/" % self.server.faults.get(encoded(path), ""))[1])
         if "garbage" in faults:
             self.wfile.write(b"\x00\xff this is not\nan answer\r\n\r\n")
             return False
@@ -92,12 +99,20 @@ class Handler(socketserver.StreamRequestHandler):
             return "302 Found", ["Location: " + urllib.parse.unquote(faults["redirect"]) + path], b"elsewhere"
         if "status" in faults:
             return faults["status"] + " By Request", [], b"no file"
+        body = self.read(path)
+        if body is None:
+            return "404 Not Found", [], b"no such file"
+        body += bytes(int(faults.get("fill", 0)))
+        return self.take_range(body, faults) if "ranges" in faults else ("200 OK", [], body)
+
+    def read(self, path):
+        if encoded(path) in self.server.made:
+            return self.server.made[encoded(path)]
         name = os.path.join(self.server.folder, os.path.normpath(urllib.parse.unquote(path)).lstrip("/"))
         if not os.path.isfile(name):
-            return "404 Not Found", [], b"no such file"
+            return None
         with open(name, "rb") as file:
-            body = file.read() + bytes(int(faults.get("fill", 0)))
-        return self.take_range(body, faults) if "ranges" in faults else ("200 OK", [], body)
+            return file.read()
 
     def take_range(self, body, faults):
         tag = '"%s"' % faults["ranges"]
@@ -145,6 +160,7 @@ class Server(socketserver.ThreadingTCPServer):
     def __init__(self, folder, certificate):
         super().__init__(("127.0.0.1", 0), Handler)
         self.folder = folder
+        self.made, self.faults = {}, {}
         if certificate:
             context = ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
             context.load_cert_chain(*certificate)
@@ -157,11 +173,26 @@ class Server(socketserver.ThreadingTCPServer):
         pass
 
 
+def answer_steps(server):
+    """Runs what comes on the standard input, to its end."""
+    site = None
+    for line in iter(sys.stdin.readline, ""):
+        try:
+            if not site:
+                import tuf_site
+
+                site = tuf_site.Site(server)
+            site.run(line)
+            print("=", flush=True)
+        except Exception as error:
+            print("=%r" % error, flush=True)
+
+
 def main():
     server = Server(os.path.abspath(sys.argv[1]), sys.argv[2:4])
     threading.Thread(target=server.serve_forever, daemon=True).start()
     print(server.server_address[1], flush=True)
-    sys.stdin.read()
+    answer_steps(server)
 
 
 main()
