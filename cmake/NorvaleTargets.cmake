@@ -57,7 +57,7 @@ function(norvale_add_test room name)
     endif()
     add_test(NAME ${room}.${name} COMMAND ${name})
     set_tests_properties(${room}.${name} PROPERTIES TIMEOUT ${arg_TIMEOUT} LABELS "${room};${arg_LABELS}"
-        ENVIRONMENT "QT_QPA_PLATFORM=offscreen;LC_ALL=C.UTF-8")
+        ENVIRONMENT "QT_QPA_PLATFORM=offscreen;LC_ALL=C.UTF-8;QTEST_FUNCTION_TIMEOUT=${arg_TIMEOUT}000") # one limit
     if(CMAKE_CROSSCOMPILING)
         norvale_not_under_wine(${room} ${name})
     endif()

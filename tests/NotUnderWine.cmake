@@ -4,7 +4,6 @@
 set(NORVALE_NOT_UNDER_WINE
     "install.tst_cInstallMgr removesLinksNotWhatTheyLeadTo" "Wine 8 makes no links: CreateSymbolicLinkW answers true and does nothing"
     "norvale.tst_Pack refuses:a link" "Wine 8 shows a link of the machine as what it leads to, and one that leads nowhere not at all"
-    "suite.tst_Mistakes areTold" "not yet tried on Windows: its folders lie on another drive than the programs, whose paths here name none"
     "suite.tst_Mistakes areTold:unresolved-symbol" "the linker of Windows does not let a symbol be missing"
     "config.tst_SecureDownloads" "the Qt that is built for Windows here has no SSL")
 

@@ -34,7 +34,7 @@ if(LIBDEFLATE_INCLUDE_DIR AND LIBDEFLATE_LIBRARY)
     norvale_version_in(version "${LIBDEFLATE_INCLUDE_DIR}/libdeflate.h" "LIBDEFLATE_VERSION_STRING[\t ]+\"([^\"]+)\"")
     list(APPEND CPACK_NORVALE_NEEDS_runtime "libdeflate|${version}|MIT|DYNAMIC_LINK")
 endif()
-if(NORVALE_TRUST AND LIBGCRYPT_INCLUDE_DIR AND LIBGCRYPT_LIBRARY)
+if(NORVALE_HAS_LIBGCRYPT)
     norvale_version_in(version "${LIBGCRYPT_INCLUDE_DIR}/gcrypt.h" "GCRYPT_VERSION \"([^\"]+)\"")
     list(APPEND CPACK_NORVALE_NEEDS_runtime "libgcrypt|${version}|LGPL-2.1-or-later|DYNAMIC_LINK")
     if(WIN32) # the zip has it beside libgcrypt

@@ -52,7 +52,8 @@
     X(norvale, Unreachable, 5, "the site's description could not be fetched")                                          \
     X(norvale, NoGraphviz, 6, "Graphviz's program dot is not there, or failed")                                        \
     X(norvale, Busy, 7, "another run of this program is changing the site")                                            \
-    X(norvale, Exists, 8, "there is something where a new project would be written")
+    X(norvale, Exists, 8, "there is something where a new project would be written")                                   \
+    X(norvale, NotSigned, 9, "signatures are missing: what is to be signed waits in tuf/staged")
 
 /// How a program ends; what the codes mean is in the list above.
 enum class ExitCode {

@@ -22,7 +22,7 @@ QStringList namesIn(const QList<cDescription::Entry>& entries)
 
 QString unknownCommand(const QStringList& words, const cDescription& description)
 {
-    QStringList known = namesIn(description.firstWords());
+    QStringList known = namesIn(description.wordsAfter());
     QString before;
     for (const QString& word : words + QStringList(QString())) {
         if (word.isEmpty())
@@ -30,10 +30,10 @@ QString unknownCommand(const QStringList& words, const cDescription& description
                 .arg(description.program, before, known.join(QLatin1Char('|')));
         if (!known.contains(word))
             return QStringLiteral("there is no command \"%1\"%2").arg(before + word, suggestionFor(word, known));
-        known = namesIn(description.secondWords(word.toUtf8()));
-        if (!before.isEmpty() || known.isEmpty())
+        known = namesIn(description.wordsAfter((before + word).toUtf8()));
+        if (known.isEmpty())
             return QString();
-        before = word + QLatin1Char(' ');
+        before += word + QLatin1Char(' ');
     }
     return QString();
 }
@@ -86,7 +86,8 @@ QString unknownIn(const QStringList& arguments, const cDescription& description)
     const QString unknown = unknownCommand(words, description);
     if (!unknown.isEmpty())
         return unknown;
-    const QByteArray first = words.first().toUtf8();
-    const bool isGroup = !description.secondWords(first).isEmpty();
-    return unknownOption(arguments, isGroup ? first + ' ' + words.at(1).toUtf8() : first, description);
+    QByteArray command = words.first().toUtf8();
+    for (int i = 1; !description.wordsAfter(command).isEmpty(); ++i)
+        command += ' ' + words.at(i).toUtf8();
+    return unknownOption(arguments, command, description);
 }

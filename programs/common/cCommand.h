@@ -13,7 +13,7 @@
  * variables that are named here; what it does not give keeps its value.
  *
  * A command is called by an option of its own ("--list", or "--send JSON"), or it is a sub-command ("pack", or "site
- * add" in the group "site"). All commands of a program are of one kind.
+ * add" in the group "site", or deeper). All commands of a program are of one kind.
  */
 struct cSyntax
 {

@@ -214,15 +214,19 @@ QString errorOf(const CLI::App& app, const cSyntax& syntax)
     return QString();
 }
 
-CLI::App* addSubcommand(CLI::App& app, const cSyntax& syntax)
+CLI::App* addWord(CLI::App& app, const QByteArray& name, const QString& help)
 {
     CLI::App* parent = &app;
-    QByteArray name = syntax.name;
-    if (name.contains(' ')) {
-        parent = app.get_subcommand(name.left(name.indexOf(' ')).toStdString());
-        name = name.mid(name.indexOf(' ') + 1);
-    }
-    CLI::App* const command = parent->add_subcommand(name.toStdString(), syntax.help);
+    QList<QByteArray> words = name.split(' ');
+    const QByteArray last = words.takeLast();
+    for (const QByteArray& group : qAsConst(words))
+        parent = parent->get_subcommand(group.toStdString());
+    return parent->add_subcommand(last.toStdString(), help.toStdString());
+}
+
+CLI::App* addSubcommand(CLI::App& app, const cSyntax& syntax)
+{
+    CLI::App* const command = addWord(app, syntax.name, QString::fromUtf8(syntax.help));
     command->footer(syntax.footer);
     for (const cSyntax::Parameter& parameter : syntax.parameters)
         addParameter(*command, parameter);
@@ -358,7 +362,7 @@ int cProgram::readSubcommand(CLI::App& app, const QStringList& arguments) const
     app.fallthrough();
     app.require_subcommand(1);
     for (const cDescription::Entry& group : m_description.groups)
-        app.add_subcommand(group.name.toStdString(), group.help.toStdString())->require_subcommand(1);
+        addWord(app, group.name, group.help)->require_subcommand(1);
     QList<CLI::App*> commands;
     for (const cSyntax& syntax : m_description.commands)
         commands.append(addSubcommand(app, syntax));

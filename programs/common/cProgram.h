@@ -17,7 +17,7 @@ public:
     /// @p description is the first line of the help.
     explicit cProgram(const char* description);
 
-    /// Adds a group of sub-commands, whose names begin with @p name and a blank.
+    /// Adds a group of sub-commands, whose names begin with @p name and a blank. It may be in a group itself.
     void addGroup(const char* name, const char* help) { m_description.groups.append({name, QString::fromUtf8(help)}); }
 
     /// Adds what the manual page tells of an environment variable, or of a file or folder.

@@ -19,6 +19,10 @@ void addGraphCommand(cProgram& program);
 /// Adds the group `norvale site` with the commands that list and verify a site, promote and retire; and `site add`.
 void addSiteCommands(cProgram& program);
 
+/// Adds `norvale site sign` and `site refresh`, and the group `norvale site keys`, which make what an installation
+/// trusts.
+void addSigningCommands(cProgram& program);
+
 /// Adds `norvale site add`, which publishes a feature or a runtime.
 void addSiteAddCommand(cProgram& program);
 

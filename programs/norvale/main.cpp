@@ -16,6 +16,8 @@ int main(int argc, char** argv)
     addLintCommand(program);
     addGraphCommand(program);
     addSiteCommands(program);
+    addSigningCommands(program);
+    program.addVariable("NORVALE_SITE_KEYS", "The folder of the keys that sign a site, where --keys does not name one.");
     addTrustCommand(program);
     return int(program.run(QCoreApplication::arguments()));
 }

@@ -10,12 +10,9 @@
 
 namespace CanonicalJson {
 
-/// The deepest nesting that is read.
-constexpr int MaxDepth = 64;
-
 /// Reads an object; in any form, as signatures are not over the text. @return nothing when it is not one, is nested too
-/// deep, or has a member twice, a number that is not a whole one of 64 bits ("1.0" and "1e3", too), or half of a
-/// surrogate pair; @p error then tells why, with the place in the text.
+/// deep or too large (cJsonBounds), or has a member twice, a number that is not a whole one of 64 bits ("1.0" and
+/// "1e3", too), or half of a surrogate pair; @p error then tells why, with the place in the text.
 [[nodiscard]] std::optional<QJsonObject> read(const QByteArray& text, QString* error);
 
 /// The canonical form: members in the order of their names, no blanks, strings as UTF-8 with only the quote and the

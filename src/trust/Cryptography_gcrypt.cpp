@@ -1,11 +1,9 @@
 #include "trust/Cryptography.h"
 
 #include "trust/cDerReader.h"
+#include "trust/cEd25519.h"
 
 #include <gcrypt.h>
-
-#include <algorithm>
-#include <cstring>
 
 namespace {
 
@@ -32,11 +30,11 @@ bool isReady()
     return ready;
 }
 
-/// An expression of the library's language, in which it takes keys, data and signatures.
+/// An expression of the library's language, in which it takes keys, data and signatures. Its parts have at most 65,535
+/// bytes: the library does not look, and aborts later.
 class cExpression
 {
 public:
-    cExpression() = default;
     /// %b in @p format takes a length and a pointer, %d a number.
     template <typename... Arguments>
     explicit cExpression(const char* format, Arguments... arguments)
@@ -48,20 +46,8 @@ public:
     Q_DISABLE_COPY(cExpression)
 
     operator gcry_sexp_t() const { return m_expression; }
-    gcry_sexp_t* out() { return &m_expression; }
-
-    /// The value of the first list named @p name.
-    QByteArray valueOf(const char* name) const
-    {
-        const cExpression list(gcry_sexp_find_token(m_expression, name, 0));
-        size_t size = 0;
-        const char* const data = list ? gcry_sexp_nth_data(list, 1, &size) : nullptr;
-        return data ? QByteArray(data, int(size)) : QByteArray();
-    }
 
 private:
-    explicit cExpression(gcry_sexp_t expression) : m_expression(expression) {}
-
     gcry_sexp_t m_expression = nullptr;
 };
 
@@ -74,32 +60,6 @@ bool verifies(const cExpression& key, const cExpression& data, const cExpression
 QByteArray asUnsigned(const QByteArray& number)
 {
     return '\0' + number;
-}
-
-cExpression ed25519Data(const QByteArray& message)
-{
-    return cExpression("(data (flags eddsa) (hash-algo sha512) (value %b))", int(message.size()), message.constData());
-}
-
-/// Whether the second half of an Ed25519 signature lies below the order of the curve's group, as RFC 8032 demands. The
-/// library takes what lies above, too, so that a signature would have several forms.
-bool isReduced(const QByteArray& half)
-{
-    static const QByteArray order =
-        QByteArray::fromHex("1000000000000000000000000000000014def9dea2f79cd65812631a5cf5d3ed");
-    QByteArray number = half; // little-endian
-    std::reverse(number.begin(), number.end());
-    return std::memcmp(number.constData(), order.constData(), SeedSize) < 0;
-}
-
-bool verifyEd25519(const QByteArray& point, const QByteArray& message, const QByteArray& signature)
-{
-    if (point.size() != SeedSize || signature.size() != Ed25519SignatureSize || !isReduced(signature.mid(SeedSize)))
-        return false;
-    return verifies(cExpression("(public-key (ecc (curve Ed25519) (flags eddsa) (q %b)))", SeedSize, point.constData()),
-                    ed25519Data(message),
-                    cExpression("(sig-val (eddsa (r %b) (s %b)))", SeedSize, signature.constData(), SeedSize,
-                                signature.constData() + SeedSize));
 }
 
 bool verifyEcdsa(const QByteArray& point, const QByteArray& message, const QByteArray& signature)
@@ -173,7 +133,8 @@ bool verify(const PublicKey& key, const QByteArray& message, const QByteArray& s
         return false;
     switch (key.scheme) {
     case Scheme::Ed25519:
-        return verifyEd25519(key.point, message, signature);
+        return key.point.size() == SeedSize && signature.size() == Ed25519SignatureSize &&
+               cEd25519().verify(key.point, message, signature);
     case Scheme::EcdsaP256:
         return verifyEcdsa(key.point, message, signature);
     case Scheme::RsaPss:
@@ -195,34 +156,12 @@ KeyPair makeEd25519()
 
 QByteArray ed25519PointOf(const QByteArray& seed)
 {
-    if (seed.size() != SeedSize || !isReady())
-        return {};
-    const cExpression key("(private-key (ecc (curve Ed25519) (flags eddsa) (d %b)))", SeedSize, seed.constData());
-    gcry_ctx_t context = nullptr;
-    if (!key || gcry_mpi_ec_new(&context, key, nullptr) != 0)
-        return {};
-    gcry_mpi_t point = gcry_mpi_ec_get_mpi("q@eddsa", context, 1);
-    unsigned bits = 0;
-    const void* const bytes = point ? gcry_mpi_get_opaque(point, &bits) : nullptr;
-    const QByteArray result = bytes ? QByteArray(static_cast<const char*>(bytes), int((bits + 7) / 8)) : QByteArray();
-    gcry_mpi_release(point);
-    gcry_ctx_release(context);
-    return result.size() == SeedSize ? result : QByteArray();
+    return seed.size() == SeedSize && isReady() ? cEd25519().pointOf(seed) : QByteArray();
 }
 
 QByteArray signEd25519(const QByteArray& seed, const QByteArray& message)
 {
-    const QByteArray point = ed25519PointOf(seed);
-    if (point.isEmpty())
-        return {};
-    const cExpression key("(private-key (ecc (curve Ed25519) (flags eddsa) (q %b) (d %b)))", SeedSize,
-                          point.constData(), SeedSize, seed.constData());
-    const cExpression data = ed25519Data(message);
-    cExpression signature;
-    if (!key || !data || gcry_pk_sign(signature.out(), data, key) != 0)
-        return {};
-    const QByteArray value = signature.valueOf("r") + signature.valueOf("s");
-    return value.size() == Ed25519SignatureSize ? value : QByteArray();
+    return seed.size() == SeedSize && isReady() ? cEd25519().sign(seed, message) : QByteArray();
 }
 
 struct cDigest::Private

@@ -15,7 +15,7 @@ bool isAvailable()
 
 QString description()
 {
-    return QStringLiteral("it was built without libgcrypt, so that it can neither verify signatures nor sign");
+    return QStringLiteral("Norvale was built without libgcrypt, and can neither verify signatures nor sign");
 }
 
 bool verify(const PublicKey&, const QByteArray&, const QByteArray&)

@@ -177,6 +177,11 @@ bool cTrustClient::refreshRoot(ITrustSource& source)
         }
         if (!m_set.updateRoot(bytes))
             return refuse(name, m_set.errorString());
+        // What was signed by keys that were taken away does not bind those that follow; not after a kill either, and
+        // so it goes before the root that says so comes.
+        if (m_set.isRotated() &&
+            !(m_store.forget(TimestampRole, &m_errorString) && m_store.forget(SnapshotRole, &m_errorString)))
+            return false;
         if (!save(RootRole, bytes))
             return false;
     }
@@ -186,9 +191,7 @@ bool cTrustClient::refreshRoot(ITrustSource& source)
 
 bool cTrustClient::refreshTimestamp(ITrustSource& source)
 {
-    // Keys that were taken away may have signed what is here: it does not bind those that follow. What they signed is
-    // replaced, not removed first, so that a refresh that fails leaves all that there was.
-    const QByteArray seen = m_set.isRotated() ? QByteArray() : m_store.load(TimestampRole);
+    const QByteArray seen = m_store.load(TimestampRole);
     const bool isSeen = !seen.isEmpty() && m_set.updateTimestamp(seen, true);
     if (isSeen) {
         const QByteArray snapshot = m_store.load(SnapshotRole);

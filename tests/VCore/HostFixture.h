@@ -1,8 +1,8 @@
 #pragma once
 
 #include "ChildRun.h"
-#include "Files.h"
 #include "Platform.h"
+#include "PluginFolder.h"
 #include "Rows.h"
 #include "SettingsSandbox.h"
 
@@ -67,27 +67,27 @@ public:
     /// Writes one value of the machine-wide settings.
     void setMachineValue(const QString& key, const QVariant& value) { m_sandbox.setMachineValue(key, value); }
 
-    /// Writes another installation, whose feature @p feature has the plugins of @p manifests (name to text of
-    /// `plugin`).
-    QString makeSuite(const QString& feature, const QMap<QString, QString>& manifests)
+    /// Writes another installation, whose feature @p feature has the plugins of @p plugins (name to the words of
+    /// writePlugin()), each with @p library.
+    QString makeSuite(const QString& feature, const Variables& plugins, const QString& library = QString())
     {
         const QString root = path(QString("suite%1").arg(++m_madeSuites));
-        QString plugins;
-        for (auto it = manifests.begin(); it != manifests.end(); ++it) {
-            plugins += QString("<plugin name='%1' version='1.00.000'/>").arg(it.key());
-            writeFile(QString("%1/plugins/%2-1.00.000/Manifest.xml").arg(root, it.key()), it.value().toUtf8());
+        QString elements;
+        for (auto it = plugins.begin(); it != plugins.end(); ++it) {
+            elements += QString("<plugin name='%1' version='1.00.000'/>").arg(it.key());
+            writePlugin(root, it.key() + "-1.00.000", it.value(), library);
         }
         const QString features = "<repository name='main' version='1.0.0'><feature name='%1' version='1.0.0' "
                                  "active='true'><plugins>%2</plugins></feature></repository>";
-        writeFile(root + "/plugins/features.xml", features.arg(feature, plugins).toUtf8());
+        writeFile(root + "/plugins/features.xml", features.arg(feature, elements).toUtf8());
         return root;
     }
 
     /// Runs VCore to its end, with the words of @p line as arguments, or with those given.
     Ended run(const QString& line) const { return run(wordsOf(line)); }
-    Ended run(const QStringList& arguments, const Variables& variables = {}) const
+    Ended run(const QStringList& arguments, const Variables& variables = {}, const QString& folder = QString()) const
     {
-        return runToEnd(VCORE_PROGRAM, arguments, variables);
+        return runToEnd(VCORE_PROGRAM, arguments, variables, folder);
     }
 
     /// Starts the host of the fixture, with an empty journal, for Platform::interrupt().

@@ -52,6 +52,7 @@ offers "" VCore --check --categ
 offers "$folder/man" VCore --log "$folder/ma"
 offers "lint" norvale li
 offers "--feature --feature-version" norvale site add --fe
+offers "init" norvale site keys in
 if command -v fish >/dev/null; then
     found=$(fish --no-config -c "source '$folder/fish/VCore.fish'; complete -C 'VCore --color '" | cut -f1 | tr '\n' ' ')
     [ "$found" = "always auto never " ] || complain "fish offers \"$found\""

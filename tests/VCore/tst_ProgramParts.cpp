@@ -1,4 +1,4 @@
-#include "Platform.h"
+#include "ChildRun.h"
 #include "Rows.h"
 
 #include "SuiteReport.h"
@@ -145,23 +145,20 @@ private slots:
     {
         if (!Platform::hasUnixFiles())
             QSKIP("signals of this kind are not to be had");
-        QProcess child;
-        child.start(QCoreApplication::applicationFilePath(), {"child"});
-        QVERIFY(child.waitForFinished());
-        QCOMPARE(child.exitCode(), int(ExitCode::HardStop));
+        QCOMPARE(runToEnd(QCoreApplication::applicationFilePath(), {"child"}, {}).code, int(ExitCode::HardStop));
     }
 };
 
+static int isStopped(const QStringList&)
+{
+    const cStopSignals stopSignals;
+    std::raise(SIGTERM);
+    std::this_thread::sleep_for(std::chrono::seconds(20));
+    return 0;
+}
+
 int main(int argc, char** argv)
 {
-    QCoreApplication application(argc, argv);
-    if (application.arguments().contains("child")) {
-        const cStopSignals stopSignals;
-        std::raise(SIGTERM);
-        std::this_thread::sleep_for(std::chrono::seconds(20));
-        return 0;
-    }
-    tst_ProgramParts test;
-    return QTest::qExec(&test, argc, argv);
+    return runTestOrChild<tst_ProgramParts>(argc, argv, isStopped);
 }
 #include "tst_ProgramParts.moc"

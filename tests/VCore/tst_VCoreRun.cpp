@@ -1,15 +1,5 @@
 #include "HostFixture.h"
 
-namespace {
-
-QString manifest(const QString& interfaceVersion, const QString& dependencies = QString())
-{
-    return QStringLiteral(R"(<m><plugin runtime_api_version="%1"><dependencies>%2</dependencies></plugin></m>)")
-        .arg(interfaceVersion, dependencies);
-}
-
-} // namespace
-
 class tst_VCoreRun : public QObject
 {
     Q_OBJECT
@@ -41,15 +31,14 @@ private slots:
         row("log in no folder", "--log /no/such/folder/x", ExitCode::FileFailed, "/no/such/folder/x", built);
         row("trace in no folder", "--start-only --trace /no/such/folder/y", ExitCode::FileFailed, "/no/such/folder/y",
             built);
-        const QString sound = manifest("13");
-        row("no core", "", ExitCode::NoCore, "\"Core\" is not installed", m_fixture.makeSuite("Other", {{"A", sound}}));
-        row("other interface", "", ExitCode::StartFailed, "12", m_fixture.makeSuite("Core", {{"A", manifest("12")}}));
+        row("no core", "", ExitCode::NoCore, "\"Core\" is not installed", m_fixture.makeSuite("Other", {{"A", ""}}));
+        row("other interface", "", ExitCode::StartFailed, "12",
+            m_fixture.makeSuite("Core", {{"A", "<m><plugin runtime_api_version='12'/></m>"}}));
         row("circle", "", ExitCode::Fatal, "Cannot start under this circumstances.",
-            m_fixture.makeSuite("Core", {{"A", manifest("13", "<dependency>B</dependency>")},
-                                         {"B", manifest("13", "<dependency>A</dependency>")}}));
+            m_fixture.makeSuite("Core", {{"A", "needs:B"}, {"B", "needs:A"}}));
         row("list with a faulty plugin", "--list", ExitCode::PluginFailed,
             "error: 1 plugin should run and has failed; the column \"reason\" tells why",
-            m_fixture.makeSuite("Core", {{"Broken", "<m><plugin"}, {"Fine", sound}}));
+            m_fixture.makeSuite("Core", {{"Broken", "<m><plugin"}, {"Fine", ""}}));
     }
     void endsWithTheCodeOf()
     {
@@ -80,19 +69,6 @@ private slots:
             QCOMPARE(names.count(name), 1);
         QCOMPARE(names.mid(names.indexOf("stop the suite")),
                  QStringList({"stop the suite", "stop Later", "stop Base"}));
-    }
-
-    void tracesAFailedStart()
-    {
-        const QString trace = m_fixture.path("failed.json");
-        m_fixture.useSuite(m_fixture.makeSuite("Core", {{"A", manifest("13", "<dependency>Absent</dependency>")}}));
-        QCOMPARE(m_fixture.run({"--trace", trace}).code, int(ExitCode::Fatal));
-        const QJsonArray spans = HostFixture::spansOf(trace);
-        QCOMPARE(spans.size(), 4);
-        QCOMPARE(spans[1]["name"].toString(), QString("install what waits"));
-        QCOMPARE(spans[2]["name"].toString(), QString("start the suite"));
-        QVERIFY(spans[2]["args"]["unfinished"].toBool());
-        QCOMPARE(spans[3]["name"].toString(), QString("read manifest A"));
     }
 
     void listsWhatIsInstalled();

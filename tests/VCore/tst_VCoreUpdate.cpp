@@ -1,109 +1,14 @@
-#include "HostFixture.h"
-#include "HttpSite.h"
-#include "MachineProgram.h"
+#include "UpdateSite.h"
 
-#include <QtCore/QCryptographicHash>
 #include <QtCore/QLockFile>
-#include <QtCore/QRandomGenerator>
 
-namespace {
-
-const QString Site =
-    "<site><repository config='release' status='release' platform='x64' update='main' content='.'/></site>";
-
-QByteArray manifest(const QString& name, const QString& version)
-{
-    return QString("<m><plugin name='%1' version='%2' runtime_api_version='13'/></m>").arg(name, version).toUtf8();
-}
-
-/// A package whose @p size bytes beside the manifest no compression makes fewer.
-QByteArray package(const QTemporaryDir& folder, const QString& name, const QString& version, int size)
-{
-    QByteArray noise;
-    QRandomGenerator generator(1);
-    while (noise.size() < size)
-        noise += char(generator.generate());
-    writeFile(folder.filePath("Manifest.xml"), manifest(name, version));
-    writeFile(folder.filePath("fill"), noise);
-    const QString zip = folder.filePath(name + ".zip");
-    MachineProgram::execute("python3", {"-m", "zipfile", "-c", zip, "Manifest.xml", "fill"}, folder.path());
-    return readFile(zip);
-}
-
-QString pluginElement(const QString& name, const QString& version, const QByteArray& package,
-                      const QString& source = "%1-%2.zip")
-{
-    const QByteArray hash = QCryptographicHash::hash(package, QCryptographicHash::Sha1).toHex();
-    return QString("<plugin name='%1' version='%2' size='%3'><source>" + source +
-                   "</source><hash method='sha1'>%4</hash></plugin>")
-        .arg(name, version, QString::number(package.size()), QString::fromLatin1(hash));
-}
-
-QString feature(const QString& name, const QString& version, const QString& plugins)
-{
-    return QString("<feature name='%1' version='%2'><plugins>%3</plugins></feature>").arg(name, version, plugins);
-}
-
-} // namespace
-
-/// The commands that check, fetch and install, as a person and a script meet them: version 1.0.0 of the feature "Core"
-/// with the plugin A is installed, and an update site has whatever the test puts there.
-class tst_VCoreUpdate : public QObject
+/// The commands that check, fetch and install, as a person and a script meet them.
+class tst_VCoreUpdate : public QObject, private UpdateSite
 {
     Q_OBJECT
 
-    HostFixture m_fixture;
-    HttpSite m_site;
-    QTemporaryDir m_work;
-    QString m_suite;
-
-    QString inSuite(const QString& path) const { return m_suite + '/' + path; }
-    static QString dropbox()
-    {
-        return QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) + "/Varkel/VCore/Dropbox";
-    }
-
-    /// Puts a repository description onto the site.
-    void publish(const QString& version, const QString& content)
-    {
-        const QString xml = QString("<repository name='main' version='%1'>%2</repository>").arg(version, content);
-        QVERIFY(m_site.write("repository.xml", xml.toUtf8()));
-    }
-
-    /// An update of Core whose package is fetched as @p source; QString as the rows take it.
-    QString update(const QString& source = "%1-%2.zip") const
-    {
-        return feature("Core", "2.0.0",
-                       pluginElement("A", "2.00.000", readFile(m_site.folder() + "/A-2.00.000.zip"), source));
-    }
-
-    /// Starts the host, which lists the plugin A in @p version, and ends it.
-    void servesA(const QString& version)
-    {
-        QVERIFY(m_fixture.serve());
-        QVERIFY(m_fixture.run("--list").output.contains(QRegularExpression("\nA +" + version)));
-        QCOMPARE(m_fixture.quit(), 0);
-    }
-
 private slots:
-    void initTestCase()
-    {
-        QVERIFY(m_site.isRunning());
-        QVERIFY(m_site.write("site.xml", Site.toUtf8()));
-        QVERIFY(m_site.write("A-2.00.000.zip", package(m_work, "A", "2.00.000", 100000)));
-        QVERIFY(m_site.write("B-1.00.000.zip", package(m_work, "B", "1.00.000", 0)));
-        QVERIFY(m_site.write("run-2", "setup"));
-    }
-
-    void init()
-    {
-        m_suite = m_fixture.makeSuite("Core", {{"A", manifest("A", "1.0.0")}});
-        m_fixture.useSuite(m_suite);
-        QDir(dropbox()).removeRecursively();
-        m_fixture.setMachineValue("ConfigMgr/RepositoryName", "main");
-        m_fixture.setMachineValue("ConfigMgr/RepositoryVersion", "1.00.000");
-        QCOMPARE(m_fixture.run({"--update-sites", m_site.url().toString()}).code, 0);
-    }
+    void init() { begin(); }
 
     void endsWithTheCodeOf_data()
     {
@@ -164,34 +69,6 @@ private slots:
         QCOMPARE(ended.code, int(code));
     }
 
-    void answersInJson_data()
-    {
-        const Rows<QString> row("members");
-        const QString install = "failed_commands features installed left_out reason removed result";
-        row("--check", "current_version requires_new_core result_code sites size update_to_version");
-        row("--update", "current_version requires_new_core result_code sites size update_to_version");
-        row("--update-sites", "sites");
-        row("--install", install);
-        row("--bootstrap", install);
-        row("--uninstall", "folder result waiting");
-        row("--verify", "files findings plugins reason result");
-        row("--repair", "failed_commands reason repaired result unrepaired");
-        row("--report", "file text");
-        row("--install-dir", "folder setting");
-        row("--disable", "disabled");
-        row("--enable", "disabled");
-        row("--list", "core_version disabled features plugins running services");
-    }
-    void answersInJson()
-    {
-        const QString words = QTest::currentDataTag();
-        publish("2.0.0", update());
-        const QString site = m_site.folder() + "/repository.xml";
-        const QMap<QString, QString> values{{"--install", site}, {"--disable", "A"}, {"--enable", "A"}};
-        const Ended ended = m_fixture.run(QString("--json %1 %2").arg(words, values.value(words)).trimmed());
-        QTEST(QStringList(QJsonDocument::fromJson(ended.output.toUtf8()).object().keys()).join(' '), "members");
-    }
-
     void tellsWhatTheSitesAnswer_data()
     {
         const Rows<QStringList, ExitCode, QString> row("sites", "code", "said");
@@ -213,50 +90,13 @@ private slots:
     void showsAndSetsTheSites()
     {
         QCOMPARE(m_fixture.run("--update-sites").output, m_site.url().toString() + '\n');
-        const QString folder = QDir(m_work.path()).canonicalPath();
+        const QString folder = QDir(m_fixture.path("")).canonicalPath();
         const QStringList sites{"https://example.org/a%20b", "http://example.org:8080/",
                                 QUrl::fromLocalFile(folder).toString()};
         QCOMPARE(m_fixture.run({"--update-sites", sites[0], sites[1], folder}).code, 0);
         QCOMPARE(m_fixture.run("--update-sites").output, sites.join('\n') + '\n');
         QCOMPARE(m_fixture.run("--update-sites example.org").code, int(ExitCode::Usage));
         QCOMPARE(m_fixture.run("--update-sites none").output, QString());
-        const Ended ended = m_fixture.run("--check");
-        QCOMPARE(ended.code, int(ExitCode::NoUpdate));
-        QVERIFY2(ended.output.contains("no update site is set"), qPrintable(ended.output));
-    }
-
-    void showsAndSetsTheInstallation_data()
-    {
-        const Rows<QString, ExitCode, QString> row("folder", "code", "said");
-        row("what is set", "", ExitCode::Ok, "The installation folder is ");
-        row("one with plugins", "other", ExitCode::Ok, "The installation folder is ");
-        row("one to install from", "fresh", ExitCode::Ok, "The installation folder is ");
-        row("none that is there", "nowhere", ExitCode::Usage, "nowhere does not exist");
-        row("a file", "other/file", ExitCode::Usage, "file is no folder");
-        row("the folder of the plugins", "other/plugins", ExitCode::Usage,
-            "the installation folder is the one around it");
-        row("an empty one", "empty", ExitCode::Usage, "neither the folder \"plugins\" is in it, nor \"Bootstrap\"");
-    }
-    void showsAndSetsTheInstallation()
-    {
-        const auto [folder, code, said] = cells<QString, ExitCode, QString>("folder", "code", "said");
-        for (const char* file :
-             {"other/file", "other/plugins/features.xml", "fresh/Bootstrap/repository.xml", "empty/x/y"})
-            writeFile(m_work.filePath(file), "<repository/>");
-        const QString whole = QDir::cleanPath(m_work.filePath(folder));
-        const Ended ended =
-            m_fixture.run(folder.isEmpty() ? QStringList("--install-dir") : QStringList{"--install-dir", whole + '/'});
-        QCOMPARE(ended.code, int(code));
-        QVERIFY2((ended.output + ended.reasons).contains(said), qPrintable(ended.output + ended.reasons));
-        const QString set = QDir::toNativeSeparators(code == ExitCode::Ok && !folder.isEmpty() ? whole : m_suite);
-        QVERIFY2(m_fixture.run("--install-dir").output.contains("is " + set + " (\"InstallDir\" in "), qPrintable(set));
-        if (Platform::hasUnixFiles()) { // where settings can be had in a place that is none
-            const Ended refused =
-                m_fixture.run({"--install-dir", m_suite}, {{"XDG_CONFIG_DIRS", m_work.filePath("other/file")}});
-            QCOMPARE(refused.code, int(ExitCode::SettingsFailed));
-            QVERIFY2(refused.reasons.contains("other/file/Varkel/Pelmora.conf cannot be written"),
-                     qPrintable(refused.reasons));
-        }
     }
 
     void fetchesInstallsAndRemoves()
@@ -311,97 +151,6 @@ private slots:
         lock.unlock();
         servesA("2.00.000");
     }
-
-    void startsWhatIsInstalledWhenNothingElseCanBe()
-    {
-        publish("2.0.0", update());
-        QCOMPARE(m_fixture.run("--update").code, 0);
-        QFile waiting(dropbox() + "/A-2.00.000.zip");
-        QVERIFY(waiting.open(QIODevice::ReadWrite));
-        QVERIFY(waiting.seek(100));
-        QCOMPARE(waiting.write("damage"), qint64(6));
-        waiting.close();
-        servesA("1.00.000");
-        QCOMPARE(m_fixture.run("--update").code, 0); // fetches anew what was damaged
-        servesA("2.00.000");
-    }
-
-#ifdef FILE_FAULTS
-    void survivesADiskThatFails_data()
-    {
-        const Rows<QStringList, QString, int, QString> row("words", "fault", "code", "version");
-        const QStringList install{"--install", m_site.folder() + "/repository.xml"};
-        const QStringList sites{"--update-sites", "http://example.org"};
-        row("read-only for the sites", sites, "EROFS 1", int(ExitCode::SettingsFailed), "1.00.000");
-        row("full while it fetches", {"--update"}, "ENOSPC 1", int(ExitCode::FetchFailed), "1.00.000");
-        row("full while it installs", install, "ENOSPC 3", int(ExitCode::InstallIncomplete), "1.00.000");
-        row("full while a start installs what waits", {"--start-only"}, "ENOSPC 1", int(ExitCode::Ok), "2.00.000");
-        row("killed while it installs", install, "kill 10", -1, "1.00.000");
-        row("killed while it tidies up", install, "kill last", -1, "2.00.000");
-        row("read-only while it removes", {"--uninstall"}, "EROFS 1", int(ExitCode::UninstallIncomplete), "1.00.000");
-    }
-    void survivesADiskThatFails()
-    {
-        const auto [words, fault, version] = cells<QStringList, QString, QString>("words", "fault", "version");
-        publish("2.0.0", update());
-        const Variables folders{{"--update", dropbox()}, {"--update-sites", m_fixture.path("user")}};
-        QString said;
-        const auto run = [&, words = words](const QString& what) {
-            Variables faults = faultsBelow(folders.value(words.first(), m_suite), what);
-            if (words.first() == "--update-sites")
-                faults["FILE_FAULTS_REGISTRY"] = "1";
-            const Ended ended = m_fixture.run(words, faults);
-            said = ended.reasons;
-            return ended.code;
-        };
-        if (words.first() == "--start-only")
-            QCOMPARE(m_fixture.run("--update").code, 0);
-        int code = fault == "kill last" ? 0 : run(fault);
-        for (int number = 100; fault == "kill last" && code == 0 && number > 0; --number) {
-            init();
-            code = run(QString("kill %1").arg(number));
-        }
-        QTEST(code, "code");
-        const char* cause = fault.startsWith("ENOSPC")  ? "no space is left on the device that holds "
-                            : fault.startsWith("EROFS") ? " is read-only"
-                                                        : "";
-        if (words.first() == "--update-sites" && !Platform::hasUnixFiles()) // the registry has other causes
-            cause = "access is denied";
-        QVERIFY2(said.contains(cause), qPrintable(said));
-        QCOMPARE(said.contains("it waits there; mend the cause"), words.first() == "--start-only");
-        servesA(version);
-    }
-    void aFullDiskLosesNoSettings_data()
-    {
-        const Rows<QStringList, QString, int> row("words", "file", "code");
-        const QString machine = QSettings(QSettings::SystemScope, "Varkel", "Pelmora").fileName();
-        const QString user = QSettings(QSettings::UserScope, "Varkel", "VCore").fileName();
-        row("the sites", {"--update-sites", "http://example.org"}, user, int(ExitCode::SettingsFailed));
-        row("an install", {"--install", m_site.folder() + "/repository.xml"}, machine,
-            int(ExitCode::InstallIncomplete));
-    }
-    void aFullDiskLosesNoSettings()
-    {
-        if (!Platform::hasUnixFiles())
-            QSKIP("settings stand in the registry");
-        const auto [words, file, code] = cells<QStringList, QString, int>("words", "file", "code");
-        publish("2.0.0", update());
-        const QByteArray before = readFile(file);
-        QVERIFY(before.size() > 20);
-        int call = 0;
-        for (bool isDone = false; !isDone;) {
-            const QString fault = QString("ENOSPC %1").arg(++call);
-            const Ended ended = m_fixture.run(words, faultsBelow(QFileInfo(file).path(), fault));
-            isDone = ended.code == 0;
-            QCOMPARE(ended.code, isDone ? 0 : code);
-            QCOMPARE(readFile(file) == before, !isDone);
-            QVERIFY2(isDone || call == 1 || ended.reasons.contains("no space is left on the device that holds "),
-                     qPrintable(ended.reasons));
-        }
-        QVERIFY2(call > 6, qPrintable(QString::number(call)));
-        QVERIFY(words.first() != "--install" || readFile(file).contains("2.00.000"));
-    }
-#endif
 
     void isCancelled_data()
     {

@@ -159,15 +159,6 @@ private slots:
         QCOMPARE(manager.locations().size(), urls.size());
         QVERIFY(IConfigMgr::setUpdateLocations({}));
         QCOMPARE(IConfigMgr::updateLocations(), QList<QUrl>());
-
-        const QString file = QSettings().fileName();
-        if (!QFile::exists(file)) // settings in the registry can always be written here
-            return;
-        QVERIFY(QFile::remove(file));
-        QVERIFY(QDir().mkpath(file + "/x"));
-        QVERIFY(!IConfigMgr::setUpdateLocations(urls));
-        QCOMPARE(m_fixture.logged("The update locations are not kept"), 1);
-        QVERIFY(QDir(file).removeRecursively());
     }
     void answersThroughTheFacadeUntilItEnds()
     {

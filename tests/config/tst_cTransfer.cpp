@@ -129,7 +129,9 @@ private slots:
             QSKIP("Linux tells the peak of a process's memory");
         const qint64 before = peak();
         const auto transfer = isIntoADevice ? run(urlOf(url), options, &device) : run(urlOf(url), options);
-        QCOMPARE(transfer->errorString(), QString("more bytes than are accepted"));
+        const bool isAnError = url.contains("status"); // whose text is no part of the file
+        QCOMPARE(transfer->errorString(),
+                 QString(isAnError ? "the server answers 500 By Request" : "more bytes than are accepted"));
         QVERIFY2(peak() - before < Limit + (4 << 20), qPrintable(QString::number(peak() - before)));
     }
     void copiesALocalFileOfAnySize()
@@ -192,9 +194,7 @@ private slots:
 private:
     QUrl urlOf(const QString& path) const
     {
-        if (path.startsWith("file:"))
-            return QUrl::fromLocalFile(QDir(m_site.folder()).absoluteFilePath(path.mid(5)));
-        return m_site.url(path);
+        return path.startsWith("file:") ? m_site.fileUrl(path.mid(5)) : m_site.url(path);
     }
     QSharedPointer<cTransfer> make(const QString& path, std::optional<QIODevice*> device = std::nullopt)
     {

@@ -85,8 +85,7 @@ private slots:
     }
     void settingsAreWrittenAsQtReadsThem()
     {
-        SettingsChanges values{
-            {"plain", "x"}, {"General/plain", 1}, {"true", true}, {"a/b c/%d\u00e4\u20ac", -1.5}};
+        SettingsChanges values{{"plain", "x"}, {"General/plain", 1}, {"true", true}, {"a/b c/%d\u00e4\u20ac", -1.5}};
         const QStringList texts{"",
                                 " x",
                                 "x ",
@@ -207,19 +206,10 @@ private slots:
         QVERIFY(!isRead);
 
         QDomDocument doc;
-        const QByteArrayList accepted{
-            "<a xmlns='urn:a' xmlns:p='urn:p' p:b='c'><p:d p:e='f'/> <g xmlns=''/></a>",
-            "<?xml version='1.0'?><!DOCTYPE a [<!ENTITY b 'c'>]><q:a d='&b;&e;'>&b;<!-- - --><![CDATA[<]]></q:a>"};
         const QByteArrayList refused{"", "<a><b></a>", QByteArray("<a>").repeated(1000000)};
         for (bool hasNamespaces : {false, true}) {
             QVERIFY(Corvane::FileReadDom(file("<p:a xmlns:p='urn:p'/>"), doc, hasNamespaces));
             QCOMPARE(doc.documentElement().namespaceURI(), QString(hasNamespaces ? "urn:p" : ""));
-            for (const QByteArray& xml : accepted) {
-                QDomDocument direct;
-                QVERIFY(direct.setContent(xml, hasNamespaces));
-                QVERIFY2(Corvane::FileReadDom(file(xml), doc, hasNamespaces), xml);
-                QCOMPARE(doc.toString(), direct.toString());
-            }
             for (const QByteArray& xml : refused)
                 QVERIFY2(!Corvane::FileReadDom(file(xml), doc, hasNamespaces), xml.left(40));
         }

@@ -126,8 +126,10 @@ void tst_CrashHandler::keepsTenReports()
 }
 
 /// The child: maps a slot in its folder, and crashes as its words say.
-static int crashAs(const QString& folder, const QStringList& words)
+static int crashAs(const QStringList& given)
 {
+    const QString folder = given.first();
+    const QStringList words = given.mid(1);
     QFile file(folder + "/slot");
     if (!file.open(QIODevice::ReadWrite) || !file.resize(0) || !file.resize(sizeof(cGuardSlot)))
         return 99;
@@ -153,11 +155,7 @@ static int crashAs(const QString& folder, const QStringList& words)
 
 int main(int argc, char** argv)
 {
-    const QCoreApplication application(argc, argv);
-    const QStringList arguments = QCoreApplication::arguments();
-    if (arguments.value(1) == "child")
-        return crashAs(arguments.at(2), arguments.mid(3));
-    return QTest::qExec(std::make_unique<tst_CrashHandler>().get(), argc, argv);
+    return runTestOrChild<tst_CrashHandler>(argc, argv, crashAs);
 }
 
 #include "tst_CrashHandler.moc"

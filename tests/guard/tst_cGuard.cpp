@@ -1,10 +1,10 @@
 #include "ChildRun.h"
-#include "Files.h"
+#include "PluginFolder.h"
+#include "PublishedPlugins.h"
 #include "Rows.h"
 #include "SettingsSandbox.h"
 
 #include "guard/cGuardFile.h"
-#include "plugins/cPluginMgr.h"
 #include "services/cServiceMgr.h"
 
 #include <Norvale/Corvane.h>
@@ -47,17 +47,10 @@ void tst_cGuard::initTestCase()
     Corvane::initializeFolderOrFile();
     m_file = cGuardFile::pathFor(Corvane::velmiraFolderOrFile(Corvane::DataFolder),
                                  Corvane::velmiraFolderOrFile(Corvane::CoreFolder));
-    const QString suffix = cPluginInstance::LibrarySuffix;
-    for (const QString plugin : {"A sound", "B faulty", "C sound", "D faulty"}) {
-        const QString name = plugin.section(' ', 0, 0), library = plugin.section(' ', 1);
-        const QString folder = m_sandbox.path() + "/plugins/" + name + "-1.00.000/";
-        const QString needed = name == "B" ? "A" : name == "C" ? "B" : "";
-        const QString manifest = "<m><plugin runtime_api_version='13' autoload='%1'><start><library filename='%2' "
-                                 "function='create'/></start>"
-                                 "<dependencies>%3</dependencies></plugin></m>";
-        const QString dependency = needed.isEmpty() ? needed : QString("<dependency>%1</dependency>").arg(needed);
-        writeFile(folder + "Manifest.xml", manifest.arg(name == "D" ? "false" : "true", library, dependency).toUtf8());
-        QVERIFY(QFile::copy(FAULTY_DIR "/" + library + suffix, folder + library + suffix));
+    const QString library = QString(FAULTY_DIR "/%1") + cPluginInstance::LibrarySuffix;
+    for (const QString plugin : {"A sound auto", "B faulty auto needs:A", "C sound auto needs:B", "D faulty"}) {
+        const QString name = plugin.section(' ', 0, 0) + "-1.00.000";
+        writePlugin(m_sandbox.path(), name, plugin.section(' ', 2), library.arg(plugin.section(' ', 1, 1)));
     }
 }
 
@@ -253,26 +246,6 @@ void tst_cGuard::knowsTheStartOfTheMachine()
     QCOMPARE(last(take("; last")), QString("nothing"));
 }
 
-/// The installed plugins of a child.
-class cPluginsABCD : public IInstalledPlugins
-{
-public:
-    explicit cPluginsABCD(cPluginMgr& manager) : m_manager(manager) {}
-    bool publishInstalledPlugins() override
-    {
-        m_manager.clearAllowed();
-        for (const char* name : {"A", "B", "C", "D"})
-            m_manager.registerPlugin({name, cVersion("1.0.0")});
-        return true;
-    }
-    bool isFeatureInstalled(const QString&) const override { return true; }
-    QString publicationError() const override { return QString(); }
-    bool isInDevelopment(const cPluginId&) const override { return false; }
-
-private:
-    cPluginMgr& m_manager;
-};
-
 static QString textOf(const cPluginFailure& failure)
 {
     const char* const steps[] = {"none", "load", "start", "stop", "running"};
@@ -285,16 +258,14 @@ static QString textOf(const cPluginFailure& failure)
            (QFileInfo(failure.report).isFile() ? " report" : "");
 }
 
-static int runChild(const QStringList& steps)
+static int runChild(const QStringList& words)
 {
-    QCoreApplication::setOrganizationName("NorvaleTests"); // as the sandbox has it
-    QCoreApplication::setApplicationName("Fixture");
     cLogCentral::setLogFile(qEnvironmentVariable("LOG"));
     Corvane::initializeFolderOrFile();
     cServiceMgr services;
     cPluginMgr manager;
-    cPluginsABCD plugins(manager);
-    manager.setInstalledPlugins(&plugins);
+    cPublishedPlugins plugins(manager);
+    plugins.names = QStringList{"A", "B", "C", "D"};
     manager.setServiceMgr(&services);
     QCoreApplication::instance()->setProperty("pluginMgr", QVariant::fromValue<QObject*>(&manager));
     QCoreApplication::instance()->setProperty("serviceMgr", QVariant::fromValue<QObject*>(&services));
@@ -303,7 +274,7 @@ static int runChild(const QStringList& steps)
         std::puts(qPrintable(text));
         std::fflush(stdout);
     };
-    for (const QString& step : steps) {
+    for (const QString& step : words.first().split(", ")) {
         options.isOn = options.isOn && step != "off";
         options.writesReports = options.writesReports || step == "reports";
         options.endsHungProcess = options.endsHungProcess || step == "end";
@@ -333,11 +304,7 @@ static int runChild(const QStringList& steps)
 
 int main(int argc, char** argv)
 {
-    QCoreApplication application(argc, argv);
-    const QStringList arguments = QCoreApplication::arguments();
-    if (arguments.value(1) == "child")
-        return runChild(arguments.at(2).split(", "));
-    return QTest::qExec(std::make_unique<tst_cGuard>().get(), argc, argv);
+    return runTestOrChild<tst_cGuard>(argc, argv, runChild);
 }
 
 #include "tst_cGuard.moc"

@@ -11,32 +11,6 @@
 
 #include <QtCore/QtCore>
 
-#include <algorithm>
-
-// Here as in all that several threads do with files, Qt's classes do it. What the language's own open, a process
-// inherits that another thread starts meanwhile; as long as it lives, nobody can remove the file on Windows.
-static Tree treeOf(const QString& folder)
-{
-    Tree tree;
-    const QDir::Filters all = QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot;
-    for (QDirIterator it(folder, all, QDirIterator::Subdirectories); it.hasNext();) {
-        QFile file(it.next());
-        const QString path = it.filePath().mid(folder.size() + 1);
-        if (it.fileInfo().isDir())
-            tree[path + '/'];
-        else
-            tree[path] = file.open(QFile::ReadOnly) ? file.readAll() : file.errorString().toUtf8();
-    }
-    return tree;
-}
-
-Tree without(const Tree& tree, const Tree& other)
-{
-    Tree rest;
-    std::set_difference(tree.begin(), tree.end(), other.begin(), other.end(), std::inserter(rest, rest.end()));
-    return rest;
-}
-
 int Place::run(const QString& steps, const QString& faults) const
 {
     QProcess child;
@@ -163,20 +137,10 @@ void Place::save()
     MovedState::save(m_folder);
 }
 
-/// What is so already is left as it is.
 bool Place::restore() const
 {
     MovedState::restore(m_folder);
-    const Tree is = treeOf(m_folder);
-    const Tree extra = without(is, m_saved);
-    bool isDone = true;
-    for (auto entry = extra.rbegin(); entry != extra.rend(); ++entry) {
-        const QString path = m_folder + '/' + entry->first;
-        isDone = (path.endsWith('/') ? QDir().rmdir(path) : QFile::remove(path)) && isDone;
-    }
-    for (const auto& [path, content] : without(m_saved, is))
-        isDone = (path.endsWith('/') ? QDir(m_folder).mkdir(path) : write(path, content)) && isDone;
-    return isDone;
+    return restoreTree(m_folder, m_saved);
 }
 
 void Place::remove() const

@@ -1,14 +1,8 @@
 #pragma once
 
+#include <Tree.h>
+
 #include <QtCore/QStringList>
-
-#include <map>
-
-/// Path below a folder and content; folders end in "/" and have none.
-using Tree = std::map<QString, QByteArray>;
-
-/// What of @p tree is not in @p other, or has another content there.
-Tree without(const Tree& tree, const Tree& other);
 
 /// An installation in a folder of its own, with the site that it is updated from.
 class Place

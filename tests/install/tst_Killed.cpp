@@ -3,6 +3,7 @@
 #include "install/cInstallMgr.h"
 
 #include <AtOnce.h>
+#include <ChildRun.h>
 #include <HttpSite.h>
 #include <MovedState.h>
 #include <Norvale/Corvane.h>
@@ -283,10 +284,13 @@ private:
 };
 
 /// The child: a host that takes its steps one after another. Exit code 1 when one of them fails.
-static int takeSteps(const QString& folder, const QString& steps)
+static int takeSteps(const QStringList& words)
 {
+    const QString folder = words.at(0);
+    Platform::loadFaults();
+    MovedState::enter(folder);
     bool isDone = true;
-    for (const QString& step : steps.split(',')) {
+    for (const QString& step : words.at(1).split(',')) {
         if (step == "prepare") {
             QSettings(QSettings::SystemScope, "Varkel", "Pelmora").setValue("InstallDir", folder + "/core");
             const QVariantMap site{{"url", QUrl::fromLocalFile(folder + "/site")}};
@@ -318,17 +322,7 @@ static int takeSteps(const QString& folder, const QString& steps)
 
 int main(int argc, char** argv)
 {
-    QCoreApplication application(argc, argv);
-    QCoreApplication::setOrganizationName("NorvaleTests");
-    QCoreApplication::setApplicationName("Fixture");
-    const QStringList arguments = QCoreApplication::arguments();
-    if (arguments.value(1) == "child") {
-        Platform::loadFaults();
-        MovedState::enter(arguments.value(2));
-        return takeSteps(arguments.value(2), arguments.value(3));
-    }
-    tst_Killed test;
-    return QTest::qExec(&test, argc, argv);
+    return runTestOrChild<tst_Killed>(argc, argv, takeSteps);
 }
 
 #include "tst_Killed.moc"

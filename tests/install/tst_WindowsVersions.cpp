@@ -1,5 +1,6 @@
 #include "install/cConditionEngine.h"
 
+#include <ChildRun.h>
 #include <Rows.h>
 
 #include <cstdio>
@@ -31,11 +32,9 @@ private slots:
         {
             QSettings(key(), QSettings::NativeFormat).setValue("Version", version);
         }
-        QProcess child;
-        child.start(program, {"child"});
-        QVERIFY(child.waitForFinished());
-        QCOMPARE(child.exitStatus(), QProcess::NormalExit);
-        QTEST(QString::fromLatin1(child.readAllStandardOutput()), "said");
+        const Ended child = runToEnd(program, {"child"}, {});
+        QCOMPARE(child.code, 0);
+        QTEST(child.output, "said");
     }
 
 private:
@@ -43,18 +42,18 @@ private:
     static QString key() { return QString("HKEY_CURRENT_USER\\Software\\Wine\\AppDefaults\\") + Name; }
 };
 
-int main(int argc, char** argv)
+static int tellVersions(const QStringList&)
 {
-    const QCoreApplication application(argc, argv);
-    if (argc < 2 || qstrcmp(argv[1], "child") != 0) {
-        tst_WindowsVersions test;
-        return QTest::qExec(&test, argc, argv);
-    }
     for (const char* name : {"isWinXP", "isVista", "isWin7"}) {
         if (cConditionEngine().isTrue(QString("%1()").arg(name)))
             std::fputs(name, stdout);
     }
     return 0;
+}
+
+int main(int argc, char** argv)
+{
+    return runTestOrChild<tst_WindowsVersions>(argc, argv, tellVersions);
 }
 
 #include "tst_WindowsVersions.moc"

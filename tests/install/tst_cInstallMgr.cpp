@@ -1,7 +1,10 @@
+#include "Outcome.h"
+
 #include "config/cConfigurationMgr.h"
 #include "install/cInstallMgr.h"
 #include "plugins/cPluginMgr.h"
 
+#include <Files.h>
 #include <MachineProgram.h>
 #include <Norvale/Corvane.h>
 #include <Norvale/cLogCentral.h>
@@ -145,9 +148,19 @@ private slots:
         }
         QFile::remove(m_root + "/journal");
         const QString repository = repositoryName();
+        const QSet<QString> had = plugins();
         offer(offered);
         const bool isComplete = m_manager->installDropbox();
-        QVERIFY(m_manager->lastOutcome().leftOut.isEmpty() || repositoryName() == repository);
+        const cInstallOutcome outcome = m_manager->lastOutcome();
+        QVERIFY(outcome.leftOut.isEmpty() || repositoryName() == repository);
+        QCOMPARE(QSet<QString>(outcome.installed.begin(), outcome.installed.end()), plugins() - had);
+        QCOMPARE(QSet<QString>(outcome.removed.begin(), outcome.removed.end()), had - plugins());
+        QVERIFY2(told(outcome).contains(logged), qPrintable(told(outcome)));
+        QCOMPARE(outcome.isSuccess(), isComplete);
+        QCOMPARE(outcome.result, logged.contains("core version") ? cInstallOutcome::CoreTooOld
+                                 : !isComplete                   ? cInstallOutcome::Incomplete
+                                 : outcome.installed.isEmpty()   ? cInstallOutcome::NothingToDo
+                                                                 : cInstallOutcome::Complete);
         QCOMPARE(installed(), features);
         QTEST(commands(), "commands");
         QTEST(leftInDropbox(), "left");
@@ -165,10 +178,9 @@ private slots:
         offer({"main 1.0", "Core 1.0: A 1.0"});
         QVERIFY(m_manager->installDropbox());
         const QString folder = m_root + "/core/plugins/C-1.00.000", box = QFileInfo(dropbox()).path();
-        QVERIFY(QDir().mkpath(folder));
-        write(folder + "/work", "mine");
+        writeFile(folder + "/work", "mine");
         for (const char* name : {"/mine.zip", "/A-0.01.000.zip", "/A-1.00.000.zip"})
-            write(box + name, "mine");
+            writeFile(box + name, "mine");
         offer({"main 2.0", "Core 2.0: A 2.0", "More 2.0: C 1.0, D 1.0"});
         QVERIFY(!m_manager->installDropbox());
         QVERIFY(said(folder + " is there, which no feature has had"));
@@ -180,7 +192,7 @@ private slots:
         QCOMPARE(leftInDropbox(), QString("A-0.01.000.zip, A-1.00.000.zip, mine.zip"));
         QVERIFY(QDir(box).entryList(QDir::Hidden | QDir::Files).filter(QRegularExpression("^\\.")).isEmpty());
         QVERIFY(m_manager->uninstallPlugins());
-        QCOMPARE(read(folder + "/work"), QByteArray("mine"));
+        QCOMPARE(readFile(folder + "/work"), QByteArray("mine"));
 
         // What was installed before the list of it was lost is the suite's own.
         offer({"main 1.0", "Core 1.0: A 1.0"});
@@ -210,12 +222,14 @@ private slots:
                     "install A 2.00.000, ., 3/6, 4/6, remove Old 1.00.000, ., ., start, ."));
         m_signals.clear();
         QVERIFY(!m_manager->installFromLocation(m_root + "/none.xml", false));
+        QCOMPARE(m_manager->lastOutcome().result, cInstallOutcome::NoDescription);
         QVERIFY(said("none.xml is not installed"));
         QVERIFY(!log().filter("A receiver of the signals of an installation threw an exception").isEmpty());
         offer({"main 3.0"});
         QFile::resize(dropbox(), 20);
         QVERIFY(!m_manager->installDropbox());
         QVERIFY(said("repository.xml is not installed: line 1"));
+        QCOMPARE(m_manager->lastOutcome().result, cInstallOutcome::NoDescription);
         QCOMPARE(m_signals.join(", "), QString("start, ., start, location, ."));
         m_manager->connectSlots(this, nullptr, SLOT(none()), SLOT(onFinished()));
         QCOMPARE(log().filter("is not connected").size(), 2);
@@ -225,9 +239,9 @@ private slots:
         offer({"main 1.0", "Core 1.0: A 1.0"});
         QVERIFY(m_manager->installDropbox());
         const QDir folder(m_root + "/core/plugins/A-1.00.000");
-        QCOMPARE(read(folder.filePath("doc/read.me")), QByteArray("A 1.0\n").repeated(9));
+        QCOMPARE(readFile(folder.filePath("doc/read.me")), QByteArray("A 1.0\n").repeated(9));
         const QString library = folder.filePath(Platform::library("it"));
-        QCOMPARE(read(library), QByteArray("library of A 1.0").repeated(40));
+        QCOMPARE(readFile(library), QByteArray("library of A 1.0").repeated(40));
         QCOMPARE(QFileInfo(library).isExecutable(), Platform::hasUnixFiles());
         QVERIFY(!QFileInfo(folder.filePath("doc/read.me")).isExecutable());
         QVERIFY(!folder.exists("empty"));
@@ -297,9 +311,8 @@ private slots:
         offer({"main 1.0", "Core 1.0: A 1.0, B 1.0"});
         QVERIFY(m_manager->installDropbox());
         const QString plugins = m_root + "/core/plugins", outside = m_root + "/outside";
-        QVERIFY(QDir().mkpath(outside));
         QVERIFY(QDir().mkpath(plugins + "/A-1.00.000/sub"));
-        write(outside + "/kept", "kept");
+        writeFile(outside + "/kept", "kept");
         QTRY_VERIFY(QDir(plugins + "/B-1.00.000").removeRecursively());
         QVERIFY(Platform::link(outside, plugins + "/A-1.00.000/sub/link"));
         QVERIFY(Platform::link(m_root + "/none", plugins + "/A-1.00.000/gone"));
@@ -328,11 +341,18 @@ private:
         }
         return features.isEmpty() ? QString() : Corvane::currentVersion() + " " + features.join("; ");
     }
+    QSet<QString> plugins() const
+    {
+        QSet<QString> plugins;
+        for (const cFeatureInfo& feature : m_configuration->installedFeatures())
+            plugins += QSet<QString>(feature.plugins.begin(), feature.plugins.end());
+        return plugins;
+    }
     static QString brief(const cVersion& v) { return QString("%1.%2").arg(v.major()).arg(v.minor()); }
     /// What the command lines wrote: "install A 1.00.000".
     QString commands() const
     {
-        QString text = QString(read(m_root + "/journal")).trimmed().replace('\n', ", ");
+        QString text = QString(readFile(m_root + "/journal")).trimmed().replace('\n', ", ");
         return text.replace(".000", "").replace(".0", ".");
     }
     QString leftInDropbox() const
@@ -347,10 +367,8 @@ private:
     /// The plugins folder holds the folders that the features name, each with its manifest, and the features file.
     bool isWhole() const
     {
-        QStringList wanted, found = QDir(m_root + "/core/plugins").entryList(QDir::AllEntries | QDir::NoDotAndDotDot);
-        for (const cFeatureInfo& feature : m_configuration->installedFeatures())
-            wanted += feature.plugins;
-        wanted.removeDuplicates();
+        QStringList wanted = plugins().values();
+        QStringList found = QDir(m_root + "/core/plugins").entryList(QDir::AllEntries | QDir::NoDotAndDotDot);
         for (const QString& plugin : qAsConst(wanted)) {
             if (!QFile::exists(m_root + "/core/plugins/" + plugin + "/Manifest.xml"))
                 return false;
@@ -376,14 +394,6 @@ private:
     }
     /// Exactly one line says @p part; nothing is said when that is empty.
     bool said(const QString& part) const { return part.isEmpty() ? log().isEmpty() : log().filter(part).size() == 1; }
-    static QByteArray read(const QString& path) { return Corvane::FileReadAll(path, nullptr); }
-    static void write(const QString& path, const QByteArray& text)
-    {
-        QFile file(path);
-        QVERIFY(file.open(QFile::WriteOnly));
-        QCOMPARE(file.write(text), qint64(text.size()));
-    }
-
     SettingsSandbox m_sandbox;
     QScopedPointer<cPluginMgr> m_plugins;
     QScopedPointer<cConfigurationMgr> m_configuration;

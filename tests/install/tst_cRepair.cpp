@@ -213,13 +213,5 @@ private:
     QScopedPointer<cUpdateMgr> m_updates;
 };
 
-int main(int argc, char** argv)
-{
-    QCoreApplication application(argc, argv);
-    QCoreApplication::setOrganizationName("NorvaleTests");
-    QCoreApplication::setApplicationName("Fixture");
-    tst_cRepair test;
-    return QTest::qExec(&test, argc, argv);
-}
-
+QTEST_GUILESS_MAIN(tst_cRepair)
 #include "tst_cRepair.moc"

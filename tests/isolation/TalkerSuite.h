@@ -4,14 +4,14 @@
 #include "isolation/cPluginProcess.h"
 #include "isolation/cPluginProcesses.h"
 #include "plugins/cPluginInstance.h"
-#include "plugins/cPluginMgr.h"
 #include "services/cServiceMgr.h"
 
-#include <Files.h>
 #include <LogFile.h>
 #include <Norvale/Corvane.h>
 #include <Norvale/cJsonReader.h>
 #include <Norvale/cLogCentral.h>
+#include <PluginFolder.h>
+#include <PublishedPlugins.h>
 #include <SettingsSandbox.h>
 
 #include <QtTest/QtTest>
@@ -52,7 +52,7 @@ public slots:
 };
 
 /// Plugins of the one library, in processes of their own.
-class cTalkers : public IInstalledPlugins
+class cTalkers
 {
 public:
     explicit cTalkers(const QString& params = "{}", const QString& library = "talker", int limit = 30)
@@ -60,7 +60,6 @@ public:
         sandbox.setInstallDir(sandbox.path());
         sandbox.setMachineValue(SettingsKey::IsolatedCallLimit, limit);
         Corvane::initializeFolderOrFile();
-        manager.setInstalledPlugins(this);
         manager.setServiceMgr(&serviceMgr);
         manager.setProcesses(&processes);
         services.registerService(&suite);
@@ -71,25 +70,11 @@ public:
 
     void install(const QString& name, const QString& params, const QString& library = "talker")
     {
-        const QString folder = sandbox.path() + "/plugins/" + name + "-1.00.000";
-        const QString manifest = "<m><plugin autoload='true' isolated='true' runtime_api_version='13'><start><library "
-                                 "filename='%1' function='create'/><params>%2</params></start></plugin></m>";
-        writeFile(folder + "/Manifest.xml", manifest.arg(library, params).toUtf8());
-        QFile::copy(TALKER, folder + "/talker" + cPluginInstance::LibrarySuffix);
-        names.append(name);
+        const QString file = QFileInfo(TALKER).path() + '/' + library + cPluginInstance::LibrarySuffix;
+        writePlugin(sandbox.path(), name + "-1.00.000", "auto isolated " + params, file);
+        plugins.names.append(name);
     }
     bool start() { return manager.StartNormal(); }
-
-    bool publishInstalledPlugins() override
-    {
-        manager.clearAllowed();
-        for (const QString& name : qAsConst(names))
-            manager.registerPlugin({name, cVersion("1.0.0")});
-        return true;
-    }
-    bool isFeatureInstalled(const QString& name) const override { return name == "Core"; }
-    QString publicationError() const override { return QString(); }
-    bool isInDevelopment(const cPluginId&) const override { return false; }
 
     qint64 process()
     {
@@ -123,6 +108,6 @@ public:
     IServiceMgr& services = serviceMgr; // has the shorter forms
     cPluginProcesses processes{cPluginPrograms(VPLUGIN, NORVALE_LIBRARY)};
     cSuiteService suite;
-    QStringList names;
     cPluginMgr manager;
+    cPublishedPlugins plugins{manager};
 };

@@ -2,6 +2,7 @@
 
 #include "core/Settings.h"
 
+#include <ChildRun.h>
 #include <Rows.h>
 
 #include <QtCore/QUrl>
@@ -9,11 +10,18 @@
 #include <csignal>
 #include <limits>
 
+static const QString Segv = Platform::hasUnixFiles() ? "SIGSEGV" : "EXCEPTION_ACCESS_VIOLATION";
+
 class tst_Isolation : public QObject
 {
     Q_OBJECT
 
 private slots:
+    void initTestCase() // crashes are the system's in plugins, too
+    {
+        qputenv("ASAN_OPTIONS", "handle_segv=0:handle_abort=0:detect_leaks=0");
+        qputenv("TSAN_OPTIONS", qgetenv("TSAN_OPTIONS") + ":handle_segv=0:handle_abort=0");
+    }
     // Whatever happens in the process, the start goes on, and says why the plugin is not there.
     void starts_data()
     {
@@ -23,17 +31,20 @@ private slots:
             "Talker-1.00.000 is not started: its start returned false");
         row("throws", "talker", "{'start':'throw'}", "ordered",
             "Talker-1.00.000 is not started: its start threw an exception: out of paper");
-#ifdef Q_OS_WIN
-        row("crashes", "talker", "{'start':'segv'}", "ordered", "its process has ended (EXCEPTION_ACCESS_VIOLATION)");
-#else
-        row("crashes", "talker", "{'start':'segv'}", "ordered",
-            "Talker-1.00.000 is not started: its process has ended (SIGSEGV)");
-        row("aborts", "talker", "{'start':'abort'}", "ordered", "its process has ended (SIGABRT)");
-        row("is fatal", "talker", "{'start':'fatal'}", "ordered", "its process has ended (SIGABRT)");
-#endif
+        row("crashes", "talker", "{'start':'segv'}", "ordered", "its process has ended (" + Segv + ')');
+        if (Platform::hasUnixFiles()) {
+            row("aborts", "talker", "{'start':'abort'}", "ordered", "its process has ended (SIGABRT)");
+            row("is fatal", "talker", "{'start':'fatal'}", "ordered", "its process has ended (SIGABRT)");
+        }
         row("exits", "talker", "{'start':'exit'}", "ordered", "its process has ended (exit code 3)");
         row("hangs", "talker", "{'start':'hang'}", "ordered", "its process has not answered within 1 s");
         row("has no library", "other", "{}", "ordered", "does not exist");
+        const QString badly = "Talker-1.00.000 did not stop properly: ";
+        row("throws in the stop", "talker", "{'stop':'throw'}", "started",
+            badly + "its stop threw an exception: out of paper");
+        row("exits in the stop", "talker", "{'stop':'exit'}", "started", badly + "its process has ended (exit code 3)");
+        row("hangs in the stop", "talker", "{'stop':'hang'}", "started",
+            badly + "its process has not answered within 1 s");
     }
     void starts()
     {
@@ -48,23 +59,7 @@ private slots:
         QVERIFY(!talkers.services.serviceExists("Talker"));
         const QString lines = talkers.log.lines();
         QVERIFY2(lines.contains(logged), qPrintable(lines));
-        QCOMPARE(lines.contains("[Talker]has stopped"), state == "started");
-    }
-
-    void stopsBadly_data()
-    {
-        const Rows<QString, QString> row("how", "logged");
-        row("throws", "throw", "Talker-1.00.000 did not stop properly: its stop threw an exception: out of paper");
-        row("exits", "exit", "Talker-1.00.000 did not stop properly: its process has ended (exit code 3)");
-        row("hangs", "hang", "Talker-1.00.000 did not stop properly: its process has not answered within 1 s");
-    }
-    void stopsBadly()
-    {
-        const auto [how, logged] = cells<QString, QString>("how", "logged");
-        cTalkers talkers(QString("{\"stop\":\"%1\"}").arg(how), "talker", 1);
-        QVERIFY(talkers.start());
-        talkers.manager.StopNormal();
-        QVERIFY2(talkers.log.lines().contains(logged), qPrintable(talkers.log.lines()));
+        QCOMPARE(lines.contains("[Talker]has stopped"), state == "started" && !params.contains("stop"));
     }
 
     // Every value comes back as it was, with its type.
@@ -257,12 +252,9 @@ private slots:
     {
         const Rows<QString, QString> row("how", "cause");
         row("exits", "exit", "exit code 3");
-#ifdef Q_OS_WIN
-        row("crashes", "segv", "EXCEPTION_ACCESS_VIOLATION");
-#else
-        row("crashes", "segv", "SIGSEGV");
-        row("aborts", "abort", "SIGABRT");
-#endif
+        row("crashes", "segv", Segv);
+        if (Platform::hasUnixFiles())
+            row("aborts", "abort", "SIGABRT");
     }
     void diesAndComesBack()
     {
@@ -319,7 +311,7 @@ private slots:
     {
         QFETCH(QString, work);
         QProcess host;
-        host.start(QCoreApplication::applicationFilePath(), {"host", work});
+        host.start(QCoreApplication::applicationFilePath(), {"child", work});
         QVERIFY(host.waitForReadyRead(30000));
         const qint64 process = host.readLine().trimmed().toLongLong();
         QVERIFY(Platform::isRunning(process));
@@ -344,27 +336,20 @@ private:
 
 int tst_Isolation::s_rows = 0;
 
-/// A suite whose plugin does @p work; it tells the plugin's process, and waits to be killed.
-static int runHost(const QString& work)
+/// A suite whose plugin does what is said; it tells the plugin's process, and waits to be killed.
+static int runHost(const QStringList& words)
 {
     cTalkers talkers;
     talkers.start();
     std::printf("%lld\n", talkers.process());
     std::fflush(stdout);
-    talkers.tell("goWrong", work);
+    talkers.tell("goWrong", words.first());
     return QCoreApplication::exec();
 }
 
 int main(int argc, char** argv)
 {
-    QCoreApplication application(argc, argv);
-    const QStringList arguments = QCoreApplication::arguments();
-    if (arguments.value(1) == "host")
-        return runHost(arguments.value(2));
-    qputenv("ASAN_OPTIONS", "handle_segv=0:handle_abort=0:detect_leaks=0"); // crashes are the system's in plugins, too
-    qputenv("TSAN_OPTIONS", qgetenv("TSAN_OPTIONS") + ":handle_segv=0:handle_abort=0");
-    tst_Isolation test;
-    return QTest::qExec(&test, argc, argv);
+    return runTestOrChild<tst_Isolation>(argc, argv, runHost);
 }
 
 #include "tst_Isolation.moc"

@@ -164,19 +164,6 @@ private slots:
                 QFAIL(expected.constData());
         }
     }
-    void writesKeys()
-    {
-        for (int i = 0; i < Inputs / 10; ++i) {
-            cJsonValue value;
-            for (int k = below(3); k >= 0; --k) {
-                QString key(below(20), QChar());
-                for (QChar& c : key)
-                    c = QChar(ushort(below(i % 2 ? 128 : 0x10000)));
-                value.insert(key, k);
-            }
-            QCOMPARE(cJsonWriter::serialize(value), streamed(value));
-        }
-    }
     void maps()
     {
         const QString names[] = {"delta", "alpha", "charlie", "bravo", "", "echo"};

@@ -1,7 +1,7 @@
+#include <ChildRun.h>
 #include <Norvale/cJsonReader.h>
 #include <Norvale/cJsonValue.h>
 #include <Norvale/cJsonWriter.h>
-#include <Platform.h>
 #include <Rows.h>
 
 #include "json/cJsonParser.h"
@@ -219,9 +219,9 @@ private slots:
     }
     void noTypeIsFatal()
     {
-        for (const char* form : {"--write-no-type", "--print-no-type"}) {
+        for (const char* form : {"write", "print"}) {
             QProcess child;
-            child.start(QCoreApplication::applicationFilePath(), {form});
+            child.start(QCoreApplication::applicationFilePath(), {"child", form});
             QVERIFY(child.waitForFinished());
             QVERIFY(Platform::isAborted(child));
             QVERIFY2(child.readAllStandardError().contains("switch statement not complete!"), form);
@@ -229,16 +229,15 @@ private slots:
     }
 };
 
+static int writeNoType(const QStringList& words)
+{
+    const cJsonValue noType = cJsonValue().append(JsonValueType(8));
+    return words.first() == "write" ? cJsonWriter::serialize(noType).size() : noType.prettyPrint(2).size();
+}
+
 int main(int argc, char** argv)
 {
-    QCoreApplication application(argc, argv);
-    const cJsonValue noType = cJsonValue().append(JsonValueType(8));
-    if (application.arguments().contains("--write-no-type"))
-        return cJsonWriter::serialize(noType).size();
-    if (application.arguments().contains("--print-no-type"))
-        return noType.prettyPrint(2).size();
-    tst_JsonText test;
-    return QTest::qExec(&test, argc, argv);
+    return runTestOrChild<tst_JsonText>(argc, argv, writeNoType);
 }
 
 #include "tst_JsonText.moc"

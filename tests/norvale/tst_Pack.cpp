@@ -166,30 +166,6 @@ private slots:
             QVERIFY(m_tool.run({"lint", folder}).output.contains(said));
     }
 
-    void refusesPackagesOfOthers_data()
-    {
-        const Rows<QString, QString> row("python", "said");
-        row("a name above", "z.writestr('../x', 'x')", "[package-entry-name]");
-        row("names that clash", "z.writestr('A', 'x'); z.writestr('a', 'x')", "[package-entry-clash]");
-        row("a link", "i = zipfile.ZipInfo('x'); i.external_attr = 0o120777 << 16; z.writestr(i, '/etc')",
-            "[package-entry-type]");
-        row("a bomb", "z.writestr('x', bytes(10**8), zipfile.ZIP_DEFLATED)", "[package-size]");
-        row("no manifest", "z.filename = None; z = zipfile.ZipFile('A-1.00.000.zip', 'w'); z.writestr('x', 'x')",
-            "[package-manifest]");
-    }
-    void refusesPackagesOfOthers()
-    {
-        const auto [python, said] = cells<QString, QString>("python", "said");
-        m_tool.makePackage("A", "1.0.0");
-        const QString edit = "import zipfile; z = zipfile.ZipFile('A-1.00.000.zip', 'a'); " + python + "; z.close()";
-        QCOMPARE(MachineProgram::execute("python3", {"-c", edit}, m_tool.path()), 0);
-        const Ended lint = m_tool.run("lint A-1.00.000.zip");
-        QCOMPARE(lint.code, 1);
-        QVERIFY2(lint.output.contains(said), qPrintable(lint.output));
-        QCOMPARE(m_tool.run("site add site A-1.00.000.zip --feature Core --feature-version 1.0.0").code, 1);
-        QVERIFY(!QFile::exists(m_tool.path("site/site.xml")));
-    }
-
     // What an installation passes over.
     void looksAtSums()
     {
@@ -211,14 +187,6 @@ private slots:
         QCOMPARE(m_tool.run({"pack", folder, "-o", "file"}).code, 4);
         QCOMPARE(m_tool.run({"pack", folder, "-o", folder + "/out"}).code, 2);
         QCOMPARE(m_tool.tree(folder).size(), 2);
-    }
-
-    void takesArgumentsAsTheyStand()
-    {
-        QVERIFY(QDir().rename(m_tool.path(m_tool.makePlugin("A", "1.0.0")), m_tool.path("[A,B]")));
-        QCOMPARE(m_tool.run({"lint", "[A,B]"}).code, 0);
-        QCOMPARE(m_tool.run({"pack", "--exclude=", "-o", ".", "[A,B]"}).output, QString("./A-1.00.000.zip\n"));
-        QCOMPARE(m_tool.run({"pack", "-o", ".", "-o", ".", "[A,B]"}).code, 2); // which one is meant?
     }
 
     void drawsRepositoriesAndPictures()

@@ -1,83 +1,13 @@
 #include "HttpSite.h"
-#include "MachineProgram.h"
-#include "ToolFixture.h"
+#include "SiteFixture.h"
 
-#include <QtCore/QLockFile>
 #include <QtCore/QSet>
 
-static const QString NeedsA = "<dependencies><dependency>A</dependency></dependencies>";
-
-class tst_Site : public QObject
+class tst_Site : public QObject, private SiteFixture
 {
     Q_OBJECT
 
-    ToolFixture m_tool;
     HttpSite m_server;
-
-    Ended add(const QString& package, const QString& feature, const QString& version,
-              const QString& more = QString()) const
-    {
-        return m_tool.run("site add site " + package + " --feature " + feature + " --feature-version " + version + " " +
-                          more);
-    }
-
-    void makePackages()
-    {
-        m_tool.makePackage("A", "1.0.0");
-        m_tool.makePackage("B", "1.0.0", NeedsA);
-    }
-
-    /// A site with the feature Core of plugin A, the feature F of plugin B, which depends on A, and a runtime.
-    void makeSite()
-    {
-        makePackages();
-        m_tool.write("setup.exe", "setup program");
-        QCOMPARE(add("A-1.00.000.zip", "Core", "1.0.0").code, 0);
-        const QString more = "--depends Core --display-name en-us=Eff --runtime setup.exe --runtime-version 2.0.0";
-        QCOMPARE(add("B-1.00.000.zip", "F", "1.0.0", more).code, 0);
-    }
-
-    /// Beside it the status beta, with the version 2.0.0 of F after 1.0.0.
-    void makeSiteWithBeta()
-    {
-        makeSite();
-        m_tool.makePackage("B", "2.0.0", NeedsA);
-        QCOMPARE(add("A-1.00.000.zip", "Core", "1.0.0", "--status beta").code, 0);
-        QCOMPARE(add("B-1.00.000.zip", "F", "1.0.0", "--status beta --depends Core --display-name en-us=Eff").code, 0);
-        QCOMPARE(add("B-2.00.000.zip", "F", "2.0.0", "--status beta").code, 0);
-    }
-
-    /// The site's files without the one that holds times.
-    QMap<QString, QByteArray> offered() const
-    {
-        QMap<QString, QByteArray> files = m_tool.tree("site");
-        files.remove("site/.retired.xml");
-        return files;
-    }
-
-    /// Files and folders of the site.
-    QStringList entries() const
-    {
-        QStringList names;
-        for (QDirIterator it(m_tool.path("site"), QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot,
-                             QDirIterator::Subdirectories);
-             it.hasNext();)
-            names.append(it.next());
-        // On Windows a lock into which its owner's name could not be written stays. The next run takes it.
-        names.removeOne(m_tool.path("site/.norvale.lock"));
-        names.sort();
-        return names;
-    }
-
-    static QJsonObject jsonOf(const Ended& ended) { return QJsonDocument::fromJson(ended.output.toUtf8()).object(); }
-
-    void shell(const QString& script, const QString& folder = QString()) const
-    {
-        QCOMPARE(MachineProgram::execute("sh", {"-ec", script}, m_tool.path(folder)), 0);
-    }
-
-    Ended check(const QString& site = "site") const { return m_tool.run("site check --strict " + site); }
-    QByteArray repository() const { return m_tool.read("site/main/repository.xml"); }
 
 private slots:
     void initTestCase() { QVERIFY(m_server.isRunning()); }
@@ -96,8 +26,8 @@ private slots:
             QVERIFY(m_server.write(it.key(), it.value()));
         QCOMPARE(check(m_server.url("site").toString()).code, 0);
         const QStringList requests = m_server.takeRequests();
-        QCOMPARE(requests.size(), files.size()); // each once
-        QCOMPARE(QSet<QString>(requests.begin(), requests.end()).size(), files.size());
+        QCOMPARE(requests.size(), files.size() + 1); // each once, and whether the site is signed
+        QCOMPARE(QSet<QString>(requests.begin(), requests.end()).size(), requests.size());
 
         QCOMPARE(check(m_server.url("site", "~status=500").toString()).code, 5);
         QCOMPARE(check(m_server.url("nothing").toString()).code, 5);
@@ -240,90 +170,6 @@ private slots:
         QCOMPARE(add("A-1.00.000.zip", "Core", "1.11.0", "--notes absent.txt").code, 3);
         QCOMPARE(check().code, 0);
     }
-
-    // A version goes from one status to the next, is withdrawn, and its packages go when their time is over.
-    void promotesAndRetires()
-    {
-        makeSiteWithBeta();
-        const QString before = m_tool.run("site list site").output;
-        QVERIFY(before.contains(QRegularExpression("main +beta +1.00.002 +F +2.00.000 +offered +B-2.00.000\n")));
-        QCOMPARE(m_tool.run("site promote site --from beta F").code, 0);
-        QVERIFY(repository().contains("name=\"main\" version=\"1.00.002\""));
-        QVERIFY(repository().contains("<feature name=\"F\" version=\"2.00.000\""));
-        QVERIFY(repository().contains("setup.exe"));
-        QCOMPARE(check().code, 0);
-
-        QCOMPARE(m_tool.run("site retire site F-2.0.0").code, 0);
-        QVERIFY(repository().contains("name=\"main\" version=\"1.00.003\""));
-        QVERIFY(repository().contains("<feature name=\"F\" version=\"1.00.000\""));
-        QCOMPARE(check().code, 0);
-        QVERIFY(
-            m_tool.run("site list site").output.contains(QRegularExpression("F +2.00.000 +retired, kept until 20")));
-        QCOMPARE(m_tool.run("site list site --json").code, 0);
-        for (const char* words : {"site promote site --from beta", "site retire site F-2.0.0",
-                                  "site add site B-2.00.000.zip --feature F --feature-version 2.0.0"})
-            QVERIFY(m_tool.run(words).reasons.contains("retired on 20"));
-
-        const QString package = m_tool.path("site/main/packages/B-2.00.000.zip");
-        QCOMPARE(m_tool.run("site retire site --expired").code, 0);
-        QVERIFY(QFile::exists(package));
-        shell("sed -i 's/until=\"[0-9]*/until=\"2001/; s,</retired>,"
-              "<feature name=\"X\" version=\"1.0\" until=\"2001-01-01T00:00:00Z\"><plugin name=\"X\" "
-              "file=\"main/packages/A-1.00.000.zip\"/><plugin name=\"Y\" file=\"../setup.exe\"/></feature>&,'"
-              " site/.retired.xml");
-        QVERIFY(m_tool.run("site retire site --expired").output.startsWith("removed: site/main/packages/B-2.00.000"));
-        QVERIFY(!QFile::exists(package));
-        QVERIFY(QFile::exists(m_tool.path("setup.exe")));
-        QCOMPARE(check().code, 0);
-        QVERIFY(m_tool.run("site retire site F-2.0.0").reasons.contains("retired on 20"));
-
-        QCOMPARE(m_tool.run("site retire site F --keep 0").code, 0);
-        QVERIFY(repository().contains("<feature name=\"F\" version=\"2.00.001\""));
-        QVERIFY(!repository().contains("name=\"B\""));
-        QVERIFY(!QFile::exists(m_tool.path("site/main/packages/B-1.00.000.zip")));
-        QCOMPARE(check().code, 0);
-    }
-
-    void refusesToPromoteOrRetire_data()
-    {
-        const Rows<QString, QString, int, QString> row("shell", "arguments", "code", "said");
-        row("no such status", "", "promote site --from gamma", 1, "no repository main (gamma)");
-        row("a status that is the same folder", "sed -i 's/main-beta/main/' site/site.xml", "promote site --from beta",
-            1, "are one repository");
-        row("no such feature", "", "promote site --from beta G", 1, "beta) has no feature \"G\"");
-        row("an older feature", "", "promote site --from release --to beta F", 1, "newer than 1.00.000: name");
-        row("without what it needs", "", "promote site --from beta --to new F", 1, "feature-unknown-dependency");
-        row("a package that is gone", "rm site/main-beta/packages/B*", "promote site --from beta", 1,
-            "package of B-2.00.000 is not in");
-        row("a changed package", "cp B-1.00.000.zip site/main-beta/packages/B-2.00.000.zip", "promote site --from beta",
-            1, "package-hash");
-        row("from nowhere", "", "promote site", 2, "--from says");
-        row("no site", "", "promote nothing --from beta", 3, "there is no nothing/site.xml");
-        row("the only version", "", "retire site F-1.0.0", 1, "no version before it");
-        row("the core", "", "retire site Core", 1, "no suite starts without it");
-        row("what another one needs", "sed -i 's/\"Core\"/\"K\"/' site/main/repository.xml", "retire site K", 1,
-            "\"F\" depend on \"K\"");
-        row("what is not there", "", "retire site G-1.0.0", 1, "there is Core-1.00.000, F-1.00.000");
-        row("nothing", "", "retire site", 2, "say what is to be retired");
-        row("for ever", "", "retire site F --keep x", 2, "--keep takes");
-        row("a damaged list", "echo '<' >site/.retired.xml", "retire site --expired", 1, ".retired.xml, line");
-        row("a damaged list of earlier ones", "echo '<' >site/main/.earlier.xml", "retire site F-1.0.0", 1,
-            ".earlier.xml, line");
-    }
-    void refusesToPromoteOrRetire()
-    {
-        const auto [shell, arguments, code, said] =
-            cells<QString, QString, int, QString>("shell", "arguments", "code", "said");
-        makeSiteWithBeta();
-        this->shell(shell);
-        const QMap<QString, QByteArray> before = m_tool.tree("site");
-        const Ended ended = m_tool.run("site " + arguments + " --json");
-        QCOMPARE(ended.code, code);
-        QVERIFY2((ended.reasons + ended.output).contains(said), qPrintable(ended.reasons));
-        QVERIFY(jsonOf(ended).contains("findings"));
-        QCOMPARE(m_tool.tree("site"), before);
-    }
-
     // A change is a shell's, or that of a server on the way to the package of A.
     void finds_data()
     {
@@ -362,63 +208,6 @@ private slots:
         const Ended ended = check();
         QCOMPARE(ended.code, said.isEmpty() ? 0 : 1);
         QVERIFY2(ended.output.contains("[" + said) || said.isEmpty(), qPrintable(ended.output));
-    }
-
-#ifdef FILE_FAULTS
-    // Whenever a run ends, clients meet the old state or the new one, and the same call completes it. One that fails
-    // leaves nothing behind.
-    void isWholeHoweverARunEnds_data()
-    {
-        const Rows<QString, QString, int> row("words", "fault", "code");
-        const QString add = "add site B-3.00.000.zip --feature F --feature-version 3.0.0";
-        row("killed before a change", add, "kill", -1);
-        row("killed within a change", add, "tear", -1);
-        row("disk full in a new repository", add + " --depends= --repository new/deep", "ENOSPC", 4);
-        row("disk read only", add, "EROFS", 4);
-        row("promotion killed", "promote site --from beta", "kill", -1);
-        row("promotion on a full disk", "promote site --from beta --to new", "ENOSPC", 4);
-        row("retirement killed", "retire site F-2.0.0 --status beta", "kill", -1);
-        row("retirement on a full disk", "retire site F-2.0.0 --status beta", "ENOSPC", 4);
-    }
-    void isWholeHoweverARunEnds()
-    {
-        const auto [call, fault, code] = cells<QString, QString, int>("words", "fault", "code");
-        makeSiteWithBeta();
-        m_tool.makePackage("B", "3.0.0", call.contains("new/deep") ? "" : NeedsA);
-        shell("rm -r ?-?.??.???; cp -r site old");
-        const QStringList words = wordsOf("site " + call);
-        Variables faults = faultsBelow(m_tool.path("site"), "count");
-        faults["FILE_FAULTS_REPORT"] = m_tool.path("report");
-        const QMap<QString, QByteArray> before = offered();
-        const QStringList entriesBefore = entries();
-        QCOMPARE(m_tool.run(words, faults).code, 0);
-        const QMap<QString, QByteArray> after = offered();
-        const QStringList entriesAfter = entries();
-        const int changes = m_tool.read("report").count('\n');
-        QVERIFY(changes > 10);
-        for (int number = 1; number <= changes; ++number) {
-            shell("rm -rf site report && cp -r old site");
-            faults["FILE_FAULTS"] = fault + ' ' + QString::number(number);
-            const int ended = m_tool.run(words, faults).code;
-            QVERIFY2(ended == code || ended == 0, qPrintable(QString("%1 at %2").arg(ended).arg(number)));
-            for (const QString& name : {QString("site/main/repository.xml"), QString("site/main-beta/repository.xml")})
-                QVERIFY(m_tool.read(name) == before[name] || m_tool.read(name) == after[name]);
-            if (fault == "ENOSPC")
-                QCOMPARE(entries(), ended == 0 ? entriesAfter : entriesBefore);
-            QCOMPARE(check().code, 0);
-            const Ended again = m_tool.run(words);
-            QVERIFY(again.code == 0 || again.reasons.contains("has been retired on")); // it was done
-            QCOMPARE(offered(), after);
-        }
-    }
-#endif
-
-    void leavesASiteToWhoeverChangesIt()
-    {
-        makeSite();
-        QLockFile lock(m_tool.path("site/.norvale.lock"));
-        QVERIFY(lock.tryLock(0));
-        QCOMPARE(add("A-1.00.000.zip", "Core", "1.0.0").code, 7);
     }
 };
 

@@ -1,27 +1,20 @@
 #pragma once
 
 #include "plugins/cFileRecord.h"
-#include "plugins/cPluginMgr.h"
 #include "services/cServiceMgr.h"
 
 #include <Norvale/Corvane.h>
 #include <Norvale/IPluginContext.h>
 #include <Norvale/cJsonValue.h>
 #include <Norvale/cLogCentral.h>
+#include <PluginFolder.h>
+#include <PublishedPlugins.h>
 #include <SettingsSandbox.h>
 
 #include <QtTest/QtTest>
 
 #include <stdexcept>
 #include <thread>
-
-inline void write(const QString& path, const QByteArray& content)
-{
-    QFile file(path);
-    QVERIFY(QFileInfo(path).dir().mkpath("."));
-    QVERIFY(file.open(QFile::WriteOnly));
-    QCOMPARE(file.write(content), qint64(content.size()));
-}
 
 /// A service of the test, which plugins register.
 class cLentService : public QObject
@@ -32,10 +25,7 @@ class cLentService : public QObject
 
 /// A small installation on disk, with the managers that run it. All that happens is noted in one journal, which is a
 /// property of the application object, so that the plugins write in it, too.
-class cInstalledSuite : public QObject,
-                        public IInstalledPlugins,
-                        public IPluginObserver,
-                        public Corvane::ILocalSocketMessageHandler
+class cInstalledSuite : public QObject, public IPluginObserver, public Corvane::ILocalSocketMessageHandler
 {
     Q_OBJECT
 
@@ -47,7 +37,6 @@ public:
         sandbox.setInstallDir(sandbox.path());
         Corvane::initializeFolderOrFile();
         cLogCentral::setDebuggerOutput(true); // or there is no history
-        manager.setInstalledPlugins(this);
         manager.setServiceMgr(&services);
         QCoreApplication::instance()->setProperty("journal", QStringList());
         QCoreApplication::instance()->setProperty("pluginMgr", QVariant::fromValue<QObject*>(&manager));
@@ -60,34 +49,15 @@ public:
     }
     void install(const QString& name, const QString& what)
     {
-        const QString library = what.section(' ', 0, 0);
-        QString manifest = "<m><plugin runtime_api_version='13' autoload='%1' in:>%2 <start><library filename='%3' "
-                           "function='create'/></start></plugin></m>";
-        manifest = what.startsWith('<') ? what : manifest.arg(what.contains(" auto") ? "true" : "", what, library);
-        manifest.replace("in:>", QString("load_category='%1'>").arg(what.section("in:", 1).section(' ', 0, 0)));
-        manifest.replace(QRegularExpression("needs:(\\S+)"),
-                         "<dependencies><dependency>\\1</dependency></dependencies>");
-        manifest.replace(QRegularExpression("gives:(\\S+)"), "<services><service>\\1</service></services>");
+        const QString library = what.section(' ', 0, 0) + cPluginInstance::LibrarySuffix;
         names.append(name);
-        write(folderOf(name) + "/Manifest.xml", manifest.toUtf8());
-        const QString file = "/" + library + cPluginInstance::LibrarySuffix;
-        QFile::copy(FIXTURE_DIR + file, folderOf(name) + file);
+        writePlugin(sandbox.path(), name + "-1.00.000", what.startsWith('<') ? what : what.section(' ', 1),
+                    FIXTURE_DIR "/" + library);
     }
     QString folderOf(const QString& name) const { return sandbox.path() + "/plugins/" + name + "-1.00.000"; }
     static QStringList journal() { return QCoreApplication::instance()->property("journal").toStringList(); }
     static void note(const QString& text) { QCoreApplication::instance()->setProperty("journal", journal() << text); }
 
-    bool publishInstalledPlugins() override
-    {
-        ++publications;
-        manager.clearAllowed();
-        for (const QString& name : qAsConst(names))
-            manager.registerPlugin({name, cVersion("1.0.0")});
-        return true;
-    }
-    bool isFeatureInstalled(const QString& name) const override { return name == "Core"; }
-    QString publicationError() const override { return QString(); }
-    bool isInDevelopment(const cPluginId& id) const override { return id.name() == "Developed"; }
     void spanBegin(Span span, const QString& plugin) override
     {
         note(QString("<") + "mlsp"[span] + plugin);
@@ -145,7 +115,7 @@ public slots:
         names.removeOne(plugin.section(' ', 0, 0));
         install(plugin.section(' ', 0, 0), plugin.section(' ', 1));
     }
-    void publish(QString) { publishInstalledPlugins(); }
+    void publish(QString) { installed.publishInstalledPlugins(); }
     /// Notes the files of a plugin as they are.
     void record(QString name)
     {
@@ -189,7 +159,7 @@ public slots:
     }
     void tearTranslation(QString name)
     {
-        write(folderOf(name) + "/ts/strings_xx_XX.qm", "\x3c\xb8\x64\x18");
+        writeFile(folderOf(name) + "/ts/strings_xx_XX.qm", "\x3c\xb8\x64\x18");
         sandbox.setMachineValue("ConfigMgr/Locale", "xx_XX");
     }
     /// Notes why each plugin does not run, with a mark where it has failed, and without what differs between systems.
@@ -218,7 +188,7 @@ public slots:
     /// The publications, and of each plugin its place in the order, its state, and a mark when its folder is searched.
     void list(QString)
     {
-        QString text = QString::number(publications);
+        QString text = QString::number(installed.publications);
         for (const cPluginInfo& info : manager.plugins())
             text += QString(" %1:%2:%3").arg(info.name).arg(info.order).arg(stateName(info.state)) +
                     (QDir::searchPaths(info.name).contains(folderOf(info.name)) ? "*" : "");
@@ -240,10 +210,10 @@ public:
     }
 
     SettingsSandbox sandbox;
-    QStringList names;
-    int publications = 0;
     bool isAngry = false;
     cLentService lent;
     cServiceMgr services;
     cPluginMgr manager;
+    cPublishedPlugins installed{manager};
+    QStringList& names = installed.names;
 };

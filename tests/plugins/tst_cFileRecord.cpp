@@ -73,27 +73,6 @@ private slots:
         QVERIFY2(record.errorString().startsWith(cFileRecord::path()), qPrintable(record.errorString()));
         QVERIFY(QDir().rmdir(cFileRecord::path()));
     }
-    void tellsFilesApart_data()
-    {
-        const Rows<QByteArray, QString> row("content", "difference");
-        row("the same", "abc", "");
-        row("cut short", "a", "has 1 byte instead of 3");
-        row("a bit flipped", "abb", "has another content than was installed");
-    }
-    void tellsFilesApart()
-    {
-        QFETCH(QByteArray, content);
-        const QString path = m_sandbox.path() + "/file";
-        writeFile(path, content);
-        cRecordedFile recorded = factsOf("abc", QFileInfo(path).lastModified().toMSecsSinceEpoch());
-        QTEST(recorded.difference(path), "difference");
-        QCOMPARE(recorded.looksUntouched(QFileInfo(path)), content.size() == 3);
-        recorded.changed += 1;
-        QVERIFY(!recorded.looksUntouched(QFileInfo(path)));
-        QVERIFY(QFile::remove(path));
-        QCOMPARE(recorded.difference(path), QString("is missing"));
-        QCOMPARE(recorded.difference(m_sandbox.path()), QString("is no file"));
-    }
 
 private:
     SettingsSandbox m_sandbox;

@@ -28,13 +28,11 @@ private slots:
     void initTestCase()
     {
         qputenv("ASAN_OPTIONS", "handle_segv=0:handle_abort=0:detect_leaks=0"); // crashes are the system's
-        QMap<QString, QString> manifests;
+        Variables plugins;
         for (int number = 1; number <= Plugins; ++number)
-            manifests[nameOf(number)] = manifest(number);
-        m_suite = m_fixture.makeSuite("Core", manifests);
+            plugins[nameOf(number)] = wordsOf(number);
+        m_suite = m_fixture.makeSuite("Core", plugins, FAULTY_PLUGIN);
         m_fixture.useSuite(m_suite);
-        for (const QString& name : manifests.keys())
-            QVERIFY(QFile::copy(FAULTY_PLUGIN, folderOf(name) + QFileInfo(FAULTY_PLUGIN).fileName()));
         QSettings(QSettings::UserScope, "Varkel", "VCore").setValue("Plugins/HangSeconds", 1);
     }
 
@@ -79,19 +77,14 @@ private slots:
 private:
     QString m_suite;
 
-    QString folderOf(const QString& name) const { return QString("%1/plugins/%2-1.00.000/").arg(m_suite, name); }
-
     /// @p broken is a step and how the plugin breaks in it.
-    static QString manifest(int number, const QString& broken = "start none")
+    static QString wordsOf(int number, const QString& broken = "start none")
     {
         const bool isInChain = number > Breaking && number <= ChainEnd;
-        const QString text = "<m><plugin runtime_api_version='13' autoload='true'><start><library filename='Faulty' "
-                             "function='%1'/><params>{\"%2\":\"%3\"}</params></start><dependencies>%4</dependencies>%5"
-                             "</plugin></m>";
-        return text.arg(broken.startsWith("load") ? "createBreaking" : "createPlugin", broken.section(' ', 0, 0),
-                        broken.section(' ', 1),
-                        isInChain ? "<dependency>" + nameOf(number - 1) + "</dependency>" : QString(),
-                        broken.startsWith("call") ? "<services><service>Break</service></services>" : QString());
+        return QString("auto enters:%1 %2 %3 {\"%4\":\"%5\"}")
+            .arg(broken.startsWith("load") ? "createBreaking" : "createPlugin",
+                 isInChain ? "needs:" + nameOf(number - 1) : "", broken.startsWith("call") ? "gives:Break" : "",
+                 broken.section(' ', 0, 0), broken.section(' ', 1));
     }
 
     /// Which plugin a start says the last run died of, and when; empty when it says so of none.
@@ -105,10 +98,9 @@ private:
     /// Runs the suite until it breaks, or hangs and is told of and killed. @return its log.
     QString brokenRun(const QByteArray& broken)
     {
-        const QString file = folderOf(nameOf(Breaking)) + "Manifest.xml";
-        writeFile(file, manifest(Breaking, broken).toUtf8());
+        writePlugin(m_suite, Broken, wordsOf(Breaking, broken), FAULTY_PLUGIN);
         qputenv("NORVALE_BREAK", broken.startsWith("load") ? broken.mid(5) : "");
-        const auto mend = qScopeGuard([&] { writeFile(file, manifest(Breaking).toUtf8()); });
+        const auto mend = qScopeGuard([&] { writePlugin(m_suite, Broken, wordsOf(Breaking), FAULTY_PLUGIN); });
         const bool isCalled = broken.startsWith("call");
         QProcess host;
         const QString log = m_fixture.path("log");

@@ -20,7 +20,6 @@ public:
     {
         m_root = m_fixture.path(QString("mistake%1").arg(++m_count));
         QDir().mkpath(m_root);
-        QDir::setCurrent(m_root);
         m_plugins.clear();
         m_said.clear();
         m_feature = "Core";
@@ -86,7 +85,7 @@ public slots:
     void vcore(const QString& line)
     {
         writeFeatures();
-        note(m_fixture.run(wordsOf(line), m_faults));
+        note(m_fixture.run(wordsOf(line), m_faults, m_root));
         m_faults.clear();
     }
     void norvale(const QString& line) { note(runToEnd(NORVALE_PROGRAM, wordsOf(line), {}, m_root)); }
@@ -115,33 +114,33 @@ public slots:
         const QStringList parts = wordsOf(words);
         const QString folder = parts[0] + '-' + cVersion(parts[1]).toString();
         const QString manifest = "<manifest><plugin name='%1' version='%2' runtime_api_version='13'/></manifest>";
-        writeFile(folder + "/Manifest.xml", manifest.arg(parts[0], parts[1]).toUtf8());
-        writeFile(folder + "/more.txt", parts.value(2).toUtf8() + ' ');
+        writeFile(in(folder + "/Manifest.xml"), manifest.arg(parts[0], parts[1]).toUtf8());
+        writeFile(in(folder + "/more.txt"), parts.value(2).toUtf8() + ' ');
         norvale("pack " + folder);
     }
     /// A repository description beside its package: version of feature and repository, name and version of the plugin.
     void publish(const QString& words)
     {
         const QStringList parts = wordsOf(words);
-        const QByteArray bytes = readFile(parts[1] + '-' + cVersion(parts[2]).toString() + ".zip");
+        const QByteArray bytes = readFile(in(parts[1] + '-' + cVersion(parts[2]).toString() + ".zip"));
         const QString text = "<repository name='main' version='%1'><feature name='Core' version='%1' active='true'>"
                              "<plugins><plugin name='%2' version='%3'><hash method='sha1'>%4</hash></plugin></plugins>"
                              "</feature></repository>";
         const QByteArray hash = QCryptographicHash::hash(bytes, QCryptographicHash::Sha1).toHex();
-        writeFile("repository.xml", text.arg(parts[0], parts[1], parts[2], QString(hash)).toUtf8());
+        writeFile(in("repository.xml"), text.arg(parts[0], parts[1], parts[2], QString(hash)).toUtf8());
     }
     void write(const QString& words)
     {
-        writeFile(words.section(' ', 0, 0), words.section(' ', 1).replace("\\n", "\n").toUtf8());
+        writeFile(in(words.section(' ', 0, 0)), words.section(' ', 1).replace("\\n", "\n").toUtf8());
     }
     /// As who makes a package by hand, out of a folder.
     void zip(const QString& words)
     {
-        if (MachineProgram::execute("python3", QStringList{"-m", "zipfile", "-c"} + wordsOf(words)) != 0)
+        if (MachineProgram::execute("python3", QStringList{"-m", "zipfile", "-c"} + wordsOf(words), m_root) != 0)
             m_said += "no zip\n";
     }
-    void damage(const QString& path) { writeFile(path, readFile(path) + "x"); }
-    void rename(const QString& words) { QFile::rename(words.section(' ', 0, 0), words.section(' ', 1)); }
+    void damage(const QString& path) { writeFile(in(path), readFile(in(path)) + "x"); }
+    void rename(const QString& words) { QFile::rename(in(words.section(' ', 0, 0)), in(words.section(' ', 1))); }
     void machine(const QString& words)
     {
         m_fixture.setMachineValue("ConfigMgr/" + words.section(' ', 0, 0), words.section(' ', 1));
@@ -158,6 +157,10 @@ public slots:
     }
 
 private:
+    QString in(const QString& path) const
+    {
+        return QDir(m_root).absoluteFilePath(path);
+    }
     void writeFeatures()
     {
         const QString text = "<repository name='main' version='1.0.0'><feature name='%1' version='1.0.0' active='true'>"

@@ -2,28 +2,15 @@
 
 #include <AtOnce.h>
 #include <MovedState.h>
+#include <Tree.h>
 
 #include <QtCore/QElapsedTimer>
 #include <QtCore/QRandomGenerator>
-
-#include <map>
 
 namespace {
 
 const int Count = qEnvironmentVariable("NORVALE_COUNT", "40").toInt(); // damages for each file
 const int Seed = qEnvironmentVariable("NORVALE_SEED", "1").toInt();
-
-using Tree = std::map<QString, QByteArray>; // content by path below a folder
-
-Tree treeOf(const QString& folder)
-{
-    Tree tree;
-    for (QDirIterator it(folder, QDir::Files | QDir::Hidden, QDirIterator::Subdirectories); it.hasNext();) {
-        const QString path = it.next();
-        tree[path.mid(folder.size() + 1)] = readFile(path);
-    }
-    return tree;
-}
 
 struct Run
 {
@@ -94,28 +81,14 @@ public:
     QByteArray whole(const QString& file) const { return m_whole.at(file); }
 
     /// Brings everything back as it was.
-    void restore() const
-    {
-        const Tree now = treeOf(m_folder);
-        for (const auto& [name, content] : now) {
-            if (!m_whole.count(name))
-                QFile::remove(path(name));
-        }
-        for (const auto& [name, content] : m_whole) {
-            const auto is = now.find(name);
-            if (is == now.end() || is->second != content)
-                writeFile(path(name), content);
-        }
-    }
+    void restore() const { restoreTree(m_folder, m_whole); }
 
     /// What of the suite is not as it was; the record's times may differ.
     QStringList differences() const
     {
         QStringList names;
-        const Tree now = treeOf(m_folder);
-        for (const auto& [name, content] : m_whole) {
-            const auto is = now.find(name);
-            if (name.startsWith("core/") && !name.endsWith("files.json") && (is == now.end() || is->second != content))
+        for (const auto& [name, content] : without(m_whole, treeOf(m_folder))) {
+            if (name.startsWith("core/") && !name.endsWith("files.json"))
                 names << name;
         }
         return names;

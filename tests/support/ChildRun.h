@@ -5,6 +5,9 @@
 #include <QtCore/QDir>
 #include <QtCore/QMap>
 #include <QtCore/QProcess>
+#include <QtTest/QtTest>
+
+#include <memory>
 
 /// What a child process left.
 struct Ended
@@ -40,6 +43,19 @@ inline Ended runToEnd(const QString& program, const QStringList& arguments, cons
     const int code = exitCodeOf(process);
     return {code, Platform::consoleText(process.readAllStandardOutput()),
             Platform::consoleText(process.readAllStandardError())};
+}
+
+/// The main function of a test program that also runs itself, with the arguments "child WORDS...": @p child then takes
+/// the words, under the names that a sandbox has.
+template <typename Test>
+int runTestOrChild(int argc, char** argv, int (*child)(const QStringList& words))
+{
+    QCoreApplication application(argc, argv);
+    if (QCoreApplication::arguments().value(1) != "child")
+        return QTest::qExec(std::make_unique<Test>().get(), argc, argv);
+    QCoreApplication::setOrganizationName("NorvaleTests");
+    QCoreApplication::setApplicationName("Fixture");
+    return child(QCoreApplication::arguments().mid(2));
 }
 
 /// The words of @p line.

@@ -54,6 +54,11 @@ QUrl HttpSite::url(const QString& path, const QString& faults) const
     return QUrl(QStringLiteral("%1://127.0.0.1:%2%3/%4").arg(scheme, QString::number(m_port), prefix, path));
 }
 
+QUrl HttpSite::fileUrl(const QString& path) const
+{
+    return QUrl::fromLocalFile(QDir(folder()).absoluteFilePath(path));
+}
+
 QStringList HttpSite::takeRequests()
 {
     // The server tells of a request before it answers.

@@ -33,6 +33,9 @@ public:
     /// The URL of @p path; @p faults such as "~cut=100" or "~chunked/~cut=60" come before it.
     QUrl url(const QString& path = QString(), const QString& faults = QString()) const;
 
+    /// The URL of @p path as a file.
+    QUrl fileUrl(const QString& path) const;
+
     /// The paths of the requests that have come since the last call, with their faults.
     QStringList takeRequests();
 

@@ -10,6 +10,8 @@ In a line stand the roles root, timestamp, snapshot, targets and, by name, roles
     release()             publishes targets and all roles that it delegates to
     link(ROLE...)         sets what snapshot and timestamp, or one of them, say about those below
     target(PATH, BYTES)   serves a target and names it, in `role`
+    tree()                names all that lies in the folder of the server, and nothing else
+    tamper(PATH, CHANGE)  serves what CHANGE makes of a target, under each name that it has
     delegate(...)         gives `parent` a delegation to the new role that is returned
     rotate(ROLE, KEY...)  lets other keys sign a role
     days(N)               the time so many days from now
@@ -23,6 +25,7 @@ import copy
 import datetime
 import hashlib
 import json
+import os
 import urllib.parse
 
 from cryptography.hazmat.primitives import hashes, serialization
@@ -134,7 +137,7 @@ class Site:
     def __init__(self, server):
         self.folder, self.files, self.faults = server.folder, server.made, server.faults
         self.names = {name: getattr(self, name) for name in
-                      "new publish release put link target delegate rotate mark heal save".split()}
+                      "new publish release put link target delegate rotate mark heal save tree tamper".split()}
         self.names.update(files=self.files, faults=self.faults, key=key, PAST=PAST, FUTURE=FUTURE, site=self,
                           days=days, describe=describe, canonical=canonical, json=json, copy=copy, hashlib=hashlib, hashes=hashes)
 
@@ -164,21 +167,38 @@ class Site:
         root.keys.update((one.id, one.public) for one in keys)
         before = root.roles.get(role.name, {"threshold": 1})
         root.roles[role.name] = {"keyids": [one.id for one in keys], "threshold": threshold or before["threshold"]}
+        old = [one for one in role.by if one not in keys]
         role.by = keys
         if role is root:
-            role.by, self.root_keys = keys + [one for one in root.by if one not in keys], keys
+            role.by, self.root_keys = keys + old, keys
 
     def target(self, path, data=b"content", role=None, served=None, algorithms=None, custom=None):
-        role = role or self.roles["targets"]
+        role, data = role or self.roles["targets"], data.encode() if isinstance(data, str) else data
         role.targets[path] = describe(data, algorithms or self.algorithms)
         if custom is not None:
             role.targets[path]["custom"] = custom
+        for place in self.places(path, role):
+            self.files[place] = data if served is None else served
+
+    def places(self, path, role):
         folder, slash, name = path.rpartition("/")
         names = [path]
         if self.prefix and self.roles["root"].consistent_snapshot:
             names = [folder + slash + digest + "." + name for digest in role.targets[path]["hashes"].values()]
-        for name in names:
-            self.files["/" + urllib.parse.quote(name)] = data if served is None else served
+        return ["/" + urllib.parse.quote(name) for name in names]
+
+    def tree(self):
+        self.roles["targets"].targets.clear()
+        for folder, _, names in os.walk(self.folder):
+            for name in names:
+                path = os.path.join(folder, name)
+                with open(path, "rb") as file:
+                    self.target(os.path.relpath(path, self.folder).replace(os.sep, "/"), file.read())
+
+    def tamper(self, path, change):
+        role = self.roles["targets"]
+        data = change(self.files[self.places(path, role)[0]])
+        self.files.update((place, data) for place in self.places(path, role) + ["/" + path])
 
     def delegate(self, name, paths=None, parent=None, prefixes=None, terminating=False, keys=None, threshold=1, **targets):
         parent, keys = parent or self.roles["targets"], keys or [key(name)]
@@ -191,6 +211,9 @@ class Site:
         self.roles[name] = role
         return role
 
+    def below(self):
+        return [role for name, role in self.roles.items() if name not in TOP[:3]]
+
     def said(self, role):
         data = role.text()
         return dict({"version": role.version}, **describe(data, self.algorithms) if self.full else {})
@@ -198,8 +221,7 @@ class Site:
     def link(self, *which):
         which = which or (self.roles["snapshot"], self.roles["timestamp"])
         if self.roles["snapshot"] in which:
-            below = [role for role in self.roles.values() if role.signed["_type"] == "targets"]
-            self.roles["snapshot"].meta = {role.name + ".json": self.said(role) for role in below}
+            self.roles["snapshot"].meta.update((role.name + ".json", self.said(role)) for role in self.below())
         if self.roles["timestamp"] in which:
             self.roles["timestamp"].meta = {"snapshot.json": self.said(self.roles["snapshot"])}
 
@@ -234,7 +256,7 @@ class Site:
             top[0].by = self.root_keys
 
     def release(self):
-        self.publish(*[role for role in self.roles.values() if role.signed["_type"] == "targets"])
+        self.publish(*self.below())
 
     def save(self, path):
         with open(self.folder + "/../" + path.rpartition("/")[2], "wb") as file:

@@ -16,7 +16,7 @@ sha256 = hashes.SHA256()
 rows = []
 
 
-def row(name, type, scheme, public, signature, is_good=True):
+def row(name, type, scheme, public, signature, is_good=True, message=message):
     key = {"keytype": type, "scheme": scheme, "keyval": {"public": public}}
     rows.append({"name": name, "key": key, "message": message.hex(), "signature": signature.hex(), "is_good": is_good})
 
@@ -44,6 +44,9 @@ def ed25519_rows():
     good = key.sign(message)
     row("ed25519", "ed25519", "ed25519", raw(key).hex(), good)
     row("ed25519, upper case", "ed25519", "ed25519", raw(key).hex().upper(), good)
+    for size in 65535, 65536, 300000:  # on both sides of what libgcrypt takes at once
+        long = bytes(i % 251 for i in range(size))
+        row(f"ed25519, {size} bytes", "ed25519", "ed25519", raw(key).hex(), key.sign(long), True, long)
     row("ed25519, a scheme that is not known", "ed25519", "ed25519ph", raw(key).hex(), good, False)
     row("ed25519, a key of 31 bytes", "ed25519", "ed25519", raw(key).hex()[2:], good, False)
     row("ed25519, no hex", "ed25519", "ed25519", "z" + raw(key).hex()[1:], good, False)

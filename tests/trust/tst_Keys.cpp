@@ -209,6 +209,7 @@ void tst_Keys::canonical_data()
     row("levels", nested(63), nested(63), "");
     row("too many levels", nested(64), "", "line 1, column 69: nested deeper");
     row("levels without an end", QByteArray(1000000, '['), "", "nested deeper");
+    row("too many values", "[" + QByteArray(4000001, ','), "", "more than 4000000 values");
     row("twice", "{\"b\":0,\"a\":{\"x\":1,\n \"y\":2,\"x\":3}}", "", "line 2, column 8: \"x\" stands twice");
     row("twice, with an escape", R"({"ab":1,"\u0061b":2})", "", "column 9: \"ab\" stands twice");
     row("once in each", R"({"a":{"a":"a"},"b":[{"a":1},{"a":2}]})", R"({"a":{"a":"a"},"b":[{"a":1},{"a":2}]})", "");

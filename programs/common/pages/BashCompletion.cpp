@@ -102,11 +102,11 @@ QString levelCases(const cDescription& description)
         return QStringLiteral("    \"\") options=\"%1\" ;;").arg(optionNames(description.allOptions()));
     }
     QStringList lines{QStringLiteral("    \"\") options=\"%1\"; words=(_@NAME@_offer \"%2\") ;;")
-                          .arg(optionNames(description.standard), wordList(description.firstWords()))};
+                          .arg(optionNames(description.standard), wordList(description.wordsAfter()))};
     for (const cDescription::Entry& group : description.groups) {
         lines.append(QStringLiteral("    \"%1\") options=\"%2\"; words=(_@NAME@_offer \"%3\") ;;")
                          .arg(QString::fromUtf8(group.name), optionNames(description.standard),
-                              wordList(description.secondWords(group.name))));
+                              wordList(description.wordsAfter(group.name))));
     }
     return lines.join(QLatin1Char('\n'));
 }

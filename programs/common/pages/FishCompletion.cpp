@@ -37,36 +37,40 @@ QString commandLine(const QString& program, const QString& condition, const cDes
                    QStringLiteral("-f -a %1 -d %2").arg(quoted(QString::fromUtf8(entry.name)), quoted(entry.help)));
 }
 
-QString seen(const QByteArray& word)
+/// That one of @p words has been typed.
+QString seen(const QByteArray& words)
 {
-    return QStringLiteral("__fish_seen_subcommand_from ") + QString::fromUtf8(word);
+    return QStringLiteral("__fish_seen_subcommand_from ") + QString::fromUtf8(words);
 }
 
-QString conditionOf(const cSyntax& command)
+/// That each word of @p name has been.
+QString seenAll(const QByteArray& name)
 {
-    const QList<QByteArray> words = command.name.split(' ');
-    return words.size() < 2 ? seen(words.first()) : seen(words.first()) + QStringLiteral("; and ") + seen(words.last());
+    QStringList conditions;
+    for (const QByteArray& word : name.split(' '))
+        conditions.append(seen(word));
+    return conditions.join(QStringLiteral("; and "));
 }
 
 QStringList subcommandLines(const cDescription& description)
 {
     QStringList lines;
-    for (const cDescription::Entry& entry : description.firstWords())
+    for (const cDescription::Entry& entry : description.wordsAfter())
         lines.append(commandLine(description.program, QStringLiteral("__fish_use_subcommand"), entry));
     for (const cDescription::Entry& group : description.groups) {
-        const QList<cDescription::Entry> words = description.secondWords(group.name);
+        const QList<cDescription::Entry> words = description.wordsAfter(group.name);
         QByteArray all;
         for (const cDescription::Entry& word : words)
             all += ' ' + word.name;
         for (const cDescription::Entry& word : words) {
-            const QString condition = seen(group.name) + QStringLiteral("; and not ") + seen(all.mid(1));
+            const QString condition = seenAll(group.name) + QStringLiteral("; and not ") + seen(all.mid(1));
             lines.append(commandLine(description.program, condition, word));
         }
     }
     for (const cSyntax& command : description.commands) {
         for (const cSyntax::Parameter& parameter : command.parameters) {
             if (parameter.isOption())
-                lines.append(optionLine(description.program, conditionOf(command), parameter));
+                lines.append(optionLine(description.program, seenAll(command.name), parameter));
         }
     }
     return lines;

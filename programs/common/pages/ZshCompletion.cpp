@@ -1,5 +1,7 @@
 #include "common/pages/cDescription.h"
 
+#include <algorithm>
+
 namespace {
 
 /// Help as it may stand in a quoted specification: brackets and colons are its own there.
@@ -61,45 +63,35 @@ QString describe(const QList<cDescription::Entry>& entries)
     return QStringLiteral("commands=(%1); _describe command commands").arg(words.join(QLatin1Char(' ')));
 }
 
-QString subcommandCases(const cDescription& description)
+/// What follows @p group, whose words have been shifted away; @p indent is that of the lines.
+QString casesAfter(const cDescription& description, const QByteArray& group, const QString& indent)
 {
-    QString text =
-        QStringLiteral("    local -a commands\n    if (( CURRENT == 2 )); then\n        %1\n        return\n    fi\n"
-                       "    case \"${words[2]}\" in\n")
-            .arg(describe(description.firstWords()));
-    for (const cSyntax& command : description.commands) {
-        if (command.name.contains(' '))
-            continue;
-        text +=
-            QStringLiteral("    %1)\n        shift words; (( CURRENT -= 1 ))\n").arg(QString::fromUtf8(command.name)) +
-            argumentsCall(command.parameters + description.standard, QStringLiteral("        ")) +
-            QStringLiteral(" ;;\n");
+    QString text = QStringLiteral("%1if (( CURRENT == 2 )); then\n%1    %2\n%1    return\n%1fi\n"
+                                  "%1case \"${words[2]}\" in\n")
+                       .arg(indent, describe(description.wordsAfter(group)));
+    const QString inner = indent + QStringLiteral("    ");
+    for (const cDescription::Entry& word : description.wordsAfter(group)) {
+        const QByteArray name = group.isEmpty() ? word.name : group + ' ' + word.name;
+        text += QStringLiteral("%1%2)\n%3shift words; (( CURRENT -= 1 ))\n")
+                    .arg(indent, QString::fromUtf8(word.name), inner);
+        const auto command = std::find_if(description.commands.begin(), description.commands.end(),
+                                          [&](const cSyntax& syntax) { return syntax.name == name; });
+        text += command == description.commands.end()
+                    ? casesAfter(description, name, inner)
+                    : argumentsCall(command->parameters + description.standard, inner);
+        text += QStringLiteral(" ;;\n");
     }
-    for (const cDescription::Entry& group : description.groups) {
-        text += QStringLiteral(
-                    "    %1)\n        if (( CURRENT == 3 )); then\n            %2\n            return\n        fi\n"
-                    "        case \"${words[3]}\" in\n")
-                    .arg(QString::fromUtf8(group.name), describe(description.secondWords(group.name)));
-        for (const cSyntax& command : description.commands) {
-            if (!command.name.startsWith(group.name + ' '))
-                continue;
-            text += QStringLiteral("        %1)\n            shift 2 words; (( CURRENT -= 2 ))\n")
-                        .arg(QString::fromUtf8(command.name.mid(group.name.size() + 1))) +
-                    argumentsCall(command.parameters + description.standard, QStringLiteral("            ")) +
-                    QStringLiteral(" ;;\n");
-        }
-        text += QStringLiteral("        esac ;;\n");
-    }
-    return text + QStringLiteral("    esac");
+    return text + indent + QStringLiteral("esac");
 }
 
 } // namespace
 
 QString zshCompletion(const cDescription& description)
 {
-    const QString body = description.hasOptionCommands()
-                             ? argumentsCall(description.allOptions(), QStringLiteral("    "))
-                             : subcommandCases(description);
+    const QString body =
+        description.hasOptionCommands()
+            ? argumentsCall(description.allOptions(), QStringLiteral("    "))
+            : QStringLiteral("    local -a commands\n") + casesAfter(description, {}, QStringLiteral("    "));
     return QStringLiteral(
                "#compdef %1\n# Made from the program's own description of its command line.\n\n_%1() {\n%2\n}\n\n"
                "_%1 \"$@\"\n")

@@ -25,23 +25,18 @@ QList<cSyntax::Parameter> cDescription::allOptions() const
     return own + further + standard;
 }
 
-QList<cDescription::Entry> cDescription::firstWords() const
+QList<cDescription::Entry> cDescription::wordsAfter(const QByteArray& group) const
 {
-    QList<Entry> words = groups;
-    for (const cSyntax& command : commands) {
-        if (!command.name.contains(' '))
-            words.append({command.name, QString::fromUtf8(command.help)});
-    }
-    return words;
-}
-
-QList<cDescription::Entry> cDescription::secondWords(const QByteArray& name) const
-{
+    const QByteArray before = group.isEmpty() ? group : group + ' ';
     QList<Entry> words;
-    for (const cSyntax& command : commands) {
-        if (command.name.startsWith(name + ' '))
-            words.append({command.name.mid(name.size() + 1), QString::fromUtf8(command.help)});
-    }
+    const auto take = [&](const QByteArray& name, const QString& help) {
+        if (name.startsWith(before) && !name.mid(before.size()).contains(' '))
+            words.append({name.mid(before.size()), help});
+    };
+    for (const Entry& entry : groups)
+        take(entry.name, entry.help);
+    for (const cSyntax& command : commands)
+        take(command.name, QString::fromUtf8(command.help));
     return words;
 }
 

@@ -34,11 +34,9 @@ struct cDescription
     /// commands have has the help of the first that gives one.
     QList<cSyntax::Parameter> allOptions() const;
 
-    /// The first words of the sub-commands, in order: commands and groups, each with its help.
-    QList<Entry> firstWords() const;
-
-    /// The sub-commands of the group @p name, by their second words.
-    QList<Entry> secondWords(const QByteArray& name) const;
+    /// The words that may follow @p group ("site", "site keys"; empty at the beginning), groups first, each with its
+    /// help. None where it is no group.
+    QList<Entry> wordsAfter(const QByteArray& group = QByteArray()) const;
 
     /// The words that the value of @p parameter is one of; none where it is free.
     static QStringList wordsOf(const cSyntax::Parameter& parameter);

@@ -96,7 +96,11 @@ enum class Severity { Error, Warning };
     X(SourceUnreachable, "source-unreachable", Error, "one source of each package and runtime can be fetched")         \
     X(SourceDead, "source-dead", Warning, "every source can be fetched")                                               \
     X(SourceSize, "source-size", Error, "a package has the size that its repository names")                            \
-    X(SourceHash, "source-hash", Error, "a runtime has the hash that its repository names")
+    X(SourceHash, "source-hash", Error, "a runtime has the hash that its repository names")                            \
+    X(SiteUnsigned, "site-unsigned", Warning, "what a signed site offers has been signed")                             \
+    X(TrustRefused, "trust-refused", Error, "who trusts the first root of a signed site takes its metadata")           \
+    X(TrustTarget, "trust-target", Error, "a file has the length and the hashes that are signed")                      \
+    X(TrustExpiry, "trust-expiry", Warning, "what is signed is renewed before it expires")
 
 /// The rules; name, severity and meaning come from the list above.
 enum class Rule {

@@ -3,6 +3,7 @@
 #include "lint/InputFile.h"
 #include "plugins/ManifestRules.h"
 #include "report/cFindings.h"
+#include "signing/cSigningRun.h"
 #include "site/cSitePublisher.h"
 
 #include <QtCore/QRegularExpression>
@@ -35,6 +36,7 @@ private:
     QStringList m_dependencies;
     QStringList m_shared;
     QString m_content;
+    QString m_keys;
 };
 
 QMap<QString, QString> pairs(const QStringList& words)
@@ -55,6 +57,7 @@ void cSiteAddCommand::describe(cSyntax& syntax)
     addRepositoryOptions(syntax);
     syntax.add("--replace", &m_wanted.mayReplace,
                "Let a version that is published change (who has it keeps what it has)");
+    cSigningRun::addKeysOption(syntax, &m_keys);
     m_report.addJsonOption(syntax);
     syntax.footer = "Clients meet the old state or the new one, also when the run is cut off; it can be repeated.\n"
                     "Other features and repositories of the site are kept.";
@@ -102,7 +105,9 @@ ExitCode cSiteAddCommand::run()
     const QString unread = readNotes();
     if (!unread.isEmpty())
         return m_report.fail(ExitCode::ReadFailed, unread);
-    return cSitePublisher(m_wanted).run(m_report);
+    cSitePublisher publisher(m_wanted);
+    publisher.setKeys(m_keys);
+    return publisher.run(m_report);
 }
 
 QString cSiteAddCommand::readNotes()

@@ -2,6 +2,7 @@
 #include "common/Terminal.h"
 #include "common/cProgram.h"
 #include "report/cFindings.h"
+#include "signing/cSigningRun.h"
 #include "site/cSiteCheck.h"
 #include "site/cSiteListing.h"
 #include "site/cSitePromotion.h"
@@ -27,7 +28,9 @@ public:
         syntax.call("site check", "Verify every repository, package, hash and manifest of a site");
         syntax.add("SITE", &m_site, "The site's folder, or its URL");
         m_report.addOptions(syntax);
-        syntax.footer = "Every file is fetched once. norvale lint --rules lists the rules.";
+        syntax.footer =
+            "Every file is fetched once; of a signed site also what the metadata vouches for, as a client that\n"
+            "trusts tuf/1.root.json. norvale lint --rules lists the rules.";
     }
 
     ExitCode run() override
@@ -58,6 +61,7 @@ public:
         syntax.add("--from", &m_from, "The status that has been tried", "S");
         syntax.add("--to", &m_place.status, "The status that is to offer the same", "S");
         syntax.add("--repository", &m_place.repository, "Default: the one that the site has", "NAME");
+        cSigningRun::addKeysOption(syntax, &m_keys);
         m_report.addJsonOption(syntax);
         syntax.footer = "Packages are copied before anything names them. Features that only the second status has are\n"
                         "kept, and no version goes back.";
@@ -72,14 +76,18 @@ public:
         if (m_from == m_place.status)
             return m_report.fail(ExitCode::Usage, QStringLiteral("--from and --to are the same"));
         const QString missing = missingSite(m_place.site);
-        return missing.isEmpty() ? cSitePromotion(m_place, m_from, m_features).run(m_report)
-                                 : m_report.fail(ExitCode::ReadFailed, missing);
+        if (!missing.isEmpty())
+            return m_report.fail(ExitCode::ReadFailed, missing);
+        cSitePromotion promotion(m_place, m_from, m_features);
+        promotion.setKeys(m_keys);
+        return promotion.run(m_report);
     }
 
 private:
     cReport m_report;
     cSitePlace m_place;
     QString m_from;
+    QString m_keys;
     QStringList m_features;
 };
 
@@ -99,6 +107,7 @@ public:
         syntax.add("--expired", &m_isExpired, "Only remove the packages whose time is over");
         syntax.add("--repository", &m_place.repository, "Default: the one that the site has", "NAME");
         syntax.add("--status", &m_place.status, "The status that it is withdrawn from", "S");
+        cSigningRun::addKeysOption(syntax, &m_keys);
         m_report.addJsonOption(syntax);
         syntax.footer =
             "Who has a version keeps it until a newer one is published. What the site names is never removed.";
@@ -118,13 +127,16 @@ public:
             return m_report.fail(ExitCode::ReadFailed, missing);
         if (m_isExpired)
             m_place = cSiteState::anyPlace(m_place.site).value_or(m_place);
-        return cSiteRetirement(m_place, m_names, days).run(m_report);
+        cSiteRetirement retirement(m_place, m_names, days);
+        retirement.setKeys(m_keys);
+        return retirement.run(m_report);
     }
 
 private:
     cReport m_report;
     cSitePlace m_place;
     QStringList m_names;
+    QString m_keys;
     QString m_days = QStringLiteral("30");
     bool m_isExpired = false;
 };

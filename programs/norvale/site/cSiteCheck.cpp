@@ -4,6 +4,7 @@
 #include "lint/InputFile.h"
 #include "lint/cPackageLint.h"
 #include "report/cFindings.h"
+#include "signing/cSignedSiteCheck.h"
 #include "suite/cSuite.h"
 #include "version/Shown.h"
 
@@ -32,6 +33,8 @@ bool cSiteFetcher::fetch(const QUrl& url, qint64 limit, QByteArray* bytes)
     if (!m_downloader.download(url))
         return false;
     *bytes = m_downloader.data();
+    if (m_check)
+        m_check->look(url, *bytes);
     return true;
 }
 
@@ -79,6 +82,9 @@ bool cSiteCheck::run()
     const QUrl url = cUpdateLocation(m_site).resolve(QStringLiteral("site.xml"));
     const QString name = cSiteFetcher::nameOf(url);
     QByteArray xml;
+    cSignedSiteCheck check(m_site, m_findings);
+    check.begin();
+    m_fetcher.setCheck(&check);
     if (!m_fetcher.fetch(url, LargestDocument, &xml)) {
         m_errorString = QStringLiteral("%1 cannot be fetched: %2").arg(name, m_fetcher.errorString());
         return false;
@@ -88,7 +94,20 @@ bool cSiteCheck::run()
         for (const cSiteLint::Entry& entry : lint.entries())
             checkRepository(entry, name);
     }
+    checkSigned(check);
     return true;
+}
+
+void cSiteCheck::checkSigned(cSignedSiteCheck& check)
+{
+    for (const QUrl& url : check.missing()) {
+        QByteArray bytes;
+        if (!m_fetcher.fetch(url, LargestFile, &bytes)) {
+            m_findings.add(Rule::TrustTarget, cSiteFetcher::nameOf(url),
+                           QStringLiteral("it cannot be fetched: ") + m_fetcher.errorString());
+        }
+    }
+    m_fetcher.setCheck(nullptr);
 }
 
 QString cSiteCheck::summary() const

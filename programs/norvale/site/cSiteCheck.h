@@ -15,6 +15,7 @@
 
 class cFeaturePlugin;
 class cFindings;
+class cSignedSiteCheck;
 class cSuite;
 class cUpdateLocation;
 struct cRuntimeEntry;
@@ -32,11 +33,15 @@ public:
     /// @param limit the most bytes that are taken.
     [[nodiscard]] bool fetch(const QUrl& url, qint64 limit, QByteArray* bytes);
 
+    /// Has @p check look at all that is fetched.
+    void setCheck(cSignedSiteCheck* check) { m_check = check; }
+
     /// Why the last fetch() failed; without the URL.
     QString errorString() const { return m_downloader.errorString(); }
 
 private:
     cDownloader m_downloader;
+    cSignedSiteCheck* m_check = nullptr;
 };
 
 /// The packages and setup programs of a site. Each is fetched once, whoever names it and however often; what is kept of
@@ -86,6 +91,7 @@ public:
     QString summary() const;
 
 private:
+    void checkSigned(cSignedSiteCheck& check);
     void checkRepository(const cSiteLint::Entry& entry, const QString& site);
     void readCatalogue(const QByteArray& xml, const QUrl& content, const QString& name, const QString& expectedName);
     void checkPlugin(const cFeaturePlugin& plugin, const QString& repository, cSuite& suite);

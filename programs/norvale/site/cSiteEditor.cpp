@@ -4,6 +4,7 @@
 #include "lint/InputFile.h"
 #include "lint/cCatalogueLint.h"
 #include "lint/cPackageLint.h"
+#include "signing/cSigningRun.h"
 #include "suite/cSuite.h"
 #include "suite/cSuiteReader.h"
 
@@ -41,7 +42,12 @@ ExitCode cSiteEditor::changeRepository()
         return ExitCode::Faults;
     if (!write())
         return ExitCode::WriteFailed;
+    const ExitCode signing = sign();
+    if (signing != ExitCode::Ok)
+        return signing;
     m_files.keep();
+    if (m_signer)
+        m_signer->tidy();
     removeExpired();
     return ExitCode::Ok;
 }
@@ -97,21 +103,14 @@ cFindings cSiteEditor::findingsOf(const QByteArray& xml, bool withNewFiles) cons
     return findings;
 }
 
-// Files that a run which was cut off was writing; nothing else writes while the lock is held.
 void cSiteEditor::sweepLeftovers()
 {
     const QString repository = m_state.repositoryFolder();
-    const QList<QPair<QString, QString>> places{{m_state.folder(), QStringLiteral("site.xml")},
-                                                {m_state.folder(), QStringLiteral(".retired.xml")},
-                                                {repository, QStringLiteral("repository.xml")},
-                                                {repository, QStringLiteral(".earlier.xml")},
-                                                {repository + QStringLiteral("/packages"), QStringLiteral("*.zip")}};
-    for (const auto& place : places) {
-        const QDir folder(place.first);
-        for (const QString& name :
-             folder.entryList({place.second + QStringLiteral(".??????")}, QDir::Files | QDir::Hidden))
-            QFile::remove(folder.filePath(name));
-    }
+    cSiteFiles::sweep(m_state.folder(), QStringLiteral("site.xml"));
+    cSiteFiles::sweep(m_state.folder(), QStringLiteral(".retired.xml"));
+    cSiteFiles::sweep(repository, QStringLiteral("repository.xml"));
+    cSiteFiles::sweep(repository, QStringLiteral(".earlier.xml"));
+    cSiteFiles::sweep(repository + QStringLiteral("/packages"), QStringLiteral("*.zip"));
 }
 
 bool cSiteEditor::write()
@@ -133,6 +132,33 @@ bool cSiteEditor::write()
     if (!isWritten && m_errorString.isEmpty())
         m_errorString = m_files.errorString();
     return isWritten;
+}
+
+ExitCode cSiteEditor::sign()
+{
+    const QString folder = cSigningRun::keyFolder(m_keys);
+    if (!cSiteMetadata::isThere(m_state.folder())) {
+        return m_keys.isEmpty()
+                   ? ExitCode::Ok
+                   : fail(QStringLiteral("%1 has no root yet: norvale site keys init makes one").arg(m_place.site));
+    }
+    if (folder.isEmpty()) {
+        if (m_files.isChanged()) {
+            m_findings.add(Rule::SiteUnsigned, m_state.sitePath(),
+                           QStringLiteral("installations that have pinned a root go on with what was signed before, "
+                                          "until norvale site sign"));
+        }
+        return ExitCode::Ok;
+    }
+    if (!m_keyFolder.open(folder, m_place.site))
+        return fail(ExitCode::ReadFailed, m_keyFolder.errorString());
+    m_signer.emplace(m_place.site, m_keyFolder, m_files);
+    const ExitCode code = m_signer->run();
+    for (const cFinding& finding : m_signer->findings().list())
+        m_findings.add(finding);
+    // What lacks signatures waits, and is told as a finding.
+    const bool isDone = code == ExitCode::Ok || code == ExitCode::NotSigned;
+    return isDone ? ExitCode::Ok : fail(code, m_signer->errorString());
 }
 
 bool cSiteEditor::writeNewFile(const cNewFile& file)

@@ -3,6 +3,7 @@
 #include "common/ExitCode.h"
 #include "common/cStyledLine.h"
 #include "report/cFindings.h"
+#include "signing/cSiteSigner.h"
 #include "site/cRepositoryEdit.h"
 #include "site/cRetiredList.h"
 #include "site/cSiteFiles.h"
@@ -20,13 +21,16 @@
  * Changes one repository of a site's folder: the frame of all commands that do. Whoever reads the site meanwhile, and
  * whoever comes after a crash, meets the old state or the new one: packages are put in place first, where nothing
  * points to yet, then what the site keeps for itself, then the repository's description, then, if it is new, the
- * site's. Last of all the packages go whose time is over. A run that was cut off can be repeated; one that fails leaves
- * nothing behind.
+ * site's, then what signs them. Last of all the packages go whose time is over. A run that was cut off can be repeated;
+ * one that fails leaves nothing behind.
  */
 class cSiteEditor
 {
 public:
     virtual ~cSiteEditor() = default;
+
+    /// Where the keys lie that sign the new state in the same step; empty: where the environment says.
+    void setKeys(const QString& folder) { m_keys = folder; }
 
     /// Does it, and tells in @p report what has been done, or why not. @return how it ended.
     ExitCode run(const cReport& report);
@@ -70,11 +74,15 @@ private:
     cFindings findingsOf(const QByteArray& xml, bool withNewFiles) const;
     void sweepLeftovers();
     bool write();
+    ExitCode sign();
     bool writeNewFile(const cNewFile& file);
     void removeExpired();
     bool collectNamedFiles(QSet<QString>* files) const;
 
     const char* m_verb;
     cSiteFiles m_files;
+    QString m_keys;
+    cKeyFolder m_keyFolder;
+    std::optional<cSiteSigner> m_signer;
     QString m_errorString;
 };

@@ -89,14 +89,22 @@ void cSiteFiles::remove(const QString& path, const QString& top)
         folder = QFileInfo(folder).path();
 }
 
+void cSiteFiles::sweep(const QString& folder, const QString& pattern)
+{
+    const QDir dir(folder);
+    for (const QString& name : dir.entryList({pattern + QStringLiteral(".??????")}, QDir::Files | QDir::Hidden))
+        QFile::remove(dir.filePath(name));
+}
+
+// Where a file cannot be put back, what was written before it has to stay: that file may name it.
 void cSiteFiles::undo()
 {
     for (int i = m_files.size() - 1; i >= 0; --i) {
         const File& file = m_files.at(i);
         if (file.state == State::New)
             QFile::remove(file.path);
-        else if (file.state == State::Changed)
-            (void)replaceFile(file.path, file.before, nullptr);
+        else if (file.state == State::Changed && !replaceFile(file.path, file.before, nullptr))
+            break;
     }
     m_files.clear();
 }

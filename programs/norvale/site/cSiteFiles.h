@@ -33,6 +33,10 @@ public:
     /// no failure, and one that cannot be removed is found by the next run.
     void remove(const QString& path, const QString& top);
 
+    /// Removes what a run that was cut off was writing in place of the files @p pattern in @p folder; nothing else
+    /// writes while the lock is held.
+    static void sweep(const QString& folder, const QString& pattern);
+
     /// What has been written stays.
     void keep() { m_isKept = true; }
 

@@ -6,6 +6,7 @@
 #include <QtCore/QCoreApplication>
 #include <QtCore/QDir>
 
+#include <cstdio>
 #include <memory>
 
 int main(int argc, char** argv)
@@ -19,6 +20,7 @@ int main(int argc, char** argv)
         QCoreApplication::setApplicationName("Host");
     }
     cLogCentral::setDebuggerOutput(true);
+    cLogCentral::setLineOutput([](const cLogEntry& line) { std::fputs(qPrintable(line.message + '\n'), stderr); });
     if (mistake == "start-before-initialize")
         return Corvane::startNormal() ? 0 : 1;
     if (!Corvane::initialize())

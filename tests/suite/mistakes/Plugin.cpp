@@ -34,11 +34,9 @@ public:
     QString whisper(const QString& name) { return name; }
 };
 
-/// Without Q_OBJECT its class information is not there.
-class cNoMacro : public QObject, public IPlugin
+/// Registers itself, and stays registered.
+class cRegistered : public QObject, public IPlugin
 {
-    Q_CLASSINFO("service", "Hello")
-
 public:
     bool start(IPluginContext*) override
     {
@@ -48,19 +46,17 @@ public:
     void stop(IPluginContext*) override {}
 };
 
-/// Registers itself, under a name that is not declared, and stays registered.
-class cMisspelt : public QObject, public IPlugin
+/// Without Q_OBJECT its class information is not there.
+class cNoMacro : public cRegistered
+{
+    Q_CLASSINFO("service", "Hello")
+};
+
+/// Under a name that is not declared.
+class cMisspelt : public cRegistered
 {
     Q_OBJECT
     Q_CLASSINFO("service", "Helo")
-
-public:
-    bool start(IPluginContext*) override
-    {
-        IServiceMgr::instance()->registerService(this);
-        return true;
-    }
-    void stop(IPluginContext*) override {}
 };
 
 /// Calls Hello, and hears events, wrongly.
@@ -99,41 +95,22 @@ public:
     Q_INVOKABLE void greeted(const QString&) {}
 };
 
-template <typename Plugin>
-static IPlugin* theOne()
-{
-    static Plugin plugin;
-    return &plugin;
-}
+static cHello s_hello;
+static cNoMacro s_noMacro;
+static cMisspelt s_misspelt;
+static cGuest s_guest;
 
-extern "C" Q_DECL_EXPORT IPlugin* createHello()
-{
-    return theOne<cHello>();
-}
-
-extern "C" Q_DECL_EXPORT IPlugin* createNoMacro()
-{
-    return theOne<cNoMacro>();
-}
-
-extern "C" Q_DECL_EXPORT IPlugin* createMisspelt()
-{
-    return theOne<cMisspelt>();
-}
-
-extern "C" Q_DECL_EXPORT IPlugin* createGuest()
-{
-    return theOne<cGuest>();
-}
-
-extern "C" Q_DECL_EXPORT IPlugin* createNothing()
-{
-    return nullptr;
-}
-
-Q_DECL_EXPORT IPlugin* createMangled()
-{
-    return theOne<cHello>();
-}
+#define ENTRY(LINKAGE, FUNCTION, PLUGIN)                                                                               \
+    LINKAGE Q_DECL_EXPORT IPlugin* FUNCTION()                                                                          \
+    {                                                                                                                  \
+        return PLUGIN;                                                                                                 \
+    }                                                                                                                  \
+    static_assert(true, "")
+ENTRY(extern "C", createHello, &s_hello);
+ENTRY(extern "C", createNoMacro, &s_noMacro);
+ENTRY(extern "C", createMisspelt, &s_misspelt);
+ENTRY(extern "C", createGuest, &s_guest);
+ENTRY(extern "C", createNothing, nullptr);
+ENTRY(, createMangled, &s_hello);
 
 #include "Plugin.moc"

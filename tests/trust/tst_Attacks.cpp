@@ -1,0 +1,338 @@
+#include "ForgedSite.h"
+
+#include "config/cTrustDownload.h"
+#include "trust/cTrustClient.h"
+
+/// What an attacker serves. Each attack is refused by its plain name and changes nothing that was trusted, and the next
+/// honest refresh succeeds.
+class tst_Attacks : public QObject
+{
+    Q_OBJECT
+
+    ForgedSite m_site;
+
+    /// A script, "[BEFORE |] ATTACK [| AFTER]", has the steps before the first refresh, the attack, and what the
+    /// publisher does then, else heal(). Then the reason, and the versions that are trusted after the attack.
+    using Attacks = Rows<QString, QString, QString>;
+
+    static void rollbacks(const Attacks& row)
+    {
+        row("rollback of timestamp", "publish() | timestamp.version = 2; put(timestamp)",
+            "version 2 is older than what was seen, 3", "1 3 2 2");
+        row("rollback of snapshot", "publish(snapshot) | snapshot.version = 2; publish()",
+            "older than what was seen, 3", "1 3 3 2");
+        row("rollback of targets", "publish(targets) | targets.version = 1; publish(snapshot)",
+            "older than what was seen, 3", "1 4 3 3");
+        row("rollback of delegated", "delegate('x'); release() | roles['x'].version = 1; publish(snapshot)",
+            "older than what was seen, 2", "1 4 3 3");
+        row("targets left out", "snapshot.version, snapshot.meta = 3, {}; put(snapshot); publish()", "targets.json",
+            "1 3 2 2");
+        row("delegated left out",
+            "delegate('x'); release() | del snapshot.meta['x.json']; snapshot.version = 4; put(snapshot); publish()",
+            "x.json", "1 4 3 3");
+        row("rollback of root", "publish(root) | root.version = 1; put(root, to='/tuf/3.root.json')", "version 1",
+            "2 2 2 2");
+        row("root left out", "root.version = 3; put(root, to='/tuf/2.root.json')", "version 3", "1 2 2 2");
+    }
+
+    static void freezesAndMixes(const Attacks& row)
+    {
+        row("expired root", "pass | root.expires = PAST; publish(root) | root.expires = FUTURE; publish(root)",
+            "expired on 2020-01-01 00:00 UTC", "2 2 2 2");
+        row("expired timestamp", "timestamp.expires = PAST; publish()", "expired on 2020-01-01 00:00 UTC", "1 2 2 2");
+        row("expired snapshot", "snapshot.expires = PAST; publish(snapshot)", "expired on 2020-01-01 00:00 UTC",
+            "1 3 2 2");
+        row("expired targets", "targets.expires = PAST; publish(targets)", "expired on 2020-01-01 00:00 UTC",
+            "1 3 3 2");
+        row("snapshot of another state", "publish(snapshot); snapshot.x = 11; put(snapshot)", "3.snapshot.json",
+            "1 3 2 2");
+        row("targets of another state", "publish(targets); targets.spec_version = '1.0.30'; put(targets)", "SHA-256",
+            "1 3 3 2");
+        row("older snapshot in its place",
+            "publish(snapshot); files['/tuf/3.snapshot.json'] = files['/tuf/2.snapshot.json']", "3.snapshot.json",
+            "1 3 2 2");
+        row("older targets in their place",
+            "new(full=False) | publish(targets); files['/tuf/3.targets.json'] = files['/tuf/2.targets.json']",
+            "version 2", "1 3 3 2");
+        row("newer snapshot than said",
+            "new(full=False) | publish(snapshot); snapshot.version = 9; put(snapshot, to='/tuf/3.snapshot.json')",
+            "version 9", "1 3 2 2");
+        row("newer targets than said",
+            "new(full=False) | publish(targets); targets.version = 9; put(targets, to='/tuf/3.targets.json')",
+            "version 9", "1 3 3 2");
+        row("one role for another", "files['/tuf/timestamp.json'] = files['/tuf/2.snapshot.json']", "snapshot",
+            "1 2 2 2");
+        row("one role for another, of one key",
+            "new(); rotate(timestamp, 'one'); rotate(snapshot, 'one'); put(root, snapshot); publish() | "
+            "files['/tuf/timestamp.json'] = files['/tuf/2.snapshot.json']",
+            "snapshot", "1 3 2 2");
+    }
+
+    static void lengths(const Attacks& row)
+    {
+        row("endless root", "publish(root); faults['/tuf/2.root.json'] = '~endless'", "2.root.json", "1 2 2 2");
+        row("endless timestamp", "publish(); faults['/tuf/timestamp.json'] = '~endless'", "timestamp.json", "1 2 2 2");
+        row("endless snapshot", "publish(snapshot); faults['/tuf/3.snapshot.json'] = '~endless'", "3.snapshot.json",
+            "1 3 2 2");
+        row("endless snapshot of no length",
+            "new(full=False) | publish(snapshot); faults['/tuf/3.snapshot.json'] = '~endless'", "3.snapshot.json",
+            "1 3 2 2");
+        row("endless targets", "publish(targets); faults['/tuf/3.targets.json'] = '~endless'", "3.targets.json",
+            "1 3 3 2");
+        row("huge root", "publish(root); faults['/tuf/2.root.json'] = '~fill=600000'", "2.root.json", "1 2 2 2");
+        row("huge timestamp", "publish(); faults['/tuf/timestamp.json'] = '~fill=20000'", "timestamp.json", "1 2 2 2");
+        row("longer than said", "publish(targets); files['/tuf/3.targets.json'] += b' '", "3.targets.json", "1 3 3 2");
+        row("shorter than said", "publish(targets); files['/tuf/3.targets.json'] = b'{}'", "has 2 bytes instead of",
+            "1 3 3 2");
+        row("cut", "publish(targets); faults['/tuf/3.targets.json'] = '~cut=300'", "3.targets.json", "1 3 3 2");
+        row("missing", "publish(targets); del files['/tuf/3.targets.json']", "3.targets.json", "1 3 3 2");
+        row("no timestamp", "del files['/tuf/timestamp.json']", "timestamp.json", "1 2 2 2");
+        row("no root to be had", "faults['/tuf/2.root.json'] = '~status=500'", "2.root.json", "1 2 2 2");
+    }
+
+    static void thefts(const Attacks& row)
+    {
+        const QString two = "new(keys=2, threshold=2) | ";
+        row("one stolen key of root", two + "root.by = root.by[:1]; publish(root)", "signed by 1 of 2 keys", "1 2 2 2");
+        row("one stolen key of timestamp", two + "timestamp.by = timestamp.by[:1]; publish()", "signed by 1 of 2 keys",
+            "1 2 2 2");
+        row("one stolen key of snapshot", two + "snapshot.by = snapshot.by[:1]; publish(snapshot)",
+            "signed by 1 of 2 keys", "1 3 2 2");
+        row("one stolen key of targets", two + "targets.by = targets.by[:1]; publish(targets)", "signed by 1 of 2 keys",
+            "1 3 3 2");
+        row("one key twice", two + "timestamp.by = timestamp.by[:1] * 2; publish()", "a key has signed twice",
+            "1 2 2 2");
+        row("root by the new keys alone", "rotate(root, 'r'); root.by = [key('r')]; publish(root)",
+            "signed by 0 of 1 key", "1 2 2 2");
+        row("root by the old keys alone", "old = root.by; rotate(root, 'r'); root.by = old; publish(root)",
+            "signed by 0 of 1 key", "1 2 2 2");
+        row("root by one of two old keys",
+            two + "old = root.by; rotate(root, 'r', threshold=1); root.by = [key('r'), old[0]]; publish(root)",
+            "signed by 1 of 2 keys", "1 2 2 2");
+        row("another role's key", "timestamp.by = snapshot.by; publish()", "signed by 0 of 1 key", "1 2 2 2");
+        row("a stranger's key", "targets.by = [key('stranger')]; publish(targets)", "signed by 0 of 1 key", "1 3 3 2");
+        row("another signature", "publish(); put(timestamp, lambda d: d['signatures'][0].update(sig='00' * 64))",
+            "signed by 0 of 1 key", "1 2 2 2");
+        row("changed after signing", "publish(); put(timestamp, lambda d: d['signed'].update(version=9))",
+            "signed by 0 of 1 key", "1 2 2 2");
+        row("a number for another", "publish(); timestamp.x = 1; put(timestamp, lambda d: d['signed'].update(x=True))",
+            "signed by 0 of 1 key", "1 2 2 2");
+        row("no signature", "publish(); put(timestamp, lambda d: d.update(signatures=[]))", "signed by 0 of 1 key",
+            "1 2 2 2");
+        row("empty signature", "publish(); put(timestamp, lambda d: d['signatures'][0].update(sig=''))",
+            "signed by 0 of 1 key", "1 2 2 2");
+        row("RSA by SHA-512",
+            "new(kind='rsa') | timestamp.by[0].hash = hashes.SHA512(); publish() | timestamp.by[0].hash = "
+            "hashes.SHA256(); heal()",
+            "signed by 0 of 1 key", "1 2 2 2");
+        row("ECDSA by SHA-512",
+            "new(kind='ecdsa') | timestamp.by[0].hash = hashes.SHA512(); publish() | timestamp.by[0].hash = "
+            "hashes.SHA256(); heal()",
+            "signed by 0 of 1 key", "1 2 2 2");
+        row("threshold of zero", "root.roles['timestamp']['threshold'] = 0; publish(root)", "threshold", "1 2 2 2");
+        const QString after = " | rotate(timestamp, 'after', threshold=1); publish(root, timestamp)";
+        row("one key under two ids",
+            "pass | rotate(timestamp, key('t'), key('t', id='ab' * 32), threshold=2); publish(root, timestamp)" + after,
+            "signed by 1 of 2 keys", "2 - - 2");
+        row("one id listed twice",
+            "rotate(timestamp, 't', 't', threshold=2); timestamp.by = [key('t')]; publish(root, timestamp)",
+            "timestamp: a key is there twice", "1 2 2 2");
+        row("a role whose key is missing",
+            "pass | rotate(timestamp, 't'); del root.keys[key('t').id]; publish(root, timestamp)" + after,
+            "signed by 0 of 1 key", "2 - - 2");
+    }
+
+private slots:
+    void initTestCase() { QVERIFY(m_site.server().isRunning()); }
+
+    void refuses_data()
+    {
+        const Attacks row("script", "reason", "kept");
+        rollbacks(row);
+        freezesAndMixes(row);
+        lengths(row);
+        thefts(row);
+    }
+    void refuses()
+    {
+        const auto [script, reason, kept] = cells<QString, QString, QString>("script", "reason", "kept");
+        const QStringList parts = script.split(" | ");
+        m_site.beginFetched(parts.size() > 1 ? parts[0] : "pass");
+        const QMap<QString, QByteArray> before = m_site.tool().tree("trust");
+
+        m_site.forge(parts.value(parts.size() > 1));
+        REFUSES(m_site.refresh(), reason);
+        QCOMPARE(m_site.versions(), kept);
+        const QMap<QString, QByteArray> after = m_site.tool().tree("trust");
+        for (auto it = after.begin(); it != after.end(); ++it) {
+            if (ForgedSite::versionOf(*it) == ForgedSite::versionOf(before[it.key()]))
+                QCOMPARE(*it, before[it.key()]);
+        }
+        m_site.forge(parts.value(2, "heal()"));
+        SUCCEEDS(m_site.refresh());
+    }
+
+    /// What is said of a timestamp that its key has signed.
+    void refusesMalformed_data()
+    {
+        const Rows<QString, QString> row("change", "reason");
+        const auto served = [&](const char* name, const QString& text, const QString& reason) {
+            row(name, "files['/tuf/timestamp.json'] = " + text, reason);
+        };
+        served("nothing", "b''", "");
+        served("no JSON", "b'<html></html>'", "");
+        served("an array", "b'[]'", "");
+        served("a word", "b'null'", "");
+        served("no UTF-8", "b'{\"signed\": \"\\xff\"}'", "");
+        served("cut", "files['/tuf/timestamp.json'][:-20]", "");
+        served("deep", "b'{\"signed\":' + b'[' * 15000", "");
+        const auto changed = [&](const char* name, const QString& change, const QString& reason) {
+            row(name, "put(timestamp, lambda d: " + change + ')', reason);
+        };
+        changed("no signed", "{'signatures': []}", "signed");
+        changed("signed is null", "{**d, 'signed': None}", "signed");
+        changed("no signatures", "{'signed': d['signed']}", "signatures");
+        changed("signatures are an object", "{**d, 'signatures': {}}", "signatures");
+        changed("a signature is a text", "{**d, 'signatures': ['00']}", "signature");
+        changed("a signature of no key", "{**d, 'signatures': [{'sig': '00'}]}", "keyid");
+        changed("a member twice", "json.dumps(d).replace('\"version\"', '\"version\": 9, \"version\"').encode()",
+                "version");
+        const auto said = [&](const QString& change, const QString& reason) {
+            row(qPrintable(change), "timestamp.version = 3; timestamp." + change + "; put(timestamp)", reason);
+        };
+        for (const char* version : {"'3'", "0", "-1", "True", "None", "[]"})
+            said(QString("version = ") + version, "version");
+        for (const char* version : {"2.5", "2**63", "1e30"})
+            said(QString("version = ") + version, "number");
+        for (const char* expires : {"'tomorrow'", "'2090-13-01T00:00:00Z'", "'2090-02-30T00:00:00Z'", "'2090-01-01'",
+                                    "'2090-01-01T00:00:00'", "'2090-01-01T00:00:00+01:00'", "'99999-01-01T00:00:00Z'",
+                                    "'-2090-01-01T00:00:00Z'", "''", "2090", "None"})
+            said(QString("expires = ") + expires, "expires");
+        for (const char* version : {"'2.0.0'", "'0.9.0'", "''", "'one'", "'1'", "1", "None"})
+            said(QString("spec_version = ") + version, "version");
+        said("_type = 'root'", "root");
+        said("_type = None", "_type");
+        for (const char* member : {"_type", "version", "expires", "spec_version", "meta"})
+            said(QString("signed.pop('%1')").arg(member), member);
+        said("x = 1.5", "");
+        said("x = json.loads('[' * 80 + ']' * 80)", "");
+        said("meta = {}", "snapshot.json");
+        said("meta = []", "meta");
+        said("meta = {'snapshot.json': 2}", "snapshot.json");
+        for (const char* member : {"version='2'", "version=0", "length=-1", "length='9'", "length=2**63", "hashes=[]",
+                                   "hashes={}", "hashes={'sha256': 1}"})
+            said(QString("meta['snapshot.json'].update(%1)").arg(member), "");
+    }
+    void refusesMalformed()
+    {
+        const auto [change, reason] = cells<QString, QString>("change", "reason");
+        m_site.beginFetched("pass");
+        m_site.forge("publish(); " + change);
+        REFUSES(m_site.refresh(), reason);
+        QCOMPARE(m_site.versions(), "1 2 2 2");
+    }
+
+    /// An attacker with the keys of a role makes its version so high that no honest one follows. New keys end that.
+    void recovers_data()
+    {
+        const Rows<QString, QString> row("attack", "recovery");
+        row("timestamp", "timestamp.version = 2**31; publish()", "rotate(timestamp, 'new'); publish(root, timestamp)");
+        row("snapshot", "snapshot.version = 2**31; publish(snapshot)",
+            "rotate(snapshot, 'new'); publish(root, snapshot)");
+        row("targets", "targets.version = 2**31; publish(targets)", "rotate(snapshot, 'new'); publish(root, targets)");
+        row("all", "targets.version = snapshot.version = timestamp.version = 2**53 + 1; publish(targets)",
+            "rotate(timestamp, 'a'); rotate(snapshot, 'b'); rotate(targets, 'c'); publish(root, targets)");
+        row("broken off", "snapshot.version = 2**31; publish(snapshot)",
+            "rotate(snapshot, 'new'); publish(root, snapshot); faults['/tuf/timestamp.json'] = '~cut=99'");
+    }
+    void recovers()
+    {
+        const auto [attack, recovery] = cells<QString, QString>("attack", "recovery");
+        m_site.begin("pass");
+        m_site.forge(attack);
+        SUCCEEDS(m_site.refresh());
+        m_site.forge("heal()");
+        REFUSES(m_site.refresh(), "older than what was seen");
+        m_site.forge(recovery);
+        if (recovery.contains("faults"))
+            REFUSES(m_site.refresh(), "timestamp.json");
+        m_site.forge("faults.clear()");
+        SUCCEEDS(m_site.refresh());
+        QVERIFY(m_site.versions().startsWith("2 13 1"));
+    }
+
+    /// Steps before the first refresh, those after it, and how much later the second one comes.
+    void timePasses_data()
+    {
+        const Rows<QString, QString, int, QString, QString> row("before", "then", "days", "reason", "kept");
+        const QString timestamp = "timestamp.expires = days(10); publish()";
+        row("frozen", timestamp, "pass", 20, "expired on", "1 3 2 2");
+        row("not frozen yet", timestamp, "pass", 9, "", "1 3 2 2");
+        row("renewed", timestamp, "timestamp.expires = FUTURE; publish()", 20, "", "1 4 2 2");
+        row("rolled back behind an expired timestamp", timestamp,
+            "timestamp.expires, timestamp.version = FUTURE, 2; put(timestamp)", 20, "older than what was seen, 3",
+            "1 3 2 2");
+        row("rolled back behind an expired snapshot", "snapshot.expires = days(10); publish(snapshot)",
+            "snapshot.expires, snapshot.version = FUTURE, 2; publish()", 20, "older than what was seen, 3", "1 3 3 2");
+        row("rolled back targets behind an expired snapshot", "snapshot.expires = days(10); publish(targets)",
+            "snapshot.expires, targets.version = FUTURE, 1; publish(snapshot)", 20, "older than what was seen, 3",
+            "1 4 3 3");
+        row("expired root", "root.expires = days(10); put(root); save('/tuf/1.root.json')", "publish()", 20,
+            "expired on", "1 2 2 2");
+        row("expired root, and a new one", "root.expires = days(10); put(root); save('/tuf/1.root.json')",
+            "root.expires = FUTURE; publish(root)", 20, "", "2 2 2 2");
+        row("expired snapshot", "snapshot.expires = days(10); publish(snapshot)", "publish()", 20, "expired on",
+            "1 4 3 2");
+        row("expired snapshot, and a new one", "snapshot.expires = days(10); publish(snapshot)",
+            "snapshot.expires = FUTURE; publish(snapshot)", 20, "", "1 4 4 2");
+        row("expired targets", "targets.expires = days(10); publish(targets)", "publish()", 20, "expired on",
+            "1 4 3 3");
+        row("expired targets, and new ones", "targets.expires = days(10); publish(targets)",
+            "targets.expires = FUTURE; publish(targets)", 20, "", "1 4 4 4");
+        row("a clock that is ahead", "timestamp.expires = days(10); publish()",
+            "timestamp.expires = days(11); publish()", 5000, "clock", "1 3 2 2");
+        row("a clock that is behind", "pass", "publish()", -10000, "", "1 3 2 2");
+    }
+    void timePasses()
+    {
+        const auto [before, then, days, reason, kept] =
+            cells<QString, QString, int, QString, QString>("before", "then", "days", "reason", "kept");
+        m_site.beginFetched(before);
+        m_site.forge(then);
+        cDownloader downloader;
+        cTrustDownload source(m_site.server().url("tuf"), downloader);
+        cTrustClient client(m_site.tool().path("trust"), QDateTime::currentDateTimeUtc().addDays(days));
+        QVERIFY(client.load());
+        QVERIFY2(client.refresh(source) == reason.isEmpty(), qPrintable(client.errorString()));
+        QVERIFY2(client.errorString().contains(reason), qPrintable(client.errorString()));
+        QCOMPARE(m_site.versions(), kept);
+    }
+
+    void isGivenUpWhenSlow_data()
+    {
+        const Rows<QString> row("faults");
+        row("byte by byte", "~trickle=50");
+        row("silent in the head", "~pause=10");
+        row("silent in the body", "~pause=300");
+    }
+    void isGivenUpWhenSlow()
+    {
+        const auto [faults] = cells<QString>("faults");
+        m_site.beginFetched("pass");
+        m_site.forge("publish(targets); faults['/tuf/3.targets.json'] = '" + faults + '\'');
+        cDownloader downloader;
+        downloader.setStallTimeout(500);
+        downloader.setLeastRate(100, 500);
+        cTrustDownload source(m_site.server().url("tuf"), downloader);
+        cTrustClient client(m_site.tool().path("trust"));
+        QVERIFY(client.load());
+        QVERIFY(!client.refresh(source));
+        QVERIFY2(client.errorString().contains("3.targets.json"), qPrintable(client.errorString()));
+        QCOMPARE(m_site.versions(), "1 3 3 2");
+        m_site.forge("faults.clear()");
+        SUCCEEDS(m_site.refresh());
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_Attacks)
+#include "tst_Attacks.moc"
