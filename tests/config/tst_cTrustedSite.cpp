@@ -50,7 +50,7 @@ class tst_cTrustedSite : public QObject
         forge("copy = lambda path: files.update({named(path, targets.targets[path]['hashes']['sha256']): "
               "files.pop('/' + path), '/' + path: b'the next'})");
         forge("[target(path, read(path)) for path in ('site.xml', 'repo/repository.xml', 'repo/A-1.00.000.zip')]");
-        forge("release()");
+        forge("release(); mark()");
         forge("save('/tuf/1.root.json')");
         QString error;
         QVERIFY2(IConfigMgr::pinTrust(readFile(m_site.folder() + "/../1.root.json"), &error), qPrintable(error));
@@ -87,8 +87,8 @@ private slots:
         row("copies for descriptions", "copy('site.xml'); copy('repo/repository.xml')", "0", a, "");
         row("a rotated root", "rotate(root, 'r'); publish(root)", "0", a, "");
         row("handed on to another role",
-            QString(
-                "delegate('d', ['repo/*.zip']); del targets.targets[%1]; target(%1, read(%1), roles['d']); release()")
+            QString("delegate('d', ['repo/*.zip']); del targets.targets[%1]; target(%1, read(%1), roles['d']); "
+                    "release(); mark()")
                 .arg(package),
             "0", a, "");
         row("a runtime", runtime + "target('repo/run', read('repo/run')); release()", "0", "run", "");
