@@ -157,7 +157,7 @@ private:
             damage(place);
         } else {
             if (offered == "signed" || offered == "pinned") {
-                QVERIFY(place.offer("site/repo", {"main 1.0", "Core 1.0: A 1.0 !silent"}));
+                QVERIFY(place.offer("site/repo", {"main 1.0", "Core 1.0: A 1.0 !silent", "More 1.0: C 1.0 !silent"}));
                 m_signer = std::make_unique<HttpSite>();
                 sign(place, "new(); import os; read = lambda path: open(site.folder + '/' + path, 'rb').read()");
                 QVERIFY(place.run(offered == "signed" ? "pin,apply" : "pin") == 0);
