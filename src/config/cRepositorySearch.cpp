@@ -88,7 +88,7 @@ QSharedPointer<cTrustedSite> cRepositorySearch::refresh(const QSharedPointer<cUp
     const auto site = QSharedPointer<cTrustedSite>::create(location);
     if (m_isCancelled)
         return nullptr;
-    m_fileName = site->metadata().fileName();
+    m_fileName = QStringLiteral("tuf");
     const bool isTrusted = site->refresh(m_downloader);
     return conclude(isTrusted, "Not trusted:", site->metadata(), site->errorString()) ? site : nullptr;
 }
