@@ -25,7 +25,7 @@ constexpr qint64 ReadBuffer = 256 * 1024;
 /// The bytes of a local file that are read at a time.
 constexpr qint64 LocalStep = 1024 * 1024;
 
-/// The most that is read of what a server says of an error.
+/// The most that is read of what a server says of an error, where a file could not be as long.
 constexpr qint64 ErrorLimit = 64 * 1024;
 
 /// What a byte array can hold beside its own few bytes, and with it a transfer into memory.
@@ -220,25 +220,26 @@ void cTransfer::arrive()
     if (m_state != Running || !m_reply)
         return;
     m_silence.restart();
-    if (statusOf(*m_reply) >= 400)
-        return skip();
     checkOffset();
     if (m_state != Running)
         return;
     const qint64 promised = m_reply->header(QNetworkRequest::ContentLengthHeader).toLongLong();
     if (isTooLong(qMax(promised, m_taken + m_reply->bytesAvailable())))
-        return fail(QNetworkReply::OperationCanceledError, QStringLiteral("more bytes than are accepted"));
+        return endTooLong();
     while (m_state == Running && m_reply->bytesAvailable() > 0) {
         take(m_reply->readAll());
     }
 }
 
-/// What a server says of an error is no part of the file, and no file that is too long.
-void cTransfer::skip()
+/// What a server says of an error is no file that is too long: it is passed over for a while, and the error is told.
+void cTransfer::endTooLong()
 {
+    const int status = m_reply ? statusOf(*m_reply) : 0;
+    if (status < 400)
+        return fail(QNetworkReply::OperationCanceledError, QStringLiteral("more bytes than are accepted"));
     m_taken += m_reply->readAll().size();
     if (m_taken > ErrorLimit)
-        fail(statusOf(*m_reply) == 404 ? QNetworkReply::ContentNotFoundError : QNetworkReply::UnknownContentError,
+        fail(status == 404 ? QNetworkReply::ContentNotFoundError : QNetworkReply::UnknownContentError,
              reasonOf(*m_reply));
 }
 
@@ -277,7 +278,10 @@ void cTransfer::take(const QByteArray& bytes)
 {
     m_taken += bytes.size();
     if (isTooLong(m_taken))
-        return fail(QNetworkReply::OperationCanceledError, QStringLiteral("more bytes than are accepted"));
+        return endTooLong();
+    // What a server says of an error is no part of the file.
+    if (m_options.offset > 0 && m_reply && statusOf(*m_reply) >= 400)
+        return;
     if (!m_hasDevice) {
         m_data.append(bytes);
         return;

@@ -110,12 +110,12 @@ private:
     void connectReply();
     void checkSilence();
     void checkRate();
-    void skip();
     void take(const QByteArray& bytes);
     void checkOffset();
     void beginAnew();
     bool isTooLong(qint64 bytes) const;
     bool isCutShort() const;
+    void endTooLong();
     void write(const QByteArray& bytes);
     QString writeFault() const;
     void succeed();

@@ -30,6 +30,13 @@ public:
         cMetadataReader& m_reader;
     };
 
+    /// Whether there is such a member; null is as good as none.
+    static bool has(const QJsonObject& object, const char* name)
+    {
+        const QJsonValue value = object.value(QLatin1String(name));
+        return !value.isUndefined() && !value.isNull();
+    }
+
     QString text(const QJsonObject& object, const char* name);
     /// A whole number from @p least to @p most.
     qint64 number(const QJsonObject& object, const char* name, qint64 least, qint64 most);

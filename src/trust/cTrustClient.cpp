@@ -169,6 +169,7 @@ bool cTrustClient::refreshTimestamp(ITrustSource& source)
         return refuse(fileOf(TimestampRole), m_set.errorString());
     if (m_set.timestamp()->version() == before)
         return true;
+    // A timestamp that does not follow on what is here, as more keys must sign now, begins anew.
     if (!isSeen && !m_store.forget(SnapshotRole, &m_errorString))
         return false;
     return save(TimestampRole, bytes);
@@ -261,7 +262,7 @@ std::optional<cTrustTarget> cTrustClient::find(const QString& path, ITrustSource
 std::optional<cTrustTarget> cTrustClient::findContent(const QByteArray& sha256, qint64 length,
                                                       const QString& fileName) const
 {
-    const QList<QString> paths = m_paths.values(sha256);
+    const QList<QString> paths = sha256.isEmpty() ? QList<QString>() : m_paths.values(sha256);
     for (const QString& path : paths) {
         if (path.section(QLatin1Char('/'), -1) != fileName)
             continue;

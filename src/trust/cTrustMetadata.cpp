@@ -125,7 +125,7 @@ void cTrustMetadata::cParts::readRoot(const QJsonObject& content)
 {
     readKeys(content);
     // Not every writer gives it: without it file names have no versions.
-    if (content.contains(QLatin1String("consistent_snapshot")))
+    if (cMetadataReader::has(content, "consistent_snapshot"))
         m_metadata.m_isConsistentSnapshot = m_reader.flag(content, "consistent_snapshot");
     const QJsonObject roles = m_reader.object(content, "roles", cMetadataReader::MaxKeys);
     const cMetadataReader::cPlace place(m_reader, QStringLiteral("roles"));
@@ -145,9 +145,9 @@ void cTrustMetadata::cParts::readMeta(const QJsonObject& content)
         const QJsonObject object = m_reader.objectOf(it.value());
         cTrustMeta file;
         file.version = m_reader.number(object, "version", 1, MaxNumber);
-        if (object.contains(QLatin1String("length")))
+        if (cMetadataReader::has(object, "length"))
             file.length = m_reader.number(object, "length", 0, MaxNumber);
-        if (object.contains(QLatin1String("hashes")))
+        if (cMetadataReader::has(object, "hashes"))
             file.hashes = m_reader.hashes(object);
         m_metadata.m_meta.insert(it.key(), file);
     }
@@ -166,7 +166,7 @@ void cTrustMetadata::cParts::readTargets(const QJsonObject& content)
         m_metadata.m_targets.insert(
             it.key(), {it.key(), length, m_reader.hashes(object), object.value(QLatin1String("custom")).toObject()});
     }
-    if (!m_reader.hasFailed() && content.contains(QLatin1String("delegations")))
+    if (!m_reader.hasFailed() && cMetadataReader::has(content, "delegations"))
         readDelegations(m_reader.object(content, "delegations", cMetadataReader::MaxKeys));
 }
 
@@ -174,8 +174,8 @@ void cTrustMetadata::cParts::readDelegations(const QJsonObject& content)
 {
     const cMetadataReader::cPlace place(m_reader, QStringLiteral("delegations"));
     readKeys(content);
-    const bool hasBins = content.contains(QLatin1String("succinct_roles"));
-    if (hasBins == content.contains(QLatin1String("roles")))
+    const bool hasBins = cMetadataReader::has(content, "succinct_roles");
+    if (hasBins == cMetadataReader::has(content, "roles"))
         m_reader.fail(QStringLiteral("one of \"roles\" and \"succinct_roles\" is to be there"));
     else if (hasBins)
         readBins(m_reader.object(content, "succinct_roles", cMetadataReader::MaxKeys));
@@ -202,8 +202,8 @@ void cTrustMetadata::cParts::readDelegation(const QJsonObject& object)
         m_reader.fail(QStringLiteral("nobody can delegate to that"));
     delegation.role = role(object);
     delegation.isTerminating = m_reader.flag(object, "terminating");
-    const bool hasPaths = object.contains(QLatin1String("paths"));
-    if (hasPaths == object.contains(QLatin1String("path_hash_prefixes")))
+    const bool hasPaths = cMetadataReader::has(object, "paths");
+    if (hasPaths == cMetadataReader::has(object, "path_hash_prefixes"))
         m_reader.fail(QStringLiteral("one of \"paths\" and \"path_hash_prefixes\" is to be there"));
     else if (hasPaths)
         delegation.paths = m_reader.texts(object, "paths", cMetadataReader::MaxRoles);

@@ -22,6 +22,11 @@ QSet<QByteArray> keysOf(const cTrustMetadata& root, const char* role)
     return keys;
 }
 
+qint64 versionOf(const cTrustMetadata* document)
+{
+    return document ? document->version() : 0;
+}
+
 QString olderThan(qint64 version, qint64 seen)
 {
     return QStringLiteral("version %1 is older than what was seen, %2").arg(version).arg(seen);
@@ -48,14 +53,14 @@ bool cTrustedSet::isSigned(const cTrustMetadata& document, const cTrustRole& rol
            fail(QStringLiteral("signed by %1 of %2").arg(count).arg(counted(role.threshold, "key")));
 }
 
-// @p seen is the document that it takes the place of, null for the first.
-bool cTrustedSet::isCurrent(const cTrustMetadata& document, const cTrustMetadata* seen)
+// @p seen is the version that it takes the place of, 0 for none.
+bool cTrustedSet::isCurrent(const cTrustMetadata& document, qint64 seen)
 {
     constexpr int LongAgo = 10; // years
     if (m_now < document.expires())
         return true;
     QString reason = QStringLiteral("expired on %1").arg(shownTime(document.expires()));
-    if ((seen && seen->version() < document.version()) || document.expires().addYears(LongAgo) < m_now)
+    if ((seen > 0 && seen < document.version()) || document.expires().addYears(LongAgo) < m_now)
         reason += QStringLiteral("; this computer's clock says %1, which may be wrong").arg(shownTime(m_now));
     return fail(reason);
 }
@@ -81,6 +86,7 @@ bool cTrustedSet::begin(const QByteArray& root)
         return false;
     *this = cTrustedSet(m_now);
     m_root = document;
+    m_firstRoot = m_root->version();
     return true;
 }
 
@@ -106,7 +112,7 @@ bool cTrustedSet::updateRoot(const QByteArray& root)
 
 bool cTrustedSet::finishRoots()
 {
-    return m_root ? isCurrent(*m_root, nullptr) : fail(QStringLiteral("no root is trusted yet"));
+    return m_root ? isCurrent(*m_root, m_firstRoot) : fail(QStringLiteral("no root is trusted yet"));
 }
 
 bool cTrustedSet::updateTimestamp(const QByteArray& timestamp, bool isSeen)
@@ -119,7 +125,7 @@ bool cTrustedSet::updateTimestamp(const QByteArray& timestamp, bool isSeen)
         return false;
     if (!isSeen && m_timestamp && m_timestamp->version() == document->version())
         document = m_timestamp;
-    if (!isSeen && (!isNewer(*document) || !isCurrent(*document, this->timestamp())))
+    if (!isSeen && (!isNewer(*document) || !isCurrent(*document, versionOf(this->timestamp()))))
         return false;
     m_timestamp = document;
     m_isTimestampNew = !isSeen;
@@ -153,7 +159,7 @@ bool cTrustedSet::updateSnapshot(const QByteArray& snapshot, bool isSeen)
         !isSigned(*document, m_root->roles().value(QStringLiteral("snapshot")), *m_root))
         return false;
     if (!isSeen && (!hasVersion(*document, meta.version, this->snapshot(), TimestampFile) || !keepsAll(*document) ||
-                    !isCurrent(*document, this->snapshot())))
+                    !isCurrent(*document, versionOf(this->snapshot()))))
         return false;
     m_snapshot = document;
     m_isSnapshotNew = !isSeen;
@@ -198,7 +204,8 @@ bool cTrustedSet::updateDelegated(const QByteArray& targets, const QString& name
     if (!read(cTrustMetadata::Targets, targets, document) || !isSigned(*document, *role, *parentOf(parent)))
         return false;
     const cTrustMetadata* const seen = this->targets(name);
-    if (!isSeen && (!hasVersion(*document, meta->version, seen, SnapshotFile) || !isCurrent(*document, seen)))
+    if (!isSeen &&
+        (!hasVersion(*document, meta->version, seen, SnapshotFile) || !isCurrent(*document, versionOf(seen))))
         return false;
     take(*document, name, parent);
     return true;

@@ -57,7 +57,7 @@ private:
     bool fail(const QString& reason);
     bool read(cTrustMetadata::Type type, const QByteArray& text, std::optional<cTrustMetadata>& document);
     bool isSigned(const cTrustMetadata& document, const cTrustRole& role, const cTrustMetadata& giver);
-    bool isCurrent(const cTrustMetadata& document, const cTrustMetadata* seen);
+    bool isCurrent(const cTrustMetadata& document, qint64 seen);
     bool hasVersion(const cTrustMetadata& document, qint64 version, const cTrustMetadata* seen, const QString& giver);
     bool isNewer(const cTrustMetadata& timestamp);
     bool keepsAll(const cTrustMetadata& snapshot);
@@ -71,6 +71,7 @@ private:
     std::optional<cTrustMetadata> m_snapshot;
     QHash<QString, cTrustMetadata> m_targets;
     QHash<QString, QStringList> m_parents; // who delegates to a role in m_targets, by its name
+    qint64 m_firstRoot = 0;                // the version of the one that it began with
     bool m_isRotated = false;
     bool m_isTimestampNew = false;
     bool m_isSnapshotNew = false;

@@ -55,8 +55,8 @@ private slots:
         row("from elsewhere", "~redirect/~redirect/a", 0, Text);
         row("longer than promised", "~promise=-6/a", 0, "hello");
         row("shorter than promised", "~promise=1/a", QNetworkReply::RemoteHostClosedError, Text);
-        row("absent", "b", QNetworkReply::ContentNotFoundError, "");
-        row("broken server", "~status=500/a", QNetworkReply::InternalServerError, "");
+        row("absent", "b", QNetworkReply::ContentNotFoundError, "no such file");
+        row("broken server", "~status=500/a", QNetworkReply::InternalServerError, "no file");
         row("not HTTP", "~garbage/a", QNetworkReply::RemoteHostClosedError, "");
         row("in a circle", "~circle/a", QNetworkReply::TooManyRedirectsError, "");
         row("to a local file", "~redirect=file%3A%2F%2F/etc/passwd", QNetworkReply::ProtocolUnknownError, "");

@@ -1,12 +1,13 @@
 #include "Commands.h"
-#include "common/Terminal.h"
 #include "common/cProgram.h"
 #include "config/cTrustDownload.h"
 #include "disk/WholeFiles.h"
+#include "report/cFindings.h"
 #include "trust/cTargetFetch.h"
 #include "trust/cTrustClient.h"
 
 #include <QtCore/QDir>
+#include <QtCore/QJsonArray>
 
 namespace {
 
@@ -27,6 +28,7 @@ public:
         syntax.add("--target-name", &m_targets, "The path of a target; may be repeated", "PATH");
         syntax.add("--target-base-url", &m_targetUrl, "What the paths of targets begin at: a URL, or a folder", "URL");
         syntax.add("--target-dir", &m_targetFolder, "The folder that targets are fetched into", "DIR");
+        m_report.addJsonOption(syntax);
         syntax.footer = "The metadata is that of The Update Framework 1.0. What is refused changes nothing that is "
                         "trusted.\nThe file of a target has its path as its name, percent-encoded.";
     }
@@ -35,7 +37,7 @@ public:
     {
         const QString missing = missingOption();
         if (!missing.isEmpty())
-            return endWith(ExitCode::Usage, missing);
+            return m_report.fail(ExitCode::Usage, missing);
         cTrustClient client(m_metadataFolder);
         if (m_action == QLatin1String("init"))
             return begin(client);
@@ -43,8 +45,8 @@ public:
         downloader.setLeastRate(cTransfer::DefaultLeastRate, RateWindow);
         cTrustDownload source(urlOf(m_metadataUrl), downloader);
         if (!client.refresh(source))
-            return endWith(ExitCode::Faults, client.errorString());
-        return m_action == QLatin1String("refresh") ? ExitCode::Ok : download(client, source);
+            return m_report.fail(ExitCode::Faults, client.errorString());
+        return m_action == QLatin1String("refresh") ? answer(client, {}) : download(client, source);
     }
 
 private:
@@ -78,25 +80,52 @@ private:
         QByteArray root;
         QString reason;
         if (!readFile(m_roots.first(), root, &reason))
-            return endWith(ExitCode::Faults, QStringLiteral("%1 cannot be read: %2").arg(m_roots.first(), reason));
-        return client.trust(root) ? ExitCode::Ok : endWith(ExitCode::Faults, client.errorString());
+            return m_report.fail(ExitCode::Faults,
+                                 QStringLiteral("%1 cannot be read: %2").arg(m_roots.first(), reason));
+        return client.trust(root) ? answer(client, {}) : m_report.fail(ExitCode::Faults, client.errorString());
     }
 
     ExitCode download(cTrustClient& client, cTrustDownload& source) const
     {
+        QJsonArray targets;
         cTargetFetch fetch(urlOf(m_targetUrl), client.set().root()->isConsistentSnapshot(), m_targetFolder);
         for (const QString& path : m_targets) {
             const std::optional<cTrustTarget> target = client.find(path, source);
             if (!target)
-                return endWith(ExitCode::Faults, client.errorString());
+                return m_report.fail(ExitCode::Faults, client.errorString());
             if (!fetch.fetch(*target))
-                return endWith(ExitCode::Faults, fetch.errorString());
-            Terminal::note(
-                QStringLiteral("%1: %2").arg(path, QLatin1String(fetch.wasThere() ? "already there" : "fetched")));
+                return m_report.fail(ExitCode::Faults, fetch.errorString());
+            targets.append(
+                QJsonObject{{QStringLiteral("path"), path},
+                            {QStringLiteral("state"), QLatin1String(fetch.wasThere() ? "already there" : "fetched")}});
         }
-        return ExitCode::Ok;
+        return answer(client, targets);
     }
 
+    /// Tells what is trusted by now, and until when, and each of @p targets.
+    ExitCode answer(const cTrustClient& client, const QJsonArray& targets) const
+    {
+        const cTrustedSet& set = client.set();
+        cStyledLines lines;
+        QJsonObject metadata;
+        for (const cTrustMetadata* document :
+             {set.root(), set.timestamp(), set.snapshot(), set.targets(QStringLiteral("targets"))}) {
+            if (!document)
+                continue;
+            const QString role = cTrustMetadata::nameOf(document->type());
+            const QString expires = document->expires().toString(Qt::ISODate);
+            metadata.insert(role, QJsonObject{{QStringLiteral("version"), document->version()},
+                                              {QStringLiteral("expires"), expires}});
+            lines.append(QStringLiteral("%1: version %2, until %3").arg(role).arg(document->version()).arg(expires));
+        }
+        for (const QJsonValue& target : targets)
+            lines.append(QStringLiteral("%1: %2").arg(target[QLatin1String("path")].toString(),
+                                                      target[QLatin1String("state")].toString()));
+        return m_report.end(ExitCode::Ok, {}, QString(), lines,
+                            {{QStringLiteral("metadata"), metadata}, {QStringLiteral("targets"), targets}});
+    }
+
+    cReport m_report;
     QString m_action;
     QStringList m_roots;
     QString m_metadataFolder;
