@@ -5,7 +5,6 @@
 
 #include <QtCore/QXmlStreamReader>
 
-#include <array>
 #include <utility>
 
 namespace {
@@ -32,43 +31,12 @@ struct cHash
     QString fault; // why the text is no hash; empty when it is one
 };
 
-/// By its code; -1 for what is no hexadecimal digit.
-constexpr std::array<int, 128> digitValues()
-{
-    std::array<int, 128> values{};
-    for (int code = 0; code < 128; ++code) {
-        const int letter = code | 0x20; // in lower case
-        values[size_t(code)] = code >= '0' && code <= '9'       ? code - '0'
-                               : letter >= 'a' && letter <= 'f' ? letter - 'a' + 10
-                                                                : -1;
-    }
-    return values;
-}
-
-/// Of 40 hexadecimal digits; empty when @p digits are something else.
-QByteArray digestOf(QStringView digits)
-{
-    static constexpr std::array<int, 128> Values = digitValues();
-    constexpr int Size = 20;
-    if (digits.size() != 2 * Size)
-        return QByteArray();
-    QByteArray digest(Size, Qt::Uninitialized);
-    char* byte = digest.data();
-    int all = 0; // has the sign of each
-    const auto valueOf = [&](size_t code) { return code < Values.size() ? Values[code] : -1; };
-    for (int i = 0; i < 2 * Size; i += 2) {
-        const int value = valueOf(digits[i].unicode()) * 16 | valueOf(digits[i + 1].unicode());
-        all |= value;
-        *byte++ = char(value);
-    }
-    return all < 0 ? QByteArray() : digest;
-}
-
 /// The decoding takes any text.
 cHash hashOf(QStringView text)
 {
-    const QByteArray digest = digestOf(text.trimmed());
-    if (!digest.isEmpty())
+    constexpr int Size = 20;
+    const QByteArray digest = hexBytes(text.trimmed());
+    if (digest.size() == Size)
         return {digest, QString()};
     return {QByteArray::fromHex(text.toLatin1()),
             QStringLiteral("its hash \"%1\" is no SHA-1 hash in 40 hexadecimal digits").arg(text)};

@@ -10,12 +10,16 @@
 
 namespace {
 
-void writeString(QByteArray bytes, QByteArray& out)
+void writeString(const QByteArray& bytes, QByteArray& out)
 {
-    if (bytes.contains('\\') || bytes.contains('"'))
-        bytes.replace('\\', "\\\\").replace('"', "\\\"");
     out += '"';
-    out += bytes;
+    for (const char *plain = bytes.begin(), *end = bytes.end(); plain < end;) {
+        const char* const special = std::find_if(plain, end, [](char c) { return c == '"' || c == '\\'; });
+        out.append(plain, int(special - plain));
+        if (special < end)
+            out.append('\\').append(*special);
+        plain = special + 1;
+    }
     out += '"';
 }
 

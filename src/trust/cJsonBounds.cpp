@@ -81,13 +81,10 @@ bool cJsonBounds::string()
     const char* const quote = m_at++;
     const char* plain = m_at; // where what has not been decoded begins
     std::string decoded;
-    while (m_at < m_end && *m_at != '"') {
-        if (uchar(*m_at) < ' ')
+    const auto isSpecial = [](char c) { return c == '"' || c == '\\' || uchar(c) < ' '; };
+    while ((m_at = std::find_if(m_at, m_end, isSpecial)) < m_end && *m_at != '"') {
+        if (*m_at != '\\')
             return fail(m_at, QStringLiteral("a control character in a string"));
-        if (*m_at != '\\') {
-            ++m_at;
-            continue;
-        }
         decoded.append(plain, m_at);
         if (!escape(decoded))
             return false;

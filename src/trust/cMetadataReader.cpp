@@ -1,6 +1,7 @@
 #include "trust/cMetadataReader.h"
 
 #include "trust/CanonicalJson.h"
+#include "version/Numbers.h"
 #include "version/Shown.h"
 
 void cMetadataReader::fail(const QString& reason)
@@ -81,7 +82,7 @@ cTrustHashes cMetadataReader::hashes(const QJsonObject& object)
     cTrustHashes hashes;
     const QJsonObject inner = this->object(object, "hashes", MaxHashes);
     for (auto it = inner.begin(); it != inner.end(); ++it) {
-        hashes.insert(it.key(), QByteArray::fromHex(it.value().toString().left(MaxText).toLatin1()));
+        hashes.insert(it.key(), hexBytes(it.value().toString()));
         if (!it.value().isString())
             fail(QStringLiteral("\"hashes\" has a value that is no text"));
     }

@@ -2,6 +2,7 @@
 
 #include "trust/CanonicalJson.h"
 #include "trust/KeyText.h"
+#include "version/Numbers.h"
 
 using Cryptography::PublicKey;
 using Cryptography::Scheme;
@@ -23,20 +24,12 @@ constexpr Kind kinds[] = {
     {"rsa", "rsassa-pss-sha256", Scheme::RsaPss},
 };
 
-/// @p text as bytes; empty when it is not hex alone.
-QByteArray fromHex(const QString& text)
-{
-    const QByteArray hex = text.toLatin1();
-    const QByteArray bytes = QByteArray::fromHex(hex);
-    return bytes.toHex() == hex.toLower() ? bytes : QByteArray();
-}
-
 /// The key that @p text, "public" in the metadata, is; nothing when it is malformed or of another kind.
 std::optional<PublicKey> decode(Scheme scheme, const QString& text)
 {
     PublicKey key;
     key.scheme = scheme;
-    key.point = text.size() <= 2 * 65 ? fromHex(text) : QByteArray();
+    key.point = text.size() <= 2 * 65 ? hexBytes(text) : QByteArray();
     const int size = scheme == Scheme::Ed25519 ? 32 : scheme == Scheme::EcdsaP256 ? 65 : -1;
     if (key.point.size() == size)
         return key;

@@ -2,6 +2,7 @@
 
 #include "trust/CanonicalJson.h"
 #include "trust/cMetadataReader.h"
+#include "version/Numbers.h"
 
 #include <QtCore/QRegularExpression>
 #include <QtCore/QSet>
@@ -95,7 +96,7 @@ void cTrustMetadata::cParts::readSignatures(const QJsonObject& document)
         const QJsonObject object = m_reader.objectOf(value);
         const QString hex = m_reader.text(object, "sig"); // empty where somebody has yet to sign
         ids.append(m_reader.text(object, "keyid"));
-        m_metadata.m_signatures.append({ids.last(), QByteArray::fromHex(hex.toLatin1())});
+        m_metadata.m_signatures.append({ids.last(), hexBytes(hex)});
     }
     if (hasDuplicates(ids))
         m_reader.fail(QStringLiteral("a key has signed twice"));

@@ -1,7 +1,10 @@
 #pragma once
 
+#include <QtCore/QByteArray>
 #include <QtCore/QString>
 #include <QtCore/QStringView>
+
+#include <array>
 
 /// The number that @p text writes, as `QString::toUInt()` reads it: 0 when it is none, or one of more than 32 bits. All
 /// that stand in catalogues are a few digits, which are read here without a text of their own.
@@ -15,4 +18,37 @@ inline quint32 unsignedNumber(QStringView text)
         number = number * 10 + (digit.unicode() - u'0');
     }
     return number;
+}
+
+/// By its code; -1 for what is no hexadecimal digit.
+constexpr std::array<int, 128> hexDigitValues()
+{
+    std::array<int, 128> values{};
+    for (int code = 0; code < 128; ++code) {
+        const int letter = code | 0x20; // in lower case
+        values[size_t(code)] = code >= '0' && code <= '9'       ? code - '0'
+                               : letter >= 'a' && letter <= 'f' ? letter - 'a' + 10
+                                                                : -1;
+    }
+    return values;
+}
+
+/// The bytes that @p digits write, two each, of which there are thousands in catalogues and metadata; empty when there
+/// is anything but hexadecimal digits, or one too many.
+inline QByteArray hexBytes(QStringView digits)
+{
+    static constexpr std::array<int, 128> Values = hexDigitValues();
+    const int size = int(digits.size()) / 2;
+    if (digits.size() != 2 * size)
+        return QByteArray();
+    QByteArray bytes(size, Qt::Uninitialized);
+    char* byte = bytes.data();
+    int all = 0; // has the sign of each
+    const auto valueOf = [&](size_t code) { return code < Values.size() ? Values[code] : -1; };
+    for (int i = 0; i < 2 * size; i += 2) {
+        const int value = valueOf(digits[i].unicode()) * 16 | valueOf(digits[i + 1].unicode());
+        all |= value;
+        *byte++ = char(value);
+    }
+    return all < 0 ? QByteArray() : bytes;
 }

@@ -1,21 +1,14 @@
+#include "InstallFixture.h"
 #include "Outcome.h"
 
-#include "config/cConfigurationMgr.h"
-#include "install/cInstallMgr.h"
-#include "plugins/cPluginMgr.h"
-
-#include <Files.h>
-#include <MachineProgram.h>
-#include <Norvale/Corvane.h>
 #include <Norvale/cLogCentral.h>
 #include <NotHere.h>
 #include <Platform.h>
 #include <Rows.h>
-#include <SettingsSandbox.h>
 
-/// Installing and uninstalling on a real disk, with packages made by tests/support/packages.py and command lines that
-/// write a journal. Cases are told in the words of that program: 'Core 1.0: A 1.0, B 1.2 !fault; Needed'.
-class tst_cInstallMgr : public QObject
+/// Installing and uninstalling, with command lines that write a journal. Cases are told in the words of that program:
+/// 'Core 1.0: A 1.0, B 1.2 !fault; Needed'.
+class tst_cInstallMgr : public QObject, private InstallFixture
 {
     Q_OBJECT
 
@@ -38,19 +31,8 @@ public slots:
 private slots:
     void init()
     {
-        m_root = m_sandbox.path() + "/" + QTest::currentTestFunction() + QTest::currentDataTag();
-        m_sandbox.setInstallDir(m_root + "/core");
-        m_sandbox.useDataBelow(m_root + "/data");
+        begin(QString(QTest::currentTestFunction()) + QTest::currentDataTag());
         qputenv("JOURNAL", QFile::encodeName(m_root + "/journal"));
-        for (const char* key : {"ConfigMgr/RepositoryName", "ConfigMgr/RepositoryVersion"})
-            m_sandbox.removeMachineValue(key);
-        QVERIFY(QDir().mkpath(m_root));
-        QVERIFY(Corvane::initializeFolderOrFile());
-        m_manager.reset();
-        m_configuration.reset();
-        m_plugins.reset(new cPluginMgr);
-        m_configuration.reset(new cConfigurationMgr(*m_plugins));
-        m_manager.reset(new cInstallMgr(*m_configuration, *m_plugins));
         m_manager->connectSlots(this, SLOT(onStart(IInstallMgr::OPERATION, QString, QString)),
                                 SLOT(onProgress(int, int)), SLOT(onFinished()));
         m_signals.clear();
@@ -326,8 +308,7 @@ private:
     QString dropbox() const { return Corvane::velmiraFolderOrFile(Corvane::DropboxRepositoryFile); }
     void offer(const QStringList& words, const QString& folder = QString())
     {
-        const QString place = folder.isEmpty() ? QFileInfo(dropbox()).absolutePath() : folder;
-        QCOMPARE(MachineProgram::execute("python3", QStringList{PACKAGES_PY, "repository", place} + words), 0);
+        QVERIFY(makeRepository(folder.isEmpty() ? QFileInfo(dropbox()).absolutePath() : folder, words));
     }
     /// The stored version, and features with their plugins as in the words of the rows; empty when there are none.
     QString installed() const
@@ -394,11 +375,6 @@ private:
     }
     /// Exactly one line says @p part; nothing is said when that is empty.
     bool said(const QString& part) const { return part.isEmpty() ? log().isEmpty() : log().filter(part).size() == 1; }
-    SettingsSandbox m_sandbox;
-    QScopedPointer<cPluginMgr> m_plugins;
-    QScopedPointer<cConfigurationMgr> m_configuration;
-    QScopedPointer<cInstallMgr> m_manager;
-    QString m_root;
     QStringList m_signals;
     bool m_isImpatient = false;
     int m_logged = 0;

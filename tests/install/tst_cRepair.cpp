@@ -1,21 +1,16 @@
-#include "config/cConfigurationMgr.h"
-#include "config/cUpdateMgr.h"
-#include "install/cInstallMgr.h"
-#include "plugins/cFileRecord.h"
-#include "plugins/cPluginMgr.h"
+#include "InstallFixture.h"
 
-#include <Files.h>
-#include <MachineProgram.h>
-#include <Norvale/Corvane.h>
+#include "config/cUpdateMgr.h"
+#include "plugins/cFileRecord.h"
+
 #include <Norvale/IConfigMgr.h>
 #include <Rows.h>
-#include <SettingsSandbox.h>
 
 static const char Site[] =
     "<s><repository config='release' status='release' platform='x64' update='main' content='repo'/></s>";
 
 /// Verifying and repairing an installation of the plugins A and B on a real disk, from a site that may have gone on.
-class tst_cRepair : public QObject
+class tst_cRepair : public QObject, private InstallFixture
 {
     Q_OBJECT
 
@@ -65,7 +60,7 @@ private slots:
     {
         QFETCH(QString, found);
         QFETCH(QString, repaired);
-        begin();
+        beginInstalled();
         const QString before = hashes();
         QFETCH(QString, damage);
         for (const QString& step : damage.split("; ", Qt::SkipEmptyParts))
@@ -95,7 +90,7 @@ private slots:
     }
     void cannotTellWithoutAnyList()
     {
-        begin();
+        beginInstalled();
         QVERIFY(apply("cut", "features.xml"));
         QVERIFY(apply("cut", "features.last.xml"));
         const QString text = path("features.xml") + ": line ";
@@ -109,7 +104,7 @@ private slots:
     void recordsWhatCommandLinesMake()
     {
         m_commands = "";
-        begin();
+        beginInstalled();
         m_commands = " !silent";
         QCOMPARE(texts(m_manager->verify()), QString());
         QVERIFY(apply("remove", "A-1.00.000/doc/made"));
@@ -120,23 +115,13 @@ private slots:
 private:
     QString path(const QString& name) const { return m_root + "/core/plugins/" + name; }
 
-    void begin()
+    void beginInstalled()
     {
         static int number = 0;
-        m_root = m_sandbox.path() + "/" + QString::number(++number);
-        m_sandbox.setInstallDir(m_root + "/core");
-        m_sandbox.useDataBelow(m_root + "/data");
-        qputenv("JOURNAL", QFile::encodeName(path("A-1.00.000/doc/made"))); // of command lines that are not silent
-        for (const char* key : {"ConfigMgr/RepositoryName", "ConfigMgr/RepositoryVersion"})
-            m_sandbox.removeMachineValue(key);
-        QVERIFY(IConfigMgr::setUpdateLocations({QUrl::fromLocalFile(m_root + "/site")}));
-        QVERIFY(Corvane::initializeFolderOrFile());
         m_updates.reset();
-        m_manager.reset();
-        m_configuration.reset();
-        m_plugins.reset(new cPluginMgr);
-        m_configuration.reset(new cConfigurationMgr(*m_plugins));
-        m_manager.reset(new cInstallMgr(*m_configuration, *m_plugins));
+        begin(QString::number(++number));
+        qputenv("JOURNAL", QFile::encodeName(path("A-1.00.000/doc/made"))); // of command lines that are not silent
+        QVERIFY(IConfigMgr::setUpdateLocations({QUrl::fromLocalFile(m_root + "/site")}));
         m_updates.reset(new cUpdateMgr);
         writeFile(m_root + "/site/site.xml", Site);
         QVERIFY(offer("site/repo", "1.0"));
@@ -145,9 +130,8 @@ private:
     bool offer(const QString& folder, const QString& version, const QString& fault = QString())
     {
         const QString last = fault.isEmpty() ? m_commands : fault;
-        return MachineProgram::execute("python3",
-                                       {PACKAGES_PY, "repository", m_root + '/' + folder, "main " + version,
-                                        QString("Core %1: A %1%2, B 1.0%3").arg(version, last, m_commands)}) == 0;
+        return makeRepository(m_root + '/' + folder,
+                              {"main " + version, QString("Core %1: A %1%2, B 1.0%3").arg(version, last, m_commands)});
     }
     bool apply(const QString& what, const QString& name)
     {
@@ -204,12 +188,7 @@ private:
         return texts.join(", ");
     }
 
-    SettingsSandbox m_sandbox;
-    QString m_root;
     QString m_commands = " !silent";
-    QScopedPointer<cPluginMgr> m_plugins;
-    QScopedPointer<cConfigurationMgr> m_configuration;
-    QScopedPointer<cInstallMgr> m_manager;
     QScopedPointer<cUpdateMgr> m_updates;
 };
 

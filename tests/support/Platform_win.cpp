@@ -19,6 +19,27 @@ static void startPatiently(QProcess& process, const QString& program, const QStr
     }
 }
 
+/// The process has not begun yet: its first thread is the one that loads the library, behind those of the program.
+static void loadFaultsInto(QProcess& process)
+{
+    QT_WARNING_PUSH
+    QT_WARNING_DISABLE_DEPRECATED
+    const PROCESS_INFORMATION child = *process.pid(); // nothing else tells of the thread
+    QT_WARNING_POP
+    const std::wstring library = QFileInfo(QStringLiteral(FILE_FAULTS)).absoluteFilePath().toStdWString();
+    const SIZE_T size = (library.size() + 1) * sizeof(wchar_t);
+    void* const name = VirtualAllocEx(child.hProcess, nullptr, size, MEM_COMMIT | MEM_RESERVE, PAGE_READWRITE);
+    WriteProcessMemory(child.hProcess, name, library.c_str(), size, nullptr);
+    const FARPROC function = GetProcAddress(GetModuleHandleW(L"kernel32"), "LoadLibraryW");
+    const auto load = reinterpret_cast<LPTHREAD_START_ROUTINE>(reinterpret_cast<void*>(function));
+    const HANDLE thread = CreateRemoteThread(child.hProcess, nullptr, 0, load, name, 0, nullptr);
+    DWORD isLoaded = 0;
+    if (WaitForSingleObject(thread, INFINITE) != WAIT_OBJECT_0 || !GetExitCodeThread(thread, &isLoaded) || !isLoaded)
+        qFatal("FileFaults.dll cannot be loaded");
+    CloseHandle(thread);
+    ResumeThread(child.hThread);
+}
+
 bool Platform::isRunning(qint64 process)
 {
     const HANDLE handle = OpenProcess(SYNCHRONIZE, FALSE, DWORD(process));
@@ -35,10 +56,13 @@ bool Platform::isAborted(const QProcess& process)
 
 void Platform::start(QProcess& process, const QString& program, const QStringList& arguments)
 {
-    if (process.processEnvironment().contains(QStringLiteral("FILE_FAULTS")))
-        startPatiently(process, QStringLiteral(WITH_FAULTS), QStringList(program) + arguments);
-    else
-        startPatiently(process, program, arguments);
+    const bool hasFaults = process.processEnvironment().contains(QStringLiteral("FILE_FAULTS"));
+    if (hasFaults)
+        process.setCreateProcessArgumentsModifier(
+            [](QProcess::CreateProcessArguments* started) { started->flags |= CREATE_SUSPENDED; });
+    startPatiently(process, program, arguments);
+    if (hasFaults && process.error() != QProcess::FailedToStart)
+        loadFaultsInto(process);
 }
 
 void Platform::startAgain(QProcess& process, const QStringList& arguments)

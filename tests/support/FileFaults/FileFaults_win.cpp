@@ -1,5 +1,6 @@
-// The same for Windows: loaded into a process before it runs (see withFaults.cpp), this library puts itself between all
-// modules that are there and the calls that change the disk. FileFaults_linux.cpp tells of the environment. In addition
+// The same for Windows: loaded into a process before it runs (see Platform_win.cpp), this library puts itself between
+// all modules that are there and the calls that change the disk. FileFaults_linux.cpp tells of the environment. In
+// addition
 //
 //   FILE_FAULTS_REGISTRY   When it is set, storing and removing values of the registry counts, as settings stand there.
 
