@@ -4,6 +4,8 @@
 #include <Norvale/cJsonValue.h>
 #include <Norvale/cVersion.h>
 
+#include <QtCore/QByteArray>
+#include <QtCore/QDateTime>
 #include <QtCore/QList>
 #include <QtCore/QMap>
 #include <QtCore/QString>
@@ -53,6 +55,35 @@ struct cSitesOutcome
     int sites = 0;
     /// What could not be fetched or read, in the order in which it was asked for.
     QList<cFailure> failures;
+};
+
+/** @ingroup updates
+ * What the installation trusts: a copy of facts, as IConfigMgr::trustState() finds them.
+ */
+struct cTrustState
+{
+    /// One of the four roles of the signed metadata.
+    struct cRole
+    {
+        /// "root", "timestamp", "snapshot" or "targets".
+        QString name;
+        /// The version of its newest document that was verified; 0 when none was yet.
+        qint64 version = 0;
+        /// Until when that is good, in UTC; invalid when none was verified yet.
+        QDateTime expires;
+        /// How many of the keys must have signed it.
+        int threshold = 0;
+        /// The ids of the keys that may sign it, as the metadata give them.
+        QStringList keyIds;
+    };
+
+    /// Whether a root of trust is pinned.
+    bool isPinned = false;
+    /// A sentence for people that tells why nothing can be verified, and so nothing be updated, although a root is
+    /// pinned; else empty.
+    QString reason;
+    /// The roles, in the order above; empty when no root is pinned, or the pinned one cannot be read.
+    QList<cRole> roles;
 };
 
 /** @ingroup updates
@@ -217,4 +248,36 @@ public:
      * @return no sites and no failures before the first one, and while one is under way.
      */
     static cSitesOutcome lastSites();
+
+    /**
+     * Pins a root of trust, for all hosts of this machine: from then on only what the holders of its keys have
+     * published is fetched and installed.
+     *
+     * Metadata of The Update Framework, which a site keeps in its folder "tuf", tell what that is. Each update site
+     * must have them, signed by the keys of this root or of one that it has been followed by; a site that does not is
+     * passed over, with its reason in lastSites(). Packages and setup programs are held against them when they are
+     * fetched and again when they are installed. The root stands in the machine-wide settings, the metadata that were
+     * verified last in the folder "Trust" of the installation, both of which the caller must be able to write.
+     * @param root the text of the root metadata, such as of the site's "tuf/1.root.json", which has come by a way that
+     * is trusted. A root that is pinned already is replaced by another one.
+     * @param error told why it is not pinned; null when nobody wants to know.
+     * @return false when it is no root that its own keys have signed, the library was built without cryptography, the
+     * settings cannot be written, or before `Corvane::initialize`. Nothing has changed then.
+     */
+    static bool pinTrust(const QByteArray& root, QString* error);
+
+    /**
+     * Pins no root any more: updates are installed as the sites offer them, and what was verified is forgotten.
+     *
+     * @param error told why that failed; null when nobody wants to know.
+     * @return false when the settings or the folder "Trust" cannot be written, or before `Corvane::initialize`.
+     */
+    static bool unpinTrust(QString* error);
+
+    /**
+     * Tells what the installation trusts, as settings and disk tell it now.
+     *
+     * @return nothing pinned before `Corvane::initialize`.
+     */
+    static cTrustState trustState();
 };

@@ -175,6 +175,10 @@ struct cRepairOutcome
  * version go into the settings, then the features file is replaced, and only then is anything old removed. So what is
  * installed is the old set or the new one at any moment, and a run that was cut off can be repeated.
  *
+ * Where a root of trust is pinned (`IConfigMgr::pinTrust`), a package is only installed when its length and SHA-256
+ * stand in the metadata that were verified: those of the last check, or those that a medium has brought along, a folder
+ * "tuf" beside the description or up to two folders up. What is refused is left out, with the reason.
+ *
  * @code
  * if (!Corvane::initialize())
  *     return 1;
@@ -309,6 +313,15 @@ public:
      * @return what has been repaired and what could not be; the reasons stand in the log channel "InstallMgr", too.
      */
     static cRepairOutcome repair();
+
+    /**
+     * Installs what @p path holds without regard to the pinned root of trust, this once; the log tells so. Where no
+     * root is pinned it is the same as without this name.
+     * @param path a package, "name-version.zip", as of installPackage(); else a repository description as of
+     * installFromLocation(), of which nothing is consumed.
+     * @return as these two.
+     */
+    static bool installUnsigned(const QString& path);
 };
 
 Q_DECLARE_METATYPE(IInstallMgr::OPERATION)

@@ -28,6 +28,7 @@ int main(int argc, char** argv)
     addBisectCommand(program);
     addReportCommand(program);
     addUpdateCommands(program);
+    addTrustCommands(program);
     addInstallCommands(program);
     addVerifyCommands(program);
     return int(program.run(QCoreApplication::arguments()));

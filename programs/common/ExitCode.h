@@ -45,6 +45,7 @@
     X(VCore, UnknownPlugin, 36, "no installed plugin has that name")                                                   \
     X(VCore, PluginFailed, 37, "a plugin that should run has failed; the column reason tells why")                     \
     X(VCore, NoSiteAnswered, 38, "no update site gave a sound answer, so it is not known whether there is an update")  \
+    X(VCore, RootRefused, 39, "the root of trust was refused, or nothing can be verified with it")                     \
     X(norvale, Faults, 1, "the input breaks a rule; nothing was written")                                              \
     X(norvale, ReadFailed, 3, "a file or folder that was named cannot be read")                                        \
     X(norvale, WriteFailed, 4, "a result could not be written; what was there before stands")                          \

@@ -4,6 +4,9 @@
 #include "config/cUpdateCheck.h"
 #include "config/cUpdateMgr.h"
 #include "log/cFrameworkLog.h"
+#include "trust/cInstallationTrust.h"
+
+#include <functional>
 
 namespace {
 
@@ -16,6 +19,34 @@ cConfigurationMgr* managerFor(const char* consequence)
             << QLatin1String(consequence) + QStringLiteral(": the library is not initialized") << Qt::endl;
     }
     return manager;
+}
+
+/// What @p change, a function of cInstallationTrust, comes to; a reason is logged, too.
+bool changeTrust(const char* consequence, QString* error, const std::function<bool(QString*)>& change)
+{
+    QString reason = QStringLiteral("the library is not initialized");
+    if (managerFor(consequence) && change(&reason))
+        return true;
+    if (cConfigurationMgr::instance())
+        cFrameworkLog::configuration().error().noquote()
+            << QLatin1String(consequence) + QLatin1String(": ") + reason << Qt::endl;
+    if (error)
+        *error = reason;
+    return false;
+}
+
+cTrustState::cRole roleOf(cTrustMetadata::Type type, const cTrustMetadata& root, const cTrustMetadata* document)
+{
+    cTrustState::cRole role;
+    role.name = cTrustMetadata::nameOf(type);
+    const cTrustRole signers = root.roles().value(role.name);
+    role.threshold = signers.threshold;
+    role.keyIds = signers.keyIds;
+    if (document) {
+        role.version = document->version();
+        role.expires = document->expires();
+    }
+    return role;
 }
 
 } // namespace
@@ -68,6 +99,39 @@ cSitesOutcome IConfigMgr::lastSites()
 {
     const cUpdateMgr* const manager = cUpdateMgr::instance();
     return manager ? manager->lastSites() : cSitesOutcome();
+}
+
+bool IConfigMgr::pinTrust(const QByteArray& root, QString* error)
+{
+    return changeTrust("No root is pinned", error,
+                       [&](QString* reason) { return cInstallationTrust::pin(root, reason); });
+}
+
+bool IConfigMgr::unpinTrust(QString* error)
+{
+    return changeTrust("The root stays pinned", error, &cInstallationTrust::unpin);
+}
+
+cTrustState IConfigMgr::trustState()
+{
+    cTrustState state;
+    cInstallationTrust trust;
+    state.isPinned = cConfigurationMgr::instance() && trust.isPinned();
+    if (!state.isPinned)
+        return state;
+    // Who may not write the set sees the root all the same.
+    const bool isOpen = trust.open();
+    const cTrustedSet* const set = isOpen ? &trust.client().set() : nullptr;
+    const auto pinned = cTrustMetadata::read(cTrustMetadata::Root, trust.pinnedRoot(), nullptr);
+    const cTrustMetadata* const root = isOpen ? set->root() : pinned ? &*pinned : nullptr;
+    state.reason = isOpen ? QString() : trust.errorString();
+    if (!root)
+        return state;
+    state.roles = {roleOf(cTrustMetadata::Root, *root, root),
+                   roleOf(cTrustMetadata::Timestamp, *root, set ? set->timestamp() : nullptr),
+                   roleOf(cTrustMetadata::Snapshot, *root, set ? set->snapshot() : nullptr),
+                   roleOf(cTrustMetadata::Targets, *root, set ? set->targets(QStringLiteral("targets")) : nullptr)};
+    return state;
 }
 
 bool IConfigMgr::setUpdateLocations(const QList<QUrl>& urls)

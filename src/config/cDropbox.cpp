@@ -77,6 +77,13 @@ bool cDropbox::holds(const cFeaturePlugin& plugin) const
            file.open(QIODevice::ReadOnly) && digest.addData(&file) && digest.result() == plugin.hash();
 }
 
+QByteArray cDropbox::packageOf(const cFeaturePlugin& plugin) const
+{
+    QByteArray package;
+    (void)readFile(path(plugin.id().packageFileName()), package, nullptr);
+    return package;
+}
+
 bool cDropbox::store(const cFeaturePlugin& plugin, QString* error)
 {
     const QString file = path(plugin.id().packageFileName());

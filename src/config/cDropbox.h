@@ -23,6 +23,8 @@ public:
 
     /// Whether the package of @p plugin lies there and matches its hash.
     [[nodiscard]] bool holds(const cFeaturePlugin& plugin) const;
+    /// What lies there as the package of @p plugin; empty when nothing does.
+    [[nodiscard]] QByteArray packageOf(const cFeaturePlugin& plugin) const;
 
     /// Lays the package data of @p plugin there. One of the same name that is overwritten takes the description with
     /// it, which may name it.

@@ -2,10 +2,33 @@
 
 #include "config/cCatalogueReader.h"
 #include "config/cFeatureCatalogue.h"
+#include "config/cTrustedSite.h"
 #include "log/cFrameworkLog.h"
 
+#include <QtCore/QDir>
+
+namespace {
+
+const QString SiteFile = QStringLiteral("site.xml");
+const QString RepositoryFile = QStringLiteral("repository.xml");
+
+/// Where the description of the entry's repository lies, from the site on.
+QString pathOf(const cSiteEntry& entry)
+{
+    QString path = entry.content + QLatin1Char('/') + RepositoryFile;
+    while (path.startsWith(QLatin1Char('/')))
+        path.remove(0, 1);
+    return QDir::cleanPath(path);
+}
+
+} // namespace
+
 cRepositorySearch::cRepositorySearch(const Locations& locations, const QString& name, const QString& status)
-    : m_locations(locations), m_name(name), m_status(status), m_log(cFrameworkLog::configuration())
+    : m_locations(locations)
+    , m_name(name)
+    , m_status(status)
+    , m_log(cFrameworkLog::configuration())
+    , m_isVerified(cInstallationTrust().isPinned())
 {
     m_downloader.setLeastRate(cDownloader::leastRateInSettings());
     connect(&m_downloader, &cDownloader::progress, this,
@@ -14,10 +37,10 @@ cRepositorySearch::cRepositorySearch(const Locations& locations, const QString& 
 
 bool cRepositorySearch::run(cFeatureCatalogue& catalogue, cRuntimeInfo& runtime)
 {
-    Locations candidates;
+    QList<cCandidate> candidates;
     for (const QSharedPointer<cUpdateLocation>& location : m_locations)
-        candidates += candidatesOf(*location);
-    for (const QSharedPointer<cUpdateLocation>& candidate : qAsConst(candidates))
+        candidates += candidatesOf(location);
+    for (const cCandidate& candidate : qAsConst(candidates))
         takeIfNewer(candidate, catalogue, runtime);
     if (m_isCancelled)
         m_log.warning() << "The search for a newer repository was cancelled" << Qt::endl;
@@ -34,11 +57,12 @@ QString cRepositorySearch::wanted() const
     return name + QStringLiteral("of the status \"%1\"").arg(m_status);
 }
 
-cRepositorySearch::Locations cRepositorySearch::candidatesOf(const cUpdateLocation& location)
+QList<cRepositorySearch::cCandidate> cRepositorySearch::candidatesOf(const QSharedPointer<cUpdateLocation>& location)
 {
-    Locations candidates;
-    const QUrl url = location.resolve(QStringLiteral("site.xml"));
-    if (!fetch(url, SiteLimit))
+    QList<cCandidate> candidates;
+    const QSharedPointer<cTrustedSite> trusted = m_isVerified ? refresh(location) : nullptr;
+    const QUrl url = location->resolve(SiteFile);
+    if ((m_isVerified && !trusted) || !fetch(url, SiteLimit, trusted.data(), SiteFile))
         return candidates;
     cSiteReader site;
     if (!site.read(m_downloader.data()))
@@ -46,28 +70,45 @@ cRepositorySearch::Locations cRepositorySearch::candidatesOf(const cUpdateLocati
     else if (!site.foreignRoot().isEmpty())
         passOver("No site description:", url, site.foreignRoot());
     for (const cSiteEntry& entry : site.entries()) {
-        if (entry.fits(m_name, m_status))
-            candidates.append(QSharedPointer<cUpdateLocation>::create(location.resolve(entry.content)));
+        if (!entry.fits(m_name, m_status))
+            continue;
+        const QString path = pathOf(entry);
+        if (trusted && path.startsWith(QLatin1String("../")))
+            passOver("Not trusted:", url, QStringLiteral("the repository \"%1\" leaves the site").arg(entry.content));
+        else
+            candidates.append(
+                {QSharedPointer<cUpdateLocation>::create(location->resolve(entry.content)), path, trusted});
     }
     return candidates;
 }
 
-void cRepositorySearch::takeIfNewer(const QSharedPointer<cUpdateLocation>& candidate, cFeatureCatalogue& catalogue,
-                                    cRuntimeInfo& runtime)
+/// The site with its trusted set; null, with the reason logged, when it has none.
+QSharedPointer<cTrustedSite> cRepositorySearch::refresh(const QSharedPointer<cUpdateLocation>& location)
 {
-    const QUrl url = candidate->resolve(QStringLiteral("repository.xml"));
-    if (!fetch(url, RepositoryLimit))
+    const auto site = QSharedPointer<cTrustedSite>::create(location);
+    if (m_isCancelled)
+        return nullptr;
+    m_fileName = QStringLiteral("tuf");
+    const bool isTrusted = site->refresh(m_downloader);
+    return conclude(isTrusted, "Not trusted:", site->metadata(), site->errorString()) ? site : nullptr;
+}
+
+void cRepositorySearch::takeIfNewer(const cCandidate& candidate, cFeatureCatalogue& catalogue, cRuntimeInfo& runtime)
+{
+    const QUrl url = candidate.location->resolve(RepositoryFile);
+    if (!fetch(url, RepositoryLimit, candidate.site.data(), candidate.description))
         return;
     cFeatureCatalogue found;
-    cCatalogueReader reader(found, candidate);
+    cCatalogueReader reader(found, candidate.location);
     if (!reader.read(m_downloader.data()))
         return passOver("No repository description:", url, reader.errorString());
     if (!reader.foreignRoot().isEmpty())
         passOver("No repository description:", url, reader.foreignRoot());
     // Of equal versions the earlier candidate stays.
     if (catalogue.version() < found.version()) {
-        runtime.takeNewest(found, *candidate);
+        runtime.takeNewest(found, *candidate.location);
         catalogue = found;
+        m_site = candidate.site;
     }
 }
 
@@ -83,19 +124,24 @@ void cRepositorySearch::noteFailure(const QUrl& url, const QString& reason)
     m_failures.append({url.toDisplayString(), reason});
 }
 
-bool cRepositorySearch::fetch(const QUrl& url, qint64 limit)
+bool cRepositorySearch::fetch(const QUrl& url, qint64 limit, cTrustedSite* site, const QString& path)
 {
     if (m_isCancelled)
         return false;
     m_fileName = url.fileName();
     m_downloader.setSizeLimit(limit);
-    const bool hasArrived = m_downloader.download(url);
-    if (!hasArrived || m_isCancelled)
-        noteFailure(url, m_downloader.errorString());
-    if (!hasArrived && !m_isCancelled)
-        m_log.warning().noquote() << "Not fetched:" << url.toDisplayString() + QLatin1Char(':')
-                                  << m_downloader.errorString() << Qt::endl;
-    return hasArrived && !m_isCancelled;
+    const bool hasArrived = site ? site->fetch(path, limit, m_downloader) : m_downloader.download(url);
+    return conclude(hasArrived, "Not fetched:", url, site ? site->errorString() : m_downloader.errorString());
+}
+
+bool cRepositorySearch::conclude(bool hasArrived, const char* what, const QUrl& url, const QString& reason)
+{
+    if (hasArrived && !m_isCancelled)
+        return true;
+    noteFailure(url, reason);
+    if (!m_isCancelled)
+        m_log.warning().noquote() << what << url.toDisplayString() + QLatin1Char(':') << reason << Qt::endl;
+    return false;
 }
 
 void cRepositorySearch::cancel()

@@ -12,10 +12,12 @@
 
 class cFeatureCatalogue;
 class cRuntimeInfo;
+class cTrustedSite;
 
 /**
  * One search for the newest repository: reads the site descriptions of the update locations, then the descriptions of
- * the repositories that fit. What cannot be fetched or read is logged and passed over.
+ * the repositories that fit. What cannot be fetched or read is logged and passed over. Where a root of trust is pinned,
+ * so is what the site's signed metadata do not vouch for, and a site without them.
  *
  * Independent of who started it, who may be gone when it ends; whoever goes cancels it. A cancelled search touches what
  * it was to fill no more.
@@ -44,6 +46,9 @@ public:
     /// What could not be fetched or read.
     const QList<cSitesOutcome::cFailure>& failures() const { return m_failures; }
 
+    /// The site that vouches for the newest repository; null when no root of trust is pinned, or none was found.
+    const QSharedPointer<cTrustedSite>& site() const { return m_site; }
+
     /// Ends the search at once.
     void cancel();
     bool isCancelled() const { return m_isCancelled; }
@@ -53,12 +58,22 @@ signals:
     void progress(QString filenameBeingDownloaded, qint64 downloadedBytes, qint64 totalBytes);
 
 private:
+    /// A repository that fits.
+    struct cCandidate
+    {
+        QSharedPointer<cUpdateLocation> location;
+        QString description; // its path below the site
+        QSharedPointer<cTrustedSite> site;
+    };
+
     QString wanted() const;
-    Locations candidatesOf(const cUpdateLocation& location);
-    void takeIfNewer(const QSharedPointer<cUpdateLocation>& candidate, cFeatureCatalogue& catalogue,
-                     cRuntimeInfo& runtime);
-    /// False, with the reason logged, when the download fails; false for everything once the search is cancelled.
-    bool fetch(const QUrl& url, qint64 limit);
+    QList<cCandidate> candidatesOf(const QSharedPointer<cUpdateLocation>& location);
+    QSharedPointer<cTrustedSite> refresh(const QSharedPointer<cUpdateLocation>& location);
+    void takeIfNewer(const cCandidate& candidate, cFeatureCatalogue& catalogue, cRuntimeInfo& runtime);
+    /// False, with the reason logged, when the download fails or @p site, which is null when nothing is verified, does
+    /// not vouch for @p path; false for everything once the search is cancelled.
+    bool fetch(const QUrl& url, qint64 limit, cTrustedSite* site, const QString& path);
+    bool conclude(bool hasArrived, const char* what, const QUrl& url, const QString& reason);
     void passOver(const char* what, const QUrl& url, const QString& reason);
     void noteFailure(const QUrl& url, const QString& reason);
 
@@ -67,7 +82,9 @@ private:
     const QString m_status;
     cLog m_log;
     cDownloader m_downloader;
-    QString m_fileName; // of the transfer that waits
+    const bool m_isVerified; // a root of trust is pinned
+    QString m_fileName;      // of the transfer that waits
+    QSharedPointer<cTrustedSite> m_site;
     QList<cSitesOutcome::cFailure> m_failures;
     bool m_isComplete = true;
     bool m_isCancelled = false;

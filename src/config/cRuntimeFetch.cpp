@@ -2,7 +2,9 @@
 
 #include "config/cDownloader.h"
 #include "config/cFeatureCatalogue.h"
+#include "config/cTrustedSite.h"
 #include "core/Files.h"
+#include "trust/Cryptography.h"
 #include "version/cPluginId.h"
 
 #include <Norvale/Corvane.h>
@@ -17,6 +19,9 @@ namespace {
 /// The most bytes of a setup program, whose size no description tells.
 constexpr qint64 SizeLimit = qint64(4) * 1024 * 1024 * 1024;
 
+/// The bytes of it that are read at a time.
+constexpr qint64 ReadStep = 1024 * 1024;
+
 /// Whether a file of this name can lie in the data folder, beside what the library itself keeps there.
 bool canLieInDataFolder(const QString& name)
 {
@@ -28,8 +33,8 @@ bool canLieInDataFolder(const QString& name)
 
 } // namespace
 
-cRuntimeFetch::cRuntimeFetch(const cRuntimeInfo& runtime, cDownloader& downloader)
-    : m_runtime(runtime), m_downloader(downloader)
+cRuntimeFetch::cRuntimeFetch(const cRuntimeInfo& runtime, cDownloader& downloader, cTrustedSite* site)
+    : m_runtime(runtime), m_downloader(downloader), m_site(site)
 {
 }
 
@@ -49,14 +54,23 @@ bool cRuntimeFetch::run()
 bool cRuntimeFetch::isThere() const
 {
     QFile file(m_path);
-    return file.open(QIODevice::ReadOnly) && isWhole(file);
+    return file.open(QIODevice::ReadOnly) && faultOf(file).isEmpty();
 }
 
 /// The downloader's digest is not asked: bytes that were unread when a transfer ended are in it twice.
-bool cRuntimeFetch::isWhole(QFileDevice& file) const
+QString cRuntimeFetch::faultOf(QFileDevice& file) const
 {
-    QCryptographicHash digest(QCryptographicHash::Sha1);
-    return file.seek(0) && digest.addData(&file) && digest.result() == m_runtime.hash();
+    QCryptographicHash sha1(QCryptographicHash::Sha1);
+    Cryptography::cDigest sha256(Cryptography::cDigest::Sha256);
+    file.seek(0);
+    for (QByteArray bytes = file.read(ReadStep); !bytes.isEmpty(); bytes = file.read(ReadStep)) {
+        sha1.addData(bytes);
+        if (m_site)
+            sha256.add(bytes);
+    }
+    if (sha1.result() != m_runtime.hash())
+        return QStringLiteral("does not match its hash");
+    return m_site ? m_site->refusal(sha256.result(), file.size(), m_runtime.name()) : QString();
 }
 
 bool cRuntimeFetch::download()
@@ -75,11 +89,15 @@ bool cRuntimeFetch::download()
 
 bool cRuntimeFetch::transferTo(QFile& part)
 {
-    m_downloader.setSizeLimit(SizeLimit);
     const QString source = m_runtime.source().toDisplayString();
+    const qint64 limit = m_site ? m_site->limitOf(m_runtime.source(), m_runtime.name(), m_downloader) : SizeLimit;
+    if (limit < 0)
+        return fail(cInstallationTrust::notNamed());
+    m_downloader.setSizeLimit(limit);
     if (!m_downloader.download(m_runtime.source(), &part))
         return fail(QStringLiteral("from %1: %2").arg(source, m_downloader.errorString()));
-    return isWhole(part) || fail(QStringLiteral("from %1: does not match its hash").arg(source));
+    const QString fault = faultOf(part);
+    return fault.isEmpty() || fail(QStringLiteral("from %1: %2").arg(source, fault));
 }
 
 bool cRuntimeFetch::moveIntoPlace(QFile& part)

@@ -6,6 +6,7 @@ class QFile;
 class QFileDevice;
 class cDownloader;
 class cRuntimeInfo;
+class cTrustedSite;
 
 /**
  * Brings the setup program of a newer runtime into the data folder: under its own name once it is whole and matches its
@@ -14,8 +15,9 @@ class cRuntimeInfo;
 class cRuntimeFetch
 {
 public:
-    /// Both must live as long as this object; the downloader is the caller's to cancel.
-    cRuntimeFetch(const cRuntimeInfo& runtime, cDownloader& downloader);
+    /// All must live as long as this object; the downloader is the caller's to cancel. @p site vouches for the setup
+    /// program; null when no root of trust is pinned.
+    cRuntimeFetch(const cRuntimeInfo& runtime, cDownloader& downloader, cTrustedSite* site = nullptr);
 
     /// True when the setup program lies there, fetched now or before. What lay there under its name stays otherwise.
     [[nodiscard]] bool run();
@@ -28,7 +30,8 @@ public:
 
 private:
     bool isThere() const;
-    bool isWhole(QFileDevice& file) const;
+    /// Why the file is not the setup program; empty when it is.
+    QString faultOf(QFileDevice& file) const;
     bool download();
     bool transferTo(QFile& part);
     bool moveIntoPlace(QFile& part);
@@ -37,6 +40,7 @@ private:
 
     const cRuntimeInfo& m_runtime;
     cDownloader& m_downloader;
+    cTrustedSite* const m_site;
     QString m_path;
     QString m_errorString;
 };

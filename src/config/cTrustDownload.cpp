@@ -20,15 +20,6 @@ QUrl joined(const QUrl& base, const QString& path)
     return url;
 }
 
-// A server that does not let its folders be listed says "forbidden" of what it does not have.
-bool isAbsent(const QUrl& url, int error)
-{
-    if (url.isLocalFile())
-        return !QFileInfo::exists(url.toLocalFile());
-    return error == QNetworkReply::ContentNotFoundError || error == QNetworkReply::ContentAccessDenied ||
-           error == QNetworkReply::ContentGoneError;
-}
-
 } // namespace
 
 cTrustDownload::cTrustDownload(const QUrl& base, cDownloader& downloader) : m_base(base), m_downloader(downloader) {}
@@ -39,6 +30,15 @@ QUrl cTrustDownload::urlOf(const QUrl& base, const QString& name)
     for (QString& part : parts)
         part = encoded(part);
     return joined(base, parts.join(QLatin1Char('/')));
+}
+
+// A server that does not let its folders be listed says "forbidden" of what it does not have.
+bool cTrustDownload::isAbsent(const QUrl& url, int error)
+{
+    if (url.isLocalFile())
+        return !QFileInfo::exists(url.toLocalFile());
+    return error == QNetworkReply::ContentNotFoundError || error == QNetworkReply::ContentAccessDenied ||
+           error == QNetworkReply::ContentGoneError;
 }
 
 ITrustSource::Answer cTrustDownload::fetch(const QString& name, qint64 limit, QByteArray& bytes, QString& reason)

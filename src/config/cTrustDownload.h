@@ -18,6 +18,9 @@ public:
     /// The URL of the file at the path @p name below @p base, whatever characters its parts have.
     [[nodiscard]] static QUrl urlOf(const QUrl& base, const QString& name);
 
+    /// Whether a transfer of @p url that failed with @p error, of the downloader, has found that there is no such file.
+    [[nodiscard]] static bool isAbsent(const QUrl& url, int error);
+
 private:
     QUrl m_base;
     cDownloader& m_downloader;

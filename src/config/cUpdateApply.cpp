@@ -1,6 +1,7 @@
 #include "config/cUpdateApply.h"
 
 #include "config/cRuntimeFetch.h"
+#include "config/cTrustedSite.h"
 #include "config/cUpdateCheck.h"
 #include "log/cFrameworkLog.h"
 #include "version/cPluginId.h"
@@ -79,7 +80,7 @@ bool cUpdateApply::fetchMissing()
     for (cFeaturePlugin* const plugin : m_plugins) {
         connect(plugin, &cFeaturePlugin::progress, this, &cUpdateApply::progress);
         emit overallProgress(label, base, total);
-        if (m_dropbox.holds(*plugin))
+        if (isThere(*plugin))
             plugin->onProgress(plugin->size(), plugin->size());
         else if (!fetchPackage(*plugin) || !store(*plugin))
             return false;
@@ -109,24 +110,50 @@ bool cUpdateApply::fetchPackage(cFeaturePlugin& plugin)
     return false;
 }
 
+/// What was laid there before a root was pinned counts no more than what others lay there.
+bool cUpdateApply::isThere(const cFeaturePlugin& plugin) const
+{
+    const cTrustedSite* const site = m_check.site();
+    return m_dropbox.holds(plugin) &&
+           (!site || site->refusal(m_dropbox.packageOf(plugin), plugin.id().packageFileName()).isEmpty());
+}
+
+/// The most bytes that are accepted of a package; -1 when none are.
+qint64 cUpdateApply::limitOf(const QUrl& url, const cFeaturePlugin& plugin)
+{
+    cTrustedSite* const site = m_check.site();
+    return site ? site->limitOf(url, plugin.id().packageFileName(), m_downloader)
+                : qMax<qint64>(plugin.size(), PackageLimit);
+}
+
+/// Why @p package is not what it should be; empty when it is.
+QString cUpdateApply::refusal(const QByteArray& package, const cFeaturePlugin& plugin) const
+{
+    if (m_downloader.digestResult() != plugin.hash())
+        return QStringLiteral("it does not match its hash");
+    return m_check.site() ? m_check.site()->refusal(package, plugin.id().packageFileName()) : QString();
+}
+
 bool cUpdateApply::fetchFrom(const QUrl& url, cFeaturePlugin& plugin)
 {
-    m_downloader.setSizeLimit(qMax<qint64>(plugin.size(), PackageLimit));
-    connect(&m_downloader, &cDownloader::progress, &plugin, &cFeaturePlugin::onProgress);
-    const bool hasArrived = m_downloader.download(url);
-    disconnect(&m_downloader, nullptr, &plugin, nullptr);
-    plugin.setDownloadStatus(m_downloader.error());
+    QString reason = cInstallationTrust::notNamed();
+    const qint64 limit = limitOf(url, plugin);
+    if (limit >= 0) {
+        m_downloader.setSizeLimit(limit);
+        connect(&m_downloader, &cDownloader::progress, &plugin, &cFeaturePlugin::onProgress);
+        const bool hasArrived = m_downloader.download(url);
+        disconnect(&m_downloader, nullptr, &plugin, nullptr);
+        plugin.setDownloadStatus(m_downloader.error());
+        reason = hasArrived ? refusal(m_downloader.data(), plugin) : m_downloader.errorString();
+    }
     if (m_isCancelled)
         return false;
-    if (hasArrived && m_downloader.digestResult() == plugin.hash()) {
+    if (reason.isEmpty()) {
         plugin.setPackageData(m_downloader.data());
         return true;
     }
     m_log.warning().noquote() << "Not fetched:" << plugin.id().toString() << "from"
-                              << url.toDisplayString() + QLatin1Char(':')
-                              << (hasArrived ? QStringLiteral("it does not match its hash")
-                                             : m_downloader.errorString())
-                              << Qt::endl;
+                              << url.toDisplayString() + QLatin1Char(':') << reason << Qt::endl;
     return false;
 }
 
@@ -161,7 +188,7 @@ bool cUpdateApply::fetchRuntime()
     const cRuntimeInfo& runtime = m_check.runtime();
     connect(&m_downloader, &cDownloader::progress, &runtime, &cRuntimeInfo::onProgress);
     connect(&runtime, &cRuntimeInfo::progress, this, &cUpdateApply::progress);
-    cRuntimeFetch fetch(runtime, m_downloader);
+    cRuntimeFetch fetch(runtime, m_downloader, m_check.site());
     const bool isFetched = fetch.run();
     if (m_isCancelled)
         return false;

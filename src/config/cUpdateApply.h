@@ -52,6 +52,9 @@ private:
     bool isCoreNewEnough();
     bool areNamesSafe();
     bool fetchMissing();
+    bool isThere(const cFeaturePlugin& plugin) const;
+    qint64 limitOf(const QUrl& url, const cFeaturePlugin& plugin);
+    QString refusal(const QByteArray& package, const cFeaturePlugin& plugin) const;
     bool fetchPackage(cFeaturePlugin& plugin);
     bool fetchFrom(const QUrl& url, cFeaturePlugin& plugin);
     bool store(cFeaturePlugin& plugin);

@@ -96,6 +96,7 @@ bool cUpdateCheck::findNewest(cUpdateMgr& updates)
     const QString name = cMachineSettings().value(QLatin1String(SettingsKey::RepositoryName)).toString();
     if (!updates.findNewest(name, m_available, m_runtime))
         return false;
+    m_site = updates.trustedSite();
     m_result["update_to_version"] = m_available.version().toString();
     return true;
 }

@@ -12,6 +12,7 @@
 #include <vector>
 
 class cPluginMgr;
+class cTrustedSite;
 class cUpdateMgr;
 
 /**
@@ -63,6 +64,8 @@ public:
     const cFeatureCatalogue& available() const { return m_available; }
     /// The newest runtime of that repository; version 0.0.0 when it offers none.
     const cRuntimeInfo& runtime() const { return m_runtime; }
+    /// The site that vouches for them; null when no root of trust is pinned.
+    cTrustedSite* site() const { return m_site.data(); }
 
 private:
     bool findNewest(cUpdateMgr& updates);
@@ -87,4 +90,5 @@ private:
     Plugins m_knownPlugins; // the others of those features
     cFeatureCatalogue m_available;
     cRuntimeInfo m_runtime;
+    QSharedPointer<cTrustedSite> m_site;
 };

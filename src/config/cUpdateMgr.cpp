@@ -49,10 +49,12 @@ bool cUpdateMgr::findNewest(const QString& repositoryName, cFeatureCatalogue& ca
     m_isCancelled = false;
     m_isComplete = false;
     m_lastSites = {};
+    m_trustedSite.clear();
     const QPointer<cUpdateMgr> self(this);
     const bool isFound = search.run(catalogue, runtime);
     if (self) {
         m_search = nullptr;
+        m_trustedSite = search.site();
         m_lastSites = {m_locations.size(), search.failures()};
         m_isComplete = search.isComplete() && !m_isCancelled;
     }

@@ -11,6 +11,7 @@
 class cFeatureCatalogue;
 class cRepositorySearch;
 class cRuntimeInfo;
+class cTrustedSite;
 
 /**
  * Knows the update locations of this installation, finds the newest repository there and relays the progress of
@@ -48,6 +49,8 @@ public:
     bool isCancelled() const { return m_isCancelled; }
     /// How the update locations answered the last search.
     const cSitesOutcome& lastSites() const { return m_lastSites; }
+    /// The site that vouches for what the last search has found; null when no root of trust is pinned.
+    const QSharedPointer<cTrustedSite>& trustedSite() const { return m_trustedSite; }
     /// Whether the last search reached every update location, of which there was one at least, and read all it found.
     bool isComplete() const { return m_isComplete; }
 
@@ -61,6 +64,7 @@ private:
     QList<QSharedPointer<cUpdateLocation>> m_locations;
     cRepositorySearch* m_search = nullptr; // the one that waits
     cSitesOutcome m_lastSites;
+    QSharedPointer<cTrustedSite> m_trustedSite;
     bool m_isCancelled = false;
     bool m_isComplete = false;
 };

@@ -34,6 +34,8 @@ constexpr char IsolatedCallLimit[] = "PluginMgr/IsolatedCallSeconds"; // Seconds
 
 constexpr char LeastRate[] = "UpdateMgr/LeastRate"; // Bytes a second of a transfer, default 100, 0 for none.
 
+constexpr char TrustRoot[] = "Trust/Root"; // Text of the pinned root metadata, no default.
+
 // Host settings.
 constexpr char RestartOption[] = "ConfigMgr/RestartOption";     // Integer, default 0.
 constexpr char RestartFilename[] = "ConfigMgr/RestartFilename"; // String, default empty.

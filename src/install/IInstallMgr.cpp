@@ -70,3 +70,9 @@ cRepairOutcome IInstallMgr::repair()
     cInstallMgr* manager = managerFor("repair()");
     return manager ? manager->repair() : cRepairOutcome();
 }
+
+bool IInstallMgr::installUnsigned(const QString& path)
+{
+    cInstallMgr* manager = managerFor("installUnsigned()");
+    return manager && manager->installUnsigned(path);
+}

@@ -5,6 +5,7 @@
 #include "core/Files.h"
 #include "core/Settings.h"
 #include "install/cInstallation.h"
+#include "install/cPackageTrust.h"
 #include "install/cPluginFolders.h"
 #include "install/cPluginReplacement.h"
 #include "install/cRepair.h"
@@ -169,16 +170,24 @@ bool cInstallMgr::installPackage(const QString& path)
     tell([&] { emit installationStart(IInstallMgr::OPERATION_LOCATION, QString(), QString()); });
     // The features must be loaded for the other plugins of the development feature to stay in it.
     cInstallation installation(*this, m_configuration, m_plugins, m_log);
+    cPackageTrust trust(package, m_isUnsigned, m_log);
     const QString fault = installation.recover();
     if (!fault.isEmpty())
         return refuse(package, fault);
     if (cPluginReplacement::isFor(m_configuration.installed(), id)) {
-        const cInstallOutcome outcome = cPluginReplacement(*this, m_configuration, m_log).run(id, package);
+        const cInstallOutcome outcome = cPluginReplacement(*this, m_configuration, m_log).run(id, package, trust);
         (void)installation.recover();
         return conclude(outcome);
     }
     const cFeatureCatalogue offered = developmentFeature(m_configuration.installed(), id, QUrl::fromLocalFile(package));
-    return conclude(installation.run(offered, cPackageSource(package, cPackageSource::SinglePackage)));
+    return conclude(installation.run(offered, cPackageSource(package, cPackageSource::SinglePackage), trust));
+}
+
+bool cInstallMgr::installUnsigned(const QString& path)
+{
+    const QScopedValueRollback<bool> isUnsigned(m_isUnsigned, true);
+    return path.endsWith(QLatin1String(".zip"), Qt::CaseInsensitive) ? installPackage(path)
+                                                                     : installFromLocation(path, false);
 }
 
 bool cInstallMgr::uninstallPlugins()
@@ -217,10 +226,11 @@ cRepairOutcome cInstallMgr::repair()
 bool cInstallMgr::install(const cFeatureCatalogue& offered, const cPackageSource& source)
 {
     cInstallation installation(*this, m_configuration, m_plugins, m_log);
+    cPackageTrust trust(source.path(), m_isUnsigned, m_log);
     const QString fault = installation.recover();
     if (!fault.isEmpty())
         return refuse(source.path(), fault);
-    return conclude(installation.run(offered, source));
+    return conclude(installation.run(offered, source, trust));
 }
 
 /// Nothing is installed as long as nobody knows what is.

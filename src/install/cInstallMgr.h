@@ -39,6 +39,7 @@ public:
     bool installFromLocation(const QString& path, bool consume);
     bool installBootstrap();
     bool installPackage(const QString& path);
+    bool installUnsigned(const QString& path);
     bool uninstallPlugins();
     cVerifyOutcome verify();
     cRepairOutcome repair();
@@ -67,6 +68,7 @@ private:
     cLog m_log;
     cInstallOutcome m_outcome; // of the last install
     bool m_isBusy = false;     // an install or uninstall is under way, perhaps further up this thread's stack
+    bool m_isUnsigned = false; // what is installed need not be trusted
 };
 
 /**

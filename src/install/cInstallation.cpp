@@ -68,7 +68,7 @@ QString cInstallation::recover()
     return fault;
 }
 
-cInstallOutcome cInstallation::run(const cFeatureCatalogue& offered, const cPackageSource& source)
+cInstallOutcome cInstallation::run(const cFeatureCatalogue& offered, const cPackageSource& source, cPackageTrust& trust)
 {
     if (offered.hasCoreVersion() && cVersion(Corvane::currentVersion()) < offered.coreVersion()) {
         logAndFail(source, cInstallOutcome::CoreTooOld,
@@ -79,7 +79,7 @@ cInstallOutcome cInstallation::run(const cFeatureCatalogue& offered, const cPack
     m_plan = std::make_unique<cInstallPlan>(m_configuration.installed(), present(), offered);
     if (!prepare(offered, source))
         return m_outcome;
-    cUnpacking unpacking(m_manager, m_plugins, m_log, source, *m_plan);
+    cUnpacking unpacking(m_manager, m_plugins, m_log, source, trust, *m_plan);
     unpacking.run();
     m_unpacked = unpacking.files();
     cStartCheck(*m_plan).run();

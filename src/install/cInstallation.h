@@ -14,6 +14,7 @@
 
 class cConfigurationMgr;
 class cInstallMgr;
+class cPackageTrust;
 class cPluginMgr;
 
 /**
@@ -34,9 +35,10 @@ public:
     /// leftover from a plugin, nothing has been done, and nothing may be. Empty when nothing is.
     [[nodiscard]] QString recover();
 
-    /// Installs what @p offered lists from the packages of @p source. recover() comes before. What was left out or
-    /// could not be written has been logged.
-    [[nodiscard]] cInstallOutcome run(const cFeatureCatalogue& offered, const cPackageSource& source);
+    /// Installs what @p offered lists from the packages of @p source, as far as @p trust has them. recover() comes
+    /// before. What was left out or could not be written has been logged.
+    [[nodiscard]] cInstallOutcome run(const cFeatureCatalogue& offered, const cPackageSource& source,
+                                      cPackageTrust& trust);
 
 private:
     QSet<cPluginId> present() const;

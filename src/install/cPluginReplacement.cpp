@@ -8,6 +8,7 @@
 #include "install/cInstallPlan.h"
 #include "install/cPackage.h"
 #include "install/cPackageCheck.h"
+#include "install/cPackageTrust.h"
 #include "install/cPluginFolders.h"
 #include "install/cStartCheck.h"
 #include "install/cVerification.h"
@@ -63,13 +64,15 @@ bool cPluginReplacement::isFor(const cFeatureCatalogue& installed, const cPlugin
            QFileInfo::exists(Corvane::pluginDir(id).absoluteFilePath(QStringLiteral("Manifest.xml")));
 }
 
-cInstallOutcome cPluginReplacement::run(const cPluginId& id, const QString& path)
+cInstallOutcome cPluginReplacement::run(const cPluginId& id, const QString& path, cPackageTrust& trust)
 {
     cPackage package;
     cPackageCheck check;
     check.expect(id);
-    if (!check.checkFile(path, package)) {
-        leaveOut(QStringLiteral("its package %1 is refused: %2").arg(path, check.summary()), check.isUnread());
+    const QString refused =
+        check.checkFile(path, package) ? trust.refusal(package.bytes(), id.packageFileName()) : check.summary();
+    if (!refused.isEmpty()) {
+        leaveOut(QStringLiteral("its package %1 is refused: %2").arg(path, refused), check.isUnread());
     } else if (isInstalledFrom(id, package) &&
                cFileRecord::differenceIn(Corvane::pluginDir(id).absolutePath(), package.files()).isEmpty()) {
         m_outcome.result = cInstallOutcome::NothingToDo;

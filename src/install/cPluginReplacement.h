@@ -11,6 +11,7 @@ class cConfigurationMgr;
 class cFeatureCatalogue;
 class cInstallMgr;
 class cPackage;
+class cPackageTrust;
 class cPluginId;
 
 /// Whether the installed plugin @p id came from a package with the contents of @p package: by the record of files, or
@@ -35,9 +36,9 @@ public:
     /// Whether @p id is there as a plugin of the development feature, and of no other.
     static bool isFor(const cFeatureCatalogue& installed, const cPluginId& id);
 
-    /// Installs the package at @p path, whose plugin isFor(); the features are loaded. Where the contents are equal,
-    /// nothing is done. A failure has been logged.
-    [[nodiscard]] cInstallOutcome run(const cPluginId& id, const QString& path);
+    /// Installs the package at @p path, whose plugin isFor(), if @p trust has it; the features are loaded. Where the
+    /// contents are equal, nothing is done. A failure has been logged.
+    [[nodiscard]] cInstallOutcome run(const cPluginId& id, const QString& path, cPackageTrust& trust);
 
 private:
     void replace(const cPluginId& id, const cPackage& package);

@@ -3,6 +3,7 @@
 #include "config/cCatalogueReader.h"
 #include "config/cConfigurationMgr.h"
 #include "config/cDownloader.h"
+#include "config/cTrustedSite.h"
 #include "config/cUpdateApply.h"
 #include "config/cUpdateMgr.h"
 #include "core/Files.h"
@@ -70,8 +71,10 @@ QString moveInto(const QDir& folder, const QString& name, const QString& from)
 
 } // namespace
 
-cRepairSource::cRepairSource(cConfigurationMgr& configuration, const QString& scratch)
-    : m_configuration(configuration), m_scratch(scratch)
+cRepairSource::cRepairSource(cConfigurationMgr& configuration, const cLog& log, const QString& scratch)
+    : m_configuration(configuration)
+    , m_scratch(scratch)
+    , m_trust(Corvane::velmiraFolderOrFile(Corvane::BootstrapRepositoryFile), false, log)
 {
 }
 
@@ -85,7 +88,7 @@ bool cRepairSource::get(const cPluginId& id, cPackage& package, QString* reason)
     return false;
 }
 
-bool cRepairSource::getLocal(const cPluginId& id, cPackage& package, QString* reason) const
+bool cRepairSource::getLocal(const cPluginId& id, cPackage& package, QString* reason)
 {
     const QString path = Corvane::velmiraFolderOrFile(Corvane::BootstrapRepositoryFile);
     QByteArray xml;
@@ -100,13 +103,21 @@ bool cRepairSource::getLocal(const cPluginId& id, cPackage& package, QString* re
     const QString file = plugin ? cPackageSource(path, cPackageSource::Kept).find(*plugin) : QString();
     if (file.isEmpty())
         return false;
-    cPackageCheck check;
-    check.expect(id);
-    check.expectHash(plugin->hash());
-    if (check.checkFile(file, package))
+    const QString refused = read(*plugin, file, package);
+    if (refused.isEmpty())
         return true;
-    *reason = QStringLiteral("%1 is refused: %2").arg(file, check.summary());
+    *reason = QStringLiteral("%1 is refused: %2").arg(file, refused);
     return false;
+}
+
+/// Reads the package from @p file. @return why it is refused; empty when it is not.
+QString cRepairSource::read(const cFeaturePlugin& plugin, const QString& file, cPackage& package)
+{
+    cPackageCheck check;
+    check.expect(plugin.id());
+    check.expectHash(plugin.hash());
+    return check.checkFile(file, package) ? m_trust.refusal(package.bytes(), plugin.id().packageFileName())
+                                          : check.summary();
 }
 
 bool cRepairSource::getRemote(const cPluginId& id, cPackage& package, QString* reason)
@@ -139,7 +150,12 @@ bool cRepairSource::fetch(const cFeaturePlugin& plugin, cPackage& package, QStri
         const QUrl url = source.url();
         QFile file(QDir(m_scratch).absoluteFilePath(plugin.id().packageFileName()));
         cDownloader downloader;
-        downloader.setSizeLimit(qMax<qint64>(plugin.size(), cUpdateApply::PackageLimit));
+        const qint64 limit = limitOf(plugin, url, downloader);
+        if (limit < 0) {
+            reasons.append(QStringLiteral("%1: %2").arg(url.toDisplayString(), cInstallationTrust::notNamed()));
+            continue;
+        }
+        downloader.setSizeLimit(limit);
         QObject::connect(&downloader, &cDownloader::progress, &m_configuration, [&](qint64 received, qint64 total) {
             m_configuration.onProgress(plugin.id().packageFileName(), received, total);
         });
@@ -150,15 +166,22 @@ bool cRepairSource::fetch(const cFeaturePlugin& plugin, cPackage& package, QStri
             continue;
         }
         file.close();
-        cPackageCheck check;
-        check.expect(plugin.id());
-        check.expectHash(plugin.hash());
-        if (check.checkFile(file.fileName(), package))
+        const QString refused = read(plugin, file.fileName(), package);
+        if (refused.isEmpty())
             return true;
-        reasons.append(QStringLiteral("%1: %2").arg(url.toDisplayString(), check.summary()));
+        reasons.append(QStringLiteral("%1: %2").arg(url.toDisplayString(), refused));
     }
     *reason = QStringLiteral("its package cannot be had: ") + reasons.join(QStringLiteral("; "));
     return false;
+}
+
+/// As cTrustedSite::limitOf(), where a root of trust is pinned.
+qint64 cRepairSource::limitOf(const cFeaturePlugin& plugin, const QUrl& url, cDownloader& downloader)
+{
+    cUpdateMgr* const updates = cUpdateMgr::instance();
+    const QSharedPointer<cTrustedSite> site = updates ? updates->trustedSite() : nullptr;
+    return site ? site->limitOf(url, plugin.id().packageFileName(), downloader)
+                : qMax<qint64>(plugin.size(), cUpdateApply::PackageLimit);
 }
 
 const cFeatureCatalogue& cRepairSource::offered()
@@ -255,7 +278,7 @@ void cRepair::repairPlugins(const cVerification& verification)
         (void)makeFolder(scratch, &reason); // that it failed is told by the reason
     else
         reason = remover.errorString();
-    cRepairSource source(m_configuration, scratch);
+    cRepairSource source(m_configuration, m_log, scratch);
     for (const cPluginId& id : verification.faulty()) {
         QString own = reason;
         if (own.isEmpty() && repairPlugin(id, source, &own))

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "install/cPackageTrust.h"
 #include "install/cVerification.h"
 
 #include <QtCore/QHash>
@@ -8,6 +9,7 @@
 
 class cConfigurationMgr;
 class cDownloader;
+class cFeaturePlugin;
 class cPackage;
 class cPluginMgr;
 
@@ -19,19 +21,22 @@ class cRepairSource
 {
 public:
     /// Packages that are fetched go into the folder @p scratch.
-    cRepairSource(cConfigurationMgr& configuration, const QString& scratch);
+    cRepairSource(cConfigurationMgr& configuration, const cLog& log, const QString& scratch);
 
     /// Reads a package that has been verified whole into @p package. False when it cannot be had; @p reason tells why.
     [[nodiscard]] bool get(const cPluginId& id, cPackage& package, QString* reason);
 
 private:
-    bool getLocal(const cPluginId& id, cPackage& package, QString* reason) const;
+    bool getLocal(const cPluginId& id, cPackage& package, QString* reason);
     bool getRemote(const cPluginId& id, cPackage& package, QString* reason);
     bool fetch(const cFeaturePlugin& plugin, cPackage& package, QString* reason);
+    QString read(const cFeaturePlugin& plugin, const QString& file, cPackage& package);
+    static qint64 limitOf(const cFeaturePlugin& plugin, const QUrl& url, cDownloader& downloader);
     const cFeatureCatalogue& offered();
 
     cConfigurationMgr& m_configuration;
     QString m_scratch;
+    cPackageTrust m_trust;
     std::optional<cFeatureCatalogue> m_offered; // of the update locations; searched for when first needed
 };
 

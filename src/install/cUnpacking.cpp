@@ -4,6 +4,7 @@
 #include "install/cInstallMgr.h"
 #include "install/cPackage.h"
 #include "install/cPackageCheck.h"
+#include "install/cPackageTrust.h"
 #include "install/cPluginFolders.h"
 #include "install/cPluginReplacement.h"
 #include "plugins/cPluginMgr.h"
@@ -49,8 +50,8 @@ void consumeFile(const QString& path, const cLog& log)
 }
 
 cUnpacking::cUnpacking(cInstallMgr& manager, cPluginMgr& plugins, const cLog& log, const cPackageSource& source,
-                       cInstallPlan& plan)
-    : m_manager(manager), m_plugins(plugins), m_log(log), m_source(source), m_plan(plan)
+                       cPackageTrust& trust, cInstallPlan& plan)
+    : m_manager(manager), m_plugins(plugins), m_log(log), m_source(source), m_trust(trust), m_plan(plan)
 {
     for (const cPluginId& id : plan.present())
         m_occupants.insert(id.caselessKey(), id);
@@ -125,8 +126,10 @@ cUnpacking::Reason cUnpacking::verify(const cFeaturePlugin& plugin, const QStrin
     cPackageCheck check;
     check.expect(plugin.id());
     check.expectHash(plugin.hash());
-    if (check.checkFile(path, package))
-        return {};
+    if (check.checkFile(path, package)) {
+        const QString reason = m_trust.refusal(package.bytes(), plugin.id().packageFileName());
+        return {reason.isEmpty() ? reason : QStringLiteral("its package %1 is refused: %2").arg(path, reason)};
+    }
     if (m_source.isConsumed() && !check.isUnread() && path == m_source.besideDescription(plugin.id()))
         consumeFile(path, m_log);
     return {QStringLiteral("its package %1 is refused: %2").arg(path, check.summary()), check.isUnread()};

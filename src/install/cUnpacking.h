@@ -11,6 +11,7 @@
 class cFeaturePlugin;
 class cInstallMgr;
 class cPackage;
+class cPackageTrust;
 class cPluginMgr;
 
 /**
@@ -59,7 +60,7 @@ class cUnpacking
 public:
     /// All are used as long as this object lives.
     cUnpacking(cInstallMgr& manager, cPluginMgr& plugins, const cLog& log, const cPackageSource& source,
-               cInstallPlan& plan);
+               cPackageTrust& trust, cInstallPlan& plan);
 
     /// When it returns, what has been unpacked is on the disk.
     void run();
@@ -80,6 +81,7 @@ private:
     cPluginMgr& m_plugins;
     cLog m_log;
     const cPackageSource& m_source;
+    cPackageTrust& m_trust;
     cInstallPlan& m_plan;
     QHash<cPluginId, cFileRecord::Files> m_files;
     QHash<cPluginId, Reason> m_outcomes;   // of each plugin that has been tried

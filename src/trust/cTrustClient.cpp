@@ -30,6 +30,8 @@ void cTrustClient::beginAnew()
 {
     m_set = cTrustedSet(m_now);
     m_paths.clear();
+    m_limits.clear();
+    m_storedTimestamp.clear();
     m_errorString.clear();
     m_isUnreachable = false;
 }
@@ -54,11 +56,30 @@ bool cTrustClient::loadRoot()
     return m_set.begin(root) || refuse(fileOf(RootRole), m_set.errorString());
 }
 
+bool cTrustClient::isAsStored() const
+{
+    return !m_storedTimestamp.isEmpty() && m_store.load(RootRole) == m_storedRoot &&
+           m_store.load(TimestampRole) == m_storedTimestamp;
+}
+
+void cTrustClient::noteStored()
+{
+    m_storedRoot = m_store.load(RootRole);
+    m_storedTimestamp = m_store.load(TimestampRole);
+}
+
+void cTrustClient::setTime(const QDateTime& now)
+{
+    m_now = now;
+    m_set.setTime(now);
+}
+
 bool cTrustClient::load()
 {
     beginAnew();
     if (!loadRoot())
         return false;
+    noteStored();
     if (m_set.updateTimestamp(m_store.load(TimestampRole), true) &&
         m_set.updateSnapshot(m_store.load(SnapshotRole), true) &&
         m_set.updateTargets(m_store.load(TargetsRole), true)) {
@@ -120,20 +141,35 @@ bool cTrustClient::fetch(ITrustSource& source, const QString& role, const cTrust
 
 bool cTrustClient::refresh(ITrustSource& source)
 {
+    if (m_set.isWhole() && isAsStored()) {
+        QByteArray bytes;
+        const bool hasRoot = fetch(source, nextRoot(), RootLimit, bytes);
+        if (!hasRoot && (!m_isAbsent || !fetch(source, fileOf(TimestampRole), TimestampLimit, bytes)))
+            return false;
+        if (!hasRoot && bytes == m_storedTimestamp)
+            return true;
+    }
     beginAnew();
     if (!loadRoot() || !refreshRoot(source) || !refreshTimestamp(source) || !refreshSnapshot(source) ||
         !bring(TargetsRole, RootRole, source))
         return false;
     m_errorString.clear();
     loadDelegated(false);
+    noteStored();
     return true;
+}
+
+/// The name of the root that may follow.
+QString cTrustClient::nextRoot() const
+{
+    return QStringLiteral("%1.%2").arg(m_set.root()->version() + 1).arg(fileOf(RootRole));
 }
 
 bool cTrustClient::refreshRoot(ITrustSource& source)
 {
     for (int i = 0; i < MaxRoots; ++i) {
         QByteArray bytes;
-        const QString name = QStringLiteral("%1.%2").arg(m_set.root()->version() + 1).arg(fileOf(RootRole));
+        const QString name = nextRoot();
         if (!fetch(source, name, RootLimit, bytes)) {
             if (!m_isAbsent)
                 return false;
@@ -213,8 +249,11 @@ bool cTrustClient::bring(const QString& role, const QString& parent, ITrustSourc
 
 void cTrustClient::index(const QString& role)
 {
-    for (const cTrustTarget& target : m_set.targets(role)->targets())
+    for (const cTrustTarget& target : m_set.targets(role)->targets()) {
         m_paths.insert(target.hashes.value(QStringLiteral("sha256")), target.path);
+        qint64& limit = m_limits[target.path.mid(target.path.lastIndexOf(QLatin1Char('/')) + 1)];
+        limit = qMax(limit, target.length);
+    }
 }
 
 /// The search: pre-order and depth first. @p has says whether the document of a role, of which there is one after that,

@@ -37,8 +37,15 @@ public:
     /// when it came. @return false when it has no root; what else does not verify is passed over.
     [[nodiscard]] bool load();
 
-    /// Fetches what is new, through all four roles. @return false when something is refused or not fetched; the set has
-    /// then the part that was verified, and load() takes the rest as it was.
+    /// Whether the set is, by its root and its timestamp, still what the store has: others may have written there.
+    [[nodiscard]] bool isAsStored() const;
+
+    /// Has expiry held against @p now from here on.
+    void setTime(const QDateTime& now);
+
+    /// Fetches what is new, through all four roles. Where the set is as stored and whole, and the source has no newer
+    /// root and the same timestamp, nothing else is read again. @return false when something is refused or not fetched;
+    /// the set has then the part that was verified, and load() takes the rest as it was.
     [[nodiscard]] bool refresh(ITrustSource& source);
 
     /// The target @p path, from "targets" and what it delegates to, depth first in the order given; roles that are not
@@ -51,6 +58,9 @@ public:
     [[nodiscard]] std::optional<cTrustTarget> findContent(const QByteArray& sha256, qint64 length,
                                                           const QString& fileName) const;
 
+    /// The most bytes of a target named so, at any place, in the roles that are here by now; -1 when there is none.
+    [[nodiscard]] qint64 limitOf(const QString& fileName) const { return m_limits.value(fileName, -1); }
+
     const cTrustedSet& set() const { return m_set; }
 
     /// What was refused and why: "timestamp.json is refused: version 3 is older than what was seen, 5".
@@ -62,6 +72,8 @@ private:
     using Has = std::function<bool(const QString& role, const QString& parent)>;
 
     void beginAnew();
+    void noteStored();
+    QString nextRoot() const;
     bool refuse(const QString& name, const QString& reason);
     bool loadRoot();
     void loadDelegated(bool isSeen);
@@ -80,6 +92,9 @@ private:
     QDateTime m_now;
     cTrustedSet m_set;
     QMultiHash<QByteArray, QString> m_paths; // of the targets in the set, by their SHA-256
+    QHash<QString, qint64> m_limits;         // the greatest length of those of one file name
+    QByteArray m_storedRoot;                 // as the store had it when the set was read from it, or brought up to date
+    QByteArray m_storedTimestamp;
     QString m_errorString;
     bool m_isUnreachable = false;
     bool m_isAbsent = false; // the source does not have what was asked for last

@@ -110,6 +110,22 @@ bool cTrustedSet::updateRoot(const QByteArray& root)
     return true;
 }
 
+bool cTrustedSet::isWhole() const
+{
+    const auto isGood = [&](const std::optional<cTrustMetadata>& document) {
+        return document && m_now < document->expires();
+    };
+    if (!isGood(m_root) || !isGood(m_timestamp) || !isGood(m_snapshot) ||
+        !m_targets.contains(QStringLiteral("targets")))
+        return false;
+    for (auto role = m_targets.begin(); role != m_targets.end(); ++role) {
+        const cTrustMeta meta = m_snapshot->meta().value(role.key() + QStringLiteral(".json"));
+        if (meta.version != role->version() || role->expires() <= m_now)
+            return false;
+    }
+    return m_timestamp->meta().value(SnapshotFile).version == m_snapshot->version();
+}
+
 bool cTrustedSet::finishRoots()
 {
     return m_root ? isCurrent(*m_root, m_firstRoot) : fail(QStringLiteral("no root is trusted yet"));

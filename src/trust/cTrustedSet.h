@@ -21,6 +21,8 @@ public:
 
     /// The root that is trusted to begin with; its own keys must have signed it. Expiry is not looked at.
     [[nodiscard]] bool begin(const QByteArray& root);
+    /// Has expiry held against @p now from here on.
+    void setTime(const QDateTime& now) { m_now = now; }
     /// The next root: exactly one version up, signed by the old and the new keys.
     [[nodiscard]] bool updateRoot(const QByteArray& root);
     /// Ends the roots: the last one must not have expired.
@@ -46,6 +48,8 @@ public:
     {
         return m_parents.value(name).contains(parent);
     }
+    /// Whether it has all four roles, each in the version that the one before names, and nothing in it has expired.
+    [[nodiscard]] bool isWhole() const;
     /// Whether a root since begin() has taken a key from timestamp or snapshot: what they said before may be a thief's.
     bool isRotated() const { return m_isRotated; }
 

@@ -89,6 +89,16 @@ Tree Place::data() const
     return treeOf(m_folder + "/data/NorvaleTests/Fixture");
 }
 
+Tree Place::trust() const
+{
+    return treeOf(m_folder + "/core/Trust");
+}
+
+Tree Place::site() const
+{
+    return treeOf(m_folder + "/site");
+}
+
 QStringList Place::unrecorded() const
 {
     const QString plugins = m_folder + "/core/plugins/";
@@ -111,12 +121,13 @@ QByteArray Place::settings() const
     return MovedState::machineSettings(m_folder).replace(m_folder.toUtf8(), "FOLDER");
 }
 
-void Place::ageLocks() const
+void Place::age() const
 {
-    for (QDirIterator it(m_folder, {"*.lock"}, QDir::Files, QDirIterator::Subdirectories); it.hasNext();) {
+    const QStringList names{"*.lock", "*.json.??????", "origin.??????"};
+    for (QDirIterator it(m_folder, names, QDir::Files, QDirIterator::Subdirectories); it.hasNext();) {
         QFile file(it.next());
         if (file.open(QFile::ReadWrite))
-            file.setFileTime(QDateTime::currentDateTime().addSecs(-60), QFile::FileModificationTime);
+            file.setFileTime(QDateTime::currentDateTime().addSecs(-90), QFile::FileModificationTime);
     }
 }
 

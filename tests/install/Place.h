@@ -25,13 +25,16 @@ public:
 
     Tree plugins() const;
     Tree data() const;
+    Tree trust() const;
+    Tree site() const;
     QByteArray settings() const;
 
     /// The files of installed plugins that are not as the record of files says, with what is wrong.
     QStringList unrecorded() const;
 
-    /// Of a lock without contents Qt waits half a minute whether its owner fills it. Let that have passed.
-    void ageLocks() const;
+    /// Of a lock without contents Qt waits half a minute whether its owner fills it, and what a killed run has left
+    /// beside trusted metadata is not somebody's at work after a minute. Let that have passed.
+    void age() const;
 
     void save();
     bool restore() const;

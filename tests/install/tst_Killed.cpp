@@ -4,6 +4,7 @@
 
 #include <AtOnce.h>
 #include <ChildRun.h>
+#include <HttpSite.h>
 #include <MovedState.h>
 #include <Norvale/Corvane.h>
 #include <Norvale/IConfigMgr.h>
@@ -23,12 +24,13 @@ struct State
 {
     Tree plugins;
     Tree data;
+    Tree trust;
     QByteArray settings;
 };
 
 static State stateOf(const Place& place)
 {
-    return {place.plugins(), place.data(), place.settings()};
+    return {place.plugins(), place.data(), place.trust(), place.settings()};
 }
 
 /// What tells @p is from @p wanted, path by path; empty when they are the same.
@@ -70,6 +72,9 @@ private slots:
         const QString updated = "A-2.00.000/ B-1.00.000/ D-1.00.000/ features.last.xml features.xml files.json";
         row("fetching an update", false, "update", "apply", "install,apply,install", updated, "Dropbox/");
         row("fetching an update over another", true, "update", "apply", "install,apply,install", updated, "Dropbox/");
+        row("fetching a signed update", false, "signed", "apply", "install,apply,install", updated, "Dropbox/");
+        row("fetching a signed update at first", false, "pinned", "apply", "install,apply,install", updated,
+            "Dropbox/");
         row("fetching a runtime beside an update", true, "runtime", "apply", "apply",
             "A-1.00.000/ B-1.00.000/ C-1.00.000/ features.last.xml features.xml files.json",
             "Dropbox/ Dropbox/A-1.05.000.zip Dropbox/C-1.05.000.zip Dropbox/repository.xml setup");
@@ -93,6 +98,7 @@ private slots:
             places.emplace_back(dir.filePath(QString::number(i)));
         for (Place& place : places)
             prepare(place, steps);
+        m_signer.reset();
         const Place& first = places.front();
         QVERIFY2(first.run(steps, "count") == 0, qPrintable(first.said()));
         const QList<QByteArray> calls = first.report();
@@ -150,8 +156,16 @@ private:
                                 {"main 1.0", "Core 1.0: A 1.0 !silent, B 1.0 !silent", "More 1.0: C 1.0 !silent"}));
             damage(place);
         } else {
+            if (offered == "signed" || offered == "pinned") {
+                QVERIFY(place.offer("site/repo", {"main 1.0", "Core 1.0: A 1.0 !silent", "More 1.0: C 1.0 !silent"}));
+                m_signer = std::make_unique<HttpSite>();
+                sign(place, "new(); import os; read = lambda path: open(site.folder + '/' + path, 'rb').read()");
+                QVERIFY(place.run(offered == "signed" ? "pin,apply" : "pin") == 0);
+            }
             QVERIFY(place.offer("site/repo", {"main 2.0", "Core 2.0: A 2.0 !silent, B 1.0 !silent",
                                               "More 2.0: D 1.0 !silent !needs=A; Core"}));
+            if (m_signer)
+                sign(place, "rotate(root, 'next'); publish(root)");
         }
         if (steps == "install")
             QVERIFY2(place.run("apply") == 0, qPrintable(place.said()));
@@ -160,6 +174,25 @@ private:
                                 {"main 1.5", "Core 1.5: A 1.5 !silent, B 1.0 !missing", "More 1.5: C 1.5 !silent"}));
         place.save();
         m_before = stateOf(place);
+    }
+    /// Signs what the site has now, by other means than our own, after @p steps of tuf_site.py.
+    void sign(const Place& place, const QString& steps)
+    {
+        QString paths;
+        for (const auto& [path, content] : place.site()) {
+            if (path.endsWith('/') || path.startsWith("tuf/"))
+                continue;
+            QVERIFY(m_signer->write(path, content));
+            paths += '"' + path + "\", ";
+        }
+        QCOMPARE(m_signer->forge(steps), QString());
+        QCOMPARE(m_signer->forge("[target(path, read(path)) for path in [" + paths + "]]; release()"), QString());
+        QCOMPARE(m_signer->forge("os.makedirs(site.folder + '/tuf', exist_ok=True)"), QString());
+        QCOMPARE(m_signer->forge("[open(site.folder + path, 'wb').write(data) for path, data in files.items() if "
+                                 "path.startswith('/tuf/')]"),
+                 QString());
+        for (const QFileInfo& file : QDir(m_signer->folder() + "/tuf").entryInfoList(QDir::Files))
+            QVERIFY(place.write("site/tuf/" + file.fileName(), Corvane::FileReadAll(file.filePath(), nullptr)));
     }
     static void damage(const Place& place)
     {
@@ -187,10 +220,15 @@ private:
             faults << place.unrecorded();
         if (steps == "apply" && !isWhole(&State::data, place, "Dropbox/repository.xml"))
             faults << "neither the old nor the new pending update is whole";
-        place.ageLocks();
+        place.age();
+        for (const auto& [path, content] : place.trust()) {
+            if (!path.contains(QRegularExpression("\\.\\w{6}$")) && !isDocument(place, content))
+                faults << "no whole document of the site is " + path;
+        }
         if (place.run(next) != 0)
             faults << "what is done next fails: " + place.said();
-        faults << differences(place.plugins(), m_end.plugins) << differences(place.data(), m_end.data);
+        faults << differences(place.plugins(), m_end.plugins) << differences(place.data(), m_end.data)
+               << differences(place.trust(), m_end.trust);
         if (place.settings() != m_end.settings)
             faults << "in the end are the settings: " + place.settings() + "instead of: " + m_end.settings;
         if (!faults.isEmpty())
@@ -219,6 +257,14 @@ private:
         return isThere(m_before.*part) || isThere(m_done.*part);
     }
 
+    bool isDocument(const Place& place, const QByteArray& content) const
+    {
+        const auto isIt = [&](const auto& file) { return file.second == content; };
+        const Tree site = place.site();
+        return std::any_of(site.begin(), site.end(), isIt) ||
+               std::any_of(m_before.trust.begin(), m_before.trust.end(), isIt);
+    }
+
     /// What a failure has to say. On Windows the words of some calls are the system's, in its language.
     static QString causeOf(const QString& fault)
     {
@@ -229,6 +275,7 @@ private:
 
     static constexpr int Workers = 3; // what a process waits for leaves its processor to another
 
+    std::unique_ptr<HttpSite> m_signer; // of rows that need one
     State m_before;
     State m_done;
     State m_end;
@@ -252,6 +299,9 @@ static int takeSteps(const QStringList& words)
             isDone = Corvane::initialize() && isDone;
             cLogCentral::setDebuggerOutput(true);
         }
+        if (step == "pin")
+            isDone = IConfigMgr::pinTrust(Corvane::FileReadAll(folder + "/site/tuf/1.root.json", nullptr), nullptr) &&
+                     isDone;
         if (step == "install")
             isDone = IInstallMgr::installDropbox() && isDone;
         if (step == "replace")

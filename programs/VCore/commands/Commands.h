@@ -21,6 +21,9 @@ void addHostCommands(cProgram& program);
 /// Adds --check, --update and --update-sites.
 void addUpdateCommands(cProgram& program);
 
+/// Adds --trust and --untrust.
+void addTrustCommands(cProgram& program);
+
 /// Adds --install, --bootstrap, --uninstall and --install-dir.
 void addInstallCommands(cProgram& program);
 

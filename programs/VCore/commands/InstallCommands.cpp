@@ -115,6 +115,8 @@ public:
                     "Install what the repository description FILE lists, whose packages lie beside it; or the one "
                     "package FILE, NAME-VERSION.zip, for who develops it.",
                     &m_path, "FILE");
+        syntax.add("--unsigned", &m_isUnsigned,
+                   "Install it although a root of trust is pinned and nobody vouches for it; the log tells so.");
         addOptions(syntax);
     }
 
@@ -122,15 +124,22 @@ protected:
     ExitCode work() override
     {
         const QString path = QFileInfo(m_path).absoluteFilePath();
-        if (path.endsWith(QLatin1String(".zip"), Qt::CaseInsensitive))
+        if (m_isUnsigned)
+            IInstallMgr::installUnsigned(path);
+        else if (path.endsWith(QLatin1String(".zip"), Qt::CaseInsensitive))
             IInstallMgr::installPackage(path);
         else
             IInstallMgr::installFromLocation(path, false);
-        return conclude();
+        const ExitCode code = conclude();
+        if (code == ExitCode::InstallIncomplete && !m_isUnsigned && IConfigMgr::trustState().isPinned)
+            Terminal::note(QStringLiteral("a root of trust is pinned; what is your own and unsigned is installed with "
+                                          "--unsigned all the same"));
+        return code;
     }
 
 private:
     QString m_path;
+    bool m_isUnsigned = false;
 };
 
 /// Installs what the Bootstrap folder of the installation holds.

@@ -39,6 +39,8 @@ public:
             Terminal::answer(UpdateReport::table(result) + UpdateReport::notes(result));
             Terminal::answer(UpdateReport::checked(result));
             UpdateReport::tellWaiting();
+            if (!IConfigMgr::trustState().isPinned)
+                Terminal::note(UpdateReport::nothingPinned());
         }
         return UpdateReport::codeOf(result);
     }

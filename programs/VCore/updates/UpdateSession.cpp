@@ -269,6 +269,12 @@ QStringList UpdateReport::updated(const QJsonObject& result)
     }
 }
 
+QString UpdateReport::nothingPinned()
+{
+    return QStringLiteral("No root of trust is pinned: what the update sites offer is not verified. VCore --trust FILE "
+                          "pins one.");
+}
+
 bool UpdateReport::isWaiting()
 {
     return QFile::exists(Corvane::velmiraFolderOrFile(Corvane::DropboxRepositoryFile));

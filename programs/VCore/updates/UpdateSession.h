@@ -75,6 +75,9 @@ QString checked(const QJsonObject& result);
 /// What an update has done, and what is to be done next.
 QStringList updated(const QJsonObject& result);
 
+/// That no root of trust is pinned, and what that means.
+QString nothingPinned();
+
 /// Whether an earlier update has fetched something that the next start installs.
 bool isWaiting();
 

@@ -1,0 +1,164 @@
+#include <Files.h>
+#include <HttpSite.h>
+#include <MachineProgram.h>
+#include <Norvale/Corvane.h>
+#include <Norvale/IConfigMgr.h>
+#include <Norvale/IInstallMgr.h>
+#include <Norvale/cLogCentral.h>
+#include <Rows.h>
+#include <SettingsSandbox.h>
+
+/// What is installed with a pinned root, from wherever it lies. The site is signed by other means than our own
+/// (tuf_site.py), the packages are made by tests/support/packages.py.
+class tst_cPackageTrust : public QObject
+{
+    Q_OBJECT
+
+    SettingsSandbox m_sandbox;
+    HttpSite m_site;
+    QString m_core = m_sandbox.path() + "/core";
+
+    void forge(const QString& steps) { QCOMPARE(m_site.forge(steps), QString()); }
+
+    void offer(const QString& folder, const QStringList& words)
+    {
+        QCOMPARE(MachineProgram::execute("python3", QStringList{PACKAGES_PY, "repository", folder} + words), 0);
+    }
+
+    /// The folder that a kind of install takes its description from.
+    QString folderOf(const QString& how) const
+    {
+        if (how == "dropbox")
+            return Corvane::velmiraFolderOrFile(Corvane::DropboxFolder);
+        return how == "bootstrap" ? m_core + "/Bootstrap" : m_sandbox.path() + "/medium/main";
+    }
+
+    void install(const QString& how)
+    {
+        const QString package = folderOf(how) + "/A-2.00.000.zip";
+        if (how == "dropbox")
+            IInstallMgr::installDropbox();
+        else if (how == "bootstrap")
+            IInstallMgr::installBootstrap();
+        else if (how == "package" || how == "replace")
+            IInstallMgr::installPackage(package);
+        else if (how == "unsigned package")
+            IInstallMgr::installUnsigned(package);
+        else if (how == "unsigned")
+            IInstallMgr::installUnsigned(folderOf(how) + "/repository.xml");
+        else
+            IInstallMgr::installFromLocation(folderOf(how) + "/repository.xml", false);
+    }
+
+    /// An installation of A 1.0 that has pinned the root of an honest site, and asked it once.
+    void begin(const QString& steps, bool isReplaced)
+    {
+        QVERIFY(IConfigMgr::unpinTrust(nullptr));
+        QVERIFY(IInstallMgr::uninstallPlugins());
+        for (const QString& folder : {m_core, m_sandbox.path() + "/medium", m_site.folder(), folderOf("dropbox")})
+            QDir(folder).removeRecursively();
+        const QString before = m_site.folder() + "/before";
+        offer(before, {"main 1.0", "Core 1.0: A 1.0 !silent"});
+        QVERIFY(IInstallMgr::installFromLocation(before + "/repository.xml", false));
+        offer(before, {"main 1.0", "Core 1.0: A 2.0 !silent !build=1"});
+        QVERIFY(!isReplaced || IInstallMgr::installPackage(before + "/A-2.00.000.zip"));
+        offer(m_site.folder(), {"main 2.0", "Core 2.0: A 2.0 !silent"});
+        forge("import os; new(); package = open(site.folder + '/A-2.00.000.zip', 'rb').read()");
+        forge(steps + "save('/tuf/1.root.json')");
+        QString error;
+        QVERIFY2(IConfigMgr::pinTrust(readFile(m_site.folder() + "/../1.root.json"), &error), qPrintable(error));
+        QVERIFY(IConfigMgr::setUpdateLocations({m_site.url()}));
+        IConfigMgr::checkForUpdates(); // the site has nothing but its metadata
+    }
+
+    /// Has the site's metadata on the medium.
+    void copyMetadata(const QString& to)
+    {
+        forge("os.makedirs(site.folder + '/tuf', exist_ok=True)");
+        forge(
+            "[open(site.folder + path, 'wb').write(data) for path, data in files.items() if path.startswith('/tuf/')]");
+        for (const QFileInfo& file : QDir(m_site.folder() + "/tuf").entryInfoList(QDir::Files))
+            writeFile(to + "/tuf/" + file.fileName(), readFile(file.filePath()));
+    }
+
+private slots:
+    void initTestCase()
+    {
+        m_sandbox.setInstallDir(m_core);
+        m_sandbox.useDataBelow(m_sandbox.path() + "/data");
+        QVERIFY(m_site.isRunning());
+        QVERIFY(Corvane::initialize());
+        cLogCentral::setDebuggerOutput(true);
+    }
+
+    void installsWhatIsVouchedFor_data()
+    {
+        // What the publisher does before a check, and after it; where the medium has the metadata that it brings along;
+        // what is installed; why it is not.
+        const Rows<QString, QString, QString, QString, QString> row("before", "after", "metadata", "how", "refused");
+        const QString known = "target('p/A-2.00.000.zip', package); release(); ";
+        const QString notNamed = "no trusted metadata names it";
+        for (const char* how : {"dropbox", "location", "bootstrap", "package", "replace"}) {
+            row(qPrintable(QString("%1, known").arg(how)), known, "", "", how, "");
+            row(qPrintable(QString("%1, unknown").arg(how)), "", "", "", how, notNamed);
+        }
+        row("another one of the name", "target('A-2.00.000.zip', b'x'); release(); ", "", "", "location",
+            "bytes instead of 1");
+        row("metadata beside the description", "", known, "main", "location", "");
+        row("metadata of the site", "", known, ".", "location", "");
+        row("metadata beside a package", "", known, "main", "package", "");
+        row("metadata in Bootstrap", "", known, "main", "bootstrap", "");
+        const QString tuf = "tuf: timestamp.json is refused: ";
+        row("expired metadata", "", known + "timestamp.expires = PAST; publish()", ".", "location", tuf + "expired on");
+        row("older metadata", "publish(); ", "timestamp.version = 2; put(timestamp)", ".", "location",
+            tuf + "version 2 is older than what was seen, 3");
+        row("a stranger's metadata", "", known + "timestamp.by = [key('x')]; publish()", ".", "location",
+            tuf + "signed by 0 of 1 key");
+        row("unsigned, as asked for", "", "", "", "unsigned", "");
+        row("unsigned package, as asked for", "", "", "", "unsigned package", "");
+    }
+    void installsWhatIsVouchedFor()
+    {
+        const auto [before, after, metadata] = cells<QString, QString, QString>("before", "after", "metadata");
+        const auto [how, refused] = cells<QString, QString>("how", "refused");
+        begin(before, how == "replace");
+        forge(after.isEmpty() ? "pass" : after);
+        offer(folderOf(how), {"main 2.0", "Core 2.0: A 2.0 !silent"});
+        if (!metadata.isEmpty())
+            copyMetadata(QDir::cleanPath(folderOf(how) + (metadata == "main" ? "" : "/..")));
+        const int logged = cLogCentral::history().size();
+        install(how);
+        const cInstallOutcome outcome = IInstallMgr::lastOutcome();
+        const QString said = outcome.leftOut.isEmpty() ? outcome.reason : outcome.leftOut.first().reason;
+        QVERIFY2(said.contains(refused), qPrintable(said));
+        QCOMPARE(outcome.installed, refused.isEmpty() ? QStringList{"A-2.00.000"} : QStringList());
+        QCOMPARE(QFile::exists(m_core + "/plugins/A-1.00.000"),
+                 !refused.isEmpty() || how.contains("package") || how == "replace");
+        bool isTold = false;
+        for (const cLogEntry& entry : cLogCentral::history().mid(logged))
+            isTold = isTold || entry.message.contains("is installed without regard to the pinned root");
+        QCOMPARE(isTold, how.startsWith("unsigned"));
+    }
+
+    void repairsWhatIsVouchedFor_data()
+    {
+        const Rows<QString, QString> row("before", "said");
+        row("known",
+            "target('p/A-1.00.000.zip', open(site.folder + '/before/A-1.00.000.zip', 'rb').read()); release(); ", "");
+        row("unknown", "", "A-1.00.000.zip is refused: no trusted metadata names it");
+    }
+    void repairsWhatIsVouchedFor()
+    {
+        const auto [before, said] = cells<QString, QString>("before", "said");
+        begin(before, false);
+        offer(folderOf("bootstrap"), {"main 1.0", "Core 1.0: A 1.0 !silent"});
+        QVERIFY(QFile::remove(m_core + "/plugins/A-1.00.000/Manifest.xml"));
+        const cRepairOutcome outcome = IInstallMgr::repair();
+        QCOMPARE(outcome.repaired.size(), said.isEmpty() ? 1 : 0);
+        QVERIFY2(said.isEmpty() || outcome.unrepaired.first().reason.contains(said),
+                 qPrintable(outcome.unrepaired.isEmpty() ? QString() : outcome.unrepaired.first().reason));
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_cPackageTrust)
+#include "tst_cPackageTrust.moc"
