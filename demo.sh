@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Builds Norvale, installs the example suite in a folder of its own, runs it under VCore, publishes its second release on a
-# web server of its own, updates to it, and removes everything; and shows all that. Installs what it needs from Debian's
+# signed site of a web server of its own, updates to it, refuses what was tampered with, follows a new key, and removes
+# everything; and shows all that. Installs what it needs from Debian's
 # packages. Everything it writes lies under build/.
 #
 #   ./demo.sh               on this machine
@@ -210,8 +211,15 @@ say "or about:tracing in Chromium. The log is in $(short "$demo")/vcore.log, the
 
 must "the stop is the start in reverse" [ "$(spans start)" = "$(jq -r '[.traceEvents[] | select(.cat == "stop")] | sort_by(.ts) | reverse | map(.name | ltrimstr("stop ")) | join(" -> ")' <trace.json)" ]
 
+title "Signing the site, and pinning its root of trust"
+show_tool site keys init site --keys keys
+show_tool site sign site --keys keys
+say "The root goes to the installations on a way that the site has no part in, such as the product's setup:"
+show --trust site/tuf/1.root.json
+
 title "Publishing release 2 on a web server"
 start_web_server
+export NORVALE_SITE_KEYS=keys
 say "The greeter has other words, and there are two new features, Goodbye and Sums. All else is as it was."
 show_tool pack "$release_2"/plugins/Greeter-2.00.000 -o packages
 show_tool pack "$release_2"/plugins/Farewell-1.00.000 -o packages
@@ -228,6 +236,20 @@ start_host
 show --update-sites "http://127.0.0.1:$port/"
 show --check
 show --call Greeter greet Alan
+say "Somebody who has taken over the server puts a package of his own there, and its hash into the descriptions:"
+cp -r site/main kept
+calculator=site/main/packages/Calculator-1.00.000.zip
+hash=$(sha1sum <$calculator)
+printf x | dd of=$calculator bs=1 seek=1000 conv=notrunc status=none
+sed -i "s/${hash%% *}/$(sha1sum <$calculator | cut -d' ' -f1)/" site/main/*repository.xml
+typed VCore --update Sums
+"${vcore[@]}" --update Sums >refused 2>&1 && must "a tampered package is refused" false
+grep SHA-256 refused | indented
+must "the refusal names the hash" grep -q 'repository\.xml.* SHA-256 is not' refused
+rm -r site/main
+mv kept site/main
+: >web-access.log
+say "With what was signed there again:"
 show_progress --update Goodbye Sums
 must "what was unchanged was not fetched" [ "$(grep -c 'GET .*\.zip' web-access.log)" = 3 ]
 must "release 1 still runs" [ "$(answer --call Greeter greet Kurt)" = "Guten Tag, Kurt!" ]
@@ -243,6 +265,13 @@ must "release 2 runs" [ "$(answer --call Greeter greet Barbara)" = "Willkommen, 
 must "the settings of release 1 are kept" [ "$(answer --call Settings value colour)" = "sea green" ]
 must "the machine follows release 2" grep -q 'Version.*2\.00\.002' <(machine_settings)
 must "there is no further update" test "$(answer --check >/dev/null; echo $?)" = 17
+
+title "Replacing a key"
+say "The key of the targets may have been stolen. A new root replaces it, and the installations follow:"
+show_tool site keys rotate site --role targets --keys keys
+answer --check | indented || true
+show --trust
+must "the new root is trusted" grep -q '"version": *2' "$suite/Trust/root.json"
 
 title "When a plugin breaks"
 say "The calculator shares a sum among people. With nobody there it divides by zero, and takes the host along:"

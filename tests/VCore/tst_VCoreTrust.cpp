@@ -39,7 +39,7 @@ private slots:
                                          "update='main' content='main'/></site>"));
         forge("new(prefix=False); read = lambda path: open(site.folder + '/' + path, 'rb').read()");
         forge("[target(path, read(path)) for path in ('site.xml', 'main/repository.xml', 'main/A-2.00.000.zip')]");
-        forge("release(); save('/tuf/1.root.json')");
+        forge("release(); mark(); save('/tuf/1.root.json')");
     }
 
     void pinsShowsAndEnds()
@@ -71,6 +71,20 @@ private slots:
             {"timestamp.json is refused: expired on ", "this computer's clock says "});
         row("arbitrary package", "target('main/A-2.00.000.zip', b'x', served=read('main/A-2.00.000.zip')); release()",
             {"--update"}, ExitCode::FetchFailed, {"A-2.00.000 could not be fetched", "more bytes than are accepted"});
+        row("mix and match", "publish(targets); files['/tuf/4.targets.json'] = files['/tuf/3.targets.json']",
+            {"--update"}, ExitCode::NoSiteAnswered, {"4.targets.json is refused: "});
+        row("stolen timestamp key",
+            "rotate(targets, 'thief'); publish(root, targets); root.by = [key('timestamp0')]; put(root)", {"--update"},
+            ExitCode::NoSiteAnswered, {"2.root.json is refused: signed by 0 of 1 key"});
+        row("endless metadata", "faults['/tuf/timestamp.json'] = '~endless'", {"--update"}, ExitCode::NoSiteAnswered,
+            {"timestamp.json is refused: has more than "});
+        row("no metadata", "[files.pop(path) for path in list(files) if 'tuf' in path]", {"--update"},
+            ExitCode::NoSiteAnswered, {"timestamp.json cannot be fetched: "});
+        row("tampered catalogue",
+            "files['/main/repository.xml'] = read('main/repository.xml').replace(b'sha1', b'sha2')", {"--update"},
+            ExitCode::NoSiteAnswered, {"main/repository.xml is refused: its SHA-256 is not"});
+        row("extraneous dependency", "del targets.targets['main/A-2.00.000.zip']; release()", {"--update"},
+            ExitCode::FetchFailed, {"A-2.00.000 could not be fetched", "no trusted metadata names it"});
         row("medium", "pass", {"--install", m_site.folder() + "/main/repository.xml"}, ExitCode::Ok,
             {"Installed: Core 2.00.000."});
         row("strange medium", "del targets.targets['main/A-2.00.000.zip']; release()",
@@ -91,6 +105,13 @@ private slots:
         forge(attack);
         runs(words, code, said);
         QVERIFY(m_fixture.serve()); // what it had goes on
+        QCOMPARE(m_fixture.quit(), 0);
+        if (words.first() == "--install")
+            return;
+        forge("heal()");
+        runs({"--update"}, ExitCode::Ok, {"Version 2.00.000 is ready"});
+        QVERIFY(m_fixture.serve());
+        QVERIFY(m_fixture.run("--list").output.contains("2.00.000"));
         QCOMPARE(m_fixture.quit(), 0);
     }
 };

@@ -49,8 +49,10 @@ private slots:
         const QString targets = " main/packages/A-1.00.000.zip main/packages/B-1.00.000.zip main/repository.xml"
                                 " main/runtime/2.00.000/setup.exe site.xml";
         QCOMPARE(verified(), "1 1 1 1" + targets);
-        for (const QString& name : {QString("keys/root-3.pem"), QString("keys/timestamp-1.pem")})
+#ifdef Q_OS_UNIX
+        for (const QString& name : {QString("keys/root-3.pem"), QString("keys/timestamp-1.pem"), QString("keys")})
             QCOMPARE(int(QFile::permissions(m_tool.path(name)) & 0x77), 0);
+#endif
         shell("openssl pkey -in keys/root-1.pem -noout");
 
         const QMap<QString, QByteArray> before = m_tool.tree("site");
@@ -138,9 +140,10 @@ private slots:
         QStringList words =
             wordsOf("site keys init site --keys keys --key root=root.pem --public targets=ec.pub.pem --key");
         QCOMPARE(m_tool.run(words + QStringList{"targets=command:openssl dgst -sha256 -sign ec.pem"}).code, 0);
+        const Variables path{{"PATH", MachineProgram::pathWith("openssl", m_tool.path("bin"))}};
         QCOMPARE(m_tool.read("keys/root-1.pem").size(), m_tool.read("root.pem").size());
         makeSite();
-        QCOMPARE(run("site sign site --keys keys").code, 0);
+        QCOMPARE(m_tool.run(wordsOf("site sign site --keys keys"), path).code, 0);
         QCOMPARE(versions(), QString("1 1 1 1"));
         QCOMPARE(check().code, 0);
         for (const QByteArray& command : {QByteArray("false"), QByteArray("echo 00"), QByteArray("no-such-program")}) {

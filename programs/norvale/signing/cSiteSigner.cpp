@@ -241,7 +241,7 @@ bool cSiteSigner::wait(const cDraft& draft, const QString& told)
     const QString path = m_metadata.stagedPathOf(type);
     m_waiting.append(type);
     tell(draft, "staged");
-    m_findings.add(Rule::SiteUnsigned, path,
+    m_findings.add(Rule::SiteUnsigned, m_files.shown(path),
                    QStringLiteral("version %1 is %2").arg(draft.metadata().version()).arg(told));
     return m_files.write(path, draft.bytes()) || fail(m_files.errorString(), ExitCode::WriteFailed);
 }
@@ -308,7 +308,7 @@ void cSiteSigner::noteExpiry(const cDraft& draft)
     const cTrustMetadata& metadata = draft.metadata();
     if (!isDue(draft))
         return;
-    m_findings.add(Rule::TrustExpiry, m_metadata.pathOf(metadata.type(), metadata.version()),
+    m_findings.add(Rule::TrustExpiry, m_files.shown(m_metadata.pathOf(metadata.type(), metadata.version())),
                    QStringLiteral("it expires on %1: norvale site sign with the keys of %2 renews it")
                        .arg(metadata.expires().toString(Qt::ISODate), cTrustMetadata::nameOf(metadata.type())));
 }

@@ -144,7 +144,7 @@ ExitCode cSiteEditor::sign()
     }
     if (folder.isEmpty()) {
         if (m_files.isChanged()) {
-            m_findings.add(Rule::SiteUnsigned, m_state.sitePath(),
+            m_findings.add(Rule::SiteUnsigned, m_files.shown(m_state.sitePath()),
                            QStringLiteral("installations that have pinned a root go on with what was signed before, "
                                           "until norvale site sign"));
         }

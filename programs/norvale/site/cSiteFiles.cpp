@@ -124,16 +124,16 @@ QString cSiteFiles::word(State state)
     return QStringLiteral("removed");
 }
 
-QString cSiteFiles::shownPath(const File& file) const
+QString cSiteFiles::shown(const QString& path) const
 {
-    return QDir::cleanPath(m_site + QLatin1Char('/') + QDir(m_folder).relativeFilePath(file.path));
+    return QDir::cleanPath(m_site + QLatin1Char('/') + QDir(m_folder).relativeFilePath(path));
 }
 
 QStringList cSiteFiles::lines() const
 {
     QStringList lines;
     for (const File& file : m_files)
-        lines.append(QStringLiteral("%1: %2").arg(word(file.state), shownPath(file)));
+        lines.append(QStringLiteral("%1: %2").arg(word(file.state), shown(file.path)));
     return lines;
 }
 
@@ -141,6 +141,6 @@ QJsonArray cSiteFiles::json() const
 {
     QJsonArray list;
     for (const File& file : m_files)
-        list.append(QJsonObject{{"path", shownPath(file)}, {"state", word(file.state)}});
+        list.append(QJsonObject{{"path", shown(file.path)}, {"state", word(file.state)}});
     return list;
 }

@@ -50,6 +50,9 @@ public:
     /// The same, each as an object with "path" and "state".
     QJsonArray json() const;
 
+    /// @p path (absolute) as it begins with the site's, which was given.
+    QString shown(const QString& path) const;
+
     QString errorString() const { return m_errorString; }
 
 private:
@@ -62,7 +65,6 @@ private:
     };
 
     static QString word(State state);
-    QString shownPath(const File& file) const;
     bool makeFolder(const QString& path);
     void undo();
 
