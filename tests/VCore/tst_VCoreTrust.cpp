@@ -66,7 +66,7 @@ private slots:
     {
         const Rows<QString, QStringList, ExitCode, QStringList> row("attack", "words", "code", "said");
         row("rollback", "timestamp.version = 2; put(timestamp)", {"--check"}, ExitCode::NoSiteAnswered,
-            {"tuf/: timestamp.json is refused: version 2 is older than what was seen, 3"});
+            {"tuf/: timestamp.json is refused: version 2 is older than what was seen, 3", "VCore --trust shows"});
         row("freeze", "timestamp.expires = days(-1); publish()", {"--update"}, ExitCode::NoSiteAnswered,
             {"timestamp.json is refused: expired on ", "this computer's clock says "});
         row("arbitrary package", "target('main/A-2.00.000.zip', b'x', served=read('main/A-2.00.000.zip')); release()",

@@ -68,10 +68,12 @@ QString noSiteAnswered(const QJsonObject& result)
         reasons.append(QStringLiteral("%1: %2").arg(failure.toObject().value(QLatin1String("url")).toString(),
                                                     failure.toObject().value(QLatin1String("reason")).toString()));
     }
-    return QStringLiteral(
-               "No update site gave a sound answer, so it is not known whether there is an update (%1). Is the network "
-               "there? VCore --update-sites shows the sites, and sets others.")
-        .arg(reasons.join(QStringLiteral("; ")));
+    const bool isRefused = !reasons.filter(QStringLiteral(" is refused: ")).isEmpty();
+    return QStringLiteral("No update site gave a sound answer, so it is not known whether there is an update (%1). %2")
+        .arg(reasons.join(QStringLiteral("; ")),
+             isRefused
+                 ? QStringLiteral("VCore --trust shows whom this installation trusts, and until when.")
+                 : QStringLiteral("Is the network there? VCore --update-sites shows the sites, and sets others."));
 }
 
 QString nothingNewer(const QJsonObject& result)
