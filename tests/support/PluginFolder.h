@@ -33,6 +33,7 @@ inline QString writePlugin(const QString& root, const QString& id, const QString
                      "<dependencies><dependency>\\1</dependency></dependencies>");
     manifest.replace(QRegularExpression("\\bgives:([^\\s<]+)"), "<services><service>\\1</service></services>");
     writeFile(folder + "Manifest.xml", manifest.toUtf8());
-    QFile::copy(library, folder + QFileInfo(library).fileName());
+    if (!library.isEmpty())
+        QFile::copy(library, folder + QFileInfo(library).fileName());
     return folder;
 }
