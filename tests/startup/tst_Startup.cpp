@@ -117,7 +117,8 @@ static int takeSteps(const QStringList& words)
     QSettings().setValue("ConfigMgr/RestartOption", 7);
     for (const QString& step : words.mid(1))
         test.takeStep(step);
-    return std::fputs(qPrintable(qApp->property("journal").toStringList().join(", ")), stdout) < 0;
+    return std::fputs(qPrintable(QCoreApplication::instance()->property("journal").toStringList().join(", ")), stdout) <
+           0;
 }
 
 int main(int argc, char** argv)
