@@ -89,7 +89,8 @@ bool cTrustClient::load()
     return true;
 }
 
-/// Takes what the store has of delegated roles.
+/// Takes what the store has of delegated roles. A role that several delegate to is verified for each of them, since a
+/// search may come to it by any.
 void cTrustClient::loadDelegated(bool isSeen)
 {
     QStringList roles(TargetsRole);
@@ -97,11 +98,12 @@ void cTrustClient::loadDelegated(bool isSeen)
         const QString parent = roles.at(i);
         const QVector<cTrustDelegation> delegations = m_set.targets(parent)->delegations();
         for (const cTrustDelegation& delegation : delegations) {
-            const QByteArray bytes = roles.contains(delegation.name) ? QByteArray() : m_store.load(delegation.name);
-            if (bytes.isEmpty() || !m_set.updateDelegated(bytes, delegation.name, parent, isSeen))
+            const QString& role = delegation.name;
+            const QByteArray bytes = m_store.load(role);
+            if (bytes.isEmpty() || !m_set.updateDelegated(bytes, role, parent, isSeen) || roles.contains(role))
                 continue;
-            roles.append(delegation.name);
-            index(delegation.name);
+            roles.append(role);
+            index(role);
         }
     }
 }
