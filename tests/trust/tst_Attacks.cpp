@@ -25,6 +25,10 @@ class tst_Attacks : public QObject
             "older than what was seen, 3", "1 4 3 3");
         row("rollback of delegated", "delegate('x'); release() | roles['x'].version = 1; publish(snapshot)",
             "older than what was seen, 2", "1 4 3 3");
+        row("rollback under new keys of targets",
+            "pass | rotate(targets, 'new'); publish(root, targets); timestamp.version = 1; put(timestamp) | "
+            "timestamp.version = 3; put(timestamp)",
+            "version 1 is older than what was seen, 2", "2 2 2 2");
         row("targets left out", "snapshot.version, snapshot.meta = 3, {}; put(snapshot); publish()", "targets.json",
             "1 3 2 2");
         row("delegated left out",
@@ -48,6 +52,9 @@ class tst_Attacks : public QObject
             "1 3 2 2");
         row("targets of another state", "publish(targets); targets.spec_version = '1.0.30'; put(targets)", "SHA-256",
             "1 3 3 2");
+        row("the same snapshot of another digest",
+            "timestamp.version = 3; timestamp.meta['snapshot.json']['hashes'] = {'sha512': '00' * 64}; put(timestamp)",
+            "2.snapshot.json is refused: its SHA-512 is not", "1 3 2 2");
         row("older snapshot in its place",
             "publish(snapshot); files['/tuf/3.snapshot.json'] = files['/tuf/2.snapshot.json']", "3.snapshot.json",
             "1 3 2 2");
@@ -81,6 +88,8 @@ class tst_Attacks : public QObject
             "1 3 3 2");
         row("huge root", "publish(root); faults['/tuf/2.root.json'] = '~fill=600000'", "2.root.json", "1 2 2 2");
         row("huge timestamp", "publish(); faults['/tuf/timestamp.json'] = '~fill=20000'", "timestamp.json", "1 2 2 2");
+        row("no byte of it", "publish(snapshot); timestamp.meta['snapshot.json']['length'] = 0; put(timestamp)",
+            "3.snapshot.json is refused: has more than 0 bytes", "1 3 2 2");
         row("longer than said", "publish(targets); files['/tuf/3.targets.json'] += b' '", "3.targets.json", "1 3 3 2");
         row("shorter than said", "publish(targets); files['/tuf/3.targets.json'] = b'{}'", "has 2 bytes instead of",
             "1 3 3 2");
@@ -205,8 +214,8 @@ private slots:
         for (const char* version : {"2.5", "2**63", "1e30"})
             said(QString("version = ") + version, "number");
         for (const char* expires : {"'tomorrow'", "'2090-13-01T00:00:00Z'", "'2090-02-30T00:00:00Z'", "'2090-01-01'",
-                                    "'2090-01-01T00:00:00'", "'2090-01-01T00:00:00+01:00'", "'99999-01-01T00:00:00Z'",
-                                    "'-2090-01-01T00:00:00Z'", "''", "2090", "None"})
+                                    "'2090-01-01T00:00:00'", "'2090-01-01T00:00:00+01:00'", "'2090-01-01T00:00:00.5Z'",
+                                    "'99999-01-01T00:00:00Z'", "'-2090-01-01T00:00:00Z'", "''", "2090", "None"})
             said(QString("expires = ") + expires, "expires");
         for (const char* version : {"'2.0.0'", "'0.9.0'", "''", "'one'", "'1'", "1", "None"})
             said(QString("spec_version = ") + version, "version");
@@ -237,6 +246,8 @@ private slots:
     {
         const Rows<QString, QString> row("attack", "recovery");
         row("timestamp", "timestamp.version = 2**31; publish()", "rotate(timestamp, 'new'); publish(root, timestamp)");
+        row("timestamp, by a key more", "timestamp.version = 2**31; publish()",
+            "rotate(timestamp, timestamp.by[0], 'new', threshold=2); publish(root, timestamp)");
         row("snapshot", "snapshot.version = 2**31; publish(snapshot)",
             "rotate(snapshot, 'new'); publish(root, snapshot)");
         row("targets", "targets.version = 2**31; publish(targets)", "rotate(snapshot, 'new'); publish(root, targets)");
@@ -306,6 +317,10 @@ private slots:
         QVERIFY2(client.refresh(source) == reason.isEmpty(), qPrintable(client.errorString()));
         QVERIFY2(client.errorString().contains(reason), qPrintable(client.errorString()));
         QCOMPARE(m_site.versions(), kept);
+        // What was verified when it came may be installed whatever has expired since.
+        QVERIFY(client.load());
+        QVERIFY(client.findContent(Cryptography::sha256("the first"), 9, "a.zip"));
+        QVERIFY(!client.findContent(Cryptography::sha256("the first"), 9, "b.zip"));
     }
 
     void isGivenUpWhenSlow_data()

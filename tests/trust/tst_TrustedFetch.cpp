@@ -1,5 +1,7 @@
 #include "ForgedSite.h"
 
+#include "trust/cTrustClient.h"
+
 /// What a client of the standard accepts, asks for and delivers, and in which order.
 class tst_TrustedFetch : public QObject
 {
@@ -335,6 +337,11 @@ private slots:
         QVERIFY2(ended.reasons.contains(reason), qPrintable(ended.reasons));
         QCOMPARE(ended.code, int(!reason.isEmpty()));
         QCOMPARE(delivered(), content);
+        // By its bytes, too, a file is trusted only where the way leads to the role that has it.
+        cTrustClient client(m_site.tool().path("trust"));
+        QVERIFY(client.load());
+        for (const QByteArray& bytes : {QByteArray("of a"), QByteArray("of b"), QByteArray("of c")})
+            QCOMPARE(client.findContent(Cryptography::sha256(bytes), 4, "t").has_value(), bytes == content);
         const QStringList requests =
             wordsOf(m_site.requests().section("3.targets", 1)).filter(QRegularExpression("^[0-9]"));
         QCOMPARE(QStringList(requests).replaceInStrings(QRegularExpression("^[0-9]+[.]"), "").join(' '), visited);
