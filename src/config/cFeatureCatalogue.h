@@ -28,6 +28,15 @@ struct cFeatureSource
     QUrl url() const;
 };
 
+/// A patch that makes a plugin's package from the files of an older version of it: a `delta` element.
+struct cFeatureDelta
+{
+    cVersion from;
+    quint32 size = 0; // of the patch in bytes
+    QByteArray hash;  // SHA-1 of the patch as raw bytes
+    cFeatureSource source;
+};
+
 /**
  * One plugin of a feature, as a catalogue describes it. Name and version never change after construction, so that
  * indexes over records stay right.
@@ -62,6 +71,10 @@ public:
     const Sources& sources() const { return m_sources; }
     void addSource(cFeatureSource source) { m_sources.append(std::move(source)); }
 
+    /// What makes the package from older versions; each one that the catalogue gives whole, with a size and a hash.
+    const QVector<cFeatureDelta>& deltas() const { return m_deltas; }
+    void addDelta(const cFeatureDelta& delta) { m_deltas.append(delta); }
+
     bool isPending() const { return m_isPending; }
     void setPending(bool isPending) { m_isPending = isPending; }
 
@@ -92,6 +105,7 @@ private:
     QVarLengthArray<char, 20> m_hash; // nearly all have one, of this length
     QString m_hashFault;
     Sources m_sources;
+    QVector<cFeatureDelta> m_deltas;
     qint64 m_downloadStatus = 0;
     QByteArray m_packageData;
 };

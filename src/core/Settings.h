@@ -33,6 +33,7 @@ constexpr char MaxRatio[] = "InstallMgr/MaxRatio";                  // Unpacked 
 constexpr char IsolatedCallLimit[] = "PluginMgr/IsolatedCallSeconds"; // Seconds for an answer, default 30.
 
 constexpr char LeastRate[] = "UpdateMgr/LeastRate"; // Bytes a second of a transfer, default 100, 0 for none.
+constexpr char TransfersPerHost[] = "UpdateMgr/TransfersPerHost"; // Transfers at a time, 1 to 6, default 6.
 
 constexpr char TrustRoot[] = "Trust/Root"; // Text of the pinned root metadata, no default.
 

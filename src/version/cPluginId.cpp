@@ -64,6 +64,11 @@ QString cPluginId::packageFileName() const
     return toString() + QLatin1String(".zip");
 }
 
+QString cPluginId::deltaFileName(const cVersion& from) const
+{
+    return toString() + QLatin1String("-from-") + from.toString() + QLatin1String(".delta");
+}
+
 QString cPluginId::caselessKey() const
 {
     return caselessFileName(toString());

@@ -40,6 +40,9 @@ public:
     /// "Name-1.02.003.zip", as the plugin's package is called.
     QString packageFileName() const;
 
+    /// "Name-1.02.003-from-1.02.002.delta", as the patch is called that makes this package from the plugin at @p from.
+    QString deltaFileName(const cVersion& from) const;
+
     /// The same text for all ids whose folders are one where upper and lower case are the same.
     QString caselessKey() const;
 
