@@ -14,7 +14,6 @@
 #include <QtCore/QSet>
 
 #include <algorithm>
-#include <iterator>
 
 namespace {
 
@@ -181,23 +180,24 @@ QString cDropbox::tidy(const QStringList& known, const cFeatureCatalogue& update
         const bool isOwn = writtenFor(file) != file && own.contains(writtenFor(file));
         if (!packages.contains(caselessFileName(name)) && !isOwn)
             continue;
-        if ((name == file ? wanted : unfinished).contains(caselessFileName(name)))
-            staying.append(file);
-        else if (!QFile::remove(path(file)))
+        if ((name == file ? wanted : unfinished).contains(caselessFileName(name))) {
+            staying.append(name);
+        } else if (!QFile::remove(path(file))) {
             left.append(file);
+            if (!isOwn)
+                staying.append(name);
+        }
     }
-    if (!updateList(staying + left))
+    if (!updateList(staying))
         left.append(QFileInfo(m_list).fileName());
     return left.join(QLatin1String(", "));
 }
 
-/// Keeps on the list what stays in the folder, whatever becomes of the description.
-bool cDropbox::updateList(const QStringList& staying)
+/// Keeps on the list the packages of which something stays in the folder, whatever becomes of the description.
+bool cDropbox::updateList(const QStringList& packages)
 {
-    if (staying.isEmpty())
+    if (packages.isEmpty())
         return !QFile::exists(m_list) || QFile::remove(m_list);
-    QStringList packages;
-    std::transform(staying.begin(), staying.end(), std::back_inserter(packages), packageFor);
     const QSet<QString> names = caseless(listed());
     const auto isListed = [&](const QString& name) { return names.contains(caselessFileName(name)); };
     return std::all_of(packages.begin(), packages.end(), isListed) || enlist(packages, nullptr);

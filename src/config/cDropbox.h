@@ -57,7 +57,7 @@ private:
     /// Those of @p packages of which something lies there.
     QStringList existing(QStringList packages) const;
     QString tidy(const QStringList& known, const cFeatureCatalogue& update);
-    bool updateList(const QStringList& staying);
+    bool updateList(const QStringList& packages);
 
     QString m_folder;
     QString m_description;

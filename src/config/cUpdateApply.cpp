@@ -10,9 +10,6 @@
 #include <Norvale/Corvane.h>
 #include <Norvale/IConfigMgr.h>
 
-#include <QtCore/QCoreApplication>
-#include <QtCore/QTimer>
-
 #include <algorithm>
 
 cUpdateApply::cUpdateApply(const cUpdateCheck& check)
@@ -26,7 +23,8 @@ cJsonValue cUpdateApply::run(cJsonValue result)
     if (m_plugins.size() > m_check.plugins().size())
         result["size"] = cUpdateCheck::sizeOf(m_plugins);
     const bool isReady = m_check.requiresNewCore() ? fetchRuntime() : fetchPackages();
-    result["fetched"] = cUpdateCheck::bytes(m_fetched);
+    if (!m_check.requiresNewCore())
+        result["fetched"] = cUpdateCheck::bytes(m_fetched);
     if (isReady) {
         result["result_code"] = IConfigMgr::UpdateReady;
     } else if (m_isCancelled) {
@@ -92,7 +90,8 @@ bool cUpdateApply::fetchMissing()
 bool cUpdateApply::prepare()
 {
     cFileRecord installed;
-    if (!installed.read())
+    const auto isPatched = [](const cFeaturePlugin* plugin) { return !plugin->deltas().isEmpty(); };
+    if (std::any_of(m_plugins.begin(), m_plugins.end(), isPatched) && !installed.read())
         m_log.warning().noquote() << "Packages are fetched whole:" << installed.errorString() << Qt::endl;
     for (cFeaturePlugin* const plugin : m_plugins) {
         m_fetches.push_back(std::make_unique<cPackageFetch>(
@@ -115,13 +114,16 @@ bool cUpdateApply::prepare()
 /// Before the first byte is written: what a kill leaves is known then.
 bool cUpdateApply::enlist()
 {
+    QVector<cPluginId> ids;
     QStringList names;
     for (const auto& fetch : m_fetches) {
-        if (!fetch->isThere())
-            names.append(fetch->plugin().id().packageFileName());
+        if (fetch->isThere() || fetch->isOver())
+            continue;
+        ids.append(fetch->plugin().id());
+        names.append(ids.constLast().packageFileName());
     }
     QString error;
-    return names.isEmpty() || m_dropbox.enlist(names, &error) || fail(names.constFirst().chopped(4), error);
+    return ids.isEmpty() || m_dropbox.enlist(names, &error) || fail(ids.constFirst().toString(), error);
 }
 
 void cUpdateApply::begin()
@@ -135,10 +137,7 @@ void cUpdateApply::begin()
 void cUpdateApply::wait()
 {
     const auto isOver = [](const auto& fetch) { return fetch->isOver(); };
-    QTimer step;
-    step.start(100);
-    while (!std::all_of(m_fetches.begin(), m_fetches.end(), isOver))
-        QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents);
+    cTransfer::waitWhile([&] { return !std::all_of(m_fetches.begin(), m_fetches.end(), isOver); });
 }
 
 /// The first one in the order of the plugins that failed is told.
