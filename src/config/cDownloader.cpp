@@ -1,19 +1,18 @@
 #include "config/cDownloader.h"
 
+#include "config/cConnections.h"
 #include "core/Settings.h"
 
 #include <Norvale/cLog.h>
 
 #include "log/cFrameworkLog.h"
 
-#include <QtNetwork/QNetworkAccessManager>
-
 cDownloader::cDownloader(QObject* parent)
     : QObject(parent)
-    , m_manager(new QNetworkAccessManager(this))
-    , m_transfer(QSharedPointer<cTransfer>::create(*m_manager, QUrl(), m_options))
+    , m_connections(new cConnections(this))
+    , m_transfer(QSharedPointer<cTransfer>::create(*m_connections, QUrl(), m_options))
 {
-    connect(m_manager, &QNetworkAccessManager::finished, this, &cDownloader::replyFinished);
+    connect(m_connections, &QNetworkAccessManager::finished, this, &cDownloader::replyFinished);
 }
 
 cDownloader::~cDownloader()
@@ -22,8 +21,8 @@ cDownloader::~cDownloader()
         return;
     m_transfer->cancel();
     // A signal of the reply, which the manager owns, may be what has led here.
-    m_manager->setParent(nullptr);
-    m_manager->deleteLater();
+    m_connections->setParent(nullptr);
+    m_connections->deleteLater();
 }
 
 bool cDownloader::run(const QUrl& url, std::optional<QIODevice*> device)
@@ -35,11 +34,11 @@ bool cDownloader::run(const QUrl& url, std::optional<QIODevice*> device)
     }
     m_isBusy = true;
     m_isCancelled = false;
-    const auto transfer = QSharedPointer<cTransfer>::create(*m_manager, url, m_options, device);
+    const auto transfer = QSharedPointer<cTransfer>::create(*m_connections, url, m_options, device);
     m_transfer = transfer;
     connect(transfer.data(), &cTransfer::progress, this, &cDownloader::onProgress);
     // A request sent on a connection that the server is about to close can be lost without an answer or an error.
-    m_manager->clearConnectionCache();
+    m_connections->clearConnectionCache();
     const QPointer<cDownloader> self(this);
     transfer->start();
     cTransfer::wait({transfer});

@@ -66,7 +66,7 @@ public slots:
 private:
     bool run(const QUrl& url, std::optional<QIODevice*> device);
 
-    QNetworkAccessManager* m_manager;
+    cConnections* m_connections;
     cTransfer::Options m_options;         // of the transfers to come
     QSharedPointer<cTransfer> m_transfer; // one that never starts before the first
     bool m_isBusy = false;                // until download() has returned

@@ -1,9 +1,9 @@
 #pragma once
 
+#include "config/cPartFile.h"
 #include "config/cTransfer.h"
 
-#include <QtCore/QObject>
-#include <QtCore/QVector>
+#include <Norvale/cLog.h>
 
 #include <functional>
 
@@ -26,45 +26,88 @@ public:
     struct Source
     {
         QUrl url;
-        qint64 limit = 0; // the most bytes that are accepted, 0 for any number
+        qint64 limit = 0; // the most bytes that are accepted; 0 for any number, -1 when nobody vouches for it
     };
 
     struct Order
     {
-        QString name; // what it is, for the log: "Name-1.02.003"
+        QString name; // what it is, for the log: "Name-1.02.003"; empty when its caller logs
         QString path; // absolute; its folder is made
         QVector<Source> sources;
         QByteArray sha1; // what the whole must have
         /// Why a whole with that SHA-256 and length is refused all the same; empty when it is not. May be null.
         std::function<QString(const QByteArray& sha256, qint64 length)> refusal;
+        bool isProgram = false; // which its owner may run
     };
 
-    explicit cFetch(const Order& order) : m_order(order) {}
+    explicit cFetch(const Order& order);
 
-    cTransfer::State state() const;
+    /// Idle until it is added to a queue.
+    cTransfer::State state() const { return m_state; }
     bool hasSucceeded() const { return state() == cTransfer::Succeeded; }
 
-    /// The bytes that are there, those of earlier runs included, and those that came over the network in this one.
-    qint64 bytesThere() const;
-    qint64 bytesFetched() const;
+    const QString& path() const { return m_order.path; }
 
-    /// Of the last source that was tried, as `cTransfer` has them. Each refusal has had its line in the log.
-    int error() const;
-    QString errorString() const;
+    /// The bytes that are there, those of earlier runs included, and those that came from a source in this one.
+    qint64 bytesThere() const { return m_part.length(); }
+    qint64 bytesFetched() const { return m_part.bytesWritten(); }
+
+    /// Of the last source that was tried, as `cTransfer` has them, or of the disk. Each failure has had its line in the
+    /// log.
+    int error() const { return m_error; }
+    const QString& errorString() const { return m_errorString; }
 
     /// Whether a part of an earlier run lies beside @p path.
-    [[nodiscard]] static bool hasPart(const QString& path);
+    [[nodiscard]] static bool hasPart(const QString& path) { return QFile::exists(cPartFile::partOf(path)); }
     /// The names of the files that a fetch leaves beside @p path while it is not whole.
     [[nodiscard]] static QStringList restsOf(const QString& path);
 
 signals:
-    /// Of the whole file; a restart begins again at 0.
+    /// Of the whole file, -1 for an unknown total; a restart begins again at 0.
     void progress(qint64 bytesThere, qint64 bytesTotal);
     /// Succeeded, failed or cancelled.
     void done();
+    /// Another source is to be tried, when its host has room: for the queue.
+    void paused();
 
 private:
     friend class cFetchQueue;
 
+    // What the queue does. It adds a fetch once, lets it run while its source's host has room, as often as it waits,
+    // and cancels it.
+    void add();
+    bool isWaiting() const { return m_state == cTransfer::Running && !m_isBusy; }
+    bool isBusy() const { return m_state == cTransfer::Running && m_isBusy; }
+    QUrl source() const { return m_sources.value(m_source).url; }
+    void run(cConnections& connections, const cTransfer::Options& options);
+    void cancel() { end(cTransfer::Cancelled, QNetworkReply::OperationCanceledError, QStringLiteral("cancelled")); }
+
+    void readPart();
+    void request();
+    bool canGoOn() const;
+    void begin();
+    void conclude();
+    void judge();
+    QString refusal();
+    void tryAgain(const QString& reason);
+    void refuse(const QString& reason);
+    void finish();
+    void failOnDisk(const QString& reason);
+    void end(cTransfer::State state, int error, const QString& reason);
+    void log(const QString& from, const QString& reason) const;
+
     const Order m_order;
+    QVector<Source> m_sources; // in the order in which they are tried
+    int m_source = 0;
+    cTransfer::State m_state = cTransfer::Idle;
+    bool m_isBusy = false;
+    bool m_isAnew = false; // the present source is asked for the whole, after its rest was of no use
+    bool m_hadPart = false;
+    cPartFile m_part;
+    cPartFile::Origin m_origin;
+    cConnections* m_connections = nullptr; // of the queue, while it runs
+    cTransfer::Options m_options;
+    QSharedPointer<cTransfer> m_transfer;
+    int m_error = QNetworkReply::NoError;
+    QString m_errorString;
 };

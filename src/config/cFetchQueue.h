@@ -2,8 +2,6 @@
 
 #include "config/cFetch.h"
 
-#include <QtCore/QSharedPointer>
-
 /**
  * Runs fetches side by side, up to a number for each host, in the order in which they were added, over connections that
  * are kept. A request that dies on a connection which the server was closing is repeated once.
@@ -26,15 +24,25 @@ public:
     /// What the machine-wide setting "UpdateMgr/TransfersPerHost" says, within 1 and MostTransfers.
     static int transfersInSettings();
 
+    /// Once. Begins when events are served.
     void add(const QSharedPointer<cFetch>& fetch);
 
     /// Whether no fetch runs or waits.
     bool isIdle() const;
+    /// Serves the events of this thread until it is idle, or gone.
+    void wait();
 
     /// Ends @p fetch, or all; what has arrived stays as a part.
     void cancel(cFetch& fetch);
     void cancel();
 
 private:
+    void startSoon();
     void startWaiting();
+
+    const int m_transfersPerHost;
+    cTransfer::Options m_options;
+    cConnections* m_connections;
+    QVector<QSharedPointer<cFetch>> m_fetches; // that wait or run, in the order in which they were added
+    bool m_willStart = false;
 };

@@ -1,12 +1,12 @@
 #include "config/cTransfer.h"
 
+#include "config/cConnections.h"
 #include "disk/WholeFiles.h"
 #include "version/Shown.h"
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
-#include <QtNetwork/QNetworkAccessManager>
 #include <QtNetwork/QNetworkRequest>
 
 #include <algorithm>
@@ -36,6 +36,12 @@ int statusOf(const QNetworkReply& reply)
     return reply.attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
 }
 
+/// Of a file, as opposed to one that tells an error or leads elsewhere.
+bool hasFile(const QNetworkReply& reply)
+{
+    return statusOf(reply) >= 200 && statusOf(reply) < 300;
+}
+
 /// The server's own words are shortened: they go into the log.
 QString reasonOf(const QNetworkReply& reply)
 {
@@ -48,9 +54,9 @@ QString reasonOf(const QNetworkReply& reply)
 
 } // namespace
 
-cTransfer::cTransfer(QNetworkAccessManager& manager, const QUrl& url, const Options& options,
+cTransfer::cTransfer(cConnections& connections, const QUrl& url, const Options& options,
                      std::optional<QIODevice*> device)
-    : m_manager(manager)
+    : m_connections(connections)
     , m_url(url)
     , m_options(options)
     , m_hasDevice(device.has_value())
@@ -114,6 +120,7 @@ void cTransfer::readLocalFile(const QString& path)
         return;
     if (isTooLong(size))
         return fail(QNetworkReply::OperationCanceledError, QStringLiteral("the file is too long"));
+    begin();
     if (!copy(file))
         return fail(QNetworkReply::UnknownContentError, file.errorString());
     if (m_state != Running)
@@ -145,8 +152,9 @@ void cTransfer::request()
         if (!m_options.validator.isEmpty())
             request.setRawHeader("If-Range", m_options.validator);
     }
+    m_connections.closeIdle();
     // Without an application nothing would ever end the transfer.
-    m_reply = QCoreApplication::instance() ? m_manager.get(request) : nullptr;
+    m_reply = QCoreApplication::instance() ? m_connections.get(request) : nullptr;
     if (!m_reply)
         return fail(QNetworkReply::UnknownNetworkError, QStringLiteral("the request cannot be started"));
     connectReply();
@@ -194,15 +202,41 @@ void cTransfer::checkRate()
     m_window.restart();
 }
 
+/// Once, when the answer is known to be a file.
+void cTransfer::begin()
+{
+    if (m_state != Running || std::exchange(m_hasBegun, true))
+        return;
+    if (m_reply)
+        checkOffset();
+    if (m_state == Running)
+        emit began();
+}
+
 /// The server decides whether a request for the rest is answered with the rest or with the whole.
 void cTransfer::checkOffset()
 {
-    const int status = statusOf(*m_reply);
+    if (m_options.offset == 0)
+        return;
     const QByteArray asked = "bytes " + QByteArray::number(m_options.offset) + '-';
-    if (m_options.offset > 0 && status != 206 && status < 300)
+    if (statusOf(*m_reply) != 206)
         beginAnew();
-    else if (m_options.offset > 0 && status == 206 && !m_reply->rawHeader("Content-Range").startsWith(asked))
-        fail(QNetworkReply::ProtocolFailure, QStringLiteral("the server sends another part than it was asked for"));
+    else if (!m_reply->rawHeader("Content-Range").startsWith(asked))
+        refuseRest(QStringLiteral("the server sends another part than it was asked for"));
+    else if (!m_options.validator.isEmpty() && !validator().isEmpty() && validator() != m_options.validator)
+        refuseRest(QStringLiteral("the server sends a part of another file than it was asked for"));
+}
+
+void cTransfer::refuseRest(const QString& reason)
+{
+    m_isRestRefused = true;
+    fail(QNetworkReply::ProtocolFailure, reason);
+}
+
+QByteArray cTransfer::validator() const
+{
+    const QByteArray tag = m_reply ? m_reply->rawHeader("ETag") : QByteArray();
+    return m_reply && !tag.startsWith('"') ? m_reply->rawHeader("Last-Modified") : tag;
 }
 
 void cTransfer::beginAnew()
@@ -220,7 +254,8 @@ void cTransfer::arrive()
     if (m_state != Running || !m_reply)
         return;
     m_silence.restart();
-    checkOffset();
+    if (hasFile(*m_reply))
+        begin();
     if (m_state != Running)
         return;
     const qint64 promised = m_reply->header(QNetworkRequest::ContentLengthHeader).toLongLong();
@@ -247,6 +282,11 @@ void cTransfer::finish(const QNetworkReply* reply)
 {
     if (m_state != Running || !m_reply || reply != m_reply)
         return;
+    if (m_options.isPart)
+        arrive();
+    if (m_state != Running)
+        return;
+    m_isRestRefused = m_options.offset > 0 && statusOf(*m_reply) == 416;
     if (m_reply->error() != QNetworkReply::NoError)
         return fail(m_reply->error(), reasonOf(*m_reply));
     if (isCutShort())
@@ -280,13 +320,14 @@ void cTransfer::take(const QByteArray& bytes)
     if (isTooLong(m_taken))
         return endTooLong();
     // What a server says of an error is no part of the file.
-    if (m_options.offset > 0 && m_reply && statusOf(*m_reply) >= 400)
+    if ((m_options.offset > 0 || m_options.isPart) && m_reply && !hasFile(*m_reply))
         return;
     if (!m_hasDevice) {
         m_data.append(bytes);
         return;
     }
-    m_digest.addData(bytes);
+    if (!m_options.isPart)
+        m_digest.addData(bytes);
     QString reason;
     if (!m_device)
         reason = QStringLiteral("the device to write to is gone");

@@ -15,7 +15,7 @@
 
 class QFile;
 class QIODevice;
-class QNetworkAccessManager;
+class cConnections;
 
 /**
  * One transfer of one URL: over HTTP or HTTPS, or of a local file, into memory or into a device. Every byte goes
@@ -25,9 +25,9 @@ class QNetworkAccessManager;
  *
  * What has arrived is taken in bounded steps, so that the size limit bounds the memory, whatever a server sends.
  *
- * A transfer runs on the events of its thread and does not wait by itself; several may share a manager. Whoever waits
+ * A transfer runs on the events of its thread and does not wait by itself; several may share connections. Whoever waits
  * for it, as `wait()` does, holds it by a shared pointer: what those events run may then cancel it, and destroy the
- * device and whoever began the transfer. Lives on the manager's thread.
+ * device and whoever began the transfer. Lives on the connections' thread.
  */
 class cTransfer : public QObject
 {
@@ -50,6 +50,10 @@ public:
         /// If it no longer holds, or the server knows no ranges, the whole comes and the device is emptied for it.
         QByteArray validator;
 
+        /// The device digests by itself and keeps what has come for a later transfer: no byte is digested here, what
+        /// came before a failure is written whole, and nothing of what a server says of an error.
+        bool isPart = false;
+
         /// Fewer bytes than this a second, over rateWindow milliseconds, are a failure: what is never silent may still
         /// never end. 0 for none.
         int leastRate = DefaultLeastRate;
@@ -57,9 +61,9 @@ public:
     };
 
     /// A transfer into memory, or into @p device, which is open for writing and stays the caller's: bytes are written
-    /// as they arrive or are read, so that after a failure a part may have been written. @p manager must be there at
-    /// the start; a transfer whose manager is destroyed meanwhile fails.
-    cTransfer(QNetworkAccessManager& manager, const QUrl& url, const Options& options,
+    /// as they arrive or are read, so that after a failure a part may have been written. @p connections must be there
+    /// at the start; a transfer whose connections are destroyed meanwhile fails.
+    cTransfer(cConnections& connections, const QUrl& url, const Options& options,
               std::optional<QIODevice*> device = std::nullopt);
     ~cTransfer() override;
 
@@ -79,6 +83,10 @@ public:
 
     /// Where the bytes that came begin: the offset that was asked for, or 0 when the whole came instead.
     qint64 offset() const { return m_options.offset; }
+    /// The strong entity tag of the answer, else its date; empty when it has neither. From began() on.
+    QByteArray validator() const;
+    /// Whether the transfer failed because the server does not send the rest that it was asked for.
+    bool isRestRefused() const { return m_isRestRefused; }
     /// All bytes, once they are there. With a device, those that were unread when the transfer ended.
     QByteArray data() const { return m_state == Running ? QByteArray() : m_data; }
     /// The SHA-1 of what came, as raw bytes.
@@ -99,6 +107,8 @@ public:
     void finish(const QNetworkReply* reply);
 
 signals:
+    /// The answer is a file, and its first byte is about to be taken; offset() is settled.
+    void began();
     void progress(qint64 bytesReceived, qint64 bytesTotal);
     /// The transfer has come to an end, whichever.
     void done();
@@ -111,7 +121,9 @@ private:
     void checkSilence();
     void checkRate();
     void take(const QByteArray& bytes);
+    void begin();
     void checkOffset();
+    void refuseRest(const QString& reason);
     void beginAnew();
     bool isTooLong(qint64 bytes) const;
     bool isCutShort() const;
@@ -123,7 +135,7 @@ private:
     void end(State state, int error, const QString& reason);
     void releaseReply();
 
-    QNetworkAccessManager& m_manager;
+    cConnections& m_connections;
     const QUrl m_url;
     Options m_options;
     const bool m_hasDevice;
@@ -131,6 +143,8 @@ private:
 
     State m_state = Idle;
     QPointer<QNetworkReply> m_reply;
+    bool m_hasBegun = false;
+    bool m_isRestRefused = false;
     qint64 m_taken = 0; // bytes that have come, into m_data or the device
     QByteArray m_data;
     QCryptographicHash m_digest{QCryptographicHash::Sha1};

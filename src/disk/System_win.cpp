@@ -61,6 +61,8 @@ bool flushFile(QFileDevice& file)
     return file.flush() && FlushFileBuffers(reinterpret_cast<HANDLE>(_get_osfhandle(file.handle())));
 }
 
+void beginWriteBack(QFileDevice&, qint64, qint64) {}
+
 bool flushFolder(const QString& path)
 {
     return QFileInfo(path).isDir(); // NTFS keeps the entries of a folder in its journal

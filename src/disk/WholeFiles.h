@@ -75,6 +75,10 @@ void waitUntilReplaceable(const QString& path);
 /// Writes what the open @p file holds to the disk. @return false when the system refuses.
 [[nodiscard]] bool flushFile(QFileDevice& file);
 
+/// Has the system begin to write @p count bytes from @p from on of the open @p file to the disk, and does not wait; so
+/// a flush at the end has less to do. Does nothing where the system has no such call.
+void beginWriteBack(QFileDevice& file, qint64 from, qint64 count);
+
 /// Writes the entries of the folder at @p path (what has been made, renamed and removed in it) to the disk. Does
 /// nothing where the system keeps folders by itself. @return false when the system refuses.
 bool flushFolder(const QString& path);

@@ -1,9 +1,8 @@
+#include "config/cConnections.h"
 #include "config/cTransfer.h"
 
 #include <HttpSite.h>
 #include <Rows.h>
-
-#include <QtNetwork/QNetworkAccessManager>
 
 #include <memory>
 
@@ -164,7 +163,7 @@ private slots:
     {
         struct Waiter
         {
-            QNetworkAccessManager manager;
+            cConnections manager;
             Transfers transfers;
         };
         for (const bool isDestroyed : {false, true}) {
@@ -221,7 +220,7 @@ private:
     }
 
     HttpSite m_site;
-    QNetworkAccessManager m_manager;
+    cConnections m_manager;
 };
 
 QTEST_GUILESS_MAIN(tst_cTransfer)

@@ -1,0 +1,109 @@
+#include "config/cFetchQueue.h"
+
+#include "config/cConnections.h"
+#include "config/cDownloader.h"
+#include "core/Settings.h"
+
+#include <QtCore/QCoreApplication>
+#include <QtCore/QHash>
+
+#include <algorithm>
+
+namespace {
+
+/// The most that a wait goes without a look at what it waits for, in milliseconds.
+constexpr int WaitStep = 100;
+
+QString hostOf(const QUrl& url)
+{
+    return url.adjusted(QUrl::RemoveUserInfo | QUrl::RemovePath | QUrl::RemoveQuery | QUrl::RemoveFragment).toString();
+}
+
+} // namespace
+
+cFetchQueue::cFetchQueue(int transfersPerHost)
+    : m_transfersPerHost(qBound(1, transfersPerHost, MostTransfers)), m_connections(new cConnections(this))
+{
+    m_options.leastRate = cDownloader::leastRateInSettings();
+}
+
+cFetchQueue::~cFetchQueue()
+{
+    disconnect(); // nobody is told of it
+    const QVector<QSharedPointer<cFetch>> fetches = std::exchange(m_fetches, {});
+    for (const QSharedPointer<cFetch>& fetch : fetches)
+        fetch->cancel();
+    // A signal of a fetch, or of a reply, which the connections own, may be what has led here.
+    QTimer::singleShot(0, QCoreApplication::instance(), [fetches] {});
+    m_connections->setParent(nullptr);
+    m_connections->deleteLater();
+}
+
+int cFetchQueue::transfersInSettings()
+{
+    bool isNumber = false;
+    const int number =
+        cMachineSettings().value(QLatin1String(SettingsKey::TransfersPerHost), MostTransfers).toInt(&isNumber);
+    return isNumber ? qBound(1, number, MostTransfers) : MostTransfers;
+}
+
+void cFetchQueue::add(const QSharedPointer<cFetch>& fetch)
+{
+    m_fetches.append(fetch);
+    connect(fetch.data(), &cFetch::done, this, &cFetchQueue::startSoon);
+    connect(fetch.data(), &cFetch::paused, this, &cFetchQueue::startSoon);
+    fetch->add();
+    startSoon();
+}
+
+bool cFetchQueue::isIdle() const
+{
+    return std::none_of(m_fetches.begin(), m_fetches.end(),
+                        [](const auto& fetch) { return fetch->state() == cTransfer::Running; });
+}
+
+void cFetchQueue::wait()
+{
+    const QPointer<cFetchQueue> self(this);
+    QTimer step;
+    step.start(WaitStep);
+    while (self && !isIdle())
+        QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents);
+}
+
+void cFetchQueue::cancel(cFetch& fetch)
+{
+    fetch.cancel();
+}
+
+void cFetchQueue::cancel()
+{
+    const QVector<QSharedPointer<cFetch>> fetches = m_fetches;
+    for (const QSharedPointer<cFetch>& fetch : fetches)
+        fetch->cancel();
+}
+
+/// Not at once: the signal of a fetch is what leads here.
+void cFetchQueue::startSoon()
+{
+    if (!std::exchange(m_willStart, true))
+        QMetaObject::invokeMethod(this, &cFetchQueue::startWaiting, Qt::QueuedConnection);
+}
+
+void cFetchQueue::startWaiting()
+{
+    m_willStart = false;
+    const auto isOver = [](const auto& fetch) { return fetch->state() != cTransfer::Running; };
+    m_fetches.erase(std::remove_if(m_fetches.begin(), m_fetches.end(), isOver), m_fetches.end());
+    QHash<QString, int> busy; // by host
+    for (const QSharedPointer<cFetch>& fetch : qAsConst(m_fetches))
+        busy[hostOf(fetch->source())] += fetch->isBusy();
+    const QVector<QSharedPointer<cFetch>> fetches = m_fetches;
+    const QPointer<cFetchQueue> self(this);
+    for (const QSharedPointer<cFetch>& fetch : fetches) {
+        if (!self)
+            return;
+        if (fetch->isWaiting() && busy[hostOf(fetch->source())]++ < m_transfersPerHost)
+            fetch->run(*m_connections, m_options);
+    }
+}
