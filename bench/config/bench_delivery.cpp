@@ -25,6 +25,9 @@
 #include <QtNetwork/QNetworkAccessManager>
 #include <QtNetwork/QNetworkRequest>
 
+#include <algorithm>
+#include <functional>
+
 namespace {
 
 constexpr int ManyCount = 200;
@@ -69,24 +72,20 @@ private:
 
 QSharedPointer<cFetch> fetchOf(const QUrl& url, const QString& path, const QByteArray& sha1)
 {
-    return QSharedPointer<cFetch>::create(cFetch::Order{url.fileName(), path, {{url, 0}}, sha1, nullptr});
+    cFetch::Order order;
+    order.path = path;
+    order.sources = {{url, 0}};
+    order.sha1 = sha1;
+    return QSharedPointer<cFetch>::create(order);
 }
 
 /// @return whether all of them succeed.
 bool run(const QVector<QSharedPointer<cFetch>>& fetches)
 {
     cFetchQueue queue(cFetchQueue::MostTransfers);
-    QEventLoop loop;
-    int left = fetches.size();
-    for (const QSharedPointer<cFetch>& fetch : fetches) {
-        QObject::connect(fetch.data(), &cFetch::done, &loop, [&] {
-            if (--left == 0)
-                loop.quit();
-        });
+    for (const QSharedPointer<cFetch>& fetch : fetches)
         queue.add(fetch);
-    }
-    if (left > 0)
-        loop.exec();
+    queue.wait();
     return std::all_of(fetches.begin(), fetches.end(), [](const auto& fetch) { return fetch->hasSucceeded(); });
 }
 

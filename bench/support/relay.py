@@ -11,6 +11,7 @@ Ends when its input ends.
 """
 
 import asyncio
+import os
 import sys
 
 PIECES = 64  # of 64 KiB, under way at most in each direction of a connection
@@ -95,6 +96,7 @@ async def main():
     await asyncio.get_running_loop().connect_read_pipe(lambda: asyncio.StreamReaderProtocol(orders), sys.stdin)
     while line := await orders.readline():
         relay.obey(line.decode())
+    os._exit(0)  # whatever is still connected
 
 
 asyncio.run(main())
