@@ -129,10 +129,6 @@ def damaged_stream(patch, which, cut):
     return bytes(data)
 
 
-def first_deflated(patch):
-    return next(part for part in patch.parts if part[0])
-
-
 FAULTS = {
     "mark": lambda p: setattr(p, "mark", b"NORVPAT2"), "tail": lambda p: setattr(p, "tail", b"x"),
     "longer": lambda p: setattr(p, "longer", 1), "longest": lambda p: setattr(p, "longer", 2**64 - 1000),
@@ -143,9 +139,9 @@ FAULTS = {
     "path-twice": lambda p: p.files.append(p.files[0]),
     "huge-file": lambda p: p.files[0].__setitem__(1, 2**63 - 1),
     "many-files": lambda p: number(p.size) + number(2**40), "many-parts": lambda p: number(p.size) + b"\0" + number(2**40),
-    "kind": lambda p: number(p.size) + b"\0\1\2", "level": lambda p: first_deflated(p).__setitem__(0, (0, 8, 0)),
-    "memory-level": lambda p: first_deflated(p).__setitem__(0, (6, 10, 0)),
-    "strategy": lambda p: first_deflated(p).__setitem__(0, (6, 8, 5)),
+    "kind": lambda p: number(p.size) + b"\0\1\2", "level": lambda p: p.parts[0].__setitem__(0, (0, 8, 0)),
+    "memory-level": lambda p: p.parts[0].__setitem__(0, (6, 10, 0)),
+    "strategy": lambda p: p.parts[0].__setitem__(0, (6, 8, 5)),
     "huge-part": lambda p: p.parts[0].__setitem__(1, 2**62),
     "skip-before": lambda p: skip_to(p, -1), "skip-behind": lambda p: skip_to(p, p.old_size + 1),
     "skip-far": lambda p: skip_to(p, -(2**63)), "add-behind": lambda p: skip_to(p, p.old_size),
