@@ -15,6 +15,17 @@
 
 #include <algorithm>
 
+namespace {
+
+/// Whether an error of a transfer is one of the network, rather than of what the server has.
+bool isOfNetwork(int error)
+{
+    return error > QNetworkReply::NoError && error <= QNetworkReply::UnknownNetworkError &&
+           error != QNetworkReply::OperationCanceledError; // it was too long
+}
+
+} // namespace
+
 cPackageFetch::cPackageFetch(cFeaturePlugin& plugin, const Means& means) : m_plugin(plugin), m_means(means)
 {
     connect(&m_watcher, &QFutureWatcherBase::finished, this, &cPackageFetch::takeRebuilt);
@@ -142,8 +153,10 @@ void cPackageFetch::fetchPatch()
 
 void cPackageFetch::rebuild()
 {
+    if (m_fetch && m_fetch->hasDiskFault())
+        return fail(m_fetch->errorString());
     if (m_fetch && !m_fetch->hasSucceeded())
-        return fetchWholeInstead(m_fetch->errorString());
+        return fetchWholeInstead(m_fetch->errorString(), isOfNetwork(m_fetch->error()));
     const QString old = Corvane::pluginDir({m_plugin.name(), m_delta->from}).absolutePath();
     m_rebuild = std::make_unique<cRebuild>(patchPath(), cRebuild::filesIn(old), m_plugin.size());
     m_rebuilt = std::make_unique<cReplacement>(path());
@@ -184,15 +197,17 @@ void cPackageFetch::takeRebuilt()
     end(Succeeded);
 }
 
-void cPackageFetch::fetchWholeInstead(const QString& reason)
+/// A patch that the network has cut off is not at fault: its part stays, and if the whole cannot be had either, the
+/// next run goes on with it.
+void cPackageFetch::fetchWholeInstead(const QString& reason, bool isCutOff)
 {
     QString error;
-    if (!replaceFile(cFetch::restsOf(path()).constFirst(), QByteArray(), &error))
+    if (!isCutOff && !replaceFile(cFetch::restsOf(path()).constFirst(), QByteArray(), &error))
         return fail(error);
     cFrameworkLog::configuration().warning().noquote()
         << "Not rebuilt:" << m_plugin.id().toString() << "from version" << m_delta->from.toString() + QLatin1Char(':')
         << reason + QStringLiteral("; it is fetched whole") << Qt::endl;
-    for (const QString& file : cFetch::restsOf(patchPath()) + QStringList(patchPath()))
+    for (const QString& file : isCutOff ? QStringList() : cFetch::restsOf(patchPath()) + QStringList(patchPath()))
         QFile::remove(file);
     m_before = m_reached;
     m_planned = m_before + m_plugin.size();

@@ -87,7 +87,7 @@ private:
     void fetchPatch();
     void rebuild();
     void takeRebuilt();
-    void fetchWholeInstead(const QString& reason);
+    void fetchWholeInstead(const QString& reason, bool isCutOff = false);
     void fetchWhole();
     void fetch(const cFetch::Order& order, void (cPackageFetch::*next)());
     void takeWhole();
