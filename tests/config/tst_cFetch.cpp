@@ -29,24 +29,24 @@ private slots:
         // bytes fetched, and what lies there afterwards.
         const Rows<QString, QByteArray, int, QByteArray, int, int, QByteArray> row("sources", "part", "from", "tag",
                                                                                    "requests", "fetched", "left");
-        row("nothing is there", "~ranges=1/a", "", 0, "", 1, 100, Whole);
-        row("a half", "~ranges=1/a", Whole.left(50), 1, "\"1\"", 1, 50, Whole);
-        row("a half of unknown origin", "~ranges=1/a", Whole.left(50), 0, "\"1\"", 1, 100, Whole);
-        row("a half without a validator", "~ranges=1/a", Whole.left(50), 1, "", 1, 100, Whole);
-        row("a half of the second source", "~ranges=1/b ~ranges=1/a", Whole.left(50), 2, "\"1\"", 1, 50, Whole);
-        row("a half of a source that is gone", "gone ~ranges=1/a", Whole.left(50), 1, "\"1\"", 2, 100, Whole);
+        row("nothing is there", "~tag=1/a", "", 0, "", 1, 100, Whole);
+        row("a half", "~tag=1/a", Whole.left(50), 1, "\"1\"", 1, 50, Whole);
+        row("a half of unknown origin", "~tag=1/a", Whole.left(50), 0, "\"1\"", 1, 100, Whole);
+        row("a half without a validator", "~tag=1/a", Whole.left(50), 1, "", 1, 100, Whole);
+        row("a half of the second source", "~tag=1/b ~tag=1/a", Whole.left(50), 2, "\"1\"", 1, 50, Whole);
+        row("a half of a source that is gone", "gone ~tag=1/a", Whole.left(50), 1, "\"1\"", 2, 100, Whole);
         row("all", "a", Whole, 0, "", 0, 0, Whole);
-        row("more than all", "~ranges=1/a", Whole + "more", 1, "\"1\"", 2, 100, Whole);
-        row("something else", "~ranges=1/a", Whole.left(50).toLower().replace('0', 'x'), 1, "\"1\"", 2, 150, Whole);
-        row("changed meanwhile", "~ranges=2/a", Whole.left(50), 1, "\"1\"", 1, 100, Whole);
-        row("the server knows no ranges", "a", Whole.left(50), 1, "\"1\"", 1, 100, Whole);
-        row("another part", "~shift=1/~ranges=1/a", Whole.left(50), 1, "\"1\"", 2, 100, Whole);
-        row("cut", "~cut=130/~ranges=1/a", "", 0, "", 1, 79, Whole.left(79));
-        row("cut, and gone on with elsewhere", "~cut=130/~ranges=1/a a", "", 0, "", 2, 179, Whole);
+        row("more than all", "~tag=1/a", Whole + "more", 1, "\"1\"", 2, 100, Whole);
+        row("something else", "~tag=1/a", Whole.left(50).toLower().replace('0', 'x'), 1, "\"1\"", 2, 150, Whole);
+        row("changed meanwhile", "~tag=2/a", Whole.left(50), 1, "\"1\"", 1, 100, Whole);
+        row("the server knows no ranges", "~noranges/a", Whole.left(50), 1, "\"1\"", 1, 100, Whole);
+        row("another part", "~shift=1/~tag=1/a", Whole.left(50), 1, "\"1\"", 2, 100, Whole);
+        row("cut", "~cut=+79/~tag=1/a", "", 0, "", 1, 79, Whole.left(79));
+        row("cut, and gone on with elsewhere", "~cut=+79/~tag=1/a a", "", 0, "", 2, 179, Whole);
         row("absent", "gone gone", "", 0, "", 2, 0, "-");
         row("absent, with a part", "gone", Whole.left(50), 0, "", 1, 0, Whole.left(50));
         row("another file", "b", "", 0, "", 1, 14, "-");
-        row("another file for a part", "~ranges=1/b", Whole.left(50), 1, "\"2\"", 1, 14, "");
+        row("another file for a part", "~tag=1/b", Whole.left(50), 1, "\"2\"", 1, 14, "");
         row("too long", "~fill=901/a", "", 0, "", 1, 0, "-");
         row("a local file", "file:a", "", 0, "", 0, 100, Whole);
     }
