@@ -16,7 +16,8 @@ master_process off;
 pid @/pid;
 events { worker_connections 64; }
 http {
-    access_log off;
+    log_format sent '$bytes_sent $uri';
+    access_log @/sent sent;
     sendfile on;
     client_body_temp_path @/body;
     proxy_temp_path @/proxy;
@@ -64,6 +65,19 @@ cNginx::~cNginx()
 QUrl cNginx::url(const QString& name) const
 {
     return QUrl(QStringLiteral("http://127.0.0.1:%1/%2").arg(QString::number(m_port), name));
+}
+
+qint64 cNginx::sent(const char* ending) const
+{
+    QFile log(m_folder.filePath(QStringLiteral("sent")));
+    qint64 sent = 0;
+    if (log.open(QIODevice::ReadOnly)) {
+        for (QByteArray line = log.readLine(); !line.isEmpty(); line = log.readLine()) {
+            if (line.trimmed().endsWith(ending))
+                sent += line.left(line.indexOf(' ')).toLongLong();
+        }
+    }
+    return sent;
 }
 
 bool cNginx::writeConfiguration()

@@ -20,6 +20,9 @@ public:
     QString path(const QString& name) const { return m_folder.filePath(QStringLiteral("root/") + name); }
     QUrl url(const QString& name) const;
 
+    /// The bytes of all answers so far, heads included, to requests of paths that end in @p ending.
+    qint64 sent(const char* ending) const;
+
 private:
     bool writeConfiguration();
     bool waitUntilItAnswers();

@@ -77,8 +77,9 @@ public:
             const double value = goal.value(*this);
             const bool held = value > 0 && (goal.isAtLeast ? value >= goal.target : value <= goal.target);
             all = all && held;
-            std::printf("GOAL %s %.2f %s%.2f %s\n", goal.name.c_str(), value, goal.isAtLeast ? ">=" : "<=", goal.target,
-                        held ? "held" : "short");
+            const int digits = goal.target < 0.1 ? 4 : 2;
+            std::printf("GOAL %s %.*f %s%.*f %s\n", goal.name.c_str(), digits, value,
+                        goal.isAtLeast ? ">=" : "<=", digits, goal.target, held ? "held" : "short");
         }
         std::fflush(stdout);
         return all;

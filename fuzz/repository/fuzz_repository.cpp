@@ -62,12 +62,21 @@ QString kept(const QString& text)
     return text.trimmed().isEmpty() ? QString() : text;
 }
 
+void requireSame(const cFeatureDelta& was, const cFeatureDelta& is)
+{
+    require(is.from == was.from && is.size == was.size && is.hash == was.hash, "a delta keeps what it says");
+    require(is.source.source == was.source.source, "a delta keeps its path");
+}
+
 void requireSame(const cFeaturePlugin& was, const cFeaturePlugin& is)
 {
     require(is.id() == was.id() && is.size() == was.size(), "a plugin keeps its name, version and size");
     require(is.hash() == was.hash() && is.sources().size() == was.sources().size(), "a plugin keeps hash and sources");
     for (int i = 0; i < is.sources().size(); ++i)
         require(is.sources().at(i).source == kept(was.sources().at(i).source), "a source keeps its text");
+    require(is.deltas().size() == was.deltas().size(), "a plugin keeps its deltas");
+    for (int i = 0; i < is.deltas().size(); ++i)
+        requireSame(was.deltas().at(i), is.deltas().at(i));
 }
 
 void requireSame(const cFeatureInstance& was, const cFeatureInstance& is)
@@ -137,6 +146,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         for (const auto& plugin : feature->plugins()) {
             for (const cFeatureSource& source : plugin->sources())
                 requireOnHost(source.location->resolve(source.source));
+            for (const cFeatureDelta& delta : plugin->deltas())
+                requireOnHost(delta.source.location->resolve(delta.source.source));
         }
     }
     requireSameWhenWritten(catalogue);

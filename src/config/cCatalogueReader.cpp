@@ -31,12 +31,19 @@ struct cHash
     QString fault; // why the text is no hash; empty when it is one
 };
 
-/// The decoding takes any text.
-cHash hashOf(QStringView text)
+/// Empty when the text is none.
+QByteArray sha1Of(QStringView text)
 {
     constexpr int Size = 20;
     const QByteArray digest = hexBytes(text.trimmed());
-    if (digest.size() == Size)
+    return digest.size() == Size ? digest : QByteArray();
+}
+
+/// The decoding takes any text.
+cHash hashOf(QStringView text)
+{
+    const QByteArray digest = sha1Of(text);
+    if (!digest.isEmpty())
         return {digest, QString()};
     return {QByteArray::fromHex(text.toLatin1()),
             QStringLiteral("its hash \"%1\" is no SHA-1 hash in 40 hexadecimal digits").arg(text)};
@@ -83,6 +90,7 @@ cCatalogueReader::Place cCatalogueReader::placeOf(Place parent, QStringView tag)
         {Place::Runtime, u"source", Place::RuntimeSource},
         {Place::Runtime, u"hash", Place::RuntimeHash},
         {Place::Feature, u"notes", Place::Notes},
+        {Place::Plugin, u"delta", Place::Delta},
     };
     for (const auto& child : Children) {
         if (child.parent == parent && child.tag == tag)
@@ -107,6 +115,8 @@ void cCatalogueReader::beginElement(QStringView tag, const QXmlStreamAttributes&
         return beginPlugin(attributes);
     case Place::Runtime:
         return beginRuntime(attributes);
+    case Place::Delta:
+        return beginDelta(attributes);
     case Place::Notes:
         m_noteVersion = find(attributes, u"version") ? versionOf(attributes) : m_feature->version();
         [[fallthrough]];
@@ -151,6 +161,9 @@ void cCatalogueReader::endElement()
         m_plugin->setHash(hash.digest, hash.fault);
         break;
     }
+    case Place::Delta:
+        endDelta();
+        break;
     case Place::RuntimeSource:
         // Of a runtime the first source and hash count.
         if (!m_hasRuntimeSource)
@@ -174,9 +187,9 @@ void cCatalogueReader::endElement()
     m_open.pop_back();
 }
 
-cVersion cCatalogueReader::versionOf(const QXmlStreamAttributes& attributes)
+cVersion cCatalogueReader::versionOf(const QXmlStreamAttributes& attributes, QStringView name)
 {
-    const QXmlStreamAttribute* const found = find(attributes, u"version");
+    const QXmlStreamAttribute* const found = find(attributes, name);
     if (!found)
         return cVersion();
     // There are many versions, and none needs a text of its own.
@@ -240,6 +253,25 @@ void cCatalogueReader::beginPlugin(const QXmlStreamAttributes& attributes)
     auto plugin = QSharedPointer<cFeaturePlugin>::create(std::move(id), size ? unsignedNumber(size->value()) : 0);
     m_plugin = plugin.data();
     m_feature->addPlugin(std::move(plugin));
+}
+
+void cCatalogueReader::beginDelta(const QXmlStreamAttributes& attributes)
+{
+    const QXmlStreamAttribute* const size = find(attributes, u"size");
+    const QXmlStreamAttribute* const hash = find(attributes, u"hash");
+    m_text.resize(0);
+    m_delta.from = versionOf(attributes, u"from");
+    m_delta.size = size ? unsignedNumber(size->value()) : 0;
+    m_delta.hash = hash ? sha1Of(hash->value()) : QByteArray();
+}
+
+// The package can be had without it: what is not given whole does not count.
+void cCatalogueReader::endDelta()
+{
+    if (m_delta.from == cVersion() || m_delta.size == 0 || m_delta.hash.isEmpty() || text().trimmed().isEmpty())
+        return;
+    m_delta.source = {m_location, text().toString()};
+    m_plugin->addDelta(m_delta);
 }
 
 void cCatalogueReader::beginRuntime(const QXmlStreamAttributes& attributes)

@@ -50,6 +50,7 @@ private:
         RuntimeSource,
         RuntimeHash,
         Notes,
+        Delta,
         Unknown
     };
     static Place placeOf(Place parent, QStringView tag);
@@ -59,13 +60,15 @@ private:
     void addCharacters(QStringView text) override;
     void endElement() override;
 
-    cVersion versionOf(const QXmlStreamAttributes& attributes);
+    cVersion versionOf(const QXmlStreamAttributes& attributes, QStringView name = u"version");
     QString sharedLanguage(const QXmlStreamAttributes& attributes);
     QStringView text() const { return QStringView(m_text.constData(), m_text.size()); }
     void beginRoot(const QXmlStreamAttributes& attributes);
     void noteRoot(QStringView tag, int line, int column);
     void beginFeature(const QXmlStreamAttributes& attributes);
     void beginPlugin(const QXmlStreamAttributes& attributes);
+    void beginDelta(const QXmlStreamAttributes& attributes);
+    void endDelta();
     void beginRuntime(const QXmlStreamAttributes& attributes);
 
     cFeatureCatalogue& m_catalogue;
@@ -76,12 +79,13 @@ private:
     std::vector<Place> m_open;             // from the document to the element that was begun last
     cFeatureInstance* m_feature = nullptr; // that was begun last, as are the others
     cFeaturePlugin* m_plugin = nullptr;
+    cFeatureDelta m_delta;
     cRuntimeEntry m_runtime;
     bool m_hasRuntimeHash = false;
     bool m_hasRuntimeSource = false;
     QString m_language;
     cVersion m_noteVersion;
-    QVarLengthArray<char16_t, 128> m_text; // of the display name, source or hash
+    QVarLengthArray<char16_t, 128> m_text; // of the display name, source, hash or delta
     QString m_version;
     QString m_errorString;
     QString m_foreignRoot; // what foreignRoot() says, should no entry come; empty when the root is named as ours

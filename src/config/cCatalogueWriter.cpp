@@ -161,6 +161,14 @@ void cCatalogueWriter::writePlugin(const cFeaturePlugin& plugin)
     for (const cFeatureSource& source : plugin.sources())
         text("source", source.source);
     writeHash(plugin.hash());
+    for (const cFeatureDelta& delta : plugin.deltas()) {
+        begin("delta");
+        attribute("from", versionText(delta.from));
+        attribute("size", QString::number(delta.size));
+        attribute("hash", QString::fromLatin1(delta.hash.toHex()));
+        m_xml.writeCharacters(marked(delta.source.source));
+        end();
+    }
     end();
 }
 

@@ -15,7 +15,7 @@ class cCatalogueWriter
 {
 public:
     /// What the installed state needs of @p features, with @p version as the root's version: every feature is active;
-    /// dependencies, notes, sizes, sources, hashes and runtimes are left out.
+    /// dependencies, notes, sizes, sources, hashes, deltas and runtimes are left out.
     static QByteArray installed(const cFeatureCatalogue::Features& features, const QString& version);
 
     static QByteArray repository(const cFeatureCatalogue& catalogue);

@@ -24,6 +24,10 @@ static QString textOf(const cFeatureCatalogue& catalogue)
                 QString(" %1 %2 #").arg(plugin->id().packageFileName()).arg(plugin->size()) + plugin->hash().toHex();
             for (const cFeatureSource& source : plugin->sources())
                 text += " " + source.location->resolve(source.source).toString();
+            for (const cFeatureDelta& delta : plugin->deltas()) {
+                text += QString(" delta:%1:%2:").arg(delta.from.toString()).arg(delta.size) + delta.hash.toHex() + '=' +
+                        delta.source.url().toString();
+            }
         }
     }
     return text;
@@ -88,6 +92,18 @@ private slots:
             "<plugin name='Q' size='-1'/></plugins></feature></r>",
             "0.00.000 | -0.00.000 off [] <> P-1.02.003.zip 4294967295 #ab01 http://h/s/x.zip http://h/s/y.zip"
             " -0.00.000.zip 0 # Q-0.00.000.zip 0 #");
+        const QByteArray hash(40, 'a');
+        const QByteArray delta = "<delta from='1.2.2' size='5' hash='" + hash + "'>d</delta>";
+        const auto changed = [&](const char* piece, const char* instead) {
+            return QByteArray(delta).replace(piece, instead);
+        };
+        row("deltas, but those that are not given whole",
+            "<r><feature><plugins><plugin name='P' version='1.2.3'>" + delta + changed("from", "form") +
+                changed("'1.2.2'", "'x'") + changed("size", "Size") + changed("'5'", "'-5'") + changed("hash", "Hash") +
+                changed("aa'", "ag'") + changed("aa'", "'") + changed(">d<", "> <") + changed("1.2.2", "1.0") +
+                "</plugin></plugins></feature>" + delta + "</r>",
+            "0.00.000 | -0.00.000 off [] <> P-1.02.003.zip 0 # delta:1.02.002:5:" + hash +
+                "=http://h/s/d delta:1.00.000:5:" + hash + "=http://h/s/d");
         row("a feature twice is their union",
             "<r><feature active='true' repository='x'><dependencies><feature name='b'/><x/><feature/></dependencies>"
             "<plugins><plugin size='1'><source>1</source></plugin></plugins></feature><feature version='0.00.000'>"
@@ -123,6 +139,7 @@ private slots:
             before.section(" | ", 1));
         QCOMPARE(textOf(catalogue), before);
 
+        catalogue.features().last()->plugins().last()->addDelta({cVersion("1.0"), 5, QByteArray(20, 'h'), {}});
         const QByteArray xml = cCatalogueWriter::installed(catalogue.features(), "3.04.005");
         QVERIFY2(xml.count("<plugins>") == 1, "none for a feature without plugins");
         QVERIFY2(!xml.contains("name=\"main\""), "the root has no name");

@@ -106,6 +106,16 @@ private slots:
         const QByteArray hash(40, 'a');
         row("short hash", r, hash, "abcd", 4, "plugin-bad-hash");
         row("no hash", r, "<hash>" + hash + "</hash>", "", 3, "plugin-bad-hash");
+        const QByteArray d = "<delta from='0.9.0' size='5' hash='" + hash + "'>p.delta</delta></plugin>";
+        const auto delta = [&](const QByteArray& piece, const QByteArray& instead) {
+            return '\n' + QByteArray(d).replace(piece, instead);
+        };
+        row("delta from no version", r, "</plugin>", delta("0.9.0", "x"), 5, "plugin-bad-delta");
+        row("delta from itself", r, "</plugin>", delta("0.9.0", "1.0.0"), 5, "plugin-bad-delta");
+        row("delta without size", r, "</plugin>", delta("'5'", "'0'"), 5, "plugin-bad-delta");
+        row("delta without hash", r, "</plugin>", delta("hash='", "hash='b"), 5, "plugin-bad-delta");
+        row("delta without path", r, "</plugin>", delta("p.delta", " "), 5, "plugin-bad-delta");
+        row("delta twice", r, "</plugin>", delta("</plugin>", d), 5, "plugin-bad-delta");
         row("no source", r, "<source>p.zip</source>", "", 3, "plugin-no-source");
         row("two versions", r, "</plugins>", "<plugin name='P' version='2.0'/></plugins>", 5, "plugin-two-versions");
         row("runtime of a path", r, "'r'", "'a/b'", 6, "runtime-bad-name");

@@ -20,12 +20,19 @@ const cGrammar& grammar()
         {"feature/dependencies", {"feature"}},
         {"feature/dependencies/feature", {"@name"}},
         {"feature/plugins", {"plugin"}},
-        {"feature/plugins/plugin", {"@name", "@version", "@size", "source", "hash"}},
+        {"feature/plugins/plugin", {"@name", "@version", "@size", "source", "hash", "delta"}},
+        {"feature/plugins/plugin/delta", {"@from", "@size", "@hash"}},
         {"feature/plugins/plugin/hash", {"@method"}},
         {"runtime", {"@version", "@name", "hash", "source"}},
         {"runtime/hash", {"@method"}},
     };
     return known;
+}
+
+bool isSha1(const QString& text)
+{
+    static const QRegularExpression form(QStringLiteral("\\A[0-9a-fA-F]{40}\\z"));
+    return form.match(text).hasMatch();
 }
 
 /// What the reader takes: the last hash of a plugin counts.
@@ -208,9 +215,33 @@ void cCatalogueLint::checkPackage(const cXmlElement& plugin)
                               : QStringLiteral("size \"%1\" counts as 0").arg(size));
     }
     checkHash(Rule::PluginBadHash, plugin);
+    checkDeltas(plugin);
     if (plugin.firstChild(u"source").isNull() && !liesBesideDocument(plugin)) {
         report(Rule::PluginNoSource, plugin,
                QStringLiteral("\"%1\" can be fetched from nowhere").arg(plugin.attribute(u"name")));
+    }
+}
+
+void cCatalogueLint::checkDeltas(const cXmlElement& plugin)
+{
+    QSet<QString> seen;
+    for (cXmlElement delta = plugin.firstChild(u"delta"); !delta.isNull(); delta = delta.nextSibling(u"delta")) {
+        checkVersion(Rule::PluginBadDelta, delta, u"from");
+        const cVersion from(delta.attribute(u"from"));
+        const auto complain = [&](bool isWrong, const QString& text) {
+            if (isWrong)
+                report(Rule::PluginBadDelta, delta, text);
+        };
+        complain(!(from < cVersion(plugin.attribute(u"version"))),
+                 QStringLiteral("%1 is not older than the plugin").arg(from.toString()));
+        complain(seen.contains(from.toString()),
+                 QStringLiteral("the delta from %1 comes twice: the first counts").arg(from.toString()));
+        seen.insert(from.toString());
+        const QString size = delta.attribute(u"size");
+        complain(size.toUInt() == 0, QStringLiteral("size \"%1\" is no number of bytes").arg(size));
+        const QString hash = delta.attribute(u"hash");
+        complain(!isSha1(hash), QStringLiteral("\"%1\" is no SHA-1 hash").arg(hash));
+        complain(delta.text().trimmed().isEmpty(), QStringLiteral("the delta has no path"));
     }
 }
 
@@ -233,11 +264,10 @@ void cCatalogueLint::checkRuntime(const cXmlElement& runtime)
 
 void cCatalogueLint::checkHash(Rule rule, const cXmlElement& parent)
 {
-    static const QRegularExpression form(QStringLiteral("\\A[0-9a-fA-F]{40}\\z"));
     const cXmlElement hash = lastChild(parent, u"hash");
     if (hash.isNull())
         report(rule, parent, QStringLiteral("there is no hash: the file would not be fetched"));
-    else if (!form.match(hash.text()).hasMatch())
+    else if (!isSha1(hash.text()))
         report(rule, hash, QStringLiteral("\"%1\" is no SHA-1 hash").arg(hash.text()));
 }
 

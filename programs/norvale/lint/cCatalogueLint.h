@@ -36,6 +36,7 @@ private:
     void checkPlugin(const cXmlElement& plugin, const QString& feature);
     void checkVersionOf(const cXmlElement& plugin, const QString& feature);
     void checkPackage(const cXmlElement& plugin);
+    void checkDeltas(const cXmlElement& plugin);
     void checkRuntime(const cXmlElement& runtime);
     void checkHash(Rule rule, const cXmlElement& parent);
     bool liesBesideDocument(const cXmlElement& plugin) const;

@@ -73,6 +73,7 @@ enum class Severity { Error, Warning };
     X(PluginBadVersion, "plugin-bad-version", Error, "a plugin's version is MAJOR.MINOR.BUILD")                        \
     X(PluginBadSize, "plugin-bad-size", Warning, "the size of a package is there and a number of bytes")               \
     X(PluginBadHash, "plugin-bad-hash", Error, "a package has a SHA-1 hash in 40 hexadecimal digits")                  \
+    X(PluginBadDelta, "plugin-bad-delta", Warning, "a delta has an older version, size, hash and path, or is not read") \
     X(PluginNoSource, "plugin-no-source", Error, "a package has a source, or lies beside its repository.xml")          \
     X(PluginTwoVersions, "plugin-two-versions", Error, "features share a plugin in one version only")                  \
     X(RuntimeBadName, "runtime-bad-name", Error, "a runtime's name can name a file on every system")                   \
