@@ -12,6 +12,7 @@
 #include <QtNetwork/QNetworkReply>
 #include <QtNetwork/QNetworkRequest>
 
+#include <functional>
 #include <optional>
 
 class QFile;
@@ -78,6 +79,8 @@ public:
 
     /// Serves the events of this thread until none of @p transfers runs any more.
     static void wait(const QVector<QSharedPointer<cTransfer>>& transfers);
+    /// Serves them while @p goesOn, which is asked again after at most a tenth of a second.
+    static void waitWhile(const std::function<bool()>& goesOn);
 
     State state() const { return m_state; }
     bool hasSucceeded() const { return m_state == Succeeded; }
