@@ -174,6 +174,7 @@ void cFetch::finish()
 void cFetch::failOnDisk(const QString& reason)
 {
     log(QString(), reason);
+    m_hasDiskFault = true;
     end(cTransfer::Failed, QNetworkReply::OperationCanceledError, reason);
 }
 

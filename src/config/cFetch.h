@@ -57,6 +57,9 @@ public:
     int error() const { return m_error; }
     const QString& errorString() const { return m_errorString; }
 
+    /// Whether it failed because of the disk, which errorString() names.
+    bool hasDiskFault() const { return m_hasDiskFault; }
+
     /// Whether a part of an earlier run lies beside @p path.
     [[nodiscard]] static bool hasPart(const QString& path) { return QFile::exists(cPartFile::partOf(path)); }
     /// The names of the files that a fetch leaves beside @p path while it is not whole.
@@ -110,4 +113,5 @@ private:
     QSharedPointer<cTransfer> m_transfer;
     int m_error = QNetworkReply::NoError;
     QString m_errorString;
+    bool m_hasDiskFault = false;
 };
