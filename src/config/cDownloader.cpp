@@ -37,8 +37,6 @@ bool cDownloader::run(const QUrl& url, std::optional<QIODevice*> device)
     const auto transfer = QSharedPointer<cTransfer>::create(*m_connections, url, m_options, device);
     m_transfer = transfer;
     connect(transfer.data(), &cTransfer::progress, this, &cDownloader::onProgress);
-    // A request sent on a connection that the server is about to close can be lost without an answer or an error.
-    m_connections->clearConnectionCache();
     const QPointer<cDownloader> self(this);
     transfer->start();
     cTransfer::wait({transfer});

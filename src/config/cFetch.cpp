@@ -5,6 +5,7 @@
 #include "log/cFrameworkLog.h"
 #include "trust/cInstallationTrust.h"
 
+#include <QtConcurrent/QtConcurrentRun>
 #include <QtCore/QFileInfo>
 
 #include <algorithm>
@@ -21,6 +22,12 @@ QUrl withoutUser(const QUrl& url)
 
 cFetch::cFetch(const Order& order) : m_order(order), m_sources(order.sources), m_part(order.path, bool(order.refusal))
 {
+    connect(&m_flush, &QFutureWatcher<QString>::finished, this, [this] { conclude(m_flush.result()); });
+}
+
+cFetch::~cFetch()
+{
+    m_flush.waitForFinished();
 }
 
 QStringList cFetch::restsOf(const QString& path)
@@ -39,12 +46,10 @@ void cFetch::add()
                           [this](const Source& source) { return withoutUser(source.url) == m_origin.url; });
 }
 
-void cFetch::run(cConnections& connections, const cTransfer::Options& options)
+void cFetch::run(const Means& means)
 {
-    m_isBusy = true;
-    m_connections = &connections;
-    m_options = options;
-    m_options.isPart = true;
+    m_step = Transfers;
+    m_means = means;
     QString error;
     if (!makeFolder(QFileInfo(m_order.path).absolutePath(), &error))
         return failOnDisk(error);
@@ -73,6 +78,18 @@ bool cFetch::canGoOn() const
     return !m_isAnew && m_part.length() > 0 && !m_origin.validator.isEmpty() && m_origin.url == withoutUser(source());
 }
 
+cTransfer::Options cFetch::optionsFor(const Source& source) const
+{
+    cTransfer::Options options = m_means.options;
+    options.isPart = true;
+    options.sizeLimit = source.limit;
+    if (canGoOn()) {
+        options.offset = m_part.length();
+        options.validator = m_origin.validator;
+    }
+    return options;
+}
+
 void cFetch::request()
 {
     if (m_source == m_sources.size())
@@ -80,16 +97,13 @@ void cFetch::request()
     const Source& source = m_sources[m_source];
     if (source.limit < 0)
         return refuse(cInstallationTrust::notNamed());
-    m_options.sizeLimit = source.limit;
-    m_options.offset = canGoOn() ? m_part.length() : 0;
-    m_options.validator = canGoOn() ? m_origin.validator : QByteArray();
-    m_transfer = QSharedPointer<cTransfer>::create(*m_connections, source.url, m_options, &m_part);
+    m_transfer = QSharedPointer<cTransfer>::create(*m_means.connections, source.url, optionsFor(source), &m_part);
     connect(m_transfer.data(), &cTransfer::began, this, &cFetch::begin);
     connect(m_transfer.data(), &cTransfer::progress, this, [this](qint64, qint64 total) {
         emit progress(bytesThere(), total < 0 ? total : qMax(total, bytesThere()));
     });
     // The next transfer takes the place of this one, which is busy with the signal.
-    connect(m_transfer.data(), &cTransfer::done, this, &cFetch::conclude, Qt::QueuedConnection);
+    connect(m_transfer.data(), &cTransfer::done, this, &cFetch::takeEnd, Qt::QueuedConnection);
     m_transfer->start();
 }
 
@@ -103,14 +117,14 @@ void cFetch::begin()
         failOnDisk(m_part.fault());
 }
 
-void cFetch::conclude()
+void cFetch::takeEnd()
 {
-    if (m_state != cTransfer::Running || !m_isBusy || m_transfer->state() == cTransfer::Running)
+    if (!isIn(Transfers) || m_transfer->state() == cTransfer::Running)
         return;
     m_error = m_transfer->error();
     if (!m_part.fault().isEmpty())
         failOnDisk(m_part.fault());
-    else if (m_transfer->hasSucceeded())
+    else if (m_transfer->hasSucceeded() || m_part.sha1() == m_order.sha1)
         judge();
     else if (m_transfer->isRestRefused())
         tryAgain(m_transfer->errorString());
@@ -150,7 +164,7 @@ void cFetch::refuse(const QString& reason)
     log(QStringLiteral(" from ") + source().toDisplayString(), reason);
     m_errorString = reason;
     m_isAnew = false;
-    m_isBusy = false;
+    m_step = Waits;
     if (++m_source == m_sources.size())
         end(cTransfer::Failed, m_error, reason);
     else
@@ -159,21 +173,43 @@ void cFetch::refuse(const QString& reason)
 
 void cFetch::finish()
 {
+    emit progress(bytesThere(), bytesThere());
+    if (m_state != cTransfer::Running)
+        return;
+    m_step = Flushes;
+    m_flush.setFuture(QtConcurrent::run(m_means.threads, [this] { return putInPlace(); }));
+    emit paused(); // the host has room
+}
+
+/// On another thread, while nothing else is done with the part. @return why that failed; empty when it did not.
+QString cFetch::putInPlace()
+{
     const QFileDevice::Permissions run = QFileDevice::ExeOwner | QFileDevice::ExeUser;
     if ((m_order.isProgram && !m_part.setPermissions(m_part.permissions() | run)) || !flushFile(m_part))
-        return failOnDisk(QStringLiteral("%1 cannot be written: %2").arg(m_part.fileName(), causeOf(m_part)));
+        return QStringLiteral("%1 cannot be written: %2").arg(m_part.fileName(), causeOf(m_part));
     m_part.close(); // some systems move no file that is open
     QString error;
     if (!moveOver(m_part.fileName(), m_order.path, &error))
-        return failOnDisk(error);
+        return error;
     m_part.removeOrigin();
     flushFolder(QFileInfo(m_order.path).absolutePath());
-    end(cTransfer::Succeeded, QNetworkReply::NoError, QString());
+    return QString();
+}
+
+void cFetch::conclude(const QString& fault)
+{
+    if (!isIn(Flushes))
+        return;
+    if (fault.isEmpty())
+        end(cTransfer::Succeeded, QNetworkReply::NoError, QString());
+    else
+        failOnDisk(fault);
 }
 
 void cFetch::failOnDisk(const QString& reason)
 {
     log(QString(), reason);
+    m_hasDiskFault = true;
     end(cTransfer::Failed, QNetworkReply::OperationCanceledError, reason);
 }
 
@@ -182,7 +218,7 @@ void cFetch::end(cTransfer::State state, int error, const QString& reason)
     if (m_state != cTransfer::Running)
         return;
     m_state = state;
-    m_isBusy = false;
+    m_flush.waitForFinished();
     m_error = error;
     m_errorString = reason;
     if (m_transfer)

@@ -3,9 +3,12 @@
 #include "config/cPartFile.h"
 #include "config/cTransfer.h"
 
-#include <Norvale/cLog.h>
+#include <QtCore/QFutureWatcher>
 
 #include <functional>
+
+class QThreadPool;
+class cConnections;
 
 /**
  * One file that is fetched from the first of its sources that has it.
@@ -41,6 +44,7 @@ public:
     };
 
     explicit cFetch(const Order& order);
+    ~cFetch() override;
 
     /// Idle until it is added to a queue.
     cTransfer::State state() const { return m_state; }
@@ -57,6 +61,9 @@ public:
     int error() const { return m_error; }
     const QString& errorString() const { return m_errorString; }
 
+    /// Whether it failed because of the disk, which errorString() names.
+    bool hasDiskFault() const { return m_hasDiskFault; }
+
     /// Whether a part of an earlier run lies beside @p path.
     [[nodiscard]] static bool hasPart(const QString& path) { return QFile::exists(cPartFile::partOf(path)); }
     /// The names of the files that a fetch leaves beside @p path while it is not whole.
@@ -67,31 +74,44 @@ signals:
     void progress(qint64 bytesThere, qint64 bytesTotal);
     /// Succeeded, failed or cancelled.
     void done();
-    /// Another source is to be tried, when its host has room: for the queue.
+    /// It does not use its source's host any more, or not yet the one of the next source: for the queue.
     void paused();
 
 private:
     friend class cFetchQueue;
 
+    /// Of a fetch that runs: waits for room at its source's host, takes that room, or brings the whole to the disk.
+    enum Step { Waits, Transfers, Flushes };
+
+    /// What the fetches of a queue share.
+    struct Means
+    {
+        cConnections* connections = nullptr;
+        QThreadPool* threads = nullptr; // for flushes, during which connections are not to wait
+        cTransfer::Options options;
+    };
+
     // What the queue does. It adds a fetch once, lets it run while its source's host has room, as often as it waits,
     // and cancels it.
     void add();
-    bool isWaiting() const { return m_state == cTransfer::Running && !m_isBusy; }
-    bool isBusy() const { return m_state == cTransfer::Running && m_isBusy; }
+    bool isIn(Step step) const { return m_state == cTransfer::Running && m_step == step; }
     QUrl source() const { return m_sources.value(m_source).url; }
-    void run(cConnections& connections, const cTransfer::Options& options);
+    void run(const Means& means);
     void cancel() { end(cTransfer::Cancelled, QNetworkReply::OperationCanceledError, QStringLiteral("cancelled")); }
 
     void readPart();
     void request();
     bool canGoOn() const;
+    cTransfer::Options optionsFor(const Source& source) const;
     void begin();
-    void conclude();
+    void takeEnd();
     void judge();
     QString refusal();
     void tryAgain(const QString& reason);
     void refuse(const QString& reason);
     void finish();
+    QString putInPlace();
+    void conclude(const QString& fault);
     void failOnDisk(const QString& reason);
     void end(cTransfer::State state, int error, const QString& reason);
     void log(const QString& from, const QString& reason) const;
@@ -100,14 +120,15 @@ private:
     QVector<Source> m_sources; // in the order in which they are tried
     int m_source = 0;
     cTransfer::State m_state = cTransfer::Idle;
-    bool m_isBusy = false;
+    Step m_step = Waits;
     bool m_isAnew = false; // the present source is asked for the whole, after its rest was of no use
     bool m_hadPart = false;
     cPartFile m_part;
     cPartFile::Origin m_origin;
-    cConnections* m_connections = nullptr; // of the queue, while it runs
-    cTransfer::Options m_options;
+    Means m_means;
     QSharedPointer<cTransfer> m_transfer;
+    QFutureWatcher<QString> m_flush;
     int m_error = QNetworkReply::NoError;
     QString m_errorString;
+    bool m_hasDiskFault = false;
 };

@@ -11,6 +11,9 @@
 
 namespace {
 
+/// The files that are brought to the disk at a time. When that does not keep up, it stops the transfers.
+constexpr int MostFlushes = 8;
+
 QString hostOf(const QUrl& url)
 {
     return url.adjusted(QUrl::RemoveUserInfo | QUrl::RemovePath | QUrl::RemoveQuery | QUrl::RemoveFragment).toString();
@@ -18,22 +21,24 @@ QString hostOf(const QUrl& url)
 
 } // namespace
 
-cFetchQueue::cFetchQueue(int transfersPerHost)
-    : m_transfersPerHost(qBound(1, transfersPerHost, MostTransfers)), m_connections(new cConnections(this))
+cFetchQueue::cFetchQueue(int transfersPerHost) : m_transfersPerHost(qBound(1, transfersPerHost, MostTransfers))
 {
-    m_options.leastRate = cDownloader::leastRateInSettings();
+    // They wait for the disk, which does many flushes at a time in hardly more time than one.
+    m_threads.setMaxThreadCount(MostFlushes);
+    m_means.connections = new cConnections(this);
+    m_means.threads = &m_threads;
+    m_means.options.leastRate = cDownloader::leastRateInSettings();
 }
 
 cFetchQueue::~cFetchQueue()
 {
-    disconnect(); // nobody is told of it
     const QVector<QSharedPointer<cFetch>> fetches = std::exchange(m_fetches, {});
     for (const QSharedPointer<cFetch>& fetch : fetches)
         fetch->cancel();
     // A signal of a fetch, or of a reply, which the connections own, may be what has led here.
     QTimer::singleShot(0, QCoreApplication::instance(), [fetches] {});
-    m_connections->setParent(nullptr);
-    m_connections->deleteLater();
+    m_means.connections->setParent(nullptr);
+    m_means.connections->deleteLater();
 }
 
 int cFetchQueue::transfersInSettings()
@@ -89,15 +94,19 @@ void cFetchQueue::startWaiting()
     m_willStart = false;
     const auto isOver = [](const auto& fetch) { return fetch->state() != cTransfer::Running; };
     m_fetches.erase(std::remove_if(m_fetches.begin(), m_fetches.end(), isOver), m_fetches.end());
+    const auto isFlushing = [](const auto& fetch) { return fetch->isIn(cFetch::Flushes); };
+    if (std::count_if(m_fetches.begin(), m_fetches.end(), isFlushing) >= MostFlushes)
+        return; // the end of one of them leads here again
+
     QHash<QString, int> busy; // by host
     for (const QSharedPointer<cFetch>& fetch : qAsConst(m_fetches))
-        busy[hostOf(fetch->source())] += fetch->isBusy();
+        busy[hostOf(fetch->source())] += fetch->isIn(cFetch::Transfers);
     const QVector<QSharedPointer<cFetch>> fetches = m_fetches;
     const QPointer<cFetchQueue> self(this);
     for (const QSharedPointer<cFetch>& fetch : fetches) {
         if (!self)
             return;
-        if (fetch->isWaiting() && busy[hostOf(fetch->source())]++ < m_transfersPerHost)
-            fetch->run(*m_connections, m_options);
+        if (fetch->isIn(cFetch::Waits) && busy[hostOf(fetch->source())]++ < m_transfersPerHost)
+            fetch->run(m_means);
     }
 }

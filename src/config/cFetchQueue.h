@@ -2,6 +2,8 @@
 
 #include "config/cFetch.h"
 
+#include <QtCore/QThreadPool>
+
 /**
  * Runs fetches side by side, up to a number for each host, in the order in which they were added, over connections that
  * are kept. A request that dies on a connection which the server was closing is repeated once.
@@ -41,8 +43,8 @@ private:
     void startWaiting();
 
     const int m_transfersPerHost;
-    cTransfer::Options m_options;
-    cConnections* m_connections;
+    QThreadPool m_threads;
+    cFetch::Means m_means;
     QVector<QSharedPointer<cFetch>> m_fetches; // that wait or run, in the order in which they were added
     bool m_willStart = false;
 };

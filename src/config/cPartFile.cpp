@@ -15,8 +15,7 @@ constexpr qint64 WriteBackStep = 8 * 1024 * 1024;
 cPartFile::cPartFile(const QString& path, bool hasSha256)
     : QFile(partOf(path)), m_origin(originOf(path)), m_hasSha256(hasSha256)
 {
-    if (m_hasSha256)
-        m_sha256.emplace(Cryptography::cDigest::Sha256);
+    m_digest.emplace(m_hasSha256);
 }
 
 bool cPartFile::openPart()
@@ -27,8 +26,8 @@ bool cPartFile::openPart()
 bool cPartFile::digestOn()
 {
     const QByteArray bytes = read(ReadStep);
-    digest(bytes.constData(), bytes.size());
-    m_handedOver = m_length;
+    m_digest->add(bytes.constData(), bytes.size());
+    m_handedOver = length();
     return !bytes.isEmpty();
 }
 
@@ -54,10 +53,8 @@ bool cPartFile::resize(qint64 size)
 {
     if (!QFile::resize(size) || !seek(size))
         return fail(*this);
-    m_sha1.reset();
-    if (m_hasSha256)
-        m_sha256.emplace(Cryptography::cDigest::Sha256);
-    m_length = m_handedOver = 0;
+    m_digest.emplace(m_hasSha256);
+    m_handedOver = 0;
     return true;
 }
 
@@ -68,21 +65,13 @@ qint64 cPartFile::writeData(const char* bytes, qint64 size)
         fail(*this);
     if (written <= 0)
         return written;
-    digest(bytes, written);
+    m_digest->add(bytes, written);
     m_written += written;
-    if (m_length - m_handedOver >= WriteBackStep) {
-        beginWriteBack(*this, m_handedOver, m_length - m_handedOver);
-        m_handedOver = m_length;
+    if (length() - m_handedOver >= WriteBackStep) {
+        beginWriteBack(*this, m_handedOver, length() - m_handedOver);
+        m_handedOver = length();
     }
     return written;
-}
-
-void cPartFile::digest(const char* bytes, qint64 size)
-{
-    m_sha1.addData(bytes, int(size));
-    if (m_sha256)
-        m_sha256->add(bytes, size);
-    m_length += size;
 }
 
 bool cPartFile::fail(const QFileDevice& file)

@@ -1,12 +1,9 @@
 #pragma once
 
-#include "trust/Cryptography.h"
+#include "config/cContentDigest.h"
 
-#include <QtCore/QCryptographicHash>
 #include <QtCore/QFile>
 #include <QtCore/QUrl>
-
-#include <optional>
 
 /**
  * The part of a file that is being fetched, and where it came from. What is written goes to the system at once, so that
@@ -43,11 +40,11 @@ public:
     /// Empties the part, and the digests.
     bool resize(qint64 size) override;
 
-    qint64 length() const { return m_length; } // that is digested
+    qint64 length() const { return m_digest->length(); } // that is digested
     qint64 bytesWritten() const { return m_written; }
-    QByteArray sha1() const { return m_sha1.result(); }
+    QByteArray sha1() const { return m_digest->sha1(); }
     /// Once.
-    QByteArray sha256() { return m_sha256 ? m_sha256->result() : QByteArray(); }
+    QByteArray sha256() { return m_digest->sha256(); }
 
     /// Why the disk refuses to go on; empty when it does not.
     QString fault() const { return m_fault; }
@@ -56,14 +53,11 @@ protected:
     qint64 writeData(const char* bytes, qint64 size) override;
 
 private:
-    void digest(const char* bytes, qint64 size);
     bool fail(const QFileDevice& file);
 
     const QString m_origin;
     const bool m_hasSha256;
-    QCryptographicHash m_sha1{QCryptographicHash::Sha1};
-    std::optional<Cryptography::cDigest> m_sha256;
-    qint64 m_length = 0;
+    std::optional<cContentDigest> m_digest; // there always; made anew to begin anew
     qint64 m_written = 0;
     qint64 m_handedOver = 0; // up to here the system has been told to bring it to the disk
     QString m_fault;

@@ -1,25 +1,31 @@
 #pragma once
 
-#include <QtCore/QString>
+#include "config/cFetch.h"
 
-class QFile;
-class QFileDevice;
 class cDownloader;
+class cFetchQueue;
 class cRuntimeInfo;
 class cTrustedSite;
 
 /**
  * Brings the setup program of a newer runtime into the data folder: under its own name once it is whole and matches its
- * hash, and beside that name, as "name.part", until then.
+ * hash, and beside that name, as the part of a `cFetch`, until then.
  */
 class cRuntimeFetch
 {
 public:
-    /// All must live as long as this object; the downloader is the caller's to cancel. @p site vouches for the setup
-    /// program; null when no root of trust is pinned.
-    cRuntimeFetch(const cRuntimeInfo& runtime, cDownloader& downloader, cTrustedSite* site = nullptr);
+    /// What it works with; all must live as long as the fetch, and are the caller's to cancel.
+    struct Means
+    {
+        cFetchQueue& queue;
+        cDownloader& downloader; // of metadata
+        cTrustedSite* site;      // which vouches for the setup program; null when no root of trust is pinned
+    };
+
+    cRuntimeFetch(const cRuntimeInfo& runtime, const Means& means) : m_runtime(runtime), m_means(means) {}
 
     /// True when the setup program lies there, fetched now or before. What lay there under its name stays otherwise.
+    /// Serves the events of the thread meanwhile.
     [[nodiscard]] bool run();
 
     /// Absolute path of the setup program, from a successful run() on.
@@ -30,17 +36,13 @@ public:
 
 private:
     bool isThere() const;
-    /// Why the file is not the setup program; empty when it is.
-    QString faultOf(QFileDevice& file) const;
-    bool download();
-    bool transferTo(QFile& part);
-    bool moveIntoPlace(QFile& part);
-    bool failToWrite(const QString& path, const QString& reason);
+    bool fetch();
+    QString refusal(const QByteArray& sha256, qint64 length) const;
+    void removeOtherParts() const;
     bool fail(const QString& reason);
 
     const cRuntimeInfo& m_runtime;
-    cDownloader& m_downloader;
-    cTrustedSite* const m_site;
+    const Means m_means;
     QString m_path;
     QString m_errorString;
 };

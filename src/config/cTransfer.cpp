@@ -22,6 +22,11 @@ constexpr int WaitStep = 100;
 /// events are served fills the memory.
 constexpr qint64 ReadBuffer = 256 * 1024;
 
+/// The longest that the beginning of an answer is waited for on a connection that was used before, in milliseconds.
+/// When a server closes it at the wrong moment, or whoever stands between has forgotten it, the request may be lost
+/// without an error.
+constexpr int KeptPatience = 5000;
+
 /// The bytes of a local file that are read at a time.
 constexpr qint64 LocalStep = 1024 * 1024;
 
@@ -149,18 +154,27 @@ bool cTransfer::copy(QFile& file)
 
 void cTransfer::request()
 {
-    QNetworkRequest request(m_url);
-    request.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::NoLessSafeRedirectPolicy);
+    m_request.setUrl(m_url);
+    m_request.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::NoLessSafeRedirectPolicy);
     // As it lies on the server: a compressed answer that is cut off could not be told from a whole one.
-    request.setRawHeader("Accept-Encoding", "identity");
+    m_request.setRawHeader("Accept-Encoding", "identity");
     if (m_options.offset > 0) {
-        request.setRawHeader("Range", "bytes=" + QByteArray::number(m_options.offset) + '-');
+        m_request.setRawHeader("Range", "bytes=" + QByteArray::number(m_options.offset) + '-');
         if (!m_options.validator.isEmpty())
-            request.setRawHeader("If-Range", m_options.validator);
+            m_request.setRawHeader("If-Range", m_options.validator);
     }
+    // It is checked after what the queue holds: what came while a slot kept this thread busy has not been told yet.
+    m_stallTimer.setSingleShot(true);
+    connect(&m_stallTimer, &QTimer::timeout, this, &cTransfer::checkSilence, Qt::QueuedConnection);
     m_connections.closeIdle();
+    m_mayBeLost = m_connections.areKept();
+    send(m_connections);
+}
+
+void cTransfer::send(QNetworkAccessManager& network)
+{
     // Without an application nothing would ever end the transfer.
-    m_reply = QCoreApplication::instance() ? m_connections.get(request) : nullptr;
+    m_reply = QCoreApplication::instance() ? network.get(m_request) : nullptr;
     if (!m_reply)
         return fail(QNetworkReply::UnknownNetworkError, QStringLiteral("the request cannot be started"));
     connectReply();
@@ -175,20 +189,42 @@ void cTransfer::connectReply()
     connect(m_reply, &QNetworkReply::downloadProgress, this, [this](qint64 received, qint64 total) {
         emit progress(m_options.offset + received, total < 0 ? total : m_options.offset + total);
     });
-    connect(m_reply, &QNetworkReply::redirected, this, [this] { m_silence.restart(); });
+    connect(m_reply, &QNetworkReply::redirected, this, [this] {
+        m_mayBeLost = false;
+        m_silence.restart();
+    });
     connect(m_reply, &QNetworkReply::metaDataChanged, this, &cTransfer::arrive);
     connect(m_reply, &QNetworkReply::readyRead, this, &cTransfer::arrive);
     connect(m_reply, &QNetworkReply::finished, this, [this] { finish(m_reply); });
     connect(m_reply, &QObject::destroyed, this,
             [this] { fail(QNetworkReply::OperationCanceledError, QStringLiteral("the network manager is gone")); });
-    // It is checked after what the queue holds: what came while a slot kept this thread busy has not been told yet.
-    m_stallTimer.setSingleShot(true);
-    connect(&m_stallTimer, &QTimer::timeout, this, &cTransfer::checkSilence, Qt::QueuedConnection);
+}
+
+int cTransfer::patience() const
+{
+    return m_mayBeLost ? qMin(KeptPatience, m_options.stallTimeout) : m_options.stallTimeout;
+}
+
+/// Over a connection that nobody has used: that of a manager of its own.
+void cTransfer::sendAgain()
+{
+    m_mayBeLost = false;
+    releaseReply();
+    send(*new QNetworkAccessManager(&m_connections));
+}
+
+bool cTransfer::hasDiedOnTheWay() const
+{
+    const QNetworkReply::NetworkError error = m_reply->error();
+    return m_mayBeLost && statusOf(*m_reply) == 0 &&
+           (error == QNetworkReply::RemoteHostClosedError || error == QNetworkReply::UnknownNetworkError);
 }
 
 void cTransfer::checkSilence()
 {
-    const qint64 left = m_options.stallTimeout - m_silence.elapsed();
+    if (m_mayBeLost && m_silence.elapsed() >= patience())
+        sendAgain();
+    const qint64 left = patience() - m_silence.elapsed();
     if (left <= 0)
         fail(QNetworkReply::TimeoutError, QStringLiteral("nothing received for %1 ms").arg(m_options.stallTimeout));
     const qint64 leftOfWindow = m_options.leastRate > 0 ? m_options.rateWindow - m_window.elapsed() : left;
@@ -259,6 +295,7 @@ void cTransfer::arrive()
 {
     if (m_state != Running || !m_reply)
         return;
+    m_mayBeLost = false;
     m_silence.restart();
     if (hasFile(*m_reply))
         begin();
@@ -288,6 +325,8 @@ void cTransfer::finish(const QNetworkReply* reply)
 {
     if (m_state != Running || !m_reply || reply != m_reply)
         return;
+    if (hasDiedOnTheWay())
+        return sendAgain();
     if (m_options.isPart)
         arrive();
     if (m_state != Running)
@@ -389,4 +428,6 @@ void cTransfer::releaseReply()
     reply->disconnect(this);
     reply->abort();
     reply->deleteLater();
+    if (reply->manager() != &m_connections)
+        reply->manager()->deleteLater(); // of sendAgain()
 }

@@ -10,19 +10,22 @@
 #include <QtCore/QUrl>
 #include <QtCore/QVector>
 #include <QtNetwork/QNetworkReply>
+#include <QtNetwork/QNetworkRequest>
 
 #include <functional>
 #include <optional>
 
 class QFile;
 class QIODevice;
+class QNetworkAccessManager;
 class cConnections;
 
 /**
  * One transfer of one URL: over HTTP or HTTPS, or of a local file, into memory or into a device. Every byte goes
  * through a SHA-1 digest; nothing is compared with it here. An answer shorter than the length it promises fails; one
  * without a length ends with its connection, so that only the digest or the content tells whether it is whole.
- * Redirects are followed unless they lead from HTTPS to HTTP.
+ * Redirects are followed unless they lead from HTTPS to HTTP. A request that goes over a kept connection, and dies
+ * there before its answer begins, is sent once more over a fresh one.
  *
  * What has arrived is taken in bounded steps, so that the size limit bounds the memory, whatever a server sends.
  *
@@ -120,8 +123,12 @@ private:
     void readLocalFile(const QString& path);
     bool copy(QFile& file);
     void request();
+    void send(QNetworkAccessManager& network);
     void connectReply();
+    int patience() const;
     void checkSilence();
+    void sendAgain();
+    bool hasDiedOnTheWay() const;
     void checkRate();
     void take(const QByteArray& bytes);
     void begin();
@@ -145,6 +152,8 @@ private:
     const QPointer<QIODevice> m_device;
 
     State m_state = Idle;
+    QNetworkRequest m_request;
+    bool m_mayBeLost = false; // as long as no answer has begun on what may be a kept connection
     QPointer<QNetworkReply> m_reply;
     bool m_hasBegun = false;
     bool m_isRestRefused = false;

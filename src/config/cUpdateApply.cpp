@@ -43,6 +43,7 @@ void cUpdateApply::cancel()
     m_downloader.cancel();
     for (const auto& fetch : m_fetches)
         fetch->cancel();
+    m_queue.cancel();
 }
 
 bool cUpdateApply::fetchPackages()
@@ -200,9 +201,8 @@ bool cUpdateApply::commit()
 bool cUpdateApply::fetchRuntime()
 {
     const cRuntimeInfo& runtime = m_check.runtime();
-    connect(&m_downloader, &cDownloader::progress, &runtime, &cRuntimeInfo::onProgress);
     connect(&runtime, &cRuntimeInfo::progress, this, &cUpdateApply::progress);
-    cRuntimeFetch fetch(runtime, m_downloader, m_check.site());
+    cRuntimeFetch fetch(runtime, {m_queue, m_downloader, m_check.site()});
     const bool isFetched = fetch.run();
     if (m_isCancelled)
         return false;

@@ -72,7 +72,7 @@ private:
     const QVector<cFeaturePlugin*> m_plugins; // to fetch
     cLog m_log;
     cDropbox m_dropbox;
-    cDownloader m_downloader; // of metadata and of the runtime
+    cDownloader m_downloader; // of metadata
     cFetchQueue m_queue;
     QThreadPool m_threads;
     std::vector<std::unique_ptr<cPackageFetch>> m_fetches; // one for each plugin, in their order

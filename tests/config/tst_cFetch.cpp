@@ -4,12 +4,27 @@
 #include <LogFile.h>
 #include <Rows.h>
 
+#include <memory>
+
 static const QByteArray Whole = QByteArray("0123456789").repeated(10);
 
 static QByteArray sha1(const QByteArray& bytes)
 {
     return QCryptographicHash::hash(bytes, QCryptographicHash::Sha1);
 }
+
+struct Run;
+/// What happens to a fetch while it runs.
+using Event = void (*)(Run&);
+Q_DECLARE_METATYPE(Event)
+
+struct Run
+{
+    QSharedPointer<cFetch> fetch;
+    QSharedPointer<cFetch> other;
+    std::unique_ptr<cFetchQueue> queue;
+    Event event = nullptr;
+};
 
 /// Fetches from a real server: what lies there afterwards, and how many requests and bytes that took.
 class tst_cFetch : public QObject
@@ -29,24 +44,29 @@ private slots:
         // bytes fetched, and what lies there afterwards.
         const Rows<QString, QByteArray, int, QByteArray, int, int, QByteArray> row("sources", "part", "from", "tag",
                                                                                    "requests", "fetched", "left");
-        row("nothing is there", "~ranges=1/a", "", 0, "", 1, 100, Whole);
-        row("a half", "~ranges=1/a", Whole.left(50), 1, "\"1\"", 1, 50, Whole);
-        row("a half of unknown origin", "~ranges=1/a", Whole.left(50), 0, "\"1\"", 1, 100, Whole);
-        row("a half without a validator", "~ranges=1/a", Whole.left(50), 1, "", 1, 100, Whole);
-        row("a half of the second source", "~ranges=1/b ~ranges=1/a", Whole.left(50), 2, "\"1\"", 1, 50, Whole);
-        row("a half of a source that is gone", "gone ~ranges=1/a", Whole.left(50), 1, "\"1\"", 2, 100, Whole);
+        row("nothing is there", "~tag=1/a", "", 0, "", 1, 100, Whole);
+        row("slow", "~rate=1000/a", "", 0, "", 1, 100, Whole);
+        row("a half", "~tag=1/a", Whole.left(50), 1, "\"1\"", 1, 50, Whole);
+        row("a half of unknown origin", "~tag=1/a", Whole.left(50), 0, "\"1\"", 1, 100, Whole);
+        row("a half without a validator", "~tag=1/a", Whole.left(50), 1, "", 1, 100, Whole);
+        row("a half of the second source", "~tag=1/b ~tag=1/a", Whole.left(50), 2, "\"1\"", 1, 50, Whole);
+        row("a half of a source that is gone", "gone ~tag=1/a", Whole.left(50), 1, "\"1\"", 2, 100, Whole);
         row("all", "a", Whole, 0, "", 0, 0, Whole);
-        row("more than all", "~ranges=1/a", Whole + "more", 1, "\"1\"", 2, 100, Whole);
-        row("something else", "~ranges=1/a", Whole.left(50).toLower().replace('0', 'x'), 1, "\"1\"", 2, 150, Whole);
-        row("changed meanwhile", "~ranges=2/a", Whole.left(50), 1, "\"1\"", 1, 100, Whole);
-        row("the server knows no ranges", "a", Whole.left(50), 1, "\"1\"", 1, 100, Whole);
-        row("another part", "~shift=1/~ranges=1/a", Whole.left(50), 1, "\"1\"", 2, 100, Whole);
-        row("cut", "~cut=130/~ranges=1/a", "", 0, "", 1, 79, Whole.left(79));
-        row("cut, and gone on with elsewhere", "~cut=130/~ranges=1/a a", "", 0, "", 2, 179, Whole);
+        row("more than all", "~tag=1/a", Whole + "more", 1, "\"1\"", 2, 100, Whole);
+        row("something else", "~tag=1/a", Whole.left(50).toLower().replace('0', 'x'), 1, "\"1\"", 2, 150, Whole);
+        row("changed meanwhile", "~tag=2/a", Whole.left(50), 1, "\"1\"", 1, 100, Whole);
+        row("the server knows no ranges", "~noranges/a", Whole.left(50), 1, "\"1\"", 1, 100, Whole);
+        row("another part", "~shift=1/~tag=1/a", Whole.left(50), 1, "\"1\"", 2, 100, Whole);
+        row("a part of another file", "~wrong=2/~tag=1/a", Whole.left(50), 1, "\"1\"", 2, 100, Whole);
+        row("a rest that is not what it says", "~wrong=/~tag=1/a", Whole.left(50), 1, "\"1\"", 2, 150, Whole);
+        row("a rest of another length", "~promise=9/~tag=1/a", Whole.left(50), 1, "\"1\"", 1, 50, Whole);
+        row("an old date", "a", Whole.left(50), 1, "Thu, 01 Jan 1970 00:00:00 GMT", 1, 100, Whole);
+        row("cut", "~cut=+79/~tag=1/a", "", 0, "", 1, 79, Whole.left(79));
+        row("cut, and gone on with elsewhere", "~cut=+79/~tag=1/a a", "", 0, "", 2, 179, Whole);
         row("absent", "gone gone", "", 0, "", 2, 0, "-");
         row("absent, with a part", "gone", Whole.left(50), 0, "", 1, 0, Whole.left(50));
         row("another file", "b", "", 0, "", 1, 14, "-");
-        row("another file for a part", "~ranges=1/b", Whole.left(50), 1, "\"2\"", 1, 14, "");
+        row("another file for a part", "~tag=1/b", Whole.left(50), 1, "\"2\"", 1, 14, "");
         row("too long", "~fill=901/a", "", 0, "", 1, 0, "-");
         row("a local file", "file:a", "", 0, "", 0, 100, Whole);
     }
@@ -57,18 +77,12 @@ private slots:
         QFETCH(QByteArray, tag);
         QFETCH(QByteArray, left);
         QFETCH(int, from);
-        QTemporaryDir folder;
-        cFetch::Order order;
-        order.name = "A-1.00.000";
-        order.path = folder.filePath("sub/A.zip");
-        order.sha1 = sha1(Whole);
-        for (const QString& source : sources.split(' '))
-            order.sources.append(
-                {source.startsWith("file:") ? m_site.fileUrl(source.mid(5)) : m_site.url(source), 1000});
-        if (!part.isEmpty())
-            write(order.path + ".part", part);
+        const QTemporaryDir folder;
+        const cFetch::Order order = orderOf(folder, sources);
         if (from > 0)
-            write(order.path + ".part.origin", order.sources[from - 1].url.toEncoded() + '\n' + tag + '\n');
+            lay(order, part, tag, from);
+        else if (!part.isEmpty())
+            write(order.path + ".part", part);
         const LogFile log;
         m_site.takeRequests();
         const auto fetch = QSharedPointer<cFetch>::create(order);
@@ -87,7 +101,168 @@ private slots:
                  !fetch->hasSucceeded() || sources.contains("gone") || sources.contains("cut"));
     }
 
+    void vouchesForWhatCame_data()
+    {
+        const Rows<QByteArray, QString> row("part", "refusal");
+        row("accepted", "", "");
+        row("accepted, in two parts", Whole.left(50), "");
+        row("accepted, as it lay there", Whole, "");
+        row("refused", "", "no trusted metadata names it");
+        row("refused, as it lay there", Whole, "no trusted metadata names it");
+    }
+    void vouchesForWhatCame()
+    {
+        const auto [part, refusal] = cells<QByteArray, QString>("part", "refusal");
+        const QTemporaryDir folder;
+        cFetch::Order order = orderOf(folder, "~tag=1/a");
+        order.refusal = [text = refusal](const QByteArray& sha256, qint64 length) {
+            const bool isWhole = sha256 == QCryptographicHash::hash(Whole, QCryptographicHash::Sha256);
+            return isWhole && length == Whole.size() ? text : "not the file";
+        };
+        if (!part.isEmpty())
+            lay(order, part, "\"1\"");
+        const auto fetch = QSharedPointer<cFetch>::create(order);
+        cFetchQueue queue;
+        queue.add(fetch);
+        queue.wait();
+        QCOMPARE(fetch->errorString(), refusal);
+        QCOMPARE(read(order.path), refusal.isEmpty() ? Whole : "-");
+        QCOMPARE(read(order.path + ".part"), QByteArray(refusal.isEmpty() || part.isEmpty() ? "-" : ""));
+    }
+    void tellsWhatTheDiskRefuses()
+    {
+        const QTemporaryDir folder;
+        cFetch::Order order = orderOf(folder, "a");
+        write(folder.filePath("sub"), "a file");
+        const auto fetch = QSharedPointer<cFetch>::create(order);
+        cFetchQueue queue;
+        queue.add(fetch);
+        queue.wait();
+        QVERIFY(fetch->hasDiskFault());
+        QVERIFY2(fetch->errorString().contains(folder.filePath("sub")), qPrintable(fetch->errorString()));
+    }
+    void losesLittleOfWhatIsLarge()
+    {
+        const QByteArray large(6000000, 'x');
+        QVERIFY(m_site.write("large", large));
+        const QTemporaryDir folder;
+        cFetch::Order order = orderOf(folder, "~cut=+4000000/large");
+        order.sources.first().limit = 0;
+        order.sha1 = sha1(large);
+        qint64 fetched = 0;
+        for (const bool isLast : {false, true}) {
+            const auto fetch = QSharedPointer<cFetch>::create(order);
+            cFetchQueue queue;
+            queue.add(fetch);
+            queue.wait();
+            QCOMPARE(fetch->hasSucceeded(), isLast);
+            fetched += fetch->bytesFetched();
+        }
+        QVERIFY2(fetched - large.size() < 256 * 1024, qPrintable(QString::number(fetched)));
+        QVERIFY(read(order.path) == large);
+    }
+    void runsSoManyAHost_data()
+    {
+        const Rows<int, QString> row("most", "requests");
+        row("one", 1, "/~pause=+9/a?0");
+        row("two", 2, "/~pause=+9/a?0 /~pause=+9/a?1");
+        row("not less than one", 0, "/~pause=+9/a?0");
+    }
+    void runsSoManyAHost()
+    {
+        QFETCH(int, most);
+        const QTemporaryDir folder;
+        cFetchQueue queue(most);
+        QVERIFY2(m_site.setFaults("~delay=20").isEmpty(), "the server knows distances");
+        m_site.takeRequests();
+        QVector<QSharedPointer<cFetch>> fetches;
+        for (int i = 0; i < 4; ++i) {
+            cFetch::Order order = orderOf(folder, "~pause=+9/a");
+            order.path += QString::number(i);
+            order.sources.first().url.setQuery(QString::number(i));
+            fetches << QSharedPointer<cFetch>::create(order);
+            queue.add(fetches.last());
+        }
+        const int running = qMax(most, 1);
+        QTRY_COMPARE(fetches.first()->bytesThere(), qint64(9));
+        QTRY_COMPARE(fetches[running - 1]->bytesThere(), qint64(9));
+        QStringList requests = m_site.takeRequests();
+        requests.sort(); // two at a time come in any order
+        QTEST(requests.join(' '), "requests");
+        queue.cancel(*fetches.first());
+        queue.cancel();
+        QVERIFY(queue.isIdle());
+        QVERIFY(m_site.setFaults("~").isEmpty());
+        for (const QSharedPointer<cFetch>& fetch : fetches)
+            QCOMPARE(fetch->state(), cTransfer::Cancelled);
+        QCOMPARE(read(fetches.first()->path() + ".part"), Whole.left(9));
+        QCOMPARE(read(fetches.last()->path() + ".part"), QByteArray("-"));
+    }
+    void survivesWhatHappensMeanwhile_data()
+    {
+        const Rows<Event, int> row("event", "state");
+        row(
+            "nothing", [](Run&) {}, cTransfer::Succeeded);
+        row(
+            "cancelled", [](Run& run) { run.queue->cancel(*run.fetch); }, cTransfer::Cancelled);
+        row(
+            "all cancelled", [](Run& run) { run.queue->cancel(); }, cTransfer::Cancelled);
+        row(
+            "the queue is destroyed", [](Run& run) { run.queue.reset(); }, cTransfer::Cancelled);
+        row(
+            "another is added", [](Run& run) { run.queue->add(run.other); }, cTransfer::Succeeded);
+    }
+    /// From the first progress, the last one, and the end.
+    void survivesWhatHappensMeanwhile()
+    {
+        const auto [event, state] = cells<Event, int>("event", "state");
+        for (const int at : {1, int(Whole.size()), -1}) {
+            const QTemporaryDir folder;
+            Run run;
+            const QString path = at == 1 ? "~trickle=2/a" : "a";
+            run.fetch = QSharedPointer<cFetch>::create(orderOf(folder, path));
+            cFetch::Order other = orderOf(folder, "b");
+            other.path += "-2";
+            run.other = QSharedPointer<cFetch>::create(other);
+            run.queue = std::make_unique<cFetchQueue>();
+            const auto happen = [&run] {
+                if (const Event once = std::exchange(run.event, nullptr))
+                    once(run);
+            };
+            run.event = event;
+            connect(run.fetch.data(), &cFetch::progress, this, [&](qint64 there) {
+                if (at > 0 && there >= at)
+                    happen();
+            });
+            connect(run.fetch.data(), &cFetch::done, this, [&] { happen(); });
+            cFetchQueue* const queue = run.queue.get();
+            queue->add(run.fetch);
+            queue->wait();
+            QCOMPARE(int(run.fetch->state()), at < 0 ? int(cTransfer::Succeeded) : state);
+            QCOMPARE(read(run.fetch->path()), run.fetch->hasSucceeded() ? Whole : "-");
+            if (run.other->state() != cTransfer::Idle)
+                QCOMPARE(run.other->state(), cTransfer::Failed); // it is another file
+        }
+    }
+
 private:
+    cFetch::Order orderOf(const QTemporaryDir& folder, const QString& sources) const
+    {
+        cFetch::Order order;
+        order.name = "A-1.00.000";
+        order.path = folder.filePath("sub/A.zip");
+        order.sha1 = sha1(Whole);
+        for (const QString& source : sources.split(' '))
+            order.sources.append(
+                {source.startsWith("file:") ? m_site.fileUrl(source.mid(5)) : m_site.url(source), 1000});
+        return order;
+    }
+    /// As the part that came from the source of that number, from 1 on.
+    static void lay(const cFetch::Order& order, const QByteArray& part, const QByteArray& tag, int source = 1)
+    {
+        write(order.path + ".part", part);
+        write(order.path + ".part.origin", order.sources[source - 1].url.toEncoded() + '\n' + tag + '\n');
+    }
     static void write(const QString& path, const QByteArray& bytes)
     {
         QFile file(path);

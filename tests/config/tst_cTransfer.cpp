@@ -24,7 +24,7 @@ private slots:
         QBuffer device;
         QVERIFY(device.open(QIODevice::WriteOnly));
         Transfers transfers;
-        transfers << make("~trickle=20/a") << make("~trickle=20/a", &device) << make("b") << make("~pause=45/a");
+        transfers << make("~trickle=20/a") << make("~trickle=20/a", &device) << make("b") << make("~pause=+6/a");
         QStringList told;
         for (const QSharedPointer<cTransfer>& transfer : transfers) {
             const QString number = QString::number(transfers.indexOf(transfer));
@@ -48,19 +48,20 @@ private slots:
     {
         const Rows<QString, QByteArray, QByteArray, QByteArray, int> row("url", "validator", "before", "after",
                                                                          "offset");
-        row("the rest", "~ranges=1/a", "\"1\"", "HELLO ", "HELLO world", 6);
-        row("without a validator", "~ranges=1/a", "", "HELLO ", "HELLO world", 6);
-        row("from elsewhere", "~redirect=%2F~ranges%3D1/a", "\"1\"", "HELLO ", "HELLO world", 6);
-        row("in chunks", "~chunked/~ranges=1/a", "\"1\"", "HELLO ", "HELLO world", 6);
-        row("changed meanwhile", "~ranges=2/a", "\"1\"", "HELLO ", "hello world", 0);
-        row("changed meanwhile, and shorter", "~ranges=2/a", "\"1\"", "HELLO, WORLD AND ALL", "hello world", 0);
-        row("no ranges", "a", "\"1\"", "HELLO ", "hello world", 0);
+        row("the rest", "~tag=1/a", "\"1\"", "HELLO ", "HELLO world", 6);
+        row("without a validator", "~tag=1/a", "", "HELLO ", "HELLO world", 6);
+        row("from elsewhere", "~redirect=%2F~tag%3D1/a", "\"1\"", "HELLO ", "HELLO world", 6);
+        row("in chunks", "~chunked/~tag=1/a", "\"1\"", "HELLO ", "HELLO world", 6);
+        row("changed meanwhile", "~tag=2/a", "\"1\"", "HELLO ", "hello world", 0);
+        row("changed meanwhile, and shorter", "~tag=2/a", "\"1\"", "HELLO, WORLD AND ALL", "hello world", 0);
+        row("no ranges", "~noranges/a", "\"1\"", "HELLO ", "hello world", 0);
         row("local file", "file:a", "", "HELLO ", "hello world", 0);
-        row("another part", "~shift=1/~ranges=1/a", "\"1\"", "HELLO ", "HELLO ", -1);
-        row("nothing is left", "~ranges=1/a", "\"1\"", "HELLO WORLD", "HELLO WORLD", -1);
+        row("another part", "~shift=1/~tag=1/a", "\"1\"", "HELLO ", "HELLO ", -1);
+        row("a part of another file", "~wrong=2/~tag=1/a", "\"1\"", "HELLO ", "HELLO ", -1);
+        row("nothing is left", "~tag=1/a", "\"1\"", "HELLO WORLD", "HELLO WORLD", -1);
         row("absent", "b", "\"1\"", "HELLO ", "HELLO ", -1);
-        row("cut short", "~promise=1/~ranges=1/a", "\"1\"", "HELLO ", "HELLO world", -1);
-        row("too long as a whole", "~fill=100/~ranges=1/a", "\"1\"", "HELLO ", "HELLO ", -1);
+        row("cut short", "~promise=1/~tag=1/a", "\"1\"", "HELLO ", "HELLO world", -1);
+        row("too long as a whole", "~fill=100/~tag=1/a", "\"1\"", "HELLO ", "HELLO ", -1);
     }
     /// An offset of -1 stands for a failure.
     void beginsInTheMiddle()
@@ -89,6 +90,29 @@ private slots:
         QCOMPARE(transfer->offset(), qint64(offset));
         QCOMPARE(transfer->digest(), QCryptographicHash::hash(after.mid(offset), QCryptographicHash::Sha1));
         QVERIFY(url.contains("chunked") || progress.contains({11LL, 11LL}));
+    }
+    void outlivesAKeptConnection_data()
+    {
+        const Rows<QString, QString> row("first", "requests");
+        row("kept", "~leave=/a", "/b");
+        row("closed after the answer", "~leave=now/a", "/b");
+        row("closed before the request", "~leave=next/a", "/b");
+        row("closed in the middle of it", "~leave=middle/a", "/b /b");
+        row("silent", "~leave=mute/a", "/b /b");
+    }
+    void outlivesAKeptConnection()
+    {
+        QFETCH(QString, first);
+        QVERIFY(m_site.write("b", "once more"));
+        cTransfer::Options options;
+        options.stallTimeout = 1000;
+        m_manager.clearConnectionCache();
+        QCOMPARE(run(urlOf(first), options)->data(), QByteArray("hello world"));
+        m_site.takeRequests();
+        const auto second = run(urlOf("b"), options);
+        QCOMPARE(second->errorString(), QString());
+        QCOMPARE(second->data(), QByteArray("once more"));
+        QTEST(m_site.takeRequests().join(' '), "requests");
     }
     void endsWhatIsTooSlow_data()
     {

@@ -191,7 +191,7 @@ private slots:
             "source-unreachable");
         row("what a redirection leads to", "~redirect=", "");
         row("a lost page", "~status=404", "source-unreachable");
-        row("a page cut off without a length", "~unsized/~cut=300", "package-");
+        row("a page cut off without a length", "~unsized/~cut=+281", "package-");
         row("more than there is", "~fill=1", "source-size");
     }
     void finds()

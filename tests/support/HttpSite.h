@@ -27,6 +27,9 @@ public:
     /// Writes a file below the folder, with the folders that lead to it.
     bool write(const QString& path, const QByteArray& bytes);
 
+    /// Every request from now on has @p faults, such as "~delay=50"; "~" for none. Its own come before them.
+    QString setFaults(const QString& faults) { return forge(faults); }
+
     /// Runs @p steps of tuf_site.py, which makes signed sites, honest and forged. @return why that failed; empty otherwise.
     QString forge(const QString& steps);
 

@@ -93,7 +93,7 @@ class tst_Attacks : public QObject
         row("longer than said", "publish(targets); files['/tuf/3.targets.json'] += b' '", "3.targets.json", "1 3 3 2");
         row("shorter than said", "publish(targets); files['/tuf/3.targets.json'] = b'{}'", "has 2 bytes instead of",
             "1 3 3 2");
-        row("cut", "publish(targets); faults['/tuf/3.targets.json'] = '~cut=300'", "3.targets.json", "1 3 3 2");
+        row("cut", "publish(targets); faults['/tuf/3.targets.json'] = '~cut=+200'", "3.targets.json", "1 3 3 2");
         row("missing", "publish(targets); del files['/tuf/3.targets.json']", "3.targets.json", "1 3 3 2");
         row("no timestamp", "del files['/tuf/timestamp.json']", "timestamp.json", "1 2 2 2");
         row("no root to be had", "faults['/tuf/2.root.json'] = '~status=500'", "2.root.json", "1 2 2 2");
@@ -254,7 +254,7 @@ private slots:
         row("all", "targets.version = snapshot.version = timestamp.version = 2**53 + 1; publish(targets)",
             "rotate(timestamp, 'a'); rotate(snapshot, 'b'); rotate(targets, 'c'); publish(root, targets)");
         row("broken off", "snapshot.version = 2**31; publish(snapshot)",
-            "rotate(snapshot, 'new'); publish(root, snapshot); faults['/tuf/timestamp.json'] = '~cut=99'");
+            "rotate(snapshot, 'new'); publish(root, snapshot); faults['/tuf/timestamp.json'] = '~cut=+60'");
     }
     void recovers()
     {
@@ -328,7 +328,7 @@ private slots:
         const Rows<QString> row("faults");
         row("byte by byte", "~trickle=50");
         row("silent in the head", "~pause=10");
-        row("silent in the body", "~pause=300");
+        row("silent in the body", "~pause=+100");
     }
     void isGivenUpWhenSlow()
     {
