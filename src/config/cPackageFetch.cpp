@@ -20,7 +20,7 @@ namespace {
 /// Whether an error of a transfer is one of the network, rather than of what the server has.
 bool isOfNetwork(int error)
 {
-    return error > QNetworkReply::NoError && error <= QNetworkReply::UnknownNetworkError &&
+    return error > QNetworkReply::NoError && error < QNetworkReply::ContentAccessDenied &&
            error != QNetworkReply::OperationCanceledError; // it was too long
 }
 
