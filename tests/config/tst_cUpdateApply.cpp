@@ -344,7 +344,9 @@ private slots:
         m_site.takeRequests();
         offerFrom("../pkg/D.zip");
         QCOMPARE(update(), "0");
-        QCOMPARE(m_site.takeRequests().filter("/pkg/").size(), requests);
+        const QStringList asked = m_site.takeRequests().filter("/pkg/");
+        QCOMPARE(QSet<QString>(asked.begin(), asked.end()).size(),
+                 requests); // a rest that is cut, too, is asked for anew
         QVERIFY(contentOf("Dropbox/D-2.00.000.zip") == package);
         QCOMPARE(dropbox(), "D-2.00.000.zip +");
         QCOMPARE(m_fixture.logged("Not rebuilt"), logged.isEmpty() ? 0 : requests);
