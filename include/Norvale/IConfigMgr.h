@@ -147,7 +147,7 @@ public:
      * of at most 100 milliseconds, so slots and timers run; one that calls this function or doUpdateOn() is refused.
      * The installed catalogue is loaded first if it is empty. What is installed does not change. An update that waits
      * in the Dropbox folder is discarded when every location was reached and none offers anything newer: it has been
-     * withdrawn.
+     * withdrawn; and with it what has been fetched of one that was never whole.
      *
      * @return an object. A key is there only from the step on at which its value is known:
      * | Key | Type | Meaning |
@@ -179,10 +179,12 @@ public:
      * Makes the check of checkForUpdates() and fetches what it found, ready to be installed at the next start.
      *
      * Packages are verified against their SHA-1 and laid into the Dropbox folder, last of all the description that
-     * makes them count; one that lies there whole already is not fetched again. When a newer runtime is required, its
-     * setup program is fetched into the data folder instead, and `Corvane::restartSetupFilename` names it. A run that
-     * fails, is cancelled or killed leaves the installation as it was, and an update fetched earlier too, unless the
-     * same version of a package has since changed on the site: an update whose package is replaced is withdrawn.
+     * makes them count. Several are fetched at a time. One that lies there whole already is not fetched again, and of
+     * one that lies there in part only the rest; where the repository has a patch for the installed version of a plugin
+     * whose files nobody has changed, the package is made again from these. When a newer runtime is required, its setup
+     * program is fetched into the data folder instead, and `Corvane::restartSetupFilename` names it. A run that fails,
+     * is cancelled or killed leaves the installation as it was, and an update fetched earlier too, unless the same
+     * version of a package has since changed on the site: an update whose package is replaced is withdrawn.
      *
      * @param names features to take in beside the installed ones, such as new ones to install; empty for an update.
      * @return the object of the check. When its code was other than 0, nothing was fetched; otherwise it has become:
@@ -199,14 +201,18 @@ public:
      * | "core_version" | The repository cannot be installed over the installed version, which is too old. |
      * | "repository.xml" | The description could not be written into the Dropbox folder. |
      *
+     * When several failed, "failed" is the first of them in the order of the repository. Beside the check's members the
+     * object has "fetched" (integer), unless a newer runtime is fetched: the bytes of packages and patches that came
+     * from the sites in this run. It is less than "size" where something lay there already or was patched.
+     *
      * The reason of a 3 stands in the log channel "ConfigurationMgr". Like a check, the call serves the event queue
      * while it waits, and is refused with code 4 while a check or update is under way.
      */
     static cJsonValue doUpdateOn(QStringList names);
 
     /**
-     * Cancels the update under way: doUpdateOn() ends its transfer and returns code 1. For a slot or event that is
-     * delivered while it waits. Packages that had arrived are kept for the next try.
+     * Cancels the update under way: doUpdateOn() ends its transfers and returns code 1. For a slot or event that is
+     * delivered while it waits. What had arrived is kept for the next try, parts of packages too.
      *
      * A mere check ends too, and answers with code 2. When nothing is under way, nothing happens.
      */
@@ -217,7 +223,8 @@ public:
      *
      * The slot is called with the name of what is being fetched, the bytes received so far and the bytes expected.
      * While an update fetches its packages, name and numbers stand for all of them together, for one bar: the name is
-     * the repository's name and version.
+     * the repository's name and version, the numbers are those of the bytes to fetch, be it packages or patches. What
+     * lies there already counts as received. Where a patch is of no use, the bytes of its package are added.
      * @param receiver the object whose slot is called; not owned. The connection ends with it.
      * @param slot the slot in the form that `QObject::connect` takes, such as
      * `SLOT(onProgress(QString,qint64,qint64))`. A null pointer in either place, a slot that does not exist, and a call

@@ -280,13 +280,12 @@ cJsonValue cConfigurationMgr::makeCheck(cUpdateCheck& check, const QStringList& 
 void cConfigurationMgr::discardWithdrawn()
 {
     cDropbox dropbox;
-    if (!dropbox.hasUpdate())
-        return;
+    const bool hadUpdate = dropbox.hasUpdate();
     const QString left = dropbox.discard();
-    if (left.isEmpty())
+    if (left.isEmpty() && hadUpdate)
         m_log.info() << "The update that waited to be installed is discarded: the update sites offer it no more"
                      << Qt::endl;
-    else
+    else if (!left.isEmpty())
         m_log.warning().noquote() << "An update that the update sites offer no more cannot be discarded whole:" << left
                                   << Qt::endl;
 }

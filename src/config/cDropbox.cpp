@@ -2,14 +2,13 @@
 
 #include "config/cCatalogueReader.h"
 #include "config/cCatalogueWriter.h"
+#include "config/cFetch.h"
 #include "core/Files.h"
 #include "version/cPluginId.h"
 
 #include <Norvale/Corvane.h>
 
-#include <QtCore/QCryptographicHash>
 #include <QtCore/QDir>
-#include <QtCore/QFile>
 #include <QtCore/QFileInfo>
 #include <QtCore/QRegularExpression>
 #include <QtCore/QSet>
@@ -60,6 +59,24 @@ QString writtenFor(const QString& fileName)
     return name.remove(end);
 }
 
+/// The name of the file that is fetched, if @p fileName is a part of it, or what lies beside a part.
+QString fetchedFor(const QString& fileName)
+{
+    static const QStringList ends = cFetch::restsOf(QString());
+    const auto end = std::find_if(ends.begin(), ends.end(), [&](const QString& end) { return fileName.endsWith(end); });
+    return end == ends.end() ? fileName : fileName.chopped(end->size());
+}
+
+/// The name of the package that @p fileName is a rest of, or its patch; the name itself when it is none.
+QString packageFor(const QString& fileName)
+{
+    static const QRegularExpression patch(QStringLiteral("-from-[-0-9.]+\\.delta\\z"));
+    QString name = fetchedFor(fileName);
+    if (name == fileName)
+        name = fetchedFor(writtenFor(fileName));
+    return name.replace(patch, QStringLiteral(".zip"));
+}
+
 } // namespace
 
 cDropbox::cDropbox()
@@ -69,31 +86,12 @@ cDropbox::cDropbox()
 {
 }
 
-bool cDropbox::holds(const cFeaturePlugin& plugin) const
+bool cDropbox::makeWayFor(const QString& package, QString* error)
 {
-    QFile file(path(plugin.id().packageFileName()));
-    QCryptographicHash digest(QCryptographicHash::Sha1);
-    return plugin.hashFault().isEmpty() && !plugin.hash().isEmpty() && QFileInfo(file).isFile() &&
-           file.open(QIODevice::ReadOnly) && digest.addData(&file) && digest.result() == plugin.hash();
-}
-
-QByteArray cDropbox::packageOf(const cFeaturePlugin& plugin) const
-{
-    QByteArray package;
-    (void)readFile(path(plugin.id().packageFileName()), package, nullptr);
-    return package;
-}
-
-bool cDropbox::store(const cFeaturePlugin& plugin, QString* error)
-{
-    const QString file = path(plugin.id().packageFileName());
-    if (!enlist({plugin.id().packageFileName()}, error))
-        return false;
-    if (QFile::exists(file) && hasUpdate() && !removeDescription()) {
-        *error = QStringLiteral("%1 cannot be removed: %2").arg(m_description, causeOfSystem(m_description));
-        return false;
-    }
-    return replaceFile(file, plugin.packageData(), error);
+    if (!isDescribed(package) || removeDescription())
+        return true;
+    *error = QStringLiteral("%1 cannot be removed: %2").arg(m_description, causeOfSystem(m_description));
+    return false;
 }
 
 bool cDropbox::commit(const cFeatureCatalogue& update, QString* error)
@@ -120,7 +118,7 @@ bool cDropbox::removeDescription()
 QString cDropbox::discard()
 {
     const QStringList known = listed() + described();
-    return removeDescription() ? tidy(known, cFeatureCatalogue()) : m_description;
+    return !hasUpdate() || removeDescription() ? tidy(known, cFeatureCatalogue()) : m_description;
 }
 
 QStringList cDropbox::listed() const
@@ -138,20 +136,29 @@ QStringList cDropbox::described() const
     return isRead ? packagesOf(description) : QStringList();
 }
 
-bool cDropbox::enlist(QStringList names, QString* error)
+bool cDropbox::enlist(QStringList packages, QString* error)
 {
     const QStringList before = listed();
-    names = m_isDescribedListed ? before + names : existing(before) + described() + names;
-    names.removeDuplicates();
-    m_isDescribedListed = names == before || replaceFile(m_list, names.join(QLatin1Char('\n')).toUtf8() + '\n', error);
+    packages = m_isDescribedListed ? before + packages : existing(before) + described() + packages;
+    packages.removeDuplicates();
+    m_isDescribedListed =
+        packages == before || replaceFile(m_list, packages.join(QLatin1Char('\n')).toUtf8() + '\n', error);
     return m_isDescribedListed;
 }
 
-QStringList cDropbox::existing(QStringList names) const
+QStringList cDropbox::files() const
 {
-    const auto isGone = [&](const QString& name) { return !QFile::exists(path(name)); };
-    names.erase(std::remove_if(names.begin(), names.end(), isGone), names.end());
-    return names;
+    return QDir(m_folder).entryList(QDir::Files | QDir::Hidden | QDir::System);
+}
+
+QStringList cDropbox::existing(QStringList packages) const
+{
+    QSet<QString> there;
+    for (const QString& file : files())
+        there.insert(caselessFileName(packageFor(file)));
+    const auto isGone = [&](const QString& package) { return !there.contains(caselessFileName(package)); };
+    packages.erase(std::remove_if(packages.begin(), packages.end(), isGone), packages.end());
+    return packages;
 }
 
 QString cDropbox::tidy(const cFeatureCatalogue& update)
@@ -162,32 +169,36 @@ QString cDropbox::tidy(const cFeatureCatalogue& update)
 QString cDropbox::tidy(const QStringList& known, const cFeatureCatalogue& update)
 {
     const QSet<QString> packages = caseless(known);
+    const QStringList files = this->files();
     const QSet<QString> wanted = caseless(packagesOf(update));
+    const QSet<QString> unfinished = QSet<QString>(wanted).subtract(caseless(files));
     const QStringList own{QFileInfo(m_description).fileName(), QFileInfo(m_list).fileName()};
     QStringList left;
     QStringList staying;
-    const QStringList files = QDir(m_folder).entryList(QDir::Files | QDir::Hidden | QDir::System);
     for (const QString& file : files) {
-        const QString name = writtenFor(file);
-        const bool isRest = name != file && (packages.contains(caselessFileName(name)) || own.contains(name));
-        if (!isRest && !packages.contains(caselessFileName(file)))
+        const QString name = packageFor(file);
+        const bool isOwn = writtenFor(file) != file && own.contains(writtenFor(file));
+        if (!packages.contains(caselessFileName(name)) && !isOwn)
             continue;
-        if (!isRest && wanted.contains(caselessFileName(file)))
-            staying.append(file);
-        else if (!QFile::remove(path(file)))
+        if ((name == file ? wanted : unfinished).contains(caselessFileName(name))) {
+            staying.append(name);
+        } else if (!QFile::remove(path(file))) {
             left.append(file);
+            if (!isOwn)
+                staying.append(name);
+        }
     }
-    if (!updateList(staying + left))
+    if (!updateList(staying))
         left.append(QFileInfo(m_list).fileName());
     return left.join(QLatin1String(", "));
 }
 
-/// Keeps on the list what stays in the folder, whatever becomes of the description.
-bool cDropbox::updateList(const QStringList& staying)
+/// Keeps on the list the packages of which something stays in the folder, whatever becomes of the description.
+bool cDropbox::updateList(const QStringList& packages)
 {
-    if (staying.isEmpty())
+    if (packages.isEmpty())
         return !QFile::exists(m_list) || QFile::remove(m_list);
     const QSet<QString> names = caseless(listed());
     const auto isListed = [&](const QString& name) { return names.contains(caselessFileName(name)); };
-    return std::all_of(staying.begin(), staying.end(), isListed) || enlist(staying, nullptr);
+    return std::all_of(packages.begin(), packages.end(), isListed) || enlist(packages, nullptr);
 }

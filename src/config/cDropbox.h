@@ -1,17 +1,18 @@
 #pragma once
 
+#include <QtCore/QFile>
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 
 class cFeatureCatalogue;
-class cFeaturePlugin;
 
 /**
  * The Dropbox folder: packages that wait for the next start, and the description that makes them count. Without it they
- * are only kept for the next try.
+ * are only kept for the next try, and so are the parts and patches of packages that are not whole yet.
  *
  * What else lies there belongs to others. The packages that were put there are those that a description names, and
- * those on a list beside them, which is there as long as one of them is.
+ * those on a list beside them, which is there as long as one of them is, or a rest: what a fetch or a rebuild that did
+ * not come to its end has left beside a package's name.
  *
  * Every change is whole or has not happened, also when the process is killed. Reasons of a false are answered, not
  * logged.
@@ -21,14 +22,17 @@ class cDropbox
 public:
     cDropbox();
 
-    /// Whether the package of @p plugin lies there and matches its hash.
-    [[nodiscard]] bool holds(const cFeaturePlugin& plugin) const;
-    /// What lies there as the package of @p plugin; empty when nothing does.
-    [[nodiscard]] QByteArray packageOf(const cFeaturePlugin& plugin) const;
+    /// The absolute path of what is called @p fileName there, such as a package.
+    QString path(const QString& fileName) const { return m_folder + QLatin1Char('/') + fileName; }
 
-    /// Lays the package data of @p plugin there. One of the same name that is overwritten takes the description with
-    /// it, which may name it.
-    [[nodiscard]] bool store(const cFeaturePlugin& plugin, QString* error);
+    /// Puts the packages of these names on the list, and those of the description, which may be about to go. To be
+    /// called before the first byte of one of them, or of its patch, is written.
+    [[nodiscard]] bool enlist(QStringList packages, QString* error);
+
+    /// Whether the description has to go before a file takes the place @p package, since it may name what lies there.
+    [[nodiscard]] bool isDescribed(const QString& package) const { return QFile::exists(path(package)) && hasUpdate(); }
+    /// Removes the description when that has to be.
+    [[nodiscard]] bool makeWayFor(const QString& package, QString* error);
 
     /// Makes @p update the description, instead of an earlier one. It names packages beside it, so no sources.
     [[nodiscard]] bool commit(const cFeatureCatalogue& update, QString* error);
@@ -36,24 +40,24 @@ public:
     /// Whether an update waits there.
     [[nodiscard]] bool hasUpdate() const;
 
-    /// Takes back the update that waits: removes the description, then all packages that were put there. @return what
-    /// stays although it should go; empty as a rule.
+    /// Takes back what waits: removes the description, if there is one, then all packages that were put there, with
+    /// their rests. @return what stays although it should go; empty as a rule.
     QString discard();
 
-    /// Removes the packages that were put there and that @p update does not name, and what killed runs have left. To be
-    /// called while the description is still there. @return what stays although it should go; empty as a rule.
+    /// Removes the packages that were put there and that @p update does not name, and the rests but those of a package
+    /// that it names and that is not whole yet. To be called while the description is still there. @return what stays
+    /// although it should go; empty as a rule.
     QString tidy(const cFeatureCatalogue& update);
 
 private:
-    QString path(const QString& fileName) const { return m_folder + QLatin1Char('/') + fileName; }
     bool removeDescription();
     QStringList listed() const;
     QStringList described() const;
-    /// Puts files on the list, and those of the description, which is about to go.
-    bool enlist(QStringList names, QString* error);
-    QStringList existing(QStringList names) const;
+    QStringList files() const;
+    /// Those of @p packages of which something lies there.
+    QStringList existing(QStringList packages) const;
     QString tidy(const QStringList& known, const cFeatureCatalogue& update);
-    bool updateList(const QStringList& staying);
+    bool updateList(const QStringList& packages);
 
     QString m_folder;
     QString m_description;

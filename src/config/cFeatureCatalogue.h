@@ -54,6 +54,9 @@ public:
 
     /// Package size in bytes; 0 when the catalogue does not say.
     quint32 size() const { return m_size; }
+    /// The most bytes that are accepted of the package: its size, but as many as 256 MiB of one that the catalogue
+    /// calls smaller, or of no size.
+    qint64 sizeLimit() const { return qMax<qint64>(m_size, 256 * 1024 * 1024); }
 
     /// Expected SHA-1 of the package as raw bytes; empty when the catalogue names none.
     QByteArray hash() const { return QByteArray(m_hash.constData(), m_hash.size()); }
@@ -86,10 +89,6 @@ public:
     qint64 downloadStatus() const { return m_downloadStatus; }
     void setDownloadStatus(qint64 status) { m_downloadStatus = status; }
 
-    /// The package's bytes once downloaded and verified.
-    QByteArray packageData() const { return m_packageData; }
-    void setPackageData(const QByteArray& data) { m_packageData = data; }
-
 signals:
     void progress(QString filenameBeingDownloaded, qint64 downloadedSize, qint64 totalSize);
 
@@ -107,7 +106,6 @@ private:
     Sources m_sources;
     QVector<cFeatureDelta> m_deltas;
     qint64 m_downloadStatus = 0;
-    QByteArray m_packageData;
 };
 
 /**

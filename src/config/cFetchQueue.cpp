@@ -11,9 +11,6 @@
 
 namespace {
 
-/// The most that a wait goes without a look at what it waits for, in milliseconds.
-constexpr int WaitStep = 100;
-
 QString hostOf(const QUrl& url)
 {
     return url.adjusted(QUrl::RemoveUserInfo | QUrl::RemovePath | QUrl::RemoveQuery | QUrl::RemoveFragment).toString();
@@ -65,10 +62,7 @@ bool cFetchQueue::isIdle() const
 void cFetchQueue::wait()
 {
     const QPointer<cFetchQueue> self(this);
-    QTimer step;
-    step.start(WaitStep);
-    while (self && !isIdle())
-        QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents);
+    cTransfer::waitWhile([&] { return self && !isIdle(); });
 }
 
 void cFetchQueue::cancel(cFetch& fetch)

@@ -90,10 +90,16 @@ void cTransfer::cancel()
 void cTransfer::wait(const QVector<QSharedPointer<cTransfer>>& transfers)
 {
     const QVector<QSharedPointer<cTransfer>> held = transfers;
+    const auto isRunning = [](const auto& transfer) { return transfer->state() == Running; };
+    waitWhile([&] { return std::any_of(held.begin(), held.end(), isRunning); });
+}
+
+void cTransfer::waitWhile(const std::function<bool()>& goesOn)
+{
     // Events are waited for, not asked for again and again; the timer is an event every step.
     QTimer step;
     step.start(WaitStep);
-    while (std::any_of(held.begin(), held.end(), [](const auto& transfer) { return transfer->state() == Running; }))
+    while (goesOn())
         QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents);
 }
 

@@ -11,6 +11,7 @@
 #include <QtCore/QVector>
 #include <QtNetwork/QNetworkReply>
 
+#include <functional>
 #include <optional>
 
 class QFile;
@@ -75,6 +76,8 @@ public:
 
     /// Serves the events of this thread until none of @p transfers runs any more.
     static void wait(const QVector<QSharedPointer<cTransfer>>& transfers);
+    /// Serves them while @p goesOn, which is asked again after at most a tenth of a second.
+    static void waitWhile(const std::function<bool()>& goesOn);
 
     State state() const { return m_state; }
     bool hasSucceeded() const { return m_state == Succeeded; }

@@ -1,7 +1,6 @@
 #include "config/cTrustedSite.h"
 
 #include "config/cTrustDownload.h"
-#include "trust/Cryptography.h"
 
 namespace {
 
@@ -72,11 +71,6 @@ qint64 cTrustedSite::limitOf(const QUrl& url, const QString& fileName, cDownload
     }
     const qint64 limit = m_trust.client().limitOf(fileName);
     return limit == 0 ? 1 : limit; // no limit is what a downloader takes 0 for
-}
-
-QString cTrustedSite::refusal(const QByteArray& bytes, const QString& fileName) const
-{
-    return refusal(Cryptography::sha256(bytes), bytes.size(), fileName);
 }
 
 bool cTrustedSite::fail(const QString& reason)

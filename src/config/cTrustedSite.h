@@ -32,7 +32,6 @@ public:
     [[nodiscard]] qint64 limitOf(const QUrl& url, const QString& fileName, cDownloader& downloader);
 
     /// As cInstallationTrust::refusal(), of what limitOf() has been asked for.
-    [[nodiscard]] QString refusal(const QByteArray& bytes, const QString& fileName) const;
     [[nodiscard]] QString refusal(const QByteArray& sha256, qint64 length, const QString& fileName) const
     {
         return m_trust.refusal(sha256, length, fileName);

@@ -4,10 +4,13 @@
 #include "config/cTrustedSite.h"
 #include "config/cUpdateCheck.h"
 #include "log/cFrameworkLog.h"
+#include "plugins/cFileRecord.h"
 #include "version/cPluginId.h"
 
 #include <Norvale/Corvane.h>
 #include <Norvale/IConfigMgr.h>
+
+#include <algorithm>
 
 cUpdateApply::cUpdateApply(const cUpdateCheck& check)
     : m_check(check), m_plugins(check.pluginsToFetch()), m_log(cFrameworkLog::configuration())
@@ -20,6 +23,8 @@ cJsonValue cUpdateApply::run(cJsonValue result)
     if (m_plugins.size() > m_check.plugins().size())
         result["size"] = cUpdateCheck::sizeOf(m_plugins);
     const bool isReady = m_check.requiresNewCore() ? fetchRuntime() : fetchPackages();
+    if (!m_check.requiresNewCore())
+        result["fetched"] = cUpdateCheck::bytes(m_fetched);
     if (isReady) {
         result["result_code"] = IConfigMgr::UpdateReady;
     } else if (m_isCancelled) {
@@ -36,6 +41,8 @@ void cUpdateApply::cancel()
 {
     m_isCancelled = true;
     m_downloader.cancel();
+    for (const auto& fetch : m_fetches)
+        fetch->cancel();
 }
 
 bool cUpdateApply::fetchPackages()
@@ -72,97 +79,104 @@ bool cUpdateApply::areNamesSafe()
 
 bool cUpdateApply::fetchMissing()
 {
-    qint64 total = 0;
-    for (cFeaturePlugin* const plugin : m_plugins)
-        total += plugin->size();
-    const QString label = m_check.available().name() + QLatin1Char('-') + m_check.available().version().toString();
-    qint64 base = 0;
+    if (!prepare() || !enlist())
+        return false;
+    begin();
+    wait();
+    return conclude();
+}
+
+/// One that cannot be fetched at all fails here; those behind it are not looked at any more.
+bool cUpdateApply::prepare()
+{
+    cFileRecord installed;
+    const auto isPatched = [](const cFeaturePlugin* plugin) { return !plugin->deltas().isEmpty(); };
+    if (std::any_of(m_plugins.begin(), m_plugins.end(), isPatched) && !installed.read())
+        m_log.warning().noquote() << "Packages are fetched whole:" << installed.errorString() << Qt::endl;
     for (cFeaturePlugin* const plugin : m_plugins) {
+        m_fetches.push_back(std::make_unique<cPackageFetch>(
+            *plugin, cPackageFetch::Means{m_dropbox, m_check.site(), m_queue, m_threads}));
+        cPackageFetch& fetch = *m_fetches.back();
         connect(plugin, &cFeaturePlugin::progress, this, &cUpdateApply::progress);
-        emit overallProgress(label, base, total);
-        if (isThere(*plugin))
-            plugin->onProgress(plugin->size(), plugin->size());
-        else if (!fetchPackage(*plugin) || !store(*plugin))
-            return false;
-        if (m_isCancelled)
-            return false;
-        plugin->setPending(true);
-        base += plugin->size();
+        connect(&fetch, &cPackageFetch::progress, this,
+                [this, &fetch](qint64 bytesThere, qint64 bytesTotal) { tell(fetch, bytesThere, bytesTotal); });
+        connect(&fetch, &cPackageFetch::done, this, [this, &fetch] {
+            if (fetch.state() == cPackageFetch::Failed)
+                endBehind(fetch);
+        });
+        fetch.prepare(installed, m_downloader);
+        if (m_isCancelled || fetch.isOver())
+            break;
     }
-    return true;
+    return !m_isCancelled;
 }
 
-bool cUpdateApply::fetchPackage(cFeaturePlugin& plugin)
+/// Before the first byte is written: what a kill leaves is known then.
+bool cUpdateApply::enlist()
 {
-    if (!plugin.hashFault().isEmpty())
-        return fail(plugin.id().toString(), plugin.hashFault());
-    if (plugin.hash().isEmpty())
-        return fail(plugin.id().toString(), QStringLiteral("the repository gives no hash for it"));
-    if (plugin.sources().isEmpty())
-        return fail(plugin.id().toString(), QStringLiteral("the repository gives no source for it"));
-    for (const cFeatureSource& source : plugin.sources()) {
-        if (fetchFrom(source.url(), plugin))
-            return true;
-        if (m_isCancelled)
-            return false;
+    QVector<cPluginId> ids;
+    QStringList names;
+    for (const auto& fetch : m_fetches) {
+        if (fetch->isThere() || fetch->isOver())
+            continue;
+        ids.append(fetch->plugin().id());
+        names.append(ids.constLast().packageFileName());
     }
-    m_failed = plugin.id().toString(); // each source has had its line
-    return false;
+    QString error;
+    return ids.isEmpty() || m_dropbox.enlist(names, &error) || fail(ids.constFirst().toString(), error);
 }
 
-/// What was laid there before a root was pinned counts no more than what others lay there.
-bool cUpdateApply::isThere(const cFeaturePlugin& plugin) const
+void cUpdateApply::begin()
 {
-    const cTrustedSite* const site = m_check.site();
-    return m_dropbox.holds(plugin) &&
-           (!site || site->refusal(m_dropbox.packageOf(plugin), plugin.id().packageFileName()).isEmpty());
-}
-
-/// The most bytes that are accepted of a package; -1 when none are.
-qint64 cUpdateApply::limitOf(const QUrl& url, const cFeaturePlugin& plugin)
-{
-    cTrustedSite* const site = m_check.site();
-    return site ? site->limitOf(url, plugin.id().packageFileName(), m_downloader)
-                : qMax<qint64>(plugin.size(), PackageLimit);
-}
-
-/// Why @p package is not what it should be; empty when it is.
-QString cUpdateApply::refusal(const QByteArray& package, const cFeaturePlugin& plugin) const
-{
-    if (m_downloader.digestResult() != plugin.hash())
-        return QStringLiteral("it does not match its hash");
-    return m_check.site() ? m_check.site()->refusal(package, plugin.id().packageFileName()) : QString();
-}
-
-bool cUpdateApply::fetchFrom(const QUrl& url, cFeaturePlugin& plugin)
-{
-    QString reason = cInstallationTrust::notNamed();
-    const qint64 limit = limitOf(url, plugin);
-    if (limit >= 0) {
-        m_downloader.setSizeLimit(limit);
-        connect(&m_downloader, &cDownloader::progress, &plugin, &cFeaturePlugin::onProgress);
-        const bool hasArrived = m_downloader.download(url);
-        disconnect(&m_downloader, nullptr, &plugin, nullptr);
-        plugin.setDownloadStatus(m_downloader.error());
-        reason = hasArrived ? refusal(m_downloader.data(), plugin) : m_downloader.errorString();
+    for (const auto& fetch : m_fetches) {
+        if (!fetch->isOver())
+            fetch->start();
     }
+}
+
+void cUpdateApply::wait()
+{
+    const auto isOver = [](const auto& fetch) { return fetch->isOver(); };
+    cTransfer::waitWhile([&] { return !std::all_of(m_fetches.begin(), m_fetches.end(), isOver); });
+}
+
+/// The first one in the order of the plugins that failed is told.
+bool cUpdateApply::conclude()
+{
+    for (const auto& fetch : m_fetches)
+        m_fetched += fetch->fetched();
     if (m_isCancelled)
         return false;
-    if (reason.isEmpty()) {
-        plugin.setPackageData(m_downloader.data());
+    const auto failed = std::find_if(m_fetches.begin(), m_fetches.end(),
+                                     [](const auto& fetch) { return fetch->state() == cPackageFetch::Failed; });
+    if (failed == m_fetches.end())
         return true;
-    }
-    m_log.warning().noquote() << "Not fetched:" << plugin.id().toString() << "from"
-                              << url.toDisplayString() + QLatin1Char(':') << reason << Qt::endl;
-    return false;
+    m_failed = (*failed)->plugin().id().toString();
+    return (*failed)->reason().isEmpty() ? false : fail(m_failed, (*failed)->reason());
 }
 
-bool cUpdateApply::store(cFeaturePlugin& plugin)
+/// One bar over all of them, whichever of them goes on.
+void cUpdateApply::tell(const cPackageFetch& fetch, qint64 bytesThere, qint64 bytesTotal)
 {
-    QString error;
-    const bool isStored = m_dropbox.store(plugin, &error);
-    plugin.setPackageData(QByteArray()); // one package at a time is in memory
-    return isStored || fail(plugin.id().toString(), error);
+    qint64 reached = 0;
+    qint64 planned = 0;
+    for (const auto& each : m_fetches) {
+        reached += each->reached();
+        planned += each->planned();
+    }
+    const QString label = m_check.available().name() + QLatin1Char('-') + m_check.available().version().toString();
+    emit overallProgress(label, reached - bytesThere, planned);
+    fetch.plugin().onProgress(bytesThere, bytesTotal);
+}
+
+/// What stands before it may still end well, or fail and be the one that is told.
+void cUpdateApply::endBehind(const cPackageFetch& failed)
+{
+    const auto isIt = [&](const auto& fetch) { return fetch.get() == &failed; };
+    for (auto it = std::find_if(m_fetches.begin(), m_fetches.end(), isIt); it != m_fetches.end(); ++it) {
+        if (it->get() != &failed)
+            (*it)->cancel();
+    }
 }
 
 bool cUpdateApply::commit()

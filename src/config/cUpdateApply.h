@@ -2,13 +2,18 @@
 
 #include "config/cDownloader.h"
 #include "config/cDropbox.h"
+#include "config/cFetchQueue.h"
+#include "config/cPackageFetch.h"
 
 #include <Norvale/cJsonValue.h>
 #include <Norvale/cLog.h>
 
 #include <QtCore/QObject>
-#include <QtCore/QSharedPointer>
+#include <QtCore/QThreadPool>
 #include <QtCore/QVector>
+
+#include <memory>
+#include <vector>
 
 class cFeaturePlugin;
 class cUpdateCheck;
@@ -25,9 +30,6 @@ class cUpdateApply : public QObject
     Q_OBJECT
 
 public:
-    /// A package that the catalogue calls smaller, or of no size, may have this many bytes.
-    static constexpr qint64 PackageLimit = 256 * 1024 * 1024;
-
     /// @p check has found an update; it is only read, and must live as long as this object.
     explicit cUpdateApply(const cUpdateCheck& check);
 
@@ -39,7 +41,7 @@ public:
      */
     cJsonValue run(cJsonValue result);
 
-    /// Aborts the transfer under way, if any; the run then ends with code 1.
+    /// Ends what is under way, if anything; the run then ends with code 1.
     void cancel();
 
 signals:
@@ -52,12 +54,13 @@ private:
     bool isCoreNewEnough();
     bool areNamesSafe();
     bool fetchMissing();
-    bool isThere(const cFeaturePlugin& plugin) const;
-    qint64 limitOf(const QUrl& url, const cFeaturePlugin& plugin);
-    QString refusal(const QByteArray& package, const cFeaturePlugin& plugin) const;
-    bool fetchPackage(cFeaturePlugin& plugin);
-    bool fetchFrom(const QUrl& url, cFeaturePlugin& plugin);
-    bool store(cFeaturePlugin& plugin);
+    bool prepare();
+    bool enlist();
+    void begin();
+    void wait();
+    bool conclude();
+    void tell(const cPackageFetch& fetch, qint64 bytesThere, qint64 bytesTotal);
+    void endBehind(const cPackageFetch& failed);
     bool commit();
 
     bool fetchRuntime();
@@ -69,7 +72,11 @@ private:
     const QVector<cFeaturePlugin*> m_plugins; // to fetch
     cLog m_log;
     cDropbox m_dropbox;
-    cDownloader m_downloader;
+    cDownloader m_downloader; // of metadata and of the runtime
+    cFetchQueue m_queue;
+    QThreadPool m_threads;
+    std::vector<std::unique_ptr<cPackageFetch>> m_fetches; // one for each plugin, in their order
+    qint64 m_fetched = 0;                                  // bytes that came from the sources
     bool m_isCancelled = false;
     QString m_failed;
 };

@@ -50,14 +50,6 @@ struct SameName
     }
 };
 
-/// A JSON integer ends at 32 bits without a sign.
-cJsonValue integer(qint64 number)
-{
-    if (number <= std::numeric_limits<int>::max())
-        return int(number);
-    return uint(qMin<qint64>(number, std::numeric_limits<uint>::max()));
-}
-
 } // namespace
 
 cUpdateCheck::cUpdateCheck(const cFeatureCatalogue& installed, const cPluginMgr& plugins)
@@ -233,12 +225,20 @@ void cUpdateCheck::collectPlugins()
     }
 }
 
+// A JSON integer ends at 32 bits without a sign.
+cJsonValue cUpdateCheck::bytes(qint64 number)
+{
+    if (number <= std::numeric_limits<int>::max())
+        return int(number);
+    return uint(qMin<qint64>(number, std::numeric_limits<uint>::max()));
+}
+
 cJsonValue cUpdateCheck::sizeOf(const Plugins& plugins)
 {
     qint64 size = 0;
     for (const cFeaturePlugin* plugin : plugins)
         size += plugin->size();
-    return integer(size);
+    return bytes(size);
 }
 
 cUpdateCheck::Plugins cUpdateCheck::pluginsToFetch() const

@@ -39,7 +39,9 @@ public:
     /// from another repository, in whatever version.
     [[nodiscard]] static bool needsUpdate(const cFeatureInstance* installed, const cFeatureInstance& available);
 
-    /// The bytes of the packages of @p plugins, as a result object gives them.
+    /// A number of bytes as a result object gives it.
+    static cJsonValue bytes(qint64 number);
+    /// The bytes of the packages of @p plugins.
     static cJsonValue sizeOf(const Plugins& plugins);
 
     /**

@@ -81,15 +81,26 @@ bool makeFolder(const QString& path, QString* error)
     return false;
 }
 
-QString cReplacement::write(const QByteArray& bytes)
+QString cReplacement::open()
 {
     QString error;
     if (!makeFolder(QFileInfo(m_file.fileName()).absolutePath(), &error))
         return error;
-    // Flushed here: the file would do it by itself, and be put in place all the same when that fails.
-    if (!m_file.open(QIODevice::WriteOnly) || m_file.write(bytes) != bytes.size() || !flushFile(m_file))
-        return causeOf(m_file);
-    return QString();
+    return m_file.open(QIODevice::WriteOnly) ? QString() : causeOf(m_file);
+}
+
+// The file would do it by itself, and be put in place all the same when that fails.
+QString cReplacement::flush()
+{
+    return m_file.error() == QFileDevice::NoError && flushFile(m_file) ? QString() : causeOf(m_file);
+}
+
+QString cReplacement::write(const QByteArray& bytes)
+{
+    const QString fault = open();
+    if (!fault.isEmpty())
+        return fault;
+    return m_file.write(bytes) == bytes.size() ? flush() : causeOf(m_file);
 }
 
 QString cReplacement::commit()

@@ -43,7 +43,11 @@ public:
     /// Writes @p bytes to the file beside, and flushes it. @return why that failed; empty when it did not.
     [[nodiscard]] QString write(const QByteArray& bytes);
 
-    /// What commit() will put in place, for a change of its attributes.
+    /// The same in steps: what file() is given between the two is written. @return as above.
+    [[nodiscard]] QString open();
+    [[nodiscard]] QString flush();
+
+    /// What commit() will put in place.
     QFileDevice& file() { return m_file; }
 
     /// Puts the file in place. @return as above.

@@ -4,7 +4,6 @@
 #include "config/cConfigurationMgr.h"
 #include "config/cDownloader.h"
 #include "config/cTrustedSite.h"
-#include "config/cUpdateApply.h"
 #include "config/cUpdateMgr.h"
 #include "core/Files.h"
 #include "core/Settings.h"
@@ -180,8 +179,7 @@ qint64 cRepairSource::limitOf(const cFeaturePlugin& plugin, const QUrl& url, cDo
 {
     cUpdateMgr* const updates = cUpdateMgr::instance();
     const QSharedPointer<cTrustedSite> site = updates ? updates->trustedSite() : nullptr;
-    return site ? site->limitOf(url, plugin.id().packageFileName(), downloader)
-                : qMax<qint64>(plugin.size(), cUpdateApply::PackageLimit);
+    return site ? site->limitOf(url, plugin.id().packageFileName(), downloader) : plugin.sizeLimit();
 }
 
 const cFeatureCatalogue& cRepairSource::offered()

@@ -162,6 +162,17 @@ bool cFileRecord::isFrom(const cPluginId& id, const Files& packaged) const
     return digestOf(packaged) == known;
 }
 
+bool cFileRecord::isAsUnpacked(const cPluginId& id, const QString& folder) const
+{
+    const Files files = m_plugins.value(id);
+    for (auto file = files.begin(); file != files.end(); ++file) {
+        const QString path = QDir(folder).absoluteFilePath(file.key());
+        if (!file->looksUntouched(QFileInfo(path)) && !file->difference(path).isEmpty())
+            return false;
+    }
+    return !files.isEmpty() && !m_packages.contains(id);
+}
+
 QString cFileRecord::differenceIn(const QString& folder, const Files& files)
 {
     for (auto file = files.begin(); file != files.end(); ++file) {

@@ -68,6 +68,9 @@ public:
     void setPackaged(const cPluginId& id, const Files& files);
     /// Whether the plugin has been installed from a package that held these files; their times do not count.
     bool isFrom(const cPluginId& id, const Files& packaged) const;
+    /// Whether the plugin's files lie in @p folder as they were unpacked, and no command line had made others of them.
+    /// Reads only those that have been touched since. False when it has no record.
+    bool isAsUnpacked(const cPluginId& id, const QString& folder) const;
     /// What tells the first of @p files that lies otherwise in @p folder, with its name; empty when all lie there with
     /// their contents. Reads them whole.
     static QString differenceIn(const QString& folder, const Files& files);

@@ -107,6 +107,9 @@ private slots:
         const char* waits = "is installed at the next start.";
         QVERIFY(!m_fixture.run("--check").output.contains(waits));
         QCOMPARE(m_fixture.run("--update More").code, 0);
+        const QString again = m_fixture.run("--update More").output;
+        QVERIFY2(again.contains(QRegularExpression(" \\(fetched 0 B of \\d+ kB, 0 % of the packages\\)")),
+                 qPrintable(again));
         QVERIFY(m_fixture.run("--check").output.contains(waits));
         QVERIFY(QFile::exists(inSuite("plugins/A-1.00.000")));
         QVERIFY(!QFile::exists(inSuite("plugins/A-2.00.000")));

@@ -63,6 +63,22 @@ bool Place::offer(const QString& where, const QStringList& words) const
     return MachineProgram::execute("python3", all) == 0;
 }
 
+bool Place::offerPatch(const QString& where, const QString& name) const
+{
+    const QString folder = m_folder + '/' + where + '/';
+    const QString old = m_folder + "/core/plugins/" + name + "-1.00.000";
+    const QStringList words{PATCHES_PY, "make", old, folder + name + "-2.00.000.zip", folder + "patch"};
+    if (MachineProgram::execute("python3", words) != 0)
+        return false;
+    const QByteArray patch = Corvane::FileReadAll(folder + "patch", nullptr);
+    QByteArray xml = Corvane::FileReadAll(folder + "repository.xml", nullptr);
+    const QByteArray hash = QCryptographicHash::hash(patch, QCryptographicHash::Sha1).toHex();
+    const int place = xml.indexOf("</plugin>", xml.indexOf("<plugin name=\"" + name.toUtf8()));
+    xml.insert(place,
+               "<delta from='1.0' size='" + QByteArray::number(patch.size()) + "' hash='" + hash + "'>patch</delta>");
+    return write(where + "/repository.xml", xml);
+}
+
 Tree Place::plugins() const
 {
     Tree tree = treeOf(m_folder + "/core/plugins");

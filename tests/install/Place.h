@@ -22,6 +22,8 @@ public:
     bool write(const QString& path, const QByteArray& content) const;
     bool removeFolder(const QString& path) const;
     bool offer(const QString& where, const QStringList& words) const;
+    /// Adds to what @p where offers a patch of the plugin @p name, from its installed version 1.0 to 2.0.
+    bool offerPatch(const QString& where, const QString& name) const;
 
     Tree plugins() const;
     Tree data() const;

@@ -100,6 +100,17 @@ QString sizeOf(const QJsonObject& result)
     return size.isUndefined() ? QString() : cProgressLine::sizeText(qint64(size.toDouble()));
 }
 
+// How much of the packages had to be fetched, where that was less than all.
+QString fetchedOf(const QJsonObject& result)
+{
+    const qint64 size = qint64(result.value(QLatin1String("size")).toDouble());
+    const qint64 fetched = qint64(result.value(QLatin1String("fetched")).toDouble());
+    if (fetched >= size)
+        return sizeOf(result);
+    return QStringLiteral("fetched %1 of %2, %3 % of the packages")
+        .arg(cProgressLine::sizeText(fetched), sizeOf(result), QString::number(cProgressLine::percent(fetched, size)));
+}
+
 // What a check and an update say in the same words.
 QString failure(const QJsonObject& result)
 {
@@ -262,7 +273,7 @@ QStringList UpdateReport::updated(const QJsonObject& result)
     switch (codeOf(result)) {
     case ExitCode::Ok:
         return {QStringLiteral("Version %1 is ready (%2). A restart of VCore installs it.")
-                    .arg(textOf(result, "update_to_version"), sizeOf(result))};
+                    .arg(textOf(result, "update_to_version"), fetchedOf(result))};
     case ExitCode::NewCore:
         return {QStringLiteral("The update needs a new core. Stop VCore and run its setup program:"),
                 textOf(result, SetupProgram)};

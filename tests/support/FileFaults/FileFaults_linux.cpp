@@ -11,6 +11,7 @@
 //
 // Calls that only read do not count, nor do those on pipes and sockets. Linux with the GNU C library.
 
+#include <atomic>
 #include <cerrno>
 #include <climits>
 #include <csignal>
@@ -35,10 +36,11 @@ struct Faults
     Mode mode = Mode::Off;
     long number = 0;
     int error = 0;
-    long seen = 0;
     const char* below = nullptr;
     int report = -1;
 };
+
+std::atomic<long> seenCalls{0}; // of all threads
 
 template <typename Function>
 Function next(const char* name)
@@ -111,7 +113,7 @@ void die()
 bool goesWrong(const char* call, const char* what, bool frees = false)
 {
     Faults& f = faults();
-    const long number = ++f.seen;
+    const long number = ++seenCalls;
     if (f.report >= 0) {
         char line[PATH_MAX + 64];
         const int size = snprintf(line, sizeof line, "%ld %s %s\n", number, call, what);
@@ -136,7 +138,7 @@ ssize_t checkedWrite(int fd, size_t size, const char* call, Write write)
     if (!isBelow(fd))
         return write(size);
     Faults& f = faults();
-    if (f.mode == Mode::Tear && f.seen + 1 == f.number)
+    if (f.mode == Mode::Tear && seenCalls + 1 == f.number)
         write(size / 2);
     return goesWrong(call, "") ? -1 : write(size);
 }

@@ -12,6 +12,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <string>
+#include <atomic>
 #include <utility>
 
 namespace {
@@ -23,7 +24,7 @@ struct Faults
     Mode mode = Mode::Off;
     long number = 0;
     DWORD error = 0;
-    long seen = 0;
+    std::atomic<long> seen{0};
     std::wstring below;
     bool isOnRegistry = false;
     HANDLE report = INVALID_HANDLE_VALUE;
