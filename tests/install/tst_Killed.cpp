@@ -119,8 +119,10 @@ private slots:
         QStringList jobs;
         for (int i = 1; i <= calls.size(); ++i) {
             const QByteArray& call = calls.at(i - 1);
-            jobs << QString("kill %1").arg(i) << QString("EROFS %1").arg(i);
-            if (!call.contains("unlink") && !call.contains("rmdir"))
+            jobs << QString("kill %1").arg(i);
+            if (!m_server)
+                jobs << QString("EROFS %1").arg(i);
+            if (!m_server && !call.contains("unlink") && !call.contains("rmdir"))
                 jobs << QString("ENOSPC %1").arg(i);
             if (call.contains("write"))
                 jobs << QString("tear %1").arg(i);
