@@ -207,8 +207,8 @@ private slots:
         cRebuild rebuild(m_tool.path("small.delta"), cRebuild::filesIn(m_tool.path("small-old")),
                          m_tool.read("small.zip").size());
         QVERIFY(!rebuild.run(full));
-        QCOMPARE(rebuild.errorString(),
-                 QString("the package cannot be written: no space is left on the device that holds /dev"));
+        const QString fault = "the package cannot be written: no space is left on the device that holds ";
+        QCOMPARE(rebuild.errorString().left(fault.size()), fault);
     }
 
 private:
