@@ -133,6 +133,7 @@ private slots:
         for (const char* name : {"skip-before", "skip-behind", "skip-far"})
             row(name, "an instruction skips out of the old files");
         row("add-behind", "an instruction adds bytes from behind the old files");
+        row("idle", "two instructions in a row make nothing");
         row("add-more", "the number of bytes to add is 1125899906842624");
         row("copy-more", "the number of bytes to copy is ");
         row("no-number", "the size of the package is no number");
