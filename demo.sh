@@ -124,7 +124,7 @@ http {
     server {
         listen 127.0.0.1:$port;
         root "$demo/site";
-        location ~ \.zip$ { limit_rate 150k; }
+        location ~ \.(zip|delta)$ { limit_rate 150k; }
     }
 }
 CONF
@@ -224,7 +224,8 @@ say "The greeter has other words, and there are two new features, Goodbye and Su
 show_tool pack "$release_2"/plugins/Greeter-2.00.000 -o packages
 show_tool pack "$release_2"/plugins/Farewell-1.00.000 -o packages
 show_tool pack "$release_2"/plugins/Calculator-1.00.000 -o packages
-show_tool site add --feature Welcome --feature-version 2.0.0 --repository-version 2.0.0 site \
+[ ${#deltas[@]} = 0 ] || say "Who has the old greeter needs only what is new in it, a patch:"
+show_tool site add --feature Welcome --feature-version 2.0.0 --repository-version 2.0.0 "${deltas[@]}" site \
     packages/Greeter-2.00.000.zip packages/WordCount-1.00.000.zip packages/Commands-1.00.000.zip
 show_tool site add --feature Goodbye --feature-version 1.0.0 --depends Welcome site \
     packages/Farewell-1.00.000.zip
@@ -251,7 +252,8 @@ mv kept site/main
 : >web-access.log
 say "With what was signed there again:"
 show_progress --update Goodbye Sums
-must "what was unchanged was not fetched" [ "$(grep -c 'GET .*\.zip' web-access.log)" = 3 ]
+must "what was unchanged was not fetched" [ "$(grep -cE 'GET .*\.(zip|delta) ' web-access.log)" = 3 ]
+[ ${#deltas[@]} = 0 ] || must "of the greeter a patch was fetched" grep -q 'GET .*/Greeter-2\.00\.000-from-1\.00\.000\.delta' web-access.log
 must "release 1 still runs" [ "$(answer --call Greeter greet Kurt)" = "Guten Tag, Kurt!" ]
 
 title "Restarting: release 2 is installed first"

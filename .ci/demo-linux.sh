@@ -8,6 +8,7 @@ release_1=../dev/suite
 release_2=../dev/suite-2
 vcore=("$root/build/dev/programs/VCore/VCore")
 norvale=("$root/build/dev/programs/norvale/norvale")
+deltas=(--deltas 3)
 
 build_all() {
     # shellcheck disable=SC2086

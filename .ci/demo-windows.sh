@@ -9,6 +9,7 @@ export RUN_UNDER_WINE_PREFIX="$demo/wine"
 wine=("$root/cmake/windows/run-under-wine" --alone)
 vcore=("${wine[@]}" "$suite/VCore.exe")
 norvale=("${wine[@]}" "$suite/norvale.exe")
+deltas=() # this program makes none
 system='C:\windows\system32'
 
 build_all() {

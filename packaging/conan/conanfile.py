@@ -44,6 +44,7 @@ class Norvale(ConanFile):
         self.requires("fast_float/[>=3.9]")
         if self.options.tools:
             self.requires("cli11/[>=2.1 <3]")
+            self.requires("libdivsufsort/[>=2.0 <3]")
             self.requires("libzip/[>=1.7 <2]")
 
     def layout(self):
@@ -79,4 +80,4 @@ class Norvale(ConanFile):
         if self._has_libgcrypt:
             self.cpp_info.requires.append("libgcrypt::libgcrypt")
         if self.options.tools:
-            self.cpp_info.requires += ["cli11::cli11", "libzip::libzip"]
+            self.cpp_info.requires += ["cli11::cli11", "libdivsufsort::libdivsufsort", "libzip::libzip"]

@@ -60,6 +60,13 @@ void cFetch::run(const Means& means)
     readPart();
 }
 
+void cFetch::tell(qint64 total)
+{
+    ++m_telling;
+    emit progress(bytesThere(), total);
+    --m_telling;
+}
+
 /// A piece at a time, between other events: a part may be large.
 void cFetch::readPart()
 {
@@ -99,9 +106,8 @@ void cFetch::request()
         return refuse(cInstallationTrust::notNamed());
     m_transfer = QSharedPointer<cTransfer>::create(*m_means.connections, source.url, optionsFor(source), &m_part);
     connect(m_transfer.data(), &cTransfer::began, this, &cFetch::begin);
-    connect(m_transfer.data(), &cTransfer::progress, this, [this](qint64, qint64 total) {
-        emit progress(bytesThere(), total < 0 ? total : qMax(total, bytesThere()));
-    });
+    connect(m_transfer.data(), &cTransfer::progress, this,
+            [this](qint64, qint64 total) { tell(total < 0 ? total : qMax(total, bytesThere())); });
     // The next transfer takes the place of this one, which is busy with the signal.
     connect(m_transfer.data(), &cTransfer::done, this, &cFetch::takeEnd, Qt::QueuedConnection);
     m_transfer->start();
@@ -173,7 +179,7 @@ void cFetch::refuse(const QString& reason)
 
 void cFetch::finish()
 {
-    emit progress(bytesThere(), bytesThere());
+    tell(bytesThere());
     if (m_state != cTransfer::Running)
         return;
     m_step = Flushes;
@@ -229,7 +235,9 @@ void cFetch::end(cTransfer::State state, int error, const QString& reason)
         m_part.removeOrigin();
     }
     m_part.close();
+    ++m_telling;
     emit done();
+    --m_telling;
 }
 
 void cFetch::log(const QString& from, const QString& reason) const

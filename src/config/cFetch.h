@@ -95,10 +95,12 @@ private:
     // and cancels it.
     void add();
     bool isIn(Step step) const { return m_state == cTransfer::Running && m_step == step; }
+    bool isTelling() const { return m_telling > 0; }
     QUrl source() const { return m_sources.value(m_source).url; }
     void run(const Means& means);
     void cancel() { end(cTransfer::Cancelled, QNetworkReply::OperationCanceledError, QStringLiteral("cancelled")); }
 
+    void tell(qint64 total);
     void readPart();
     void request();
     bool canGoOn() const;
@@ -128,6 +130,7 @@ private:
     Means m_means;
     QSharedPointer<cTransfer> m_transfer;
     QFutureWatcher<QString> m_flush;
+    int m_telling = 0; // signals that are being sent
     int m_error = QNetworkReply::NoError;
     QString m_errorString;
     bool m_hasDiskFault = false;

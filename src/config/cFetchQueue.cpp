@@ -14,6 +14,16 @@ namespace {
 /// The files that are brought to the disk at a time. When that does not keep up, it stops the transfers.
 constexpr int MostFlushes = 8;
 
+/// What must outlive the signal that is being sent.
+class cKeeper : public QObject
+{
+public:
+    explicit cKeeper(const QVector<QSharedPointer<cFetch>>& fetches) : m_fetches(fetches) {}
+
+private:
+    const QVector<QSharedPointer<cFetch>> m_fetches;
+};
+
 QString hostOf(const QUrl& url)
 {
     return url.adjusted(QUrl::RemoveUserInfo | QUrl::RemovePath | QUrl::RemoveQuery | QUrl::RemoveFragment).toString();
@@ -35,10 +45,12 @@ cFetchQueue::~cFetchQueue()
     const QVector<QSharedPointer<cFetch>> fetches = std::exchange(m_fetches, {});
     for (const QSharedPointer<cFetch>& fetch : fetches)
         fetch->cancel();
-    // A signal of a fetch, or of a reply, which the connections own, may be what has led here.
-    QTimer::singleShot(0, QCoreApplication::instance(), [fetches] {});
-    m_means.connections->setParent(nullptr);
-    m_means.connections->deleteLater();
+    // A signal of a fetch may be what has led here, and before it one of a reply, which the connections own.
+    if (std::none_of(fetches.begin(), fetches.end(), [](const auto& fetch) { return fetch->isTelling(); }))
+        return;
+    auto* const keeper = new cKeeper(fetches);
+    m_means.connections->setParent(keeper);
+    keeper->deleteLater();
 }
 
 int cFetchQueue::transfersInSettings()

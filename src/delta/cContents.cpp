@@ -3,6 +3,8 @@
 #include "delta/cOldFiles.h"
 #include "delta/cPatchReader.h"
 
+#include <utility>
+
 bool cContents::read(char* to, qint64 count)
 {
     while (count > 0) {
@@ -26,10 +28,14 @@ bool cContents::readInstruction()
     if (m_skip < -m_place || m_skip > m_old.size() - m_place)
         return damaged("an instruction skips out of the old files");
     m_place += m_skip;
+    const bool wasEmpty = std::exchange(m_isEmpty, false);
     if (!m_patch.readNumber("the number of bytes to add", m_left, m_toAdd) ||
         !m_patch.readNumber("the number of bytes to copy", m_left - m_toAdd, m_toCopy) ||
         !m_patch.readSignedNumber(m_skip))
         return fail(m_patch.errorString());
+    m_isEmpty = m_toAdd == 0 && m_toCopy == 0;
+    if (m_isEmpty && wasEmpty) // a small stream could hold very many
+        return damaged("two instructions in a row make nothing");
     return m_toAdd <= m_old.size() - m_place || damaged("an instruction adds bytes from behind the old files");
 }
 

@@ -39,6 +39,7 @@ private:
     qint64 m_toAdd = 0; // what is left of the instruction at hand
     qint64 m_toCopy = 0;
     qint64 m_skip = 0;
-    qint64 m_place = 0; // in the old files
+    qint64 m_place = 0;     // in the old files
+    bool m_isEmpty = false; // the instruction at hand makes nothing
     QString m_errorString;
 };

@@ -41,7 +41,8 @@ class QIODevice;
  * on by one each; then of as many bytes of the extra stream as it copies; then the place in the old files moves by the
  * skip. It begins at 0 and, but for the last skip, which leads nowhere, never leaves the old files. All contents
  * together have at most 1032 bytes for each of the package, which is as far as deflating goes. Nothing is left over in
- * any stream. (Level 0 is not taken: what it makes depends on the buffers, and is as good as content as it is.)
+ * any stream, and no two instructions in a row make nothing. (Level 0 is not taken: what it makes depends on the
+ * buffers, and is as good as content as it is.)
  */
 class cRebuild
 {

@@ -298,7 +298,7 @@ private slots:
     }
     void goesOnAfterACancel()
     {
-        offer("version='2.0'", feature(pluginA({"../~ranges=1/~trickle=1/pkg/A"})));
+        offer("version='2.0'", feature(pluginA({"../~trickle=1/pkg/A"})));
         connect(m_fixture.manager.data(), &cConfigurationMgr::progress, this, [](const QString& name, qint64 received) {
             if (name == "main-2.00.000" && received > 300)
                 IConfigMgr::cancelUpdate();

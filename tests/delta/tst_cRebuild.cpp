@@ -133,6 +133,7 @@ private slots:
         for (const char* name : {"skip-before", "skip-behind", "skip-far"})
             row(name, "an instruction skips out of the old files");
         row("add-behind", "an instruction adds bytes from behind the old files");
+        row("idle", "two instructions in a row make nothing");
         row("add-more", "the number of bytes to add is 1125899906842624");
         row("copy-more", "the number of bytes to copy is ");
         row("no-number", "the size of the package is no number");
@@ -207,8 +208,8 @@ private slots:
         cRebuild rebuild(m_tool.path("small.delta"), cRebuild::filesIn(m_tool.path("small-old")),
                          m_tool.read("small.zip").size());
         QVERIFY(!rebuild.run(full));
-        QCOMPARE(rebuild.errorString(),
-                 QString("the package cannot be written: no space is left on the device that holds /dev"));
+        const QString fault = "the package cannot be written: no space is left on the device that holds ";
+        QCOMPARE(rebuild.errorString().left(fault.size()), fault);
     }
 
 private:

@@ -9,6 +9,7 @@
 #include <Norvale/cVersion.h>
 
 #include <QtCore/QDirIterator>
+#include <QtCore/QRandomGenerator>
 
 /// Runs the real program as a child process, on files below a temporary folder.
 class ToolFixture
@@ -40,7 +41,12 @@ public:
     {
         const QString folder = name + '-' + cVersion(version).toString();
         write(folder + "/Manifest.xml", manifest(name, version, inner));
-        write(folder + '/' + Platform::library(name), "the library of " + folder.toLatin1());
+        // what two versions have in common is most of it
+        QByteArray library(3000, 'x');
+        std::generate(library.begin(), library.end(), [random = QRandomGenerator(qHash(name, 1))]() mutable {
+            return char(random.bounded('0', 'z'));
+        });
+        write(folder + '/' + Platform::library(name), "the library of " + folder.toLatin1() + library);
         for (auto it = more.begin(); it != more.end(); ++it)
             write(folder + '/' + it.key(), it.value());
         return folder;

@@ -72,6 +72,8 @@ private slots:
         row("what another one needs", "sed -i 's/\"Core\"/\"K\"/' site/main/repository.xml", "retire site K", 1,
             "\"F\" depend on \"K\"");
         row("what is not there", "", "retire site G-1.0.0", 1, "there is Core-1.00.000, F-1.00.000");
+        row("too many patches", "", "add site P.zip --feature F --feature-version 2.0.0 --deltas 10", 2,
+            "--deltas takes 0 to 9");
         row("nothing", "", "retire site", 2, "say what is to be retired");
         row("for ever", "", "retire site F --keep x", 2, "--keep takes");
         row("a damaged list", "echo '<' >site/.retired.xml", "retire site --expired", 1, ".retired.xml, line");
@@ -102,6 +104,10 @@ private slots:
         row("killed within a change", add, "tear", -1);
         row("disk full in a new repository", add + " --depends= --repository new/deep", "ENOSPC", 4);
         row("disk read only", add, "EROFS", 4);
+#ifndef Q_OS_WIN
+        row("killed with patches", add + " --deltas 2", "kill", -1);
+        row("patches on a full disk", add + " --deltas 2", "ENOSPC", 4);
+#endif
         row("signed and killed", add + " --keys keys", "kill", -1);
         row("signed on a full disk", add + " --keys keys", "ENOSPC", 4);
         row("promotion killed", "promote site --from beta", "kill", -1);
@@ -127,6 +133,7 @@ private slots:
         const QStringList entriesBefore = entries();
         QCOMPARE(m_tool.run(words, faults).code, 0);
         const QMap<QString, QByteArray> after = offered();
+        QCOMPARE(after.contains("site/main/packages/B-3.00.000-from-1.00.000.delta"), call.contains("--deltas"));
         const QStringList entriesAfter = entries();
         const int changes = m_tool.read("report").count('\n');
         QVERIFY(changes > 10);

@@ -60,7 +60,7 @@ function(expect package what)
 endfunction()
 
 expect(libnorvale1 depends "libqt5core5a \\(>= 5\\.15" "libgcrypt20" "zlib1g" NOT "-dev")
-expect(norvale-tools depends "libnorvale1 \\(= 1" "libzip" NOT "-dev")
+expect(norvale-tools depends "libnorvale1 \\(= 1" "libzip" "libdivsufsort3" NOT "-dev")
 expect(norvale-dev depends "libnorvale1 \\(= 1" "qtbase5-dev")
 expect(norvale-doc depends NOT ".")
 expect(libnorvale1 holds "/libNorvale\\.so\\.1\n" "/norvale1/VPlugin\n" NOT "/include/" "/bin/" "/libNorvale\\.so\n")

@@ -48,6 +48,12 @@ import time
 import urllib.parse
 
 
+def tell(line):
+    """At once: what threads print otherwise comes in pieces."""
+    sys.stdout.write("%s\n" % line)
+    sys.stdout.flush()
+
+
 def split_faults(path):
     """What follows the faults, and the faults by name."""
     faults = {}
@@ -86,7 +92,7 @@ class Handler(socketserver.StreamRequestHandler):
             self.asked[name.lower()] = value.strip()
         if len(request) < 2:
             return False
-        print(request[1], flush=True)
+        tell(request[1])
         path, asked = split_faults(request[1].partition("?")[0])
         faults = dict(self.server.always, **asked)
         faults.update(split_faults("/%s/" % self.server.faults.get(encoded(path), ""))[1])
@@ -102,7 +108,7 @@ class Handler(socketserver.StreamRequestHandler):
         if how in ("next", "middle", "mute"):
             select.select([self.connection], [], [])
         if how in ("middle", "mute"):
-            print(self.rfile.readline().decode("latin-1").split(" ")[1], flush=True)
+            tell(self.rfile.readline().decode("latin-1").split(" ")[1])
         if how == "mute":
             self.rfile.read()
         return how
@@ -226,22 +232,22 @@ def answer_steps(server):
         try:
             if line.startswith("~"):
                 server.always = split_faults("/%s/" % line.strip())[1]
-                print("=", flush=True)
+                tell("=")
                 continue
             if not site:
                 import tuf_site
 
                 site = tuf_site.Site(server)
             site.run(line)
-            print("=", flush=True)
+            tell("=")
         except Exception as error:
-            print("=%r" % error, flush=True)
+            tell("=%r" % error)
 
 
 def main():
     server = Server(os.path.abspath(sys.argv[1]), sys.argv[2:4])
     threading.Thread(target=server.serve_forever, daemon=True).start()
-    print(server.server_address[1], flush=True)
+    tell(server.server_address[1])
     answer_steps(server)
 
 

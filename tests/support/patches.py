@@ -145,6 +145,7 @@ FAULTS = {
     "huge-part": lambda p: p.parts[0].__setitem__(1, 2**62),
     "skip-before": lambda p: skip_to(p, -1), "skip-behind": lambda p: skip_to(p, p.old_size + 1),
     "skip-far": lambda p: skip_to(p, -(2**63)), "add-behind": lambda p: skip_to(p, p.old_size),
+    "idle": lambda p: [p.instructions.insert(0, [0, 0, 0]) for _ in range(2)] and None,
     "add-more": lambda p: p.instructions[-1].__setitem__(0, 2**50),
     "copy-more": lambda p: p.instructions[-1].__setitem__(1, p.instructions[-1][1] + 1),
     "no-number": lambda p: b"\xff" * 9 + b"\2", "control-ends": lambda p: p.control()[:-2],

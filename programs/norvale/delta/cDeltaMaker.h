@@ -7,20 +7,18 @@
 
 #include <memory>
 
-class cPackage;
+class cOldPackage;
 
 /**
  * Makes patches: from what an installation has unpacked of an older package, a patch makes a newer package again, byte
  * by byte. Each is tried as an installation does before it is given out.
  *
  * Memory: both packages and what they unpack to, four bytes for each byte that the older one unpacks to, and the patch.
+ * Packages that unpack to more than cOldPackage::LargestContents, which is 256 MiB, get none.
  */
 class cDeltaMaker
 {
 public:
-    /// The most bytes that a package may hold, and what it unpacks to.
-    static constexpr qint64 LargestContents = 256 * 1024 * 1024;
-
     /// What a patch may be of its package, in percent: above it saves too little for what it takes to rebuild.
     static constexpr int LargestShare = 60;
 
@@ -39,10 +37,8 @@ public:
     const QString& errorString() const { return m_errorString; }
 
 private:
-    class cOldFiles;
-
     bool readPackage();
-    bool rebuilds(const cOldFiles& files);
+    bool rebuilds(cOldPackage& old);
     bool fail(const QString& reason);
 
     const QByteArray m_package;

@@ -38,7 +38,8 @@ bool cPackageParts::read(const cPackage& package, qint64 limit)
     for (const cZipRecord& record : qAsConst(records)) {
         cPackage::Span span;
         QString error;
-        if (record.method != cZipHeader::Deflated || !record.isListed() || !package.locate(record, &span, &error))
+        if (record.method != cZipHeader::Deflated || !record.isListed() || !package.locate(record, &span, &error) ||
+            span.data < done)
             continue;
         addPlain(package.bytes().mid(int(done), int(span.data - done)));
         done = span.data;

@@ -3,6 +3,7 @@
 #include "install/cPackage.h"
 #include "report/cFindings.h"
 
+#include <QtCore/QCryptographicHash>
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
 
@@ -31,6 +32,17 @@ bool readInputFile(const QString& path, qint64 limit, QByteArray* bytes, cFindin
     if (file.error() != QFileDevice::NoError)
         return findings.add(Rule::FileUnreadable, path, file.errorString()), false;
     return true;
+}
+
+QByteArray sha1Of(const QByteArray& bytes)
+{
+    return QCryptographicHash::hash(bytes, QCryptographicHash::Sha1);
+}
+
+bool readKnownFile(const QString& path, const QByteArray& sha1, QByteArray* bytes)
+{
+    cFindings unread;
+    return readInputFile(path, LargestFile, bytes, unread) && sha1Of(*bytes) == sha1;
 }
 
 QByteArray packageManifest(const cPackage& package)

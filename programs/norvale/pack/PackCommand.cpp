@@ -10,7 +10,6 @@
 #include "report/cFindings.h"
 #include "version/cPluginId.h"
 
-#include <QtCore/QCryptographicHash>
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>
 #include <QtCore/QSet>
@@ -167,7 +166,7 @@ public:
         QString error;
         if (code == ExitCode::Ok && !replaceFile(path, package.bytes(), &error))
             code = ExitCode::WriteFailed;
-        const QByteArray hash = QCryptographicHash::hash(package.bytes(), QCryptographicHash::Sha1).toHex();
+        const QByteArray hash = sha1Of(package.bytes()).toHex();
         return m_report.end(code, findings, error, {path},
                             {{"package", path}, {"size", package.bytes().size()}, {"sha1", QString::fromLatin1(hash)}});
     }

@@ -73,7 +73,8 @@ enum class Severity { Error, Warning };
     X(PluginBadVersion, "plugin-bad-version", Error, "a plugin's version is MAJOR.MINOR.BUILD")                        \
     X(PluginBadSize, "plugin-bad-size", Warning, "the size of a package is there and a number of bytes")               \
     X(PluginBadHash, "plugin-bad-hash", Error, "a package has a SHA-1 hash in 40 hexadecimal digits")                  \
-    X(PluginBadDelta, "plugin-bad-delta", Warning, "a delta has an older version, size, hash and path, or is not read") \
+    X(PluginBadDelta, "plugin-bad-delta", Warning,                                                                     \
+      "a delta has an older version, size, hash and path, or is not read")                                             \
     X(PluginNoSource, "plugin-no-source", Error, "a package has a source, or lies beside its repository.xml")          \
     X(PluginTwoVersions, "plugin-two-versions", Error, "features share a plugin in one version only")                  \
     X(RuntimeBadName, "runtime-bad-name", Error, "a runtime's name can name a file on every system")                   \
@@ -95,9 +96,10 @@ enum class Severity { Error, Warning };
     X(SiteNoRepository, "site-no-repository", Error, "an entry's repository.xml can be fetched")                       \
     X(SiteOtherName, "site-other-name", Warning, "a repository carries the name that the site gives it")               \
     X(SourceUnreachable, "source-unreachable", Error, "one source of each package and runtime can be fetched")         \
-    X(SourceDead, "source-dead", Warning, "every source can be fetched")                                               \
-    X(SourceSize, "source-size", Error, "a package has the size that its repository names")                            \
-    X(SourceHash, "source-hash", Error, "a runtime has the hash that its repository names")                            \
+    X(SourceDead, "source-dead", Warning, "every source and patch can be fetched")                                     \
+    X(SourceSize, "source-size", Error, "a package or patch has the size that its repository names")                   \
+    X(SourceHash, "source-hash", Error, "a runtime or patch has the hash that its repository names")                   \
+    X(DeltaRebuild, "delta-rebuild", Error, "a patch makes its package from the version that it is for")               \
     X(SiteUnsigned, "site-unsigned", Warning, "what a signed site offers has been signed")                             \
     X(TrustRefused, "trust-refused", Error, "who trusts the first root of a signed site takes its metadata")           \
     X(TrustTarget, "trust-target", Error, "a file has the length and the hashes that are signed")                      \

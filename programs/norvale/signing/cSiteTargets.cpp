@@ -102,7 +102,7 @@ bool cSiteTargets::addRepository(const QString& content)
         return fail(error);
     for (const QSharedPointer<cFeatureInstance>& feature : catalogue.features()) {
         for (const QSharedPointer<cFeaturePlugin>& plugin : feature->plugins()) {
-            if (!addPlugin(*plugin, content, path))
+            if (!addPlugin(*plugin, content, path) || !addDeltas(*plugin, content, path))
                 return false;
         }
     }
@@ -130,6 +130,15 @@ bool cSiteTargets::addPlugin(const cFeaturePlugin& plugin, const QString& conten
     return isHere || fail(QStringLiteral("%1: the package of %2 lies on another server, so nothing vouches for it: put "
                                          "it on the site with norvale site add")
                               .arg(fullPath(repository), plugin.id().toString()));
+}
+
+// One that lies on another server needs nobody to vouch for it: the description does, which is signed.
+bool cSiteTargets::addDeltas(const cFeaturePlugin& plugin, const QString& content, const QString& repository)
+{
+    return std::all_of(plugin.deltas().begin(), plugin.deltas().end(), [&](const cFeatureDelta& delta) {
+        return !QUrl(delta.source.source).isRelative() ||
+               addFile(pathIn(content, delta.source.source), delta.hash, repository);
+    });
 }
 
 bool cSiteTargets::addFile(const QString& path, const QByteArray& sha1, const QString& repository)

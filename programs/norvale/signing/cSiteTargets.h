@@ -10,7 +10,7 @@
 
 /**
  * The files of a site that are signed: site.xml, each repository.xml, and the packages and setup programs that these
- * offer or have offered and not retired. What is only lying there is not.
+ * offer or have offered and not retired, and the patches of what is offered. What is only lying there is not.
  */
 class cSiteTargets
 {
@@ -40,6 +40,7 @@ private:
     bool addDescription(const QString& path, QByteArray* bytes);
     bool addRepository(const QString& content);
     bool addPlugin(const cFeaturePlugin& plugin, const QString& content, const QString& repository);
+    bool addDeltas(const cFeaturePlugin& plugin, const QString& content, const QString& repository);
     bool addFile(const QString& path, const QByteArray& sha1, const QString& repository);
     void addEarlier(const QString& content);
     QString pathIn(const QString& content, const QString& source) const;

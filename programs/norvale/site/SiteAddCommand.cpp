@@ -1,5 +1,6 @@
 #include "Commands.h"
 #include "common/cProgram.h"
+#include "delta/cDeltaMaker.h"
 #include "lint/InputFile.h"
 #include "plugins/ManifestRules.h"
 #include "report/cFindings.h"
@@ -24,6 +25,7 @@ private:
     /// What is wrong with the options; empty when they make an addition.
     QString usageError() const;
     QString versionError() const;
+    QString deltasError() const;
 
     /// @return why a file of notes cannot be read; empty when all have been.
     QString readNotes();
@@ -36,6 +38,7 @@ private:
     QStringList m_dependencies;
     QStringList m_shared;
     QString m_content;
+    QString m_deltas = QStringLiteral("0");
     QString m_keys;
 };
 
@@ -55,6 +58,8 @@ void cSiteAddCommand::describe(cSyntax& syntax)
     syntax.add("PACKAGE", &m_wanted.packages, "All packages of the feature, as norvale pack makes them");
     addFeatureOptions(syntax);
     addRepositoryOptions(syntax);
+    syntax.add("--deltas", &m_deltas,
+               "From how many earlier versions patches are made, for those who have them: 0 to 9, such as 3", "N");
     syntax.add("--replace", &m_wanted.mayReplace,
                "Let a version that is published change (who has it keeps what it has)");
     cSigningRun::addKeysOption(syntax, &m_keys);
@@ -93,6 +98,7 @@ ExitCode cSiteAddCommand::run()
 {
     m_wanted.displayNames = pairs(m_displayNames);
     m_wanted.shared = pairs(m_shared);
+    m_wanted.deltas = m_deltas.toInt();
     const QString error = usageError();
     if (!error.isEmpty())
         return m_report.fail(ExitCode::Usage, error);
@@ -141,7 +147,20 @@ QString cSiteAddCommand::usageError() const
         if (word.indexOf(QLatin1Char('=')) <= 0)
             return QStringLiteral("\"%1\" is no NAME=VALUE").arg(word);
     }
-    return m_wanted.status.isEmpty() ? QStringLiteral("--status is empty") : versionError();
+    if (m_wanted.status.isEmpty())
+        return QStringLiteral("--status is empty");
+    const QString fault = deltasError();
+    return fault.isEmpty() ? versionError() : fault;
+}
+
+QString cSiteAddCommand::deltasError() const
+{
+    bool isNumber = false;
+    const int count = m_deltas.toInt(&isNumber);
+    if (!isNumber || count < 0 || count > cSiteDeltas::Most)
+        return QStringLiteral("--deltas takes 0 to %1").arg(cSiteDeltas::Most);
+    const QString reason = cDeltaMaker::unavailability();
+    return count == 0 || reason.isEmpty() ? QString() : QStringLiteral("--deltas: ") + reason;
 }
 
 QString cSiteAddCommand::versionError() const

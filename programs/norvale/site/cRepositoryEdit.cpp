@@ -40,8 +40,10 @@ void cRepositoryEdit::begin()
 // finds what it says.
 bool cRepositoryEdit::placePackage(cNewFile& package)
 {
-    package.source = QStringLiteral("packages/") + package.id.packageFileName();
+    package.source = packagePlace(package.id);
     const Plugin published = publishedPlugin(package.id);
+    if (published && published->hash() == package.hash)
+        package.deltas = published->deltas();
     const cRetired::Plugin* const retired = m_retired.findPlugin(m_state.entry(), package.id);
     const bool isOther = published ? published->hash() != package.hash : retired && retired->hash != package.hash;
     if (!isOther)
@@ -77,7 +79,18 @@ cRepositoryEdit::Plugin cRepositoryEdit::makePlugin(const cNewFile& package) con
     } else {
         plugin->addSource({QSharedPointer<cUpdateLocation>(), package.source});
     }
+    for (const cFeatureDelta& delta : package.deltas)
+        plugin->addDelta(delta);
     return plugin;
+}
+
+cRepositoryEdit::Plugin cRepositoryEdit::plainPlugin(const cFeaturePlugin& plugin)
+{
+    const auto plain = Plugin::create(plugin.id(), plugin.size());
+    plain->setHash(plugin.hash());
+    for (const cFeatureSource& source : plugin.sources())
+        plain->addSource(source);
+    return plain;
 }
 
 int cRepositoryEdit::placeOf(const QString& name) const
@@ -173,13 +186,13 @@ QByteArray cRepositoryEdit::earlierXml() const
     return cCatalogueWriter::repository(catalogue);
 }
 
-// What an installation gets; notes are for people, and may be mended.
+// What an installation gets. Notes are for people, and may be mended; patches are only another way to the same package.
 QByteArray cRepositoryEdit::textOf(const Feature& feature)
 {
     const Feature plain = feature->copy(feature->version());
     plain->setNotes({});
     for (const Plugin& plugin : feature->plugins())
-        plain->addPlugin(plugin);
+        plain->addPlugin(plainPlugin(*plugin));
     return cCatalogueWriter::repository(catalogueOf({plain}));
 }
 

@@ -21,6 +21,7 @@ struct cNewFile
     QString source;                    // where it goes, relative to the repository
     cPluginId id;                      // of a setup program its file name and the runtime's version
     std::optional<cManifest> manifest; // of a package
+    QVector<cFeatureDelta> deltas;     // of a package that has its place: what makes it from older versions
 };
 
 /**
@@ -45,7 +46,7 @@ public:
 
     // Each is false when a rule forbids it; errorString() then says which.
 
-    /// Says in @p package where it goes.
+    /// Says in @p package where it goes, and which patches of it are published.
     [[nodiscard]] bool placePackage(cNewFile& package);
 
     /// Puts @p feature in the place of its older version, which would hide it otherwise.
@@ -84,6 +85,12 @@ public:
 
     /// The plugin of a package that has its place.
     Plugin makePlugin(const cNewFile& package) const;
+
+    /// Where the package of @p id goes that is the first one of this version, relative to the repository.
+    static QString packagePlace(const cPluginId& id) { return QStringLiteral("packages/") + id.packageFileName(); }
+
+    /// The same plugin without the patches that make its package.
+    static Plugin plainPlugin(const cFeaturePlugin& plugin);
 
     /// The notes of @p newer, and those of @p older that it does not have, the newest first, of as many versions as are
     /// kept.

@@ -5,10 +5,10 @@
 #include "lint/cPackageLint.h"
 #include "report/cFindings.h"
 #include "signing/cSignedSiteCheck.h"
+#include "site/cDeltaCheck.h"
 #include "suite/cSuite.h"
 #include "version/Shown.h"
 
-#include <QtCore/QCryptographicHash>
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>
 
@@ -73,9 +73,19 @@ bool cPackageStore::fetch(const QUrl& url, QByteArray* bytes, File& file)
         return false;
     }
     file.size = bytes->size();
-    file.hash = QCryptographicHash::hash(*bytes, QCryptographicHash::Sha1);
+    file.hash = sha1Of(*bytes);
     return true;
 }
+
+cSiteCheck::cSiteCheck(const QUrl& site, cFindings& findings)
+    : m_site(site)
+    , m_findings(findings)
+    , m_packages(m_fetcher)
+    , m_deltas(std::make_unique<cDeltaCheck>(m_fetcher, m_findings))
+{
+}
+
+cSiteCheck::~cSiteCheck() = default;
 
 bool cSiteCheck::run()
 {
@@ -112,8 +122,11 @@ void cSiteCheck::checkSigned(cSignedSiteCheck& check)
 
 QString cSiteCheck::summary() const
 {
-    return QStringLiteral("fetched %1 and %2")
-        .arg(counted(m_repositories.size(), "repository", "repositories"), counted(m_packages.count(), "further file"));
+    const QString fetched = QStringLiteral("fetched %1 and %2")
+                                .arg(counted(m_repositories.size(), "repository", "repositories"),
+                                     counted(m_packages.count(), "further file"));
+    const QString deltas = m_deltas->summary();
+    return deltas.isEmpty() ? fetched : fetched + QStringLiteral("; ") + deltas;
 }
 
 void cSiteCheck::checkRepository(const cSiteLint::Entry& entry, const QString& site)
@@ -172,6 +185,7 @@ void cSiteCheck::checkPlugin(const cFeaturePlugin& plugin, const QString& reposi
         if (file.manifest)
             suite.addManifest(plugin.id(), *file.manifest);
     }
+    m_deltas->check(plugin, repository);
     // The catalogue's own check tells of a plugin without sources.
     const Rule rule = dead.size() == plugin.sources().size() ? Rule::SourceUnreachable : Rule::SourceDead;
     for (const QString& reason : dead)

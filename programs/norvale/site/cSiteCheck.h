@@ -11,8 +11,10 @@
 #include <QtCore/QString>
 #include <QtCore/QUrl>
 
+#include <memory>
 #include <optional>
 
+class cDeltaCheck;
 class cFeaturePlugin;
 class cFindings;
 class cSignedSiteCheck;
@@ -80,7 +82,8 @@ private:
 class cSiteCheck
 {
 public:
-    cSiteCheck(const QUrl& site, cFindings& findings) : m_site(site), m_findings(findings), m_packages(m_fetcher) {}
+    cSiteCheck(const QUrl& site, cFindings& findings);
+    ~cSiteCheck();
 
     /// @return false when the site's description cannot be fetched; errorString() says why.
     [[nodiscard]] bool run();
@@ -102,6 +105,7 @@ private:
     cFindings& m_findings;
     cSiteFetcher m_fetcher;
     cPackageStore m_packages;
+    std::unique_ptr<cDeltaCheck> m_deltas;
     QSet<QUrl> m_repositories; // that have been looked at
     QString m_errorString;
 };

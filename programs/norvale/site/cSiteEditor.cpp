@@ -8,7 +8,6 @@
 #include "suite/cSuite.h"
 #include "suite/cSuiteReader.h"
 
-#include <QtCore/QCryptographicHash>
 #include <QtCore/QDir>
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
@@ -60,7 +59,7 @@ bool cSiteEditor::readPackage(const QString& path, cNewFile* package)
         m_findings.hasErrors())
         return false;
     package->size = package->bytes.size();
-    package->hash = QCryptographicHash::hash(package->bytes, QCryptographicHash::Sha1);
+    package->hash = sha1Of(package->bytes);
     package->id = cPluginId(lint.name(), lint.version());
     package->manifest = lint.manifest();
     return true;
@@ -110,13 +109,14 @@ void cSiteEditor::sweepLeftovers()
     cSiteFiles::sweep(m_state.folder(), QStringLiteral(".retired.xml"));
     cSiteFiles::sweep(repository, QStringLiteral("repository.xml"));
     cSiteFiles::sweep(repository, QStringLiteral(".earlier.xml"));
-    cSiteFiles::sweep(repository + QStringLiteral("/packages"), QStringLiteral("*.zip"));
+    for (const char* pattern : {"*.zip", "*.delta"})
+        cSiteFiles::sweep(repository + QStringLiteral("/packages"), QLatin1String(pattern));
 }
 
 bool cSiteEditor::write()
 {
     sweepLeftovers();
-    QList<cNewFile> files = m_packages;
+    QList<cNewFile> files = m_packages + m_deltas.files();
     if (m_runtime)
         files.append(*m_runtime);
     bool isWritten = std::all_of(files.begin(), files.end(), [&](const cNewFile& file) { return writeNewFile(file); });
@@ -167,9 +167,7 @@ bool cSiteEditor::writeNewFile(const cNewFile& file)
     if (!file.bytes.isEmpty())
         return m_files.write(path, file.bytes);
     QByteArray bytes;
-    cFindings findings;
-    if (!readInputFile(file.path, LargestFile, &bytes, findings) ||
-        QCryptographicHash::hash(bytes, QCryptographicHash::Sha1) != file.hash) {
+    if (!readKnownFile(file.path, file.hash, &bytes)) {
         m_errorString = QStringLiteral("%1 has changed while it was published").arg(file.path);
         return false;
     }
@@ -185,8 +183,13 @@ void cSiteEditor::removeExpired()
         return;
     for (const QString& file : expired) {
         const QString path = QDir::cleanPath(m_state.folder() + QLatin1Char('/') + file);
-        if (path.startsWith(m_state.folder() + QLatin1Char('/')) && !named.contains(path))
-            m_files.remove(path, m_state.folder());
+        if (!path.startsWith(m_state.folder() + QLatin1Char('/')) || named.contains(path))
+            continue;
+        for (const QString& delta : cSiteDeltas::besidePackage(path)) {
+            if (!named.contains(delta))
+                m_files.remove(delta, m_state.folder());
+        }
+        m_files.remove(path, m_state.folder());
     }
     (void)m_files.write(cRetiredList::path(m_state.folder()), m_retired.xml()); // else the next run does it
 }
@@ -207,6 +210,8 @@ bool cSiteEditor::collectNamedFiles(QSet<QString>* files) const
             for (const cRepositoryEdit::Plugin& plugin : feature->plugins()) {
                 for (const cFeatureSource& source : plugin->sources())
                     files->insert(QDir::cleanPath(folder + QLatin1Char('/') + source.source));
+                for (const cFeatureDelta& delta : plugin->deltas())
+                    files->insert(QDir::cleanPath(folder + QLatin1Char('/') + delta.source.source));
             }
         }
     }
@@ -217,7 +222,7 @@ cStyledLines cSiteEditor::lines() const
 {
     const QString place = QStringLiteral(" in repository %1 %2").arg(m_state.name(), m_edit.version().toString());
     cStyledLines lines;
-    for (const QString& line : m_files.lines())
+    for (const QString& line : m_files.lines() + m_deltas.lines())
         lines.append(line);
     for (const cChange& change : changes()) {
         lines.append(
@@ -242,6 +247,7 @@ QJsonObject cSiteEditor::json() const
             {"version", m_edit.version().toString()},
             {"changed", m_files.isChanged()},
             {"features", features},
+            {"deltas", m_deltas.json()},
             {"files", m_files.json()}};
 }
 

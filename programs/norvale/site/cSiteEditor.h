@@ -6,6 +6,7 @@
 #include "signing/cSiteSigner.h"
 #include "site/cRepositoryEdit.h"
 #include "site/cRetiredList.h"
+#include "site/cSiteDeltas.h"
 #include "site/cSiteFiles.h"
 #include "site/cSiteState.h"
 
@@ -19,10 +20,10 @@
 
 /**
  * Changes one repository of a site's folder: the frame of all commands that do. Whoever reads the site meanwhile, and
- * whoever comes after a crash, meets the old state or the new one: packages are put in place first, where nothing
- * points to yet, then what the site keeps for itself, then the repository's description, then, if it is new, the
- * site's, then what signs them. Last of all the packages go whose time is over. A run that was cut off can be repeated;
- * one that fails leaves nothing behind.
+ * whoever comes after a crash, meets the old state or the new one: packages and patches are put in place first, where
+ * nothing points to yet, then what the site keeps for itself, then the repository's description, then, if it is new,
+ * the site's, then what signs them. Last of all the packages go whose time is over. A run that was cut off can be
+ * repeated; one that fails leaves nothing behind.
  */
 class cSiteEditor
 {
@@ -39,7 +40,8 @@ protected:
     /// @p verb is what lines() say of a change, as in "published in repository main (release) 1.00.000".
     cSiteEditor(const cSitePlace& place, const char* verb) : m_place(place), m_verb(verb) {}
 
-    /// Changes m_edit, m_packages, m_runtime and m_retired; m_state has been read. Anything but Ok ends the run.
+    /// Changes m_edit, m_packages, m_deltas, m_runtime and m_retired; m_state has been read. Anything but Ok ends the
+    /// run.
     virtual ExitCode edit() = 0;
 
     ExitCode fail(ExitCode code, const QString& reason);
@@ -53,6 +55,7 @@ protected:
     cRetiredList m_retired;
     cRepositoryEdit m_edit{m_state, m_retired};
     QList<cNewFile> m_packages; // with the place that m_edit gave them
+    cSiteDeltas m_deltas{m_state, m_retired};
     std::optional<cNewFile> m_runtime;
     cFindings m_findings;
 

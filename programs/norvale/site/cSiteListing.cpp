@@ -98,7 +98,7 @@ cStyledLines cSiteListing::lines() const
                                 repository.catalogue.version().toString()};
         for (const Version& version : repository.versions) {
             table.addRow(place + QStringList{version.id.name(), version.id.version().toString(), stateText(version),
-                                             version.plugins.join(QLatin1String(", "))});
+                                             pluginsText(version)});
         }
         for (const cRuntimeEntry& runtime : repository.catalogue.runtimes()) {
             table.addRow(place + QStringList{runtime.name, runtime.version.toString(), QStringLiteral("runtime")});
@@ -107,6 +107,21 @@ cStyledLines cSiteListing::lines() const
             table.addRow(place);
     }
     return table.lines();
+}
+
+QString cSiteListing::pluginsText(const Version& version)
+{
+    QStringList texts = version.plugins;
+    for (int i = 0; version.feature && i < texts.size(); ++i) {
+        QStringList from;
+        for (const cFeatureDelta& delta : version.feature->plugins().at(i)->deltas())
+            from.append(delta.from.toString());
+        if (!from.isEmpty())
+            texts[i] += QStringLiteral(" (%1 from %2)")
+                            .arg(from.size() == 1 ? QStringLiteral("patch") : QStringLiteral("patches"),
+                                 from.join(QLatin1String(", ")));
+    }
+    return texts.join(QLatin1String(", "));
 }
 
 QString cSiteListing::stateText(const Version& version)
@@ -164,6 +179,14 @@ QJsonObject cSiteListing::json(const Version& version)
         notes.append(
             QJsonObject{{"version", note.version.toString()}, {"lang", note.language}, {"text", note.text.trimmed()}});
     }
+    QJsonArray deltas;
+    for (const QSharedPointer<cFeaturePlugin>& plugin : version.feature->plugins()) {
+        for (const cFeatureDelta& delta : plugin->deltas()) {
+            deltas.append(QJsonObject{
+                {"plugin", plugin->id().toString()}, {"from", delta.from.toString()}, {"size", qint64(delta.size)}});
+        }
+    }
+    object["deltas"] = deltas;
     object["display_names"] = names;
     object["dependencies"] = QJsonArray::fromStringList(version.feature->dependencies());
     object["notes"] = notes;

@@ -50,6 +50,7 @@ private:
     void readRepository(const cSiteEntry& entry);
     void addVersions(Repository& repository, const cFeatureCatalogue& earlier);
     static Version versionOf(const QSharedPointer<cFeatureInstance>& feature, const char* state);
+    static QString pluginsText(const Version& version);
     static QString stateText(const Version& version);
     static QJsonObject json(const Version& version);
     static QJsonObject json(const Repository& repository);

@@ -2,7 +2,6 @@
 
 #include "lint/InputFile.h"
 
-#include <QtCore/QCryptographicHash>
 #include <QtCore/QUrl>
 
 #include <algorithm>
@@ -78,6 +77,7 @@ cSitePromotion::Plugin cSitePromotion::pluginOf(const cFeaturePlugin& plugin)
         fail(m_edit.errorString());
         return Plugin();
     }
+    m_deltas.take(plugin, m_source.repositoryFolder(), package);
     package.bytes.clear(); // one package at a time is in memory
     m_packages.append(package);
     here = m_edit.makePlugin(package);
@@ -92,10 +92,11 @@ cSitePromotion::Plugin cSitePromotion::pluginOf(const cFeaturePlugin& plugin)
 cSitePromotion::Plugin cSitePromotion::publishedHere(const cFeaturePlugin& plugin) const
 {
     if (cSiteState::isRemote(plugin)) {
-        const Plugin same = Plugin::create(plugin.id(), plugin.size());
-        same->setHash(plugin.hash());
-        for (const cFeatureSource& source : plugin.sources())
-            same->addSource(source);
+        const Plugin same = cRepositoryEdit::plainPlugin(plugin);
+        for (const cFeatureDelta& delta : plugin.deltas()) {
+            if (!QUrl(delta.source.source).isRelative())
+                same->addDelta(delta);
+        }
         return same;
     }
     const Plugin published = m_edit.publishedPlugin(plugin.id());
@@ -136,7 +137,7 @@ bool cSitePromotion::promoteRuntime()
     file.hash = newest->hash;
     if (!readInputFile(file.path, LargestFile, &file.bytes, m_findings))
         return false;
-    if (QCryptographicHash::hash(file.bytes, QCryptographicHash::Sha1) != file.hash) {
+    if (sha1Of(file.bytes) != file.hash) {
         m_findings.add(Rule::SourceHash, file.path, QStringLiteral("it is not the file that the repository names"));
         return false;
     }

@@ -3,7 +3,6 @@
 #include "lint/InputFile.h"
 #include "version/cPluginId.h"
 
-#include <QtCore/QCryptographicHash>
 #include <QtCore/QFileInfo>
 #include <QtCore/QSet>
 
@@ -49,7 +48,7 @@ bool cSitePublisher::readRuntime()
         return false;
     if (!isSafePackageName(file.id.name()))
         m_findings.add(Rule::RuntimeBadName, file.path, QStringLiteral("not every system can have this name"));
-    file.hash = QCryptographicHash::hash(file.bytes, QCryptographicHash::Sha1);
+    file.hash = sha1Of(file.bytes);
     m_runtime = file;
     return !m_findings.hasErrors();
 }
@@ -64,6 +63,7 @@ bool cSitePublisher::placePackages()
         names.insert(name);
         if (!m_edit.placePackage(package))
             return fail(m_edit.errorString()), false;
+        m_deltas.make(package, m_wanted.deltas);
     }
     return true;
 }

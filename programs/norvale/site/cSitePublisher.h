@@ -22,6 +22,7 @@ struct cSiteAddition : cSitePlace
     QString runtimeVersion;
 
     bool mayReplace = false; // a published version may change
+    int deltas = 0;          // from how many earlier versions patches are made
 };
 
 /// Publishes a feature or a runtime.

@@ -3,7 +3,6 @@
 #include "lint/InputFile.h"
 #include "plugins/ManifestRules.h"
 
-#include <QtCore/QCryptographicHash>
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>
 
@@ -135,11 +134,9 @@ bool cSiteRetirement::hasPackages(const cFeatureInstance& feature)
     for (const cRepositoryEdit::Plugin& plugin : feature.plugins()) {
         const QString path = m_state.localPackage(*plugin);
         QByteArray bytes;
-        cFindings unread;
         if (path.isEmpty() && cSiteState::isRemote(*plugin))
             continue;
-        if (path.isEmpty() || !readInputFile(path, LargestFile, &bytes, unread) ||
-            QCryptographicHash::hash(bytes, QCryptographicHash::Sha1) != plugin->hash()) {
+        if (!readKnownFile(path, plugin->hash(), &bytes)) {
             return fail(QStringLiteral("%1 cannot be offered again: the package of %2 is not in %3 any more")
                             .arg(idOf(feature).toString(), plugin->id().toString(), m_state.repositoryFolder())),
                    false;

@@ -1,0 +1,159 @@
+#include "SiteFixture.h"
+
+#include "delta/cRebuild.h"
+
+#include <QtCore/QBuffer>
+#include <QtCore/QRandomGenerator>
+
+class tst_SiteDeltas : public QObject, private SiteFixture
+{
+    Q_OBJECT
+
+    /// The package of P in version @p version.0.0, which is like the others but for a few bytes; by norvale pack, or as
+    /// the shell does it in the plugin's folder.
+    void makeVersion(int version, const QString& packing = QString(), uint seed = 1) const
+    {
+        QByteArray content(40000, Qt::Uninitialized);
+        QRandomGenerator random(seed);
+        for (char& byte : content)
+            byte = char(random.bounded(64)); // so that deflating makes it smaller
+        content.insert(1000 * version, "version " + QByteArray::number(version));
+        const QString folder =
+            m_tool.makePlugin("P", QString::number(version) + ".0.0", "", {{"deep/data.bin", content}, {"empty", ""}});
+        if (packing.isEmpty())
+            QCOMPARE(m_tool.run({"pack", folder}).code, 0);
+        else
+            shell(packing.arg(folder), folder);
+    }
+    Ended publish(int version, const QString& more = QString()) const
+    {
+        const QString number = QString::number(version);
+        return add("P-" + number + ".00.000.zip", "F", number + ".0.0", "--depends= " + more);
+    }
+    /// Versions 1 to 3 without patches, and 4 with @p more.
+    void makeSite(const QString& more) const
+    {
+        for (int version = 1; version <= 4; ++version) {
+            makeVersion(version);
+            QCOMPARE(publish(version, version < 4 ? QString() : more).code, 0);
+        }
+    }
+
+    static QString name(int from) { return QString("P-4.00.000-from-%1.00.000.delta").arg(from); }
+    QStringList patches(const QString& status = "main") const
+    {
+        return QDir(m_tool.path("site/" + status + "/packages")).entryList({"*.delta"});
+    }
+    bool rebuilds(int from) const
+    {
+        shell(QString("rm -rf old; mkdir old; cd old; unzip -q ../P-%1.00.000.zip; rm -f empty").arg(from));
+        const QByteArray package = m_tool.read("P-4.00.000.zip");
+        cRebuild rebuild(m_tool.path("site/main/packages/" + name(from)), cRebuild::filesIn(m_tool.path("old")),
+                         package.size());
+        QBuffer made;
+        return made.open(QIODevice::WriteOnly) && rebuild.run(made) && made.data() == package;
+    }
+
+private slots:
+    void initTestCase()
+    {
+        m_tool.begin();
+        const Ended ended = m_tool.run("site add site P.zip --feature F --feature-version 1.0.0 --deltas 1");
+        if (ended.code == 2 && ended.reasons.contains("libdivsufsort"))
+            QSKIP("this build makes no patches");
+    }
+    void init() { m_tool.begin(); }
+
+    void publishes_data()
+    {
+        const Rows<QString> row("packing");
+        row("norvale pack", "");
+        row("Python", "python3 -m zipfile -c ../%1.zip *");
+        row("Info-ZIP", "zip -qr9 ../%1.zip *");
+        row("stored", "zip -qr0 ../%1.zip *");
+    }
+    void publishes()
+    {
+        const auto [packing] = cells<QString>("packing");
+        for (int version = 1; version <= 4; ++version)
+            makeVersion(version, packing);
+        for (int version = 1; version < 4; ++version)
+            QCOMPARE(publish(version).code, 0);
+        const Ended ended = publish(4, "--deltas 2 --json");
+        QVERIFY2(ended.code == 0, qPrintable(ended.reasons));
+        QCOMPARE(patches(), QStringList({name(2), name(3)}));
+        for (const QJsonValue& patch : jsonOf(ended)["deltas"].toArray())
+            QVERIFY2(patch["percent"].toInt(100) < 10, qPrintable(ended.output));
+        QVERIFY(publish(4, "--deltas 2").output.contains("nothing is new in"));
+        QCOMPARE(repository().count("<delta from="), 2);
+
+        // What is published stays, also where nobody asks for it again; the third one can come later.
+        const QMap<QString, QByteArray> before = offered();
+        QCOMPARE(publish(4).code, 0);
+        QCOMPARE(offered(), before);
+        QVERIFY(publish(4, "--deltas 3").output.contains("patch of P-4.00.000 from 1.00.000: "));
+        for (int from = 1; from <= 3; ++from)
+            QVERIFY(rebuilds(from));
+        const Ended checked = check();
+        QCOMPARE(checked.code, 0);
+        QVERIFY2(checked.reasons.contains("applied 3 patches"), qPrintable(checked.reasons));
+        QVERIFY(m_tool.run("site list site").output.contains("P-4.00.000 (patches from 3.00.000, 2.00.000, 1.00.000)"));
+    }
+
+    void leavesOutWhatSavesNothing()
+    {
+        for (int version = 1; version <= 2; ++version) {
+            makeVersion(version, QString(), uint(version));
+            const Ended ended = publish(version, "--deltas 3");
+            QCOMPARE(ended.code, 0);
+            QCOMPARE(ended.output.contains("no patch of P-2.00.000 from 1.00.000: it would be"), version == 2);
+        }
+        QCOMPARE(patches(), QStringList());
+        QVERIFY(!repository().contains("<delta"));
+    }
+
+    void isChecked_data()
+    {
+        const Rows<QString, int, QString> row("shell", "code", "said");
+        row("nothing", "", 0, "applied 3 patches");
+        row("a changed patch", "printf x | dd of=P-4.00.000-from-3.00.000.delta bs=1 seek=60 conv=notrunc status=none",
+            1, "[source-hash]");
+        row("a longer patch", "echo >>P-4.00.000-from-3.00.000.delta", 1, "[source-size]");
+        row("a patch that is gone", "rm P-4.00.000-from-3.00.000.delta", 1, "[source-dead]");
+        row("a patch of another version",
+            "sed -i 's/from=\"3.0/from=\"9.0/; s/from=\"2.0/from=\"3.0/' ../repository.xml", 1, "[delta-rebuild]");
+        row("an older package that is gone", "rm P-1.00.000.zip", 0, "1 patch only in size and hash");
+    }
+    void isChecked()
+    {
+        const auto [change, code, said] = cells<QString, int, QString>("shell", "code", "said");
+        makeSite("--deltas 3");
+        shell(change, "site/main/packages");
+        const Ended checked = check();
+        QCOMPARE(checked.code, code);
+        QVERIFY2((checked.output + checked.reasons).contains(said), qPrintable(checked.output + checked.reasons));
+    }
+
+    // They go where their package goes, signed like it.
+    void followsItsPackage()
+    {
+        QCOMPARE(m_tool.run("site keys init site --keys keys").code, 0);
+        makeSite("--deltas 3 --keys keys");
+        QCOMPARE(m_tool.run("site promote site --from release --to beta --keys keys").code, 0);
+        QCOMPARE(patches("main-beta"), patches());
+        shell("test $(grep -o '[.]delta\"' $(ls -v site/tuf/*.targets.json | tail -1) | wc -l) = 6");
+        const Ended checked = check();
+        QCOMPARE(checked.code, 0);
+        QVERIFY2(checked.reasons.contains("3 patches only in size and hash"), qPrintable(checked.reasons));
+
+        m_tool.write("site/main/packages/P-4.00.000-from-me.txt", "somebody's own");
+        QCOMPARE(m_tool.run("site retire site F-4.0.0 --keep 0 --keys keys").code, 0);
+        QCOMPARE(patches(), QStringList());
+        QVERIFY(QFile::exists(m_tool.path("site/main/packages/P-4.00.000-from-me.txt")));
+        QCOMPARE(patches("main-beta").size(), 3);
+        QCOMPARE(check().code, 0);
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_SiteDeltas)
+#include "tst_SiteDeltas.moc"
