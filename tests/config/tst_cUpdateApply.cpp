@@ -192,9 +192,8 @@ private slots:
         offer("version='2.0'", feature(pluginA() + pluginB()));
         QCOMPARE(update(), "0");
         const QByteArray mark = contentOf("Dropbox/repository.xml");
-        for (const char* name :
-             {"A-1.00.000.zip.aB3dEf", "repository.xml.aaaaaa", "B-1.00.000.zip.part", "B-1.00.000-from-0.09.000.delta",
-              "A-1.00.000-from-0.09.000.delta.part", "notes.txt", "mine.zip", "mine.zip.part"})
+        for (const char* name : {"A-1.00.000.zip.aB3dEf", "repository.xml.aaaaaa", "B-1.00.000.zip.part",
+                                 "B-1.00.000-from-0.09.000.delta", "notes.txt", "mine.zip", "mine.zip.part"})
             m_fixture.write(dataPath("Dropbox/") + name, "left by others");
         m_site.takeRequests();
         offer("version='3.0' core_version='1.0'", feature(pluginA() + pluginB("x", "2.0")));
@@ -205,7 +204,6 @@ private slots:
         QCOMPARE(update(), "0");
         QCOMPARE(dropbox(), QString("A B-2.00.000.zip mine.zip mine.zip.part notes.txt +"));
         QVERIFY2(!wereRequested("/pkg/A"), "what is there is not fetched again");
-
         cFeatureCatalogue update;
         QVERIFY(cCatalogueReader(update).read(contentOf("Dropbox/repository.xml")));
         QCOMPARE(update.name() + update.version().toString() + update.coreVersion().toString(),
@@ -291,7 +289,6 @@ private slots:
         QCOMPARE(Corvane::restartSetupFilename(), QString("none"));
         QCOMPARE(m_fixture.logged("cancelled"), 1);
         QCOMPARE(m_fixture.logged(""), 1);
-
         m_fixture.manager->disconnect();
         offer("version='2.0'", feature(pluginA()));
         QCOMPARE(update(), QString("0"));
@@ -320,7 +317,7 @@ private slots:
         row("another version", "", delta("D.delta", onSite("D.delta"), "1.1"), 1, "");
         row("beside a part of the whole", "part", good, 1, "");
         row("no patch there", "", delta("none", "none"), 1, "answers 404");
-        row("a patch cut off", "", delta("../~cut=150/pkg/D.delta", onSite("D.delta")), 2, "Connection closed");
+        row("a patch cut off", "", delta("../~cut=+100/pkg/D.delta", onSite("D.delta")), 2, "Connection closed");
         row("another patch", "", delta("A", onSite("D.delta")), 1, "match its hash");
         row("no patch at all", "", delta("A", bytesOf("A")), 1, "Not rebuilt");
         row("a patch for another package", "", delta("E.delta", onSite("E.delta")), 1, "match the package's hash");
@@ -344,9 +341,7 @@ private slots:
         m_site.takeRequests();
         offerFrom("../pkg/D.zip");
         QCOMPARE(update(), "0");
-        const QStringList asked = m_site.takeRequests().filter("/pkg/");
-        QCOMPARE(QSet<QString>(asked.begin(), asked.end()).size(),
-                 requests); // a rest that is cut, too, is asked for anew
+        QCOMPARE(m_site.takeRequests().filter("/pkg/").size(), requests);
         QVERIFY(contentOf("Dropbox/D-2.00.000.zip") == package);
         QCOMPARE(dropbox(), "D-2.00.000.zip +");
         QCOMPARE(m_fixture.logged("Not rebuilt"), logged.isEmpty() ? 0 : requests);
