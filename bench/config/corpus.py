@@ -40,7 +40,8 @@ def offered():
     names = {stem: re.compile(re.escape(stem) + r"[0-9.-]*(t64)?") for stem in STEMS}
     packages = [name for name in said("apt-cache", "pkgnames").split() if any(p.fullmatch(name) for p in names.values())]
     found = {name: set() for name in packages}
-    for line in said("apt-cache", "madison", *packages).splitlines():
+    lines = said("apt-cache", "madison", *packages).splitlines() if packages else []
+    for line in lines:
         name, version, place = (field.strip() for field in line.split("|"))
         if place.endswith(" Packages"):
             found[name].add(version)
