@@ -36,7 +36,9 @@ bool cRuntimeFetch::run()
     if (m_runtime.hash().isEmpty())
         return fail(QStringLiteral("the repository gives no hash for it"));
     m_path = QDir(Corvane::velmiraFolderOrFile(Corvane::DataFolder)).absoluteFilePath(m_runtime.name());
-    return isThere() || fetch();
+    const bool isDone = isThere();
+    removeParts(isDone ? QString() : m_path);
+    return isDone || fetch();
 }
 
 bool cRuntimeFetch::isThere() const
@@ -53,7 +55,6 @@ QString cRuntimeFetch::refusal(const QByteArray& sha256, qint64 length) const
 
 bool cRuntimeFetch::fetch()
 {
-    removeOtherParts();
     const QUrl url = m_runtime.source();
     const qint64 limit = m_means.site ? m_means.site->limitOf(url, m_runtime.name(), m_means.downloader) : SizeLimit;
     if (limit < 0)
@@ -75,14 +76,15 @@ bool cRuntimeFetch::fetch()
                                       : QStringLiteral("from %1: %2").arg(url.toDisplayString(), fetch->errorString()));
 }
 
-/// Those of setup programs that no site offers any more. A part is known by what lies beside it.
-void cRuntimeFetch::removeOtherParts() const
+/// Those of setup programs that no site offers any more, and what a kill has left beside one that is whole. A part is
+/// known by what lies beside it.
+void cRuntimeFetch::removeParts(const QString& but) const
 {
     const QDir folder = QFileInfo(m_path).dir();
     const QString end = cPartFile::originOf(QString());
     for (const QString& origin : folder.entryList({QLatin1Char('*') + end}, QDir::Files | QDir::Hidden)) {
         const QString path = folder.filePath(origin.chopped(end.size()));
-        if (path == m_path)
+        if (path == but)
             continue;
         for (const QString& rest : cFetch::restsOf(path))
             QFile::remove(rest);

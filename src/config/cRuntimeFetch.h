@@ -38,7 +38,7 @@ private:
     bool isThere() const;
     bool fetch();
     QString refusal(const QByteArray& sha256, qint64 length) const;
-    void removeOtherParts() const;
+    void removeParts(const QString& but) const;
     bool fail(const QString& reason);
 
     const cRuntimeInfo& m_runtime;
