@@ -19,8 +19,8 @@ namespace {
 constexpr int WaitStep = 100;
 
 /// What may lie between the network and this transfer, in bytes. Without such a bound a server that sends faster than
-/// events are served fills the memory.
-constexpr qint64 ReadBuffer = 256 * 1024;
+/// events are served fills the memory. It is also what a kill or a cut can lose, beside what the socket holds.
+constexpr qint64 ReadBuffer = 128 * 1024;
 
 /// The longest that the beginning of an answer is waited for on a connection that was used before, in milliseconds.
 /// When a server closes it at the wrong moment, or whoever stands between has forgotten it, the request may be lost
