@@ -9,6 +9,7 @@
 #include <Norvale/Corvane.h>
 #include <Norvale/IConfigMgr.h>
 #include <Norvale/cLogCentral.h>
+#include <NotHere.h>
 #include <Platform.h>
 #include <Rows.h>
 
@@ -130,12 +131,12 @@ private slots:
         std::atomic<int> job{0};
         m_faults.clear();
         atOnce(Workers, [&](int worker) {
-            for (int i = job++; i < jobs.size(); i = job++)
+            for (int i = EachCase * job++; i < jobs.size(); i = EachCase * job++)
                 tryOut(places[size_t(worker)], steps, next, jobs.at(i));
             places[size_t(worker)].remove();
         });
         const int covered = calls.size();
-        qInfo("%d calls that change the disk, %d runs", covered, jobs.size());
+        qInfo("%d calls that change the disk, %d runs", covered, jobs.size() / EachCase);
         if (qEnvironmentVariableIsSet("NORVALE_SHOW_CALLS"))
             qInfo("%s", calls.join('\n').replace(dir.path().toUtf8(), "").constData());
         QVERIFY2(m_faults.isEmpty(), qPrintable(m_faults.mid(0, 10).join('\n')));

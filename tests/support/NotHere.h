@@ -17,6 +17,14 @@ inline QString whyNotHere()
     return QString();
 }
 
+/// Of very many cases that differ only in where a fault comes, each so-manieth is tried: all of them, but where one
+/// takes long, under a sanitizer and on Windows, a third.
+#if defined(__SANITIZE_ADDRESS__) || defined(Q_OS_WIN)
+constexpr int EachCase = 3;
+#else
+constexpr int EachCase = 1;
+#endif
+
 /// Skips the running test function, or its row, where the list names it.
 #define SKIP_WHERE_LISTED()                                                                                            \
     do {                                                                                                               \
