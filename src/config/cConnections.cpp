@@ -1,6 +1,15 @@
 #include "config/cConnections.h"
 
+#include <QtCore/QCoreApplication>
+#include <QtCore/QTimer>
 #include <QtNetwork/QNetworkReply>
+
+namespace {
+
+/// The most that a wait goes without a look at what it waits for, in milliseconds.
+constexpr int WaitStep = 100;
+
+} // namespace
 
 cConnections::cConnections(QObject* parent) : QNetworkAccessManager(parent)
 {
@@ -14,6 +23,15 @@ void cConnections::closeIdle()
         return;
     clearConnectionCache();
     m_areKept = false;
+}
+
+void cConnections::waitWhile(const std::function<bool()>& goesOn)
+{
+    // Events are waited for, not asked for again and again; the timer is an event every step.
+    QTimer step;
+    step.start(WaitStep);
+    while (goesOn())
+        QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents);
 }
 
 QNetworkReply* cConnections::createRequest(Operation operation, const QNetworkRequest& request, QIODevice* outgoing)

@@ -79,7 +79,7 @@ bool cFetchQueue::isIdle() const
 void cFetchQueue::wait()
 {
     const QPointer<cFetchQueue> self(this);
-    cTransfer::waitWhile([&] { return self && !isIdle(); });
+    cConnections::waitWhile([&] { return self && !isIdle(); });
 }
 
 void cFetchQueue::cancel(cFetch& fetch)

@@ -1,5 +1,6 @@
 #include "config/cTransfer.h"
 
+#include "config/HttpAnswer.h"
 #include "config/cConnections.h"
 #include "disk/WholeFiles.h"
 #include "version/Shown.h"
@@ -14,9 +15,6 @@
 #include <utility>
 
 namespace {
-
-/// The most that a wait goes without a look at what it waits for, in milliseconds.
-constexpr int WaitStep = 100;
 
 /// What may lie between the network and this transfer, in bytes. Without such a bound a server that sends faster than
 /// events are served fills the memory. It is also what a kill or a cut can lose, beside what the socket holds.
@@ -35,27 +33,6 @@ constexpr qint64 ErrorLimit = 64 * 1024;
 
 /// What a byte array can hold beside its own few bytes, and with it a transfer into memory.
 constexpr qint64 MemoryLimit = std::numeric_limits<int>::max() - 64;
-
-int statusOf(const QNetworkReply& reply)
-{
-    return reply.attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
-}
-
-/// Of a file, as opposed to one that tells an error or leads elsewhere.
-bool hasFile(const QNetworkReply& reply)
-{
-    return statusOf(reply) >= 200 && statusOf(reply) < 300;
-}
-
-/// The server's own words are shortened: they go into the log.
-QString reasonOf(const QNetworkReply& reply)
-{
-    const int status = statusOf(reply);
-    if (status < 400)
-        return reply.errorString();
-    const QString phrase = reply.attribute(QNetworkRequest::HttpReasonPhraseAttribute).toString().simplified();
-    return QStringLiteral("the server answers %1 %2").arg(QString::number(status), phrase.left(100));
-}
 
 } // namespace
 
@@ -96,16 +73,7 @@ void cTransfer::wait(const QVector<QSharedPointer<cTransfer>>& transfers)
 {
     const QVector<QSharedPointer<cTransfer>> held = transfers;
     const auto isRunning = [](const auto& transfer) { return transfer->state() == Running; };
-    waitWhile([&] { return std::any_of(held.begin(), held.end(), isRunning); });
-}
-
-void cTransfer::waitWhile(const std::function<bool()>& goesOn)
-{
-    // Events are waited for, not asked for again and again; the timer is an event every step.
-    QTimer step;
-    step.start(WaitStep);
-    while (goesOn())
-        QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents);
+    cConnections::waitWhile([&] { return std::any_of(held.begin(), held.end(), isRunning); });
 }
 
 /// What is whole in memory is digested when that is asked for: nobody asks it of a catalogue.
@@ -216,7 +184,7 @@ void cTransfer::sendAgain()
 bool cTransfer::hasDiedOnTheWay() const
 {
     const QNetworkReply::NetworkError error = m_reply->error();
-    return m_mayBeLost && statusOf(*m_reply) == 0 &&
+    return m_mayBeLost && HttpAnswer::statusOf(*m_reply) == 0 &&
            (error == QNetworkReply::RemoteHostClosedError || error == QNetworkReply::UnknownNetworkError);
 }
 
@@ -260,25 +228,17 @@ void cTransfer::checkOffset()
 {
     if (m_options.offset == 0)
         return;
-    const QByteArray asked = "bytes " + QByteArray::number(m_options.offset) + '-';
-    if (statusOf(*m_reply) != 206)
-        beginAnew();
-    else if (!m_reply->rawHeader("Content-Range").startsWith(asked))
-        refuseRest(QStringLiteral("the server sends another part than it was asked for"));
-    else if (!m_options.validator.isEmpty() && !validator().isEmpty() && validator() != m_options.validator)
-        refuseRest(QStringLiteral("the server sends a part of another file than it was asked for"));
-}
-
-void cTransfer::refuseRest(const QString& reason)
-{
-    m_isRestRefused = true;
-    fail(QNetworkReply::ProtocolFailure, reason);
+    if (HttpAnswer::statusOf(*m_reply) != 206)
+        return beginAnew();
+    const QString fault = HttpAnswer::faultOfRest(*m_reply, m_options.offset, m_options.validator);
+    m_isRestRefused = !fault.isEmpty();
+    if (m_isRestRefused)
+        fail(QNetworkReply::ProtocolFailure, fault);
 }
 
 QByteArray cTransfer::validator() const
 {
-    const QByteArray tag = m_reply ? m_reply->rawHeader("ETag") : QByteArray();
-    return m_reply && !tag.startsWith('"') ? m_reply->rawHeader("Last-Modified") : tag;
+    return m_reply ? HttpAnswer::validatorOf(*m_reply) : QByteArray();
 }
 
 void cTransfer::beginAnew()
@@ -297,7 +257,7 @@ void cTransfer::arrive()
         return;
     m_mayBeLost = false;
     m_silence.restart();
-    if (hasFile(*m_reply))
+    if (HttpAnswer::hasFile(*m_reply))
         begin();
     if (m_state != Running)
         return;
@@ -312,13 +272,13 @@ void cTransfer::arrive()
 /// What a server says of an error is no file that is too long: it is passed over for a while, and the error is told.
 void cTransfer::endTooLong()
 {
-    const int status = m_reply ? statusOf(*m_reply) : 0;
+    const int status = m_reply ? HttpAnswer::statusOf(*m_reply) : 0;
     if (status < 400)
         return fail(QNetworkReply::OperationCanceledError, QStringLiteral("more bytes than are accepted"));
     m_taken += m_reply->readAll().size();
     if (m_taken > ErrorLimit)
         fail(status == 404 ? QNetworkReply::ContentNotFoundError : QNetworkReply::UnknownContentError,
-             reasonOf(*m_reply));
+             HttpAnswer::reasonOf(*m_reply));
 }
 
 void cTransfer::finish(const QNetworkReply* reply)
@@ -331,9 +291,9 @@ void cTransfer::finish(const QNetworkReply* reply)
         arrive();
     if (m_state != Running)
         return;
-    m_isRestRefused = m_options.offset > 0 && statusOf(*m_reply) == 416;
+    m_isRestRefused = m_options.offset > 0 && HttpAnswer::statusOf(*m_reply) == 416;
     if (m_reply->error() != QNetworkReply::NoError)
-        return fail(m_reply->error(), reasonOf(*m_reply));
+        return fail(m_reply->error(), HttpAnswer::reasonOf(*m_reply));
     if (isCutShort())
         return fail(QNetworkReply::RemoteHostClosedError, QStringLiteral("Connection closed"));
     const QByteArray rest = m_reply->readAll();
@@ -365,7 +325,7 @@ void cTransfer::take(const QByteArray& bytes)
     if (isTooLong(m_taken))
         return endTooLong();
     // What a server says of an error is no part of the file.
-    if ((m_options.offset > 0 || m_options.isPart) && m_reply && !hasFile(*m_reply))
+    if ((m_options.offset > 0 || m_options.isPart) && m_reply && !HttpAnswer::hasFile(*m_reply))
         return;
     if (!m_hasDevice) {
         m_data.append(bytes);

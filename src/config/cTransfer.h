@@ -12,7 +12,6 @@
 #include <QtNetwork/QNetworkReply>
 #include <QtNetwork/QNetworkRequest>
 
-#include <functional>
 #include <optional>
 
 class QFile;
@@ -79,8 +78,6 @@ public:
 
     /// Serves the events of this thread until none of @p transfers runs any more.
     static void wait(const QVector<QSharedPointer<cTransfer>>& transfers);
-    /// Serves them while @p goesOn, which is asked again after at most a tenth of a second.
-    static void waitWhile(const std::function<bool()>& goesOn);
 
     State state() const { return m_state; }
     bool hasSucceeded() const { return m_state == Succeeded; }
@@ -133,12 +130,10 @@ private:
     void take(const QByteArray& bytes);
     void begin();
     void checkOffset();
-    void refuseRest(const QString& reason);
     void beginAnew();
     bool isTooLong(qint64 bytes) const;
     bool isCutShort() const;
     void endTooLong();
-    void write(const QByteArray& bytes);
     QString writeFault() const;
     void succeed();
     void fail(int error, const QString& reason);

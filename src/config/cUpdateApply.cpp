@@ -1,5 +1,6 @@
 #include "config/cUpdateApply.h"
 
+#include "config/cConnections.h"
 #include "config/cRuntimeFetch.h"
 #include "config/cTrustedSite.h"
 #include "config/cUpdateCheck.h"
@@ -138,7 +139,7 @@ void cUpdateApply::begin()
 void cUpdateApply::wait()
 {
     const auto isOver = [](const auto& fetch) { return fetch->isOver(); };
-    cTransfer::waitWhile([&] { return !std::all_of(m_fetches.begin(), m_fetches.end(), isOver); });
+    cConnections::waitWhile([&] { return !std::all_of(m_fetches.begin(), m_fetches.end(), isOver); });
 }
 
 /// The first one in the order of the plugins that failed is told.

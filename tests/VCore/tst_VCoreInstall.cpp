@@ -13,7 +13,7 @@ private slots:
         const Rows<QString> row("members");
         const QString install = "failed_commands features installed left_out reason removed result";
         row("--check", "current_version requires_new_core result_code sites size update_to_version");
-        row("--update", "current_version requires_new_core result_code sites size update_to_version");
+        row("--update", "current_version fetched requires_new_core result_code sites size update_to_version");
         row("--update-sites", "sites");
         row("--install", install);
         row("--bootstrap", install);
