@@ -12,6 +12,11 @@
 
 namespace {
 
+int percent(qint64 done, qint64 total)
+{
+    return int(qBound<double>(0, 100.0 * double(done) / double(total), 100));
+}
+
 constexpr int Narrowest = 10; // columns of a bar, without its brackets
 constexpr int Widest = 40;
 constexpr int LeastLabel = 8; // columns that are left to a label
@@ -141,11 +146,6 @@ QString cProgressLine::sizeText(qint64 bytes)
         ++unit;
     }
     return QStringLiteral("%1 %2").arg(size, 0, 'f', unit > 0 && size < 99.95 ? 1 : 0).arg(QLatin1String(Units[unit]));
-}
-
-int cProgressLine::percent(qint64 done, qint64 total)
-{
-    return int(qBound<double>(0, 100.0 * double(done) / double(total), 100));
 }
 
 QString cProgressLine::barText(qint64 done, qint64 total, int width)

@@ -58,9 +58,6 @@ public:
     /// Bytes as people read them: "812 B", "9.4 kB", "1.2 MB".
     static QString sizeText(qint64 bytes);
 
-    /// How much of @p total, which is more than 0, @p done is: 0 to 100.
-    static int percent(qint64 done, qint64 total);
-
     /// A bar of @p width characters between brackets, of which @p done of @p total are filled.
     static QString barText(qint64 done, qint64 total, int width);
 

@@ -107,8 +107,9 @@ QString fetchedOf(const QJsonObject& result)
     const qint64 fetched = qint64(result.value(QLatin1String("fetched")).toDouble());
     if (fetched >= size)
         return sizeOf(result);
+    const int percent = int((fetched * 100 + size - 1) / size); // 0 is nothing
     return QStringLiteral("fetched %1 of %2, %3 % of the packages")
-        .arg(cProgressLine::sizeText(fetched), sizeOf(result), QString::number(cProgressLine::percent(fetched, size)));
+        .arg(cProgressLine::sizeText(fetched), sizeOf(result), QString::number(percent));
 }
 
 // What a check and an update say in the same words.

@@ -50,7 +50,7 @@ private:
         cPluginId plugin;
         cVersion from;
         cNewFile file;
-        int percent = 0; // of the package
+        int percent = 0; // of the package, rounded up
         QString reason;  // why there is none
     };
 
