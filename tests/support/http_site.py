@@ -232,6 +232,7 @@ def answer_steps(server):
         try:
             if line.startswith("~"):
                 server.always = split_faults("/%s/" % line.strip())[1]
+            if line.startswith("~") or not line.strip():
                 tell("=")
                 continue
             if not site:
