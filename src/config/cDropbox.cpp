@@ -9,6 +9,7 @@
 #include <Norvale/Corvane.h>
 
 #include <QtCore/QDir>
+#include <QtCore/QFile>
 #include <QtCore/QFileInfo>
 #include <QtCore/QRegularExpression>
 #include <QtCore/QSet>
@@ -88,7 +89,7 @@ cDropbox::cDropbox()
 
 bool cDropbox::makeWayFor(const QString& package, QString* error)
 {
-    if (!isDescribed(package) || removeDescription())
+    if (!QFile::exists(path(package)) || !hasUpdate() || removeDescription())
         return true;
     *error = QStringLiteral("%1 cannot be removed: %2").arg(m_description, causeOfSystem(m_description));
     return false;

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <QtCore/QFile>
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 
@@ -29,9 +28,8 @@ public:
     /// called before the first byte of one of them, or of its patch, is written.
     [[nodiscard]] bool enlist(QStringList packages, QString* error);
 
-    /// Whether the description has to go before a file takes the place @p package, since it may name what lies there.
-    [[nodiscard]] bool isDescribed(const QString& package) const { return QFile::exists(path(package)) && hasUpdate(); }
-    /// Removes the description when that has to be.
+    /// To be called before a file takes the place @p package: the description goes then, if it may name what lies
+    /// there.
     [[nodiscard]] bool makeWayFor(const QString& package, QString* error);
 
     /// Makes @p update the description, instead of an earlier one. It names packages beside it, so no sources.

@@ -182,6 +182,9 @@ void cFetch::finish()
     tell(bytesThere());
     if (m_state != cTransfer::Running)
         return;
+    const QString fault = m_order.makeWay ? m_order.makeWay() : QString();
+    if (!fault.isEmpty())
+        return failOnDisk(fault);
     m_step = Flushes;
     m_flush.setFuture(QtConcurrent::run(m_means.threads, [this] { return putInPlace(); }));
     emit paused(); // the host has room

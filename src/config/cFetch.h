@@ -40,6 +40,9 @@ public:
         QByteArray sha1; // what the whole must have
         /// Why a whole with that SHA-256 and length is refused all the same; empty when it is not. May be null.
         std::function<QString(const QByteArray& sha256, qint64 length)> refusal;
+        /// Does what has to be done before the whole takes its place at the path, and tells why it must not; empty when
+        /// it may. Nothing of the whole is lost with that. May be null.
+        std::function<QString()> makeWay;
         bool isProgram = false; // which its owner may run
     };
 

@@ -147,8 +147,11 @@ void cPackageFetch::fetchPatch()
     cContentDigest there(false);
     if (there.addFile(patchPath()) && there.sha1() == m_delta->hash)
         return rebuild();
-    fetch({QString(), patchPath(), {{m_delta->source.url(), m_delta->size}}, m_delta->hash, nullptr},
-          &cPackageFetch::rebuild);
+    cFetch::Order order;
+    order.path = patchPath();
+    order.sources = {{m_delta->source.url(), m_delta->size}};
+    order.sha1 = m_delta->hash;
+    fetch(order, &cPackageFetch::rebuild);
 }
 
 void cPackageFetch::rebuild()
@@ -217,16 +220,18 @@ void cPackageFetch::fetchWholeInstead(const QString& reason, bool isCutOff)
 void cPackageFetch::fetchWhole()
 {
     const QString name = m_plugin.id().packageFileName();
-    cFetch::Order order{m_plugin.id().toString(), path(), m_sources, m_plugin.hash(), nullptr};
-    // It is asked when all has come, directly before the package takes its place.
-    if (m_means.site || m_means.dropbox.isDescribed(name)) {
-        order.refusal = [this, name](const QByteArray& sha256, qint64 length) {
-            QString reason = refusal(sha256, length);
-            if (reason.isEmpty())
-                (void)m_means.dropbox.makeWayFor(name, &reason);
-            return reason;
-        };
-    }
+    cFetch::Order order;
+    order.name = m_plugin.id().toString();
+    order.path = path();
+    order.sources = m_sources;
+    order.sha1 = m_plugin.hash();
+    if (m_means.site)
+        order.refusal = [this](const QByteArray& sha256, qint64 length) { return refusal(sha256, length); };
+    order.makeWay = [this, name] {
+        QString reason;
+        (void)m_means.dropbox.makeWayFor(name, &reason);
+        return reason;
+    };
     fetch(order, &cPackageFetch::takeWhole);
 }
 

@@ -32,9 +32,10 @@ bool cDeltaMaker::make(const QByteArray& older)
         writer.oldFile(it.key(), it.value());
     writer.parts(m_parts->parts());
     m_patch = writer.finish(cDifference(contents, sorted, m_parts->contents()));
-    if (qint64(m_patch.size()) * 100 > qint64(m_package.size()) * LargestShare) {
+    const int share = cDeltaMaker::share(m_patch.size(), m_package.size());
+    if (share > LargestShare) {
         return fail(QStringLiteral("it would be %1 % of the package, and at most %2 % are of use")
-                        .arg(qint64(m_patch.size()) * 100 / m_package.size())
+                        .arg(share)
                         .arg(LargestShare));
     }
     return rebuilds(old);

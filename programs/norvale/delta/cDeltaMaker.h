@@ -22,6 +22,9 @@ public:
     /// What a patch may be of its package, in percent: above it saves too little for what it takes to rebuild.
     static constexpr int LargestShare = 60;
 
+    /// How much a patch of so many bytes is of a package, in percent, rounded up.
+    static int share(qint64 patch, qint64 package) { return int((patch * 100 + package - 1) / package); }
+
     /// Why this program makes no patches; empty when it does.
     static QString unavailability();
 

@@ -29,13 +29,9 @@ bool cDeltaCheck::fetch(const cFeatureDelta& delta, const QString& repository, Q
     }
     const QByteArray hash = sha1Of(*patch);
     if (patch->size() != qint64(delta.size)) {
-        m_findings.add(
-            Rule::SourceSize, name,
-            QStringLiteral("%1, but the repository says %2").arg(counted(patch->size(), "byte")).arg(delta.size));
+        m_findings.add(Rule::SourceSize, name, cSiteFetcher::otherSize(patch->size(), delta.size));
     } else if (hash != delta.hash) {
-        m_findings.add(Rule::SourceHash, name,
-                       QStringLiteral("the hash is %1, but the repository says %2")
-                           .arg(QString::fromLatin1(hash.toHex()), QString::fromLatin1(delta.hash.toHex())));
+        m_findings.add(Rule::SourceHash, name, cSiteFetcher::otherHash(hash, delta.hash));
     } else {
         return true;
     }

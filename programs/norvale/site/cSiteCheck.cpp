@@ -27,6 +27,17 @@ QString cSiteFetcher::nameOf(const QUrl& url)
     return url.isLocalFile() ? url.toLocalFile() : url.toString();
 }
 
+QString cSiteFetcher::otherSize(qint64 size, qint64 stated)
+{
+    return QStringLiteral("%1, but the repository says %2").arg(counted(size, "byte")).arg(stated);
+}
+
+QString cSiteFetcher::otherHash(const QByteArray& hash, const QByteArray& stated)
+{
+    return QStringLiteral("the hash is %1, but the repository says %2")
+        .arg(QString::fromLatin1(hash.toHex()), QString::fromLatin1(stated.toHex()));
+}
+
 bool cSiteFetcher::fetch(const QUrl& url, qint64 limit, QByteArray* bytes)
 {
     m_downloader.setSizeLimit(limit);
@@ -200,14 +211,10 @@ void cSiteCheck::comparePackage(const cFeaturePlugin& plugin, const cPackageStor
                            .arg(file.plugin->toString(), plugin.id().toString()));
     }
     if (plugin.size() > 0 && file.size != plugin.size()) {
-        m_findings.add(
-            Rule::SourceSize, name,
-            QStringLiteral("%1, but the repository says %2").arg(counted(file.size, "byte")).arg(plugin.size()));
+        m_findings.add(Rule::SourceSize, name, cSiteFetcher::otherSize(file.size, plugin.size()));
     }
     if (!plugin.hash().isEmpty() && file.hash != plugin.hash()) {
-        m_findings.add(Rule::PackageHash, name,
-                       QStringLiteral("the hash is %1, but the repository says %2")
-                           .arg(QString::fromLatin1(file.hash.toHex()), QString::fromLatin1(plugin.hash().toHex())));
+        m_findings.add(Rule::PackageHash, name, cSiteFetcher::otherHash(file.hash, plugin.hash()));
     }
 }
 
@@ -222,8 +229,6 @@ void cSiteCheck::checkRuntime(const cRuntimeEntry& runtime, const cUpdateLocatio
         m_findings.add(Rule::SourceUnreachable, repository,
                        QStringLiteral("%1 cannot be fetched: %2").arg(name, file.reason));
     } else if (file.hash != runtime.hash) {
-        m_findings.add(Rule::SourceHash, name,
-                       QStringLiteral("the hash is %1, but the repository says %2")
-                           .arg(QString::fromLatin1(file.hash.toHex()), QString::fromLatin1(runtime.hash.toHex())));
+        m_findings.add(Rule::SourceHash, name, cSiteFetcher::otherHash(file.hash, runtime.hash));
     }
 }

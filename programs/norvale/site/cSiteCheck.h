@@ -32,6 +32,10 @@ public:
     /// What people read: the path of a local file, else the URL.
     static QString nameOf(const QUrl& url);
 
+    // What there is to say of a file that is not the one that its repository describes.
+    static QString otherSize(qint64 size, qint64 stated);
+    static QString otherHash(const QByteArray& hash, const QByteArray& stated);
+
     /// @param limit the most bytes that are taken.
     [[nodiscard]] bool fetch(const QUrl& url, qint64 limit, QByteArray* bytes);
 

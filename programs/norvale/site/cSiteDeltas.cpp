@@ -82,7 +82,7 @@ void cSiteDeltas::add(cNewFile& package, const cVersion& from, const QByteArray&
     const int name = package.source.lastIndexOf(QLatin1Char('/')) + 1;
     file.source = package.source.left(name) + package.id.deltaFileName(from);
     package.deltas.append({from, quint32(file.size), file.hash, {QSharedPointer<cUpdateLocation>(), file.source}});
-    m_deltas.append({package.id, from, file, int((file.size * 100 + package.size - 1) / package.size), QString()});
+    m_deltas.append({package.id, from, file, cDeltaMaker::share(file.size, package.size), QString()});
 }
 
 void cSiteDeltas::take(const cFeaturePlugin& plugin, const QString& repository, cNewFile& package)
