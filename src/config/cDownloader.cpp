@@ -17,6 +17,7 @@ cDownloader::cDownloader(QObject* parent)
 
 cDownloader::~cDownloader()
 {
+    expect(QUrl());
     if (!m_isBusy)
         return;
     m_transfer->cancel();
@@ -34,17 +35,37 @@ bool cDownloader::run(const QUrl& url, std::optional<QIODevice*> device)
     }
     m_isBusy = true;
     m_isCancelled = false;
-    const auto transfer = QSharedPointer<cTransfer>::create(*m_connections, url, m_options, device);
+    const QSharedPointer<cTransfer> transfer = begin(url, device);
     m_transfer = transfer;
     connect(transfer.data(), &cTransfer::progress, this, &cDownloader::onProgress);
     const QPointer<cDownloader> self(this);
-    transfer->start();
+    if (transfer->state() == cTransfer::Idle)
+        transfer->start();
     cTransfer::wait({transfer});
     if (self)
         m_isBusy = false;
     if (device && transfer->hasSucceeded() && !url.isLocalFile())
         transfer->addToDigest(transfer->data());
     return transfer->hasSucceeded();
+}
+
+void cDownloader::expect(const QUrl& url)
+{
+    if (m_expected)
+        m_expected->cancel();
+    m_expectedUrl = url;
+    m_expected.reset();
+    if (url.isEmpty() || url.isLocalFile())
+        return;
+    m_expected = QSharedPointer<cTransfer>::create(*m_connections, url, m_options);
+    m_expected->start();
+}
+
+QSharedPointer<cTransfer> cDownloader::begin(const QUrl& url, std::optional<QIODevice*> device)
+{
+    if (m_expected && url == m_expectedUrl && !device)
+        return std::exchange(m_expected, nullptr);
+    return QSharedPointer<cTransfer>::create(*m_connections, url, m_options, device);
 }
 
 int cDownloader::leastRateInSettings()
@@ -55,6 +76,8 @@ int cDownloader::leastRateInSettings()
 void cDownloader::cancel()
 {
     m_isCancelled = true;
+    if (m_expected)
+        m_expected->cancel();
     if (hasReply())
         m_transfer->cancel();
 }

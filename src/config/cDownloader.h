@@ -24,6 +24,10 @@ public:
     /// Fetches into @p device, as `cTransfer` describes it. Otherwise as the download into memory.
     [[nodiscard]] bool download(const QUrl& url, QIODevice* device) { return run(url, device); }
 
+    /// Begins to fetch @p url into memory, as set up now. If a download() of it comes after at most one of another URL,
+    /// it goes on with that; otherwise nothing comes of it. An empty URL ends what was expected.
+    void expect(const QUrl& url);
+
     // Of the present or the last transfer, as `cTransfer` describes them.
 
     QByteArray data() const { return m_transfer->data(); }
@@ -64,11 +68,14 @@ public slots:
     void onReadyRead() { m_transfer->arrive(); }
 
 private:
+    QSharedPointer<cTransfer> begin(const QUrl& url, std::optional<QIODevice*> device);
     bool run(const QUrl& url, std::optional<QIODevice*> device);
 
     cConnections* m_connections;
     cTransfer::Options m_options;         // of the transfers to come
     QSharedPointer<cTransfer> m_transfer; // one that never starts before the first
-    bool m_isBusy = false;                // until download() has returned
+    QSharedPointer<cTransfer> m_expected; // null as a rule
+    QUrl m_expectedUrl;
+    bool m_isBusy = false; // until download() has returned
     bool m_isCancelled = false;
 };

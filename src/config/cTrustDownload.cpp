@@ -41,13 +41,26 @@ bool cTrustDownload::isAbsent(const QUrl& url, int error)
            error == QNetworkReply::ContentGoneError;
 }
 
-ITrustSource::Answer cTrustDownload::fetch(const QString& name, qint64 limit, QByteArray& bytes, QString& reason)
+QUrl cTrustDownload::prepare(const QString& name, qint64 limit)
 {
     // A role's name is no path. In a folder its file is named as in the store, which a path of a URL would decode.
     const QString file = encoded(name);
-    const QUrl url = joined(m_base, m_base.isLocalFile() ? encoded(file) : file);
     m_downloader.setSizeLimit(qMax<qint64>(limit, 1)); // none at all would be any number
-    if (m_downloader.download(url)) {
+    return joined(m_base, m_base.isLocalFile() ? encoded(file) : file);
+}
+
+void cTrustDownload::expect(const QString& name, qint64 limit)
+{
+    m_downloader.expect(prepare(name, limit));
+}
+
+ITrustSource::Answer cTrustDownload::fetch(const QString& name, qint64 limit, QByteArray& bytes, QString& reason)
+{
+    const QUrl url = prepare(name, limit);
+    const bool hasArrived = m_downloader.download(url);
+    if (hasArrived || !isAbsent(url, m_downloader.error()))
+        m_downloader.expect(QUrl()); // what comes at the same time may be older than this
+    if (hasArrived) {
         bytes = m_downloader.data();
         return Arrived;
     }

@@ -13,6 +13,7 @@ public:
     /// object; each fetch sets its size limit.
     cTrustDownload(const QUrl& base, cDownloader& downloader);
 
+    void expect(const QString& name, qint64 limit) override;
     Answer fetch(const QString& name, qint64 limit, QByteArray& bytes, QString& reason) override;
 
     /// The URL of the file at the path @p name below @p base, whatever characters its parts have.
@@ -22,6 +23,8 @@ public:
     [[nodiscard]] static bool isAbsent(const QUrl& url, int error);
 
 private:
+    QUrl prepare(const QString& name, qint64 limit);
+
     QUrl m_base;
     cDownloader& m_downloader;
 };

@@ -145,6 +145,7 @@ bool cTrustClient::refresh(ITrustSource& source)
 {
     if (m_set.isWhole() && isAsStored()) {
         QByteArray bytes;
+        source.expect(fileOf(TimestampRole), TimestampLimit);
         const bool hasRoot = fetch(source, nextRoot(), RootLimit, bytes);
         if (!hasRoot && (!m_isAbsent || !fetch(source, fileOf(TimestampRole), TimestampLimit, bytes)))
             return false;
