@@ -5,6 +5,7 @@
 # packages. Everything it writes lies under build/.
 #
 #   ./demo.sh               on this machine
+#   ./demo.sh --qt6         the same, built with Qt 6
 #   ./demo.sh --windows     the product for 64-bit Windows, under Wine
 #
 # Qt for Windows: ../shared/qt5-win64.tar.xz, else the tree that QT_WIN64 names.
@@ -13,7 +14,8 @@ set -euo pipefail
 
 # What differs: where things lie, how a program is run, how settings are laid out, how progress is shown.
 case "$*" in
-"") . "$root/.ci/demo-linux.sh" ;;
+"") preset=dev && . "$root/.ci/demo-linux.sh" ;;
+--qt6) preset=qt6 && . "$root/.ci/demo-linux.sh" ;;
 --windows) . "$root/.ci/demo-windows.sh" ;;
 *)
     sed -nE '2,/^set/s/^# ?//p' "$0"

@@ -1,19 +1,19 @@
-# Sourced by demo.sh: how the demo runs on Linux. The programs are those of the build; settings, data and sockets stay in
-# the demo's folder, so that the machine's own are not touched.
+# Sourced by demo.sh: how the demo runs on Linux. The programs are those of the build `preset`, dev or qt6; settings, data
+# and sockets stay in the demo's folder, so that the machine's own are not touched.
 
-demo="$root/build/demo"
+demo="$root/build/demo-$preset"
 suite="$demo/suite"
 data="$demo/data"
-release_1=../dev/suite
-release_2=../dev/suite-2
-vcore=("$root/build/dev/programs/VCore/VCore")
-norvale=("$root/build/dev/programs/norvale/norvale")
+release_1=../$preset/suite
+release_2=../$preset/suite-2
+vcore=("$root/build/$preset/programs/VCore/VCore")
+norvale=("$root/build/$preset/programs/norvale/norvale")
 deltas=(--deltas 3)
 
 build_all() {
     # shellcheck disable=SC2086
-    need $packages_build $packages_demo
-    targets="VCore norvale_tool suite suite_suite-2" build dev
+    need $packages_build $packages_demo $([ "$preset" = dev ] || echo "$packages_qt6")
+    targets="VCore norvale_tool suite suite_suite-2" build "$preset"
 }
 
 set_up_machine() {

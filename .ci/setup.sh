@@ -6,6 +6,7 @@ jobs=$(nproc)
 
 packages_build="g++ cmake ninja-build ccache qtbase5-dev qttools5-dev-tools zlib1g-dev libdeflate-dev libgcrypt20-dev robin-map-dev libfast-float-dev qtscript5-dev libcli11-dev libzip-dev libdivsufsort-dev"
 packages_test="man-db groff-base zsh fish libxml2-utils doxygen graphviz qtdeclarative5-dev openssl python3 python3-cryptography zip unzip tango-icon-theme dpkg-dev file pkg-config lintian diffoscope-minimal"
+packages_qt6="qt6-base-dev qt6-declarative-dev qt6-l10n-tools"
 packages_bench="libbenchmark-dev nlohmann-json3-dev rapidjson-dev libspdlog-dev libminizip-dev libquazip5-dev nginx-light zip unzip python3"
 packages_fuzz="clang llvm libclang-rt-dev"
 packages_windows="wine64 g++-mingw-w64-x86-64-posix libz-mingw-w64-dev libgcrypt-mingw-w64-dev xz-utils perl cmake ninja-build ccache qttools5-dev-tools libcli11-dev robin-map-dev libfast-float-dev openssl python3 python3-cryptography unzip"

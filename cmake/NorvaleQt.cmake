@@ -4,7 +4,10 @@ set(NORVALE_QT_MAJOR "" CACHE STRING "Qt's major version, 5 or 6; empty: 5 where
 set_property(CACHE NORVALE_QT_MAJOR PROPERTY STRINGS "" 5 6)
 
 if(NOT NORVALE_QT_MAJOR)
-    find_package(QT NAMES Qt5 Qt6 REQUIRED COMPONENTS Core)
+    find_package(QT QUIET NAMES Qt5 COMPONENTS Core) # one search for both would take either
+    if(NOT QT_FOUND)
+        find_package(QT NAMES Qt6 REQUIRED COMPONENTS Core)
+    endif()
 elseif(NORVALE_QT_MAJOR MATCHES "^[56]$")
     find_package(QT NAMES Qt${NORVALE_QT_MAJOR} REQUIRED COMPONENTS Core)
 else()
