@@ -1,5 +1,7 @@
 #include "isolation/cMetaTables.h"
 
+#include <QtCore/QObject>
+
 #include <algorithm>
 #include <new>
 
