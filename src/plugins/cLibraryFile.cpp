@@ -1,6 +1,10 @@
 #include "plugins/cLibraryFile.h"
 
+#include "plugins/cOpenFile.h"
 #include "version/Shown.h"
+
+#include <QtCore/QFileInfo>
+#include <QtCore/QtEndian>
 
 #include <limits>
 
@@ -9,9 +13,8 @@ namespace {
 constexpr int WindowSize = 4096; // the headers of nearly all libraries end within so many bytes
 constexpr int MagicSize = 64;    // both formats begin with a header of at least so many bytes, but for ELF of 32 bits
 
-// A longer list of needed libraries, or a longer name, is not read to its end: no library has such.
-constexpr int MostEntries = 2000;
-constexpr int LongestName = 256;
+constexpr int MostEntries = 2000; // a longer list of needed libraries is not read to its end: no library has such
+constexpr int QtNameSize = 8;     // of a library's name that tells whether it is one of Qt's
 
 // Where the fields of an ELF file lie, by the width of its addresses, and how many bytes they have.
 struct cElfLayout
@@ -61,20 +64,21 @@ int qtMajorOf(const QByteArray& name)
 
 } // namespace
 
-cLibraryFile::cLibraryFile(const QString& path) : m_file(path)
+cLibraryFile::cLibraryFile(const QString& path) : m_path(path)
 {
-    m_exists = m_file.open(QIODevice::ReadOnly | QIODevice::Unbuffered);
-    if (!m_exists) {
-        m_exists = m_file.exists();
+    cOpenFile file(path);
+    m_exists = file.isOpen() || QFileInfo::exists(path);
+    if (!file.isOpen())
         return;
-    }
-    m_size = quint64(m_file.size());
+    m_file = &file;
+    m_size = file.size();
+    m_begin.bytes = file.read(0, WindowSize);
     readHeaders();
-    m_file.close();
+    m_file = nullptr;
 }
 
 cLibraryFile::cLibraryFile(const QByteArray& bytes, const QString& name)
-    : m_file(name), m_exists(true), m_size(quint64(bytes.size())), m_window(bytes)
+    : m_path(name), m_exists(true), m_size(quint64(bytes.size())), m_begin{0, bytes}
 {
     readHeaders();
 }
@@ -92,7 +96,7 @@ QString cLibraryFile::refusal() const
         return QString();
     const QString text = QStringLiteral(
         "its library %1 is built with Qt %2; this suite runs on Qt %3, for which it has to be built anew");
-    return text.arg(m_file.fileName()).arg(m_qtMajor).arg(QT_VERSION_MAJOR);
+    return text.arg(m_path).arg(m_qtMajor).arg(QT_VERSION_MAJOR);
 }
 
 /// @return what there is of it.
@@ -101,14 +105,11 @@ QByteArray cLibraryFile::read(quint64 offset, int size)
     if (offset >= m_size)
         return QByteArray();
     const int there = int(qMin(quint64(size), m_size - offset));
-    const auto isIn = [&] {
-        return offset >= m_windowOffset && offset - m_windowOffset + quint64(there) <= quint64(m_window.size());
-    };
-    if (!isIn() && m_file.seek(qint64(offset))) {
-        m_window = m_file.read(qMax(there, WindowSize));
-        m_windowOffset = offset;
-    }
-    return isIn() ? m_window.mid(int(offset - m_windowOffset), there) : QByteArray();
+    if (m_begin.has(offset, there))
+        return m_begin.part(offset, there);
+    if (!m_window.has(offset, there) && m_file)
+        m_window = {offset, m_file->read(offset, qMax(there, WindowSize))};
+    return m_window.has(offset, there) ? m_window.part(offset, there) : QByteArray();
 }
 
 /// The headers tell of @p size bytes at @p offset.
@@ -120,12 +121,13 @@ void cLibraryFile::need(quint64 offset, quint64 size)
 
 quint64 cLibraryFile::number(const QByteArray& bytes, int offset, int size) const
 {
-    quint64 value = 0;
-    for (int i = 0; i < size; ++i) {
-        const int at = m_isBig ? offset + i : offset + size - 1 - i;
-        value = value << 8 | uchar(bytes.at(at));
-    }
-    return value;
+    Q_ASSERT(offset >= 0 && offset + size <= bytes.size());
+    const char* const at = bytes.constData() + offset;
+    if (size == 8)
+        return m_isBig ? qFromBigEndian<quint64>(at) : qFromLittleEndian<quint64>(at);
+    if (size == 4)
+        return m_isBig ? qFromBigEndian<quint32>(at) : qFromLittleEndian<quint32>(at);
+    return m_isBig ? qFromBigEndian<quint16>(at) : qFromLittleEndian<quint16>(at);
 }
 
 /// Where in the file that lies which the loaded library has at @p address; the file's end when it does not lie there.
@@ -282,8 +284,8 @@ void cLibraryFile::addImports(quint64 address, int entrySize, int nameField, QVe
 void cLibraryFile::findQt(const QVector<quint64>& names)
 {
     for (const quint64 offset : names) {
-        const QByteArray bytes = read(offset, LongestName);
-        const int major = qtMajorOf(QByteArray(bytes.constData())); // up to its zero
+        const QByteArray name = read(offset, QtNameSize);
+        const int major = qtMajorOf(QByteArray(name.constData())); // up to its zero
         if (major != 0 && m_qtMajor != QT_VERSION_MAJOR)
             m_qtMajor = major;
         if (m_qtMajor == QT_VERSION_MAJOR)

@@ -1,9 +1,10 @@
 #pragma once
 
 #include <QtCore/QByteArray>
-#include <QtCore/QFile>
 #include <QtCore/QString>
 #include <QtCore/QVector>
+
+class cOpenFile;
 
 /**
  * The file of a shared library, as its own headers tell of it without its being loaded: whether it is whole, for the
@@ -46,6 +47,19 @@ private:
         quint64 size;
     };
 
+    /// Bytes of the file that have been read.
+    struct Window
+    {
+        quint64 offset;
+        QByteArray bytes;
+
+        bool has(quint64 at, int size) const
+        {
+            return at >= offset && at - offset + quint64(size) <= quint64(bytes.size());
+        }
+        QByteArray part(quint64 at, int size) const { return bytes.mid(int(at - offset), size); }
+    };
+
     cLibraryFile(const QByteArray& bytes, const QString& name);
     QByteArray read(quint64 offset, int size);
     void need(quint64 offset, quint64 size);
@@ -62,11 +76,12 @@ private:
     void addImports(quint64 address, int entrySize, int nameField, QVector<quint64>& names);
     void findQt(const QVector<quint64>& names);
 
-    QFile m_file;
+    const QString m_path;
+    cOpenFile* m_file = nullptr; // while its headers are read
     bool m_exists = false;
     quint64 m_size = 0;
-    QByteArray m_window; // of the file, which was read last
-    quint64 m_windowOffset = 0;
+    Window m_begin{};      // has the headers of nearly all libraries, and of small ones all that is needed
+    Window m_window{};     // the one that was read last
     quint64 m_told = 0;    // the least length that the headers allow, as far as they have been read
     QVector<Part> m_parts; // what is loaded
     Part m_dynamic{};      // where an ELF file tells what it needs
