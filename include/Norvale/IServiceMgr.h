@@ -1,5 +1,6 @@
 #pragma once
 
+#include <Norvale/GenericArguments.h>
 #include <Norvale/NorvaleGlobal.h>
 
 #include <QtCore/QObject>
@@ -231,6 +232,44 @@ public:
      *         id`; empty when none has failed. A call that is made leaves it as it is.
      */
     virtual QString lastError() const = 0;
+
+#if defined(DOXYGEN) || QT_VERSION >= QT_VERSION_CHECK(6, 5, 0)
+    /**
+     * The two forms above for what `Q_ARG` and `Q_RETURN_ARG` make from Qt 6.5 on: a call reads the same on every Qt.
+     *
+     * @param serviceId the id of the service.
+     * @param method the bare name of the method.
+     * @param values where the result goes, made with `Q_RETURN_ARG`, unless it is dropped; then at most ten values,
+     * made with `Q_ARG`. `QGenericReturnArgument` and `QGenericArgument` may stand among them.
+     * @return true when the method was called; false, with the reason in the log, when it was not.
+     */
+    template <typename... Values>
+    std::enable_if_t<(Corvane::IsMetaArgument<Values>::value || ...), bool>
+    invoke(const QString& serviceId, const QString& method, const Values&... values)
+    {
+        constexpr bool isPossible = Corvane::valueCount<Values...> <= 10;
+        static_assert(isPossible, "A method is called with at most ten values");
+        if constexpr (isPossible)
+            return invoke(serviceId, method, Corvane::genericArgument(values)...);
+    }
+
+    /**
+     * The form above for what `Q_ARG` makes from Qt 6.5 on: an event is sent by the same lines on every Qt.
+     *
+     * @param eventset the name of the event set; nothing happens when nobody listens to it.
+     * @param event the name of the event, which follows the listener's prefix.
+     * @param values at most ten values, made with `Q_ARG`. `QGenericArgument` may stand among them.
+     */
+    template <typename... Values>
+    std::enable_if_t<(Corvane::IsMetaArgument<Values>::value || ...)>
+    notify(const QString& eventset, const QString& event, const Values&... values)
+    {
+        constexpr bool isPossible = sizeof...(Values) <= 10;
+        static_assert(isPossible, "An event has at most ten values");
+        if constexpr (isPossible)
+            notify(eventset, event, Corvane::genericArgument(values)...);
+    }
+#endif
 
 protected:
     IServiceMgr();

@@ -18,7 +18,7 @@ cContentDigest::cContentDigest(bool hasSha256)
 
 void cContentDigest::add(const char* bytes, qint64 size)
 {
-    m_sha1.addData(bytes, int(size));
+    m_sha1.addData(QByteArray::fromRawData(bytes, int(size)));
     if (m_sha256)
         m_sha256->add(bytes, size);
     m_length += size;

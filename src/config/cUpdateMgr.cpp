@@ -55,7 +55,7 @@ bool cUpdateMgr::findNewest(const QString& repositoryName, cFeatureCatalogue& ca
     if (self) {
         m_search = nullptr;
         m_trustedSite = search.site();
-        m_lastSites = {m_locations.size(), search.failures()};
+        m_lastSites = {int(m_locations.size()), search.failures()};
         m_isComplete = search.isComplete() && !m_isCancelled;
     }
     return isFound;

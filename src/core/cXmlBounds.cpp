@@ -25,7 +25,7 @@ bool isPredefined(const QString& name)
 QString characterOf(const QString& reference)
 {
     const bool isHex = reference.startsWith(QLatin1String("#x"));
-    const uint code = reference.mid(isHex ? 2 : 1).toUInt(nullptr, isHex ? 16 : 10);
+    const char32_t code = reference.mid(isHex ? 2 : 1).toUInt(nullptr, isHex ? 16 : 10);
     return code == 0 ? QString() : QString::fromUcs4(&code, 1);
 }
 

@@ -3,13 +3,20 @@
 #include "core/cXmlBounds.h"
 
 #include <QtXml/QDomDocument>
+
+#if QT_VERSION_MAJOR < 6
 #include <QtXml/QXmlInputSource>
+#else
+#include <QtCore/QStringConverter>
+#include <QtCore/QXmlStreamReader>
+#endif
 
 #include <new>
 
 namespace {
 
-// The document's text as QDomDocument::setContent() decodes it. Qt 6 has no such class: this is the seam.
+// The document's text as QDomDocument::setContent() decodes it: Qt 6 has it read by a stream.
+#if QT_VERSION_MAJOR < 6
 QT_WARNING_PUSH
 QT_WARNING_DISABLE_DEPRECATED
 QString textOf(const QByteArray& xml)
@@ -19,6 +26,18 @@ QString textOf(const QByteArray& xml)
     return source.data();
 }
 QT_WARNING_POP
+#else
+QString textOf(const QByteArray& xml)
+{
+    QXmlStreamReader stream(xml);
+    stream.readNext();
+    QStringDecoder declared(stream.documentEncoding().toLatin1().constData());
+    if (declared.isValid())
+        return declared(xml);
+    QStringDecoder detected(QStringDecoder::encodingForData(xml, u'<').value_or(QStringDecoder::Utf8));
+    return detected(xml);
+}
+#endif
 
 } // namespace
 

@@ -110,7 +110,7 @@ bool cXmlReader::readPlain(const QByteArray& xml, cXmlHandler& handler)
 
 bool cXmlReader::beginElement(const QXmlStreamReader& stream, cXmlHandler& handler)
 {
-    const QStringRef tag = stream.qualifiedName();
+    const QStringView tag = stream.qualifiedName();
     if (!isPlainName(tag))
         return false;
     const QXmlStreamAttributes attributes = stream.attributes();

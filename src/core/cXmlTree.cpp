@@ -77,8 +77,8 @@ void cXmlTree::beginElement(QStringView tag, const QXmlStreamAttributes& attribu
         (parent.firstChild < 0 ? parent.firstChild : m_nodes[parent.lastChild].nextSibling) = number;
         parent.lastChild = number;
     }
-    m_nodes.push_back(
-        {keep(tag), {m_text.size(), 0}, int(m_attributes.size()), attributes.size(), -1, -1, -1, line, column});
+    const Span text{int(m_text.size()), 0};
+    m_nodes.push_back({keep(tag), text, int(m_attributes.size()), int(attributes.size()), -1, -1, -1, line, column});
     m_open.push_back(number);
     for (const QXmlStreamAttribute& attribute : attributes)
         m_attributes.push_back({keep(attribute.qualifiedName()), keep(attribute.value())});
@@ -92,13 +92,13 @@ void cXmlTree::addCharacters(QStringView text)
 void cXmlTree::endElement()
 {
     Node& node = m_nodes[m_open.back()];
-    node.text.size = m_text.size() - node.text.begin;
+    node.text.size = int(m_text.size()) - node.text.begin;
     m_open.pop_back();
 }
 
 cXmlTree::Span cXmlTree::keep(QStringView text)
 {
-    const Span span{m_names.size(), int(text.size())};
+    const Span span{int(m_names.size()), int(text.size())};
     m_names.append(text.data(), int(text.size()));
     return span;
 }

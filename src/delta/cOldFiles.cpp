@@ -31,7 +31,7 @@ bool cOldFiles::add(const QString& path, qint64 size, const QByteArray& sha1)
     if (device->size() != size)
         return refuse(path, QStringLiteral("it has %1 instead of %2").arg(counted(device->size(), "byte")).arg(size));
     QCryptographicHash hash(QCryptographicHash::Sha1);
-    QByteArray bytes(int(qBound<qint64>(1, size, 256 << 10)), Qt::Uninitialized);
+    QByteArray bytes(int(qBound(qint64(1), size, qint64(256 << 10))), Qt::Uninitialized);
     for (qint64 left = size; left > 0 && !m_isCancelled;) {
         bytes.resize(int(qMin<qint64>(left, bytes.size())));
         const qint64 came = device->read(bytes.data(), bytes.size());

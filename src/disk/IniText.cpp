@@ -1,6 +1,7 @@
 #include "disk/IniText.h"
 
 #include <QtCore/QDataStream>
+#include <QtCore/QIODevice>
 #include <QtCore/QStringList>
 
 namespace {
@@ -71,7 +72,7 @@ QString wrapped(const char* kind, const QByteArray& bytes)
 
 QString textOf(const QVariant& value)
 {
-    switch (int(value.type())) {
+    switch (value.userType()) {
     case QMetaType::UnknownType:
         return QStringLiteral("@Invalid()");
     case QMetaType::QByteArray:
@@ -110,7 +111,8 @@ QByteArray headingOf(const QString& name)
 QByteArray IniText::valueOf(const QVariant& value)
 {
     const QVariantList items = value.toList();
-    const bool isList = value.type() == QVariant::StringList || (value.type() == QVariant::List && items.size() != 1);
+    const int type = value.userType();
+    const bool isList = type == QMetaType::QStringList || (type == QMetaType::QVariantList && items.size() != 1);
     if (!isList)
         return escapedText(textOf(value));
     QByteArrayList texts;

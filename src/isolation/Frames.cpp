@@ -1,5 +1,7 @@
 #include "isolation/Frames.h"
 
+#include "version/MetaTypes.h"
+
 int FrameValues::jsonType()
 {
     static const int type = qRegisterMetaType<cJsonValue>("cJsonValue");
@@ -46,13 +48,13 @@ bool FrameValues::canTravel(int type)
 int FrameValues::typeOf(const QByteArray& name)
 {
     jsonType(); // is known by its name from here on
-    const int type = QMetaType::type(name.constData());
-    return type != QMetaType::UnknownType ? type : QMetaType::type(QMetaObject::normalizedType(name.constData()));
+    const int type = MetaTypes::named(name.constData());
+    return type != QMetaType::UnknownType ? type : MetaTypes::named(QMetaObject::normalizedType(name.constData()));
 }
 
 QVariant FrameValues::variantOf(int type, const void* place)
 {
-    return type == QMetaType::QVariant ? *static_cast<const QVariant*>(place) : QVariant(type, place);
+    return type == QMetaType::QVariant ? *static_cast<const QVariant*>(place) : MetaTypes::value(type, place);
 }
 
 bool FrameValues::assign(int type, void* place, const QVariant& value)
@@ -63,8 +65,9 @@ bool FrameValues::assign(int type, void* place, const QVariant& value)
     }
     if (value.userType() != type)
         return false;
-    QMetaType::destruct(type, place);
-    QMetaType::construct(type, place, value.constData());
+    const QMetaType meta(type);
+    meta.destruct(place);
+    meta.construct(place, value.constData());
     return true;
 }
 

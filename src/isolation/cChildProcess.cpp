@@ -42,7 +42,9 @@ cChildProcess::~cChildProcess()
         CloseHandle(m_job);
 }
 
-void cChildProcess::setupChildProcess() {}
+cChildProcess::cChildProcess() = default;
+
+void cChildProcess::prepareChild() {}
 
 void cChildProcess::tieToThisProcess()
 {
@@ -59,10 +61,16 @@ void cChildProcess::tieToThisProcess()
 
 #else
 
+// Newer Qt calls a function there; older calls a member.
+cChildProcess::cChildProcess()
+{
+    setChildProcessModifier([this] { prepareChild(); });
+}
+
 cChildProcess::~cChildProcess() = default;
 
 // Runs in the child, between fork and exec. A plugin that never looks at its connection again would outlive the suite.
-void cChildProcess::setupChildProcess()
+void cChildProcess::prepareChild()
 {
     ::fcntl(int(m_end), F_SETFD, 0);
 #ifdef Q_OS_LINUX

@@ -2,6 +2,8 @@
 
 #include <QtCore/QProcess>
 
+#include <functional>
+
 /**
  * A child process that is handed the end of a connection, and that the system ends with this process, however that
  * ends. Started in the main thread only.
@@ -12,7 +14,7 @@ public:
     /// The environment variable that tells the child its end, as a number.
     static constexpr char EndVariable[] = "NORVALE_PLUGIN_CONNECTION";
 
-    cChildProcess() = default;
+    cChildProcess();
     ~cChildProcess() override;
 
     /// Starts @p program with @p end, which stays the caller's. @return false with the reason in errorString().
@@ -21,10 +23,15 @@ public:
     /// How a process that is no longer there has ended: "SIGSEGV", "exit code 3", "EXCEPTION_ACCESS_VIOLATION".
     QString causeOfEnd() const;
 
-protected:
-    void setupChildProcess() override;
-
 private:
+#if QT_VERSION < QT_VERSION_CHECK(6, 0, 0)
+    void setupChildProcess() override
+    {
+        prepareChild();
+    }
+    void setChildProcessModifier(const std::function<void()>&) {}
+#endif
+    void prepareChild();
     void tieToThisProcess();
 
     qintptr m_end = -1;

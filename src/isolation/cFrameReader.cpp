@@ -1,5 +1,7 @@
 #include "isolation/Frames.h"
 
+#include "version/MetaTypes.h"
+
 #include <QtCore/QDateTime>
 #include <QtCore/QTimeZone>
 #include <QtCore/QUrl>
@@ -21,7 +23,7 @@ QVariant integer(int type, qlonglong number)
     if (type == QMetaType::Int)
         return int(number);
     QVariant value(number);
-    return value.convert(type) ? value : QVariant();
+    return MetaTypes::convert(value, type) ? value : QVariant();
 }
 
 } // namespace

@@ -4,6 +4,7 @@
 #include "isolation/cRemoteService.h"
 #include "log/cFrameworkLog.h"
 #include "version/ForeignCode.h"
+#include "version/MetaTypes.h"
 
 #include <QtCore/QMetaMethod>
 
@@ -250,7 +251,7 @@ void cPluginServices::serveCall(cFrameReader& frame, cFrameWriter& answer)
     }
     const int type = method.returnType();
     const bool hasResult = type != QMetaType::Void && type != QMetaType::UnknownType;
-    values[0] = hasResult && type != QMetaType::QVariant ? QVariant(type, nullptr) : QVariant();
+    values[0] = hasResult && type != QMetaType::QVariant ? MetaTypes::value(type) : QVariant();
     places[0] = hasResult ? FrameValues::placeOf(type, values[0]) : nullptr;
     const QString thrown =
         whatIsThrownBy([&] { QMetaObject::metacall(object, QMetaObject::InvokeMetaMethod, place, places.data()); });

@@ -4,6 +4,7 @@
 #include "isolation/cRemoteService.h"
 #include "log/cFrameworkLog.h"
 #include "services/cServiceMgr.h"
+#include "version/MetaTypes.h"
 
 #include <Norvale/IPluginMgr.h>
 #include <Norvale/cLogCentral.h>
@@ -248,7 +249,7 @@ void cRemotePlugin::callService(cFrameReader& frame, cFrameWriter& answer)
     const QByteArray resultType = frame.bytes();
     RemoteCalls::cReadValues values;
     const int type = FrameValues::typeOf(resultType);
-    QVariant result = type == QMetaType::QVariant ? QVariant() : QVariant(type, nullptr);
+    QVariant result = type == QMetaType::QVariant ? QVariant() : MetaTypes::value(type);
     if (!values.read(frame))
         return answer.byte(false);
     const QGenericReturnArgument returned =

@@ -8,6 +8,7 @@
 #include "json/cJsonParts.h"
 
 #include <QtCore/QDebug>
+#include <QtCore/QIODevice>
 #include <QtCore/QTextStream>
 #include <QtCore/QVarLengthArray>
 

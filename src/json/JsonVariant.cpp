@@ -2,6 +2,7 @@
 
 #include <Norvale/cJsonValue.h>
 
+#include "version/MetaTypes.h"
 #include "json/cJsonParts.h"
 
 #include <QtCore/QVariant>
@@ -118,25 +119,25 @@ void cJsonParts::takeVariant(cJsonValue& v, const QVariant& from)
 {
     if (from.isNull()) {
         setScalar(v, NullType);
-    } else if (from.canConvert(int(QVariant::Int))) {
+    } else if (MetaTypes::canConvert(from, QMetaType::Int)) {
         setScalar(v, IntType);
         v.m_int = from.toInt();
-    } else if (from.canConvert(int(QVariant::UInt))) {
+    } else if (MetaTypes::canConvert(from, QMetaType::UInt)) {
         setScalar(v, UIntType);
         v.m_uint = from.toUInt();
-    } else if (from.canConvert(int(QVariant::Double))) {
+    } else if (MetaTypes::canConvert(from, QMetaType::Double)) {
         setScalar(v, DoubleType);
         v.m_double = from.toDouble();
-    } else if (from.canConvert(int(QVariant::String))) {
+    } else if (MetaTypes::canConvert(from, QMetaType::QString)) {
         setScalar(v, StringType);
         v.m_string = from.toString();
-    } else if (from.canConvert(int(QVariant::Bool))) {
+    } else if (MetaTypes::canConvert(from, QMetaType::Bool)) {
         setScalar(v, BooleanType);
         v.m_bool = from.toBool();
-    } else if (from.canConvert(int(QVariant::List))) {
+    } else if (MetaTypes::canConvert(from, QMetaType::QVariantList)) {
         setScalar(v, ArrayType);
     } else {
-        setScalar(v, from.canConvert(int(QVariant::Map)) ? ObjectType : NullType);
+        setScalar(v, MetaTypes::canConvert(from, QMetaType::QVariantMap) ? ObjectType : NullType);
     }
 }
 

@@ -7,6 +7,15 @@
 #include <type_traits>
 #include <utility>
 
+/// Whether the bytes of a value may be moved to another place.
+#if QT_VERSION_MAJOR < 6
+template <typename T>
+constexpr bool isRelocatable = !QTypeInfo<T>::isStatic;
+#else
+template <typename T>
+constexpr bool isRelocatable = QTypeInfo<T>::isRelocatable;
+#endif
+
 /**
  * A stack of values of a movable type, on which the content of arrays and objects is collected until its number is
  * known.
@@ -17,7 +26,7 @@
 template <typename T>
 class cJsonScratch
 {
-    static_assert(std::is_trivially_copyable<T>::value || !QTypeInfo<T>::isStatic,
+    static_assert(std::is_trivially_copyable<T>::value || isRelocatable<T>,
                   "the values are moved by copying their bytes");
 
 public:

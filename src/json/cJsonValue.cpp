@@ -77,7 +77,7 @@ cJsonValue& cJsonValue::operator[](int i)
     // A negative index, read as unsigned, is beyond any size; it is led to the first element, never outside the array.
     if (uint(i) >= uint(m_array.size())) {
         i = std::max(i, 0);
-        m_array.resize(std::max(i + 1, m_array.size()));
+        m_array.resize(std::max(i + 1, int(m_array.size())));
     }
     return m_array[i];
 }

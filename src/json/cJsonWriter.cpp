@@ -4,9 +4,10 @@
 
 #include "json/JsonNumber.h"
 #include "json/JsonText.h"
+#include "json/StreamEncoding.h"
 #include "json/cJsonParts.h"
 
-#include <QtCore/QTextCodec>
+#include <QtCore/QIODevice>
 #include <QtCore/QTextStream>
 #include <QtCore/QVarLengthArray>
 
@@ -15,34 +16,6 @@
 #include <limits>
 
 namespace {
-
-// A text stream with default settings writes in the encoding of the locale. Each character of UTF-8 and of Latin-1,
-// here by their assigned numbers, is encoded by itself; of other encodings that is not known.
-constexpr int MibLatin1 = 4;
-constexpr int MibUtf8 = 106;
-
-bool isKnown(const QTextCodec* codec)
-{
-    return codec->mibEnum() == MibUtf8 || codec->mibEnum() == MibLatin1;
-}
-
-QByteArray encoded(const QTextCodec* codec, const QString& text)
-{
-    QTextCodec::ConverterState state(QTextCodec::IgnoreHeader);
-    return codec->fromUnicode(text.constData(), text.size(), &state);
-}
-
-/// Whether text in ASCII is the same bytes in the encoding of the locale.
-bool keepsAscii()
-{
-    const QTextCodec* const codec = QTextCodec::codecForLocale();
-    if (isKnown(codec))
-        return true;
-    QByteArray ascii;
-    for (int unit = 0; unit < 128; ++unit)
-        ascii += char(unit);
-    return encoded(codec, QString::fromLatin1(ascii)) == ascii;
-}
 
 /// Whether each surrogate has its other half. A stream keeps a half that stands alone and joins it to what follows.
 bool isWellFormed(const QString& text)
@@ -60,11 +33,7 @@ bool isWellFormed(const QString& text)
 /// Encodes @p key as a stream does, wherever it stands. @return false where that depends on its neighbours.
 bool encode(const QString& key, QByteArray& bytes)
 {
-    const QTextCodec* const codec = QTextCodec::codecForLocale();
-    if (!isKnown(codec) || !isWellFormed(key))
-        return false;
-    bytes = encoded(codec, key);
-    return true;
+    return isWellFormed(key) && StreamEncoding::encode(key, bytes);
 }
 
 constexpr int MaxSize = std::numeric_limits<int>::max() - 64; // a byte array holds less than 2 GiB
@@ -120,7 +89,7 @@ private:
 
 bool cByteWriter::write(const cJsonValue& v)
 {
-    if (!keepsAscii())
+    if (!StreamEncoding::keepsAscii())
         return false;
     grow(SmallSize);
     if (!cJsonParts::isNested(v)) {
@@ -155,7 +124,8 @@ cByteWriter::Level cByteWriter::open(const cJsonValue& v)
 {
     const QVector<cJsonValue>& elements = cJsonParts::array(v);
     const Members& members = cJsonParts::object(v);
-    return {elements.constBegin(), elements.constEnd(), members.constBegin(), members.constEnd(), v.isArray(), false};
+    const cJsonValue* const begin = elements.constData();
+    return {begin, begin + elements.size(), members.constBegin(), members.constEnd(), v.isArray(), false};
 }
 
 /// Goes on in an array. @return the nested element that comes next, null when the array has been closed.

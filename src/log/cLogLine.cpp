@@ -1,9 +1,12 @@
 #include "log/cLogLine.h"
 
 #include <QtCore/QLocale>
-#include <QtCore/QTextCodec>
 #include <QtCore/QTextStream>
 #include <QtCore/QThread>
+
+#if QT_VERSION_MAJOR < 6
+#include <QtCore/QTextCodec>
+#endif
 
 namespace {
 
@@ -35,7 +38,8 @@ QTextStream& textStream(const QDebug& debug)
     return privateStream(debug)->ts;
 }
 
-/// What a line is written in, so that no letter is lost, whatever the user's locale can write.
+// A line is written in UTF-8, so that no letter is lost, whatever the user's locale can write.
+#if QT_VERSION_MAJOR < 6
 QTextCodec* utf8()
 {
     constexpr int Mib = 106;
@@ -43,13 +47,34 @@ QTextCodec* utf8()
     return codec;
 }
 
+bool isUtf8(const QTextStream& text)
+{
+    return text.codec() == utf8();
+}
+
+void setUtf8(QTextStream& text)
+{
+    text.setCodec(utf8());
+}
+#else
+bool isUtf8(const QTextStream& text)
+{
+    return text.encoding() == QStringConverter::Utf8;
+}
+
+void setUtf8(QTextStream& text)
+{
+    text.setEncoding(QStringConverter::Utf8);
+}
+#endif
+
 } // namespace
 
 const QDebug& cLineStream::start()
 {
     if (!m_stream || !reset()) {
         m_stream.emplace(&m_device);
-        textStream(*m_stream).setCodec(utf8());
+        setUtf8(textStream(*m_stream));
     }
     return *m_stream;
 }
@@ -59,8 +84,8 @@ const QDebug& cLineStream::start()
 bool cLineStream::reset()
 {
     const QTextStream& text = textStream(*m_stream);
-    if (owners(*m_stream) > 1 || text.device() != &m_device || text.status() != QTextStream::Ok ||
-        text.codec() != utf8() || text.locale() != QLocale::c())
+    if (owners(*m_stream) > 1 || text.device() != &m_device || text.status() != QTextStream::Ok || !isUtf8(text) ||
+        text.locale() != QLocale::c())
         return false;
     flush();
     m_stream->resetFormat();

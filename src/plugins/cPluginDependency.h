@@ -13,7 +13,7 @@ public:
     explicit cPluginDependency(const QString& text) : m_name(nameOf(text).toString())
     {
         if (m_name.size() < text.size())
-            m_number = text.midRef(m_name.size() + 1).toInt();
+            m_number = text.mid(m_name.size() + 1).toInt();
     }
 
     /// The name alone, within @p text.

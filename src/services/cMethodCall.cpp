@@ -1,6 +1,7 @@
 #include "services/cMethodCall.h"
 
 #include "version/ForeignCode.h"
+#include "version/MetaTypes.h"
 #include "version/Shown.h"
 #include "version/cCodeImage.h"
 
@@ -25,7 +26,7 @@ bool answers(const QMetaMethod& method, const char* type)
     if (qstrcmp(type, method.typeName()) == 0)
         return true;
     const QByteArray normal = QMetaObject::normalizedType(type);
-    const int known = QMetaType::type(normal.constData());
+    const int known = MetaTypes::named(normal.constData());
     return normal == method.typeName() || (known != QMetaType::UnknownType && known == method.returnType());
 }
 
@@ -96,12 +97,12 @@ public:
     {
         for (int i = 0; i < types.size(); ++i)
             m_values[size_t(i)] =
-                QGenericArgument(values[size_t(i)].name(), QMetaType::create(types.at(i), values[size_t(i)].data()));
+                QGenericArgument(values[size_t(i)].name(), QMetaType(types.at(i)).create(values[size_t(i)].data()));
     }
     ~cKeptValues()
     {
         for (int i = 0; i < m_types.size(); ++i)
-            QMetaType::destroy(m_types.at(i), m_values[size_t(i)].data());
+            QMetaType(m_types.at(i)).destroy(m_values[size_t(i)].data());
     }
     Q_DISABLE_COPY(cKeptValues)
 

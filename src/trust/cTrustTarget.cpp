@@ -75,12 +75,19 @@ bool fitsPart(QStringView pattern, QStringView text)
     return std::all_of(pattern.begin() + at, pattern.end(), [](QChar rest) { return rest == QLatin1Char('*'); });
 }
 
-bool fits(const QString& pattern, const QString& path)
+// Part by part: no star stands for a slash.
+bool fits(QStringView pattern, QStringView path)
 {
-    const auto patternParts = pattern.splitRef(QLatin1Char('/'));
-    const auto pathParts = path.splitRef(QLatin1Char('/'));
-    return std::equal(patternParts.begin(), patternParts.end(), pathParts.begin(), pathParts.end(),
-                      [](const QStringRef& one, const QStringRef& other) { return fitsPart(one, other); });
+    for (;;) {
+        const auto patternEnd = pattern.indexOf(QLatin1Char('/'));
+        const auto pathEnd = path.indexOf(QLatin1Char('/'));
+        if (patternEnd < 0 || pathEnd < 0)
+            return patternEnd == pathEnd && fitsPart(pattern, path);
+        if (!fitsPart(pattern.left(patternEnd), path.left(pathEnd)))
+            return false;
+        pattern = pattern.mid(patternEnd + 1);
+        path = path.mid(pathEnd + 1);
+    }
 }
 
 } // namespace

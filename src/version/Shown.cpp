@@ -87,7 +87,7 @@ QString nearestName(const QString& written, const QStringList& known)
     if (written.size() > LongestName)
         return QString();
     const QString lower = written.toLower();
-    int least = 1 + std::min(MostLetters, lower.size() / 3); // letters from which on it is another name
+    int least = 1 + std::min(MostLetters, int(lower.size()) / 3); // letters from which on it is another name
     QString nearest;
     for (const QString& name : known) {
         const QString other = name.toLower();

@@ -85,7 +85,7 @@ bool fail(QString* error, const QString& reason)
 
 bool cInflater::inflate(const QByteArray& in, qint64 limit, Stated stated, QByteArray* out, QString* error)
 {
-    const qint64 held = qBound<qint64>(0, limit, cZipReader::MaxArray);
+    const qint64 held = qBound(qint64(0), limit, qint64(cZipReader::MaxArray));
     if (stated.size <= held && inflateStated(in, stated, out))
         return true;
     // One byte more than allowed tells a stream that is too large from one that is cut off.

@@ -37,14 +37,14 @@ cZipReader::View cZipReader::view(qint64 position, int size)
     m_window.resize(m_use == Own ? qMax(size, windowSize(position)) : size);
     m_windowPosition = position;
     m_window.resize(readAt(position, m_window.data(), m_window.size()));
-    return {m_window.constData(), qMin(size, m_window.size())};
+    return {m_window.constData(), qMin(size, int(m_window.size()))};
 }
 
 /// Reads that follow each other become longer, for whoever reads one file of an archive often reads all.
 int cZipReader::windowSize(qint64 position) const
 {
     const bool isNext = position > m_windowPosition && position <= m_windowPosition + m_window.size();
-    return isNext ? qMin(2 * m_window.size(), LargestWindow) : SmallestWindow;
+    return isNext ? qMin(2 * int(m_window.size()), LargestWindow) : SmallestWindow;
 }
 
 QByteArray cZipReader::bytes(qint64 position, qint64 size)

@@ -5,6 +5,7 @@
 #include "cNamedService.h"
 
 #include <Norvale/Corvane.h>
+#include <Norvale/GenericArguments.h>
 #include <Norvale/cJsonValue.h>
 
 #include "services/cServiceMgr.h"
@@ -54,6 +55,21 @@ public:
         throw std::runtime_error(qPrintable(text));
     }
     void notInvokable() {}
+};
+
+/// What `Q_ARG` and `Q_RETURN_ARG` make from Qt 6.5 on, for every Qt.
+struct MetaArgument
+{
+    const MetaArgument* metaType;
+    const char* name;
+    const void* data;
+};
+
+struct MetaReturnArgument
+{
+    const MetaArgument* metaType;
+    const char* name;
+    void* data;
 };
 
 /// Its own id is hidden by the base class's.
@@ -235,6 +251,24 @@ private Q_SLOTS:
         QVERIFY(isHandedOver);
         QCOMPARE(m_alarm.rung, 1);
         QCOMPARE(m_mgr.serviceList(), QStringList("Alarm"));
+    }
+    /// One without a name goes by its meta-type; the values of both kinds may stand side by side.
+    void takesTheValuesOfLaterQt()
+    {
+        using Corvane::genericArgument;
+        const MetaArgument text{nullptr, "QString", nullptr};
+        const QString minutes = "30";
+        QString answer;
+        const MetaReturnArgument result{&text, nullptr, &answer};
+        const MetaArgument value{&text, nullptr, &minutes};
+        QVERIFY(m_mgr.invoke("Clock", "add", genericArgument(result), genericArgument(value)));
+        QCOMPARE(answer, "1230");
+        int hours = 0;
+        const int one = 1;
+        QVERIFY(m_mgr.invoke("Clock", "add", genericArgument(Q_RETURN_ARG(int, hours)),
+                             genericArgument(MetaArgument{&text, "int", &one})));
+        QCOMPARE(hours, 13);
+        QCOMPARE((Corvane::valueCount<MetaReturnArgument, MetaArgument, QGenericArgument, QReturnArgument<int>>), 2);
     }
     void destroyedServiceAnswersNullAndFalse()
     {

@@ -13,7 +13,7 @@ int countPieces(const QString& text, QTextBoundaryFinder::BoundaryType type, Pre
     int count = 0;
     int begin = 0;
     for (int end = finder.toNextBoundary(); end != -1; end = finder.toNextBoundary()) {
-        if (counts(text.midRef(begin, end - begin)))
+        if (counts(QStringView(text).mid(begin, end - begin)))
             ++count;
         begin = end;
     }
@@ -23,7 +23,7 @@ int countPieces(const QString& text, QTextBoundaryFinder::BoundaryType type, Pre
 
 int cWordCount::words(const QString& text) const
 {
-    return countPieces(text, QTextBoundaryFinder::Word, [](const QStringRef& piece) {
+    return countPieces(text, QTextBoundaryFinder::Word, [](QStringView piece) {
         return std::any_of(piece.begin(), piece.end(), [](QChar c) { return c.isLetterOrNumber(); });
     });
 }
@@ -31,10 +31,10 @@ int cWordCount::words(const QString& text) const
 int cWordCount::sentences(const QString& text) const
 {
     return countPieces(text, QTextBoundaryFinder::Sentence,
-                       [](const QStringRef& piece) { return !piece.trimmed().isEmpty(); });
+                       [](QStringView piece) { return !piece.trimmed().isEmpty(); });
 }
 
 int cWordCount::characters(const QString& text) const
 {
-    return countPieces(text, QTextBoundaryFinder::Grapheme, [](const QStringRef&) { return true; });
+    return countPieces(text, QTextBoundaryFinder::Grapheme, [](QStringView) { return true; });
 }

@@ -1,5 +1,6 @@
 #include "calls/CallValues.h"
 
+#include "version/MetaTypes.h"
 #include "wire/WireText.h"
 
 #include <QtCore/QAssociativeIterable>
@@ -61,7 +62,7 @@ bool makeInteger(const cJsonValue& json, int type, Fit fit, QVariant* value)
     const Number number = Number(wide);
     if (Wide(number) != wide)
         return false;
-    *value = QVariant(type, &number);
+    *value = MetaTypes::value(type, &number);
     return true;
 }
 
@@ -72,7 +73,7 @@ bool makeReal(const cJsonValue& json, int type, Fit fit, QVariant* value)
     if (json.isString() && fit == Converted)
         number = json.toString().toDouble(&ok);
     *value = number;
-    return ok && value->convert(type);
+    return ok && MetaTypes::convert(*value, type);
 }
 
 bool makeBool(const cJsonValue& json, Fit fit, QVariant* value)
@@ -131,7 +132,8 @@ bool makeVariant(const cJsonValue& json, QVariant* value)
 bool makeContainer(const cJsonValue& json, JsonValueType kind, int type, Fit fit, QVariant* value)
 {
     cJsonValue container;
-    return containerOf(json, kind, fit, &container) && makeVariant(container, value) && value->convert(type);
+    return containerOf(json, kind, fit, &container) && makeVariant(container, value) &&
+           MetaTypes::convert(*value, type);
 }
 
 // Whatever else Qt can make of a scalar: a URL, a date, a registered enumeration, a type with a converter of its own.
@@ -139,7 +141,7 @@ bool makeOther(const cJsonValue& json, int type, Fit fit, QVariant* value)
 {
     if (fit == Exact || json.isArray() || json.isObject() || json.isNull() || !makeVariant(json, value))
         return false;
-    return value->canConvert(type) && value->convert(type);
+    return MetaTypes::canConvert(*value, type) && MetaTypes::convert(*value, type);
 }
 
 QJsonValue integerToJson(qlonglong number)
@@ -188,12 +190,12 @@ bool otherToJson(const QVariant& value, QJsonValue* json, int depth)
 {
     if (value.userType() == qMetaTypeId<cJsonValue>())
         return WireText::toQt(value.value<cJsonValue>(), json, depth);
-    if (value.canConvert(QMetaType::QVariantMap))
+    if (value.canConvert<QVariantMap>())
         return mapToJson(value, json, depth);
-    if (value.canConvert(QMetaType::QVariantList))
+    if (value.canConvert<QVariantList>())
         return listToJson(value, json, depth);
     QVariant text = value;
-    if (!text.convert(QMetaType::QString))
+    if (!MetaTypes::convert(text, QMetaType::QString))
         return false;
     *json = text.toString();
     return true;

@@ -1,6 +1,7 @@
 #include "calls/cServiceCall.h"
 
 #include "calls/CallValues.h"
+#include "version/MetaTypes.h"
 
 #include <Norvale/IPluginMgr.h>
 #include <Norvale/IServiceMgr.h>
@@ -126,7 +127,7 @@ bool cServiceCall::invoke(const QString& serviceId)
     const int returnType = m_method.returnType();
     m_resultType = QString::fromLatin1(returnName);
     const bool hasResult = returnType != QMetaType::Void && returnType != QMetaType::UnknownType;
-    QVariant result = hasResult && returnType != QMetaType::QVariant ? QVariant(returnType, nullptr) : QVariant();
+    QVariant result = hasResult && returnType != QMetaType::QVariant ? MetaTypes::value(returnType) : QVariant();
     QGenericReturnArgument returned;
     if (hasResult)
         returned = QGenericReturnArgument(returnName.constData(), dataOf(result, returnType));
