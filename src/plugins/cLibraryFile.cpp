@@ -96,7 +96,7 @@ QString cLibraryFile::refusal() const
         return QString();
     const QString text = QStringLiteral(
         "its library %1 is built with Qt %2; this suite runs on Qt %3, for which it has to be built anew");
-    return text.arg(m_path).arg(m_qtMajor).arg(QT_VERSION_MAJOR);
+    return text.arg(m_path, QString::number(m_qtMajor), QString::number(QT_VERSION_MAJOR));
 }
 
 /// @return what there is of it.

@@ -85,8 +85,9 @@ void cSuite::checkQt(const QString& file, cFindings& findings) const
             if (other == *major)
                 continue;
             const QString text = QStringLiteral("%1 is built with Qt %2, and %3 with Qt %4: no suite loads both");
-            return findings.add(Rule::SuiteQtMixed, file,
-                                text.arg(first.toString()).arg(other).arg(plugin->id().toString()).arg(*major));
+            return findings.add(
+                Rule::SuiteQtMixed, file,
+                text.arg(first.toString(), QString::number(other), plugin->id().toString(), QString::number(*major)));
         }
     }
 }
