@@ -2,6 +2,7 @@
 # Builds and tests everything. Installs what it needs from Debian's packages.
 #
 #   ./test.sh               all tests
+#   ./test.sh --qt6         all tests on Qt 6, after compiling what plugins and hosts are made of against a newer Qt 6
 #   ./test.sh --windows     the tests of the cross build for 64-bit Windows, under Wine
 #   ./test.sh --asan        all tests under the address and undefined behaviour sanitizers
 #   ./test.sh --tsan        the threaded tests under the thread sanitizer
@@ -23,6 +24,19 @@ run_tests() {
     failed=$(sed -nE 's/^.*, ([0-9]+) tests failed out of .*$/\1/p' "$report" | tail -n 1)
     echo "$((${total:-0} - ${failed:-0})) passed, ${failed:-0} failed"
     [ "$status" = 0 ] && [ "${total:-0}" -gt 0 ]
+}
+
+# Compiles the library, and what plugins and hosts are made of, against a newer Qt 6, where that can be had.
+check_newer_qt() {
+    local folder="$root/build/newer-qt6-root" log="$root/build/newer-qt6-root.log"
+    mkdir -p "$root/build"
+    if "$root/.ci/make-newer-qt-root" "$folder" >"$log" 2>&1; then
+        build newer-qt6
+        grep -m 1 -o 'Compiling against Qt .*' "$root/build/newer-qt6.log" | sed 's/Compiling/Compiled/'
+    else
+        echo "Not compiled against a newer Qt, of which only services.tst_cServiceMgr has doubles:" \
+            "$(grep -m 1 '^[EW]:' "$log" || tail -n 1 "$log") ($log)"
+    fi
 }
 
 run_fuzzers() {
@@ -69,6 +83,13 @@ case "${1:-}" in
     need $packages_build $packages_test
     build dev
     run_tests dev
+    ;;
+--qt6)
+    # shellcheck disable=SC2086
+    need $packages_build $packages_test $packages_qt6
+    build qt6
+    check_newer_qt
+    run_tests qt6
     ;;
 --windows)
     build_for_windows windows
