@@ -7,8 +7,8 @@ if(NOT NORVALE_INSTALL)
 endif()
 
 include(CMakePackageConfigHelpers)
-set(package_dir "${CMAKE_INSTALL_LIBDIR}/cmake/Norvale")
-set(plugins_dir "${CMAKE_INSTALL_LIBDIR}/norvale/plugins")
+set(package_dir "${CMAKE_INSTALL_LIBDIR}/cmake/${NORVALE_LIBRARY_NAME}")
+set(plugins_dir "${CMAKE_INSTALL_LIBDIR}/${NORVALE_PACKAGE_NAME}/plugins")
 
 install(TARGETS Norvale EXPORT NorvaleExports
     RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT runtime
@@ -38,14 +38,26 @@ endif()
 if(programs)
     install(TARGETS ${programs} EXPORT NorvaleToolsExports RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT tools)
     install(EXPORT NorvaleToolsExports NAMESPACE Norvale:: DESTINATION "${package_dir}" COMPONENT tools)
+    if(NORVALE_PROGRAM_SUFFIX)
+        file(RELATIVE_PATH to_programs "/bin" "/${CMAKE_INSTALL_BINDIR}")
+        file(MAKE_DIRECTORY "${PROJECT_BINARY_DIR}/package")
+        foreach(program IN LISTS programs)
+            get_target_property(name ${program} OUTPUT_NAME)
+            set(link "${PROJECT_BINARY_DIR}/package/${name}${NORVALE_PROGRAM_SUFFIX}")
+            file(CREATE_LINK "${to_programs}/${name}" "${link}" SYMBOLIC)
+            install(FILES "${link}" DESTINATION bin COMPONENT tools)
+        endforeach()
+    endif()
 endif()
 
 install(DIRECTORY "${PROJECT_SOURCE_DIR}/include/Norvale" DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}" COMPONENT dev FILES_MATCHING PATTERN "*.h")
 configure_package_config_file("${PROJECT_SOURCE_DIR}/cmake/NorvaleConfig.cmake.in"
     "${PROJECT_BINARY_DIR}/package/NorvaleConfig.cmake" INSTALL_DESTINATION "${package_dir}" PATH_VARS plugins_dir)
-write_basic_package_version_file("${PROJECT_BINARY_DIR}/package/NorvaleConfigVersion.cmake" COMPATIBILITY SameMajorVersion)
+configure_file("${PROJECT_SOURCE_DIR}/cmake/NorvaleConfigVersion.cmake.in" "${PROJECT_BINARY_DIR}/package/NorvaleConfigVersion.cmake" @ONLY)
+write_basic_package_version_file("${PROJECT_BINARY_DIR}/package/NorvaleVersion.cmake" COMPATIBILITY SameMajorVersion)
 install(FILES
     "${PROJECT_BINARY_DIR}/package/NorvaleConfig.cmake" "${PROJECT_BINARY_DIR}/package/NorvaleConfigVersion.cmake"
+    "${PROJECT_BINARY_DIR}/package/NorvaleVersion.cmake" "${PROJECT_SOURCE_DIR}/cmake/NorvaleQtAsked.cmake"
     "${PROJECT_SOURCE_DIR}/cmake/NorvalePlugin.cmake" "${PROJECT_SOURCE_DIR}/cmake/Manifest.xml.in"
     "${PROJECT_SOURCE_DIR}/cmake/run.cmd.in"
     DESTINATION "${package_dir}" COMPONENT dev)
@@ -61,8 +73,9 @@ endforeach()
 
 set(pkgconfig_dir "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
 file(RELATIVE_PATH prefix_from_pkgconfig "/${pkgconfig_dir}" "/")
-configure_file("${PROJECT_SOURCE_DIR}/cmake/norvale.pc.in" "${PROJECT_BINARY_DIR}/package/norvale.pc" @ONLY)
-install(FILES "${PROJECT_BINARY_DIR}/package/norvale.pc" DESTINATION "${pkgconfig_dir}" COMPONENT dev)
+set(pc_file "${PROJECT_BINARY_DIR}/package/${NORVALE_PACKAGE_NAME}.pc")
+configure_file("${PROJECT_SOURCE_DIR}/cmake/norvale.pc.in" "${pc_file}" @ONLY)
+install(FILES "${pc_file}" DESTINATION "${pkgconfig_dir}" COMPONENT dev)
 
 # As they lie in the tree, so that their links to each other hold.
 set(doc_dir "${CMAKE_INSTALL_DATADIR}/doc/norvale")

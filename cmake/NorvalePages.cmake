@@ -11,11 +11,9 @@ mark_as_advanced(NORVALE_GZIP)
 # install_pages(TARGET): those of a program that knows --describe.
 function(install_pages target)
     get_target_property(name ${target} OUTPUT_NAME)
-    if(NOT name)
-        set(name ${target})
-    endif()
+    string(APPEND name "${NORVALE_PROGRAM_SUFFIX}")
     add_custom_command(OUTPUT "${pages}/man/${name}.1" "${pages}/bash/${name}" "${pages}/zsh/_${name}" "${pages}/fish/${name}.fish"
-        COMMAND ${target} --describe "${pages}" DEPENDS ${target} VERBATIM)
+        COMMAND ${target} --describe "${pages}" ${name} DEPENDS ${target} VERBATIM)
     set(manual "${pages}/man/${name}.1")
     if(NORVALE_GZIP) # as systems keep them
         add_custom_command(OUTPUT "${manual}.gz" DEPENDS "${manual}" VERBATIM COMMAND ${NORVALE_GZIP} -9nkf "${manual}")

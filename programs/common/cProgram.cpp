@@ -314,9 +314,9 @@ ExitCode cProgram::run(const QStringList& arguments)
 
 ExitCode cProgram::readAndRun(const QStringList& arguments)
 {
-    // For the build, which makes the pages that are installed.
-    if (arguments.size() == 3 && arguments.at(1) == QLatin1String("--describe"))
-        return describe(arguments.at(2));
+    // For the build, which makes the pages that are installed, under the name that the program has there.
+    if (arguments.size() == 4 && arguments.at(1) == QLatin1String("--describe"))
+        return describe(arguments.at(2), arguments.at(3));
     CLI::App app(m_description.summary.toStdString(), m_description.program.toStdString());
     app.allow_windows_style_options(false);
     app.footer("Exit codes:\n" + codeTable(m_description.exitCodes).toStdString());
@@ -374,8 +374,10 @@ int cProgram::readSubcommand(CLI::App& app, const QStringList& arguments) const
     return picked;
 }
 
-ExitCode cProgram::describe(const QString& folder)
+ExitCode cProgram::describe(const QString& folder, const QString& name) const
 {
+    cDescription named = m_description;
+    named.program = name;
     QString error;
-    return writePages(m_description, folder, &error) ? ExitCode::Ok : endWith(ExitCode::Usage, error);
+    return writePages(named, folder, &error) ? ExitCode::Ok : endWith(ExitCode::Usage, error);
 }

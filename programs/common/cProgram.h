@@ -33,7 +33,7 @@ public:
 
 private:
     ExitCode readAndRun(const QStringList& arguments);
-    ExitCode describe(const QString& folder);
+    ExitCode describe(const QString& folder, const QString& name) const;
 
     // Both tell which command is asked for, and give its variables what has been read.
     int readOptionCommand(CLI::App& app, const QStringList& arguments, QString* error) const;

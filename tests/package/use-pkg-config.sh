@@ -1,5 +1,5 @@
 #!/bin/sh
-# Builds the host of a page with what pkg-config says of an installation: use-pkg-config.sh COMPILER PREFIX LIBDIR PAGE FOLDER
+# Builds the host of a page with what pkg-config says of an installation: use-pkg-config.sh COMPILER PREFIX LIBDIR PAGE FOLDER PACKAGE
 set -eu
 rm -rf "$5"
 mkdir -p "$5"
@@ -7,8 +7,8 @@ sed -n '/^```cpp$/,/^```$/{/^```/d;p}' "$4" >"$5/host.cpp"
 PKG_CONFIG_PATH=$2/$3/pkgconfig
 export PKG_CONFIG_PATH
 # shellcheck disable=SC2046
-"$1" -std=c++17 -fPIC "$5/host.cpp" -o "$5/host" $(pkg-config --cflags --libs norvale)
-[ "$(pkg-config --modversion 'norvale >= 1.0')" = 1.0.0 ]
+"$1" -std=c++17 -fPIC "$5/host.cpp" -o "$5/host" $(pkg-config --cflags --libs "$6")
+[ "$(pkg-config --modversion "$6 >= 1.0")" = 1.0.0 ]
 # it starts, and finds no suite
 cd "$5"
 status=0

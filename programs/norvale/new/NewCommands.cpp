@@ -42,14 +42,19 @@ QString forShell(const QString& word)
     return plain.match(word).hasMatch() ? word : QLatin1Char('"') + word + QLatin1Char('"');
 }
 
-/// What CMake has to be told to find the package of this program. It looks by itself beside the programs on the path.
-QString prefixOption()
+/// What CMake has to be told to find the package of this program. It looks by itself beside the programs on the path,
+/// and takes the one for Qt 5 where there are two.
+QString packageOptions()
 {
+    QString options;
     QDir folder(QCoreApplication::applicationDirPath());
     const QFileInfo found(QStandardPaths::findExecutable(QCoreApplication::applicationName()));
-    if (found.dir().canonicalPath() == folder.canonicalPath() || !folder.cdUp())
-        return QString();
-    return QStringLiteral(" -DCMAKE_PREFIX_PATH=") + forShell(folder.path());
+    if (found.dir().canonicalPath() != folder.canonicalPath() &&
+        folder.cd(QStringLiteral(NORVALE_PREFIX_FROM_PROGRAMS)))
+        options += QStringLiteral(" -DCMAKE_PREFIX_PATH=") + forShell(folder.path());
+    if (QT_VERSION_MAJOR != 5)
+        options += QStringLiteral(" -DNORVALE_QT_MAJOR=%1").arg(QT_VERSION_MAJOR);
+    return options;
 }
 
 /// What the commands have in common: they check the name, write the project, and tell how to go on.
@@ -98,7 +103,7 @@ private:
         QStringList lines{QString(), QStringLiteral("Go on with:")};
         if (QDir(folder) != QDir::current())
             lines.append(QStringLiteral("  cd %1").arg(forShell(folder)));
-        lines.append({QStringLiteral("  cmake -S . -B build%1").arg(prefixOption()),
+        lines.append({QStringLiteral("  cmake -S . -B build%1").arg(packageOptions()),
                       QStringLiteral("  cmake --build build"),
                       QStringLiteral("  ctest --test-dir build --output-on-failure"),
                       QStringLiteral("  cmake --build build -t run")});
