@@ -8,7 +8,7 @@
 #   ./test.sh --tsan        the threaded tests under the thread sanitizer
 #   ./test.sh --fuzz [S]    every fuzzer for S seconds (30)
 #   ./test.sh --mutate [N] [SEED]   every kind of file of an installed suite, damaged N times (500)
-#   ./test.sh --bench       the benchmarks: a table of ratios, then one GOAL line for each goal
+#   ./test.sh --bench [--qt6]   the benchmarks: a table of ratios, then one GOAL line for each goal
 #
 # Qt for Windows: ../shared/qt5-win64.tar.xz, else the tree that QT_WIN64 names.
 # The folder of the JSON documents that the benchmarks read: NORVALE_BENCH_DATA, else ../shared/bench-data.
@@ -62,9 +62,9 @@ run_fuzzers() {
 }
 
 run_benches() {
-    local out="$root/build/bench.out" bench
+    local out="$root/build/$1.out" bench
     : >"$out"
-    for bench in "$root"/build/bench/bench/*/bench_*; do
+    for bench in "$root/build/$1"/bench/*/bench_*; do
         [ -f "$bench" ] && [ -x "$bench" ] || continue
         echo "== ${bench##*/}"
         (unset TZ; "$bench") 2>&1 | tee -a "$out"
@@ -133,10 +133,12 @@ case "${1:-}" in
 --bench)
     data=${NORVALE_BENCH_DATA:-$root/../shared/bench-data}
     [ -d "$data" ] || { echo "No folder $data: name that of the JSON documents in NORVALE_BENCH_DATA" >&2; exit 2; }
+    preset=bench quazip=libquazip5-dev
+    [ "${2:-}" != --qt6 ] || { preset=bench-qt6 quazip="libquazip1-qt6-dev $packages_qt6"; }
     # shellcheck disable=SC2086
-    need $packages_build $packages_bench
-    build bench -DNORVALE_BENCH_DATA="$(cd "$data" && pwd)"
-    run_benches
+    need $packages_build $packages_bench $quazip
+    build $preset -DNORVALE_BENCH_DATA="$(cd "$data" && pwd)"
+    run_benches $preset
     ;;
 *)
     sed -nE 's/^# ?//p' "$0" | sed 1d
