@@ -10,7 +10,10 @@
 class cOpenFile
 {
 public:
-    explicit cOpenFile(const QString& path) : m_file(path) { m_file.open(QIODevice::ReadOnly | QIODevice::Unbuffered); }
+    explicit cOpenFile(const QString& path) : m_file(path)
+    {
+        (void)m_file.open(QIODevice::ReadOnly | QIODevice::Unbuffered);
+    }
 
     bool isOpen() const { return m_file.isOpen(); }
     quint64 size() const { return quint64(m_file.size()); }
