@@ -124,6 +124,8 @@ void cTransfer::request()
 {
     m_request.setUrl(m_url);
     m_request.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::NoLessSafeRedirectPolicy);
+    // Qt 6 would take HTTP/2: a kept connection, its transfers at a time and their rates are those of HTTP/1.1.
+    m_request.setAttribute(QNetworkRequest::Http2AllowedAttribute, false);
     // As it lies on the server: a compressed answer that is cut off could not be told from a whole one.
     m_request.setRawHeader("Accept-Encoding", "identity");
     if (m_options.offset > 0) {

@@ -44,8 +44,8 @@ protected:
  * Evaluates the conditions of install and uninstall command lines.
  *
  * A condition is the text of a script, of which the last value counts. It may call OSBitness(), isWinXP(), isVista()
- * and isWin7(). Behind it works Qt Script, or Qt Qml's engine where Qt Script is not found; conditions see no
- * difference. One engine serves all conditions, so what one declares the next can see.
+ * and isWin7(). Behind it works Qt Script, or Qt Qml's engine where Qt Script is not found; what differs stands in
+ * docs/file-formats.md. One engine serves all conditions, so what one declares the next can see.
  *
  * The engine has a thread of its own, so that a condition that never ends can be stopped. Use from one thread.
  */

@@ -21,7 +21,10 @@ private:
 cQtQml::cQtQml()
 {
     const auto text = [](bool isSo) { return QLatin1String(isSo ? "true" : "false"); };
-    m_engine.evaluate(QStringLiteral("function OSBitness() { return %1 }"
+    // Qt Script has a print() of its own.
+    m_engine.installExtensions(QJSEngine::ConsoleExtension);
+    m_engine.evaluate(QStringLiteral("function print() { console.log(Array.prototype.join.call(arguments, ' ')) }"
+                                     "function OSBitness() { return %1 }"
                                      "function isWinXP() { return %2 }"
                                      "function isVista() { return %3 }"
                                      "function isWin7() { return %4 }")

@@ -3,7 +3,9 @@
 #include "config/cPublication.h"
 #include "core/Files.h"
 #include "install/cInstallPlan.h"
+#include "plugins/cLibraryFile.h"
 #include "plugins/cManifestReader.h"
+#include "plugins/cPluginInstance.h"
 
 #include <QtCore/QDir>
 
@@ -19,6 +21,8 @@ const QLatin1String NotStarting("the suite would not start: ");
 void cStartCheck::run()
 {
     m_plan.settle();
+    leaveOutUnloadable();
+    m_plan.settle();
     if (!m_plan.hasTaken())
         return;
     const Set before = published(m_plan.installed().features());
@@ -32,12 +36,40 @@ void cStartCheck::run()
 QString cStartCheck::refusal(const cPluginId& id, const QString& folder)
 {
     noteKnown(published(m_plan.installed().features()));
-    (void)read(id, folder);
+    const QString reason = whyUnloadable(read(id, folder));
+    if (!reason.isEmpty())
+        return reason;
     for (const cStartFault& fault : cStartRules::faultsOf(published(m_plan.installed().features()))) {
         if (!m_known.contains(keyOf(fault)))
             return NotStarting + fault.reason;
     }
     return QString();
+}
+
+/// Leaves out the features that bring a plugin whose library is bound to be refused.
+void cStartCheck::leaveOutUnloadable()
+{
+    for (int i = 0; i < m_plan.features().size(); ++i) {
+        const cInstallPlan::Feature& feature = m_plan.features().at(i);
+        if (feature.isLeftOut())
+            continue;
+        for (const QSharedPointer<cFeaturePlugin>& plugin : feature.record->plugins()) {
+            const QString reason = m_plan.isPresent(plugin->id()) ? QString() : whyUnloadable(candidate(plugin->id()));
+            if (reason.isEmpty())
+                continue;
+            m_plan.leaveOut(i, {reason});
+            break;
+        }
+    }
+}
+
+QString cStartCheck::whyUnloadable(const cStartCandidate& plugin)
+{
+    const QString path = plugin.manifest.libraryPath;
+    const QString refusal =
+        path.isEmpty() ? path : cLibraryFile(path + QLatin1String(cPluginInstance::LibrarySuffix)).refusal();
+    return refusal.isEmpty() ? refusal
+                             : QStringLiteral("%1 would not be loaded: %2").arg(plugin.id.toString(), refusal);
 }
 
 void cStartCheck::noteKnown(const Set& before)

@@ -14,7 +14,7 @@ class cInstallPlan;
 
 /**
  * Leaves out of a plan what would keep the suite from starting: the plugins as they would be published after the run
- * are held against the rules of the start.
+ * are held against the rules of the start. So is what it would start without: a plugin that is built with another Qt.
  *
  * What keeps the installed set from starting as it is leaves nothing out: it could never be cured otherwise. The
  * plugins of the plan have been unpacked by then.
@@ -28,13 +28,15 @@ public:
     /// Settles the plan, and goes on until what is left of it breaks no rule anew.
     void run();
 
-    /// Why the installed suite would not start with @p id as it lies in @p folder; empty when it would, or does not
-    /// start as it is. Nothing is left out of the plan.
+    /// Why the installed suite would not start with @p id as it lies in @p folder, or would leave it out; empty when it
+    /// would not, or does not start as it is. Nothing is left out of the plan.
     QString refusal(const cPluginId& id, const QString& folder);
 
 private:
     using Set = QVector<cStartCandidate>;
 
+    void leaveOutUnloadable();
+    static QString whyUnloadable(const cStartCandidate& plugin);
     void noteKnown(const Set& before);
     Set published(const cFeatureCatalogue::Features& features);
     const cStartCandidate& candidate(const cPluginId& id);

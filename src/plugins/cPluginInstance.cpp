@@ -173,13 +173,14 @@ bool cPluginInstance::loadLibrary()
     if (m_manifest.libraryPath.isEmpty())
         return fail(QStringLiteral("its manifest names no library"));
     const QString path = QFileInfo(libraryFile()).absoluteFilePath();
-    cLibraryFile file(path);
-    const QString fault = file.fault();
+    const cLibraryFile file(path);
     // On Windows the system would go on to look for similar names.
     if (!file.exists())
         return fail(QStringLiteral("its library %1 does not exist%2").arg(path, hintAt(path)));
-    if (!fault.isEmpty())
-        return fail(QStringLiteral("its library %1 is cut short: it %2").arg(path, fault));
+    if (!file.fault().isEmpty())
+        return fail(QStringLiteral("its library %1 is cut short: it %2").arg(path, file.fault()));
+    if (!file.refusal().isEmpty())
+        return fail(file.refusal());
     if (m_process)
         return loadElsewhere();
     m_library.setFileName(path);

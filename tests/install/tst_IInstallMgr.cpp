@@ -124,6 +124,8 @@ private slots:
         row("not starting", "", "service=S", false,
             "VelmDev 0.00.001: the suite would not start: the service \"S\" is declared twice: by plugin \"B\" and by",
             "");
+        row("another Qt", "", QString("qt=%1").arg(11 - QT_VERSION_MAJOR), false,
+            "VelmDev 0.00.001: A-1.00.000 would not be loaded: its library ", "");
         row("of another feature", "Core", "build=2", false,
             "VelmDev 0.00.001: A-1.00.000 is installed already and this package differs from it: ", "");
         row("the same of another feature", "Core", "", false, "", "");

@@ -22,6 +22,12 @@ private slots:
         row("an object is true", "({})", true, "");
         row("not a number is false", "0 / 0", false, "");
         row("blank text is false", " ", false, "");
+        row("a branch", "if (OSBitness() == 64) { true } else { false }", true, "");
+        row("no branch taken", "if (OSBitness() == 32) true", false, "");
+        row("a variable is no value", "var fits = false; if (OSBitness() == 64) fits = true; fits", true, "");
+        row("a function is no value", "7; function f() { return 0 }", true, "");
+        row("what is printed is no value", "print('bits:', OSBitness())", false, "");
+        row("a member of nothing", "null.x", false, "line 1: TypeError");
         row("unknown name", "true;\nisWin12()", false, "line 2: ReferenceError");
         row("no script", "1 +", false, "line 1: SyntaxError");
         row("return outside of a function", "return true", false, "line 1: SyntaxError");

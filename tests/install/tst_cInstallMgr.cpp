@@ -104,6 +104,12 @@ private slots:
         row("service without a name", one, {"main 2.0", "Core 2.0: A 2.0 !no-service"}, first, "", done, "no name");
         row("service twice", one, {"main 2.0", "Core 2.0: A 2.0 !service-twice"}, first, "", done, "declared twice");
         row("faulty params", one, {"main 2.0", "Core 2.0: A 2.0 !params"}, first, "", done, "is no JSON document");
+        const QString mine = QString::number(QT_VERSION_MAJOR), other = QString::number(11 - QT_VERSION_MAJOR);
+        const QString built = " is built with Qt %1; this suite runs on Qt %2, for which it has to be built anew";
+        row("another Qt", one,
+            {"main 2.0", "Core 2.0: B 2.0 !qt=" + mine + ", A 2.0 !qt=" + other, "More 2.0: C 1.0 !qt=" + mine},
+            first + "; More 2.0: C 1.0", "install C 1.0", "A-2.00.000.zip, B-2.00.000.zip",
+            Platform::library("plugins/A-2.00.000/it") + built.arg(other, mine));
         row("service of two", {"main 1.0", "Core 1.0: A 1.0 !service=S"},
             {"main 2.0", "Core 1.0: A 1.0", "More 1.0: C 1.0 !service=S", "Third 1.0: D 1.0 !needs=A"},
             "1.00.000 Core 1.0: A 1.0; Third 1.0: D 1.0", "install D 1.0", "C-1.00.000.zip",

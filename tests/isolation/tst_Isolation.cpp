@@ -39,6 +39,11 @@ private slots:
         row("exits", "talker", "{'start':'exit'}", "ordered", "its process has ended (exit code 3)");
         row("hangs", "talker", "{'start':'hang'}", "ordered", "its process has not answered within 1 s");
         row("has no library", "other", "{}", "ordered", "does not exist");
+        row("is built with another Qt", "../../support/OtherQt/OtherQt", "{}", "ordered",
+            QString("/OtherQt%1 is built with Qt %2; this suite runs on Qt %3")
+                .arg(cPluginInstance::LibrarySuffix)
+                .arg(11 - QT_VERSION_MAJOR)
+                .arg(QT_VERSION_MAJOR));
         const QString badly = "Talker-1.00.000 did not stop properly: ";
         row("throws in the stop", "talker", "{'stop':'throw'}", "started",
             badly + "its stop threw an exception: out of paper");

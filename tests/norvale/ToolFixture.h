@@ -43,9 +43,8 @@ public:
         write(folder + "/Manifest.xml", manifest(name, version, inner));
         // what two versions have in common is most of it
         QByteArray library(3000, 'x');
-        std::generate(library.begin(), library.end(), [random = QRandomGenerator(qHash(name, 1))]() mutable {
-            return char(random.bounded('0', 'z'));
-        });
+        std::generate(library.begin(), library.end(),
+                      [random = QRandomGenerator(qHash(name, 1))]() mutable { return char(random.bounded('0', 'z')); });
         write(folder + '/' + Platform::library(name), "the library of " + folder.toLatin1() + library);
         for (auto it = more.begin(); it != more.end(); ++it)
             write(folder + '/' + it.key(), it.value());
@@ -78,6 +77,12 @@ public:
                        "</manifest>\n")
             .arg(name, version, inner)
             .toUtf8();
+    }
+
+    /// As much of a library as tells which Qt it is built with.
+    static QByteArray library(int qtMajor)
+    {
+        return readFile(QString(NORVALE_SOURCE "/fuzz/library/corpus/elf") + (qtMajor == 6 ? "64" : "32-big-endian"));
     }
 
 private:

@@ -83,6 +83,20 @@ private slots:
         QCOMPARE(check().code, 0);
     }
 
+    void saysWhatIsBuiltWithTwoQts()
+    {
+        for (const auto& [name, qt] : {std::pair("A", 6), {"B", 5}}) {
+            const QString folder =
+                m_tool.makePlugin(name, "1.0.0", "", {{QString(name) + ".so", ToolFixture::library(qt)}});
+            QCOMPARE(m_tool.run({"pack", folder}).code, 0);
+            const Ended ended = add(folder + ".zip", QString("F") + name, "1.0.0");
+            QCOMPARE(ended.code, 0);
+            QCOMPARE(ended.reasons.contains("[suite-qt-mixed]"), qt == 5);
+        }
+        QVERIFY(
+            check().output.contains("A-1.00.000 is built with Qt 6, and B-1.00.000 with Qt 5: no suite loads both"));
+    }
+
     // Under --replace: who has read the old description still finds what it names.
     void givesReplacedBytesAPlaceOfTheirOwn()
     {

@@ -1,5 +1,6 @@
 #include "plugins/cLibraryFile.h"
 
+#include <Files.h>
 #include <Rows.h>
 
 #include <QtCore/QTemporaryDir>
@@ -8,18 +9,20 @@
 
 using Numbers = std::initializer_list<std::pair<int, quint64>>; // offset and value
 
+static void put(QByteArray& file, int width, bool isBig, Numbers numbers)
+{
+    for (const auto& [offset, value] : numbers) {
+        for (int i = 0; i < width; ++i)
+            file[offset + (isBig ? width - 1 - i : i)] = char(value >> 8 * i);
+    }
+}
+
 /// A file of @p size bytes that begins with @p magic and has numbers of @p width bytes in it.
 static QByteArray made(int size, const QByteArray& magic, int width, bool isBig, Numbers wide, Numbers narrow)
 {
     QByteArray file = magic.leftJustified(size, '\0');
-    const auto put = [&](int offset, quint64 value, int bytes) {
-        for (int i = 0; i < bytes; ++i)
-            file[offset + (isBig ? bytes - 1 - i : i)] = char(value >> 8 * i);
-    };
-    for (const auto& [offset, value] : wide)
-        put(offset, value, width);
-    for (const auto& [offset, value] : narrow)
-        put(offset, value, 2);
+    put(file, width, isBig, wide);
+    put(file, 2, isBig, narrow);
     return file;
 }
 
@@ -73,6 +76,101 @@ private slots:
         QCOMPARE(library.write(file), file.size());
         library.close();
         QTEST(cLibraryFile(library.fileName()).fault(), "fault");
+    }
+    void qtMajor_data()
+    {
+        const Rows<QByteArray, int> row("file", "major");
+        row("real", readFile(REAL_LIBRARY), QT_VERSION_MAJOR);
+        row("real, of another Qt", readFile(OTHER_QT_LIBRARY), 11 - QT_VERSION_MAJOR);
+        // Needs the libraries whose names begin at 1 and at 50 of @p names.
+        const auto elf = [](const QByteArray& names, Numbers more = {}) {
+            QByteArray file = made(400,
+                                   "\x7f"
+                                   "ELF\2\1",
+                                   8, false,
+                                   {{32, 64},
+                                    {64, 1},
+                                    {80, 0x1000},
+                                    {96, 400},
+                                    {120, 2},
+                                    {128, 176},
+                                    {152, 64},
+                                    {176, 1},
+                                    {184, 1},
+                                    {192, 5},
+                                    {200, 0x1000 + 300},
+                                    {208, 1},
+                                    {216, 50}},
+                                   {{54, 56}, {56, 2}});
+            put(file, 8, false, more);
+            return file.replace(301, names.size(), names);
+        };
+        for (const auto& [name, major] : {std::pair("libQt6Core.so.6", 6),
+                                          {"libQt53DCore.so.5", 5},
+                                          {"Qt7Gui.dll", 7},
+                                          {"libqt6keychain.so", 6},
+                                          {"libQtCore.so.4", 0},
+                                          {"libQt3Support.so.4", 0},
+                                          {"libm.so.6", 0},
+                                          {"qt6", 0},
+                                          {"lib", 0}})
+            row(name, elf(name), major);
+        row("of two Qts that of this program",
+            elf(QByteArray("libQt5Gui.so.5").leftJustified(49, 0) + "libQt6Gui.so.6"), QT_VERSION_MAJOR);
+        const QByteArray name = "libQt6Core.so.6";
+        row("cut short", elf(name).left(399), 0);
+        row("the list ends before", elf(name, {{176, 0}}), 0);
+        row("the list lies nowhere", elf(name, {{128, 1ull << 63}}), 0);
+        row("a list of 2^63 entries", elf(name, {{152, 1ull << 63}}), 0);
+        row("names lie nowhere", elf(name, {{200, 0xffffffffffffffff}}), 0);
+        row("names have no place", elf(name, {{192, 6}}), 0);
+        row("a name beyond all names", elf(name, {{184, 1ull << 63}}), 0);
+        row("a name that wraps around", elf(name, {{184, ~0ull - 298}}), 0);
+        row("a name without end", elf(name + QByteArray(84, 'x')), 6);
+        row("it is loaded beyond all addresses", elf(name, {{80, ~0ull - 100}}), 0);
+        QByteArray other = made(400,
+                                "\x7f"
+                                "ELF\1\2",
+                                4, true,
+                                {{28, 52},
+                                 {52, 1},
+                                 {60, 0x1000},
+                                 {68, 400},
+                                 {84, 2},
+                                 {88, 200},
+                                 {100, 24},
+                                 {200, 5},
+                                 {204, 0x1000 + 300},
+                                 {208, 1},
+                                 {212, 1}},
+                                {{42, 32}, {44, 2}});
+        row("ELF of 32 bits, the other byte order", other.replace(301, name.size(), name), 6);
+
+        const auto pe = [](int magic, Numbers more) {
+            QByteArray file = made(1200, "MZ", 4, false,
+                                   {{0x3c, 64}, {64, 0x4550}, {340, 0x1000}, {344, 800}, {348, 400}, {412, 0x1064}},
+                                   {{70, 1}, {84, 240}, {88, magic}});
+            put(file, 4, false, more);
+            return file.replace(500, 11, "Qt6Core.dll");
+        };
+        constexpr int Short = 0x10b, Long = 0x20b;
+        row("PE", pe(Long, {{196, 16}, {208, 0x1000}}), 6);
+        row("PE, of 32 bits", pe(Short, {{180, 16}, {192, 0x1000}}), 6);
+        row("PE, loaded later", pe(Long, {{196, 16}, {304, 0x1090}, {548, 0x1064}}), 6);
+        row("PE, no directories", pe(Long, {{208, 0x1000}}), 0);
+        row("PE, the list lies nowhere", pe(Long, {{196, 16}, {208, 0xffffffff}}), 0);
+        row("PE, a name that lies nowhere", pe(Long, {{196, 16}, {208, 0x1000}, {412, 0xffffffff}}), 0);
+        row("PE, the list ends before", pe(Long, {{196, 16}, {208, 0x1000}, {412, 0}}), 0);
+        QByteArray endless = pe(Long, {{196, ~0u}, {208, 0x1000}});
+        row("PE, a list without end", endless.replace(420, 80, QByteArray(80, 1)).replace(512, 688, QByteArray(688, 1)),
+            6);
+    }
+    void qtMajor()
+    {
+        QFETCH(QByteArray, file);
+        const cLibraryFile library = cLibraryFile::ofBytes(file, "it.so");
+        QTEST(library.qtMajor(), "major");
+        QCOMPARE(library.refusal().isEmpty(), library.qtMajor() == QT_VERSION_MAJOR || library.qtMajor() == 0);
     }
     /// A real one is whole, and its parts are not. What a linker has put behind all sections is nobody's to miss.
     void realLibrary()

@@ -227,6 +227,17 @@ private slots:
         QStringList chain; // of which only the last one has a library
         for (int i = 0; i < 1000; ++i)
             chain.append(QString("%1 <m><plugin runtime_api_version='13'> needs:%2 </plugin></m>").arg(i).arg(i + 1));
+        const QString otherQt = QString("its library /Old-1.00.000/OtherQt is built with Qt %1; this suite runs on Qt "
+                                        "%2, for which it has to be built anew")
+                                    .arg(11 - QT_VERSION_MAJOR)
+                                    .arg(QT_VERSION_MAJOR);
+        row("a library of another Qt", // asked for three times
+            {"Old ../../support/OtherQt/OtherQt auto gives:old", "N plain auto needs:Old", "A plain auto"},
+            {"start", "why", "load Old", "serve old"},
+            {"Old-1.00.000 is not loaded: its library ", "Old-1.00.000 is not loaded: its library ",
+             "Old-1.00.000 is not loaded: its library ", "\"N\" is not loaded: a dependency failed (N -> Old)"},
+            "start A, started, Old! Old-1.00.000 is not loaded: " + otherQt +
+                ", N! waits for \"Old\", which has failed, A: , no Old, no old");
         row("long chain", chain << "1000 plain", {"start", "load 0"},
             {"999-1.00.000 is not loaded: its manifest names no library"}, "started, start 1000, no 0");
     }

@@ -65,7 +65,7 @@ public slots:
                            element("service", "<services><service>%1</service></services>") +
                                element("needs", "<dependencies><dependency>%1</dependency></dependencies>"))
                       .toUtf8());
-        for (const char* library : {MISTAKEN_LIBRARY, UNRESOLVED_LIBRARY})
+        for (const char* library : {MISTAKEN_LIBRARY, UNRESOLVED_LIBRARY, OTHER_QT_LIBRARY})
             QFile::copy(library, folder + QFileInfo(library).fileName());
         m_plugins += "<plugin name='" + name + "' version='" + values["version"] + "'/>";
     }

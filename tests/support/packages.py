@@ -6,7 +6,7 @@ packages.py repository FOLDER 'NAME VERSION [CORE]' FEATURE...
 
 A FEATURE is text such as 'Core 1.0: A 1.0, B 1.2 !no-manifest; Base, Tools': name and version, plugins with their
 faults, and the features it depends on. Of a plugin also "!service=NAME", "!needs=NAME" and "!build=TEXT", for what differs
-under one version. A plugin's command lines append to the file that JOURNAL names (on
+under one version, and "!qt=MAJOR" for a library that needs that Qt. A plugin's command lines append to the file that JOURNAL names (on
 Windows with the program that JOURNAL_WRITER names).
 """
 import hashlib, os, struct, sys, zlib
@@ -108,15 +108,28 @@ EXTRA = {
 LARGE = {"bomb": ["bomb", 8 << 20], "sum": ["r0", 600000, "r1", 600000, "r2", 600000, "r3", 600000]}
 
 
+def library_of(needed):
+    """As much of a library as tells that it needs another one; ELF, which is read on every system."""
+    head, names = 64 + 2 * 56, 64 + 2 * 56 + 48
+    segment = lambda kind, begin, end: struct.pack("<IIQQQQQQ", kind, 4, begin, begin, begin, end - begin, end - begin, 8)
+    return (b"\x7fELF\2\1\1" + bytes(9) + struct.pack("<HHIQQQIHHHHHH", 3, 62, 1, 0, 64, 0, 0, 64, 56, 2, 0, 0, 0) +
+            segment(1, 0, names + len(needed) + 2) + segment(2, head, names) + struct.pack("<6Q", 1, 1, 5, names, 0, 0) +
+            b"\0" + needed + b"\0")
+
+
 def package(name, version, fault=""):
     shown = {"other-name": ("Other", version), "other-version": (name, "9.9.9"), "unsafe-name": ("../up", version)}
     xml = manifest(*shown.get(fault, (name, version)), fault)
     build = "".join(word[6:] for word in fault.split() if word.startswith("build="))
+    library = f"library of {name} {version}{build}".encode() * 40
+    for word in fault.split():
+        if word.startswith("qt="):
+            library = library_of(b"libQt%bCore.so.%b" % (word[3:].encode(), word[3:].encode()))
     if fault == "bad-xml":
         xml = xml[:-5]
     entries = [Entry("manifest.xml" if fault == "small-letters" else "Manifest.xml", xml),
                Entry("doc/", mode=0o040755), Entry("doc/read.me", f"{name} {version}\n".encode() * 9),
-               Entry(LIBRARY, f"library of {name} {version}{build}".encode() * 40, 0o100755, method=0),
+               Entry(LIBRARY, library, 0o100755, method=0),
                Entry("empty", b"")]
     large = LARGE.get(fault, [])
     entries += [Entry(large[i], bytes(large[i + 1])) for i in range(0, len(large), 2)]

@@ -67,7 +67,7 @@ cDifference::Stretch cDifference::next(const Stretch& stretch, int from, int* le
             counted = place + 1;
     }
     *length = 0;
-    return {m_fresh.size(), m_old.size()};
+    return {int(m_fresh.size()), int(m_old.size())};
 }
 
 bool cDifference::agrees(const Stretch& stretch, int place) const
@@ -79,7 +79,7 @@ bool cDifference::agrees(const Stretch& stretch, int place) const
 // How far the stretch is worth to be followed: where the bytes that agree are above those that do not by the most.
 int cDifference::forward(const Stretch& stretch, int end) const
 {
-    const int most = std::min(end - stretch.fresh, m_old.size() - stretch.old);
+    const int most = std::min(end - stretch.fresh, int(m_old.size()) - stretch.old);
     int agreeing = 0;
     int best = 0;
     int length = 0;

@@ -1,6 +1,8 @@
 #include "lint/InputFile.h"
 
 #include "install/cPackage.h"
+#include "plugins/cLibraryFile.h"
+#include "plugins/cManifest.h"
 #include "report/cFindings.h"
 
 #include <QtCore/QCryptographicHash>
@@ -10,6 +12,14 @@
 namespace {
 
 constexpr quint32 LargestManifest = 16 * 1024 * 1024;
+
+const QLatin1String LibraryEndings[] = {QLatin1String(".so"), QLatin1String(".dll")};
+
+void note(cQtMajors& majors, const QString& ending, const cLibraryFile& library)
+{
+    if (library.qtMajor() != 0)
+        majors.insert(ending, library.qtMajor());
+}
 
 } // namespace
 
@@ -56,4 +66,27 @@ QByteArray packageManifest(const cPackage& package)
                        : QByteArray();
     }
     return QByteArray();
+}
+
+cQtMajors packageQtMajors(const cPackage& package, const cManifest& manifest)
+{
+    cQtMajors majors;
+    for (const QLatin1String& ending : LibraryEndings) {
+        for (const cZipRecord& record : package.records()) {
+            QByteArray bytes;
+            QString error;
+            if (record.isListed() && QLatin1Char('/') + record.name == manifest.libraryPath + ending &&
+                package.readContent(record, &bytes, &error))
+                note(majors, ending, cLibraryFile::ofBytes(bytes, record.name));
+        }
+    }
+    return majors;
+}
+
+cQtMajors folderQtMajors(const QString& folder, const cManifest& manifest)
+{
+    cQtMajors majors;
+    for (const QLatin1String& ending : LibraryEndings)
+        note(majors, ending, cLibraryFile(folder + manifest.libraryPath + ending));
+    return majors;
 }

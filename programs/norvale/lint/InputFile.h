@@ -2,9 +2,12 @@
 
 #include <QtCore/QByteArray>
 
-class QString;
+#include <QtCore/QMap>
+#include <QtCore/QString>
+
 class cFindings;
 class cPackage;
+struct cManifest;
 
 /// What a byte array holds, and the most that an installation reads of a description.
 constexpr qint64 LargestFile = 0x7fffff00;
@@ -23,3 +26,12 @@ QByteArray sha1Of(const QByteArray& bytes);
 /// The bytes of "Manifest.xml" in a package whose directory has been read; empty when it is not there, cannot be
 /// unpacked, or is larger than any manifest is (16 MiB).
 QByteArray packageManifest(const cPackage& package);
+
+/// Which major version of Qt a plugin's library is built with, by the ending that it has on a system: ".so" or ".dll".
+using cQtMajors = QMap<QString, int>;
+
+/// Of the libraries in a package whose directory has been read; @p manifest is the package's own.
+cQtMajors packageQtMajors(const cPackage& package, const cManifest& manifest);
+
+/// Of those of an unpacked plugin in @p folder.
+cQtMajors folderQtMajors(const QString& folder, const cManifest& manifest);

@@ -2,7 +2,6 @@
 
 #include "install/cPackage.h"
 #include "install/cPackageCheck.h"
-#include "lint/InputFile.h"
 #include "lint/cManifestLint.h"
 #include "report/cFindings.h"
 
@@ -98,4 +97,5 @@ void cPackageLint::checkManifest(const cPackage& package)
     lint.setNeighbours(names);
     lint.check(xml);
     m_manifest = cManifestLint::read(xml, file);
+    m_qtMajors = m_manifest ? packageQtMajors(package, *m_manifest) : cQtMajors();
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "lint/InputFile.h"
 #include "plugins/cManifest.h"
 
 #include <Norvale/cVersion.h>
@@ -10,7 +11,6 @@
 #include <optional>
 
 class cFindings;
-class cPackage;
 
 /// Holds a plugin package against the rules of an installation, by the installer's own check, and its manifest against
 /// those of manifests.
@@ -27,6 +27,7 @@ public:
     QString name() const { return m_name; }
     cVersion version() const { return m_version; }
     const std::optional<cManifest>& manifest() const { return m_manifest; }
+    const cQtMajors& qtMajors() const { return m_qtMajors; }
 
 private:
     void checkManifest(const cPackage& package);
@@ -37,4 +38,5 @@ private:
     QString m_name;
     cVersion m_version;
     std::optional<cManifest> m_manifest;
+    cQtMajors m_qtMajors;
 };

@@ -89,6 +89,7 @@ enum class Severity { Error, Warning };
       "a plugin depends on plugins of its feature and of the features that this one depends on")                       \
     X(SuiteDependencyCycle, "suite-dependency-cycle", Error, "plugins do not depend on each other in a circle")        \
     X(SuiteServiceTwice, "suite-service-twice", Error, "a service belongs to one plugin")                              \
+    X(SuiteQtMixed, "suite-qt-mixed", Warning, "the plugins of a suite are built with one major version of Qt")        \
     X(SiteNoEntries, "site-no-entries", Warning, "a site names repositories")                                          \
     X(SiteOtherBuild, "site-other-build", Error, "an entry is for config release and platform x64: no other is read")  \
     X(SiteNoUpdate, "site-no-update", Error, "an entry says which repository (update) and status it is for")           \

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "config/cFeatureCatalogue.h"
+#include "lint/InputFile.h"
 #include "plugins/cManifest.h"
 
 #include <QtCore/QByteArray>
@@ -21,6 +22,7 @@ struct cNewFile
     QString source;                    // where it goes, relative to the repository
     cPluginId id;                      // of a setup program its file name and the runtime's version
     std::optional<cManifest> manifest; // of a package
+    cQtMajors qtMajors;                // of its libraries
     QVector<cFeatureDelta> deltas;     // of a package that has its place: what makes it from older versions
 };
 

@@ -62,6 +62,7 @@ const cPackageStore::File& cPackageStore::package(const QUrl& url, cFindings& fi
     if (lint.check(bytes))
         file.plugin = cPluginId(lint.name(), lint.version());
     file.manifest = lint.manifest();
+    file.qtMajors = lint.qtMajors();
     return file;
 }
 
@@ -194,7 +195,7 @@ void cSiteCheck::checkPlugin(const cFeaturePlugin& plugin, const QString& reposi
         }
         comparePackage(plugin, file, name);
         if (file.manifest)
-            suite.addManifest(plugin.id(), *file.manifest);
+            suite.add(plugin.id(), *file.manifest, file.qtMajors);
     }
     m_deltas->check(plugin, repository);
     // The catalogue's own check tells of a plugin without sources.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "config/cDownloader.h"
+#include "lint/InputFile.h"
 #include "lint/cCatalogueLint.h"
 #include "plugins/cManifest.h"
 #include "version/cPluginId.h"
@@ -63,6 +64,7 @@ public:
         QByteArray hash;                   // SHA-1
         std::optional<cPluginId> plugin;   // of a package that the installer would take
         std::optional<cManifest> manifest; // of such a package
+        cQtMajors qtMajors;                // of its libraries
     };
 
     explicit cPackageStore(cSiteFetcher& fetcher) : m_fetcher(fetcher) {}

@@ -62,6 +62,7 @@ bool cSiteEditor::readPackage(const QString& path, cNewFile* package)
     package->hash = sha1Of(package->bytes);
     package->id = cPluginId(lint.name(), lint.version());
     package->manifest = lint.manifest();
+    package->qtMajors = lint.qtMajors();
     return true;
 }
 
@@ -94,7 +95,7 @@ cFindings cSiteEditor::findingsOf(const QByteArray& xml, bool withNewFiles) cons
     if (withNewFiles) {
         for (const cNewFile& file : m_packages) {
             if (file.manifest)
-                suite.addManifest(file.id, *file.manifest);
+                suite.add(file.id, *file.manifest, file.qtMajors);
         }
     }
     suite.check(path, findings);

@@ -36,9 +36,10 @@ Rule ruleOf(cStartFault::Kind kind)
 
 } // namespace
 
-void cSuite::addManifest(const cPluginId& plugin, const cManifest& manifest)
+void cSuite::add(const cPluginId& plugin, const cManifest& manifest, const cQtMajors& qtMajors)
 {
     m_manifests.insert(plugin, manifest);
+    m_qtMajors.insert(plugin, qtMajors);
 }
 
 const cManifest* cSuite::manifestOf(const cPluginId& plugin) const
@@ -67,6 +68,26 @@ void cSuite::check(const QString& file, cFindings& findings) const
     for (const cStartFault& fault : cStartRules::faultsOf(candidates)) {
         if (fault.kind != cStartFault::Manifest) // the check of manifests tells of it, with the place
             findings.add(ruleOf(fault.kind), file, fault.reason + QStringLiteral(": the suite does not start"));
+    }
+    checkQt(file, findings);
+}
+
+// Which Qt the suites run on is not known here, but each runs on one. For another system they may run on another.
+void cSuite::checkQt(const QString& file, cFindings& findings) const
+{
+    QMap<QString, cPluginId> firsts; // by the ending of the library
+    for (const QSharedPointer<cFeaturePlugin>& plugin : plugins()) {
+        const cQtMajors majors = m_qtMajors.value(plugin->id());
+        for (auto major = majors.begin(); major != majors.end(); ++major) {
+            const cPluginId first = firsts.value(major.key(), plugin->id());
+            firsts.insert(major.key(), first);
+            const int other = m_qtMajors.value(first).value(major.key());
+            if (other == *major)
+                continue;
+            const QString text = QStringLiteral("%1 is built with Qt %2, and %3 with Qt %4: no suite loads both");
+            return findings.add(Rule::SuiteQtMixed, file,
+                                text.arg(first.toString()).arg(other).arg(plugin->id().toString()).arg(*major));
+        }
     }
 }
 

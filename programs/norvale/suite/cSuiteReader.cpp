@@ -55,7 +55,7 @@ void cSuiteReader::readInstalled(const QString& folder, const QString& catalogue
         if (!readInputFile(path, LargestDocument, &xml, m_findings))
             continue;
         if (const auto manifest = cManifestLint::read(xml, path))
-            suite.addManifest(plugin->id(), *manifest);
+            suite.add(id, *manifest, folderQtMajors(QFileInfo(path).path(), *manifest));
     }
 }
 
@@ -69,7 +69,7 @@ void cSuiteReader::readPackages(const QString& folder, cSuite& suite)
         if (QFileInfo(path).size() > LargestFile || !package.readFile(path) || !package.readDirectory())
             continue;
         if (const auto manifest = cManifestLint::read(packageManifest(package), path))
-            suite.addManifest(plugin->id(), *manifest);
+            suite.add(plugin->id(), *manifest, packageQtMajors(package, *manifest));
     }
 }
 
