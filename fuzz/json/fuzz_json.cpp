@@ -7,6 +7,7 @@
 #include <Norvale/cJsonValue.h>
 #include <Norvale/cJsonWriter.h>
 
+#include <QtCore/QIODevice>
 #include <QtCore/QTextStream>
 #include <QtCore/QVariant>
 

@@ -29,7 +29,7 @@ void checkFile(const cPackage& package, const cZipRecord& record, const cZipArch
     QString error;
     require(package.readContent(record, &content, &error));
     const QSharedPointer<cZipEntry> entry = archive.entry(record.name);
-    require(entry);
+    require(!entry.isNull());
     const QByteArray packed = entry->compressedContent(); // nothing where the sizes stand behind the data
     require(packed.isEmpty() || content == (record.method == 0 ? packed : entry->content()));
 }

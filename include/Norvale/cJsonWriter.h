@@ -21,7 +21,7 @@ public:
      *
      * The bytes are those of a `QTextStream` with default settings: doubles have 6 significant digits, as with `%g`;
      * text is ASCII with the escapes `\uXXXX` for each UTF-16 unit above 127. Keys are written unescaped in the
-     * encoding of the locale, so a key with a double quote or a backslash gives invalid JSON.
+     * encoding of such a stream, so a key with a double quote or a backslash gives invalid JSON.
      * @return the text. A type that is none of the enumeration ends the process through `qFatal`.
      */
     static QByteArray serialize(const cJsonValue& v);

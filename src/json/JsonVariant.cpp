@@ -2,7 +2,7 @@
 
 #include <Norvale/cJsonValue.h>
 
-#include "version/MetaTypes.h"
+#include "json/VariantRules.h"
 #include "json/cJsonParts.h"
 
 #include <QtCore/QVariant>
@@ -117,27 +117,27 @@ void cJsonParts::setScalar(cJsonValue& v, JsonValueType type)
 
 void cJsonParts::takeVariant(cJsonValue& v, const QVariant& from)
 {
-    if (from.isNull()) {
+    if (VariantRules::isNull(from)) {
         setScalar(v, NullType);
-    } else if (MetaTypes::canConvert(from, QMetaType::Int)) {
+    } else if (VariantRules::isConvertible(from, QMetaType::Int)) {
         setScalar(v, IntType);
-        v.m_int = from.toInt();
-    } else if (MetaTypes::canConvert(from, QMetaType::UInt)) {
+        v.m_int = VariantRules::toInt(from);
+    } else if (VariantRules::isConvertible(from, QMetaType::UInt)) {
         setScalar(v, UIntType);
         v.m_uint = from.toUInt();
-    } else if (MetaTypes::canConvert(from, QMetaType::Double)) {
+    } else if (VariantRules::isConvertible(from, QMetaType::Double)) {
         setScalar(v, DoubleType);
         v.m_double = from.toDouble();
-    } else if (MetaTypes::canConvert(from, QMetaType::QString)) {
+    } else if (VariantRules::isConvertible(from, QMetaType::QString)) {
         setScalar(v, StringType);
         v.m_string = from.toString();
-    } else if (MetaTypes::canConvert(from, QMetaType::Bool)) {
+    } else if (VariantRules::isConvertible(from, QMetaType::Bool)) {
         setScalar(v, BooleanType);
         v.m_bool = from.toBool();
-    } else if (MetaTypes::canConvert(from, QMetaType::QVariantList)) {
+    } else if (VariantRules::isConvertible(from, QMetaType::QVariantList)) {
         setScalar(v, ArrayType);
     } else {
-        setScalar(v, MetaTypes::canConvert(from, QMetaType::QVariantMap) ? ObjectType : NullType);
+        setScalar(v, VariantRules::isConvertible(from, QMetaType::QVariantMap) ? ObjectType : NullType);
     }
 }
 

@@ -43,8 +43,8 @@ QByteArray shownLine(const QByteArray& text);
  * The text of the time, made once a second.
  *
  * The form of the log file has no smaller unit, and making it costs many times what writing the line does: the system
- * is asked for the zone, and day and month are named in its language. A changed clock is seen at once, a changed zone
- * with the next second. Not thread-safe.
+ * is asked for the zone, and on Qt 5 day and month are named in its language. A changed clock is seen at once, a changed
+ * zone with the next second. Not thread-safe.
  */
 class cTimeText
 {

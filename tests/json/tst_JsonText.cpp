@@ -1,4 +1,5 @@
 #include <ChildRun.h>
+#include <Encodings.h>
 #include <Norvale/cJsonReader.h>
 #include <Norvale/cJsonValue.h>
 #include <Norvale/cJsonWriter.h>
@@ -174,20 +175,18 @@ private slots:
         QTEST(cJsonWriter::serialize(value), "text");
         QCOMPARE(cJsonWriter::serialize(value), streamed(value));
     }
-    void keysInTheCodecOfTheLocale()
+    void keysInTheEncodingOfStreams()
     {
-        QTextCodec* const before = QTextCodec::codecForLocale();
-        for (const char* name : {"UTF-8", "ISO-8859-1", "ISO-8859-15", "UTF-16", "Shift_JIS"}) {
-            QTextCodec* const codec = QTextCodec::codecForName(name);
-            QTextCodec::setCodecForLocale(codec ? codec : before);
+        for (const QByteArray& name : Encodings::defaults()) {
+            Encodings::setDefault(name);
             for (const QString& key :
                  {QString("ascii"), QString::fromUtf8("\xc3\xa9\xe2\x82\xac\xf0\x9f\x98\x80"), QString(QChar(0xd83d)),
                   QString(QChar(0xde00)) + "x", QString(20, QChar(0xfeff)), QString(QChar(0))}) {
                 const cJsonValue value = cJsonValue().insert("plain", cJsonValue().append(1)).insert(key, "x");
-                QVERIFY2(cJsonWriter::serialize(value) == streamed(value), name);
+                QVERIFY2(cJsonWriter::serialize(value) == streamed(value), name.constData());
             }
         }
-        QTextCodec::setCodecForLocale(before);
+        Encodings::setDefault(QByteArray());
     }
     void writesToStreams()
     {

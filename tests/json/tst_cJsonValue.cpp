@@ -212,7 +212,14 @@ private slots:
         row("string is an int", "12", 12);
         row("text is an int", "text", 0);
         row("double is an int", 2.0, 2);
+        row("half is rounded up", -2.5, -2);
         row("boolean is an int", true, 1);
+        row("null bytes", QByteArray(), cJsonValue());
+        row("null time", QTime(), cJsonValue());
+        row("null of Qt's JSON", QJsonValue(), cJsonValue());
+        row("fraction of Qt's JSON", QJsonValue(2.7), 2);
+        row("one text", QStringList("a"), "a");
+        row("texts", QStringList{"1", ""}, read("[1,0]"));
         row("list", QVariantList{1, QVariantList{2}, QVariant()}, read("[1,[2],null]"));
         row("map", QVariantMap{{"b", 1}, {"a", QVariantList{3}}}, read(R"({"b":1,"a":[3]})"));
         row("no conversion", QPoint(1, 2), cJsonValue());

@@ -1,6 +1,8 @@
 #include "log/LineText.h"
 #include "log/cLogLine.h"
 
+#include <Encodings.h>
+
 #include <QtTest/QtTest>
 
 /// Each fast way against the plain one, on many inputs.
@@ -9,7 +11,7 @@ class tst_LineText : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase() { QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8")); }
+    void initTestCase() { Encodings::setDefault("UTF-8"); }
     void lineIsThatOfQString();
     void timeIsThatOfQDateTime();
     void streamIsAsGoodAsNew();
@@ -57,7 +59,7 @@ static QTextStream& halfCharacter(QTextStream& stream)
 
 static QTextStream& otherCodec(QTextStream& stream)
 {
-    stream.setCodec("ISO-8859-1");
+    Encodings::setLatin1(stream);
     return stream;
 }
 

@@ -1,4 +1,5 @@
 #include "AtOnce.h"
+#include "Encodings.h"
 #include "LogFile.h"
 #include "Rows.h"
 #include "SettingsSandbox.h"
@@ -57,7 +58,7 @@ private:
 
 static QTextStream& latin1(QTextStream& stream)
 {
-    stream.setCodec("ISO-8859-1");
+    Encodings::setLatin1(stream);
     return stream;
 }
 

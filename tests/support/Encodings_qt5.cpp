@@ -1,0 +1,18 @@
+#include "Encodings.h"
+
+#include <QtCore/QTextCodec>
+
+QByteArrayList Encodings::defaults()
+{
+    return {"UTF-8", "ISO-8859-1", "ISO-8859-15", "UTF-16", "Shift_JIS"};
+}
+
+void Encodings::setDefault(const QByteArray& name)
+{
+    QTextCodec::setCodecForLocale(name.isEmpty() ? nullptr : QTextCodec::codecForName(name));
+}
+
+void Encodings::setLatin1(QTextStream& stream)
+{
+    stream.setCodec("ISO-8859-1");
+}
