@@ -2,12 +2,13 @@
 # Builds and tests everything. Installs what it needs from Debian's packages.
 #
 #   ./test.sh               all tests
+#   ./test.sh --qt6         all tests on Qt 6, after compiling what plugins and hosts are made of against a newer Qt 6
 #   ./test.sh --windows     the tests of the cross build for 64-bit Windows, under Wine
 #   ./test.sh --asan        all tests under the address and undefined behaviour sanitizers
 #   ./test.sh --tsan        the threaded tests under the thread sanitizer
 #   ./test.sh --fuzz [S]    every fuzzer for S seconds (30)
 #   ./test.sh --mutate [N] [SEED]   every kind of file of an installed suite, damaged N times (500)
-#   ./test.sh --bench       the benchmarks: a table of ratios, then one GOAL line for each goal
+#   ./test.sh --bench [--qt6]   the benchmarks: a table of ratios, then one GOAL line for each goal
 #
 # Qt for Windows: ../shared/qt5-win64.tar.xz, else the tree that QT_WIN64 names.
 # The folder of the JSON documents that the benchmarks read: NORVALE_BENCH_DATA, else ../shared/bench-data.
@@ -23,6 +24,19 @@ run_tests() {
     failed=$(sed -nE 's/^.*, ([0-9]+) tests failed out of .*$/\1/p' "$report" | tail -n 1)
     echo "$((${total:-0} - ${failed:-0})) passed, ${failed:-0} failed"
     [ "$status" = 0 ] && [ "${total:-0}" -gt 0 ]
+}
+
+# Compiles the library, and what plugins and hosts are made of, against a newer Qt 6, where that can be had.
+check_newer_qt() {
+    local folder="$root/build/newer-qt6-root" log="$root/build/newer-qt6-root.log"
+    mkdir -p "$root/build"
+    if "$root/.ci/make-newer-qt-root" "$folder" >"$log" 2>&1; then
+        build newer-qt6
+        grep -m 1 -o 'Compiling against Qt .*' "$root/build/newer-qt6.log" | sed 's/Compiling/Compiled/'
+    else
+        echo "Not compiled against a newer Qt, of which only services.tst_cServiceMgr has doubles:" \
+            "$(grep -m 1 '^[EW]:' "$log" || tail -n 1 "$log") ($log)"
+    fi
 }
 
 run_fuzzers() {
@@ -48,9 +62,9 @@ run_fuzzers() {
 }
 
 run_benches() {
-    local out="$root/build/bench.out" bench
+    local out="$root/build/$1.out" bench
     : >"$out"
-    for bench in "$root"/build/bench/bench/*/bench_*; do
+    for bench in "$root/build/$1"/bench/*/bench_*; do
         [ -f "$bench" ] && [ -x "$bench" ] || continue
         echo "== ${bench##*/}"
         (unset TZ; "$bench") 2>&1 | tee -a "$out"
@@ -69,6 +83,13 @@ case "${1:-}" in
     need $packages_build $packages_test
     build dev
     run_tests dev
+    ;;
+--qt6)
+    # shellcheck disable=SC2086
+    need $packages_build $packages_test $packages_qt6
+    build qt6
+    check_newer_qt
+    run_tests qt6
     ;;
 --windows)
     build_for_windows windows
@@ -112,10 +133,12 @@ case "${1:-}" in
 --bench)
     data=${NORVALE_BENCH_DATA:-$root/../shared/bench-data}
     [ -d "$data" ] || { echo "No folder $data: name that of the JSON documents in NORVALE_BENCH_DATA" >&2; exit 2; }
+    preset=bench quazip=libquazip5-dev
+    [ "${2:-}" != --qt6 ] || { preset=bench-qt6 quazip="libquazip1-qt6-dev $packages_qt6"; }
     # shellcheck disable=SC2086
-    need $packages_build $packages_bench
-    build bench -DNORVALE_BENCH_DATA="$(cd "$data" && pwd)"
-    run_benches
+    need $packages_build $packages_bench $quazip
+    build $preset -DNORVALE_BENCH_DATA="$(cd "$data" && pwd)"
+    run_benches $preset
     ;;
 *)
     sed -nE 's/^# ?//p' "$0" | sed 1d

@@ -6,6 +6,10 @@ function(norvale_target_defaults target)
     set_target_properties(${target} PROPERTIES
         CXX_EXTENSIONS OFF CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON POSITION_INDEPENDENT_CODE ON AUTOMOC ON)
     target_compile_definitions(${target} PRIVATE QT_DEPRECATED_WARNINGS QT_NO_FOREACH)
+    if(QT_VERSION VERSION_GREATER_EQUAL 6.5)
+        # what replaces a function that a later Qt deprecates may not be there in the oldest
+        target_compile_definitions(${target} PRIVATE QT_WARN_DEPRECATED_UP_TO=0x060400)
+    endif()
     target_compile_options(${target} PRIVATE -Wall -Wextra $<$<BOOL:${NORVALE_WERROR}>:-Werror>)
     if(NORVALE_BUILD_FUZZ)
         # Without coverage of the library's own code a fuzzer cannot tell one input from another.

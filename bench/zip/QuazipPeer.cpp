@@ -1,7 +1,7 @@
 #include "Peer.h"
 
-#include <quazip5/quazip.h>
-#include <quazip5/quazipfile.h>
+#include <quazip.h>
+#include <quazipfile.h>
 
 namespace {
 

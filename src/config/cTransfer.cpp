@@ -330,7 +330,8 @@ void cTransfer::take(const QByteArray& bytes)
     if ((m_options.offset > 0 || m_options.isPart) && m_reply && !HttpAnswer::hasFile(*m_reply))
         return;
     if (!m_hasDevice) {
-        m_data.append(bytes);
+        if (!m_reply || HttpAnswer::statusOf(*m_reply) < 400)
+            m_data.append(bytes);
         return;
     }
     if (!m_options.isPart)

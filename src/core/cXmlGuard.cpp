@@ -7,6 +7,7 @@
 #if QT_VERSION_MAJOR < 6
 #include <QtXml/QXmlInputSource>
 #else
+#include <QtCore/QCoreApplication>
 #include <QtCore/QStringConverter>
 #include <QtCore/QXmlStreamReader>
 #endif
@@ -26,6 +27,8 @@ QString textOf(const QByteArray& xml)
     return source.data();
 }
 QT_WARNING_POP
+
+void tellAlike(const QString&, QString&, int&, int&) {}
 #else
 QString textOf(const QByteArray& xml)
 {
@@ -36,6 +39,18 @@ QString textOf(const QByteArray& xml)
         return declared(xml);
     QStringDecoder detected(QStringDecoder::encodingForData(xml, u'<').value_or(QStringDecoder::Utf8));
     return detected(xml);
+}
+
+/// Of what is found most, a document that is cut off or whose tags do not match, place and text are those of Qt 5.
+void tellAlike(const QString& text, QString& message, int& line, int& column)
+{
+    if (message == QCoreApplication::translate("QXmlStream", "Opening and ending tag mismatch."))
+        message = QStringLiteral("tag mismatch");
+    if (message != QCoreApplication::translate("QXmlStream", "Premature end of document."))
+        return;
+    message = QStringLiteral("unexpected end of file");
+    line = int(text.count(QLatin1Char('\n'))) + 1;
+    column = int(text.size() - text.lastIndexOf(QLatin1Char('\n')));
 }
 #endif
 
@@ -60,7 +75,8 @@ QString cXmlGuard::noMemory()
 
 bool cXmlGuard::readWithinBounds(const QByteArray& xml, QDomDocument& document, QString* reason, bool hasNamespaces)
 {
-    const QString excess = cXmlBounds(textOf(xml)).excess();
+    const QString text = textOf(xml);
+    const QString excess = cXmlBounds(text).excess();
     if (!excess.isEmpty()) {
         document = QDomDocument();
         if (reason)
@@ -72,6 +88,7 @@ bool cXmlGuard::readWithinBounds(const QByteArray& xml, QDomDocument& document, 
     int column = 0;
     if (document.setContent(xml, hasNamespaces, &message, &line, &column))
         return true;
+    tellAlike(text, message, line, column);
     if (reason)
         *reason = QStringLiteral("line %1, column %2: %3").arg(QString::number(line), QString::number(column), message);
     return false;

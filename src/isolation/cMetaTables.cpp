@@ -14,6 +14,8 @@ cMetaTables::cMetaTables(const QByteArray& className, const QByteArray& id, cons
     m_data.push_back(0);
     layTexts();
     makeMetaObject();
+    m_numbers.clear();
+    m_texts.clear();
 }
 
 void cMetaTables::appendMethods(const QVector<cRemoteMethod>& methods, uint at)

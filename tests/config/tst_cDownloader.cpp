@@ -190,7 +190,7 @@ private slots:
                 QVERIFY(!downloader->isCancelled());
                 QCOMPARE(downloader->error(), 0);
             }
-            QTEST(log.close().count("Not fetched while another transfer waits"), "refusals");
+            QTEST(int(log.close().count("Not fetched while another transfer waits")), "refusals");
             delete downloader;
             delete device;
         }

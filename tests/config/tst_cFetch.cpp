@@ -93,7 +93,7 @@ private slots:
         QCOMPARE(done.size(), 1);
         QCOMPARE(fetch->hasSucceeded(), left == Whole);
         QCOMPARE(read(order.path + (left == Whole ? "" : ".part")), left);
-        QTEST(m_site.takeRequests().size(), "requests");
+        QTEST(int(m_site.takeRequests().size()), "requests");
         QTEST(int(fetch->bytesFetched()), "fetched");
         QVERIFY(!fetch->hasSucceeded() || !cFetch::hasPart(order.path));
         QVERIFY(!fetch->hasSucceeded() || read(order.path + ".part.origin") == "-");

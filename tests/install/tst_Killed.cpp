@@ -135,8 +135,8 @@ private slots:
                 tryOut(places[size_t(worker)], steps, next, jobs.at(i));
             places[size_t(worker)].remove();
         });
-        const int covered = calls.size();
-        qInfo("%d calls that change the disk, %d runs", covered, jobs.size() / EachCase);
+        const int covered = int(calls.size());
+        qInfo("%d calls that change the disk, %d runs", covered, int(jobs.size()) / EachCase);
         if (qEnvironmentVariableIsSet("NORVALE_SHOW_CALLS"))
             qInfo("%s", calls.join('\n').replace(dir.path().toUtf8(), "").constData());
         QVERIFY2(m_faults.isEmpty(), qPrintable(m_faults.mid(0, 10).join('\n')));

@@ -1,6 +1,7 @@
 #include "TalkerSuite.h"
 
 #include "core/Settings.h"
+#include "version/MetaTypes.h"
 
 #include <ChildRun.h>
 #include <Rows.h>
@@ -104,7 +105,7 @@ private slots:
     {
         QFETCH(QVariant, value);
         cTalkers& talkers = shared();
-        QVariant answer(value.userType(), nullptr);
+        QVariant answer = MetaTypes::value(value.userType());
         QVERIFY(talkers.services.invoke("Talker", "echo", QGenericReturnArgument(value.typeName(), answer.data()),
                                         QGenericArgument(value.typeName(), value.constData())));
         if (value.userType() == qMetaTypeId<cJsonValue>())

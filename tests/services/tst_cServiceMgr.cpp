@@ -268,6 +268,10 @@ private Q_SLOTS:
         QVERIFY(m_mgr.invoke("Clock", "add", genericArgument(Q_RETURN_ARG(int, hours)),
                              genericArgument(MetaArgument{&text, "int", &one})));
         QCOMPARE(hours, 13);
+        QVERIFY(m_mgr.invoke("Clock", "now", Q_RETURN_ARG(int, hours), QGenericArgument()));
+        QCOMPARE(hours, 12);
+        QVERIFY(m_mgr.invoke("Clock", "add", QReturnArgument<int>("int", hours), Q_ARG(int, one)));
+        QCOMPARE(hours, 13);
         QCOMPARE((Corvane::valueCount<MetaReturnArgument, MetaArgument, QGenericArgument, QReturnArgument<int>>), 2);
     }
     void destroyedServiceAnswersNullAndFalse()

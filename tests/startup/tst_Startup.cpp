@@ -80,8 +80,8 @@ private slots:
             "0 managers, initialized, 5 managers, a.zip 1/2, not started, 3 the feature \"Core\" is not installed",
             "features.xml");
         const QStringList failing{"initialize", "start", "outcome"};
-        row("a catalogue that cannot be read says nothing of Core", {"A 1.0 Core' torn"}, failing,
-            "initialized, not started, 2 features.xml: line 1, column 24: error occurred while parsing element",
+        row("a catalogue that cannot be read says nothing of Core", {"A 1.0 Core'></torn><x"}, failing,
+            "initialized, not started, 2 features.xml: line 1, column 31: tag mismatch",
             "features.xml");
         row("two versions of a plugin", {"A 1.0 Core", "A 1.1 Extra"}, failing,
             "initialized, not started, 2 plugin \"A\" is installed in two versions: 1.00.000 by feature \"Core\", "

@@ -5,7 +5,7 @@
 #include <Norvale/IConfigMgr.h>
 #include <Norvale/IPluginMgr.h>
 
-#include <QtWidgets/QAction>
+#include <QAction> // of Qt Widgets in Qt 5, of Qt Gui in Qt 6
 #include <QtWidgets/QMessageBox>
 #include <QtWidgets/QPlainTextEdit>
 #include <QtWidgets/QProgressBar>
