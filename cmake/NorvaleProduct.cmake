@@ -37,7 +37,7 @@ get_filename_component(compiler_folder "${compiler_library}" DIRECTORY)
 install(CODE "
 set(OBJDUMP \"${CMAKE_OBJDUMP}\")
 set(PROGRAMS \"${files_with_libraries}\")
-set(FOLDERS \"$<TARGET_FILE_DIR:Qt::Core>;${compiler_folder};/usr/x86_64-w64-mingw32/lib;/usr/x86_64-w64-mingw32/bin\")
+set(FOLDERS \"$<TARGET_FILE_DIR:Qt${QT_VERSION_MAJOR}::Core>;${compiler_folder};/usr/x86_64-w64-mingw32/lib;/usr/x86_64-w64-mingw32/bin\")
 set(TO \"\${CMAKE_INSTALL_PREFIX}\")
 include(\"${PROJECT_SOURCE_DIR}/cmake/windows/CopyLibraries.cmake\")
 " COMPONENT product EXCLUDE_FROM_ALL)

@@ -14,8 +14,8 @@ class Norvale(ConanFile):
     license = "MIT"
     package_type = "shared-library"
     settings = "os", "arch", "compiler", "build_type"
-    options = {"tools": [True, False]}
-    default_options = {"tools": True, "qt/*:shared": True, "qt/*:qtdeclarative": True}
+    options = {"tools": [True, False], "qt_major": [5, 6]}
+    default_options = {"tools": True, "qt_major": 5, "qt/*:shared": True, "qt/*:qtdeclarative": True}
 
     @property
     def _root(self):
@@ -26,6 +26,10 @@ class Norvale(ConanFile):
         # its recipe knows no Windows; update sites are not verified there
         return self.settings.os != "Windows"
 
+    @property
+    def _suffix(self):
+        return "" if self.options.qt_major == 5 else f"Qt{self.options.qt_major}"
+
     def set_version(self):
         text = load(self, os.path.join(self._root, "CMakeLists.txt"))
         self.version = re.search(r"project\(Norvale VERSION ([0-9.]+)", text).group(1)
@@ -35,7 +39,8 @@ class Norvale(ConanFile):
         copy(self, "*", src=self._root, dst=self.export_sources_folder, excludes=("build/*", ".git/*"))
 
     def requirements(self):
-        self.requires("qt/[>=5.15 <6]", transitive_headers=True, transitive_libs=True)
+        qt = "[>=5.15 <6]" if self.options.qt_major == 5 else "[>=6.4 <7]"
+        self.requires(f"qt/{qt}", transitive_headers=True, transitive_libs=True)
         self.requires("zlib/[>=1.2.11 <2]")
         self.requires("libdeflate/[>=1.14 <2]")
         if self._has_libgcrypt:
@@ -52,6 +57,7 @@ class Norvale(ConanFile):
 
     def generate(self):
         toolchain = CMakeToolchain(self)
+        toolchain.variables["NORVALE_QT_MAJOR"] = str(self.options.qt_major)
         toolchain.variables["NORVALE_BUILD_TESTS"] = False
         toolchain.variables["NORVALE_BUILD_EXAMPLES"] = False
         toolchain.variables["NORVALE_BUILD_TOOLS"] = bool(self.options.tools)
@@ -72,9 +78,9 @@ class Norvale(ConanFile):
     def package_info(self):
         # The package brings its own CMake files, with the functions for authors of plugins.
         self.cpp_info.set_property("cmake_find_mode", "none")
-        self.cpp_info.builddirs = [os.path.join("lib", "cmake", "Norvale")]
-        self.cpp_info.set_property("pkg_config_name", "norvale")
-        self.cpp_info.libs = ["Norvale"]
+        self.cpp_info.builddirs = [os.path.join("lib", "cmake", f"Norvale{self._suffix}")]
+        self.cpp_info.set_property("pkg_config_name", "norvale" if not self._suffix else f"norvale-{self._suffix.lower()}")
+        self.cpp_info.libs = [f"Norvale{self._suffix}"]
         self.cpp_info.requires = ["qt::qtCore", "qt::qtGui", "qt::qtXml", "qt::qtNetwork", "qt::qtConcurrent", "qt::qtQml",
                                   "zlib::zlib", "libdeflate::libdeflate", "tsl-robin-map::tsl-robin-map", "fast_float::fast_float"]
         if self._has_libgcrypt:

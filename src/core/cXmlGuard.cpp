@@ -28,6 +28,11 @@ QString textOf(const QByteArray& xml)
 }
 QT_WARNING_POP
 
+bool isMisencoded(const QString&)
+{
+    return false;
+}
+
 void tellAlike(const QString&, QString&, int&, int&) {}
 #else
 QString textOf(const QByteArray& xml)
@@ -39,6 +44,12 @@ QString textOf(const QByteArray& xml)
         return declared(xml);
     QStringDecoder detected(QStringDecoder::encodingForData(xml, u'<').value_or(QStringDecoder::Utf8));
     return detected(xml);
+}
+
+// Qt 5 reads on behind bytes that are no text.
+bool isMisencoded(const QString& message)
+{
+    return message == QCoreApplication::translate("QXmlStream", "Encountered incorrectly encoded content.");
 }
 
 /// Of what is found most, a document that is cut off or whose tags do not match, place and text are those of Qt 5.
@@ -86,7 +97,8 @@ bool cXmlGuard::readWithinBounds(const QByteArray& xml, QDomDocument& document, 
     QString message;
     int line = 0;
     int column = 0;
-    if (document.setContent(xml, hasNamespaces, &message, &line, &column))
+    if (document.setContent(xml, hasNamespaces, &message, &line, &column) ||
+        (isMisencoded(message) && document.setContent(text, hasNamespaces, &message, &line, &column)))
         return true;
     tellAlike(text, message, line, column);
     if (reason)

@@ -8,6 +8,8 @@
 #include <tsl/robin_map.h>
 #include <tsl/robin_set.h>
 
+#include <type_traits>
+
 /**
  * Hashes a key of the library's indices. Texts are taken as a polynomial modulo a prime, at a point that each process
  * draws for itself, so that no document can be made to have many names of one hash. Qt's hash of a text is not enough
@@ -21,11 +23,15 @@ struct cSeededHash
     std::size_t operator()(const QString& text) const { return (*this)(QStringView(text)); }
     std::size_t operator()(const cPluginId& id) const;
 
-    /// Of a key that does not come from outside.
+    /// Of a key that does not come from outside. Qt 6 has two hashes of an address, with and without `const`.
     template <typename Key>
     std::size_t operator()(const Key& key) const
     {
-        return qHash(key, uint(qGlobalQHashSeed()));
+        const auto seed = uint(qGlobalQHashSeed());
+        if constexpr (std::is_pointer_v<Key>)
+            return qHash(quintptr(key), seed);
+        else
+            return qHash(key, seed);
     }
 };
 

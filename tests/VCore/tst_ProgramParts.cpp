@@ -131,7 +131,8 @@ private slots:
             void describe(cSyntax& syntax) override { syntax.call("greedy", ""); }
             ExitCode run() override
             {
-                const QByteArray tooLarge(std::numeric_limits<int>::max(), ' '); // which Qt tells in its own way
+                constexpr auto Most = std::numeric_limits<decltype(QByteArray().size())>::max();
+                const QByteArray tooLarge(Most, ' '); // which Qt tells in its own way
                 return ExitCode::Ok;
             }
         };

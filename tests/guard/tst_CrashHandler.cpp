@@ -98,7 +98,8 @@ void tst_CrashHandler::tells()
     head = head.arg(isOfPlugin ? "Faulty-1\\.02\\.003" : "none at hand", step, cause);
     head += message.isEmpty() ? "Time: " : QString("Message: %1\nTime: ").arg(message);
     QVERIFY2(report.contains(QRegularExpression(head)), qPrintable(report));
-    const QRegularExpression rest("Qt: 5\\..*\nStack\n.*crashHere.*\nLog\n.*:last words \n\nLibraries\n.*crasher",
+    const QRegularExpression rest("Qt: " QT_VERSION_STR
+                                  "\n.*\nStack\n.*crashHere.*\nLog\n.*:last words \n\nLibraries\n.*crasher",
                                   QRegularExpression::DotMatchesEverythingOption);
     QVERIFY2(report.contains(rest), qPrintable(report));
     if (Platform::hasUnixFiles())

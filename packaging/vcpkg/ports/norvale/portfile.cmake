@@ -11,7 +11,7 @@ if(NOT "tools" IN_LIST FEATURES)
 endif()
 vcpkg_cmake_configure(
     SOURCE_PATH "${SOURCE_PATH}"
-    OPTIONS ${options} -DNORVALE_BUILD_TESTS=OFF -DNORVALE_BUILD_EXAMPLES=OFF)
+    OPTIONS ${options} -DNORVALE_QT_MAJOR=5 -DNORVALE_BUILD_TESTS=OFF -DNORVALE_BUILD_EXAMPLES=OFF)
 vcpkg_cmake_install()
 vcpkg_copy_pdbs()
 vcpkg_cmake_config_fixup(PACKAGE_NAME Norvale CONFIG_PATH lib/cmake/Norvale)
