@@ -79,8 +79,9 @@ run_benches() {
 
 case "${1:-}" in
 "")
+    # Of Qt 6 a few tests need that it is there, too.
     # shellcheck disable=SC2086
-    need $packages_build $packages_test
+    need $packages_build $packages_test $packages_qt6
     build dev
     run_tests dev
     ;;

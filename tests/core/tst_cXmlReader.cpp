@@ -147,6 +147,9 @@ private slots:
         const Rows<QByteArray, QString> row("xml", "reason");
         row("as deep as it may be", nested(1000), "");
         row("too deep", "\n " + nested(1001), "line 2, column 3004: elements nested deeper than 1000 levels");
+        const QString utf16 = QChar(QChar::ByteOrderMark) + QString::fromUtf8(nested(1001));
+        row("too deep in UTF-16", QByteArray(reinterpret_cast<const char*>(utf16.utf16()), 2 * int(utf16.size())),
+            "line 1, column 3003: elements nested deeper than 1000 levels");
         row("too deep by an entity",
             "<!DOCTYPE a [<!ENTITY e '" + nested(20) + "'>]>" + nested(985).insert(3 * 985, "&e;"), "line 1, column 3");
         row("as many attributes as may be", attributed(1000), "");

@@ -6,8 +6,9 @@
 #include <QtGui/QIcon>
 #include <QtGui/QImageReader>
 
-// The icon theme Tango, the pictures in hicolor and the desktop entry of the translation tool are those of this system.
+// The icon theme Tango is that of this system; the picture of a tool is added to hicolor.
 static const char SystemIcons[] = "/usr/share/icons/";
+static const char ToolPicture[] = "icons/hicolor/48x48/apps/tool";
 
 const char* const IconFiles::Some = "text.txt";
 
@@ -15,17 +16,21 @@ IconFiles::IconFiles()
 {
     QIcon::setThemeName("Tango");
     QDir::setCurrent(m_folder.path());
-    for (const QSize& size : {QSize(200, 100), QSize(10, 4)}) {
+    qputenv("XDG_DATA_DIRS", m_folder.path().toLocal8Bit() + ":/usr/share");
+    QVERIFY(QDir().mkpath(QFileInfo(ToolPicture).path()));
+    for (const auto& [name, size] : {std::pair("200", QSize(200, 100)), {"10", {10, 4}}, {ToolPicture, {48, 48}}}) {
         QImage picture(size, QImage::Format_RGB32);
         picture.fill(Qt::green);
-        QVERIFY(picture.save(QString("%1.png").arg(size.width())));
+        QVERIFY(picture.save(QString("%1.png").arg(name)));
     }
     const QMap<QString, QByteArray> texts{
         {"damaged.png", "\x89PNG\r\n\x1a\n and no more"},
         {"text.txt", "text"},
-        {"noicon.desktop", "[Desktop Action x]\nIcon=linguist-qt5\n[Desktop Entry]\nName=x\n"},
-        {"suffix.desktop", "[Desktop Entry]\nIcon[de]=absent\nIcon = linguist-qt5.png\n"},
-        {"climbing.desktop", "[Desktop Entry]\nIcon=../48x48/apps/linguist-qt5\n"},
+        {"icons/hicolor/index.theme", "[Icon Theme]\nDirectories=48x48/apps\n[48x48/apps]\nSize=48\n"},
+        {"tool.desktop", "[Desktop Entry]\nIcon=tool\n"},
+        {"noicon.desktop", "[Desktop Action x]\nIcon=tool\n[Desktop Entry]\nName=x\n"},
+        {"suffix.desktop", "[Desktop Entry]\nIcon[de]=absent\nIcon = tool.png\n"},
+        {"climbing.desktop", "[Desktop Entry]\nIcon=../48x48/apps/tool\n"},
         {"absolute.desktop", "[Desktop Entry]\nIcon=" + path("10.png").toUtf8() + "\n"},
     };
     for (auto text = texts.begin(); text != texts.end(); ++text)
@@ -44,8 +49,8 @@ void IconFiles::addRows() const
     const auto tango = [=](const QString& name) { return isDrawn ? "48x48" : "32x32 " + name; };
     const Rows<QString, QString> row("path", "shown");
     row("no such file", "absent.png", "0x0");
-    row("desktop entry", "/usr/share/applications/linguist-qt5.desktop", "48x48 linguist-qt5");
-    row("desktop entry with a suffix", "suffix.desktop", "48x48 linguist-qt5");
+    row("desktop entry", "tool.desktop", "48x48 tool");
+    row("desktop entry with a suffix", "suffix.desktop", "48x48 tool");
     row("desktop entry with a path", "absolute.desktop", "10x4 10");
     row("picture that is larger", "200.png", "48x24");
     row("picture that is smaller", "10.png", "10x4 10");
@@ -63,7 +68,7 @@ QString IconFiles::shownIn(const QPixmap& icon) const
 {
     QString shown = QString("%1x%2").arg(icon.width()).arg(icon.height());
     for (const QString& name :
-         {QString("hicolor/48x48/apps/linguist-qt5"), QString("Tango/32x32/mimetypes/image-x-generic"),
+         {path(ToolPicture), QString("Tango/32x32/mimetypes/image-x-generic"),
           QString("Tango/32x32/mimetypes/text-x-generic"), QString("Tango/32x32/mimetypes/application-x-executable"),
           QString("Tango/32x32/places/inode-directory"), path("10")}) {
         const QPixmap picture(QDir(SystemIcons).filePath(name + ".png"));
