@@ -33,7 +33,8 @@ function(run)
     endif()
 endfunction()
 
-run(${CMAKE_COMMAND} --preset package${suffix} ${CACHE})
+run(${CMAKE_COMMAND} --preset package${suffix} -DNORVALE_WERROR=ON
+    -DCMAKE_CXX_COMPILER=${COMPILER} -DCMAKE_CXX_COMPILER_LAUNCHER=${LAUNCHER})
 run(${CMAKE_COMMAND} --build --preset package${suffix} -j ${JOBS})
 # Nothing but build/ is written to.
 file(GLOB left RELATIVE "${SOURCE_COPY}" "${SOURCE_COPY}/*.deb" "${SOURCE_COPY}/_CPack_Packages")
