@@ -48,5 +48,7 @@ show_progress() {
         if [ -t 1 ]; then cat; else tr '\r' '\n' | awk '/^ *$/ { next }
             match($0, /\] +[0-9]+ %/) { step = int(substr($0, RSTART + 1, RLENGTH - 3) / 20); if (step == last) next; last = step }
             { sub(/ +$/, ""); print "   " $0 }'; fi
-    must "a bar showed rate and time left" grep -Eq '\[#*-*\] .* of .*/s .* left' typescript
+    # Without much debug information packages are too small for a bar, which nobody would read.
+    [ "$(cat packages/{Farewell,Calculator}-1.00.000.zip | wc -c)" -lt 65536 ] ||
+        must "a bar showed rate and time left" grep -Eq '\[#*-*\] .* of .*/s .* left' typescript
 }
