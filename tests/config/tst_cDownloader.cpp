@@ -222,6 +222,19 @@ private slots:
         }
         QVERIFY2(wakeUps < 200, qPrintable(QString::number(wakeUps)));
     }
+    // What is expected is under way while another file is fetched, and is not asked for twice.
+    void fetchesMeanwhileWhatIsExpected()
+    {
+        m_site.takeRequests();
+        cDownloader downloader;
+        downloader.expect(m_site.url("a"));
+        QVERIFY(downloader.download(m_site.url("empty", "~delay=100")));
+        QVERIFY(m_site.takeRequests().contains("/a"));
+        QVERIFY(downloader.download(m_site.url("a")));
+        QCOMPARE(downloader.data(), Text);
+        QCOMPARE(m_site.takeRequests(), QStringList());
+        downloader.expect(m_site.url("a", "~pause=0")); // ends with the downloader
+    }
     void tellsAFullDisk()
     {
         QFile full("/dev/full");
