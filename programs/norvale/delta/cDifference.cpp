@@ -134,5 +134,14 @@ void cDifference::write(const Stretch& stretch, int length, int end, const Stret
         m_differences.append(char(uchar(m_fresh.at(stretch.fresh + i)) - uchar(m_old.at(stretch.old + i))));
     const int copied = stretch.fresh + length;
     m_extra.append(m_fresh.constData() + copied, end - copied);
-    m_instructions.push_back({length, end - copied, qint64(following.old) - (stretch.old + length)});
+    append({length, end - copied, qint64(following.old) - (stretch.old + length)});
+}
+
+// A stretch that its neighbours have taken all of makes nothing, and only moves. A patch has no two such in a row.
+void cDifference::append(const Instruction& instruction)
+{
+    if (instruction.add == 0 && instruction.copy == 0 && !m_instructions.empty())
+        m_instructions.back().skip += instruction.skip;
+    else
+        m_instructions.push_back(instruction);
 }

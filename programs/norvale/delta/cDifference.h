@@ -45,6 +45,7 @@ private:
     int backward(const Stretch& stretch, int begin) const;
     int split(const Stretch& first, int firstLength, const Stretch& second, int secondLength) const;
     void write(const Stretch& stretch, int length, int end, const Stretch& following);
+    void append(const Instruction& instruction);
 
     const QByteArray& m_old;
     const cSuffixArray& m_sorted;
