@@ -3,6 +3,7 @@
 #include "version/cPluginId.h"
 
 #include <QtCore/QHash>
+#include <QtCore/QLatin1String>
 #include <QtCore/QStringView>
 
 #include <tsl/robin_map.h>
@@ -21,6 +22,7 @@ struct cSeededHash
 
     std::size_t operator()(QStringView text) const;
     std::size_t operator()(const QString& text) const { return (*this)(QStringView(text)); }
+    std::size_t operator()(QLatin1String text) const;
     std::size_t operator()(const cPluginId& id) const;
 
     /// Of a key that does not come from outside. Qt 6 has two hashes of an address, with and without `const`.
