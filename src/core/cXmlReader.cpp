@@ -1,5 +1,6 @@
 #include "core/cXmlReader.h"
 
+#include "core/cPlainXml.h"
 #include "core/cXmlBounds.h"
 #include "core/cXmlGuard.h"
 
@@ -7,36 +8,7 @@
 #include <QtXml/QDomDocument>
 
 #include <algorithm>
-#include <array>
-#include <cstring>
-#include <initializer_list>
 #include <new>
-
-namespace {
-
-/// Looks for one after the other in pieces, which stay in the processor's cache meanwhile.
-bool hasAnyOf(const QByteArray& text, std::initializer_list<char> wanted)
-{
-    constexpr int Piece = 16 << 10;
-    for (int at = 0; at < text.size(); at += Piece) {
-        const size_t size = size_t(qMin(Piece, text.size() - at));
-        if (std::any_of(wanted.begin(), wanted.end(),
-                        [&](char c) { return std::memchr(text.constData() + at, c, size) != nullptr; }))
-            return true;
-    }
-    return false;
-}
-
-/// By the code of a byte: whether it is one of @p bytes.
-constexpr std::array<bool, 256> marksOf(std::initializer_list<char> bytes)
-{
-    std::array<bool, 256> marks{};
-    for (const char c : bytes)
-        marks[uchar(c)] = true;
-    return marks;
-}
-
-} // namespace
 
 bool cXmlReader::read(const QByteArray& xml, cXmlHandler& handler, QString* reason)
 {
@@ -76,22 +48,34 @@ void cXmlReader::tell(const QDomElement& element, cXmlHandler& handler)
     handler.endElement();
 }
 
-bool cXmlReader::readPlain(const QByteArray& xml, cXmlHandler& handler)
+bool cXmlReader::readPlain(const QByteArray& xml, cXmlHandler& handler, int pieceSize)
 {
-    const bool hasBlanks = handler.asksForPlaces();
-    QByteArray dense;
-    if (!isPlain(xml, hasBlanks ? nullptr : &dense))
-        return false;
+    cPlainXml document(xml, handler.asksForPlaces(), pieceSize);
     handler.beginDocument();
-    QXmlStreamReader stream(hasBlanks ? xml : dense);
+    QXmlStreamReader stream;
     stream.setNamespaceProcessing(false);
     int depth = 0;
-    while (!stream.atEnd()) {
+    for (QByteArray piece; !(piece = document.next()).isEmpty();) {
+        if (stream.tokenType() == QXmlStreamReader::EndDocument)
+            return false;
+        stream.addData(piece);
+        if (!readPiece(stream, handler, depth))
+            return false;
+    }
+    return document.isPlain() && stream.tokenType() == QXmlStreamReader::EndDocument;
+}
+
+/// @return false when the document has a fault.
+bool cXmlReader::readPiece(QXmlStreamReader& stream, cXmlHandler& handler, int& depth)
+{
+    while (true) {
         switch (stream.readNext()) {
-        case QXmlStreamReader::StartElement:
-            if (++depth > cXmlBounds::MaxDepth || !beginElement(stream, handler))
+        case QXmlStreamReader::StartElement: {
+            const bool hasPlace = depth == 0 || handler.asksForPlaces();
+            if (++depth > cXmlBounds::MaxDepth || !beginElement(stream, hasPlace, handler))
                 return false;
             break;
+        }
         case QXmlStreamReader::Characters:
             // The DOM drops text that is nothing but space, of which there are more kinds than XML's own.
             if (!isBlank(stream.text()))
@@ -101,24 +85,28 @@ bool cXmlReader::readPlain(const QByteArray& xml, cXmlHandler& handler)
             --depth;
             handler.endElement();
             break;
+        case QXmlStreamReader::Invalid:
+            return stream.error() == QXmlStreamReader::PrematureEndOfDocumentError;
+        case QXmlStreamReader::EndDocument:
+            return true;
         default:
             break;
         }
     }
-    return !stream.hasError();
 }
 
-bool cXmlReader::beginElement(const QXmlStreamReader& stream, cXmlHandler& handler)
+bool cXmlReader::beginElement(const QXmlStreamReader& stream, bool hasPlace, cXmlHandler& handler)
 {
     const QStringView tag = stream.qualifiedName();
-    if (!isPlainName(tag))
+    if (!beginsPlainly(tag))
         return false;
     const QXmlStreamAttributes attributes = stream.attributes();
     for (const QXmlStreamAttribute& attribute : attributes) {
-        if (!isPlainName(attribute.qualifiedName()))
+        if (!beginsPlainly(attribute.qualifiedName()))
             return false;
     }
-    handler.beginElement(tag, attributes, int(stream.lineNumber()), int(stream.columnNumber()));
+    handler.beginElement(tag, attributes, hasPlace ? int(stream.lineNumber()) : 0,
+                         hasPlace ? int(stream.columnNumber()) : 0);
     return true;
 }
 
@@ -127,84 +115,9 @@ bool cXmlReader::isBlank(QStringView text)
     return std::all_of(text.begin(), text.end(), [](QChar c) { return c.isSpace(); });
 }
 
-// The stream lets more pass than names may have.
-bool cXmlReader::isPlainName(QStringView name)
+// The stream may let a name begin with what the DOM does not.
+bool cXmlReader::beginsPlainly(QStringView name)
 {
-    const auto isLetter = [](QChar c) { return (c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z') || c == u'_'; };
-    const auto isInner = [&](QChar c) { return isLetter(c) || (c >= u'-' && c <= u':' && c != u'/'); };
-    return !name.isEmpty() && isLetter(name.front()) && std::all_of(name.begin(), name.end(), isInner);
-}
-
-// UTF-8, elements, attributes and text: no references, declarations, comments, CDATA or instructions; no line ends but
-// "\n", and none within an attribute, nor a tab. A declaration is left to the DOM unless it says UTF-8.
-bool cXmlReader::isPlain(const QByteArray& xml, QByteArray* dense)
-{
-    const char* at = xml.constData();
-    if (xml.startsWith("<?xml ")) {
-        const int begin = xml.indexOf("?>") + 2;
-        if (begin < 2 || !xml.left(begin).toLower().contains("encoding=\"utf-8\""))
-            return false;
-        at += begin;
-    }
-    if (hasAnyOf(xml, {'&', '\r', '\0'}))
-        return false;
-    char* out = nullptr;
-    if (dense) {
-        dense->resize(xml.size());
-        out = dense->data();
-    }
-    const char* kept = xml.constData(); // all before the root stays, so that the root is told with its place
-    for (const char* const end = xml.constEnd(); at != end;) {
-        const char* const text = at;
-        at = endOfBlank(text, end);
-        const bool isBlank = at == end || *at == '<';
-        const void* const begin = std::memchr(at, '<', size_t(end - at));
-        at = begin ? static_cast<const char*>(begin) : end;
-        const char* const tag = at;
-        if (at != end) {
-            ++at;
-            if (at == end || *at == '!' || *at == '?')
-                return false;
-            at = endOfPlainTag(at, end);
-            if (!at)
-                return false;
-        }
-        if (!kept)
-            kept = isBlank ? tag : text;
-        if (out)
-            out = std::copy(kept, at, out);
-        kept = nullptr;
-    }
-    if (dense)
-        dense->truncate(int(out - dense->constData()));
-    return true;
-}
-
-const char* cXmlReader::endOfBlank(const char* at, const char* end)
-{
-    return std::find_if(at, end, [](char c) { return c != ' ' && c != '\n' && c != '\t'; });
-}
-
-/// Behind the tag that has begun before @p at; null when a value in it is not plain, or it has too many.
-const char* cXmlReader::endOfPlainTag(const char* at, const char* end)
-{
-    // One look at each byte, of which nearly all are no marks.
-    static constexpr std::array<bool, 256> Marks = marksOf({'"', '\'', '>', '\n', '\t'});
-    const auto isMark = [](char c) { return Marks[uchar(c)]; };
-    char quote = 0; // that the value began with; 0 outside of values
-    int values = 0;
-    for (; (at = std::find_if(at, end, isMark)) != end; ++at) {
-        if (*at == quote) {
-            quote = 0;
-        } else if (quote && (*at == '\n' || *at == '\t')) {
-            return nullptr;
-        } else if (!quote && *at == '>') {
-            return at + 1;
-        } else if (!quote && (*at == '"' || *at == '\'')) {
-            quote = *at;
-            if (++values > cXmlBounds::MaxAttributes)
-                return nullptr;
-        }
-    }
-    return at;
+    const QChar first = name.isEmpty() ? QChar() : name.front();
+    return (first >= u'a' && first <= u'z') || (first >= u'A' && first <= u'Z') || first == u'_';
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "core/cPlainXml.h"
+
 #include <QtCore/QByteArray>
 #include <QtCore/QString>
 #include <QtCore/QStringView>
@@ -46,17 +48,15 @@ public:
     /// The DOM's way alone: the handler is told nothing before the whole document is accepted.
     [[nodiscard]] static bool readByDom(const QByteArray& xml, cXmlHandler& handler, QString* reason);
 
-    /// The stream's way alone. False when the document is not of the plain kind or has a fault.
-    [[nodiscard]] static bool readPlain(const QByteArray& xml, cXmlHandler& handler);
+    /// The stream's way alone, by pieces of about so many bytes. False when the document is not of the plain kind or
+    /// has a fault.
+    [[nodiscard]] static bool readPlain(const QByteArray& xml, cXmlHandler& handler,
+                                        int pieceSize = cPlainXml::PieceSize);
 
 private:
-    /// @param dense receives the plain document without the blank text between its tags, of which nobody is told and
-    /// which takes the stream a seventh of its time; may be null.
-    static bool isPlain(const QByteArray& xml, QByteArray* dense);
-    static const char* endOfBlank(const char* at, const char* end);
-    static const char* endOfPlainTag(const char* at, const char* end);
-    static bool isPlainName(QStringView name);
+    static bool readPiece(QXmlStreamReader& stream, cXmlHandler& handler, int& depth);
+    static bool beginElement(const QXmlStreamReader& stream, bool hasPlace, cXmlHandler& handler);
+    static bool beginsPlainly(QStringView name);
     static bool isBlank(QStringView text);
-    static bool beginElement(const QXmlStreamReader& stream, cXmlHandler& handler);
     static void tell(const QDomElement& element, cXmlHandler& handler);
 };

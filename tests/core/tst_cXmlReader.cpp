@@ -102,15 +102,16 @@ private slots:
         int plain = 0;
         for (int i = 0; i < count; ++i) {
             const QByteArray xml = randomDocument(random);
+            const int pieceSize = 1 + random.bounded(100);
             cXmlTree tree;
-            if (!cXmlReader::readPlain(xml, tree))
+            if (!cXmlReader::readPlain(xml, tree, pieceSize))
                 continue;
             ++plain;
             cXmlTree domTree;
             QVERIFY2(cXmlReader::readByDom(xml, domTree, nullptr), xml.constData());
             QCOMPARE(xml + textOf(tree.root(), true).toUtf8(), xml + textOf(domTree.root(), true).toUtf8());
             cContentTree content;
-            QVERIFY2(cXmlReader::readPlain(xml, content), xml.constData());
+            QVERIFY2(cXmlReader::readPlain(xml, content, pieceSize), xml.constData());
             QCOMPARE(xml + textOf(content.root(), false).toUtf8(), xml + textOf(domTree.root(), false).toUtf8());
         }
         QVERIFY2(plain > count / 2, QByteArray::number(plain));
