@@ -5,15 +5,22 @@
 
 #include <QtCore/QXmlStreamReader>
 
+#include <algorithm>
 #include <utility>
 
 namespace {
+
+/// Whether they are the same; nearly all that are compared here differ in length.
+bool isSame(QStringView one, QStringView other)
+{
+    return one.size() == other.size() && std::equal(one.begin(), one.end(), other.begin());
+}
 
 /// Null when there is no such attribute.
 const QXmlStreamAttribute* find(const QXmlStreamAttributes& attributes, QStringView name)
 {
     for (const QXmlStreamAttribute& attribute : attributes) {
-        if (attribute.qualifiedName() == name)
+        if (isSame(attribute.qualifiedName(), name))
             return &attribute;
     }
     return nullptr;
@@ -25,28 +32,30 @@ QString attribute(const QXmlStreamAttributes& attributes, QStringView name, cons
     return found ? found->value().toString() : absent;
 }
 
+constexpr int Sha1Size = 20;
+
+/// As a rule a SHA-1.
 struct cHash
 {
-    QByteArray digest;
+    explicit cHash(QStringView text);
+    QByteArray bytes() const { return QByteArray(digest.constData(), digest.size()); }
+
+    bool isSha1 = false;
+    QVarLengthArray<char, Sha1Size> digest;
     QString fault; // why the text is no hash; empty when it is one
 };
 
-/// Empty when the text is none.
-QByteArray sha1Of(QStringView text)
+cHash::cHash(QStringView text) : digest(Sha1Size)
 {
-    constexpr int Size = 20;
-    const QByteArray digest = hexBytes(text.trimmed());
-    return digest.size() == Size ? digest : QByteArray();
-}
-
-/// The decoding takes any text.
-cHash hashOf(QStringView text)
-{
-    const QByteArray digest = sha1Of(text);
-    if (!digest.isEmpty())
-        return {digest, QString()};
-    return {QByteArray::fromHex(text.toLatin1()),
-            QStringLiteral("its hash \"%1\" is no SHA-1 hash in 40 hexadecimal digits").arg(text)};
+    const QStringView digits = text.trimmed();
+    isSha1 = digits.size() == 2 * Sha1Size && readHex(digits, digest.data());
+    if (isSha1)
+        return;
+    // The decoding takes any text.
+    const QByteArray decoded = QByteArray::fromHex(text.toLatin1());
+    digest.resize(0);
+    digest.append(decoded.constData(), decoded.size());
+    fault = QStringLiteral("its hash \"%1\" is no SHA-1 hash in 40 hexadecimal digits").arg(text);
 }
 
 } // namespace
@@ -93,7 +102,7 @@ cCatalogueReader::Place cCatalogueReader::placeOf(Place parent, QStringView tag)
         {Place::Plugin, u"delta", Place::Delta},
     };
     for (const auto& child : Children) {
-        if (child.parent == parent && child.tag == tag)
+        if (child.parent == parent && isSame(child.tag, tag))
             return child.place;
     }
     return parent == Place::Document ? Place::Root : Place::Unknown;
@@ -157,8 +166,8 @@ void cCatalogueReader::endElement()
         m_plugin->addSource({m_location, text().toString()});
         break;
     case Place::Hash: {
-        const cHash hash = hashOf(text());
-        m_plugin->setHash(hash.digest, hash.fault);
+        const cHash hash(text());
+        m_plugin->setHash(hash.digest.constData(), hash.digest.size(), hash.fault);
         break;
     }
     case Place::Delta:
@@ -172,8 +181,8 @@ void cCatalogueReader::endElement()
         break;
     case Place::RuntimeHash:
         if (!m_hasRuntimeHash) {
-            const cHash hash = hashOf(text());
-            m_runtime.hash = hash.digest;
+            const cHash hash(text());
+            m_runtime.hash = hash.bytes();
             m_runtime.hashFault = hash.fault;
         }
         m_hasRuntimeHash = true;
@@ -258,11 +267,12 @@ void cCatalogueReader::beginPlugin(const QXmlStreamAttributes& attributes)
 void cCatalogueReader::beginDelta(const QXmlStreamAttributes& attributes)
 {
     const QXmlStreamAttribute* const size = find(attributes, u"size");
-    const QXmlStreamAttribute* const hash = find(attributes, u"hash");
+    const QXmlStreamAttribute* const found = find(attributes, u"hash");
+    const cHash hash(found ? QStringView(found->value()) : QStringView());
     m_text.resize(0);
     m_delta.from = versionOf(attributes, u"from");
     m_delta.size = size ? unsignedNumber(size->value()) : 0;
-    m_delta.hash = hash ? sha1Of(hash->value()) : QByteArray();
+    m_delta.hash = hash.isSha1 ? hash.bytes() : QByteArray();
 }
 
 // The package can be had without it: what is not given whole does not count.

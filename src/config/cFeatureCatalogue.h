@@ -63,12 +63,13 @@ public:
     /// Why what the catalogue gives as the hash is none: then the package is refused. Empty when it is one, or when it
     /// gives none.
     const QString& hashFault() const { return m_hashFault; }
-    void setHash(const QByteArray& hash, const QString& fault = QString())
+    void setHash(const char* hash, int size, const QString& fault = QString())
     {
         m_hash.resize(0);
-        m_hash.append(hash.constData(), hash.size());
+        m_hash.append(hash, size);
         m_hashFault = fault;
     }
+    void setHash(const QByteArray& hash) { setHash(hash.constData(), hash.size()); }
 
     using Sources = QVarLengthArray<cFeatureSource, 1>; // nearly all have one
     const Sources& sources() const { return m_sources; }

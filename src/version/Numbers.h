@@ -33,22 +33,27 @@ constexpr std::array<int, 128> hexDigitValues()
     return values;
 }
 
-/// The bytes that @p digits write, two each, of which there are thousands in catalogues and metadata; empty when there
-/// is anything but hexadecimal digits, or one too many.
-inline QByteArray hexBytes(QStringView digits)
+/// Puts the bytes that @p digits write, two each, into @p bytes, of which there are thousands in catalogues and
+/// metadata.
+/// @return false when there is anything but hexadecimal digits, or one too many; what the bytes are is then open.
+inline bool readHex(QStringView digits, char* bytes)
 {
     static constexpr std::array<int, 128> Values = hexDigitValues();
-    const int size = int(digits.size()) / 2;
-    if (digits.size() != 2 * size)
-        return QByteArray();
-    QByteArray bytes(size, Qt::Uninitialized);
-    char* byte = bytes.data();
+    const auto valueOf = [](size_t code) { return code < Values.size() ? Values[code] : -1; };
+    if (digits.size() % 2 != 0)
+        return false;
     int all = 0; // has the sign of each
-    const auto valueOf = [&](size_t code) { return code < Values.size() ? Values[code] : -1; };
-    for (int i = 0; i < 2 * size; i += 2) {
+    for (int i = 0; i < int(digits.size()); i += 2) {
         const int value = valueOf(digits[i].unicode()) * 16 | valueOf(digits[i + 1].unicode());
         all |= value;
-        *byte++ = char(value);
+        *bytes++ = char(value);
     }
-    return all < 0 ? QByteArray() : bytes;
+    return all >= 0;
+}
+
+/// The same as a byte array; empty when they are none.
+inline QByteArray hexBytes(QStringView digits)
+{
+    QByteArray bytes(int(digits.size()) / 2, Qt::Uninitialized);
+    return readHex(digits, bytes.data()) ? bytes : QByteArray();
 }
