@@ -79,7 +79,7 @@ int main(int argc, char** argv)
 {
     keepMemory();
     joinFreedMemory();
-    Goals goals;
+    Goals goals(Goals::Round::Fastest);
     goals.atMost("catalogue_10k", "readCatalogue/10000", "parseBare/10000", 1.5);
     goals.atMost("catalogue_100k", "readCatalogue/100000", "parseBare/100000", 1.5);
     goals.growth("catalogue_10k", "readCatalogue/10000", "readCatalogue/1000");

@@ -123,7 +123,7 @@ int main(int argc, char** argv)
     QCoreApplication application(argc, argv);
     QCoreApplication::setOrganizationName(QStringLiteral("NorvaleBench"));
     QCoreApplication::setApplicationName(QStringLiteral("Check"));
-    Goals goals;
+    Goals goals(Goals::Round::Fastest);
     goals.atMost("check_10k", "checkForUpdates/10000", "parseBare/10000", 1.5);
     goals.atMost("check_100k", "checkForUpdates/100000", "parseBare/100000", 1.5);
     goals.growth("check_10k", "checkForUpdates/10000", "checkForUpdates/1000");

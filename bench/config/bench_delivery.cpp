@@ -230,7 +230,7 @@ int main(int argc, char** argv)
     registerRow("queue/one", 9, folders, {large}, here, fetchByQueue);
     registerRow("bareManager/one", 9, folders, {large}, here, fetchByBareManager);
 
-    Goals goals;
+    Goals goals(Goals::Round::Median);
     const QUrl throughLine = line.through(server.url(large.name));
     goals.atMost("delivery_many", "queue/many", "oneByOne/many", 0.2);
     goals.atMost("delivery_one", "queue/one", "bareManager/one", 1.05);

@@ -131,7 +131,7 @@ int main(int argc, char** argv)
 {
     QCoreApplication application(argc, argv);
     cDeltaSite site(QStringLiteral(CORPUS_FOLDER));
-    Goals goals;
+    Goals goals(Goals::Round::Median);
     if (site.fault().isEmpty()) {
         for (const bool isPeer : {false, true}) {
             benchmark::RegisterBenchmark(isPeer ? "zlib" : "rebuild",

@@ -130,7 +130,7 @@ int main(int argc, char** argv)
     registerRows("1mb", &small);
     registerRows("100mb", &large);
 
-    Goals goals;
+    Goals goals(Goals::Round::Median);
     goals.atMost("download_1mb", "downloader/1mb", "bareManager/1mb", 1.1);
     goals.atMost("download_100mb", "downloader/100mb", "bareManager/100mb", 1.1);
     goals.custom("download_memory", 1.2, false, [&](const Goals&) {

@@ -113,7 +113,7 @@ int main(int argc, char** argv)
             ->Unit(benchmark::kMillisecond)
             ->UseRealTime();
     }
-    Goals goals;
+    Goals goals(Goals::Round::Median);
     goals.atMost("trust_check", "check/trusted", "check/plain", 1.2);
     goals.custom("trust_check_ms", 10, false,
                  [](const Goals& g) { return 1000 * (g.time("check/trusted") - g.time("check/plain")); });

@@ -158,7 +158,7 @@ int main(int argc, char** argv)
     QCoreApplication app(argc, argv);
     stayOnThisCore();
 
-    Goals goals;
+    Goals goals(Goals::Round::Median);
     compare(goals, "socket_64B", 64);
     compare(goals, "socket_4KiB", 4 * 1024);
     compare(goals, "socket_1MiB", 1024 * 1024);

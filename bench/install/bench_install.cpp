@@ -179,7 +179,7 @@ int main(int argc, char** argv)
     };
     add("installRepository", installRepository);
     add("unzipPackages", unzipPackages);
-    Goals goals;
+    Goals goals(Goals::Round::Median);
     goals.atMost("install_200", "installRepository", "unzipPackages", 1.5);
     return runBenchmarks(argc, argv, goals);
 }

@@ -208,7 +208,7 @@ int main(int argc, char** argv)
     add("call/text", callText, TextSize);
     add("bare/text", bare, frameSize(QString(TextSize, 'x')));
 
-    Goals goals;
+    Goals goals(Goals::Round::Median);
     goals.atMost("isolated_call", "call/number", "bare/number", 1.3);
     goals.atMost("isolated_call_text", "call/text", "bare/text", 1.3);
     goals.custom("isolated_memory", 1, false, [=](const Goals&) { return memory; });

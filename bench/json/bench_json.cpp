@@ -91,7 +91,7 @@ int main(int argc, char** argv)
             registerPeer(peer.get(), document);
         }
     }
-    Goals goals;
+    Goals goals(Goals::Round::Fastest);
     addGoals(goals);
     keepMemory();
     return documents.empty() ? 1 : runBenchmarks(argc, argv, goals);

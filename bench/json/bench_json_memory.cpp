@@ -80,7 +80,7 @@ int main(int argc, char** argv)
 {
     const std::pair<const char*, double> targets[] = {{"twitter", 1.2}, {"canada", 1.9}, {"citm", 1.2}};
     const std::vector<BenchDocument> documents = loadDocuments(argc, argv);
-    Goals goals;
+    Goals goals(Goals::Round::Fastest);
     for (size_t i = 0; i < documents.size(); ++i) {
         std::printf("%s\n", documents[i].name.c_str());
         std::vector<double> peaks;

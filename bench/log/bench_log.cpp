@@ -106,7 +106,7 @@ int main(int argc, char** argv)
     registerPeer<norvalePeer>();
     registerPeer<spdlogPeer>();
 
-    Goals goals;
+    Goals goals(Goals::Round::Fastest);
     for (const char* kind : {"1_item_1_thread", "7_items_1_thread", "1_item_4_threads", "7_items_4_threads"}) {
         const std::string lines = kind;
         goals.atLeast("log_" + lines, "category_" + lines, "norvale_" + lines, lines[0] == '1' ? 8 : 4);

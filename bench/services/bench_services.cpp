@@ -281,7 +281,7 @@ int main(int argc, char** argv)
 {
     keepMemory();
     static_cast<IServiceMgr&>(manager()).registerService(&service());
-    Goals goals;
+    Goals goals(Goals::Round::Fastest);
     declareCalls(goals);
     declareEvents(goals);
     declareRegistry(goals);

@@ -77,7 +77,7 @@ int main(int argc, char** argv)
     add("hash/verified", [&](benchmark::State& state) { verified(state, suite); });
     add("refresh/1000", [](benchmark::State& state) { refresh(state, 1000); });
     add("refresh/10000", [](benchmark::State& state) { refresh(state, 10000); });
-    Goals goals;
+    Goals goals(Goals::Round::Fastest);
     goals.growth("trust_refresh", "refresh/10000", "refresh/1000");
     goals.atMost("trust_hash", "hash/verified", "hash/bare", 1.1);
     return runBenchmarks(argc, argv, goals);

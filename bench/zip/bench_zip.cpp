@@ -143,7 +143,7 @@ int main(int argc, char** argv)
         addInflate(peer.get(), "many", many);
         addInflate(peer.get(), "large", large);
     }
-    Goals goals;
+    Goals goals(Goals::Round::Fastest);
     addGoals(goals);
     keepMemory();
     return runBenchmarks(argc, argv, goals);
