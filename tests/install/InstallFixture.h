@@ -1,11 +1,12 @@
 #pragma once
 
+#include "Packages.h"
+
 #include "config/cConfigurationMgr.h"
 #include "install/cInstallMgr.h"
 #include "plugins/cPluginMgr.h"
 
 #include <Files.h>
-#include <MachineProgram.h>
 #include <Norvale/Corvane.h>
 #include <SettingsSandbox.h>
 
@@ -30,12 +31,6 @@ protected:
         m_plugins.reset(new cPluginMgr);
         m_configuration.reset(new cConfigurationMgr(*m_plugins));
         m_manager.reset(new cInstallMgr(*m_configuration, *m_plugins));
-    }
-
-    /// Puts packages and their description into @p folder.
-    static bool makeRepository(const QString& folder, const QStringList& words)
-    {
-        return MachineProgram::execute("python3", QStringList{PACKAGES_PY, "repository", folder} + words) == 0;
     }
 
     SettingsSandbox m_sandbox;

@@ -4,9 +4,7 @@
 #include "install/cInstallPlan.h"
 #include "plugins/cFileRecord.h"
 
-#include <MachineProgram.h>
 #include <MovedState.h>
-#include <Norvale/Corvane.h>
 #include <Platform.h>
 
 #include <QtCore/QtCore>
@@ -36,52 +34,9 @@ int Place::run(const QString& steps, const QString& faults) const
     return child.exitStatus() == QProcess::CrashExit ? -1 : child.exitCode();
 }
 
-QString Place::said() const
-{
-    return QString(Corvane::FileReadAll(m_folder + ".log", nullptr));
-}
-
-QList<QByteArray> Place::report() const
-{
-    return Corvane::FileReadAll(m_folder + ".report", nullptr).trimmed().split('\n');
-}
-
-bool Place::write(const QString& path, const QByteArray& content) const
-{
-    QFile file(m_folder + '/' + path);
-    return QFileInfo(file).dir().mkpath(".") && file.open(QFile::WriteOnly) && file.write(content) == content.size();
-}
-
-bool Place::removeFolder(const QString& path) const
-{
-    return QDir(m_folder + '/' + path).removeRecursively();
-}
-
-bool Place::offer(const QString& where, const QStringList& words) const
-{
-    const QStringList all = QStringList{PACKAGES_PY, "repository", m_folder + "/" + where} + words;
-    return MachineProgram::execute("python3", all) == 0;
-}
-
-bool Place::offerPatch(const QString& where, const QString& name) const
-{
-    const QString folder = m_folder + '/' + where + '/';
-    const QString old = m_folder + "/core/plugins/" + name + "-1.00.000";
-    const QStringList words{PATCHES_PY, "make", old, folder + name + "-2.00.000.zip", folder + "patch"};
-    if (MachineProgram::execute("python3", words) != 0)
-        return false;
-    const QByteArray patch = Corvane::FileReadAll(folder + "patch", nullptr);
-    QByteArray xml = Corvane::FileReadAll(folder + "repository.xml", nullptr);
-    const QByteArray hash = QCryptographicHash::hash(patch, QCryptographicHash::Sha1).toHex();
-    const int place = xml.indexOf("</plugin>", xml.indexOf("<plugin name=\"" + name.toUtf8()));
-    xml.insert(place,
-               "<delta from='1.0' size='" + QByteArray::number(patch.size()) + "' hash='" + hash + "'>patch</delta>");
-    return write(where + "/repository.xml", xml);
-}
-
 Tree Place::plugins() const
 {
-    Tree tree = treeOf(m_folder + "/core/plugins");
+    Tree tree = this->tree("core/plugins");
     const auto entry = tree.find("files.json");
     cFileRecord record;
     if (entry == tree.end() || !record.fromBytes(entry->second))
@@ -100,29 +55,14 @@ Tree Place::plugins() const
     return tree;
 }
 
-Tree Place::data() const
-{
-    return treeOf(m_folder + "/data/NorvaleTests/Fixture");
-}
-
-Tree Place::trust() const
-{
-    return treeOf(m_folder + "/core/Trust");
-}
-
-Tree Place::site() const
-{
-    return treeOf(m_folder + "/site");
-}
-
 QStringList Place::unrecorded() const
 {
-    const QString plugins = m_folder + "/core/plugins/";
-    const auto bytesOf = [&](const QString& name) { return Corvane::FileReadAll(plugins + name, nullptr); };
+    const QString plugins = path("core/plugins/");
     cFeatureCatalogue installed;
     cFileRecord record;
     QStringList faults;
-    if (!cCatalogueReader(installed).read(bytesOf("features.xml")) || !record.fromBytes(bytesOf("files.json")))
+    if (!cCatalogueReader(installed).read(readFile(plugins + "features.xml")) ||
+        !record.fromBytes(readFile(plugins + "files.json")))
         return {"features.xml or files.json " + record.errorString()};
     for (const cPluginId& id : pluginsOf(installed.features())) {
         const cFileRecord::Files files = record.files(id);

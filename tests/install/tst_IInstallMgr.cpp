@@ -1,7 +1,7 @@
 #include "Outcome.h"
+#include "Packages.h"
 
 #include <Files.h>
-#include <MachineProgram.h>
 #include <Norvale/Corvane.h>
 #include <Norvale/IConfigMgr.h>
 #include <Rows.h>
@@ -34,8 +34,7 @@ private slots:
     void saysThatTheDiskRefuses()
     {
         QVERIFY(QDir().mkpath(m_root + "/core/plugins/unfinished.txt/below"));
-        offer({"main 2.0", "Core 2.0: A 2.0"});
-        QVERIFY(!IInstallMgr::installFromLocation(description(), false));
+        QVERIFY(!install({"main 2.0", "Core 2.0: A 2.0"}));
         const cInstallOutcome outcome = IInstallMgr::lastOutcome();
         QCOMPARE(outcome.result, cInstallOutcome::Failed);
         QVERIFY(outcome.hasDiskRefused);
@@ -43,13 +42,9 @@ private slots:
     }
     void curesWhatWasBrokenBefore()
     {
-        const auto install = [&](const QStringList& offered) {
-            offer(offered);
-            return IInstallMgr::installFromLocation(description(), false);
-        };
         QVERIFY(install({"main 1.0", "Core 1.0: A 1.0"}));
         const QString manifest = m_root + "/core/plugins/A-1.00.000/Manifest.xml";
-        writeFile(manifest, Corvane::FileReadAll(manifest, nullptr).replace("\"13\"", "\"12\""));
+        writeFile(manifest, readFile(manifest).replace("\"13\"", "\"12\""));
         QVERIFY(install({"main 1.1", "Core 1.0: A 1.0", "More 1.0: C 1.0"}));
         QVERIFY(!install({"main 1.2", "Core 2.0: A 2.0 !api", "Third 1.0: D 1.0 !needs=A"}));
         QVERIFY(install({"main 1.3", "Core 2.1: A 2.1"}));
@@ -58,23 +53,20 @@ private slots:
     }
     void consumesWhatItHasTaken()
     {
-        offer({"main 2.0", "Core 2.0: A 2.0"});
-        QVERIFY(IInstallMgr::installFromLocation(description(), true));
-        offer({"main 2.1", "Core 1.0: A 1.0", "More 1.0: C 1.0", "Third 1.0: D 1.0 !damaged"});
-        QVERIFY(!IInstallMgr::installFromLocation(description(), true));
+        QVERIFY(install({"main 2.0", "Core 2.0: A 2.0"}, true));
+        QVERIFY(!install({"main 2.1", "Core 1.0: A 1.0", "More 1.0: C 1.0", "Third 1.0: D 1.0 !damaged"}, true));
         QCOMPARE(QDir(m_root + "/site").entryList(QDir::Files).join(' '), QString("A-1.00.000.zip"));
     }
     void refusesWithADamagedCatalogue()
     {
         const QString plugins = m_root + "/core/plugins", file = plugins + "/features.xml";
-        offer({"main 1.0", "Core 1.0: A 1.0"});
-        QVERIFY(IInstallMgr::installFromLocation(description(), false));
+        QVERIFY(install({"main 1.0", "Core 1.0: A 1.0"}));
         QVERIFY(QFile::rename(file, m_root + "/kept"));
         QVERIFY(QFile::remove(m_root + "/journal"));
         writeFile(file, "<repository version=\"1.0\">\n<feature name=\"Core\" vers");
         writeFile(plugins + "/unfinished.txt", "A-1.00.000\n");
-        offer({"main 2.0", "Core 2.0: A 2.0"});
-        offer({"main 2.0", "Core 2.0: A 2.0"}, m_root + "/core/Bootstrap");
+        for (const char* folder : {"/site", "/core/Bootstrap"})
+            makeRepository(m_root + folder, {"main 2.0", "Core 2.0: A 2.0"});
         const QString single = package("Z", "1.0");
         const Tree before = treeOf(m_root);
         const auto isRefused = [&](bool isDone) {
@@ -82,7 +74,7 @@ private slots:
             return !isDone && outcome.result == cInstallOutcome::Failed &&
                    outcome.reason.contains("features.xml: line 2, column ");
         };
-        QVERIFY(isRefused(IInstallMgr::installFromLocation(description(), true)));
+        QVERIFY(isRefused(IInstallMgr::installFromLocation(m_root + "/site/repository.xml", true)));
         QVERIFY(isRefused(IInstallMgr::installBootstrap()));
         QVERIFY(isRefused(IInstallMgr::installPackage(single)));
         QVERIFY(!IInstallMgr::uninstallPlugins());
@@ -93,8 +85,11 @@ private slots:
     }
     void aPackageJoinsTheDevelopmentFeature()
     {
-        offer({"main 1.0", "Core 1.0: A 1.0"});
-        QVERIFY(IInstallMgr::installFromLocation(description(), false));
+        QVERIFY(install({"main 1.0", "Core 1.0: A 1.0"}));
+        for (const char* none : {"/D-1.0.zip", "/core"}) {
+            QVERIFY(!IInstallMgr::installPackage(m_root + none));
+            QVERIFY(told(IInstallMgr::lastOutcome()).endsWith(QString(none) + " is not installed: it is no file"));
+        }
         QVERIFY(IInstallMgr::installPackage(package("A", "0.9")));
         QCOMPARE(installed(), QString("Core 1.00.000: A-1.00.000; VelmDev 0.00.001: A-0.09.000"));
         // Those of other names stay, and what is there already is not asked for again.
@@ -141,8 +136,7 @@ private slots:
         const bool isOthers = installed.startsWith("Core");
         const QByteArray journalFile = qgetenv("JOURNAL");
         qputenv("JOURNAL", installed == "Core changed" ? "doc/read.me" : journalFile);
-        offer({"main 1.0", isOthers ? "Core 1.0: A 1.0, B 1.0 !service=S" : "Core 1.0: B 1.0 !service=S"});
-        QVERIFY(IInstallMgr::installFromLocation(description(), false));
+        QVERIFY(install({"main 1.0", isOthers ? "Core 1.0: A 1.0, B 1.0 !service=S" : "Core 1.0: B 1.0 !service=S"}));
         qputenv("JOURNAL", journalFile);
         if (!isOthers)
             QVERIFY(IInstallMgr::installPackage(package("A", "1.0", installed.startsWith("build") ? installed : "")));
@@ -150,58 +144,32 @@ private slots:
         if (installed == "changed")
             writeFile(folder + "/doc/read.me", "changed");
         QFile::remove(m_root + "/journal");
-        if (offered == "repository") {
-            offer({"main 2.0", "Core 2.0: A 1.0 !build=2, B 1.0 !service=S"});
-            IInstallMgr::installFromLocation(description(), false);
-        } else {
+        if (offered == "repository")
+            install({"main 2.0", "Core 2.0: A 1.0 !build=2, B 1.0 !service=S"});
+        else
             IInstallMgr::installPackage(package("A", "1.0", offered));
-        }
         const cInstallOutcome outcome = IInstallMgr::lastOutcome();
         QVERIFY2(told(outcome).contains(said), qPrintable(told(outcome)));
         QVERIFY2(told(outcome).isEmpty() == said.isEmpty(), qPrintable(told(outcome)));
         QCOMPARE(outcome.isSuccess(), said.isEmpty() || outcome.result == cInstallOutcome::NothingToDo);
         QCOMPARE(changed(outcome), QString(isChanged ? "+A-1.00.000 -A-1.00.000" : ""));
         QCOMPARE(!QFile::exists(folder + "/settings.ini"), isChanged);
-        const QByteArray ran = Corvane::FileReadAll(m_root + "/journal", nullptr);
-        QCOMPARE(QString(ran.trimmed()).replace("\n", ", "), journal);
-        QCOMPARE(QDir(folder + "/..").entryList(QDir::AllEntries | QDir::NoDotAndDotDot).filter("unfinished").size(),
-                 0);
+        QCOMPARE(QString(readFile(m_root + "/journal").trimmed()).replace("\n", ", "), journal);
+        QVERIFY(QDir(folder + "/..").entryList({"unfinished*"}).isEmpty());
         QCOMPARE(IInstallMgr::verify().result, cVerifyOutcome::Sound);
-    }
-    void refusesAPackage_data()
-    {
-        const Rows<QString, QString, QString> row("fault", "file", "reason");
-        row("no file", "", "D-1.0.zip", "/D-1.0.zip is not installed: it is no file");
-        row("a folder", "", "", " is not installed: it is no file");
-        row("another ending", "", "A-1.0.rar", " is not installed: it is not named");
-        row("of another plugin", "other-name", "A-1.00.000.zip", "it is the manifest of Other-1.00.000, where A-1");
-        row("damaged", "damaged", "A-1.00.000.zip", "A-1.00.000.zip is refused: doc/read.me: ");
-    }
-    void refusesAPackage()
-    {
-        const auto [fault, file, reason] = cells<QString, QString, QString>("fault", "file", "reason");
-        const QString made = package("A", "1.0", fault);
-        if (!file.isEmpty() && !file.startsWith('D'))
-            QVERIFY(file == "A-1.00.000.zip" || QFile::rename(made, m_root + '/' + file));
-        QVERIFY(!IInstallMgr::installPackage(m_root + '/' + file));
-        QVERIFY2(told(IInstallMgr::lastOutcome()).contains(reason), qPrintable(told(IInstallMgr::lastOutcome())));
-        QCOMPARE(installed(), QString());
     }
 
 private:
-    QString description() const { return m_root + "/site/repository.xml"; }
-    void offer(const QStringList& words, const QString& folder = QString())
+    bool install(const QStringList& offered, bool isConsumed = false)
     {
-        const QString place = folder.isEmpty() ? m_root + "/site" : folder;
-        const QStringList arguments = QStringList{PACKAGES_PY, "repository", place} + words;
-        QCOMPARE(MachineProgram::execute("python3", arguments), 0);
+        makeRepository(m_root + "/site", offered);
+        return IInstallMgr::installFromLocation(m_root + "/site/repository.xml", isConsumed);
     }
     /// Makes a package and gives its path.
     QString package(const QString& name, const QString& version, const QString& fault = QString())
     {
         const QString path = QString("%1/%2-%3.zip").arg(m_root, name, cVersion(version).toString());
-        if (MachineProgram::execute("python3", {PACKAGES_PY, "package", path, name, version, fault}) != 0)
-            qFatal("packages.py failed");
+        makePackage(path, name, version, fault);
         return path;
     }
     /// What has come (+) and gone (-).

@@ -1,3 +1,4 @@
+#include "Packages.h"
 #include "Place.h"
 
 #include "install/cInstallMgr.h"
@@ -15,6 +16,7 @@
 
 #include <cstdio>
 
+static const char Data[] = "data/NorvaleTests/Fixture";
 static const char Site[] =
     "<s><repository config='release' status='release' platform='x64' update='main' content='./repo'/></s>";
 static const char Runtime[] = "<r name='main' version='2.0'><runtime version='1.0' name='setup'><source>s</source>"
@@ -31,7 +33,7 @@ struct State
 
 static State stateOf(const Place& place)
 {
-    return {place.plugins(), place.data(), place.trust(), place.settings()};
+    return {place.plugins(), place.tree(Data), place.tree("core/Trust"), place.settings()};
 }
 
 /// What tells @p is from @p wanted, path by path; empty when they are the same.
@@ -45,15 +47,9 @@ static QStringList differences(const Tree& is, const Tree& wanted)
     return texts;
 }
 
-/// The paths, those in folders only when they are to be @p deep.
-static QString listOf(const Tree& tree, bool deep)
+static QString namesIn(const QString& folder)
 {
-    QStringList paths;
-    for (const auto& entry : tree) {
-        if (deep || !entry.first.chopped(1).contains('/'))
-            paths << entry.first;
-    }
-    return paths.join(' ');
+    return QDir(folder).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot).join(' ');
 }
 
 /// An update or a runtime that is fetched and an update that is installed, by a child process which is killed before
@@ -70,26 +66,26 @@ private slots:
     {
         const Rows<bool, QString, QString, QString, QString, QString> row("isOverPending", "offered", "steps", "next",
                                                                           "plugins", "data");
-        const QString updated = "A-2.00.000/ B-1.00.000/ D-1.00.000/ features.last.xml features.xml files.json";
-        row("fetching an update", false, "update", "apply", "install,apply,install", updated, "Dropbox/");
-        row("fetching an update over another", true, "update", "apply", "install,apply,install", updated, "Dropbox/");
-        row("fetching an update over the network", false, "remote", "apply", "install,apply,install", updated,
-            "Dropbox/");
-        row("fetching a patch", false, "patch", "apply", "install,apply,install", updated, "Dropbox/");
-        row("fetching a signed update", false, "signed", "apply", "install,apply,install", updated, "Dropbox/");
-        row("fetching a signed update at first", false, "pinned", "apply", "install,apply,install", updated,
-            "Dropbox/");
-        row("fetching a runtime beside an update", true, "runtime", "apply", "apply",
-            "A-1.00.000/ B-1.00.000/ C-1.00.000/ features.last.xml features.xml files.json",
-            "Dropbox/ Dropbox/A-1.05.000.zip Dropbox/C-1.05.000.zip Dropbox/repository.xml setup");
+        const QString updated = "A-2.00.000 B-1.00.000 D-1.00.000 features.last.xml features.xml files.json";
+        const auto fetching = [&](const char* name, const QString& offered, bool isOverPending = false) {
+            row(name, isOverPending, offered, "apply", "install,apply,install", updated, "Dropbox: ");
+        };
+        fetching("fetching an update", "update");
+        fetching("fetching an update over another", "update", true);
+        fetching("fetching an update over the network", "remote");
+        fetching("fetching a patch", "patch");
+        fetching("fetching a signed update", "signed");
+        fetching("fetching a signed update at first", "pinned");
+        const QString before = "A-1.00.000 B-1.00.000 C-1.00.000 features.last.xml features.xml files.json";
+        row("fetching a runtime beside an update", true, "runtime", "apply", "apply", before,
+            "Dropbox setup: A-1.05.000.zip C-1.05.000.zip repository.xml");
         // The check reads the catalogue, and has its copy made if that was not possible before.
-        row("installing an update", false, "update", "install", "install,apply", updated, "Dropbox/");
+        row("installing an update", false, "update", "install", "install,apply", updated, "Dropbox: ");
         row("repairing a catalogue and plugins", false, "same", "repair", "repair",
-            "A-1.00.000/ B-1.00.000/ C-1.00.000/ features.damaged.xml features.last.xml features.xml files.json",
-            "Dropbox/");
+            QString(before).replace("features.last", "features.damaged.xml features.last"), "Dropbox: ");
         row("replacing a package of one's own", false, "rebuilt", "replace", "install,replace",
-            "A-1.00.000/ B-1.00.000/ C-1.00.000/ Z-1.00.000/ features.last.xml features.xml files.json", "Dropbox/");
-        row("uninstalling everything", false, "update", "uninstall", "uninstall", "", "Dropbox/");
+            QString(before).replace("features.last", "Z-1.00.000 features.last"), "Dropbox: ");
+        row("uninstalling everything", false, "update", "uninstall", "uninstall", "", "Dropbox: ");
     }
     void endsInTheNewState()
     {
@@ -114,8 +110,8 @@ private slots:
         m_fetched = fetchedBy(first);
         QCOMPARE(first.run(next), 0);
         m_end = stateOf(first);
-        QTEST(listOf(m_end.plugins, false), "plugins");
-        QTEST(listOf(m_end.data, true), "data");
+        QTEST(namesIn(first.path("core/plugins")), "plugins");
+        QTEST(namesIn(first.path(Data)) + ": " + namesIn(first.path(QString(Data) + "/Dropbox")), "data");
 
         QStringList jobs;
         for (int i = 1; i <= calls.size(); ++i) {
@@ -147,40 +143,40 @@ private:
     {
         QFETCH(bool, isOverPending);
         QFETCH(QString, offered);
-        const QString dropbox = "data/NorvaleTests/Fixture/Dropbox";
-        QVERIFY(
-            place.offer(dropbox, {"main 1.0", "Core 1.0: A 1.0 !silent, B 1.0 !silent", "More 1.0: C 1.0 !silent"}));
-        QVERIFY(place.write("site/site.xml", Site));
+        const QString site = place.path("site/repo"), own = place.path("own");
+        const QString dropbox = place.path(QString(Data) + "/Dropbox");
+        const QStringList first{"main 1.0", "Core 1.0: A 1.0 !silent, B 1.0 !silent", "More 1.0: C 1.0 !silent"};
+        makeRepository(dropbox, first);
+        writeFile(place.path("site/site.xml"), Site);
         if (offered == "remote") {
             if (!m_server)
                 m_server = std::make_unique<HttpSite>();
-            QVERIFY(place.write("url", m_server->url().toEncoded()));
+            writeFile(place.path("url"), m_server->url().toEncoded());
         }
         QCOMPARE(place.run("prepare,install"), 0);
         if (offered == "runtime") {
             const QByteArray setup(100000, 's');
             const QByteArray hash = QCryptographicHash::hash(setup, QCryptographicHash::Sha1).toHex();
-            QVERIFY(place.write("site/repo/s", setup));
-            QVERIFY(place.write("site/repo/repository.xml", QByteArray(Runtime).replace("HASH", hash)));
+            writeFile(site + "/s", setup);
+            writeFile(site + "/repository.xml", QByteArray(Runtime).replace("HASH", hash));
         } else if (offered == "rebuilt") {
-            QVERIFY(place.offer("own", {"main 1.0", "Core 1.0: Z 1.0 !silent"}));
+            makeRepository(own, {"main 1.0", "Core 1.0: Z 1.0 !silent"});
             QCOMPARE(place.run("replace"), 0);
-            QVERIFY(place.offer("own", {"main 1.0", "Core 1.0: Z 1.0 !silent !build=2"}));
+            makeRepository(own, {"main 1.0", "Core 1.0: Z 1.0 !silent !build=2"});
         } else if (offered == "same") {
-            QVERIFY(place.offer("site/repo",
-                                {"main 1.0", "Core 1.0: A 1.0 !silent, B 1.0 !silent", "More 1.0: C 1.0 !silent"}));
+            makeRepository(site, first);
             damage(place);
         } else {
             if (offered == "signed" || offered == "pinned") {
-                QVERIFY(place.offer("site/repo", {"main 1.0", "Core 1.0: A 1.0 !silent", "More 1.0: C 1.0 !silent"}));
+                makeRepository(site, first);
                 m_server = std::make_unique<HttpSite>();
-                sign(place, "new(); import os; read = lambda path: open(site.folder + '/' + path, 'rb').read()");
+                sign(place, "new()");
                 QVERIFY(place.run(offered == "signed" ? "pin,apply" : "pin") == 0);
             }
-            QVERIFY(place.offer("site/repo", {"main 2.0", "Core 2.0: A 2.0 !silent, B 1.0 !silent",
-                                              "More 2.0: D 1.0 !silent !needs=A; Core"}));
+            makeRepository(
+                site, {"main 2.0", "Core 2.0: A 2.0 !silent, B 1.0 !silent", "More 2.0: D 1.0 !silent !needs=A; Core"});
             if (offered == "patch")
-                QVERIFY(place.offerPatch("site/repo", "A"));
+                offerPatch(place);
             if (offered == "remote")
                 serve(place);
             else if (m_server)
@@ -189,33 +185,41 @@ private:
         if (steps == "install")
             QVERIFY2(place.run("apply") == 0, qPrintable(place.said()));
         if (isOverPending)
-            QVERIFY(place.offer(dropbox,
-                                {"main 1.5", "Core 1.5: A 1.5 !silent, B 1.0 !missing", "More 1.5: C 1.5 !silent"}));
+            makeRepository(dropbox, {"main 1.5", "Core 1.5: A 1.5 !silent, B 1.0 !missing", "More 1.5: C 1.5 !silent"});
         place.save();
         m_before = stateOf(place);
     }
-    /// Signs what the site has now, by other means than our own, after @p steps of tuf_site.py.
-    void sign(const Place& place, const QString& steps)
+    /// Adds a patch of the plugin A to what the site offers.
+    static void offerPatch(const Place& place)
     {
-        const QString paths = '"' + serve(place).join("\", \"") + '"';
-        QCOMPARE(m_server->forge(steps), QString());
-        QCOMPARE(m_server->forge("[target(path, read(path)) for path in [" + paths + "]]; release()"), QString());
-        QCOMPARE(m_server->forge("os.makedirs(site.folder + '/tuf', exist_ok=True)"), QString());
-        QCOMPARE(m_server->forge("[open(site.folder + path, 'wb').write(data) for path, data in files.items() if "
-                                 "path.startswith('/tuf/')]"),
-                 QString());
-        for (const QFileInfo& file : QDir(m_server->folder() + "/tuf").entryInfoList(QDir::Files))
-            QVERIFY(place.write("site/tuf/" + file.fileName(), Corvane::FileReadAll(file.filePath(), nullptr)));
+        const QString site = place.path("site/repo/");
+        const QStringList words{PATCHES_PY, "make", place.path("core/plugins/A-1.00.000"), site + "A-2.00.000.zip",
+                                site + "patch"};
+        QCOMPARE(MachineProgram::execute("python3", words), 0);
+        const QByteArray patch = readFile(site + "patch");
+        const QByteArray size = QByteArray::number(patch.size());
+        const QByteArray hash = QCryptographicHash::hash(patch, QCryptographicHash::Sha1).toHex();
+        QByteArray xml = readFile(site + "repository.xml");
+        xml.insert(xml.indexOf("</plugin>", xml.indexOf("<plugin name=\"A")),
+                   "<delta from='1.0' size='" + size + "' hash='" + hash + "'>patch</delta>");
+        writeFile(site + "repository.xml", xml);
     }
-    /// Has the server serve what the site has now. @return the paths.
-    QStringList serve(const Place& place) const
+    /// Signs what the site has now, by other means than our own, after @p steps of tuf_site.py.
+    void sign(const Place& place, const QString& steps) const
     {
-        QStringList paths;
-        for (const auto& [path, content] : place.site()) {
-            if (!path.endsWith('/') && !path.startsWith("tuf/") && m_server->write(path, content))
-                paths << path;
+        serve(place);
+        QCOMPARE(m_server->forge(steps), QString());
+        QCOMPARE(m_server->forge("tree(); release(); store()"), QString());
+        for (const QFileInfo& file : QDir(m_server->folder() + "/../tuf").entryInfoList(QDir::Files))
+            writeFile(place.path("site/tuf/" + file.fileName()), readFile(file.filePath()));
+    }
+    /// Has the server serve what the site has now.
+    void serve(const Place& place) const
+    {
+        for (const auto& [path, content] : place.tree("site")) {
+            if (!path.endsWith('/') && !path.startsWith("tuf/"))
+                QVERIFY(m_server->write(path, content));
         }
-        return paths;
     }
     /// The bytes that the last update of @p place has fetched, and those of packages and parts that lie there.
     static int fetchedBy(const Place& place)
@@ -225,16 +229,16 @@ private:
     static int bytesThere(const Place& place)
     {
         int bytes = 0;
-        for (const auto& [path, content] : place.data())
+        for (const auto& [path, content] : place.tree(Data))
             bytes += path.contains(".zip") && !path.endsWith(".origin") ? content.size() : 0;
         return bytes;
     }
     static void damage(const Place& place)
     {
-        QVERIFY(place.write("core/plugins/A-1.00.000/it.so", "cut short"));
-        QVERIFY(place.write("core/plugins/C-1.00.000/doc/read.me", QByteArray(80, 'x')));
-        QVERIFY(place.write("core/plugins/features.xml", "<repository version='1"));
-        QVERIFY(place.removeFolder("core/plugins/B-1.00.000"));
+        writeFile(place.path("core/plugins/A-1.00.000/it.so"), "cut short");
+        writeFile(place.path("core/plugins/C-1.00.000/doc/read.me"), QByteArray(80, 'x'));
+        writeFile(place.path("core/plugins/features.xml"), "<repository version='1");
+        QVERIFY(QDir(place.path("core/plugins/B-1.00.000")).removeRecursively());
     }
     void tryOut(const Place& place, const QString& steps, const QString& next, const QString& fault)
     {
@@ -257,7 +261,7 @@ private:
         if (steps == "apply" && !isWhole(&State::data, place, "Dropbox/repository.xml"))
             faults << "neither the old nor the new pending update is whole";
         place.age();
-        for (const auto& [path, content] : place.trust()) {
+        for (const auto& [path, content] : place.tree("core/Trust")) {
             if (!path.contains(QRegularExpression("\\.\\w{6}$")) && !isDocument(place, content))
                 faults << "no whole document of the site is " + path;
         }
@@ -266,10 +270,11 @@ private:
             faults << "what is done next fails: " + place.said();
         if (m_server && there + fetchedBy(place) > m_fetched)
             faults << QString("fetched %1 of %2 though there were %3").arg(fetchedBy(place)).arg(m_fetched).arg(there);
-        faults << differences(place.plugins(), m_end.plugins) << differences(place.data(), m_end.data)
-               << differences(place.trust(), m_end.trust);
-        if (place.settings() != m_end.settings)
-            faults << "in the end are the settings: " + place.settings() + "instead of: " + m_end.settings;
+        const State end = stateOf(place);
+        faults << differences(end.plugins, m_end.plugins) << differences(end.data, m_end.data)
+               << differences(end.trust, m_end.trust);
+        if (end.settings != m_end.settings)
+            faults << "in the end are the settings: " + end.settings + "instead of: " + m_end.settings;
         if (!faults.isEmpty())
             faults << "it said: " + said << "what is done next said: " + place.said();
         const QMutexLocker lock(&m_mutex);
@@ -299,7 +304,7 @@ private:
     bool isDocument(const Place& place, const QByteArray& content) const
     {
         const auto isIt = [&](const auto& file) { return file.second == content; };
-        const Tree site = place.site();
+        const Tree site = place.tree("site");
         return std::any_of(site.begin(), site.end(), isIt) ||
                std::any_of(m_before.trust.begin(), m_before.trust.end(), isIt);
     }
@@ -333,7 +338,7 @@ static int takeSteps(const QStringList& words)
     for (const QString& step : words.at(1).split(',')) {
         if (step == "prepare") {
             QSettings(QSettings::SystemScope, "Varkel", "Pelmora").setValue("InstallDir", folder + "/core");
-            const QUrl remote = QUrl::fromEncoded(Corvane::FileReadAll(folder + "/url", nullptr));
+            const QUrl remote = QUrl::fromEncoded(readFile(folder + "/url"));
             const QVariantMap site{{"url", remote.isEmpty() ? QUrl::fromLocalFile(folder + "/site") : remote}};
             QSettings().setValue("UpdateMgr/Locations/site", site);
         } else if (!cInstallMgr::instance()) {
@@ -341,8 +346,7 @@ static int takeSteps(const QStringList& words)
             cLogCentral::setDebuggerOutput(true);
         }
         if (step == "pin")
-            isDone = IConfigMgr::pinTrust(Corvane::FileReadAll(folder + "/site/tuf/1.root.json", nullptr), nullptr) &&
-                     isDone;
+            isDone = IConfigMgr::pinTrust(readFile(folder + "/site/tuf/1.root.json"), nullptr) && isDone;
         if (step == "install")
             isDone = IInstallMgr::installDropbox() && isDone;
         if (step == "replace")

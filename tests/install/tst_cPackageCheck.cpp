@@ -1,6 +1,8 @@
+#include "Packages.h"
+
 #include "install/cPackageCheck.h"
 
-#include <MachineProgram.h>
+#include <Files.h>
 #include <Platform.h>
 #include <Rows.h>
 #include <SettingsSandbox.h>
@@ -16,7 +18,6 @@ private slots:
         using Rule = cPackageFinding;
         const Rows<int, QString> row("rule", "text");
         row("right", None, "");
-        row("silent", None, "");
         row("descriptors", None, "");
         row("names", None, "");
         row("no-archive", Rule::Readable, "there is no end record");
@@ -81,9 +82,7 @@ private slots:
     }
     void holdsTheHash()
     {
-        QFile file(make("right"));
-        QVERIFY(file.open(QFile::ReadOnly));
-        const QByteArray bytes = file.readAll();
+        const QByteArray bytes = readFile(make("right"));
         cPackageCheck check;
         check.expectHash(QCryptographicHash::hash(bytes, QCryptographicHash::Sha1));
         QVERIFY(check.check(bytes));
@@ -97,9 +96,7 @@ private slots:
     void survivesAnyDamage()
     {
         // Each byte of the directory and of the local headers in turn; what is found is as it may be, but found fast.
-        QFile file(make("right"));
-        QVERIFY(file.open(QFile::ReadOnly));
-        const QByteArray bytes = file.readAll();
+        const QByteArray bytes = readFile(make("right"));
         cPackageCheck check;
         int refused = 0;
         for (int i = 0; i < bytes.size(); ++i) {
@@ -117,8 +114,7 @@ private:
     QString make(const QString& fault) const
     {
         const QString path = m_sandbox.path() + "/package.zip";
-        if (MachineProgram::execute("python3", {PACKAGES_PY, "package", path, "A", "1.2.3", fault}) != 0)
-            qFatal("packages.py failed");
+        makePackage(path, "A", "1.2.3", fault);
         return path;
     }
 

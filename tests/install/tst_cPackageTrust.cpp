@@ -1,6 +1,7 @@
+#include "Packages.h"
+
 #include <Files.h>
 #include <HttpSite.h>
-#include <MachineProgram.h>
 #include <Norvale/Corvane.h>
 #include <Norvale/IConfigMgr.h>
 #include <Norvale/IInstallMgr.h>
@@ -19,11 +20,6 @@ class tst_cPackageTrust : public QObject
     QString m_core = m_sandbox.path() + "/core";
 
     void forge(const QString& steps) { QCOMPARE(m_site.forge(steps), QString()); }
-
-    void offer(const QString& folder, const QStringList& words)
-    {
-        QCOMPARE(MachineProgram::execute("python3", QStringList{PACKAGES_PY, "repository", folder} + words), 0);
-    }
 
     /// The folder that a kind of install takes its description from.
     QString folderOf(const QString& how) const
@@ -58,27 +54,17 @@ class tst_cPackageTrust : public QObject
         for (const QString& folder : {m_core, m_sandbox.path() + "/medium", m_site.folder(), folderOf("dropbox")})
             QDir(folder).removeRecursively();
         const QString before = m_site.folder() + "/before";
-        offer(before, {"main 1.0", "Core 1.0: A 1.0 !silent"});
+        makeRepository(before, {"main 1.0", "Core 1.0: A 1.0 !silent"});
         QVERIFY(IInstallMgr::installFromLocation(before + "/repository.xml", false));
-        offer(before, {"main 1.0", "Core 1.0: A 2.0 !silent !build=1"});
+        makeRepository(before, {"main 1.0", "Core 1.0: A 2.0 !silent !build=1"});
         QVERIFY(!isReplaced || IInstallMgr::installPackage(before + "/A-2.00.000.zip"));
-        offer(m_site.folder(), {"main 2.0", "Core 2.0: A 2.0 !silent"});
-        forge("import os; new(); package = open(site.folder + '/A-2.00.000.zip', 'rb').read()");
+        makeRepository(m_site.folder(), {"main 2.0", "Core 2.0: A 2.0 !silent"});
+        forge("new(); package = open(site.folder + '/A-2.00.000.zip', 'rb').read()");
         forge(steps + "save('/tuf/1.root.json')");
         QString error;
         QVERIFY2(IConfigMgr::pinTrust(readFile(m_site.folder() + "/../1.root.json"), &error), qPrintable(error));
         QVERIFY(IConfigMgr::setUpdateLocations({m_site.url()}));
         IConfigMgr::checkForUpdates(); // the site has nothing but its metadata
-    }
-
-    /// Has the site's metadata on the medium.
-    void copyMetadata(const QString& to)
-    {
-        forge("os.makedirs(site.folder + '/tuf', exist_ok=True)");
-        forge(
-            "[open(site.folder + path, 'wb').write(data) for path, data in files.items() if path.startswith('/tuf/')]");
-        for (const QFileInfo& file : QDir(m_site.folder() + "/tuf").entryInfoList(QDir::Files))
-            writeFile(to + "/tuf/" + file.fileName(), readFile(file.filePath()));
     }
 
 private slots:
@@ -93,8 +79,8 @@ private slots:
 
     void installsWhatIsVouchedFor_data()
     {
-        // What the publisher does before a check, and after it; where the medium has the metadata that it brings along;
-        // what is installed; why it is not.
+        // What the publisher does before a check, and after it; where, from the description, the medium has the
+        // metadata that it brings along; what is installed; why it is not.
         const Rows<QString, QString, QString, QString, QString> row("before", "after", "metadata", "how", "refused");
         const QString known = "target('p/A-2.00.000.zip', package); release(); ";
         const QString notNamed = "no trusted metadata names it";
@@ -104,15 +90,16 @@ private slots:
         }
         row("another one of the name", "target('A-2.00.000.zip', b'x'); release(); ", "", "", "location",
             "bytes instead of 1");
-        row("metadata beside the description", "", known, "main", "location", "");
-        row("metadata of the site", "", known, ".", "location", "");
-        row("metadata beside a package", "", known, "main", "package", "");
-        row("metadata in Bootstrap", "", known, "main", "bootstrap", "");
+        row("metadata beside the description", "", known, "/tuf/", "location", "");
+        row("metadata of the site", "", known, "/../tuf/", "location", "");
+        row("metadata beside a package", "", known, "/tuf/", "package", "");
+        row("metadata in Bootstrap", "", known, "/tuf/", "bootstrap", "");
         const QString tuf = "tuf: timestamp.json is refused: ";
-        row("expired metadata", "", known + "timestamp.expires = PAST; publish()", ".", "location", tuf + "expired on");
-        row("older metadata", "publish(); ", "timestamp.version = 2; put(timestamp)", ".", "location",
+        row("expired metadata", "", known + "timestamp.expires = PAST; publish()", "/../tuf/", "location",
+            tuf + "expired on");
+        row("older metadata", "publish(); ", "timestamp.version = 2; put(timestamp)", "/../tuf/", "location",
             tuf + "version 2 is older than what was seen, 3");
-        row("a stranger's metadata", "", known + "timestamp.by = [key('x')]; publish()", ".", "location",
+        row("a stranger's metadata", "", known + "timestamp.by = [key('x')]; publish()", "/../tuf/", "location",
             tuf + "signed by 0 of 1 key");
         row("unsigned, as asked for", "", "", "", "unsigned", "");
         row("unsigned package, as asked for", "", "", "", "unsigned package", "");
@@ -123,9 +110,12 @@ private slots:
         const auto [how, refused] = cells<QString, QString>("how", "refused");
         begin(before, how == "replace");
         forge(after.isEmpty() ? "pass" : after);
-        offer(folderOf(how), {"main 2.0", "Core 2.0: A 2.0 !silent"});
-        if (!metadata.isEmpty())
-            copyMetadata(QDir::cleanPath(folderOf(how) + (metadata == "main" ? "" : "/..")));
+        makeRepository(folderOf(how), {"main 2.0", "Core 2.0: A 2.0 !silent"});
+        forge("store()");
+        for (const QFileInfo& file : QDir(m_site.folder() + "/../tuf").entryInfoList(QDir::Files)) {
+            if (!metadata.isEmpty())
+                writeFile(folderOf(how) + metadata + file.fileName(), readFile(file.filePath()));
+        }
         const int logged = cLogCentral::history().size();
         install(how);
         const cInstallOutcome outcome = IInstallMgr::lastOutcome();
@@ -151,7 +141,7 @@ private slots:
     {
         const auto [before, said] = cells<QString, QString>("before", "said");
         begin(before, false);
-        offer(folderOf("bootstrap"), {"main 1.0", "Core 1.0: A 1.0 !silent"});
+        makeRepository(folderOf("bootstrap"), {"main 1.0", "Core 1.0: A 1.0 !silent"});
         QVERIFY(QFile::remove(m_core + "/plugins/A-1.00.000/Manifest.xml"));
         const cRepairOutcome outcome = IInstallMgr::repair();
         QCOMPARE(outcome.repaired.size(), said.isEmpty() ? 1 : 0);

@@ -18,6 +18,7 @@ In a line stand the roles root, timestamp, snapshot, targets and, by name, roles
     mark(), heal()        what the publisher has; publishes that again, above whatever anybody has seen
     files, faults         what is served, and how (http_site.py), by path; a fault of None is none
     save(PATH)            writes what is served there, beside the folder of the server
+    store()               writes all metadata there, into the folder "tuf"
     key(NAME, TYPE)       a key; the same at each call
 """
 
@@ -26,6 +27,7 @@ import datetime
 import hashlib
 import json
 import os
+import shutil
 import urllib.parse
 
 from cryptography.hazmat.primitives import hashes, serialization
@@ -137,7 +139,7 @@ class Site:
     def __init__(self, server):
         self.folder, self.files, self.faults = server.folder, server.made, server.faults
         self.names = {name: getattr(self, name) for name in
-                      "new publish release put link target delegate rotate mark heal save tree tamper".split()}
+                      "new publish release put link target delegate rotate mark heal save store tree tamper".split()}
         self.names.update(files=self.files, faults=self.faults, key=key, PAST=PAST, FUTURE=FUTURE, site=self,
                           days=days, describe=describe, canonical=canonical, json=json, copy=copy, hashlib=hashlib, hashes=hashes)
 
@@ -261,6 +263,13 @@ class Site:
     def save(self, path):
         with open(self.folder + "/../" + path.rpartition("/")[2], "wb") as file:
             file.write(self.files[path])
+
+    def store(self):
+        shutil.rmtree(self.folder + "/../tuf", ignore_errors=True)
+        os.makedirs(self.folder + "/../tuf")
+        for path in (path for path in self.files if path.startswith("/tuf/")):
+            with open(self.folder + "/.." + path, "wb") as file:
+                file.write(self.files[path])
 
     def mark(self):
         self.marked = copy.deepcopy((self.roles, dict(self.files)))
