@@ -90,6 +90,20 @@ public:
         return runToEnd(VCORE_PROGRAM, arguments, variables, folder);
     }
 
+    /// Runs VCore, which ends with @p code, and says all of @p said.
+    void expect(const QString& line, ExitCode code, const QStringList& said = {}) const
+    {
+        expect(wordsOf(line), code, said);
+    }
+    void expect(const QStringList& arguments, ExitCode code, const QStringList& said = {}) const
+    {
+        const Ended ended = run(arguments);
+        const QString all = ended.output + ended.reasons;
+        for (const QString& text : said)
+            QVERIFY2(all.contains(text), qPrintable(all));
+        QCOMPARE(ended.code, int(code));
+    }
+
     /// Starts the host of the fixture, with an empty journal, for Platform::interrupt().
     void startInterruptible()
     {

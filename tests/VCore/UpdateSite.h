@@ -30,7 +30,7 @@ protected:
         QDir(dropbox()).removeRecursively();
         m_fixture.setMachineValue("ConfigMgr/RepositoryName", "main");
         m_fixture.setMachineValue("ConfigMgr/RepositoryVersion", "1.00.000");
-        QCOMPARE(m_fixture.run({"--update-sites", m_site.url().toString()}).code, 0);
+        m_fixture.expect({"--update-sites", m_site.url().toString()}, ExitCode::Ok);
     }
 
     QString inSuite(const QString& path) const { return m_suite + '/' + path; }
@@ -83,10 +83,8 @@ private:
     static QByteArray package(const QString& name, const QString& version, int size)
     {
         const QTemporaryDir folder;
-        QByteArray noise;
-        QRandomGenerator generator(1);
-        while (noise.size() < size)
-            noise += char(generator.generate());
+        QByteArray noise(size, ' ');
+        QRandomGenerator(1).fillRange(reinterpret_cast<quint32*>(noise.data()), size / 4);
         const QString manifest = "<m><plugin name='%1' version='%2' runtime_api_version='13'/></m>";
         writeFile(folder.filePath("Manifest.xml"), manifest.arg(name, version).toUtf8());
         writeFile(folder.filePath("fill"), noise);

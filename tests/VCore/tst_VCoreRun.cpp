@@ -31,7 +31,6 @@ private slots:
         row("log in no folder", "--log /no/such/folder/x", ExitCode::FileFailed, "/no/such/folder/x", built);
         row("trace in no folder", "--start-only --trace /no/such/folder/y", ExitCode::FileFailed, "/no/such/folder/y",
             built);
-        row("no core", "", ExitCode::NoCore, "\"Core\" is not installed", m_fixture.makeSuite("Other", {{"A", ""}}));
         row("other interface", "", ExitCode::StartFailed, "12",
             m_fixture.makeSuite("Core", {{"A", "<m><plugin runtime_api_version='12'/></m>"}}));
         row("circle", "", ExitCode::Fatal, "Cannot start under this circumstances.",
@@ -71,7 +70,19 @@ private slots:
                  QStringList({"stop the suite", "stop Later", "stop Base"}));
     }
 
-    void listsWhatIsInstalled();
+    void listsWhatIsInstalled()
+    {
+        const QString json = m_fixture.run("--list --json").output;
+        for (const char* part :
+             {R"("running":false)", R"("name":"Core","plugins":["Base-1.00.000")",
+              R"("autoload":false,"category":"ui","dependencies":["Base"],"failed":false,"folder":)",
+              R"("name":"Later","order":2,"reason":"","services":["Later"],"state":"ordered","version":"2.01.000")"})
+            QVERIFY2(json.contains(part), qPrintable(json));
+        const QString table = m_fixture.run("--list").output;
+        for (const char* line : {"Later +2\\.01\\.000 +ui +no +ordered +Base +Later +-",
+                                 "Base +1\\.00\\.000 +- +yes +ordered +- +Text +-"})
+            QVERIFY2(table.contains(QRegularExpression(QString("\n%1\n").arg(line))), qPrintable(table));
+    }
 
     void endsAfterSignals_data()
     {
@@ -110,7 +121,7 @@ private slots:
         QProcess terminal;
         if (!Platform::startOnTerminal(terminal, VCORE_PROGRAM, {"--run"}))
             QSKIP("a terminal is needed");
-        QCOMPARE(m_fixture.run("--wait --call VCore quit").code, 0);
+        m_fixture.expect("--wait --call VCore quit", ExitCode::Ok);
         QCOMPARE(exitCodeOf(terminal), 0);
         const QString drawn =
             Platform::drawnText(terminal.readAllStandardOutput()).remove(QRegularExpression("[\r\n]"));
@@ -142,30 +153,21 @@ private slots:
     void onlyADeadHostGivesWay()
     {
         QVERIFY(m_fixture.serve());
-        const Ended second = m_fixture.run("");
-        QCOMPARE(second.code, int(ExitCode::HostRunning));
-        QVERIFY2(second.reasons.contains(QString::number(m_fixture.host().processId())), qPrintable(second.reasons));
+        m_fixture.expect("", ExitCode::HostRunning, {QString::number(m_fixture.host().processId())});
         m_fixture.host().kill();
         QCOMPARE(exitCodeOf(m_fixture.host()), -1);
-        QCOMPARE(m_fixture.run("--send {}").code, int(ExitCode::NoHost));
+        m_fixture.expect("--send {}", ExitCode::NoHost);
         QVERIFY(m_fixture.serve());
-        QCOMPARE(m_fixture.run("--call VCore quit").code, 0);
-        QCOMPARE(exitCodeOf(m_fixture.host()), 0);
+        QCOMPARE(m_fixture.quit(), 0);
+        // One that was killed before it had written who it is leaves an empty lock.
+        writeFile(cHostAddress::ofInstallation(VCORE_TEST_SUITE).lockPath(), "");
+        QVERIFY(m_fixture.serve());
+        QCOMPARE(m_fixture.quit(), 0);
 
         const QString suite(VCORE_TEST_SUITE);
         QCOMPARE(cHostAddress::ofInstallation(suite).lockPath() ==
                      cHostAddress::ofInstallation(suite.toUpper()).lockPath(),
                  !Platform::hasUnixFiles());
-    }
-
-    // Its holder was killed before it had written who it is.
-    void takesAnEmptyLockOver()
-    {
-        QFile lock(cHostAddress::ofInstallation(VCORE_TEST_SUITE).lockPath());
-        QVERIFY(lock.open(QIODevice::WriteOnly));
-        lock.close();
-        QVERIFY(m_fixture.serve());
-        QCOMPARE(m_fixture.quit(), 0);
     }
 
     void answersAClientThatWaitedForIt()
@@ -179,20 +181,6 @@ private slots:
         QCOMPARE(m_fixture.quit(), 0);
     }
 };
-
-void tst_VCoreRun::listsWhatIsInstalled()
-{
-    const QString json = m_fixture.run("--list --json").output;
-    for (const char* part :
-         {R"("running":false)", R"("name":"Core","plugins":["Base-1.00.000")",
-          R"("autoload":false,"category":"ui","dependencies":["Base"],"failed":false,"folder":")",
-          R"("name":"Later","order":2,"reason":"","services":["Later"],"state":"ordered","version":"2.01.000")"})
-        QVERIFY2(json.contains(part), qPrintable(json));
-    const QString table = m_fixture.run("--list").output;
-    for (const char* line :
-         {"Later +2\\.01\\.000 +ui +no +ordered +Base +Later +-", "Base +1\\.00\\.000 +- +yes +ordered +- +Text +-"})
-        QVERIFY2(table.contains(QRegularExpression(QString("\n%1\n").arg(line))), qPrintable(table));
-}
 
 QTEST_GUILESS_MAIN(tst_VCoreRun)
 #include "tst_VCoreRun.moc"

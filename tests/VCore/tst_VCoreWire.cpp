@@ -60,14 +60,10 @@ private slots:
         row("JSON value", "--json --call Text member {\"member\":{\"n\":1.5}}", Ok, "{\"n\":1.5}\n");
         row("a type of Qt", "--call Text host http://example.org/x", Ok, "example.org\n");
         row("ten arguments", "--call Text ten 1 2 3 4 5 6 7 8 9 10", Ok, "[\"45\",\"10\"]\n");
-        row("unknown service", "--call Nobody x", Failed,
-            "there is no service \"Nobody\": no installed plugin declares it; registered: ");
-        row("unknown method", "--call Text lower x", Failed, "no method \"lower\"; it has name(), upper(QString)");
         row("method that throws", "--call Text fail", Failed,
             "The service \"Text\" threw an exception: out of ink in \"fail\"");
         row("signals are no methods", "--call Text changed", Failed, "no method \"changed\"");
         row("QObject's own are no methods", "--call Text deleteLater", Failed, "no method \"deleteLater\"");
-        row("too few arguments", "--call Text upper", Failed, "fit none of: upper(QString)");
         row("not a number", "--call Text add four", Failed, "fit none of: add(int,int), add(int)");
         row("out of range", "--call Text add 2147483648", Failed, "fit none of");
         row("half a number", "--json --call Text add 1.5", Failed, "fit none of");
