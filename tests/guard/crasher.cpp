@@ -1,9 +1,7 @@
 // The library of a plugin that crashes, in each of the ways there are.
-#include <QtCore/QtGlobal>
+#include "Break.h"
 
-#include <cstdlib>
 #include <cstring>
-#include <stdexcept>
 
 /// Not memset(), where a sanitizer would look.
 static void overwrite(volatile char* from, int count)
@@ -32,12 +30,7 @@ extern "C" Q_DECL_EXPORT void crashHere(const char* way)
         __builtin_trap();
     if (is("overflow"))
         crashHereDeep(0);
-    if (is("abort"))
-        std::abort();
-    if (is("fatal"))
-        qFatal("out of ink");
-    if (is("throw"))
-        throw std::runtime_error("out of paper");
+    breakDown(way);
     if (is("smash")) {
         char here[16];
         overwrite(here, 1024);
