@@ -20,12 +20,7 @@ extern "C" Q_DECL_EXPORT const char* __asan_default_options()
     return "allocator_may_return_null=1";
 }
 
-namespace {
-
-constexpr qint64 Second = 1000;
-constexpr qint64 Total = 10 * 1000 * 1000;
-
-} // namespace
+static constexpr qint64 Total = 10 * 1000 * 1000;
 
 class tst_ProgramParts : public QObject
 {
@@ -63,8 +58,8 @@ private slots:
         const QString label =
             QByteArray(QTest::currentDataTag()).contains("long") ? "norvale-suite-beta-12.34.567" : "Suite";
         cProgressLine line;
-        line.update(label, doneAtOneSecond, total, Second);
-        line.update(label, done, total, 2 * Second);
+        line.update(label, doneAtOneSecond, total, 1000);
+        line.update(label, done, total, 2000);
         QTEST(line.bar(columns), "bar");
         QVERIFY(line.bar(columns).size() < columns);
     }
@@ -158,8 +153,5 @@ static int isStopped(const QStringList&)
     return 0;
 }
 
-int main(int argc, char** argv)
-{
-    return runTestOrChild<tst_ProgramParts>(argc, argv, isStopped);
-}
+TEST_OR_CHILD_MAIN(tst_ProgramParts, isStopped)
 #include "tst_ProgramParts.moc"

@@ -320,9 +320,5 @@ static int judge(const QStringList&)
     return ended.output == "true\n" ? 1 : 0;
 }
 
-int main(int argc, char** argv)
-{
-    return runTestOrChild<tst_VCoreGuard>(argc, argv, judge);
-}
-
+TEST_OR_CHILD_MAIN(tst_VCoreGuard, judge)
 #include "tst_VCoreGuard.moc"

@@ -18,8 +18,6 @@ private slots:
     {
         const Rows<QString, ExitCode, QString, QString> row("words", "code", "said", "suite");
         const QString built = VCORE_TEST_SUITE;
-        row("help", "--help", ExitCode::Ok, "Exit codes:", built);
-        row("version", "--version", ExitCode::Ok, "VCore ", built);
         row("colour that is none", "--color red", ExitCode::Usage, "\"red\" is none of auto, always, never", built);
         row("with colours", "--color always --list", ExitCode::Ok, "\x1b[1mPlugins\x1b[0m", built);
         row("stray word", "nonsense", ExitCode::Usage, "\"nonsense\" is not understood\n", built);

@@ -148,9 +148,5 @@ static int crashAs(const QStringList& given)
     return 98;
 }
 
-int main(int argc, char** argv)
-{
-    return runTestOrChild<tst_CrashHandler>(argc, argv, crashAs);
-}
-
+TEST_OR_CHILD_MAIN(tst_CrashHandler, crashAs)
 #include "tst_CrashHandler.moc"

@@ -56,7 +56,6 @@ private slots:
         row("another plugin", {start, "B start D, D start segv; start", start, "; last"},
             {nothing, "B start unknown 1", "D start unknown 1", "B start unknown 1"});
         row("back from a plugin inside", {"B start D, B start segv; start", "; last"}, {nothing, "B start unknown 1"});
-        row("killed while idle", {"; start, idle", "; start, idle", "; last"}, {nothing, nothing, nothing});
         row("not stopped", {"; start", "; last"}, {nothing, nothing});
         row("switched off", {"B start segv; off, start", start, "; off, start", "; last"},
             {nothing, nothing, nothing, "B start unknown 1"});
@@ -68,7 +67,7 @@ private slots:
         QStringList answers, loggedWrongly;
         for (const QString& run : runs) {
             const Ended ended = take(run);
-            answers.append(run.endsWith("idle") ? "nothing" : last(ended));
+            answers.append(last(ended));
             const bool isToLog = answers.last() != "nothing" && run.contains("start") && !run.contains("off");
             if (ended.reasons.contains("the last run ended") != isToLog)
                 loggedWrongly.append(run);
@@ -158,14 +157,15 @@ private slots:
     void leavesOthersAlone()
     {
         QProcess guarding;
-        begin(guarding, "B start hang; start");
+        qputenv("FAULTS", "B start hang");
+        Platform::start(guarding, QCoreApplication::applicationFilePath(), {"child", "start"});
         QTRY_VERIFY(readFile(m_file).contains("B-1.00.000"));
         QCOMPARE(last(take("; last")), QString("nothing"));
         const Ended other = take("; start, stop");
         QCOMPARE(last(other), QString("nothing"));
         QVERIFY(other.reasons.contains("another process has it"));
         guarding.kill();
-        end(guarding);
+        QCOMPARE(exitCodeOf(guarding), -1);
         QCOMPARE(last(take("; last")), QString("B start unknown 1"));
     }
 
@@ -186,35 +186,15 @@ private slots:
     }
 
 private:
-    /// "FAULTS; STEPS" of a child, which takes the steps as runChild() says.
-    void begin(QProcess& process, const QString& run) const
-    {
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert("FAULTS", run.section("; ", 0, 0));
-        environment.insert("LOG", m_sandbox.path() + QString("/log-%1").arg(quintptr(&process)));
-        QFile::remove(environment.value("LOG"));
-        process.setProcessEnvironment(environment);
-        Platform::start(process, QCoreApplication::applicationFilePath(), {"child", run.section("; ", 1)});
-    }
-
-    /// The reasons are the log.
-    Ended end(QProcess& process) const
-    {
-        const int code = exitCodeOf(process);
-        const QByteArray log = readFile(process.processEnvironment().value("LOG"));
-        return {code, Platform::consoleText(process.readAllStandardOutput()), QString::fromUtf8(log)};
-    }
-
+    /// "FAULTS; STEPS" of a child, which takes the steps as runChild() says. The reasons are the log.
     Ended take(const QString& run) const
     {
-        QProcess process;
-        begin(process, run);
-        if (run.endsWith("idle")) {
-            while (!process.readAllStandardOutput().contains("idle"))
-                process.waitForReadyRead();
-            process.kill();
-        }
-        return end(process);
+        const QString log = m_sandbox.path() + "/log";
+        QFile::remove(log);
+        Ended ended = runToEnd(QCoreApplication::applicationFilePath(), {"child", run.section("; ", 1)},
+                               {{"FAULTS", run.section("; ", 0, 0)}, {"LOG", log}});
+        ended.reasons = QString::fromUtf8(readFile(log));
+        return ended;
     }
 
     static QString last(const Ended& run) { return run.output.section('\n', 0, 0).trimmed(); }
@@ -270,18 +250,10 @@ static int runChild(const QStringList& words)
             manager.StopNormal();
         else if (step == "call")
             static_cast<IServiceMgr&>(services).invoke("faulty", "call");
-        else if (step == "idle")
-            say("idle");
-        while (step == "idle")
-            QThread::msleep(100);
     }
     cLogCentral::setLogFile(QString());
     std::_Exit(0); // as a process that ends without having stopped its suite
 }
 
-int main(int argc, char** argv)
-{
-    return runTestOrChild<tst_cGuard>(argc, argv, runChild);
-}
-
+TEST_OR_CHILD_MAIN(tst_cGuard, runChild)
 #include "tst_cGuard.moc"

@@ -34,17 +34,21 @@ int Place::run(const QString& steps, const QString& faults) const
     return child.exitStatus() == QProcess::CrashExit ? -1 : child.exitCode();
 }
 
-Tree Place::plugins() const
+Tree Place::state() const
 {
-    Tree tree = this->tree("core/plugins");
-    const auto entry = tree.find("files.json");
+    Tree state{{"settings", MovedState::machineSettings(m_folder).replace(m_folder.toUtf8(), "FOLDER")}};
+    for (const auto& [name, content] : treeOf(m_folder)) {
+        if (name.startsWith("core/") || name.startsWith("data/"))
+            state[name] = content;
+    }
+    const auto entry = state.find("core/plugins/files.json");
     cFileRecord record;
-    if (entry == tree.end() || !record.fromBytes(entry->second))
-        return tree;
+    if (entry == state.end() || !record.fromBytes(entry->second))
+        return state;
     // Of what is installed, and without the times; what has been replaced may stay in it or not.
     cFeatureCatalogue installed;
     cFileRecord shown;
-    (void)cCatalogueReader(installed).read(tree["features.xml"]);
+    (void)cCatalogueReader(installed).read(state["core/plugins/features.xml"]);
     for (const cPluginId& id : pluginsOf(installed.features())) {
         cFileRecord::Files files = record.files(id);
         for (cRecordedFile& file : files)
@@ -52,7 +56,7 @@ Tree Place::plugins() const
         shown.set(id, files);
     }
     entry->second = shown.toBytes();
-    return tree;
+    return state;
 }
 
 QStringList Place::unrecorded() const
@@ -70,11 +74,6 @@ QStringList Place::unrecorded() const
             faults << id.toString() + '/' + name + ' ' + files[name].difference(plugins + id.toString() + '/' + name);
     }
     return faults.filter(QRegularExpression(" .")); // those that differ in something
-}
-
-QByteArray Place::settings() const
-{
-    return MovedState::machineSettings(m_folder).replace(m_folder.toUtf8(), "FOLDER");
 }
 
 void Place::age() const

@@ -19,10 +19,9 @@ public:
     QString said() const { return QString(readFile(m_folder + ".log")); }
     QList<QByteArray> report() const { return readFile(m_folder + ".report").trimmed().split('\n'); }
 
-    Tree tree(const QString& name) const { return treeOf(path(name)); }
-    /// That of the plugins, with a record of files that is the same whenever the same is installed.
-    Tree plugins() const;
-    QByteArray settings() const;
+    /// What counts on the disk: the installation, with a record of files that is the same whenever the same is
+    /// installed, what is pending, and the machine-wide settings.
+    Tree state() const;
 
     /// The files of installed plugins that are not as the record of files says, with what is wrong.
     QStringList unrecorded() const;

@@ -22,26 +22,12 @@ static const char Site[] =
 static const char Runtime[] = "<r name='main' version='2.0'><runtime version='1.0' name='setup'><source>s</source>"
                               "<hash>HASH</hash></runtime></r>";
 
-/// What lies on the disk at one time.
-struct State
-{
-    Tree plugins;
-    Tree data;
-    Tree trust;
-    QByteArray settings;
-};
-
-static State stateOf(const Place& place)
-{
-    return {place.plugins(), place.tree(Data), place.tree("core/Trust"), place.settings()};
-}
-
 /// What tells @p is from @p wanted, path by path; empty when they are the same.
 static QStringList differences(const Tree& is, const Tree& wanted)
 {
     QStringList texts;
     for (const auto& [path, content] : without(is, wanted))
-        texts << QString("in the end is left: %1 (%2 bytes)").arg(path).arg(content.size());
+        texts << QString("in the end is left: %1 (%2 bytes): ").arg(path).arg(content.size()) + content.left(200);
     for (const auto& entry : without(wanted, is))
         texts << "in the end is missing: " + entry.first;
     return texts;
@@ -106,10 +92,10 @@ private slots:
         QVERIFY2(first.run(steps, "count") == 0, qPrintable(first.said()));
         const QList<QByteArray> calls = first.report();
         QVERIFY(calls.size() > 4);
-        m_done = stateOf(first);
+        m_done = first.state();
         m_fetched = fetchedBy(first);
         QCOMPARE(first.run(next), 0);
-        m_end = stateOf(first);
+        m_end = first.state();
         QTEST(namesIn(first.path("core/plugins")), "plugins");
         QTEST(namesIn(first.path(Data)) + ": " + namesIn(first.path(QString(Data) + "/Dropbox")), "data");
 
@@ -187,7 +173,7 @@ private:
         if (isOverPending)
             makeRepository(dropbox, {"main 1.5", "Core 1.5: A 1.5 !silent, B 1.0 !missing", "More 1.5: C 1.5 !silent"});
         place.save();
-        m_before = stateOf(place);
+        m_before = place.state();
     }
     /// Adds a patch of the plugin A to what the site offers.
     static void offerPatch(const Place& place)
@@ -216,7 +202,7 @@ private:
     /// Has the server serve what the site has now.
     void serve(const Place& place) const
     {
-        for (const auto& [path, content] : place.tree("site")) {
+        for (const auto& [path, content] : treeOf(place.path("site"))) {
             if (!path.endsWith('/') && !path.startsWith("tuf/"))
                 QVERIFY(m_server->write(path, content));
         }
@@ -229,7 +215,7 @@ private:
     static int bytesThere(const Place& place)
     {
         int bytes = 0;
-        for (const auto& [path, content] : place.tree(Data))
+        for (const auto& [path, content] : place.state())
             bytes += path.contains(".zip") && !path.endsWith(".origin") ? content.size() : 0;
         return bytes;
     }
@@ -254,14 +240,14 @@ private:
         if (code == 1 && !said.contains(causeOf(fault), Qt::CaseInsensitive) &&
             !said.contains("its lock cannot be written"))
             faults << "failed and did not say why";
-        if (steps != "uninstall" && !isWhole(&State::plugins, place, "features.xml"))
+        if (steps != "uninstall" && !isWhole(place, "core/plugins/", "features.xml"))
             faults << "neither the old nor the new set is whole";
         if (steps == "install")
             faults << place.unrecorded();
-        if (steps == "apply" && !isWhole(&State::data, place, "Dropbox/repository.xml"))
+        if (steps == "apply" && !isWhole(place, "data/", "NorvaleTests/Fixture/Dropbox/repository.xml"))
             faults << "neither the old nor the new pending update is whole";
         place.age();
-        for (const auto& [path, content] : place.tree("core/Trust")) {
+        for (const auto& [path, content] : treeOf(place.path("core/Trust"))) {
             if (!path.contains(QRegularExpression("\\.\\w{6}$")) && !isDocument(place, content))
                 faults << "no whole document of the site is " + path;
         }
@@ -270,43 +256,43 @@ private:
             faults << "what is done next fails: " + place.said();
         if (m_server && there + fetchedBy(place) > m_fetched)
             faults << QString("fetched %1 of %2 though there were %3").arg(fetchedBy(place)).arg(m_fetched).arg(there);
-        const State end = stateOf(place);
-        faults << differences(end.plugins, m_end.plugins) << differences(end.data, m_end.data)
-               << differences(end.trust, m_end.trust);
-        if (end.settings != m_end.settings)
-            faults << "in the end are the settings: " + end.settings + "instead of: " + m_end.settings;
+        faults << differences(place.state(), m_end);
         if (!faults.isEmpty())
             faults << "it said: " + said << "what is done next said: " + place.said();
         const QMutexLocker lock(&m_mutex);
         for (const QString& text : qAsConst(faults))
             m_faults << fault + ": " + text;
     }
-    /// All that was there before, or will be when no fault occurs, is there; the file @p mark tells which.
-    bool isWhole(Tree State::*part, const Place& place, const QString& mark) const
+    /// All that was there before in the folder @p part, or will be when no fault occurs, is there; the file @p mark in
+    /// it tells which.
+    bool isWhole(const Place& place, const QString& part, const QString& mark) const
     {
-        Tree tree = stateOf(place).*part;
-        for (const auto& [path, content] : stateOf(place).plugins) { // moved away, as long as nothing is in its place
-            if (path.startsWith("unfinished.replaced/"))
-                tree.insert({path.mid(path.indexOf('/') + 1), content});
+        Tree tree = place.state();
+        const QString plugins = "core/plugins/", aside = plugins + "unfinished.replaced/";
+        for (const auto& [path, content] : Tree(tree)) { // moved away, as long as nothing is in its place
+            if (path.startsWith(aside))
+                tree.insert({plugins + path.mid(aside.size()), content});
         }
         const auto isThere = [&](const Tree& set) {
-            Tree missing = without(set, tree);
-            missing.erase("features.last.xml"); // may be one version behind
-            missing.erase("files.json");        // and that one ahead
-            return tree.count(mark) == set.count(mark) && missing.empty();
+            bool isIt = tree.count(part + mark) == set.count(part + mark);
+            for (const auto& entry : without(set, tree)) {
+                const QString path = entry.first; // the copy may be one version behind, and the record one ahead
+                isIt = isIt && (!path.startsWith(part) || path == plugins + "features.last.xml" ||
+                                path == plugins + "files.json");
+            }
+            return isIt;
         };
         // A repair leaves everything as it is that is not at fault.
-        if (part == &State::plugins && !m_before.plugins.count("B-1.00.000/"))
-            return without(without(m_before.plugins, without(m_before.plugins, m_done.plugins)), tree).empty();
-        return isThere(m_before.*part) || isThere(m_done.*part);
+        if (part == plugins && !m_before.count(plugins + "B-1.00.000/"))
+            return without(without(m_before, without(m_before, m_done)), tree).empty();
+        return isThere(m_before) || isThere(m_done);
     }
 
     bool isDocument(const Place& place, const QByteArray& content) const
     {
         const auto isIt = [&](const auto& file) { return file.second == content; };
-        const Tree site = place.tree("site");
-        return std::any_of(site.begin(), site.end(), isIt) ||
-               std::any_of(m_before.trust.begin(), m_before.trust.end(), isIt);
+        const Tree site = treeOf(place.path("site"));
+        return std::any_of(site.begin(), site.end(), isIt) || std::any_of(m_before.begin(), m_before.end(), isIt);
     }
 
     /// What a failure has to say. On Windows the words of some calls are the system's, in its language.
@@ -321,9 +307,9 @@ private:
 
     std::unique_ptr<HttpSite> m_server; // of rows that need one
     int m_fetched = 0;                  // bytes, where nothing goes wrong
-    State m_before;
-    State m_done;
-    State m_end;
+    Tree m_before;
+    Tree m_done;
+    Tree m_end;
     QMutex m_mutex;
     QStringList m_faults;
 };
@@ -368,9 +354,5 @@ static int takeSteps(const QStringList& words)
     return isDone ? 0 : 1;
 }
 
-int main(int argc, char** argv)
-{
-    return runTestOrChild<tst_Killed>(argc, argv, takeSteps);
-}
-
+TEST_OR_CHILD_MAIN(tst_Killed, takeSteps)
 #include "tst_Killed.moc"

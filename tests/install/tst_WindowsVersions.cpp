@@ -51,9 +51,5 @@ static int tellVersions(const QStringList&)
     return 0;
 }
 
-int main(int argc, char** argv)
-{
-    return runTestOrChild<tst_WindowsVersions>(argc, argv, tellVersions);
-}
-
+TEST_OR_CHILD_MAIN(tst_WindowsVersions, tellVersions)
 #include "tst_WindowsVersions.moc"

@@ -39,8 +39,7 @@ private slots:
     }
     void evaluates()
     {
-        QFETCH(QString, condition);
-        QFETCH(QString, error);
+        const auto [condition, error] = cells<QString, QString>("condition", "error");
         for (cConditionEngine::ScriptMaker maker : engines()) {
             cConditionEngine engine(maker, error == "interrupted" ? 100 : 30000);
             QTEST(engine.isTrue(condition), "isTrue");

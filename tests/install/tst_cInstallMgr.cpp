@@ -121,10 +121,8 @@ private slots:
     }
     void installs()
     {
-        QFETCH(QStringList, before);
-        QFETCH(QStringList, offered);
-        QFETCH(QString, features);
-        QFETCH(QString, logged);
+        const auto [before, offered] = cells<QStringList, QStringList>("before", "offered");
+        const auto [features, logged] = cells<QString, QString>("features", "logged");
         if (!before.isEmpty()) {
             QVERIFY(install(before));
             QVERIFY(m_manager->installDropbox());

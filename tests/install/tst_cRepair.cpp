@@ -59,12 +59,10 @@ private slots:
     }
     void findsAndMends()
     {
-        QFETCH(QString, found);
-        QFETCH(QString, repaired);
+        const auto [damage, found, repaired] = cells<QString, QString, QString>("damage", "found", "repaired");
         beginInstalled();
         Tree before = treeOf(m_root + "/core/plugins");
         before.erase("files.json"); // in which the times may differ afterwards
-        QFETCH(QString, damage);
         for (const QString& step : damage.split("; ", Qt::SkipEmptyParts))
             apply(step.section(' ', 0, 0), step.section(' ', 1));
         const cVerifyOutcome verified = m_manager->verify();

@@ -95,6 +95,12 @@ public:
     {
         return services.invoke("Talker", method, Q_ARG(QString, values)...);
     }
+    QStringList list(const char* method)
+    {
+        QStringList list;
+        services.invoke("Talker", method, Q_RETURN_ARG(QStringList, list));
+        return list;
+    }
     QString plugin() const
     {
         const char* const states[] = {"registered", "ordered", "loaded", "started", "stopped"};

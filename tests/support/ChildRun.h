@@ -58,6 +58,13 @@ int runTestOrChild(int argc, char** argv, int (*child)(const QStringList& words)
     return child(QCoreApplication::arguments().mid(2));
 }
 
+/// Like QTEST_GUILESS_MAIN(), for such a program.
+#define TEST_OR_CHILD_MAIN(Test, child)                                                                                \
+    int main(int argc, char** argv)                                                                                    \
+    {                                                                                                                  \
+        return runTestOrChild<Test>(argc, argv, child);                                                                \
+    }
+
 /// The words of @p line.
 inline QStringList wordsOf(const QString& line)
 {
