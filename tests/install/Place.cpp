@@ -37,8 +37,9 @@ int Place::run(const QString& steps, const QString& faults) const
 Tree Place::state() const
 {
     Tree state{{"settings", MovedState::machineSettings(m_folder).replace(m_folder.toUtf8(), "FOLDER")}};
+    const QRegularExpression counts("^(core/(plugins|Trust)|data)/.");
     for (const auto& [name, content] : treeOf(m_folder)) {
-        if (name.startsWith("core/") || name.startsWith("data/"))
+        if (name.contains(counts))
             state[name] = content;
     }
     const auto entry = state.find("core/plugins/files.json");

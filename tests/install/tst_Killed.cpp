@@ -75,9 +75,7 @@ private slots:
     }
     void endsInTheNewState()
     {
-        QFETCH(QString, offered);
-        QFETCH(QString, steps);
-        QFETCH(QString, next);
+        const auto [offered, steps, next] = cells<QString, QString, QString>("offered", "steps", "next");
         m_server.reset();
         const bool hasQuickDisk = QDir::isAbsolutePath("/dev/shm") && QFileInfo("/dev/shm").isWritable();
         QTemporaryDir dir((hasQuickDisk ? "/dev/shm" : QDir::tempPath()) + "/killedXXXXXX");
@@ -114,7 +112,7 @@ private slots:
         m_faults.clear();
         atOnce(Workers, [&](int worker) {
             for (int i = EachCase * job++; i < jobs.size(); i = EachCase * job++)
-                tryOut(places[size_t(worker)], steps, next, jobs.at(i));
+                tryOut(places[size_t(worker)], jobs.at(i));
             places[size_t(worker)].remove();
         });
         const int covered = int(calls.size());
@@ -127,8 +125,7 @@ private slots:
 private:
     void prepare(Place& place, const QString& steps)
     {
-        QFETCH(bool, isOverPending);
-        QFETCH(QString, offered);
+        const auto [isOverPending, offered] = cells<bool, QString>("isOverPending", "offered");
         const QString site = place.path("site/repo"), own = place.path("own");
         const QString dropbox = place.path(QString(Data) + "/Dropbox");
         const QStringList first{"main 1.0", "Core 1.0: A 1.0 !silent, B 1.0 !silent", "More 1.0: C 1.0 !silent"};
@@ -226,8 +223,9 @@ private:
         writeFile(place.path("core/plugins/features.xml"), "<repository version='1");
         QVERIFY(QDir(place.path("core/plugins/B-1.00.000")).removeRecursively());
     }
-    void tryOut(const Place& place, const QString& steps, const QString& next, const QString& fault)
+    void tryOut(const Place& place, const QString& fault)
     {
+        const auto [steps, next] = cells<QString, QString>("steps", "next");
         QStringList faults;
         if (!place.restore())
             faults << "what was before cannot be brought back";

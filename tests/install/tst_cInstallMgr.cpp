@@ -45,7 +45,6 @@ private slots:
                                                                                      "commands", "left", "logged");
         const QStringList one{"main 1.0", "Core 1.0: A 1.0, B 1.0"};
         const QString first = "1.00.000 Core 1.0: A 1.0, B 1.0", done = "";
-        row("from nothing", {}, one, first, "install A 1.0, install B 1.0", done, "");
         row("newer", one, {"main 1.1", "Core 1.1: A 1.1, B 1.0"}, "1.01.000 Core 1.1: A 1.1, B 1.0",
             "uninstall A 1.0, install A 1.1", done, "");
         row("older", one, {"main 0.9", "Core 0.9: A 0.9"}, first, "", done, "");

@@ -32,10 +32,8 @@ private slots:
         row("returns false", "{'start':'false'}", no + "its start returned false", talker);
         row("throws", "{'start':'throw'}", no + "its start threw an exception: out of paper", talker);
         row("crashes", "{'start':'segv'}", ended + '(' + Segv + ')', talker);
-        if (Platform::hasUnixFiles()) {
-            row("aborts", "{'start':'abort'}", ended + "(SIGABRT)", talker);
+        if (Platform::hasUnixFiles())
             row("is fatal", "{'start':'fatal'}", ended + "(SIGABRT)", talker);
-        }
         row("exits", "{'start':'exit'}", ended + "(exit code 3)", talker);
         row("hangs", "{'start':'hang'}", "its process has not answered within 1 s", talker);
         row("has no library", "{'start':''}", "does not exist", "other");
@@ -251,8 +249,6 @@ private slots:
         const Rows<QString, QString> row("how", "cause");
         row("exits", "exit", "exit code 3");
         row("crashes", "segv", Segv);
-        if (Platform::hasUnixFiles())
-            row("aborts", "abort", "SIGABRT");
     }
     void diesAndComesBack()
     {
