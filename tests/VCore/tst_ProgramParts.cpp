@@ -73,7 +73,6 @@ private slots:
                              "A     1.0      -         yes       failed  B             -         %2\n"
                              "B     -        -         no        -       -             -         %3";
         const QString reason = "A-1.0 is not loaded: its library /opt/suite/plugins/A-1.0/A.so does not exist";
-        row("no terminal", 0, head.arg(QString(77, '-'), reason, "not asked for"));
         row("wide", 144, head.arg(QString(77, '-'), reason, "not asked for"));
         row("usual", 80,
             head.arg(QString(13, '-'),

@@ -98,7 +98,6 @@ private slots:
         // What no start would take.
         row("another runtime", one, {"main 2.0", "Core 2.0: A 2.0 !api"}, first, "", done,
             "A-2.00.000 is made for the runtime API version 12; this is version 13");
-        row("service twice", one, {"main 2.0", "Core 2.0: A 2.0 !service-twice"}, first, "", done, "declared twice");
         row("faulty params", one, {"main 2.0", "Core 2.0: A 2.0 !params"}, first, "", done, "is no JSON document");
         const QString mine = QString::number(QT_VERSION_MAJOR), other = QString::number(11 - QT_VERSION_MAJOR);
         const QString built = " is built with Qt %1; this suite runs on Qt %2, for which it has to be built anew";

@@ -69,7 +69,8 @@ private slots:
     void values_data()
     {
         QTest::addColumn<QVariant>("value");
-        const auto row = [](const QVariant& value) { QTest::addRow("%s %d", value.typeName(), ++s_rows) << value; };
+        int number = 0;
+        const auto row = [&](const QVariant& value) { QTest::addRow("%s %d", value.typeName(), ++number) << value; };
         const QVariantList list{1, "two", 3.5, QByteArray("\0\xff", 2), QVariant(), QStringList{"a", ""}};
         row(true);
         row(QVariant::fromValue(short(-7)));
@@ -244,31 +245,24 @@ private slots:
     }
 
     // It comes back under its id, three times; then it stays down, and the suite does without it.
-    void diesAndComesBack_data()
-    {
-        const Rows<QString, QString> row("how", "cause");
-        row("exits", "exit", "exit code 3");
-        row("crashes", "segv", Segv);
-    }
     void diesAndComesBack()
     {
-        const auto [how, cause] = cells<QString, QString>("how", "cause");
         cTalkers talkers;
         QVERIFY(talkers.start());
         const QSignalSpy changes(&talkers.manager, &IPluginMgr::pluginStateChanged);
         qint64 last = talkers.process();
         QVERIFY(last > 0);
         for (int i = 1; i <= 3; ++i) {
-            QVERIFY(!talkers.tell("goWrong", how));
+            QVERIFY(!talkers.tell("goWrong", "segv"));
             QVERIFY(!talkers.tell("heard"));
             QVERIFY(talkers.log.lines().contains("Cannot call \"heard\" of the service \"Talker\": Talker-1.00.000 has "
                                                  "ended (" +
-                                                 cause + ")"));
+                                                 Segv + ")"));
             QTRY_VERIFY(talkers.process() > 0);
             QVERIFY(talkers.process() != last);
             last = talkers.process();
         }
-        QVERIFY(talkers.tell("goWrongSoon", how));
+        QVERIFY(talkers.tell("goWrongSoon", "segv"));
         QTRY_VERIFY(
             talkers.log.lines().contains("Talker-1.00.000 stays down: it has been started again 3 times in five "
                                          "minutes"));
@@ -276,7 +270,7 @@ private slots:
         QCOMPARE(talkers.plugin(),
                  QString("started but Talker-1.00.000 has ended (%1); Talker-1.00.000 stays down: it has "
                          "been started again 3 times in five minutes")
-                     .arg(cause));
+                     .arg(Segv));
         QCOMPARE(talkers.log.lines().count("started Talker-1.00.000 again"), 3);
         QTRY_COMPARE(changes.count(), 7); // four ends, three starts
     }
@@ -295,17 +289,10 @@ private slots:
 #endif
 
     // However busy it is: nothing of a suite that is gone runs on.
-    void endsWithTheSuite_data()
-    {
-        const Rows<QString> row("work");
-        row("nothing", "");
-        row("an endless loop", "hang");
-    }
     void endsWithTheSuite()
     {
-        QFETCH(QString, work);
         QProcess host;
-        host.start(QCoreApplication::applicationFilePath(), {"child", work});
+        host.start(QCoreApplication::applicationFilePath(), {"child"});
         QVERIFY(host.waitForReadyRead(30000));
         const qint64 process = host.readLine().trimmed().toLongLong();
         QVERIFY(Platform::isRunning(process));
@@ -324,20 +311,17 @@ private:
         return *m_shared;
     }
 
-    static int s_rows;
     std::unique_ptr<cTalkers> m_shared;
 };
 
-int tst_Isolation::s_rows = 0;
-
-/// A suite whose plugin does what is said; it tells the plugin's process, and waits to be killed.
-static int runHost(const QStringList& words)
+/// A suite whose plugin never comes to an end; it tells the plugin's process, and waits to be killed.
+static int runHost(const QStringList&)
 {
     cTalkers talkers;
     talkers.start();
     std::printf("%lld\n", talkers.process());
     std::fflush(stdout);
-    talkers.tell("goWrong", words.first());
+    talkers.tell("goWrong", "hang");
     return QCoreApplication::exec();
 }
 

@@ -42,7 +42,7 @@ def manifest(name, version, fault):
         install = '<cmdline program="$(PluginDir)/none"/>' + install
     if "silent" in words:
         install = uninstall = ""
-    services = named("service=") + {"no-service": [""], "service-twice": ["S", "S"]}.get(fault, [])
+    services = named("service=")
     return MANIFEST.format(name=name, version=version, install=install, uninstall=uninstall,
                            api=12 if fault == "api" else 13, params="{" if fault == "params" else "{}",
                            services="".join(f"<service>{s}</service>" for s in services),
