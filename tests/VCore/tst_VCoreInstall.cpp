@@ -89,6 +89,8 @@ private slots:
         row("read-only for the sites", "--update-sites http://example.org", "EROFS 1", m_fixture.path("user"),
             ExitCode::SettingsFailed, Platform::hasUnixFiles() ? locked : "access is denied");
         row("full while it fetches", "--update", "ENOSPC 1", dropbox(), ExitCode::FetchFailed, full);
+        row("full while it installs", "--install " + m_site.folder() + "/repository.xml", "ENOSPC 3", "",
+            ExitCode::InstallIncomplete, full);
         row("full while a start installs what waits", "--start-only", "ENOSPC 1", "", ExitCode::Ok, full);
         row("read-only while it removes", "--uninstall", "EROFS 1", "", ExitCode::UninstallIncomplete, locked);
     }
