@@ -69,8 +69,8 @@ private slots:
         row("installing an update", false, "update", "install", "install,apply", updated, "Dropbox: ");
         row("repairing a catalogue and plugins", false, "same", "repair", "repair",
             QString(before).replace("features.last", "features.damaged.xml features.last"), "Dropbox: ");
-        row("replacing a package of one's own", false, "rebuilt", "replace", "install,replace",
-            QString(before).replace("features.last", "Z-1.00.000 features.last"), "Dropbox: ");
+        row("replacing a package of one's own", false, "rebuilt", "replace", "install,replace", before + " Z-1.00.000",
+            "Dropbox: ");
         row("uninstalling everything", false, "update", "uninstall", "uninstall", "", "Dropbox: ");
     }
     void endsInTheNewState()
