@@ -69,6 +69,7 @@ def ecdsa_rows():
     kind = ("ecdsa-sha2-nistp256", "ecdsa-sha2-nistp256")
     point = raw(key, Encoding.X962, PublicFormat.UncompressedPoint).hex()
     row("ecdsa, the old type", *kind, pem(key), good)
+    row("ecdsa, SHA-512", *kind, pem(key), key.sign(message, ec.ECDSA(hashes.SHA512())), False)
     row("ecdsa, a point", *kind, point, good)
     row("ecdsa, a compressed point", *kind, raw(key, Encoding.X962, PublicFormat.CompressedPoint).hex(), good, False)
     row("ecdsa, off the curve", *kind, point[:-2] + "%02x" % (int(point[-2:], 16) ^ 1), good, False)

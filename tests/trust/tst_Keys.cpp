@@ -19,229 +19,199 @@ class tst_Keys : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase();
-    void verifies_data();
-    void verifies();
-    void signs_data();
-    void signs();
-    void readsPrivateKeys();
-    void refusesTexts_data();
-    void refusesTexts();
-    void derivesIds();
-    void refusesObjects_data();
-    void refusesObjects();
-    void hashes();
-    void canonical_data();
-    void canonical();
+    void initTestCase()
+    {
+        QCOMPARE(MachineProgram::execute("python3", {FOREIGN_KEYS_PY, m_folder.path()}), 0);
+        m_private = readFile(m_folder.filePath("private.pem"));
+    }
+
+    void verifies_data()
+    {
+        const Rows<cTrustKey, QByteArray, QByteArray, bool> row("key", "message", "signature", "isGood");
+        for (const QJsonValue& each : QJsonDocument::fromJson(readFile(m_folder.filePath("signed.json"))).array()) {
+            QString error;
+            const auto key = cTrustKey::read("id", each["key"].toObject(), &error);
+            QVERIFY2(key, qPrintable(error));
+            row(qPrintable(each["name"].toString()), *key, QByteArray::fromHex(each["message"].toString().toLatin1()),
+                QByteArray::fromHex(each["signature"].toString().toLatin1()), each["is_good"].toBool());
+        }
+    }
+
+    void verifies()
+    {
+        const auto [key, message, signature, isGood] =
+            cells<cTrustKey, QByteArray, QByteArray, bool>("key", "message", "signature", "isGood");
+        QCOMPARE(key.verify(message, signature), isGood);
+        if (!isGood)
+            return;
+        QVERIFY(!key.verify(message + '\n', signature));
+        QVERIFY(!key.verify({}, signature));
+        QVERIFY(!key.verify(message, signature + '\0'));
+        QVERIFY(!cTrustKey::ofEd25519(QByteArray(32, '\7')).verify(message, signature));
+        for (int at = 0; at < signature.size(); ++at) {
+            QVERIFY2(!key.verify(message, signature.left(at)), qPrintable(QString::number(at)));
+            QByteArray changed = signature;
+            changed[at] = char(changed[at] ^ 1);
+            QVERIFY2(!key.verify(message, changed), qPrintable(QString::number(at)));
+        }
+    }
+
+    void signs()
+    {
+        // RFC 8032, section 7.1, the second test
+        const QByteArray seed = QByteArray::fromHex("4ccd089b28ff96da9db6c346ec114e0f5b8a319f35aba624da8cf6ed4fb8a6fb");
+        QCOMPARE(Cryptography::ed25519PointOf(seed).toHex(),
+                 QByteArray("3d4017c3e843895a92b70aa74d1b7ebc9c982ccf2ec4968cc0cd55f12af4660c"));
+        QCOMPARE(Cryptography::signEd25519(seed, "\x72").toHex(),
+                 QByteArray("92a009a9f0d4cab8720e820b5f642540a2b27b5416503f8fb3762223ebdb69da"
+                            "085ac1e43e15996e458f3613d0f11d8c387b2eaeb4302aeeb00d291612bb0c00"));
+    }
+
+    void readsPrivateKeys()
+    {
+        QString error;
+        const auto pair = KeyText::readPrivateKey(m_private, &error);
+        QVERIFY2(pair, qPrintable(error));
+        QCOMPARE(KeyText::writePrivateKey(*pair), m_private);
+
+        const Cryptography::KeyPair made = Cryptography::makeEd25519();
+        const auto again = KeyText::readPrivateKey(KeyText::writePrivateKey(made), &error);
+        QVERIFY2(again, qPrintable(error));
+        QCOMPARE(again->seed, made.seed);
+        QVERIFY(cTrustKey::ofEd25519(again->point).verify("it", Cryptography::signEd25519(made.seed, "it")));
+        QVERIFY(made.seed != Cryptography::makeEd25519().seed);
+    }
+
+    void refusesTexts_data()
+    {
+        const Rows<QByteArray, QString> row("text", "error");
+        row("nothing", "", "no PEM text");
+        row("too long", QByteArray(KeyText::MaxSize, ' ') + m_private, "no PEM text");
+        row("cut off", m_private.left(m_private.size() - 20), "damaged");
+        row("other content", QByteArray(m_private).replace("MC4CAQAw", "MC4CAQEw"), "no private key of Ed25519");
+        row("encrypted", QByteArray(m_private).replace("PRIVATE", "ENCRYPTED PRIVATE"), "encrypted");
+        row("a public one", QByteArray(m_private).replace("PRIVATE", "PUBLIC"), "no private key but a \"PUBLIC KEY\"");
+    }
+
+    void refusesTexts()
+    {
+        const auto [text, error] = cells<QByteArray, QString>("text", "error");
+        QString reason;
+        QVERIFY(!KeyText::readPrivateKey(text, &reason));
+        QVERIFY2(reason.contains(error), qPrintable(reason));
+        QVERIFY(!cTrustKey::ofPem(text, &reason));
+    }
+
+    void derivesIds()
+    {
+        const QByteArray point(32, 'x');
+        const cTrustKey key = cTrustKey::ofEd25519(point);
+        const QByteArray form =
+            R"({"keytype":"ed25519","keyval":{"public":")" + point.toHex() + R"("},"scheme":"ed25519"})";
+        QCOMPARE(key.id().toLatin1(), Cryptography::sha256(form).toHex());
+        // SubjectPublicKeyInfo, with other line ends, and none at the end
+        const QByteArray pem = "-----BEGIN PUBLIC KEY-----\r\n" +
+                               (QByteArray::fromHex("302a300506032b6570032100") + point).toBase64() +
+                               "\r\n-----END PUBLIC KEY-----";
+        QString error;
+        QCOMPARE(cTrustKey::ofPem(pem, &error).value_or(cTrustKey()).id(), key.id());
+    }
+
+    void refusesObjects_data()
+    {
+        const Rows<QByteArray, QString> row("object", "error"); // without an error it is kept
+        row("no type", R"({"scheme": "s", "keyval": {}})", "\"k\" has no \"keytype\"");
+        row("a number", R"({"keytype": "t", "scheme": 1, "keyval": {}})", "\"k\" has no \"scheme\"");
+        row("a text", R"({"keytype": "t", "scheme": "s", "keyval": "v"})", "\"k\" has no \"keyval\"");
+        row("no public part", R"({"keytype": "rsa", "scheme": "rsassa-pss-sha256", "keyval": {}})", "no \"public\"");
+        row("another type", R"({"keytype": "t", "scheme": "s", "keyval": {}, "x": 1})", "");
+    }
+
+    void refusesObjects()
+    {
+        const auto [text, error] = cells<QByteArray, QString>("object", "error");
+        const QJsonObject object = QJsonDocument::fromJson(text).object();
+        QString reason;
+        const auto key = cTrustKey::read("k", object, &reason);
+        QCOMPARE(!key, !error.isEmpty());
+        QVERIFY2(reason.contains(error), qPrintable(reason));
+        if (key)
+            QCOMPARE(key->object(), object);
+    }
+
+    void hashes()
+    {
+        using Cryptography::cDigest;
+        cDigest sha256(cDigest::Sha256);
+        cDigest sha512(cDigest::Sha512);
+        for (const char* piece : {"a", "", "bc"}) {
+            sha256.add(piece);
+            sha512.add(piece);
+        }
+        // FIPS 180-2, appendices B.1 and C.1
+        const QByteArray abc = "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad";
+        QCOMPARE(sha256.result().toHex(), abc);
+        QCOMPARE(Cryptography::sha256("abc").toHex(), abc);
+        QCOMPARE(
+            sha512.result().toHex(),
+            QByteArray(
+                "ddaf35a193617abacc417349ae20413112e6fa4e89a97ea20a9eeee64b55d39a2192992a274fc1a836ba3c23a3feebbd454d"
+                "4423643ce80e2a9ac94fa54ca49f"));
+    }
+
+    void canonical_data()
+    {
+        const auto nested = [](int depth) { return "{\"a\":" + QByteArray(depth, '[') + QByteArray(depth, ']') + "}"; };
+        const Rows<QByteArray, QByteArray, QString> row("text", "form", "error");
+        row("empty", " {\r\n\t} ", "{}", "");
+        row("order", R"({"b":[1, {}, []],"a":{"d":null,"C":true},"":false})",
+            R"({"":false,"a":{"C":true,"d":null},"b":[1,{},[]]})", "");
+        row("order above U+FFFF", R"({"\ud83d\ude00":1,"\uff41":2,"z":3})", "{\"z\":3,\"\uff41\":2,\"\U0001f600\":1}",
+            "");
+        row("strings", R"({"a":"\"\\\/\n\u0001\u00e4 é:"})", "{\"a\":\"\\\"\\\\/\n\1\u00e4 \u00e9:\"}", "");
+        row("numbers", R"({"a":[9223372036854775807,-9223372036854775808,9007199254740993,-0]})",
+            R"({"a":[9223372036854775807,-9223372036854775808,9007199254740993,0]})", "");
+        row("levels", nested(63), nested(63), "");
+        row("too many levels", nested(64), "", "line 1, column 69: nested deeper");
+        row("levels without an end", QByteArray(1000000, '['), "", "nested deeper");
+        row("too many values", "[" + QByteArray(4000001, ','), "", "more than 4000000 values");
+        row("twice", "{\"b\":0,\"a\":{\"x\":1,\n \"y\":2,\"x\":3}}", "", "line 2, column 8: \"x\" stands twice");
+        row("twice, with an escape", R"({"ab":1,"\u0061b":2})", "", "column 9: \"ab\" stands twice");
+        row("once in each", R"({"a":{"a":"a"},"b":[{"a":1},{"a":2}]})", R"({"a":{"a":"a"},"b":[{"a":1},{"a":2}]})", "");
+        row("a fraction", R"({"a":1.0})", "", "column 6: a number that is not a whole one");
+        row("an exponent", R"({"a":1e3})", "", "not a whole one");
+        row("too large", R"({"a":9223372036854775808})", "", "not a whole one of 64 bits");
+        row("half a pair", R"({"a":"\ud83d x"})", "", "half of a surrogate pair");
+        row("the other half", R"({"a":"\ude00\ud83d"})", "", "half of a surrogate pair");
+        row("half a pair in a name", R"({"\ud83d\u0041":1})", "", "half of a surrogate pair");
+        row("no UTF-8", "{\"a\":\"\xff\"}", "", "line 1");
+        row("UTF-8 of half a pair", "{\"a\":\"\xed\xa0\xbd\"}", "", "line 1");
+        row("a line end in a string", "{\"a\":\"\n\"}", "", "control character");
+        row("an escape of its own", R"({"a":"\x"})", "", "unknown escape");
+        row("an escape cut off", R"({"a":"\u00)", "", "unknown escape");
+        row("cut off", R"({"a":")", "", "line 1");
+        row("more behind", "{}{}", "", "line 1");
+        row("brackets crossed", "{[}]", "", "line 1");
+        row("an array", "[1]", "", "not an object");
+        row("nothing", "", "", "line 1, column");
+    }
+
+    void canonical()
+    {
+        const auto [text, form, error] = cells<QByteArray, QByteArray, QString>("text", "form", "error");
+        QString reason;
+        const auto object = CanonicalJson::read(text, &reason);
+        QVERIFY2(reason.contains(error), qPrintable(reason));
+        QCOMPARE(object.has_value(), error.isEmpty());
+        if (object)
+            QCOMPARE(CanonicalJson::write(*object).value_or("none"), form);
+        QCOMPARE(CanonicalJson::write(QJsonArray{1.5}).has_value(), false);
+    }
 
 private:
     QTemporaryDir m_folder;
     QByteArray m_private;
 };
-
-void tst_Keys::initTestCase()
-{
-    QCOMPARE(MachineProgram::execute("python3", {FOREIGN_KEYS_PY, m_folder.path()}), 0);
-    m_private = readFile(m_folder.filePath("private.pem"));
-}
-
-void tst_Keys::verifies_data()
-{
-    const Rows<cTrustKey, QByteArray, QByteArray, bool> row("key", "message", "signature", "isGood");
-    for (const QJsonValue& each : QJsonDocument::fromJson(readFile(m_folder.filePath("signed.json"))).array()) {
-        QString error;
-        const auto key = cTrustKey::read("id", each["key"].toObject(), &error);
-        QVERIFY2(key, qPrintable(error));
-        row(qPrintable(each["name"].toString()), *key, QByteArray::fromHex(each["message"].toString().toLatin1()),
-            QByteArray::fromHex(each["signature"].toString().toLatin1()), each["is_good"].toBool());
-    }
-}
-
-void tst_Keys::verifies()
-{
-    const auto [key, message, signature, isGood] =
-        cells<cTrustKey, QByteArray, QByteArray, bool>("key", "message", "signature", "isGood");
-    QCOMPARE(key.verify(message, signature), isGood);
-    if (!isGood)
-        return;
-    QVERIFY(!key.verify(message + '\n', signature));
-    QVERIFY(!key.verify({}, signature));
-    QVERIFY(!key.verify(message, signature + '\0'));
-    QVERIFY(!cTrustKey::ofEd25519(QByteArray(32, '\7')).verify(message, signature));
-    for (int at = 0; at < signature.size(); ++at) {
-        QVERIFY2(!key.verify(message, signature.left(at)), qPrintable(QString::number(at)));
-        QByteArray changed = signature;
-        changed[at] = char(changed[at] ^ 1);
-        QVERIFY2(!key.verify(message, changed), qPrintable(QString::number(at)));
-    }
-}
-
-void tst_Keys::signs_data()
-{
-    const Rows<QByteArray, QByteArray, QByteArray, QByteArray> row("seed", "point", "message", "signature");
-    // RFC 8032, section 7.1
-    row("nothing", "9d61b19deffd5a60ba844af492ec2cc44449c5697b326919703bac031cae7f60",
-        "d75a980182b10ab7d54bfed3c964073a0ee172f3daa62325af021a68f707511a", "",
-        "e5564300c360ac729086e2cc806e828a84877f1eb8e5d974d873e065224901555fb8821590a33bacc61e39701cf9b46bd25bf5f0595bbe"
-        "2465"
-        "5141438e7a100b");
-    row("a byte", "4ccd089b28ff96da9db6c346ec114e0f5b8a319f35aba624da8cf6ed4fb8a6fb",
-        "3d4017c3e843895a92b70aa74d1b7ebc9c982ccf2ec4968cc0cd55f12af4660c", "72",
-        "92a009a9f0d4cab8720e820b5f642540a2b27b5416503f8fb3762223ebdb69da085ac1e43e15996e458f3613d0f11d8c387b2eaeb4302a"
-        "eeb0"
-        "0d291612bb0c00");
-}
-
-void tst_Keys::signs()
-{
-    using Bytes = QByteArray;
-    const auto [seed, point, message, signature] =
-        cells<Bytes, Bytes, Bytes, Bytes>("seed", "point", "message", "signature");
-    QCOMPARE(Cryptography::ed25519PointOf(Bytes::fromHex(seed)).toHex(), point);
-    const Bytes signedBytes = Bytes::fromHex(message);
-    const Bytes made = Cryptography::signEd25519(Bytes::fromHex(seed), signedBytes);
-    QCOMPARE(made.toHex(), signature);
-    QVERIFY(cTrustKey::ofEd25519(Bytes::fromHex(point)).verify(signedBytes, made));
-}
-
-void tst_Keys::readsPrivateKeys()
-{
-    QString error;
-    const auto pair = KeyText::readPrivateKey(m_private, &error);
-    QVERIFY2(pair, qPrintable(error));
-    QCOMPARE(KeyText::writePrivateKey(*pair), m_private);
-
-    const Cryptography::KeyPair made = Cryptography::makeEd25519();
-    const auto again = KeyText::readPrivateKey(KeyText::writePrivateKey(made), &error);
-    QVERIFY2(again, qPrintable(error));
-    QCOMPARE(again->seed, made.seed);
-    QVERIFY(cTrustKey::ofEd25519(again->point).verify("it", Cryptography::signEd25519(made.seed, "it")));
-    QVERIFY(made.seed != Cryptography::makeEd25519().seed);
-}
-
-void tst_Keys::refusesTexts_data()
-{
-    const Rows<QByteArray, QString> row("text", "error");
-    row("nothing", "", "no PEM text");
-    row("too long", QByteArray(KeyText::MaxSize, ' ') + m_private, "no PEM text");
-    row("cut off", m_private.left(m_private.size() - 20), "damaged");
-    row("other content", QByteArray(m_private).replace("MC4CAQAw", "MC4CAQEw"), "no private key of Ed25519");
-    row("encrypted", QByteArray(m_private).replace("PRIVATE", "ENCRYPTED PRIVATE"), "encrypted");
-    row("a public one", QByteArray(m_private).replace("PRIVATE", "PUBLIC"), "no private key but a \"PUBLIC KEY\"");
-}
-
-void tst_Keys::refusesTexts()
-{
-    const auto [text, error] = cells<QByteArray, QString>("text", "error");
-    QString reason;
-    QVERIFY(!KeyText::readPrivateKey(text, &reason));
-    QVERIFY2(reason.contains(error), qPrintable(reason));
-    QVERIFY(!cTrustKey::ofPem(text, &reason));
-}
-
-void tst_Keys::derivesIds()
-{
-    const QByteArray point(32, 'x');
-    const cTrustKey key = cTrustKey::ofEd25519(point);
-    const QByteArray form =
-        R"({"keytype":"ed25519","keyval":{"public":")" + point.toHex() + R"("},"scheme":"ed25519"})";
-    QCOMPARE(key.id().toLatin1(), Cryptography::sha256(form).toHex());
-    // SubjectPublicKeyInfo, with other line ends
-    const QByteArray pem = "-----BEGIN PUBLIC KEY-----\r\n" +
-                           (QByteArray::fromHex("302a300506032b6570032100") + point).toBase64() +
-                           "\r\n-----END PUBLIC KEY-----\r\n";
-    QString error;
-    QCOMPARE(cTrustKey::ofPem(pem, &error).value_or(cTrustKey()).id(), key.id());
-}
-
-void tst_Keys::refusesObjects_data()
-{
-    const Rows<QByteArray, QString> row("object", "error"); // without an error it is kept
-    row("no type", R"({"scheme": "s", "keyval": {}})", "\"k\" has no \"keytype\"");
-    row("a number", R"({"keytype": "t", "scheme": 1, "keyval": {}})", "\"k\" has no \"scheme\"");
-    row("a text", R"({"keytype": "t", "scheme": "s", "keyval": "v"})", "\"k\" has no \"keyval\"");
-    row("no public part", R"({"keytype": "rsa", "scheme": "rsassa-pss-sha256", "keyval": {}})", "no \"public\"");
-    row("another type", R"({"keytype": "t", "scheme": "s", "keyval": {}, "x": 1})", "");
-}
-
-void tst_Keys::refusesObjects()
-{
-    const auto [text, error] = cells<QByteArray, QString>("object", "error");
-    const QJsonObject object = QJsonDocument::fromJson(text).object();
-    QString reason;
-    const auto key = cTrustKey::read("k", object, &reason);
-    QCOMPARE(!key, !error.isEmpty());
-    QVERIFY2(reason.contains(error), qPrintable(reason));
-    if (key)
-        QCOMPARE(key->object(), object);
-}
-
-void tst_Keys::hashes()
-{
-    using Cryptography::cDigest;
-    cDigest sha256(cDigest::Sha256);
-    cDigest sha512(cDigest::Sha512);
-    for (const char* piece : {"a", "", "bc"}) {
-        sha256.add(piece);
-        sha512.add(piece);
-    }
-    // FIPS 180-2, appendices B.1 and C.1
-    const QByteArray abc = "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad";
-    QCOMPARE(sha256.result().toHex(), abc);
-    QCOMPARE(Cryptography::sha256("abc").toHex(), abc);
-    QCOMPARE(sha512.result().toHex(),
-             QByteArray(
-                 "ddaf35a193617abacc417349ae20413112e6fa4e89a97ea20a9eeee64b55d39a2192992a274fc1a836ba3c23a3feebbd454d"
-                 "4423643ce80e2a9ac94fa54ca49f"));
-}
-
-void tst_Keys::canonical_data()
-{
-    const auto nested = [](int depth) { return "{\"a\":" + QByteArray(depth, '[') + QByteArray(depth, ']') + "}"; };
-    const Rows<QByteArray, QByteArray, QString> row("text", "form", "error");
-    row("empty", " {\r\n\t} ", "{}", "");
-    row("order", R"({"b":[1, {}, []],"a":{"d":null,"C":true},"":false})",
-        R"({"":false,"a":{"C":true,"d":null},"b":[1,{},[]]})", "");
-    row("order above U+FFFF", R"({"\ud83d\ude00":1,"\uff41":2,"z":3})", "{\"z\":3,\"\uff41\":2,\"\U0001f600\":1}", "");
-    row("strings", R"({"a":"\"\\\/\n\u0001\u00e4 é:"})", "{\"a\":\"\\\"\\\\/\n\1\u00e4 \u00e9:\"}", "");
-    row("numbers", R"({"a":[9223372036854775807,-9223372036854775808,9007199254740993,-0]})",
-        R"({"a":[9223372036854775807,-9223372036854775808,9007199254740993,0]})", "");
-    row("levels", nested(63), nested(63), "");
-    row("too many levels", nested(64), "", "line 1, column 69: nested deeper");
-    row("levels without an end", QByteArray(1000000, '['), "", "nested deeper");
-    row("too many values", "[" + QByteArray(4000001, ','), "", "more than 4000000 values");
-    row("twice", "{\"b\":0,\"a\":{\"x\":1,\n \"y\":2,\"x\":3}}", "", "line 2, column 8: \"x\" stands twice");
-    row("twice, with an escape", R"({"ab":1,"\u0061b":2})", "", "column 9: \"ab\" stands twice");
-    row("once in each", R"({"a":{"a":"a"},"b":[{"a":1},{"a":2}]})", R"({"a":{"a":"a"},"b":[{"a":1},{"a":2}]})", "");
-    row("a fraction", R"({"a":1.0})", "", "column 6: a number that is not a whole one");
-    row("an exponent", R"({"a":1e3})", "", "not a whole one");
-    row("too large", R"({"a":9223372036854775808})", "", "not a whole one of 64 bits");
-    row("half a pair", R"({"a":"\ud83d x"})", "", "half of a surrogate pair");
-    row("the other half", R"({"a":"\ude00\ud83d"})", "", "half of a surrogate pair");
-    row("half a pair in a name", R"({"\ud83d\u0041":1})", "", "half of a surrogate pair");
-    row("no UTF-8", "{\"a\":\"\xff\"}", "", "line 1");
-    row("UTF-8 of half a pair", "{\"a\":\"\xed\xa0\xbd\"}", "", "line 1");
-    row("a line end in a string", "{\"a\":\"\n\"}", "", "control character");
-    row("an escape of its own", R"({"a":"\x"})", "", "unknown escape");
-    row("an escape cut off", R"({"a":"\u00)", "", "unknown escape");
-    row("cut off", R"({"a":")", "", "line 1");
-    row("more behind", "{}{}", "", "line 1");
-    row("brackets crossed", "{[}]", "", "line 1");
-    row("an array", "[1]", "", "not an object");
-    row("nothing", "", "", "line 1, column");
-}
-
-void tst_Keys::canonical()
-{
-    const auto [text, form, error] = cells<QByteArray, QByteArray, QString>("text", "form", "error");
-    QString reason;
-    const auto object = CanonicalJson::read(text, &reason);
-    QVERIFY2(reason.contains(error), qPrintable(reason));
-    QCOMPARE(object.has_value(), error.isEmpty());
-    if (object)
-        QCOMPARE(CanonicalJson::write(*object).value_or("none"), form);
-    QCOMPARE(CanonicalJson::write(QJsonArray{1.5}).has_value(), false);
-}
 
 QTEST_GUILESS_MAIN(tst_Keys)
 #include "tst_Keys.moc"

@@ -15,29 +15,73 @@ private slots:
     void malformed_data()
     {
         const Rows<int, QString, QString, QString> row("type", "from", "to", "error");
-        const int root = cTrustMetadata::Root, snapshot = cTrustMetadata::Snapshot, targets = cTrustMetadata::Targets;
+        const int root = cTrustMetadata::Root, timestamp = cTrustMetadata::Timestamp;
+        const int snapshot = cTrustMetadata::Snapshot, targets = cTrustMetadata::Targets;
+        // Each of @p others in the place of @p from.
+        const auto rows = [&](int type, const char* from, const QStringList& others, const QString& error) {
+            for (const QString& to : others)
+                row(qPrintable(from + (" as " + to)), type, from, to, error);
+        };
         row("as it is", root, "", "", "");
-        row("fractions of seconds", root, "00:00Z", "00:00.5Z", "and no time as");
-        row("a hole of local time", root, "2027-01-01T00", "2027-03-28T02", "");
-        row("a key that is none", root, "'keytype'", "'kind'", "signed: keys: key \"k\" has no \"keytype\"");
-        row("no consistent snapshots", root, "'consistent_snapshot':true,", "", "");
-        row("a file without a version", snapshot, "'version':3", "'versions':3",
-            "signed: meta: \"targets.json\": \"version\" is missing");
-        row("a negative length", snapshot, "'version':3", "'version':3,'length':-1",
-            "\"length\" is no whole number from 0");
-        row("no hash in hashes", snapshot, "'version':3", "'version':3,'hashes':{}", "\"hashes\" has none");
-        row("a role twice", targets, "'roles':[",
-            "'roles':[{'name':'A','keyids':[],'threshold':1,'terminating':false,'paths':[]},",
-            "signed: delegations: a role is there twice");
-        row("root delegated", targets, "'A'", "'root'", "role \"root\": nobody can delegate to that");
-        row("roles and bins", targets, "'roles':[", "'succinct_roles':{},'roles':[",
-            "one of \"roles\" and \"succinct_roles\"");
+        rows(root, "['k']", {"['k','k']"}, "signed: roles: root: a key is there twice");
+        rows(root, "'keys'", {"'kept'"}, "signed: \"keys\" is missing");
+        rows(root, "'snapshot'", {"'snapshots'"}, "signed: roles: \"snapshot\" is missing");
+        rows(root, "'keytype'", {"'kind'"}, "signed: keys: key \"k\" has no \"keytype\"");
+        rows(root, "'consistent_snapshot':true,", {""}, "");
+        rows(root, "'threshold':1", {"'threshold':0"}, "\"threshold\" is no whole number from 1");
+        row("many keys", root, "['k']", "[" + QStringList(QVector<QString>(1025, "'k'").toList()).join(',') + "]",
+            "\"keyids\" has more than 1024 elements");
+
+        rows(timestamp, "'signed':{", {"'said':{"}, "\"signed\" is missing");
+        rows(timestamp, "'signed':{", {"'signed':null,'said':{"}, "\"signed\" is no object");
+        rows(timestamp, "'signatures'", {"'said'"}, "\"signatures\" is missing");
+        rows(timestamp, "[]", {"{}", "null"}, "\"signatures\" is no list");
+        rows(timestamp, "[]", {"['00']"}, "signatures: this is no object");
+        rows(timestamp, "[]", {"[{'sig':'00'}]"}, "signatures: \"keyid\" is missing");
+        rows(timestamp, "[]", {"[{'keyid':'k','sig':''},{'keyid':'k','sig':''}]"}, "a key has signed twice");
+        for (const char* name : {"_type", "version", "expires", "spec_version", "meta"})
+            row(name, timestamp, QString("'%1':").arg(name), "'x':", QString("signed: \"%1\" is missing").arg(name));
+        rows(timestamp, "'timestamp'", {"'root'"}, "its type is \"root\" instead of \"timestamp\"");
+        rows(timestamp, "7", {"'7'", "0", "-1", "true", "null", "[]"}, "\"version\" is no whole number");
+        rows(timestamp, "7", {"9223372036854775807"}, "");
+        rows(timestamp, "'1.0.34'", {"1", "null"}, "\"spec_version\" is no text");
+        rows(timestamp, "'1.0.34'", {"''", "'one'", "'1'"}, "which is no version");
+        rows(timestamp, "'1.0.34'", {"'2.0.0'", "'0.9.0'"}, "of the standard, and 1 is known here");
+        rows(timestamp, "'1.0.34'", {"'1.0'", "'1.1.0'", "'1.99.100'"}, "");
+        rows(timestamp, "'2027-01-01T00:00:00Z'", {"2027", "null"}, "\"expires\" is no text");
+        rows(timestamp, "'2027-01-01T00:00:00Z'",
+             {"''", "'tomorrow'", "'2027-13-01T00:00:00Z'", "'2027-02-30T00:00:00Z'", "'2027-01-01'",
+              "'2027-01-01T00:00:00'", "'2027-01-01T00:00:00+01:00'", "'2027-01-01T00:00:00.5Z'",
+              "'99999-01-01T00:00:00Z'", "'-2027-01-01T00:00:00Z'"},
+             "and no time as");
+        // The second one is in a hole of local time.
+        rows(timestamp, "2027-01-01T00", {"9999-12-31T23", "2027-03-28T02"}, "");
+        rows(timestamp, "{'snapshot.json':{'version':3}}", {"[]"}, "\"meta\" is no object");
+        rows(timestamp, "{'snapshot.json':{'version':3}}", {"{}"}, "\"snapshot.json\" is missing");
+        rows(timestamp, "{'version':3}", {"2"}, "meta: \"snapshot.json\": this is no object");
+
+        const QString file = "signed: meta: \"targets.json\": ";
+        rows(snapshot, "'version':3", {"'versions':3"}, file + "\"version\" is missing");
+        rows(snapshot, "'version':3", {"'version':'2'", "'version':0"}, file + "\"version\" is no whole number from 1");
+        rows(snapshot, "'version':3", {"'version':3,'length':-1", "'version':3,'length':'9'"},
+             "\"length\" is no whole number from 0");
+        rows(snapshot, "'version':3", {"'version':3,'hashes':[]"}, "\"hashes\" is no object");
+        rows(snapshot, "'version':3", {"'version':3,'hashes':{}"}, "\"hashes\" has none");
+        rows(snapshot, "'version':3", {"'version':3,'hashes':{'sha256':1}"}, "\"hashes\" has a value that is no text");
+
+        rows(targets, "'length':5", {"'length':-1"}, "target \"a/b\": \"length\" is no whole number from 0");
+        rows(targets, "'length'", {"'lengths'"}, "target \"a/b\": \"length\" is missing");
+        rows(targets, "'hashes'", {"'hash'"}, "target \"a/b\": \"hashes\" is missing");
+        rows(targets, "'roles':[", {"'roles':[{'name':'A','keyids':[],'threshold':1,'terminating':false,'paths':[]},"},
+             "signed: delegations: a role is there twice");
+        rows(targets, "'A'", {"'root'"}, "role \"root\": nobody can delegate to that");
+        rows(targets, "'paths'", {"'way'", "'path_hash_prefixes':['e3'],'paths'"},
+             "one of \"paths\" and \"path_hash_prefixes\"");
+        rows(targets, "'roles':[", {"'succinct_roles':{},'roles':["}, "one of \"roles\" and \"succinct_roles\"");
         row("too many bins", targets,
             "'roles':", "'succinct_roles':{'keyids':[],'threshold':1,'name_prefix':'x','bit_length':33},'was':",
             "\"bit_length\" is no whole number from 1 to 32");
         row("a long text", targets, "'A'", "'" + QString(9000, 'A') + "'", "\"name\" has more than 8192 characters");
-        row("many keys", root, "['k']", "[" + QStringList(QVector<QString>(1025, "'k'").toList()).join(',') + "]",
-            "\"keyids\" has more than 1024 elements");
     }
 
     void malformed()
@@ -46,15 +90,14 @@ private slots:
         const QString role("{'keyids':['k'],'threshold':1}");
         const QString contents[] = {
             "'root','consistent_snapshot':true,'keys':{'k':{'keytype':'ed25519','scheme':'ed25519','keyval':{'public':'"
-            "00'}"
-            "}},"
-            "'roles':{'root':" +
+            "00'}}},'roles':{'root':" +
                 role + ",'timestamp':" + role + ",'snapshot':" + role + ",'targets':" + role + "}",
-            "'timestamp'", "'snapshot','meta':{'targets.json':{'version':3}}",
+            "'timestamp','meta':{'snapshot.json':{'version':3}}", "'snapshot','meta':{'targets.json':{'version':3}}",
             "'targets','targets':{'a/b':{'length':5,'hashes':{'sha256':'00'}}},'delegations':{'keys':{},'roles':["
             "{'name':'A','keyids':[],'threshold':1,'terminating':false,'paths':['x']}]}"};
-        QString text = "{'signatures':[],'signed':{'_type':" + contents[type] +
-                       ",'spec_version':'1.0.34','version':7,'expires':'2027-01-01T00:00:00Z'}}";
+        QString text = "{'signatures':[],'signed':{'version':7,'spec_version':'1.0.34',"
+                       "'expires':'2027-01-01T00:00:00Z','_type':" +
+                       contents[type] + "}}";
         const int at = text.indexOf(from);
         QVERIFY(at >= 0);
         text.replace(at, from.size(), to).replace('\'', '"');

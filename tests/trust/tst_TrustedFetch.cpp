@@ -44,8 +44,6 @@ private slots:
         row("roots up to a gap", "publish(root); publish(root); del files['/tuf/2.root.json']",
             "2.root timestamp 2.snapshot 2.targets", "1 2 2 2");
         row("plain names", "new(consistent=False)", "2.root timestamp snapshot targets", "1 2 2 2");
-        row("plain names, no lengths", "new(consistent=False, full=False) | publish(targets)",
-            "2.root timestamp snapshot targets", "1 3 3 3");
         row("no lengths", "new(full=False) | publish(targets)", "2.root timestamp 3.snapshot 3.targets", "1 3 3 3");
         row("numbered from now on", "new(consistent=False) | root.consistent_snapshot = True; publish(root, targets)",
             "2.root 3.root timestamp 3.snapshot 3.targets", "2 3 3 3");
@@ -74,20 +72,16 @@ private slots:
     {
         const Rows<QString> row("script");
         for (const char* script :
-             {"timestamp.x = {'y': [None, True, -0, 2**53 + 1, -2**63, 2**63 - 1, '']}; root.x = targets.x = "
-              "snapshot.x = timestamp.x; publish(root, targets)",
-              "timestamp.x = {'\\ufb01': 1, '\\U0001f600': 2, 'z': 3, '': 4, 'Z': {}}; publish()",
-              "timestamp.x = 'quote \" backslash \\\\ slash / tab \\t null \\x00 del \\x7f \\u20ac \\U0001f600'; "
-              "publish()",
+             {"timestamp.x = {'y': [None, True, -0, 2**53 + 1, -2**63, 2**63 - 1, ''], '\\ufb01': 1, '\\U0001f600': 2, "
+              "'z': 'quote \" backslash \\\\ slash / tab \\t null \\x00 del \\x7f \\u20ac', '': 4, 'Z': {}}; "
+              "root.x = targets.x = snapshot.x = timestamp.x; publish(root, targets)",
               "publish(); put(timestamp, lambda d: json.dumps(d, indent=7, sort_keys=True, "
-              "ensure_ascii=False).encode())",
+              "ensure_ascii=False).encode() + b'\\r\\n\\t ')",
               "publish(); put(timestamp, lambda d: json.dumps(d).replace('version', '\\\\u0076ersion').replace('/', "
               "'\\\\/').encode())",
-              "publish(); put(timestamp, lambda d: canonical(d).encode() + b'\\r\\n\\t ')",
-              "publish(); put(timestamp, lambda d: d.update(x={'y': 1}))",
+              "publish(); put(timestamp, lambda d: d.update(x={'y': 1}) or d['signatures'][0].update(x=1))",
               "publish(); put(timestamp, lambda d: d['signatures'].insert(0, {'keyid': 'ab' * 32, 'sig': '00' * 64}))",
               "publish(); put(timestamp, lambda d: d['signatures'].insert(0, {'keyid': 'ab' * 32, 'sig': ''}))",
-              "publish(); put(timestamp, lambda d: d['signatures'][0].update(x=1))",
               "rotate(timestamp, 'a', 'b', 'c', threshold=2); publish(root, timestamp); put(timestamp, lambda d: "
               "d['signatures'][1].update(sig=''))",
               "rotate(timestamp, 'a', 'b', 'c', threshold=2); timestamp.by = [key('c'), key('a')]; publish(root, "
@@ -96,33 +90,15 @@ private slots:
               "rotate(timestamp, key('t', id='a name')); publish(root, timestamp)",
               "rotate(timestamp, key('t', id='AB' * 32)); publish(root, timestamp)",
               "root.keys['ab' * 32] = {'keytype': 'of tomorrow', 'scheme': 'unknown', 'keyval': {'public': '00'}}; "
-              "publish(root)",
+              "root.roles['timestamp']['keyids'].append('cd' * 32); root.roles['mirrors'] = root.roles['timestamp']; "
+              "root.keys[timestamp.by[0].id]['x'] = 'y'; publish(root)",
               "root.keys['ab' * 32] = {'keytype': 'rsa', 'scheme': 'rsassa-pss-sha256', 'keyval': {'public': 'no "
               "PEM'}}; publish(root)",
-              "root.roles['mirrors'] = root.roles['timestamp']; publish(root)",
-              "root.roles['timestamp']['keyids'].append('ab' * 32); publish(root)",
-              "root.keys[timestamp.by[0].id]['x'] = 'y'; publish(root)",
-              "new(kind='ecdsa')",
-              "new(kind='rsa')",
-              "rotate(timestamp, key('t', 'ecdsa', keytype='ecdsa-sha2-nistp256')); publish(root, timestamp)",
-              "k = key('salted', 'rsa'); k.salt = 222; rotate(timestamp, k); publish(root, timestamp)",
-              "k = key('large', 'rsa', bits=4096); rotate(timestamp, k); publish(root, timestamp)",
-              "k = key('p', 'ecdsa', id='p'); k.public['keyval']['public'] = "
-              "k.public['keyval']['public'].replace('\\n', '\\r\\n'); rotate(timestamp, k); publish(root, timestamp)",
-              "k = key('q', 'ecdsa', id='q'); k.public['keyval']['public'] = k.public['keyval']['public'].strip(); "
-              "rotate(timestamp, k); publish(root, timestamp)",
-              "new(algorithms=['sha512'])",
-              "new(algorithms=['sha256', 'sha512', 'blake2b'])",
-              "new(algorithms=['sha512', 'sha1'])",
+              "new(kind='ecdsa')", "new(kind='rsa')",
               "del timestamp.meta['snapshot.json']['length']; timestamp.version = 3; put(timestamp)",
               "del timestamp.meta['snapshot.json']['hashes']; timestamp.version = 3; put(timestamp)",
-              "timestamp.meta['other.json'] = {'version': 1}; timestamp.version = 3; put(timestamp)",
-              "snapshot.meta['other.json'] = {'version': 1}; snapshot.version = 3; put(snapshot); publish()",
-              "timestamp.spec_version = '1.0'; publish()",
-              "timestamp.spec_version = '1.1.0'; publish()",
-              "timestamp.spec_version = '1.99.100'; publish()",
-              "timestamp.expires = '9999-12-31T23:59:59Z'; publish()",
-              "timestamp.version = 2**53 + 1; publish()"})
+              "snapshot.meta['other.json'] = {'version': 1}; publish(snapshot); timestamp.meta['other.json'] = "
+              "{'version': 1}; put(timestamp)"})
             row(script, script);
     }
     void accepts()
@@ -145,9 +121,6 @@ private slots:
         row("another role", "files['/tuf/1.root.json'] = files['/tuf/timestamp.json']", 1, "timestamp");
         row("an unsigned root", "root.by = []; put(root)", 1, "signed by 0 of 1 key");
         row("a root below its threshold", "root.roles['root']['threshold'] = 2; put(root)", 1, "signed by 1 of 2 keys");
-        row("a root of a later standard", "root.spec_version = '2.0.0'; put(root)", 1, "version 2.0.0 of the standard");
-        row("a root without a role", "del root.roles['snapshot']; put(root)", 1, "snapshot");
-        row("a root without keys", "del root.signed['keys']; put(root)", 1, "keys");
     }
     void beginsWith()
     {
@@ -201,8 +174,8 @@ private slots:
         row("up to a refused one", "target('b', b'2'); release()", "b|no|main/a.zip", "no", "2");
         row("of no prefix", "new(prefix=False)", "main/a.zip", "", "the first");
         row("of no consistent snapshot", "new(consistent=False)", "main/a.zip", "", "the first");
-        row("of SHA-512", "new(algorithms=['sha512'])", "main/a.zip", "", "the first");
-        row("of two digests", "new(algorithms=['sha512', 'sha256'])", "main/a.zip", "", "the first");
+        row("of SHA-512", "new(algorithms=['sha512', 'sha1'])", "main/a.zip", "", "the first");
+        row("of two digests", "new(algorithms=['sha512', 'sha256', 'blake2b'])", "main/a.zip", "", "the first");
         row("of no known digest", "target('b', algorithms=['sha1']); release()", "b", "b", "");
         row("of a wrong second digest",
             "target('b', algorithms=['sha256', 'sha512']); targets.targets['b']['hashes']['sha512'] = 'ab' * 64; "
@@ -217,10 +190,6 @@ private slots:
         row("not served", "files.pop('" + plain + ")", "main/a.zip", "main/a.zip", "");
         row("not named", "files['/b'] = b'evil'", "b", "b", "");
         row("no longer named", "del targets.targets['main/a.zip']; release()", "main/a.zip", "main/a.zip", "");
-        row("of a negative length", "targets.targets['main/a.zip']['length'] = -1; release()", "main/a.zip", "length",
-            "");
-        row("of no length", "del targets.targets['main/a.zip']['length']; release()", "main/a.zip", "length", "");
-        row("of no hashes", "del targets.targets['main/a.zip']['hashes']; release()", "main/a.zip", "hashes", "");
         row("out of the folder", "target('../../b', b'2'); files['/b'] = b'2'; release()", "../../b", "", "2");
         for (const char* name : {"a b", "100%", "%2F", "a?b", "a#b", "a&b=c+d", "ä€😀", "a:b", "a\\b", "[x]", "c/d/e/f",
                                  "~a", "a..b", ".hidden", "(x)'y'\"z\""})
@@ -271,8 +240,6 @@ private slots:
         row("none", ab, "a b", "t", "");
         row("a role of other paths",
             "delegate('a', ['other/*', 'T', 'tt', '?/t']); delegate('b', ['x', 't'])" + in("b"), "b", "", "of b");
-        row("an asterisk, a question mark", "delegate('a', ['*/*', '?t']); delegate('b', ['?'])" + in("a") + in("b"),
-            "b", "", "of b");
         row("a terminating role", "delegate('a', terminating=True); delegate('b')" + in("b"), "a", "t", "");
         row("a terminating role of other paths", "delegate('a', ['x'], terminating=True); delegate('b')" + in("b"), "b",
             "", "of b");
@@ -297,18 +264,9 @@ private slots:
         const QString digest = "hashlib.sha256(b't').hexdigest()";
         row("a hash prefix", "delegate('a', prefixes=['00', " + digest + "[:3]]); delegate('b')" + in("a"), "a", "",
             "of a");
-        row("a hash as prefix", "delegate('a', prefixes=[" + digest + "])" + in("a"), "a", "", "of a");
-        row("another hash prefix", "delegate('a', prefixes=['00']); delegate('b')" + in("a") + in("b"), "b", "",
-            "of b");
-        row("patterns and prefixes",
-            "delegate('a')" + in("a") + "; targets.delegations['roles'][0]['path_hash_prefixes'] = ['e3']", "", "a",
-            "");
-        row("neither", "delegate('a')" + in("a") + "; del targets.delegations['roles'][0]['paths']", "", "a", "");
         row("two keys", "delegate('a', keys=[key('x'), key('y')], threshold=2)" + in("a"), "a", "", "of a");
         row("one of two keys", "delegate('a', keys=[key('x'), key('y')], threshold=2).by.pop()" + in("a"), "a",
             "signed by 1 of 2 keys", "");
-        row("a stranger's key", ab + "; roles['a'].by = [key('x')]" + in("a") + in("b"), "a", "signed by 0 of 1 key",
-            "");
         row("the key of a sister", ab + "; roles['a'].by = roles['b'].by" + in("a"), "a", "signed by 0 of 1 key", "");
         row("expired", "delegate('a').expires = PAST" + in("a"), "a", "expired on", "");
         row("expired, before another", ab + "; roles['a'].expires = PAST" + in("b"), "a", "expired on", "");

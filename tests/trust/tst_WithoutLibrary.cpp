@@ -10,18 +10,16 @@ class tst_WithoutLibrary : public QObject
     Q_OBJECT
 
 private slots:
-    void pinsNothing();
+    void pinsNothing()
+    {
+        QVERIFY(!Cryptography::isAvailable());
+        QVERIFY(!cTrustKey::ofEd25519(QByteArray(32, 'x')).verify({}, QByteArray(64, '\0')));
+        const QTemporaryDir folder;
+        cTrustClient client(folder.path());
+        QVERIFY(!client.trust("{}"));
+        QVERIFY2(client.errorString().contains("built without libgcrypt"), qPrintable(client.errorString()));
+    }
 };
-
-void tst_WithoutLibrary::pinsNothing()
-{
-    QVERIFY(!Cryptography::isAvailable());
-    QVERIFY(!cTrustKey::ofEd25519(QByteArray(32, 'x')).verify({}, QByteArray(64, '\0')));
-    const QTemporaryDir folder;
-    cTrustClient client(folder.path());
-    QVERIFY(!client.trust("{}"));
-    QVERIFY2(client.errorString().contains("built without libgcrypt"), qPrintable(client.errorString()));
-}
 
 QTEST_GUILESS_MAIN(tst_WithoutLibrary)
 #include "tst_WithoutLibrary.moc"
