@@ -10,6 +10,26 @@
 #include <Rows.h>
 #include <SettingsSandbox.h>
 
+/// What lies in the data folder as @p name.
+inline QString dataPath(const QString& name)
+{
+    return Corvane::velmiraFolderOrFile(Corvane::DataFolder) + "/" + name;
+}
+
+/// The hash of @p bytes, as a description has it.
+inline QByteArray hashed(const QByteArray& bytes)
+{
+    return "<hash method='sha1'>" + QCryptographicHash::hash(bytes, QCryptographicHash::Sha1).toHex() + "</hash>";
+}
+
+/// What came of an update: "result_code", and "failed" where it is there.
+inline QString update()
+{
+    const cJsonValue result = IConfigMgr::doUpdateOn({});
+    const QString code = result["result_code"].toVariant().toString();
+    return result.contains("failed") ? code + " " + result["failed"].toString() : code;
+}
+
 /// An installation, the managers that update it, and an update site on the disk, in a temporary folder.
 class UpdateFixture
 {
@@ -33,10 +53,10 @@ public:
         QVERIFY(QDir(Corvane::velmiraFolderOrFile(Corvane::DataFolder)).removeRecursively());
         Corvane::setRestartSetupFilename("none");
         write("site/site.xml", Site);
+        // They are read anew at each check.
         const QUrl url = site.isEmpty() ? QUrl::fromLocalFile(path("site")) : site;
         QSettings().remove("UpdateMgr");
         QSettings().setValue("UpdateMgr/Locations/site", QVariantMap{{"url", url}});
-        updates.loadLocations();
         write("plugins/features.xml", "<r>" + features + "</r>");
         QVERIFY(manager->loadFeatures());
         manager->disconnect();

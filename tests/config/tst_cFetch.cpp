@@ -34,7 +34,6 @@ class tst_cFetch : public QObject
 private slots:
     void initTestCase()
     {
-        QVERIFY(m_site.isRunning());
         QVERIFY(m_site.write("a", Whole));
         QVERIFY(m_site.write("b", "something else"));
     }
@@ -48,6 +47,8 @@ private slots:
         row("slow", "~rate=1000/a", "", 0, "", 1, 100, Whole);
         row("a half", "~tag=1/a", Whole.left(50), 1, "\"1\"", 1, 50, Whole);
         row("a half of unknown origin", "~tag=1/a", Whole.left(50), 0, "\"1\"", 1, 100, Whole);
+        row("a half from elsewhere", "~redirect=%2F~tag%3D1/a", Whole.left(50), 1, "\"1\"", 2, 50, Whole);
+        row("a half in chunks", "~chunked/~tag=1/a", Whole.left(50), 1, "\"1\"", 1, 50, Whole);
         row("a half without a validator", "~tag=1/a", Whole.left(50), 1, "", 1, 100, Whole);
         row("a half of the second source", "~tag=1/b ~tag=1/a", Whole.left(50), 2, "\"1\"", 1, 50, Whole);
         row("a half of a source that is gone", "gone ~tag=1/a", Whole.left(50), 1, "\"1\"", 2, 100, Whole);
@@ -68,29 +69,22 @@ private slots:
         row("another file", "b", "", 0, "", 1, 14, "-");
         row("another file for a part", "~tag=1/b", Whole.left(50), 1, "\"2\"", 1, 14, "");
         row("too long", "~fill=901/a", "", 0, "", 1, 0, "-");
+        row("too long with what is there", "~fill=901/~tag=1/a", Whole.left(50), 1, "\"1\"", 1, 0, Whole.left(50));
         row("a local file", "file:a", "", 0, "", 0, 100, Whole);
     }
     void goesOnWhereItStopped()
     {
-        QFETCH(QString, sources);
-        QFETCH(QByteArray, part);
-        QFETCH(QByteArray, tag);
-        QFETCH(QByteArray, left);
-        QFETCH(int, from);
+        const auto [sources, part, from] = cells<QString, QByteArray, int>("sources", "part", "from");
+        const auto [tag, left] = cells<QByteArray, QByteArray>("tag", "left");
         const QTemporaryDir folder;
         const cFetch::Order order = orderOf(folder, sources);
         if (from > 0)
             lay(order, part, tag, from);
         else if (!part.isEmpty())
-            write(order.path + ".part", part);
+            writeFile(order.path + ".part", part);
         const LogFile log;
         m_site.takeRequests();
-        const auto fetch = QSharedPointer<cFetch>::create(order);
-        QSignalSpy done(fetch.data(), &cFetch::done);
-        cFetchQueue queue;
-        queue.add(fetch);
-        queue.wait();
-        QCOMPARE(done.size(), 1);
+        const auto fetch = fetched(order);
         QCOMPARE(fetch->hasSucceeded(), left == Whole);
         QCOMPARE(read(order.path + (left == Whole ? "" : ".part")), left);
         QTEST(int(m_site.takeRequests().size()), "requests");
@@ -101,43 +95,29 @@ private slots:
                  !fetch->hasSucceeded() || sources.contains("gone") || sources.contains("cut"));
     }
 
-    void vouchesForWhatCame_data()
-    {
-        const Rows<QByteArray, QString> row("part", "refusal");
-        row("accepted", "", "");
-        row("accepted, in two parts", Whole.left(50), "");
-        row("accepted, as it lay there", Whole, "");
-        row("refused", "", "no trusted metadata names it");
-        row("refused, as it lay there", Whole, "no trusted metadata names it");
-    }
     void vouchesForWhatCame()
     {
-        const auto [part, refusal] = cells<QByteArray, QString>("part", "refusal");
-        const QTemporaryDir folder;
-        cFetch::Order order = orderOf(folder, "~tag=1/a");
-        order.refusal = [text = refusal](const QByteArray& sha256, qint64 length) {
-            const bool isWhole = sha256 == QCryptographicHash::hash(Whole, QCryptographicHash::Sha256);
-            return isWhole && length == Whole.size() ? text : "not the file";
-        };
-        if (!part.isEmpty())
-            lay(order, part, "\"1\"");
-        const auto fetch = QSharedPointer<cFetch>::create(order);
-        cFetchQueue queue;
-        queue.add(fetch);
-        queue.wait();
-        QCOMPARE(fetch->errorString(), refusal);
-        QCOMPARE(read(order.path), refusal.isEmpty() ? Whole : "-");
-        QCOMPARE(read(order.path + ".part"), QByteArray(refusal.isEmpty() || part.isEmpty() ? "-" : ""));
+        for (const QByteArray& part : {QByteArray(), Whole.left(50), Whole}) {
+            for (const QString& refusal : {QString(), QString("no trusted metadata names it")}) {
+                const QTemporaryDir folder;
+                cFetch::Order order = orderOf(folder, "~tag=1/a");
+                order.refusal = [&](const QByteArray& sha256, qint64 length) {
+                    const bool isWhole = sha256 == QCryptographicHash::hash(Whole, QCryptographicHash::Sha256);
+                    return isWhole && length == Whole.size() ? refusal : "not the file";
+                };
+                if (!part.isEmpty())
+                    lay(order, part, "\"1\"");
+                QCOMPARE(fetched(order)->errorString(), refusal);
+                QCOMPARE(read(order.path), refusal.isEmpty() ? Whole : "-");
+                QCOMPARE(read(order.path + ".part"), QByteArray(refusal.isEmpty() || part.isEmpty() ? "-" : ""));
+            }
+        }
     }
     void tellsWhatTheDiskRefuses()
     {
         const QTemporaryDir folder;
-        cFetch::Order order = orderOf(folder, "a");
-        write(folder.filePath("sub"), "a file");
-        const auto fetch = QSharedPointer<cFetch>::create(order);
-        cFetchQueue queue;
-        queue.add(fetch);
-        queue.wait();
+        writeFile(folder.filePath("sub"), "a file");
+        const auto fetch = fetched(orderOf(folder, "a"));
         QVERIFY(fetch->hasDiskFault());
         QVERIFY2(fetch->errorString().contains(folder.filePath("sub")), qPrintable(fetch->errorString()));
     }
@@ -150,67 +130,51 @@ private slots:
         order.sources.first().limit = 0;
         order.sha1 = sha1(large);
         for (const bool isLast : {false, true}) {
-            const auto fetch = QSharedPointer<cFetch>::create(order);
-            cFetchQueue queue;
-            queue.add(fetch);
-            queue.wait();
+            const auto fetch = fetched(order);
             QCOMPARE(fetch->hasSucceeded(), isLast);
             const qint64 there = isLast ? large.size() : 4000000 - 256 * 1024;
             QVERIFY2(fetch->bytesThere() >= there, qPrintable(QString::number(fetch->bytesThere())));
             QVERIFY(!isLast || fetch->bytesFetched() < 2000000 + 256 * 1024);
+            QCOMPARE(m_told.first().last().toInt(), large.size());
         }
         QVERIFY(read(order.path) == large);
     }
-    void runsSoManyAHost_data()
-    {
-        const Rows<int, QString> row("most", "requests");
-        row("one", 1, "/~pause=+9/a?0");
-        row("two", 2, "/~pause=+9/a?0 /~pause=+9/a?1");
-        row("not less than one", 0, "/~pause=+9/a?0");
-    }
     void runsSoManyAHost()
     {
-        QFETCH(int, most);
-        const QTemporaryDir folder;
-        cFetchQueue queue(most);
         QVERIFY2(m_site.setFaults("~delay=20").isEmpty(), "the server knows distances");
-        m_site.takeRequests();
-        QVector<QSharedPointer<cFetch>> fetches;
-        for (int i = 0; i < 4; ++i) {
-            cFetch::Order order = orderOf(folder, "~pause=+9/a");
-            order.path += QString::number(i);
-            order.sources.first().url.setQuery(QString::number(i));
-            fetches << QSharedPointer<cFetch>::create(order);
-            queue.add(fetches.last());
+        for (const int most : {0, 1, 2}) {
+            const int running = qMax(most, 1);
+            const QTemporaryDir folder;
+            cFetchQueue queue(most);
+            m_site.takeRequests();
+            QVector<QSharedPointer<cFetch>> fetches;
+            for (int i = 0; i < 4; ++i) {
+                cFetch::Order order = orderOf(folder, "~pause=+9/a");
+                order.path += QString::number(i);
+                fetches << QSharedPointer<cFetch>::create(order);
+                queue.add(fetches.last());
+            }
+            for (int i = 0; i < running; ++i)
+                QTRY_COMPARE(fetches[i]->bytesThere(), qint64(9));
+            QCOMPARE(m_site.takeRequests().size(), running);
+            queue.cancel(*fetches.first());
+            queue.cancel();
+            QVERIFY(queue.isIdle());
+            for (const QSharedPointer<cFetch>& fetch : fetches)
+                QCOMPARE(fetch->state(), cTransfer::Cancelled);
+            QCOMPARE(read(fetches.first()->path() + ".part"), Whole.left(9));
+            QCOMPARE(read(fetches.last()->path() + ".part"), QByteArray("-"));
         }
-        const int running = qMax(most, 1);
-        QTRY_COMPARE(fetches.first()->bytesThere(), qint64(9));
-        QTRY_COMPARE(fetches[running - 1]->bytesThere(), qint64(9));
-        QStringList requests = m_site.takeRequests();
-        requests.sort(); // two at a time come in any order
-        QTEST(requests.join(' '), "requests");
-        queue.cancel(*fetches.first());
-        queue.cancel();
-        QVERIFY(queue.isIdle());
         QVERIFY(m_site.setFaults("~").isEmpty());
-        for (const QSharedPointer<cFetch>& fetch : fetches)
-            QCOMPARE(fetch->state(), cTransfer::Cancelled);
-        QCOMPARE(read(fetches.first()->path() + ".part"), Whole.left(9));
-        QCOMPARE(read(fetches.last()->path() + ".part"), QByteArray("-"));
     }
     void survivesWhatHappensMeanwhile_data()
     {
-        const Rows<Event, int> row("event", "state");
-        row(
-            "nothing", [](Run&) {}, cTransfer::Succeeded);
-        row(
-            "cancelled", [](Run& run) { run.queue->cancel(*run.fetch); }, cTransfer::Cancelled);
-        row(
-            "all cancelled", [](Run& run) { run.queue->cancel(); }, cTransfer::Cancelled);
-        row(
-            "the queue is destroyed", [](Run& run) { run.queue.reset(); }, cTransfer::Cancelled);
-        row(
-            "another is added", [](Run& run) { run.queue->add(run.other); }, cTransfer::Succeeded);
+        const Rows<int, Event> row("state", "event");
+        row("nothing", cTransfer::Succeeded, [](Run&) {});
+        row("cancelled", cTransfer::Cancelled, [](Run& run) { run.queue->cancel(*run.fetch); });
+        row("all cancelled", cTransfer::Cancelled, [](Run& run) { run.queue->cancel(); });
+        row("the queue is destroyed", cTransfer::Cancelled, [](Run& run) { run.queue.reset(); });
+        row("another is added", cTransfer::Succeeded, [](Run& run) { run.queue->add(run.other); });
     }
     /// From the first progress, the last one, and the end.
     void survivesWhatHappensMeanwhile()
@@ -260,15 +224,21 @@ private:
     /// As the part that came from the source of that number, from 1 on.
     static void lay(const cFetch::Order& order, const QByteArray& part, const QByteArray& tag, int source = 1)
     {
-        write(order.path + ".part", part);
-        write(order.path + ".part.origin", order.sources[source - 1].url.toEncoded() + '\n' + tag + '\n');
+        writeFile(order.path + ".part", part);
+        writeFile(order.path + ".part.origin", order.sources[source - 1].url.toEncoded() + '\n' + tag + '\n');
     }
-    static void write(const QString& path, const QByteArray& bytes)
+    QSharedPointer<cFetch> fetched(const cFetch::Order& order)
     {
-        QFile file(path);
-        QDir().mkpath(QFileInfo(file).path());
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write(bytes);
+        const auto fetch = QSharedPointer<cFetch>::create(order);
+        QSignalSpy told(fetch.data(), &cFetch::progress);
+        QSignalSpy done(fetch.data(), &cFetch::done);
+        cFetchQueue queue;
+        queue.add(fetch);
+        queue.wait();
+        m_told = told;
+        if (done.size() != 1)
+            QTest::qFail("the end is told once", __FILE__, __LINE__);
+        return fetch;
     }
     /// "-" when nothing is there.
     static QByteArray read(const QString& path)
@@ -278,6 +248,7 @@ private:
     }
 
     HttpSite m_site;
+    QList<QVariantList> m_told; // the progress of the last fetched()
 };
 
 QTEST_GUILESS_MAIN(tst_cFetch)

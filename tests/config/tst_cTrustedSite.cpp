@@ -4,11 +4,6 @@
 
 #include <HttpSite.h>
 
-static QByteArray hashed(const QByteArray& bytes)
-{
-    return "<hash method='sha1'>" + QCryptographicHash::hash(bytes, QCryptographicHash::Sha1).toHex() + "</hash>";
-}
-
 /// Checks and updates with a pinned root, from a site that is signed by other means than our own (tuf_site.py): what is
 /// fetched, and why the rest is refused.
 class tst_cTrustedSite : public QObject
@@ -17,19 +12,6 @@ class tst_cTrustedSite : public QObject
 
     UpdateFixture m_fixture;
     HttpSite m_site;
-
-    /// What lies in the data folder as @p name.
-    static QString dataPath(const QString& name)
-    {
-        return Corvane::velmiraFolderOrFile(Corvane::DataFolder) + '/' + name;
-    }
-
-    static QString outcome()
-    {
-        const cJsonValue result = IConfigMgr::doUpdateOn({});
-        const QString code = result["result_code"].toVariant().toString();
-        return result.contains("failed") ? code + ' ' + result["failed"].toString() : code;
-    }
 
     static QString failures()
     {
@@ -59,7 +41,6 @@ class tst_cTrustedSite : public QObject
 private slots:
     void initTestCase()
     {
-        QVERIFY(m_site.isRunning());
         const QByteArray package(1000, 'A'), setup(100, 'S');
         QVERIFY(m_site.write("site.xml", UpdateFixture::Site));
         QVERIFY(m_site.write("repo/A-1.00.000.zip", package));
@@ -93,14 +74,7 @@ private slots:
             "0", a, "");
         row("a runtime", runtime + "target('repo/run', read('repo/run')); release()", "0", "run", "");
 
-        row("no metadata", "files.clear()", "2", "", "tuf/: timestamp.json cannot be fetched: ");
-        row("rollback", "timestamp.version = 2; put(timestamp)", "2", "",
-            "tuf/: timestamp.json is refused: version 2 is older than what was seen, 3");
-        row("freeze", "timestamp.expires = PAST; publish()", "2", "", "is refused: expired on 2020-01-01 00:00 UTC");
-        row("a clock that is ahead", "timestamp.expires = days(-1); publish()", "2", "", "this computer's clock says ");
         row("tampered site", "change('site.xml')", "2", "", "site.xml: site.xml is refused: its SHA-256 is not");
-        row("tampered catalogue", "change('repo/repository.xml')", "2", "",
-            "repo/repository.xml: repo/repository.xml is refused: its SHA-256 is not");
         row("endless catalogue", "faults['/repo/repository.xml'] = '~endless'", "2", "",
             "more bytes than are accepted");
         row("a repository elsewhere",
@@ -108,10 +82,8 @@ private slots:
             "site.xml: the repository \"../repo\" leaves the site");
         row("a repository that nobody signed", "del targets.targets['repo/repository.xml']; release()", "2", "",
             "no trusted role vouches for \"repo/repository.xml\"");
-        row("a package that nobody signed", QString("del targets.targets[%1]; release()").arg(package), "3 A-1.00.000",
-            "", "no trusted metadata names it");
-        row("the same, which waits", QString("del targets.targets[%1]; release()").arg(package), "3 A-1.00.000", a,
-            "no trusted metadata names it");
+        row("a package that nobody signed, which waits", QString("del targets.targets[%1]; release()").arg(package),
+            "3 A-1.00.000", a, "no trusted metadata names it");
         row("another package", QString("target(%1, b'x' * 1000, served=read(%1)); release()").arg(package),
             "3 A-1.00.000", "", "its SHA-256 is not the one that the signed metadata gives");
         row("endless package", "faults['/repo/A-1.00.000.zip'] = '~fill=100000000'", "3 A-1.00.000", "",
@@ -127,9 +99,9 @@ private slots:
         publish();
         QCOMPARE(int(IConfigMgr::checkForUpdates()["result_code"].toInt()), 0);
         forge(steps);
-        if (QTest::currentDataTag() == QByteArray("the same, which waits"))
+        if (QTest::currentDataTag() == QByteArray("a package that nobody signed, which waits"))
             writeFile(dataPath("Dropbox/A-1.00.000.zip"), readFile(m_site.folder() + "/repo/A-1.00.000.zip"));
-        QTEST(outcome(), "outcome");
+        QTEST(update(), "outcome");
         QStringList found = QDir(dataPath("Dropbox")).entryList({"*.zip"}) + QDir(dataPath("")).entryList({"run*"});
         QCOMPARE(found.join(' '), fetched);
         QCOMPARE(QFile::exists(dataPath("Dropbox/repository.xml")), fetched == "A-1.00.000.zip" && said.isEmpty());
@@ -143,12 +115,12 @@ private slots:
         m_fixture.begin("<feature name='C' version='1.0' repository='main'/>", m_site.url("nowhere"));
         QSettings().setValue("UpdateMgr/Locations/to", QVariantMap{{"url", m_site.url()}});
         publish();
-        QCOMPARE(outcome(), QString("0"));
+        QCOMPARE(update(), "0");
         QVERIFY2(failures().startsWith("nowhere/tuf/: timestamp.json cannot be fetched"), qPrintable(failures()));
         QString error;
         QVERIFY2(IConfigMgr::unpinTrust(&error), qPrintable(error));
         forge("files.clear()");
-        QCOMPARE(outcome(), QString("0")); // as ever
+        QCOMPARE(update(), "0"); // as ever
     }
 };
 

@@ -114,9 +114,7 @@ private slots:
     }
     void tellsWhatAnUpdateBrings()
     {
-        QFETCH(QString, installed);
-        QFETCH(QString, locale);
-        QFETCH(QByteArray, notes);
+        const auto [installed, locale, notes] = cells<QString, QString, QByteArray>("installed", "locale", "notes");
         m_fixture.begin(features(installed));
         m_fixture.sandbox.setMachineValue("ConfigMgr/Locale", locale);
         m_fixture.offer("version='2.0'", features("C-2.0").replace("</feature>", notes + "</feature>"));
@@ -160,19 +158,6 @@ private slots:
         QCOMPARE(m_fixture.logged("features.xml: line 1, column "), 3);
         QVERIFY(QFile::remove(m_fixture.path("plugins/features.xml")));
         QCOMPARE(values(IConfigMgr::checkForUpdates()), "0 1.00.000 2.00.000 false 0");
-    }
-    void refusesACheckWithinACheck()
-    {
-        m_fixture.begin();
-        m_fixture.offer("version='2.0'", features("C-1.0"));
-        QStringList within;
-        connect(m_fixture.manager.data(), &cConfigurationMgr::progress, this, [&within] {
-            within << values(IConfigMgr::checkForUpdates()) << values(IConfigMgr::doUpdateOn({"C"}));
-        });
-        QCOMPARE(values(IConfigMgr::checkForUpdates()), "0 1.00.000 2.00.000 false 0");
-        QVERIFY(within.size() >= 4);
-        QVERIFY(within.count("4 - - - -") == within.size());
-        QCOMPARE(m_fixture.logged("a check or an update is under way"), within.size());
     }
     /// Against the rule as it is said: one list, and each name looked for in it.
     void closesOverDependenciesLikeTheRule()

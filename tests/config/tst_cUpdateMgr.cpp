@@ -36,7 +36,6 @@ class tst_cUpdateMgr : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase() { QVERIFY(m_site.isRunning()); }
     void findsTheNewestRepository_data()
     {
         // "folder: entries" is a site, "folder versions" a repository, "file=text" anything. What is found is a
@@ -67,9 +66,7 @@ private slots:
     }
     void findsTheNewestRepository()
     {
-        QFETCH(QString, files);
-        QFETCH(QString, locations);
-        QFETCH(QString, logged);
+        const auto [files, locations, logged] = cells<QString, QString, QString>("files", "locations", "logged");
         setUp(files, locations);
         QVERIFY(m_site.write("deep/site.xml", QByteArray("<r>").repeated(1000000)));
         QStringList names;
@@ -105,8 +102,7 @@ private slots:
     void survivesWhatHappensMeanwhile()
     {
         const QString event = QTest::currentDataTag();
-        QFETCH(int, requests);
-        QFETCH(QString, logged);
+        const auto [requests, logged] = cells<int, QString>("requests", "logged");
         setUp("a: r|b: r|a/r 1.0|b/r 2.0", "a b");
         bool isDone = false;
         connect(m_manager, &cUpdateMgr::progress, this, [&](const QString& name) {

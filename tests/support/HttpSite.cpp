@@ -17,6 +17,8 @@ HttpSite::HttpSite(bool isSecure)
     while (!m_server.canReadLine() && m_server.waitForReadyRead(10000)) {
     }
     m_port = m_server.readLine().trimmed().toInt();
+    if (m_port == 0)
+        qFatal("http_site.py does not run");
 }
 
 HttpSite::~HttpSite()

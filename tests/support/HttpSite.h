@@ -12,7 +12,8 @@
 class HttpSite
 {
 public:
-    /// With @p isSecure it speaks HTTPS, under a certificate that nobody has signed.
+    /// With @p isSecure it speaks HTTPS, under a certificate that nobody has signed. Where it does not start, the test
+    /// program ends.
     explicit HttpSite(bool isSecure = false);
     ~HttpSite();
 

@@ -116,8 +116,6 @@ class tst_Attacks : public QObject
     }
 
 private slots:
-    void initTestCase() { QVERIFY(m_site.server().isRunning()); }
-
     void refuses_data()
     {
         const Attacks row("script", "reason", "kept");

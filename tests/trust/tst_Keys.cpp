@@ -117,48 +117,6 @@ private slots:
         QCOMPARE(cTrustKey::ofPem(pem, &error).value_or(cTrustKey()).id(), key.id());
     }
 
-    void refusesObjects_data()
-    {
-        const Rows<QByteArray, QString> row("object", "error"); // without an error it is kept
-        row("no type", R"({"scheme": "s", "keyval": {}})", "\"k\" has no \"keytype\"");
-        row("a number", R"({"keytype": "t", "scheme": 1, "keyval": {}})", "\"k\" has no \"scheme\"");
-        row("a text", R"({"keytype": "t", "scheme": "s", "keyval": "v"})", "\"k\" has no \"keyval\"");
-        row("no public part", R"({"keytype": "rsa", "scheme": "rsassa-pss-sha256", "keyval": {}})", "no \"public\"");
-        row("another type", R"({"keytype": "t", "scheme": "s", "keyval": {}, "x": 1})", "");
-    }
-
-    void refusesObjects()
-    {
-        const auto [text, error] = cells<QByteArray, QString>("object", "error");
-        const QJsonObject object = QJsonDocument::fromJson(text).object();
-        QString reason;
-        const auto key = cTrustKey::read("k", object, &reason);
-        QCOMPARE(!key, !error.isEmpty());
-        QVERIFY2(reason.contains(error), qPrintable(reason));
-        if (key)
-            QCOMPARE(key->object(), object);
-    }
-
-    void hashes()
-    {
-        using Cryptography::cDigest;
-        cDigest sha256(cDigest::Sha256);
-        cDigest sha512(cDigest::Sha512);
-        for (const char* piece : {"a", "", "bc"}) {
-            sha256.add(piece);
-            sha512.add(piece);
-        }
-        // FIPS 180-2, appendices B.1 and C.1
-        const QByteArray abc = "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad";
-        QCOMPARE(sha256.result().toHex(), abc);
-        QCOMPARE(Cryptography::sha256("abc").toHex(), abc);
-        QCOMPARE(
-            sha512.result().toHex(),
-            QByteArray(
-                "ddaf35a193617abacc417349ae20413112e6fa4e89a97ea20a9eeee64b55d39a2192992a274fc1a836ba3c23a3feebbd454d"
-                "4423643ce80e2a9ac94fa54ca49f"));
-    }
-
     void canonical_data()
     {
         const auto nested = [](int depth) { return "{\"a\":" + QByteArray(depth, '[') + QByteArray(depth, ']') + "}"; };

@@ -27,6 +27,10 @@ private slots:
         rows(root, "'keys'", {"'kept'"}, "signed: \"keys\" is missing");
         rows(root, "'snapshot'", {"'snapshots'"}, "signed: roles: \"snapshot\" is missing");
         rows(root, "'keytype'", {"'kind'"}, "signed: keys: key \"k\" has no \"keytype\"");
+        rows(root, "'scheme':'ed25519'", {"'scheme':1"}, "keys: key \"k\" has no \"scheme\"");
+        rows(root, "{'public':'00'}", {"'v'"}, "keys: key \"k\" has no \"keyval\"");
+        rows(root, "'public'", {"'private'"}, "no \"public\"");
+        rows(root, "'keytype':'ed25519'", {"'x':1,'keytype':'t'"}, "");
         rows(root, "'consistent_snapshot':true,", {""}, "");
         rows(root, "'threshold':1", {"'threshold':0"}, "\"threshold\" is no whole number from 1");
         row("many keys", root, "['k']", "[" + QStringList(QVector<QString>(1025, "'k'").toList()).join(',') + "]",

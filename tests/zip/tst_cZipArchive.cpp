@@ -1,7 +1,5 @@
 #include "Archives.h"
 
-#include "zip/cZipDirectory.h"
-
 #include <Norvale/cZipArchive.h>
 #include <Norvale/cZipEntry.h>
 
@@ -85,27 +83,6 @@ private slots:
         QVERIFY(file.endsWith("streamed") || readme->content() == QByteArray("How to print.\n").repeated(20));
         const auto logo = archive.entry("logo.bin");
         QVERIFY(file.endsWith("streamed") || logo->compressedContent().size() == 64);
-    }
-
-    void keepsAllRecordsForChecks()
-    {
-        QFile file(ZIP_DATA "/infozip.zip");
-        QVERIFY(file.open(QIODevice::ReadOnly));
-        cZipDirectory directory;
-        QVERIFY2(directory.read(&file), qPrintable(directory.errorString()));
-        QStringList list;
-        for (int i = 0; i < directory.count(); ++i) {
-            const cZipRecord record = directory.record(i);
-            list += record.name + QString(" %1").arg(record.unixMode(), 0, 8) + (record.isListed() ? "" : " unlisted");
-            QVERIFY(record.hasSignature);
-            QVERIFY(record.isAcceptable());
-            QCOMPARE(record.flags, quint16(0));
-        }
-        QCOMPARE(list.mid(2), QStringList({"empty.txt 100644 unlisted", "Manifest.xml 100644", "docs/ 40755 unlisted",
-                                           "docs/readme.txt 100644", "link.txt 120777"}));
-        QVERIFY(!directory.read(nullptr));
-        QCOMPARE(directory.count(), 0);
-        QVERIFY(!directory.errorString().isEmpty());
     }
 
     void findsByName()
