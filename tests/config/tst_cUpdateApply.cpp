@@ -102,6 +102,7 @@ private slots:
         row("nothing but the description", "", "0", "+", "");
         row("not at the first source", pluginA({"x", "../pkg/A"}), "0", "A +", "answers 404");
         row("too long", pluginA({"../~fill=300000000/pkg/A", "../pkg/A"}), "0", "A +", "more bytes");
+        row("something else first", pluginA({"../pkg/B", "../pkg/A"}), "0", "A +", "match its hash");
         row("an absolute source", pluginA({m_site.url("pkg/A").toEncoded()}), "0", "A +", "");
         row("nowhere", pluginA() + pluginB("x"), "3 B-1.00.000", "A", "answers 404");
         row("one in the middle nowhere",
