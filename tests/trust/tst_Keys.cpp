@@ -106,9 +106,8 @@ private slots:
     {
         const QByteArray point(32, 'x');
         const cTrustKey key = cTrustKey::ofEd25519(point);
-        const QByteArray form =
-            R"({"keytype":"ed25519","keyval":{"public":")" + point.toHex() + R"("},"scheme":"ed25519"})";
-        QCOMPARE(key.id().toLatin1(), Cryptography::sha256(form).toHex());
+        QByteArray form = R"({"keytype":"ed25519","keyval":{"public":"POINT"},"scheme":"ed25519"})";
+        QCOMPARE(key.id().toLatin1(), Cryptography::sha256(form.replace("POINT", point.toHex())).toHex());
         // SubjectPublicKeyInfo, with other line ends, and none at the end
         const QByteArray pem = "-----BEGIN PUBLIC KEY-----\r\n" +
                                (QByteArray::fromHex("302a300506032b6570032100") + point).toBase64() +
@@ -117,43 +116,7 @@ private slots:
         QCOMPARE(cTrustKey::ofPem(pem, &error).value_or(cTrustKey()).id(), key.id());
     }
 
-    void canonical_data()
-    {
-        const auto nested = [](int depth) { return "{\"a\":" + QByteArray(depth, '[') + QByteArray(depth, ']') + "}"; };
-        const Rows<QByteArray, QByteArray, QString> row("text", "form", "error");
-        row("empty", " {\r\n\t} ", "{}", "");
-        row("order", R"({"b":[1, {}, []],"a":{"d":null,"C":true},"":false})",
-            R"({"":false,"a":{"C":true,"d":null},"b":[1,{},[]]})", "");
-        row("order above U+FFFF", R"({"\ud83d\ude00":1,"\uff41":2,"z":3})", "{\"z\":3,\"\uff41\":2,\"\U0001f600\":1}",
-            "");
-        row("strings", R"({"a":"\"\\\/\n\u0001\u00e4 é:"})", "{\"a\":\"\\\"\\\\/\n\1\u00e4 \u00e9:\"}", "");
-        row("numbers", R"({"a":[9223372036854775807,-9223372036854775808,9007199254740993,-0]})",
-            R"({"a":[9223372036854775807,-9223372036854775808,9007199254740993,0]})", "");
-        row("levels", nested(63), nested(63), "");
-        row("too many levels", nested(64), "", "line 1, column 69: nested deeper");
-        row("levels without an end", QByteArray(1000000, '['), "", "nested deeper");
-        row("too many values", "[" + QByteArray(4000001, ','), "", "more than 4000000 values");
-        row("twice", "{\"b\":0,\"a\":{\"x\":1,\n \"y\":2,\"x\":3}}", "", "line 2, column 8: \"x\" stands twice");
-        row("twice, with an escape", R"({"ab":1,"\u0061b":2})", "", "column 9: \"ab\" stands twice");
-        row("once in each", R"({"a":{"a":"a"},"b":[{"a":1},{"a":2}]})", R"({"a":{"a":"a"},"b":[{"a":1},{"a":2}]})", "");
-        row("a fraction", R"({"a":1.0})", "", "column 6: a number that is not a whole one");
-        row("an exponent", R"({"a":1e3})", "", "not a whole one");
-        row("too large", R"({"a":9223372036854775808})", "", "not a whole one of 64 bits");
-        row("half a pair", R"({"a":"\ud83d x"})", "", "half of a surrogate pair");
-        row("the other half", R"({"a":"\ude00\ud83d"})", "", "half of a surrogate pair");
-        row("half a pair in a name", R"({"\ud83d\u0041":1})", "", "half of a surrogate pair");
-        row("no UTF-8", "{\"a\":\"\xff\"}", "", "line 1");
-        row("UTF-8 of half a pair", "{\"a\":\"\xed\xa0\xbd\"}", "", "line 1");
-        row("a line end in a string", "{\"a\":\"\n\"}", "", "control character");
-        row("an escape of its own", R"({"a":"\x"})", "", "unknown escape");
-        row("an escape cut off", R"({"a":"\u00)", "", "unknown escape");
-        row("cut off", R"({"a":")", "", "line 1");
-        row("more behind", "{}{}", "", "line 1");
-        row("brackets crossed", "{[}]", "", "line 1");
-        row("an array", "[1]", "", "not an object");
-        row("nothing", "", "", "line 1, column");
-    }
-
+    void canonical_data(); // moc does not read all of its strings
     void canonical()
     {
         const auto [text, form, error] = cells<QByteArray, QByteArray, QString>("text", "form", "error");
@@ -170,6 +133,42 @@ private:
     QTemporaryDir m_folder;
     QByteArray m_private;
 };
+
+void tst_Keys::canonical_data()
+{
+    const auto nested = [](int depth) { return "{\"a\":" + QByteArray(depth, '[') + QByteArray(depth, ']') + "}"; };
+    const Rows<QByteArray, QByteArray, QString> row("text", "form", "error");
+    row("empty", " {\r\n\t} ", "{}", "");
+    row("order", R"({"b":[1, {}, []],"a":{"d":null,"C":true},"":false})",
+        R"({"":false,"a":{"C":true,"d":null},"b":[1,{},[]]})", "");
+    row("order above U+FFFF", R"({"\ud83d\ude00":1,"\uff41":2,"z":3})", "{\"z\":3,\"\uff41\":2,\"\U0001f600\":1}", "");
+    row("strings", R"({"a":"\"\\\/\n\u0001\u00e4 é:"})", "{\"a\":\"\\\"\\\\/\n\1\u00e4 \u00e9:\"}", "");
+    row("numbers", R"({"a":[9223372036854775807,-9223372036854775808,9007199254740993,-0]})",
+        R"({"a":[9223372036854775807,-9223372036854775808,9007199254740993,0]})", "");
+    row("levels", nested(63), nested(63), "");
+    row("too many levels", nested(64), "", "line 1, column 69: nested deeper");
+    row("levels without an end", QByteArray(1000000, '['), "", "nested deeper");
+    row("too many values", "[" + QByteArray(4000001, ','), "", "more than 4000000 values");
+    row("twice", "{\"b\":0,\"a\":{\"x\":1,\n \"y\":2,\"x\":3}}", "", "line 2, column 8: \"x\" stands twice");
+    row("twice, with an escape", R"({"ab":1,"\u0061b":2})", "", "column 9: \"ab\" stands twice");
+    row("once in each", R"({"a":{"a":"a"},"b":[{"a":1},{"a":2}]})", R"({"a":{"a":"a"},"b":[{"a":1},{"a":2}]})", "");
+    row("a fraction", R"({"a":1.0})", "", "column 6: a number that is not a whole one");
+    row("an exponent", R"({"a":1e3})", "", "not a whole one");
+    row("too large", R"({"a":9223372036854775808})", "", "not a whole one of 64 bits");
+    row("half a pair", R"({"a":"\ud83d x"})", "", "half of a surrogate pair");
+    row("the other half", R"({"a":"\ude00\ud83d"})", "", "half of a surrogate pair");
+    row("half a pair in a name", R"({"\ud83d\u0041":1})", "", "half of a surrogate pair");
+    row("no UTF-8", "{\"a\":\"\xff\"}", "", "line 1");
+    row("UTF-8 of half a pair", "{\"a\":\"\xed\xa0\xbd\"}", "", "line 1");
+    row("a line end in a string", "{\"a\":\"\n\"}", "", "control character");
+    row("an escape of its own", R"({"a":"\x"})", "", "unknown escape");
+    row("an escape cut off", R"({"a":"\u00)", "", "unknown escape");
+    row("cut off", R"({"a":")", "", "line 1");
+    row("more behind", "{}{}", "", "line 1");
+    row("brackets crossed", "{[}]", "", "line 1");
+    row("an array", "[1]", "", "not an object");
+    row("nothing", "", "", "line 1, column");
+}
 
 QTEST_GUILESS_MAIN(tst_Keys)
 #include "tst_Keys.moc"
