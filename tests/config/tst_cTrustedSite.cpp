@@ -74,6 +74,7 @@ private slots:
             "0", a, "");
         row("a runtime", runtime + "target('repo/run', read('repo/run')); release()", "0", "run", "");
 
+        row("no metadata", "files.clear()", "2", "", "tuf/: timestamp.json cannot be fetched: ");
         row("tampered site", "change('site.xml')", "2", "", "site.xml: site.xml is refused: its SHA-256 is not");
         row("endless catalogue", "faults['/repo/repository.xml'] = '~endless'", "2", "",
             "more bytes than are accepted");

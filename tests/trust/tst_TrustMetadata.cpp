@@ -66,9 +66,9 @@ private slots:
 
         const QString file = "signed: meta: \"targets.json\": ";
         rows(snapshot, "'version':3", {"'versions':3"}, file + "\"version\" is missing");
-        rows(snapshot, "'version':3", {"'version':'2'", "'version':0"}, file + "\"version\" is no whole number from 1");
+        rows(snapshot, "'version':3", {"'version':'2'", "'version':0"}, file + "\"version\" is no whole number");
         rows(snapshot, "'version':3", {"'version':3,'length':-1", "'version':3,'length':'9'"},
-             "\"length\" is no whole number from 0");
+             "\"length\" is no whole number");
         rows(snapshot, "'version':3", {"'version':3,'hashes':[]"}, "\"hashes\" is no object");
         rows(snapshot, "'version':3", {"'version':3,'hashes':{}"}, "\"hashes\" has none");
         rows(snapshot, "'version':3", {"'version':3,'hashes':{'sha256':1}"}, "\"hashes\" has a value that is no text");
