@@ -76,6 +76,8 @@ private slots:
 
         row("no metadata", "files.clear()", "2", "", "tuf/: timestamp.json cannot be fetched: ");
         row("tampered site", "change('site.xml')", "2", "", "site.xml: site.xml is refused: its SHA-256 is not");
+        row("tampered catalogue", "change('repo/repository.xml')", "2", "",
+            "repo/repository.xml: repo/repository.xml is refused: its SHA-256 is not");
         row("endless catalogue", "faults['/repo/repository.xml'] = '~endless'", "2", "",
             "more bytes than are accepted");
         row("a repository elsewhere",
