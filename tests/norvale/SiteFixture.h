@@ -1,10 +1,8 @@
 #pragma once
 
+#include "HttpSite.h"
 #include "MachineProgram.h"
 #include "ToolFixture.h"
-
-#include <QtCore/QJsonDocument>
-#include <QtCore/QJsonObject>
 
 static const QString NeedsA = "<dependencies><dependency>A</dependency></dependencies>";
 
@@ -47,13 +45,13 @@ public:
         QCOMPARE(add("B-2.00.000.zip", "F", "2.0.0", "--status beta").code, 0);
     }
 
-    /// The site's files without those that hold times.
-    QMap<QString, QByteArray> offered() const
+    /// The site's files without the hidden ones beside it and those of the signatures, which hold times.
+    Tree offered() const
     {
-        QMap<QString, QByteArray> files = m_tool.tree("site");
-        for (const QString& name : files.keys()) {
-            if (name == "site/.retired.xml" || name.startsWith("site/tuf/"))
-                files.remove(name);
+        Tree files;
+        for (const auto& file : m_tool.tree("site")) {
+            if (!file.first.endsWith('/') && !file.first.startsWith('.') && !file.first.startsWith("tuf/"))
+                files.insert(file);
         }
         return files;
     }
@@ -62,17 +60,18 @@ public:
     QStringList entries() const
     {
         QStringList names;
-        for (QDirIterator it(m_tool.path("site"), QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot,
-                             QDirIterator::Subdirectories);
-             it.hasNext();)
-            names.append(it.next());
+        for (const auto& entry : m_tool.tree("site"))
+            names.append(entry.first);
         // On Windows a lock into which its owner's name could not be written stays. The next run takes it.
-        names.removeOne(m_tool.path("site/.norvale.lock"));
-        names.sort();
+        names.removeOne(".norvale.lock");
         return names;
     }
 
-    static QJsonObject jsonOf(const Ended& ended) { return QJsonDocument::fromJson(ended.output.toUtf8()).object(); }
+    /// Puts the site on the server. @return its address.
+    QString uploadTo(const HttpSite& server) const
+    {
+        return restoreTree(server.folder(), m_tool.tree("site")) ? server.url().toString() : "not uploaded";
+    }
 
     void shell(const QString& script, const QString& folder = QString()) const
     {
@@ -80,5 +79,25 @@ public:
     }
 
     Ended check(const QString& site = "site") const { return m_tool.run("site check --strict " + site); }
+
+    /// That a check ends so, and tells of @p said.
+    void verifyCheck(int code, const QString& said) const
+    {
+        const Ended checked = check();
+        QCOMPARE(checked.code, code);
+        QVERIFY2((checked.output + checked.reasons).contains(said), qPrintable(checked.output + checked.reasons));
+    }
+
+    /// That norvale site @p words, after what the shell does, ends so, tells of @p said, and changes nothing.
+    void verifyRefusal(const QString& shell, const QString& words, int code, const QString& said) const
+    {
+        this->shell(shell);
+        const Tree before = m_tool.tree();
+        const Ended ended = m_tool.run("site " + words);
+        QCOMPARE(ended.code, code);
+        QVERIFY2((ended.output + ended.reasons).contains(said), qPrintable(ended.output + ended.reasons));
+        QVERIFY(m_tool.tree() == before);
+    }
+
     QByteArray repository() const { return m_tool.read("site/main/repository.xml"); }
 };

@@ -5,11 +5,9 @@
 #include "Platform.h"
 #include "Rows.h"
 #include "SettingsSandbox.h"
+#include "Tree.h"
 
 #include <Norvale/cVersion.h>
-
-#include <QtCore/QDirIterator>
-#include <QtCore/QRandomGenerator>
 
 /// Runs the real program as a child process, on files below a temporary folder.
 class ToolFixture
@@ -21,6 +19,7 @@ public:
         return runToEnd(NORVALE_PROGRAM, arguments, variables, path());
     }
     Ended run(const QString& line) const { return run(wordsOf(line)); }
+    static QJsonObject jsonOf(const Ended& ended) { return QJsonDocument::fromJson(ended.output.toUtf8()).object(); }
 
     /// A fresh empty folder for the test; relative paths are below it.
     void begin()
@@ -57,26 +56,13 @@ public:
         QCOMPARE(run({"pack", makePlugin(name, version, inner)}).code, 0);
     }
 
-    /// Names and contents of all files below @p name.
-    QMap<QString, QByteArray> tree(const QString& name) const
-    {
-        QMap<QString, QByteArray> files;
-        for (QDirIterator it(path(name), QDir::Files | QDir::Hidden, QDirIterator::Subdirectories); it.hasNext();) {
-            const QString relative = QDir(path()).relativeFilePath(it.next());
-            files.insert(relative, read(relative));
-        }
-        return files;
-    }
+    Tree tree(const QString& name = "") const { return treeOf(QDir::cleanPath(path(name))); }
 
     static QByteArray manifest(const QString& name, const QString& version, const QString& inner = "")
     {
-        return QString("<manifest>\n"
-                       "<plugin name=\"%1\" version=\"%2\" runtime_api_version=\"13\">\n"
-                       "<start><library filename=\"%1\" function=\"createPlugin\"/></start>\n"
-                       "%3</plugin>\n"
-                       "</manifest>\n")
-            .arg(name, version, inner)
-            .toUtf8();
+        const QString text = "<manifest><plugin name=\"%1\" version=\"%2\" runtime_api_version=\"13\"><start>"
+                             "<library filename=\"%1\" function=\"createPlugin\"/></start>%3</plugin></manifest>\n";
+        return text.arg(name, version, inner).toUtf8();
     }
 
     /// As much of a library as tells which Qt it is built with.

@@ -8,8 +8,6 @@
 #include <Norvale/cZipArchive.h>
 #include <Norvale/cZipEntry.h>
 
-#include <QtCore/QBuffer>
-
 class tst_Pack : public QObject
 {
     Q_OBJECT
@@ -70,19 +68,19 @@ private slots:
         const auto [words, code, said] = cells<QString, int, QString>("words", "code", "said");
         m_tool.write("full/file", "");
         QDir().mkpath(m_tool.path("empty"));
-        const auto before = m_tool.tree("");
+        const Tree before = m_tool.tree();
         const Ended ended = m_tool.run("new " + words);
         QCOMPARE(ended.code, code);
         QVERIFY2((ended.output + ended.reasons).contains(said), qPrintable(ended.output + ended.reasons));
-        if (code != 0) {
-            QCOMPARE(m_tool.tree(""), before);
-            return;
+        QStringList files;
+        for (const auto& [name, content] : without(m_tool.tree(), before)) {
+            if (!name.endsWith('/'))
+                files.append(name);
+            QVERIFY2(!(name + content).contains(QRegularExpression("New(Plugin|Host)")), qPrintable(name));
         }
-        const auto after = m_tool.tree("");
-        QCOMPARE(ended.output.section("\n\n", 0, 0).count('\n') + 1, after.size() - before.size());
-        for (auto file = after.begin(); file != after.end(); ++file)
-            QVERIFY2(!QRegularExpression("New(Plugin|Host)").match(file.key() + file.value()).hasMatch(),
-                     qPrintable(file.key()));
+        QStringList told = ended.output.section("\n\n", 0, 0).split('\n', Qt::SkipEmptyParts);
+        told.sort();
+        QCOMPARE(told, files);
     }
 
 #ifdef FILE_FAULTS
@@ -95,9 +93,7 @@ private slots:
             if (ended.code == 0)
                 return;
             QCOMPARE(ended.code, 4);
-            QCOMPARE(m_tool.tree("disk").size(), 0);
-            QVERIFY2(QDir(m_tool.path("disk")).isEmpty(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
-                     qPrintable(QString::number(call)));
+            QVERIFY2(m_tool.tree("disk").empty(), qPrintable(QString::number(call)));
         }
         QFAIL("the disk has refused nothing");
     }
@@ -186,7 +182,7 @@ private slots:
         m_tool.write("file", "");
         QCOMPARE(m_tool.run({"pack", folder, "-o", "file"}).code, 4);
         QCOMPARE(m_tool.run({"pack", folder, "-o", folder + "/out"}).code, 2);
-        QCOMPARE(m_tool.tree(folder).size(), 2);
+        QCOMPARE(m_tool.tree(folder).size(), size_t(2));
     }
 
     void drawsRepositoriesAndPictures()
@@ -200,7 +196,9 @@ private slots:
         QVERIFY(dot.output.contains("\"plugin A\" -> \"plugin B \\\"x\\\"\""));
         QVERIFY(dot.output.contains("\"feature F\\\\\\\\u{202e}\" -> \"feature G\" [style=dashed"));
         const QStringList words{"graph", ".", "-o", "x.svg"};
-        const Ended none = m_tool.run(words, {{"PATH", Platform::pathToNothing(m_tool.path())}});
+        // On Windows it leads to libraries, Qt's among them, too.
+        const QString path = Platform::hasUnixFiles() ? m_tool.path() : qEnvironmentVariable("PATH");
+        const Ended none = m_tool.run(words, {{"PATH", path}});
         QCOMPARE(none.code, 6);
         QVERIFY(none.reasons.contains("Graphviz"));
         QVERIFY(!QFile::exists(m_tool.path("x.svg")));

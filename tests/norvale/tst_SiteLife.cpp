@@ -1,7 +1,6 @@
 #include "SiteFixture.h"
 
 #include <NotHere.h>
-#include <QtCore/QLockFile>
 
 class tst_SiteLife : public QObject, private SiteFixture
 {
@@ -86,14 +85,9 @@ private slots:
         const auto [shell, arguments, code, said] =
             cells<QString, QString, int, QString>("shell", "arguments", "code", "said");
         makeSiteWithBeta();
-        this->shell(shell);
-        const QMap<QString, QByteArray> before = m_tool.tree("site");
-        const Ended ended = m_tool.run("site " + arguments + " --json");
-        QCOMPARE(ended.code, code);
-        QVERIFY2((ended.reasons + ended.output).contains(said), qPrintable(ended.reasons));
-        QVERIFY(jsonOf(ended).contains("findings"));
-        QCOMPARE(m_tool.tree("site"), before);
+        verifyRefusal(shell, arguments, code, said);
     }
+
 #ifdef FILE_FAULTS
     // Whenever a run ends, clients meet the old state or the new one, and the same call completes it. One that fails
     // leaves nothing behind.
@@ -130,12 +124,12 @@ private slots:
         const QStringList words = wordsOf("site " + call);
         Variables faults = faultsBelow(m_tool.path("site"), "count");
         faults["FILE_FAULTS_REPORT"] = m_tool.path("report");
-        const QMap<QString, QByteArray> before = offered();
+        const Tree before = offered();
         const QStringList entriesBefore = entries();
         QCOMPARE(m_tool.run(words, faults).code, 0);
-        const QMap<QString, QByteArray> after = offered();
-        QCOMPARE(after.contains("site/main/packages/B-3.00.000-from-1.00.000.delta"), call.contains("--deltas"));
+        const Tree after = offered();
         const QStringList entriesAfter = entries();
+        QCOMPARE(after.count("main/packages/B-3.00.000-from-1.00.000.delta") == 1, call.contains("--deltas"));
         const int changes = m_tool.read("report").count('\n');
         QVERIFY(changes > 10);
         for (int number = 1; number <= changes; number += EachCase) {
@@ -143,16 +137,16 @@ private slots:
             faults["FILE_FAULTS"] = fault + ' ' + QString::number(number);
             const int ended = m_tool.run(words, faults).code;
             QVERIFY2(ended == code || ended == 0, qPrintable(QString("%1 at %2").arg(ended).arg(number)));
-            for (const QString& name : {QString("site/main/repository.xml"), QString("site/main-beta/repository.xml")})
-                QVERIFY(m_tool.read(name) == before[name] || m_tool.read(name) == after[name]);
+            for (const QString name : {"main/repository.xml", "main-beta/repository.xml"})
+                QVERIFY(QByteArrayList({before.at(name), after.at(name)}).contains(m_tool.read("site/" + name)));
             // On a disk as full as this one a description that had been replaced cannot be put back.
-            if (fault == "ENOSPC" && (ended == 0 || repository() == before["site/main/repository.xml"]))
+            if (fault == "ENOSPC" && (ended == 0 || repository() == before.at("main/repository.xml")))
                 QCOMPARE(entries(), ended == 0 ? entriesAfter : entriesBefore);
             const Ended checked = m_tool.run(unsignedSite);
             QVERIFY2(checked.code == 0, qPrintable(QString("%1 at %2").arg(checked.output).arg(number)));
             const Ended again = m_tool.run(words);
             QVERIFY(again.code == 0 || again.reasons.contains("has been retired on")); // it was done
-            QCOMPARE(offered(), after);
+            QVERIFY(offered() == after);
             QVERIFY(!isSigned || check().code == 0);
         }
     }

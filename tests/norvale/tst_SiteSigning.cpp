@@ -1,4 +1,3 @@
-#include "HttpSite.h"
 #include "SiteFixture.h"
 
 // What is signed is verified by Python's cryptography, and keys are openssl's where they can be.
@@ -11,15 +10,14 @@ class tst_SiteSigning : public QObject, private SiteFixture
     Ended run(const QString& line) const { return m_tool.run(line); }
 
     /// What an independent verifier says of the site: "ROOT TIMESTAMP SNAPSHOT TARGETS", the versions, and the targets.
-    QString verified(const QString& more = QString()) const
+    QString verified() const
     {
         QProcess python;
         python.setWorkingDirectory(m_tool.path());
-        MachineProgram::start(python, "python3",
-                              QStringList{NORVALE_SOURCE "/tests/norvale/check_tuf.py", "site"} + wordsOf(more));
-        const int code = exitCodeOf(python);
-        return code == 0 ? QString::fromUtf8(python.readAllStandardOutput()).trimmed()
-                         : QString::fromUtf8(python.readAllStandardError());
+        python.setProcessChannelMode(QProcess::MergedChannels);
+        MachineProgram::start(python, "python3", {NORVALE_SOURCE "/tests/norvale/check_tuf.py", "site"});
+        exitCodeOf(python);
+        return QString::fromUtf8(python.readAll()).trimmed();
     }
     QString versions() const { return verified().section(' ', 0, 3); }
 
@@ -55,9 +53,9 @@ private slots:
 #endif
         shell("openssl pkey -in keys/root-1.pem -noout");
 
-        const QMap<QString, QByteArray> before = m_tool.tree("site");
+        const Tree before = m_tool.tree("site");
         QVERIFY(run("site sign site --keys keys").output.startsWith("nothing is to be signed"));
-        QCOMPARE(m_tool.tree("site"), before);
+        QVERIFY(m_tool.tree("site") == before);
 
         const QByteArray oldCopy =
             "main/" + QCryptographicHash::hash(repository(), QCryptographicHash::Sha256).toHex() + ".repository.xml";
@@ -69,15 +67,12 @@ private slots:
         QCOMPARE(add("A-1.00.000.zip", "Core", "1.2.0", "--keys keys").code, 0); // in one step
         QCOMPARE(verified(), "1 3 3 3" + targets);
         QCOMPARE(check().code, 0);
-        QVERIFY(!m_tool.tree("site").contains("site/" + oldCopy));
-        QCOMPARE(m_tool.tree("site").keys().filter(".repository.xml").size(), 2);
+        QVERIFY(!entries().contains(oldCopy));
+        QCOMPARE(entries().filter(".repository.xml").size(), 2);
         QCOMPARE(run("site refresh site --keys keys").code, 0);
         QCOMPARE(versions(), QString("1 4 3 3"));
 
-        const QMap<QString, QByteArray> files = m_tool.tree("site");
-        for (auto it = files.begin(); it != files.end(); ++it)
-            QVERIFY(m_server.write(it.key(), it.value()));
-        QCOMPARE(check(m_server.url("site").toString()).code, 0);
+        QCOMPARE(check(uploadTo(m_server)).code, 0);
     }
 
     // Root and targets keys lie on another machine, two people have those of targets.
@@ -127,7 +122,7 @@ private slots:
         QFile::remove(m_tool.path("keys/" + role + "-1.pem"));
         QCOMPARE(addNext("--keys keys").code, 0); // without the old one
         QCOMPARE(check().code, 0);
-        const QJsonObject shown = jsonOf(run("site keys show site --keys keys --json"));
+        const QJsonObject shown = ToolFixture::jsonOf(run("site keys show site --keys keys --json"));
         for (const QJsonValue& known : shown["roles"].toArray())
             QCOMPARE(known["keys"][0]["here"].toBool(), true);
     }
@@ -148,11 +143,8 @@ private slots:
         QCOMPARE(check().code, 0);
         for (const QByteArray& command : {QByteArray("false"), QByteArray("echo 00"), QByteArray("no-such-program")}) {
             m_tool.write("keys/targets-1.command", command);
-            const QMap<QString, QByteArray> before = m_tool.tree("site");
-            const Ended ended = addNext("--keys keys");
-            QCOMPARE(ended.code, 1);
-            QVERIFY2(ended.reasons.contains('"' + command + '"'), qPrintable(ended.reasons));
-            QCOMPARE(m_tool.tree("site"), before);
+            verifyRefusal("", "add site A-1.00.000.zip --feature Core --feature-version 1.1.0 --keys keys", 1,
+                          '"' + command + '"');
         }
     }
 
@@ -188,42 +180,34 @@ private slots:
     {
         const auto [shell, words, code, said] = cells<QString, QString, int, QString>("shell", "words", "code", "said");
         makeSignedSite();
-        this->shell(shell);
-        const QMap<QString, QByteArray> before = m_tool.tree("");
-        const Ended ended = run("site " + words);
-        QCOMPARE(ended.code, code);
-        QVERIFY2(ended.reasons.contains(said), qPrintable(ended.reasons));
-        QCOMPARE(m_tool.tree(""), before);
+        verifyRefusal(shell, words, code, said);
     }
 
     void finds_data()
     {
         const Rows<QString, QString> row("change", "said");
         row("a changed package", "printf X | dd of=main/packages/A-1.00.000.zip bs=1 seek=60 conv=notrunc status=none",
-            "trust-target");
-        row("a copy that is gone", "rm main/*.repository.xml", "trust-target");
-        row("a changed copy", "echo >>$(ls *.site.xml)", "trust-target");
-        row("a changed description", "sed -i 's/Eff/Elf/' main/repository.xml", "site-unsigned");
-        row("a changed timestamp", "sed -i 's/\"version\":1/\"version\":2/' tuf/timestamp.json", "trust-refused");
-        row("no timestamp", "rm tuf/timestamp.json", "trust-refused");
-        row("an expired timestamp", "-1", "trust-refused");
-        row("one that ends soon", "1", "trust-expiry");
+            "[trust-target");
+        row("a copy that is gone", "rm main/*.repository.xml", "[trust-target");
+        row("a changed copy", "echo >>$(ls *.site.xml)", "[trust-target");
+        row("a changed description", "sed -i 's/Eff/Elf/' main/repository.xml", "[site-unsigned");
+        row("a changed timestamp", "sed -i 's/\"version\":1/\"version\":2/' tuf/timestamp.json", "[trust-refused");
+        row("no timestamp", "rm tuf/timestamp.json", "[trust-refused");
+        const QString expiring = "python3 " NORVALE_SOURCE "/tests/norvale/check_tuf.py . ../keys/timestamp-1.pem ";
+        row("an expired timestamp", expiring + "-1", "expired on 20");
+        row("one that ends soon", expiring + "1", "[trust-expiry");
     }
     void finds()
     {
         const auto [change, said] = cells<QString, QString>("change", "said");
         makeSignedSite();
         QCOMPARE(check().code, 0);
-        if (change.size() > 2)
-            shell(change, "site");
-        else
-            QCOMPARE(verified("keys/timestamp-1.pem " + change), QString());
-        const Ended ended = check();
-        QCOMPARE(ended.code, 1);
-        QVERIFY2(ended.output.contains("[" + said), qPrintable(ended.output));
-        QVERIFY(change != "-1" || ended.output.contains("expired on 20"));
-        QVERIFY(change.size() > 2 || run("site refresh site --keys keys").code == 0);
-        QVERIFY(change.size() > 2 || check().code == 0);
+        shell(change, "site");
+        verifyCheck(1, said);
+        if (change.startsWith("python3")) {
+            QCOMPARE(run("site refresh site --keys keys").code, 0);
+            QCOMPARE(check().code, 0);
+        }
     }
 };
 
