@@ -23,8 +23,8 @@ class cLentService : public QObject
     Q_CLASSINFO("service", "lent")
 };
 
-/// A small installation on disk, with the managers that run it. All that happens is noted in one journal, which is a
-/// property of the application object, so that the plugins write in it, too.
+/// A small installation on disk, with the managers that run it. All that happens is noted in one journal, in which the
+/// plugins write, too: the suite is a property of the application object.
 class cInstalledSuite : public QObject, public IPluginObserver, public Corvane::ILocalSocketMessageHandler
 {
     Q_OBJECT
@@ -38,8 +38,6 @@ public:
         Corvane::initializeFolderOrFile();
         cLogCentral::setDebuggerOutput(true); // or there is no history
         manager.setServiceMgr(&services);
-        QCoreApplication::instance()->setProperty("journal", QStringList());
-        QCoreApplication::instance()->setProperty("pluginMgr", QVariant::fromValue<QObject*>(&manager));
         static QObject* leftService;
         QCoreApplication::instance()->setProperty("leftService", QVariant::fromValue<void*>(&leftService));
         QCoreApplication::instance()->setProperty("serviceMgr", QVariant::fromValue<QObject*>(&services));
@@ -55,8 +53,6 @@ public:
                     FIXTURE_DIR "/" + library);
     }
     QString folderOf(const QString& name) const { return sandbox.path() + "/plugins/" + name + "-1.00.000"; }
-    static QStringList journal() { return QCoreApplication::instance()->property("journal").toStringList(); }
-    static void note(const QString& text) { QCoreApplication::instance()->setProperty("journal", journal() << text); }
 
     void spanBegin(Span span, const QString& plugin) override
     {
@@ -73,24 +69,27 @@ public:
     void handleMessage(int, const cJsonValue&) override { note("message"); }
 
 public slots:
+    void note(const QString& text) { journal.append(text); }
+    /// Takes the steps that are meant for the start of a plugin, a complete category or a new state.
+    void act(const QString& occasion)
+    {
+        for (const QString& step : stepsOf.value(occasion))
+            take(step);
+    }
     // The steps of a row, and of plugins that act; what stands behind the first word is given to them.
     void take(QString step)
     {
         QVERIFY(
             QMetaObject::invokeMethod(this, step.section(' ', 0, 0).toLatin1(), Q_ARG(QString, step.section(' ', 1))));
     }
-    void acts(QString plugin)
-    {
-        QCoreApplication::instance()->setProperty(qPrintable("acts " + plugin.section(' ', 0, 0)),
-                                                  plugin.section(' ', 1).replace(';', ','));
-    }
+    void acts(QString words) { stepsOf[words.section(' ', 0, 0)] = words.section(' ', 1).split("; "); }
     void categories(QString list) { manager.setLoadCategories(list.split('+')); }
     void lend(QString) { services.registerService(&lent); }
     void listen(QString set) { services.addListener(set, this, "on"); }
     void onLoadPluginCategoryCompleted(QString category)
     {
         note(category + " complete");
-        fixtureActs(category);
+        act(category);
     }
     void onChanged() { note("changed"); }
     void raise(QString set) { static_cast<IServiceMgr&>(services).notify(set, "Changed"); }
@@ -108,7 +107,6 @@ public slots:
         static_cast<IServiceMgr&>(services).invoke(service, "x");
         note(services.lastError());
     }
-    void want(QString plugins) { QCoreApplication::instance()->setProperty("wanted", plugins.split(' ')); }
     void observe(QString whether) { manager.setObserver(whether == "not" ? nullptr : this); }
     void put(QString plugin)
     {
@@ -181,7 +179,7 @@ public slots:
     {
         const QString change = name + '=' + stateName(state);
         note(change);
-        fixtureActs(change);
+        act(change);
         if (isAngry)
             throw std::runtime_error("no thanks");
     }
@@ -201,15 +199,10 @@ public:
         const char* const names[] = {"Registered", "Ordered", "Loaded", "Started", "Stopped"};
         return names[state];
     }
-    /// Takes the steps that are meant for when a category is complete.
-    void fixtureActs(const QString& category)
-    {
-        const QString steps = QCoreApplication::instance()->property(qPrintable("acts " + category)).toString();
-        for (const QString& step : steps.split(", ", Qt::SkipEmptyParts))
-            take(step);
-    }
 
     SettingsSandbox sandbox;
+    QStringList journal;
+    QMap<QString, QStringList> stepsOf;
     bool isAngry = false;
     cLentService lent;
     cServiceMgr services;

@@ -8,8 +8,6 @@
 #include <Norvale/cJsonValue.h>
 #include <Rows.h>
 
-#include <QtCore/QDir>
-
 /// The manifest as text, with what differs from the defaults; where it is refused, the line comes first.
 static QString read(const QByteArray& xml)
 {
@@ -28,69 +26,23 @@ static QString read(const QByteArray& xml)
     return parts.join(' ').simplified();
 }
 
-/// What docs/schema/Manifest.xsd says, a line for each element and attribute.
-class Schema
-{
-public:
-    Schema()
-    {
-        QString reason;
-        if (!cXmlReader::read(readFile(NORVALE_SOURCE "/docs/schema/Manifest.xsd"), m_tree, &reason))
-            qFatal("%s", qPrintable(reason));
-        for (auto type = m_tree.root().firstChild(); !type.isNull(); type = type.nextSibling())
-            m_types[type.attribute(u"name")] = type;
-        describe(m_types["manifest"], "");
-    }
-    QStringList lines() const { return m_lines; }
-
-private:
-    void describe(const cXmlElement& element, const QString& path)
-    {
-        const QString typeName = element.attribute(u"type");
-        const cXmlElement inner = element.firstChild(u"xs:complexType");
-        const cXmlElement type = inner.isNull() ? m_types.value(typeName) : inner;
-        const bool isText = type.tag() != u"xs:complexType";
-        m_lines << path + (isText ? ' ' + typeName : "");
-        for (auto child = type.firstChild(); !isText && !child.isNull(); child = child.nextSibling())
-            describeChild(child, path);
-    }
-    // Children in a group, or an attribute.
-    void describeChild(const cXmlElement& child, const QString& path)
-    {
-        if (child.tag() == u"xs:attribute")
-            m_lines << QStringList{path + '@' + child.attribute(u"name"), child.attribute(u"type"),
-                                   child.attribute(u"use"), child.attribute(u"default"), child.attribute(u"fixed")}
-                           .join(' ');
-        for (auto element = child.firstChild(u"xs:element"); !element.isNull(); element = element.nextSibling())
-            describe(element, path + '/' + element.attribute(u"name") + (isRepeated(child, element) ? "*" : ""));
-    }
-    static bool isRepeated(const cXmlElement& group, const cXmlElement& element)
-    {
-        return group.attribute(u"maxOccurs") == "unbounded" || element.attribute(u"maxOccurs") == "unbounded";
-    }
-
-    cXmlTree m_tree;
-    QHash<QString, cXmlElement> m_types;
-    QStringList m_lines;
-};
-
-/// What the schema has to say of the rules below the element @p tag at @p path.
-static QStringList schemaLines(QStringView tag = u"", const QString& path = "")
+/// What a schema says, a line for each attribute and child of @p element, which has @p tag, and of all below.
+static QStringList linesBelow(const cXmlElement& element, const QString& tag, const QHash<QString, cXmlElement>& types)
 {
     QStringList lines;
-    for (const auto& rule : ManifestRules::Table) {
-        if (rule.in != tag)
-            continue;
-        const QString name = rule.name.toString();
-        const QString type = rule.text ? rule.text->schemaType : "";
-        const bool isFixed = rule.name == u"runtime_api_version";
-        const QString child = path + '/' + name + (rule.kind == rule.FirstElement ? "" : "*");
-        if (rule.kind == rule.Attribute)
-            lines << QStringList{path + '@' + name, type, rule.absent.isNull() ? "required" : "",
-                                 rule.absent.toString(), isFixed ? QString::number(IPlugin::RuntimeApiVersion) : ""}
+    const cXmlElement inner = element.firstChild(u"xs:complexType");
+    const cXmlElement type = inner.isNull() ? types.value(element.attribute(u"type")) : inner;
+    for (auto part = type.firstChild(); !part.isNull(); part = part.nextSibling()) {
+        if (part.tag() == u"xs:attribute")
+            lines << QStringList{tag + '@' + part.attribute(u"name"), part.attribute(u"type"), part.attribute(u"use"),
+                                 part.attribute(u"default"), part.attribute(u"fixed")}
                          .join(' ');
-        else
-            lines << (child + ' ' + type).trimmed() << schemaLines(rule.name, child);
+        for (auto child = part.firstChild(u"xs:element"); !child.isNull(); child = child.nextSibling()) {
+            const QString name = child.attribute(u"name"), text = child.attribute(u"type");
+            const QString count = part.attribute(u"maxOccurs") + child.attribute(u"maxOccurs");
+            lines << tag + '/' + name + (count.isEmpty() ? " " : "* ") + (types.contains(text) ? "" : text);
+            lines << linesBelow(child, name, types);
+        }
     }
     return lines;
 }
@@ -151,8 +103,25 @@ private slots:
     }
     void schemaAgreesWithRules()
     {
-        QStringList written = Schema().lines();
-        QStringList wanted = QStringList("") + schemaLines();
+        cXmlTree schema;
+        QVERIFY(cXmlReader::read(readFile(NORVALE_SOURCE "/docs/schema/Manifest.xsd"), schema, nullptr));
+        const cXmlElement root = schema.root().firstChild(u"xs:element");
+        QHash<QString, cXmlElement> types;
+        for (auto type = root.nextSibling(u"xs:complexType"); !type.isNull();
+             type = type.nextSibling(u"xs:complexType"))
+            types[type.attribute(u"name")] = type;
+        QStringList written = linesBelow(root, "", types), wanted;
+        for (const auto& rule : ManifestRules::Table) {
+            const QString in = rule.in.toString(), name = rule.name.toString();
+            const QString text = rule.text ? rule.text->schemaType : "";
+            const QString fixed = name == "runtime_api_version" ? QString::number(IPlugin::RuntimeApiVersion) : "";
+            const QString use = rule.absent.isNull() ? "required" : "";
+            if (rule.kind == rule.Attribute)
+                wanted << QStringList{in + '@' + name, text, use, rule.absent.toString(), fixed}.join(' ');
+            else
+                wanted << in + '/' + name + (rule.kind == rule.FirstElement ? " " : "* ") + text;
+        }
+        written.removeDuplicates(); // what is in a command line, for installing and for uninstalling
         written.sort();
         wanted.sort();
         QCOMPARE(written, wanted);
@@ -190,8 +159,7 @@ private slots:
     }
     void expands()
     {
-        QFETCH(QString, text);
-        QFETCH(QString, expected);
+        const auto [text, expected] = cells<QString, QString>("text", "expected");
         const QString expanded = cVariableExpander(cPluginId("Foo", cVersion("1.2.3")), "/suite/Foo").expand(text);
         QVERIFY(expected.isNull() ? !expanded.isEmpty() : expanded == expected);
         QVERIFY(expanded.size() <= text.size() + cVariableExpander::MaxGrowth);

@@ -3,13 +3,13 @@
 #include <Files.h>
 #include <Rows.h>
 
-#include <QtCore/QTemporaryDir>
+#include <vector>
 
-#include <initializer_list>
+using Numbers = std::vector<std::pair<int, quint64>>; // offset and value
 
-using Numbers = std::initializer_list<std::pair<int, quint64>>; // offset and value
+static const QByteArray Elf("\177ELF");
 
-static void put(QByteArray& file, int width, bool isBig, Numbers numbers)
+static void put(QByteArray& file, int width, bool isBig, const Numbers& numbers)
 {
     for (const auto& [offset, value] : numbers) {
         for (int i = 0; i < width; ++i)
@@ -18,7 +18,8 @@ static void put(QByteArray& file, int width, bool isBig, Numbers numbers)
 }
 
 /// A file of @p size bytes that begins with @p magic and has numbers of @p width bytes in it.
-static QByteArray made(int size, const QByteArray& magic, int width, bool isBig, Numbers wide, Numbers narrow)
+static QByteArray made(int size, const QByteArray& magic, int width, bool isBig, const Numbers& wide,
+                       const Numbers& narrow)
 {
     QByteArray file = magic.leftJustified(size, '\0');
     put(file, width, isBig, wide);
@@ -34,14 +35,12 @@ private slots:
     void fault_data()
     {
         const Rows<QByteArray, QString> row("file", "fault");
-        const QByteArray elf("\x7f"
-                             "ELF");
         row("empty", "", "");
         row("no library", "#!/bin/sh", "");
-        row("ELF, its header alone", elf + "\2\1", "has 6 bytes, and its headers tell of 64");
-        row("ELF of 32 bits, its header alone", elf + "\1\1", "has 6 bytes, and its headers tell of 52");
+        row("ELF, its header alone", Elf + "\2\1", "has 6 bytes, and its headers tell of 64");
+        row("ELF of 32 bits, its header alone", Elf + "\1\1", "has 6 bytes, and its headers tell of 52");
         const auto elf64 = [&](quint64 offset, quint64 size, quint64 sections, quint64 type = 1, int bytes = 200) {
-            return made(bytes, elf + "\2\1", 8, false, {{32, 64}, {40, sections}, {64, type}, {72, offset}, {96, size}},
+            return made(bytes, Elf + "\2\1", 8, false, {{32, 64}, {40, sections}, {64, type}, {72, offset}, {96, size}},
                         {{54, 56}, {56, 1}, {58, 64}, {60, 1}});
         };
         row("ELF, whole", elf64(0, 200, 136), "");
@@ -53,7 +52,7 @@ private slots:
         row("ELF, beyond what can be counted", elf64(~0ull, 200, 136), most);
         row("ELF, sections beyond what can be counted", elf64(0, 200, ~0ull), most);
         row("ELF of 32 bits, the other byte order",
-            made(100, elf + "\1\2", 4, true, {{28, 52}, {32, 0}, {52, 1}, {56, 10}, {68, 91}}, {{42, 32}, {44, 1}}),
+            made(100, Elf + "\1\2", 4, true, {{28, 52}, {32, 0}, {52, 1}, {56, 10}, {68, 91}}, {{42, 32}, {44, 1}}),
             "has 100 bytes, and its headers tell of 101");
         const auto pe = [](quint64 raw, quint64 size, int bytes = 200) {
             QByteArray file = made(200, "MZ", 4, false, {{0x3c, 64}, {64, 0x4550}, {128 + 16, size}, {128 + 20, raw}},
@@ -71,11 +70,8 @@ private slots:
     {
         QFETCH(QByteArray, file);
         const QTemporaryDir folder;
-        QFile library(folder.filePath("it"));
-        QVERIFY(library.open(QFile::WriteOnly));
-        QCOMPARE(library.write(file), file.size());
-        library.close();
-        QTEST(cLibraryFile(library.fileName()).fault(), "fault");
+        writeFile(folder.filePath("it"), file);
+        QTEST(cLibraryFile(folder.filePath("it")).fault(), "fault");
     }
     void qtMajor_data()
     {
@@ -84,37 +80,16 @@ private slots:
         row("real, of another Qt", readFile(OTHER_QT_LIBRARY), 11 - QT_VERSION_MAJOR);
         // Needs the libraries whose names begin at 1 and at 50 of @p names.
         const auto elf = [](const QByteArray& names, Numbers more = {}) {
-            QByteArray file = made(400,
-                                   "\x7f"
-                                   "ELF\2\1",
-                                   8, false,
-                                   {{32, 64},
-                                    {64, 1},
-                                    {80, 0x1000},
-                                    {96, 400},
-                                    {120, 2},
-                                    {128, 176},
-                                    {152, 64},
-                                    {176, 1},
-                                    {184, 1},
-                                    {192, 5},
-                                    {200, 0x1000 + 300},
-                                    {208, 1},
-                                    {216, 50}},
-                                   {{54, 56}, {56, 2}});
+            const Numbers segments{{32, 64}, {64, 1}, {80, 0x1000}, {96, 400}, {120, 2}, {128, 176}, {152, 64}};
+            QByteArray file = made(400, Elf + "\2\1", 8, false, segments, {{54, 56}, {56, 2}});
+            put(file, 8, false, {{176, 1}, {184, 1}, {192, 5}, {200, 0x1000 + 300}, {208, 1}, {216, 50}});
             put(file, 8, false, more);
             return file.replace(301, names.size(), names);
         };
-        for (const auto& [name, major] : {std::pair("libQt6Core.so.6", 6),
-                                          {"libQt53DCore.so.5", 5},
-                                          {"Qt7Gui.dll", 7},
-                                          {"libqt6keychain.so", 6},
-                                          {"libQtCore.so.4", 0},
-                                          {"libQt3Support.so.4", 0},
-                                          {"libm.so.6", 0},
-                                          {"qt6", 0},
-                                          {"lib", 0}})
-            row(name, elf(name), major);
+        const QByteArray majors = "libQt6Core.so.6=6 libQt53DCore.so.5=5 Qt7Gui.dll=7 libqt6keychain.so=6 "
+                                  "libQtCore.so.4=0 libQt3Support.so.4=0 libm.so.6=0 qt6=0 lib=0";
+        for (const QByteArray& one : majors.split(' '))
+            row(one, elf(one.split('=').first()), one.split('=').last().toInt());
         row("of two Qts that of this program",
             elf(QByteArray("libQt5Gui.so.5").leftJustified(49, 0) + "libQt6Gui.so.6"), QT_VERSION_MAJOR);
         const QByteArray name = "libQt6Core.so.6";
@@ -128,22 +103,9 @@ private slots:
         row("a name that wraps around", elf(name, {{184, ~0ull - 298}}), 0);
         row("a name without end", elf(name + QByteArray(84, 'x')), 6);
         row("it is loaded beyond all addresses", elf(name, {{80, ~0ull - 100}}), 0);
-        QByteArray other = made(400,
-                                "\x7f"
-                                "ELF\1\2",
-                                4, true,
-                                {{28, 52},
-                                 {52, 1},
-                                 {60, 0x1000},
-                                 {68, 400},
-                                 {84, 2},
-                                 {88, 200},
-                                 {100, 24},
-                                 {200, 5},
-                                 {204, 0x1000 + 300},
-                                 {208, 1},
-                                 {212, 1}},
-                                {{42, 32}, {44, 2}});
+        const Numbers segments{{28, 52}, {52, 1}, {60, 0x1000}, {68, 400}, {84, 2}, {88, 200}, {100, 24}};
+        QByteArray other = made(400, Elf + "\1\2", 4, true, segments, {{42, 32}, {44, 2}});
+        put(other, 4, true, {{200, 5}, {204, 0x1000 + 300}, {208, 1}, {212, 1}});
         row("ELF of 32 bits, the other byte order", other.replace(301, name.size(), name), 6);
 
         const auto pe = [](int magic, Numbers more) {
@@ -175,17 +137,12 @@ private slots:
     /// A real one is whole, and its parts are not. What a linker has put behind all sections is nobody's to miss.
     void realLibrary()
     {
-        QFile library(REAL_LIBRARY);
-        QVERIFY(library.open(QFile::ReadOnly));
-        const QByteArray bytes = library.readAll();
-        QVERIFY2(cLibraryFile(library.fileName()).fault().isEmpty(), qPrintable(cLibraryFile(REAL_LIBRARY).fault()));
+        QCOMPARE(cLibraryFile(REAL_LIBRARY).fault(), QString());
+        const QByteArray bytes = readFile(REAL_LIBRARY);
         const QTemporaryDir folder;
-        QFile copy(folder.filePath("it"));
-        QVERIFY(copy.open(QFile::ReadWrite));
-        QCOMPARE(copy.write(bytes), bytes.size());
         for (int size = bytes.size() / 2; size > 4; size -= 1 + size / 50) {
-            QVERIFY(copy.resize(size));
-            QVERIFY2(!cLibraryFile(copy.fileName()).fault().isEmpty(), QByteArray::number(size));
+            writeFile(folder.filePath("it"), bytes.left(size));
+            QVERIFY2(!cLibraryFile(folder.filePath("it")).fault().isEmpty(), QByteArray::number(size));
         }
     }
 };

@@ -45,10 +45,9 @@ private slots:
             "start A, start T, started, stop T, stop A, 2 A:1:Stopped* T:2:Stopped* ");
         row("leavesService", {"Left leavesService"},
             {"start", "load Left", "list", "listen LeftEvents", "raise LeftEvents"},
-            {"withdrew the service \"left\" of Left", "withdrew the service \"leftByThread\" of Left",
-             "withdrew a listener of \"LeftEvents\" of Left"},
+            {"withdrew the service \"left\" of Left", "withdrew a listener of \"LeftEvents\" of Left"},
             "started, start Left, no Left, 2 Left:1:Ordered , changed");
-        row("what a failed start has registered goes", {"Fails actsAndFails", "G acts"},
+        row("what a failed start has registered goes", {"Fails startFails", "G plain"},
             {"acts Fails lend; listen S; handle; hook; observe; load G", "acts G listen T", "start", "load Fails",
              "list", "raise S", "raise T", "send"},
             {"withdrew the service \"lent\" of Fails", "withdrew a listener of \"S\" of Fails",
@@ -56,26 +55,26 @@ private slots:
             "started, start Fails, <lG, >, <sG, start G, >, G there, no Fails, 2 Fails:1:Ordered G:2:Started* , "
             "changed");
         row("a failing plugin is tried once in a start",
-            {"B plain auto needs:F", "C plain auto needs:B", "F startFails auto", "G acts auto"},
+            {"B plain auto needs:F", "C plain auto needs:B", "F startFails auto", "G plain auto"},
             {"acts G load F", "start", "load B"},
             {"F-1.00.000 is not started", "F-1.00.000 is not started", "a dependency failed (B -> F)",
              "a dependency failed (B -> F)", "a dependency failed (C -> B)",
              "i plugin \"ZentraSettings\" is not installed"},
             "start F, start G, no F, started, start F, no B");
-        row("a stop ends the start", {"A plain auto", "B acts auto", "C plain auto"},
+        row("a stop ends the start", {"A plain auto", "B plain auto", "C plain auto"},
             {"acts B stop; load A; load C", "start", "outcome", "load C", "load A", "start", "outcome"},
             {"a stop was asked for", "\"C\" is not loaded: the suite is being stopped",
              "\"C\" is not loaded: the suite has been stopped", "\"A\" is not loaded: the suite has been stopped",
              "has been stopped, and is not started again"},
             "start A, start B, A there, no C, stop B, stop A, not started, outcome 6 with 1 reasons, no C, no A, "
             "not started, outcome 7 with 1 reasons");
-        row("a dependency stops the suite", {"A plain needs:D", "B acts", "D acts"},
+        row("a dependency stops the suite", {"A plain needs:D", "B plain", "D plain"},
             {"acts D stop; start", "acts B load A", "start", "load B", "list"},
             {"\"A\" is not loaded: the suite is being stopped", "has been stopped, and is not started again"},
             "started, start B, start D, not started, no A, stop B, stop D, B there, "
             "2 A:3:Ordered B:1:Stopped* D:2:Stopped* ");
         row("categories change while they are loaded",
-            {"A acts in:a", "B plain in:b", "C plain in:c", "ZentraSettings acts"},
+            {"A plain in:a", "B plain in:b", "C plain in:c", "ZentraSettings plain"},
             {"acts ZentraSettings categories a+b", "acts A categories c; uninstall B; publish; start",
              "acts b categories c+c", "listen PluginMgrEvents", "categories x", "start", "start"},
             {"a start is under way"},
@@ -94,20 +93,23 @@ private slots:
         // First asks for itself, for one that depends on it, and for Behind. Behind waits for Asks, whose start asks
         // for Behind in turn: that start is the one that counts.
         row("asks for others while starting",
-            {"First loadsOther auto", "Needs plain needs:First", "Asks loadsOther", "Behind plain needs:Asks"},
-            {"want First Needs Behind", "start"}, {},
+            {"First plain auto", "Needs plain needs:First", "Asks plain", "Behind plain needs:Asks"},
+            {"acts First load First; load Needs; load Behind", "acts Asks load First; load Needs; load Behind",
+             "start"},
+            {},
             "start First, First there, start Needs, Needs there, start Asks, First there, Needs there, "
             "start Behind, Behind there, Behind there, started");
-        row("asks for itself while loading", {"Hasty loadsWhileLoading"}, {"want Hasty", "start", "load Hasty"},
-            {"asks for itself"}, "started, no Hasty, start Hasty, Hasty there");
+        row("asks for itself while loading", {"Hasty loadsWhileLoading"},
+            {"acts loading load Hasty", "start", "load Hasty"}, {"asks for itself"},
+            "started, no Hasty, start Hasty, Hasty there");
         row("an observer that throws", {"A plain auto"}, {"observe", "anger", "start"},
             {"The observer threw an exception: lens cap", "The observer threw an exception: lens cap",
              "The observer threw an exception: lens cap", "The observer threw an exception of unknown type",
              "The observer threw an exception of unknown type", "The observer threw an exception of unknown type"},
             "<mA, >, <lA, >, <sA, start A, >, started");
-        row("an observer that goes", {"A acts auto"}, {"acts A observe not", "observe", "start"}, {},
+        row("an observer that goes", {"A plain auto"}, {"acts A observe not", "observe", "start"}, {},
             "<mA, >, <lA, >, <sA, start A, started");
-        row("spans", {"A loadsOther auto", "B startFails"}, {"want B", "observe", "start", "stop"}, {},
+        row("spans", {"A plain auto", "B startFails"}, {"acts A load B", "observe", "start", "stop"}, {},
             "<mA, >, <mB, >, <lA, >, <sA, start A, <lB, >, <sB, start B, !>, no B, >, started, <pA, stop A, >");
 
         row("discovering starts nothing", {"A plain auto gives:a", "B plain needs:A"},
@@ -227,31 +229,23 @@ private slots:
         QStringList chain; // of which only the last one has a library
         for (int i = 0; i < 1000; ++i)
             chain.append(QString("%1 <m><plugin runtime_api_version='13'> needs:%2 </plugin></m>").arg(i).arg(i + 1));
-        const QString otherQt = QString("its library /Old-1.00.000/OtherQt is built with Qt %1; this suite runs on Qt "
-                                        "%2, for which it has to be built anew")
-                                    .arg(11 - QT_VERSION_MAJOR)
-                                    .arg(QT_VERSION_MAJOR);
         row("a library of another Qt", // asked for three times
             {"Old ../../support/OtherQt/OtherQt auto gives:old", "N plain auto needs:Old", "A plain auto"},
-            {"start", "why", "load Old", "serve old"},
-            {"Old-1.00.000 is not loaded: its library ", "Old-1.00.000 is not loaded: its library ",
-             "Old-1.00.000 is not loaded: its library ", "\"N\" is not loaded: a dependency failed (N -> Old)"},
-            "start A, started, Old! Old-1.00.000 is not loaded: " + otherQt +
-                ", N! waits for \"Old\", which has failed, A: , no Old, no old");
+            {"start", "load Old", "serve old"},
+            {"is built with Qt", "is built with Qt", "is built with Qt", "a dependency failed (N -> Old)"},
+            "start A, started, no Old, no old");
         row("long chain", chain << "1000 plain", {"start", "load 0"},
             {"999-1.00.000 is not loaded: its manifest names no library"}, "started, start 1000, no 0");
     }
     void runs()
     {
-        QFETCH(QStringList, plugins);
-        QFETCH(QStringList, steps);
-        QFETCH(QStringList, logged);
+        const auto [plugins, steps, logged, journal] =
+            cells<QStringList, QStringList, QStringList, QString>("plugins", "steps", "logged", "journal");
         const int begin = cLogCentral::history().size();
         cInstalledSuite suite(plugins);
         for (const QString& step : steps)
             suite.take(step);
-        QFETCH(QString, journal);
-        QVERIFY2(suite.journal().join(", ") == journal, qPrintable(suite.journal().join(", ")));
+        QVERIFY2(suite.journal.join(", ") == journal, qPrintable(suite.journal.join(", ")));
         QStringList lines;
         for (const cLogEntry& line : cLogCentral::history().mid(begin))
             lines.append(line.channel == "PluginMgr" ? "iwe"[line.level] + (' ' + line.message) : QString());
