@@ -106,7 +106,7 @@ static cGuest s_guest;
         return PLUGIN;                                                                                                 \
     }                                                                                                                  \
     static_assert(true, "")
-ENTRY(extern "C", createHello, &s_hello);
+ENTRY(extern "C", create, &s_hello);
 ENTRY(extern "C", createNoMacro, &s_noMacro);
 ENTRY(extern "C", createMisspelt, &s_misspelt);
 ENTRY(extern "C", createGuest, &s_guest);

@@ -3,7 +3,7 @@
 
 extern "C" int missingFunction();
 
-extern "C" Q_DECL_EXPORT IPlugin* createHello()
+extern "C" Q_DECL_EXPORT IPlugin* create()
 {
     missingFunction();
     return nullptr;
