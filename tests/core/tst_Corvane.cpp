@@ -1,8 +1,8 @@
+#include <ChildRun.h>
 #include <Files.h>
 #include <LogFile.h>
 #include <Norvale/Corvane.h>
 #include <Norvale/cJsonValue.h>
-#include <Platform.h>
 #include <Rows.h>
 #include <SettingsSandbox.h>
 
@@ -86,16 +86,8 @@ private slots:
     void settingsAreWrittenAsQtReadsThem()
     {
         SettingsChanges values{{"plain", "x"}, {"General/plain", 1}, {"true", true}, {"a/b c/%d\u00e4\u20ac", -1.5}};
-        const QStringList texts{"",
-                                " x",
-                                "x ",
-                                "a,b;c=d",
-                                "\"\\\n\t\x01"
-                                "2",
-                                "@at",
-                                "\u00e4\u20ac\U0001f600",
-                                QString(3, QChar(0)) + "9",
-                                "a, b"};
+        const QString zeros(3, QChar(0)), letters = "\u00e4\u20ac\U0001f600";
+        const QStringList texts{"", " x", "x ", "a,b;c=d", "\"\\\n\t\0012", "@at", letters, zeros + "9", "a, b"};
         for (const QString& text : texts)
             values.insert(QString("texts/%1").arg(values.size()), text);
         values.insert("lists/1", texts);
@@ -169,9 +161,7 @@ private slots:
     }
     void translate()
     {
-        QFETCH(QString, locale);
-        QFETCH(QString, root);
-        QFETCH(QString, strings);
+        auto [locale, root, strings] = cells<QString, QString, QString>("locale", "root", "strings");
         m_sandbox.setMachineValue("ConfigMgr/Locale", locale);
         const QString element = R"(<locale name="\1"><string id="\2">\3</string></locale>)";
         strings.replace(QRegularExpression("(\\S*):(\\S+):(\\S*)"), element);
@@ -295,13 +285,13 @@ private slots:
     }
     void launchDetached()
     {
-        const QFileInfo program(LAUNCHED_PROGRAM);
+        const QFileInfo program(QCoreApplication::applicationFilePath());
         QVERIFY(QDir::setCurrent(program.path() + "/.."));
         for (const QString& name : {program.filePath(), program.dir().dirName() + "/" + program.fileName()}) {
             const QString report = m_sandbox.path() + QString("/report %1").arg(name.size());
-            QVERIFY(Corvane::launchDetached(name, {report, "two words", "", "\"quoted\""}));
-            QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(report), 30000);
-            QCOMPARE(Corvane::FileReadAll(report), (program.canonicalPath() + "\ntwo words\n\n\"quoted\"").toUtf8());
+            QVERIFY(Corvane::launchDetached(name, {"child", report, "two words", "", "\"quoted\""}));
+            const QByteArray reported = (program.canonicalPath() + "\ntwo words\n\n\"quoted\"").toUtf8();
+            QTRY_COMPARE_WITH_TIMEOUT(readFile(report), reported, 30000);
         }
         QVERIFY2(!Corvane::launchDetached("cmake", {}), "PATH is not looked through");
     }
@@ -328,5 +318,16 @@ private:
     SettingsSandbox m_sandbox;
 };
 
-QTEST_GUILESS_MAIN(tst_Corvane)
+/// Writes its working directory and the words behind the first, a line each, to the file that the first one names.
+static int report(const QStringList& words)
+{
+    writeFile(words.first(), (QStringList(QDir::currentPath()) + words.mid(1)).join('\n').toUtf8());
+    return 0;
+}
+
+int main(int argc, char** argv)
+{
+    return runTestOrChild<tst_Corvane>(argc, argv, report);
+}
+
 #include "tst_Corvane.moc"

@@ -5,7 +5,6 @@
 
 #include <Rows.h>
 
-#include <QtCore/QRandomGenerator>
 #include <QtXml/QDomDocument>
 
 /// Forms of documents: a capital stands for any of its forms.
