@@ -1,3 +1,4 @@
+#include "ChildRun.h"
 #include "LogFile.h"
 #include "Rows.h"
 #include "SettingsSandbox.h"
@@ -6,7 +7,6 @@
 
 #include <cstdlib>
 #include <functional>
-#include <memory>
 
 /// What ends a process, or happens at its end.
 class tst_LogProcess : public QObject
@@ -50,31 +50,32 @@ void tst_LogProcess::ends()
     said.replace(file.path(""), "FOLDER");
     QTEST(said.replace(QRegularExpression("T[1-9][0-9]*:"), "T#:"), "standardError");
     QTEST(file.lines(), "lines");
-    QTEST(QSettings("NorvaleTests", "Child").value("Log/!/enabled").toString(), "storedSwitch");
+    QTEST(QSettings().value("Log/!/enabled").toString(), "storedSwitch");
 }
 
-/// The child takes its arguments as steps, of which one without a name opens a log file. Names that
-/// are set before the first use count, also for a handle that was made before.
-int main(int argc, char** argv)
+// The names that are set before its first use count for it, too.
+static cLog early;
+
+/// One that names no step opens a log file.
+static int takeSteps(const QStringList& words)
 {
-    cLog early;
-    const QCoreApplication application(argc, argv);
-    if (argc < 2 || qstrcmp(argv[1], "child") != 0)
-        return QTest::qExec(std::make_unique<tst_LogProcess>().get(), argc, argv);
-    QCoreApplication::setOrganizationName("NorvaleTests");
-    QCoreApplication::setApplicationName("Child");
     const QMap<QString, std::function<void()>> steps{
         {"no channel", [] { cLogCentralData().output(nullptr, debugInfo, "text"); }},
-        {"info", [&] { early.info() << "text" << Qt::endl; }},
-        {"warning", [&] { early.warning() << "reason" << Qt::endl; }},
-        {"disable", [&] { early.disable(); }},
+        {"info", [] { early.info() << "text" << Qt::endl; }},
+        {"warning", [] { early.warning() << "reason" << Qt::endl; }},
+        {"disable", [] { early.disable(); }},
         {"abort", [] { std::abort(); }},
         {"debugger", [] { cLogCentral::setDebuggerOutput(true); }},
         {"no line end", [] { cLogCentral::log("%3").info() << "%1" << Qt::flush; }},
     };
-    for (const QString& step : QCoreApplication::arguments().mid(2))
+    for (const QString& step : words)
         steps.value(step, [&] { cLogCentral::setLogFile(step); })();
     return 0;
+}
+
+int main(int argc, char** argv)
+{
+    return runTestOrChild<tst_LogProcess>(argc, argv, takeSteps);
 }
 
 #include "tst_LogProcess.moc"

@@ -13,6 +13,6 @@ QByteArrayList defaults();
 void setDefault(const QByteArray& name);
 
 /// Makes @p stream write Latin-1.
-void setLatin1(QTextStream& stream);
+QTextStream& latin1(QTextStream& stream);
 
 } // namespace Encodings

@@ -12,7 +12,8 @@ void Encodings::setDefault(const QByteArray& name)
     QTextCodec::setCodecForLocale(name.isEmpty() ? nullptr : QTextCodec::codecForName(name));
 }
 
-void Encodings::setLatin1(QTextStream& stream)
+QTextStream& Encodings::latin1(QTextStream& stream)
 {
     stream.setCodec("ISO-8859-1");
+    return stream;
 }

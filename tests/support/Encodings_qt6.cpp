@@ -7,7 +7,8 @@ QByteArrayList Encodings::defaults()
 
 void Encodings::setDefault(const QByteArray&) {}
 
-void Encodings::setLatin1(QTextStream& stream)
+QTextStream& Encodings::latin1(QTextStream& stream)
 {
     stream.setEncoding(QStringConverter::Latin1);
+    return stream;
 }
