@@ -57,19 +57,13 @@ public:
     void notInvokable() {}
 };
 
-/// What `Q_ARG` and `Q_RETURN_ARG` make from Qt 6.5 on, for every Qt.
-struct MetaArgument
+/// What `Q_ARG`, with `const void*`, and `Q_RETURN_ARG`, with `void*`, make from Qt 6.5 on, for every Qt.
+template <typename Pointer>
+struct LaterArgument
 {
-    const MetaArgument* metaType;
+    const LaterArgument<const void*>* metaType;
     const char* name;
-    const void* data;
-};
-
-struct MetaReturnArgument
-{
-    const MetaArgument* metaType;
-    const char* name;
-    void* data;
+    Pointer data;
 };
 
 /// Its own id is hidden by the base class's.
@@ -256,23 +250,25 @@ private Q_SLOTS:
     void takesTheValuesOfLaterQt()
     {
         using Corvane::genericArgument;
-        const MetaArgument text{nullptr, "QString", nullptr};
+        using LaterValue = LaterArgument<const void*>;
+        using LaterResult = LaterArgument<void*>;
+        const LaterValue text{nullptr, "QString", nullptr};
         const QString minutes = "30";
         QString answer;
-        const MetaReturnArgument result{&text, nullptr, &answer};
-        const MetaArgument value{&text, nullptr, &minutes};
+        const LaterResult result{&text, nullptr, &answer};
+        const LaterValue value{&text, nullptr, &minutes};
         QVERIFY(m_mgr.invoke("Clock", "add", genericArgument(result), genericArgument(value)));
         QCOMPARE(answer, "1230");
         int hours = 0;
         const int one = 1;
         QVERIFY(m_mgr.invoke("Clock", "add", genericArgument(Q_RETURN_ARG(int, hours)),
-                             genericArgument(MetaArgument{&text, "int", &one})));
+                             genericArgument(LaterValue{&text, "int", &one})));
         QCOMPARE(hours, 13);
         QVERIFY(m_mgr.invoke("Clock", "now", Q_RETURN_ARG(int, hours), QGenericArgument()));
         QCOMPARE(hours, 12);
         QVERIFY(m_mgr.invoke("Clock", "add", QReturnArgument<int>("int", hours), Q_ARG(int, one)));
         QCOMPARE(hours, 13);
-        QCOMPARE((Corvane::valueCount<MetaReturnArgument, MetaArgument, QGenericArgument, QReturnArgument<int>>), 2);
+        QCOMPARE((Corvane::valueCount<LaterResult, LaterValue, QGenericArgument, QReturnArgument<int>>), 2);
     }
     void destroyedServiceAnswersNullAndFalse()
     {
