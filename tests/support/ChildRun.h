@@ -2,9 +2,6 @@
 
 #include "Platform.h"
 
-#include <QtCore/QDir>
-#include <QtCore/QMap>
-#include <QtCore/QProcess>
 #include <QtTest/QtTest>
 
 #include <memory>

@@ -24,7 +24,7 @@ public:
         QByteArray bytes;
         for (const QString& name : QDir(m_folder.path()).entryList(QDir::Files, QDir::Name))
             bytes += readFile(path(name));
-        return QString::fromUtf8(bytes).replace(Platform::lineEnd(), "\n");
+        return Platform::consoleText(bytes);
     }
 
     /// The same, with "[channel]" where a line begins.

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <QtCore/QStringList>
 #include <QtTest/QtTest>
 
 /// Why the running test function, or its row, cannot hold on this system: the build says so to the program, from one

@@ -36,27 +36,49 @@ bool startOnTerminal(QProcess& process, const QString& program, const QStringLis
 /// The text in what was drawn on a terminal.
 QString drawnText(QByteArray bytes);
 
+/// What can be told in a word.
+struct Traits
+{
+    const char* libraryEnding;
+    const char* lineEnd;
+    bool hasUnixFiles;
+    bool keepsBytesOverAReset;
+};
+extern const Traits Here;
+
 /// The file of the library @p name.
-QString library(const QString& name);
+inline QString library(const QString& name)
+{
+    return name + QLatin1String(Here.libraryEnding);
+}
 
 /// Makes @p path a link to @p target. @return false when it is none afterwards.
 bool link(const QString& target, const QString& path);
 
-/// A search path for programs of this project that leads to no other program; @p empty is an empty folder.
-QString pathToNothing(const QString& empty);
-
 /// Whether files have modes and links, and any name but "/".
-bool hasUnixFiles();
+inline bool hasUnixFiles()
+{
+    return Here.hasUnixFiles;
+}
 
 /// Whether what has come over a connection can still be read when a reset has followed it. Windows drops it; Wine tells
 /// of neither, when the reset comes while the program asks for no events, and Qt asks anew after each.
-bool keepsBytesOverAReset();
+inline bool keepsBytesOverAReset()
+{
+    return Here.keepsBytesOverAReset;
+}
 
 /// What a program wrote to its standard streams, with plain line ends.
-QString consoleText(QByteArray bytes);
+inline QString consoleText(QByteArray bytes)
+{
+    return QString::fromUtf8(bytes.replace(Here.lineEnd, "\n"));
+}
 
 /// The line end of text files, which the line builder of the log writes, too.
-QString lineEnd();
+inline QString lineEnd()
+{
+    return QLatin1String(Here.lineEnd);
+}
 
 /// What child processes write for a debugger, from the construction on: on Windows a debugger listens; elsewhere it is
 /// standard error. One at a time, on the whole machine.

@@ -3,6 +3,8 @@
 #include <QtCore/QCoreApplication>
 #include <QtCore/QFile>
 
+const Platform::Traits Platform::Here{".so", "\n", true, true};
+
 bool Platform::isAborted(const QProcess& process)
 {
     return process.exitStatus() == QProcess::CrashExit;
@@ -49,39 +51,9 @@ QString Platform::drawnText(QByteArray bytes)
     return QString::fromUtf8(bytes);
 }
 
-QString Platform::library(const QString& name)
-{
-    return name + QStringLiteral(".so");
-}
-
 bool Platform::link(const QString& target, const QString& path)
 {
     return QFile::link(target, path);
-}
-
-QString Platform::pathToNothing(const QString& empty)
-{
-    return empty;
-}
-
-bool Platform::hasUnixFiles()
-{
-    return true;
-}
-
-bool Platform::keepsBytesOverAReset()
-{
-    return true;
-}
-
-QString Platform::consoleText(QByteArray bytes)
-{
-    return QString::fromUtf8(bytes);
-}
-
-QString Platform::lineEnd()
-{
-    return QStringLiteral("\n");
 }
 
 class Platform::DebuggerLines::Listener

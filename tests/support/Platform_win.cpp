@@ -9,6 +9,8 @@
 #include <atomic>
 #include <thread>
 
+const Platform::Traits Platform::Here{".dll", "\r\n", false, false};
+
 /// On a busy machine Wine refuses one of some thousand starts, for no reason of the program's.
 static void startPatiently(QProcess& process, const QString& program, const QStringList& arguments)
 {
@@ -104,11 +106,6 @@ QString Platform::drawnText(QByteArray bytes)
         .remove(QRegularExpression(QStringLiteral("\x1b\\[[?0-9;]*[A-Za-z]")));
 }
 
-QString Platform::library(const QString& name)
-{
-    return name + QStringLiteral(".dll");
-}
-
 bool Platform::link(const QString& target, const QString& path)
 {
     const std::wstring from = QDir::toNativeSeparators(path).toStdWString();
@@ -116,31 +113,6 @@ bool Platform::link(const QString& target, const QString& path)
     CreateSymbolicLinkW(from.c_str(), QDir::toNativeSeparators(target).toStdWString().c_str(), kind);
     const DWORD attributes = GetFileAttributesW(from.c_str());
     return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
-}
-
-QString Platform::pathToNothing(const QString&)
-{
-    return QString::fromLocal8Bit(qgetenv("PATH")); // of libraries, Qt's among them
-}
-
-bool Platform::hasUnixFiles()
-{
-    return false;
-}
-
-bool Platform::keepsBytesOverAReset()
-{
-    return false;
-}
-
-QString Platform::consoleText(QByteArray bytes)
-{
-    return QString::fromUtf8(bytes.replace("\r\n", "\n"));
-}
-
-QString Platform::lineEnd()
-{
-    return QStringLiteral("\r\n");
 }
 
 /// Takes the lines as a debugger that watches the whole machine does: each comes in a shared page with its process.

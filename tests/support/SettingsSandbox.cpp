@@ -2,7 +2,6 @@
 
 #include <QtCore/QDir>
 #include <QtCore/QSettings>
-#include <QtCore/QVariant>
 
 QString SettingsSandbox::path() const
 {
@@ -17,13 +16,6 @@ void SettingsSandbox::setInstallDir(const QString& folder)
 void SettingsSandbox::setMachineValue(const QString& key, const QVariant& value)
 {
     QSettings settings(QSettings::SystemScope, QStringLiteral("Varkel"), QStringLiteral("Pelmora"));
-    settings.setValue(key, value);
-    settings.sync();
-}
-
-void SettingsSandbox::removeMachineValue(const QString& key)
-{
-    QSettings settings(QSettings::SystemScope, QStringLiteral("Varkel"), QStringLiteral("Pelmora"));
-    settings.remove(key);
+    value.isValid() ? settings.setValue(key, value) : settings.remove(key);
     settings.sync();
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QtCore/QTemporaryDir>
+#include <QtCore/QVariant>
 
 /**
  * Redirects every settings store and data folder of the process into a temporary folder for as long as it lives.
@@ -29,11 +30,11 @@ public:
     /// Stores @p folder as the record of the installation folder.
     void setInstallDir(const QString& folder);
 
-    /// Writes one value of the machine-wide product settings.
+    /// Writes one value of the machine-wide product settings; an invalid one removes it.
     void setMachineValue(const QString& key, const QVariant& value);
 
     /// Removes one value of the machine-wide product settings.
-    void removeMachineValue(const QString& key);
+    void removeMachineValue(const QString& key) { setMachineValue(key, QVariant()); }
 
 private:
     QTemporaryDir m_dir;
