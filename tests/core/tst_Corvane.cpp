@@ -325,9 +325,6 @@ static int report(const QStringList& words)
     return 0;
 }
 
-int main(int argc, char** argv)
-{
-    return runTestOrChild<tst_Corvane>(argc, argv, report);
-}
+TEST_OR_CHILD_MAIN(tst_Corvane, report)
 
 #include "tst_Corvane.moc"

@@ -73,9 +73,6 @@ static int takeSteps(const QStringList& words)
     return 0;
 }
 
-int main(int argc, char** argv)
-{
-    return runTestOrChild<tst_LogProcess>(argc, argv, takeSteps);
-}
+TEST_OR_CHILD_MAIN(tst_LogProcess, takeSteps)
 
 #include "tst_LogProcess.moc"
