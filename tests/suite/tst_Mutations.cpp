@@ -35,6 +35,7 @@ class tst_Mutations : public QObject
 private slots:
     void initTestCase()
     {
+        qunsetenv("XDG_RUNTIME_DIR"); // as in a session without one, hosts then use a folder in that of temporary files
         QStringList words{"site", "add", m_site, "--feature", "Core", "--feature-version", "1.0.0"};
         for (const QString name : {"Anchor", "Needy", "Other"}) {
             const QString folder = QString(MUTATED_SUITE "/plugins/%1-1.00.000").arg(name);
