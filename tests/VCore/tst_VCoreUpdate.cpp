@@ -25,6 +25,8 @@ private slots:
             noted);
         row("check has them as JSON", "--json --check", Code::Ok,
             {"\"notes\":[{\"feature\":\"Core\",\"text\":\"Starts\\n- in half the time"}, two, noted);
+        row("check reads a long description", "--check", Code::Ok, {"VCore: repository.xml: 100 % of "}, two,
+            update() + "<!--" + QString(100000, 'x') + "-->");
         newer("update", "--update", Code::Ok, {"Version 2.00.000 is ready (", "VCore: main-2.00.000: 100 % of "});
         newer("option behind a feature", "--update Core --json", Code::Usage, {"options stand before"});
         newer("install no file", "--install /no/file", Code::NothingToInstall,
