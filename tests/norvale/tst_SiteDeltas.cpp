@@ -94,6 +94,35 @@ private slots:
         QVERIFY(!repository().contains("<delta"));
     }
 
+    // Of stretches that resemble others in part, some are taken whole by those beside them.
+    void publishesForWhatIsPutTogetherAnew()
+    {
+        QRandomGenerator random(5);
+        const auto letter = [&] { return char(random.bounded(64)); };
+        const auto part = [&](const QByteArray& text) {
+            const int begin = random.bounded(text.size());
+            return text.mid(begin, random.bounded(100));
+        };
+        QByteArray old, fresh;
+        while (old.size() < 50000) {
+            for (int i = 0; i < 40; ++i)
+                old += letter();
+            old += part(old);
+        }
+        while (fresh.size() < old.size()) {
+            fresh += part(old);
+            for (int i = 0; i < 4; ++i)
+                fresh[qMax(0, int(fresh.size()) - 1 - random.bounded(50))] = letter();
+        }
+        for (const auto& version : {std::pair(1, old), {2, fresh}}) {
+            const QString number = QString::number(version.first) + ".0.0";
+            const QString folder = m_tool.makePlugin("P", number, "", {{"data.bin", version.second}});
+            QCOMPARE(m_tool.run({"pack", folder}).code, 0);
+            QCOMPARE(publish(version.first, "--deltas 1").code, 0);
+        }
+        verifyCheck(0, "applied 1 patch");
+    }
+
     void isChecked_data()
     {
         const Rows<QString, int, QString> row("shell", "code", "said");

@@ -33,7 +33,7 @@ public:
     void beginFetched(const QString& steps)
     {
         const bool isPlain = steps == "pass";
-        if (!isPlain || m_fetched.isEmpty()) {
+        if (!isPlain || m_fetched.empty()) {
             begin(steps);
             SUCCEEDS(refresh());
             if (isPlain)
@@ -42,8 +42,7 @@ public:
         }
         m_tool.begin();
         forge("new()");
-        for (auto it = m_fetched.begin(); it != m_fetched.end(); ++it)
-            m_tool.write(it.key(), *it);
+        QVERIFY(QDir().mkpath(m_tool.path("trust")) && restoreTree(m_tool.path("trust"), m_fetched));
     }
 
     /// What the server has and the client then fetches is @p steps further.
@@ -90,5 +89,5 @@ public:
 private:
     HttpSite m_server;
     ToolFixture m_tool;
-    QMap<QString, QByteArray> m_fetched;
+    Tree m_fetched; // in the folder "trust"
 };

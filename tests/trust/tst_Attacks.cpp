@@ -129,15 +129,14 @@ private slots:
         const auto [script, reason, kept] = cells<QString, QString, QString>("script", "reason", "kept");
         const QStringList parts = script.split(" | ");
         m_site.beginFetched(parts.size() > 1 ? parts[0] : "pass");
-        const QMap<QString, QByteArray> before = m_site.tool().tree("trust");
+        Tree before = m_site.tool().tree("trust");
 
         m_site.forge(parts.value(parts.size() > 1));
         REFUSES(m_site.refresh(), reason);
         QCOMPARE(m_site.versions(), kept);
-        const QMap<QString, QByteArray> after = m_site.tool().tree("trust");
-        for (auto it = after.begin(); it != after.end(); ++it) {
-            if (ForgedSite::versionOf(*it) == ForgedSite::versionOf(before[it.key()]))
-                QCOMPARE(*it, before[it.key()]);
+        for (const auto& [name, content] : m_site.tool().tree("trust")) {
+            if (ForgedSite::versionOf(content) == ForgedSite::versionOf(before[name]))
+                QCOMPARE(content, before[name]);
         }
         m_site.forge(parts.value(2, "heal()"));
         SUCCEEDS(m_site.refresh());

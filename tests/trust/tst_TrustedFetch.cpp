@@ -21,7 +21,15 @@ class tst_TrustedFetch : public QObject
     }
 
     /// The contents of what was delivered, in the order of the names.
-    QByteArray delivered() const { return m_site.tool().tree("targets").values().join(','); }
+    QByteArray delivered() const
+    {
+        QByteArrayList contents;
+        for (const auto& [name, content] : m_site.tool().tree("targets")) {
+            if (!name.endsWith('/'))
+                contents.append(content);
+        }
+        return contents.join(',');
+    }
 
 private slots:
     void asksFor_data()
@@ -214,7 +222,7 @@ private slots:
         SUCCEEDS(m_site.download({"b"}));
         QCOMPARE(m_site.requests(), "2.root timestamp");
         for (const char* other : {"3", "", "22"}) {
-            m_site.tool().write(m_site.tool().tree("targets").firstKey(), other);
+            m_site.tool().write("targets/" + m_site.tool().tree("targets").begin()->first, other);
             SUCCEEDS(m_site.download({"b"}));
             QCOMPARE(m_site.requests(), "2.root timestamp /" + digest + ".b");
             QCOMPARE(delivered(), "2");
