@@ -68,15 +68,26 @@ private slots:
     }
 };
 
-/// The journal is a property of the application object, in which the plugins write, too.
+/// What the plugins find as a property of the application object, and write in, too.
+class cJournal : public QObject
+{
+    Q_OBJECT
+
+public:
+    QStringList texts;
+
+public slots:
+    void note(const QString& text) { texts.append(text); }
+    void act(const QString&) {}
+};
+
 static int takeSteps(const QStringList& words)
 {
     cLogCentral::setLogFile(words.first());
     QSettings().setValue("ConfigMgr/RestartOption", 7);
-    QObject* const app = QCoreApplication::instance();
-    const auto note = [&](const QString& text) {
-        app->setProperty("journal", app->property("journal").toStringList() << text);
-    };
+    cJournal journal;
+    QCoreApplication::instance()->setProperty("suite", QVariant::fromValue<QObject*>(&journal));
+    const auto note = [&](const QString& text) { journal.note(text); };
     for (const QString& step : words.last().split(", ")) {
         if (step == "initialize")
             note(Corvane::initialize() ? "initialized" : "not initialized");
@@ -93,7 +104,7 @@ static int takeSteps(const QStringList& words)
         const cStartOutcome outcome = IPluginMgr::instance()->lastOutcome();
         note(QString::number(outcome.result) + " " + outcome.reasons.join(';').section('/', -1));
     }
-    return std::fputs(qPrintable(app->property("journal").toStringList().join(", ")), stdout) < 0;
+    return std::fputs(qPrintable(journal.texts.join(", ")), stdout) < 0;
 }
 
 TEST_OR_CHILD_MAIN(tst_Startup, takeSteps)
