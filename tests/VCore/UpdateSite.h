@@ -24,7 +24,6 @@ protected:
     /// A fresh installation.
     void begin()
     {
-        QVERIFY(m_site.isRunning());
         m_suite = m_fixture.makeSuite("Core", {{"A", ""}});
         m_fixture.useSuite(m_suite);
         QDir(dropbox()).removeRecursively();

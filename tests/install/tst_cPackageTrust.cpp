@@ -71,7 +71,6 @@ private slots:
     {
         m_sandbox.setInstallDir(m_core);
         m_sandbox.useDataBelow(m_sandbox.path() + "/data");
-        QVERIFY(m_site.isRunning());
         QVERIFY(Corvane::initialize());
         cLogCentral::setDebuggerOutput(true);
     }

@@ -7,7 +7,6 @@ class tst_Site : public QObject, private SiteFixture
     HttpSite m_server;
 
 private slots:
-    void initTestCase() { QVERIFY(m_server.isRunning()); }
     void init() { m_tool.begin(); }
 
     void isWholeSeenFromEverywhere()

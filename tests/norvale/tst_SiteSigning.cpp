@@ -33,12 +33,6 @@ class tst_SiteSigning : public QObject, private SiteFixture
     Ended addNext(const QString& more = QString()) const { return add("A-1.00.000.zip", "Core", "1.1.0", more); }
 
 private slots:
-    void initTestCase()
-    {
-        QVERIFY(m_server.isRunning());
-        if (MachineProgram::execute("python3", {"-c", "import cryptography"}) != 0)
-            QSKIP("needs Python's cryptography");
-    }
     void init() { m_tool.begin(); }
 
     void signsWhatIsPublished()

@@ -20,8 +20,6 @@ public:
     HttpSite(const HttpSite&) = delete;
     HttpSite& operator=(const HttpSite&) = delete;
 
-    bool isRunning() const { return m_port > 0; }
-
     /// The folder that is served; what is put there is there at the next request.
     QString folder() const { return m_folder.filePath(QStringLiteral("root")); }
 
