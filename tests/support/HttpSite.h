@@ -29,7 +29,8 @@ public:
     /// Every request from now on has @p faults, such as "~delay=50"; "~" for none. Its own come before them.
     QString setFaults(const QString& faults) { return forge(faults); }
 
-    /// Runs @p steps of tuf_site.py, which makes signed sites, honest and forged. @return why that failed; empty otherwise.
+    /// Runs @p steps of tuf_site.py, which makes signed sites, honest and forged. @return why that failed; empty when
+    /// it has not.
     QString forge(const QString& steps);
 
     /// The URL of @p path; @p faults such as "~cut=100" or "~chunked/~cut=60" come before it.
