@@ -94,9 +94,12 @@ case "${1:-}" in
     ;;
 --windows)
     build_for_windows windows
-    export RUN_UNDER_WINE_PREFIX="$root/build/wine"
-    trap '"$root/cmake/windows/run-under-wine" --stop' EXIT
-    "$root/cmake/windows/run-under-wine" --init
+    # What of it has settings runs in the two that the tests name.
+    for number in 2 1; do
+        export RUN_UNDER_WINE_PREFIX="$root/build/windows/wine$number"
+        "$root/cmake/windows/run-under-wine" --init
+    done
+    trap 'for p in "$root"/build/windows/wine[12]; do RUN_UNDER_WINE_PREFIX=$p "$root/cmake/windows/run-under-wine" --stop; done' EXIT
     # On a busy machine Wine refuses one of some thousand starts, or ends a test in its own thread pool; what fails is shown,
     # and counts when it fails three times.
     run_tests windows -LE house --repeat until-pass:3

@@ -13,14 +13,12 @@
 
 namespace {
 
-const QString RequestMember = QStringLiteral("request");
-
 // Every answer repeats the request, also the error that an answer is too long, so the request itself must be short.
 constexpr int MaxRequestLength = 256;
 
 QJsonValue requestOf(const cJsonValue& message)
 {
-    const cJsonValue& request = WireText::memberOf(message, RequestMember);
+    const cJsonValue& request = WireText::memberOf(message, WireText::RequestMember);
     const bool isShortText = request.isString() && request.toString().size() <= MaxRequestLength;
     QJsonValue value(QJsonValue::Undefined);
     if ((isShortText || request.isNumber()) && !WireText::toQt(request, &value))
@@ -99,7 +97,7 @@ void cHostHandler::answer(int connectionId, const cJsonValue& message, const QSt
     members.insert(QStringLiteral("command"), command);
     const QJsonValue request = requestOf(message);
     if (!request.isUndefined())
-        members.insert(RequestMember, request);
+        members.insert(WireText::RequestMember, request);
     const QByteArray payload = WireText::write(members);
     if (payload.size() > cFrameDecoder::MaxPayload) {
         answerError(connectionId, message, QStringLiteral("answer_too_large"),

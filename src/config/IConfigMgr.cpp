@@ -11,7 +11,7 @@
 namespace {
 
 /// The configuration manager, or null with the reason logged behind @p consequence.
-cConfigurationMgr* managerFor(const char* consequence)
+cConfigurationMgr* configurationMgrFor(const char* consequence)
 {
     cConfigurationMgr* manager = cConfigurationMgr::instance();
     if (!manager) {
@@ -25,7 +25,7 @@ cConfigurationMgr* managerFor(const char* consequence)
 bool changeTrust(const char* consequence, QString* error, const std::function<bool(QString*)>& change)
 {
     QString reason = QStringLiteral("the library is not initialized");
-    if (managerFor(consequence) && change(&reason))
+    if (configurationMgrFor(consequence) && change(&reason))
         return true;
     if (cConfigurationMgr::instance())
         cFrameworkLog::configuration().error().noquote()
@@ -65,25 +65,25 @@ QList<cFeatureInfo> IConfigMgr::installedFeatures()
 
 cJsonValue IConfigMgr::checkForUpdates()
 {
-    cConfigurationMgr* manager = managerFor("Updates are not checked for");
+    cConfigurationMgr* manager = configurationMgrFor("Updates are not checked for");
     return manager ? manager->checkForUpdates() : cUpdateCheck::notChecked();
 }
 
 cJsonValue IConfigMgr::doUpdateOn(QStringList names)
 {
-    cConfigurationMgr* manager = managerFor("Nothing is updated");
+    cConfigurationMgr* manager = configurationMgrFor("Nothing is updated");
     return manager ? manager->doUpdateOn(names) : cUpdateCheck::notChecked();
 }
 
 void IConfigMgr::cancelUpdate()
 {
-    if (cConfigurationMgr* manager = managerFor("No update is cancelled"))
+    if (cConfigurationMgr* manager = configurationMgrFor("No update is cancelled"))
         manager->cancelUpdate();
 }
 
 void IConfigMgr::connectProgressSlot(QObject* receiver, const char* slot)
 {
-    if (cConfigurationMgr* manager = managerFor("Progress is not connected"))
+    if (cConfigurationMgr* manager = configurationMgrFor("Progress is not connected"))
         manager->connectProgressSlot(receiver, slot);
 }
 

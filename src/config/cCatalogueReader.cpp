@@ -32,8 +32,6 @@ QString attribute(const QXmlStreamAttributes& attributes, QStringView name, cons
     return found ? found->value().toString() : absent;
 }
 
-constexpr int Sha1Size = 20;
-
 /// As a rule a SHA-1.
 struct cHash
 {

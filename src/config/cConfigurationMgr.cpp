@@ -26,7 +26,7 @@
 
 namespace {
 
-cConfigurationMgr* s_instance = nullptr;
+cConfigurationMgr* s_configurationMgr = nullptr;
 
 QString featuresFile()
 {
@@ -75,17 +75,17 @@ cCatalogueFile readCatalogue(const QString& path, cFeatureCatalogue& catalogue)
 
 cConfigurationMgr::cConfigurationMgr(cPluginMgr& plugins) : m_plugins(plugins), m_log(cFrameworkLog::configuration())
 {
-    s_instance = this;
+    s_configurationMgr = this;
 }
 
 cConfigurationMgr::~cConfigurationMgr()
 {
-    s_instance = nullptr;
+    s_configurationMgr = nullptr;
 }
 
 cConfigurationMgr* cConfigurationMgr::instance()
 {
-    return s_instance;
+    return s_configurationMgr;
 }
 
 bool cConfigurationMgr::loadFeatures()

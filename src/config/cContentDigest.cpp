@@ -3,13 +3,6 @@
 #include <QtCore/QFile>
 #include <QtCore/QFileInfo>
 
-namespace {
-
-/// The bytes of a file that are read at a time.
-constexpr qint64 ReadStep = 1024 * 1024;
-
-} // namespace
-
 cContentDigest::cContentDigest(bool hasSha256)
 {
     if (hasSha256)

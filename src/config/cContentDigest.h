@@ -14,6 +14,9 @@
 class cContentDigest
 {
 public:
+    /// The bytes of a file that are read at a time.
+    static constexpr qint64 ReadStep = 1024 * 1024;
+
     explicit cContentDigest(bool hasSha256);
 
     void add(const char* bytes, qint64 size);

@@ -4,9 +4,6 @@
 
 namespace {
 
-/// The bytes of what lies there that are read at a time.
-constexpr qint64 ReadStep = 1024 * 1024;
-
 /// The system begins to write to the disk after so many bytes, so that little is left for the flush at the end.
 constexpr qint64 WriteBackStep = 8 * 1024 * 1024;
 
@@ -25,7 +22,7 @@ bool cPartFile::openPart()
 
 bool cPartFile::digestOn()
 {
-    const QByteArray bytes = read(ReadStep);
+    const QByteArray bytes = read(cContentDigest::ReadStep);
     m_digest->add(bytes.constData(), bytes.size());
     m_handedOver = length();
     return !bytes.isEmpty();

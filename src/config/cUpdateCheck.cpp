@@ -5,6 +5,7 @@
 #include "core/Files.h"
 #include "core/Settings.h"
 #include "log/cFrameworkLog.h"
+#include "plugins/ManifestRules.h"
 #include "plugins/cPluginMgr.h"
 #include "version/FlatMap.h"
 
@@ -245,7 +246,7 @@ cUpdateCheck::Plugins cUpdateCheck::pluginsToFetch() const
 {
     Plugins plugins = m_plugins;
     for (cFeaturePlugin* const plugin : m_knownPlugins) {
-        if (!QFile::exists(Corvane::pluginDir(plugin->id()).absoluteFilePath(QStringLiteral("Manifest.xml"))))
+        if (!QFile::exists(Corvane::pluginDir(plugin->id()).absoluteFilePath(ManifestRules::FileName)))
             plugins.append(plugin);
     }
     return plugins;

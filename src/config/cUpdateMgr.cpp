@@ -9,23 +9,23 @@
 #include <QtCore/QPointer>
 
 namespace {
-cUpdateMgr* s_instance = nullptr;
+cUpdateMgr* s_updateMgr = nullptr;
 }
 
 cUpdateMgr::cUpdateMgr()
 {
-    s_instance = this;
+    s_updateMgr = this;
 }
 
 cUpdateMgr::~cUpdateMgr()
 {
     cancel();
-    s_instance = nullptr;
+    s_updateMgr = nullptr;
 }
 
 cUpdateMgr* cUpdateMgr::instance()
 {
-    return s_instance;
+    return s_updateMgr;
 }
 
 void cUpdateMgr::loadLocations()

@@ -1,12 +1,13 @@
 #include "delta/cPartDeflater.h"
 
+#include "version/Deflate.h"
+
 #include <zlib.h>
 
 #include <limits>
 
 namespace {
 
-constexpr int RawDeflate = -15; // window bits of a stream without a header
 constexpr uInt OutSize = 256 << 10;
 
 } // namespace

@@ -5,6 +5,8 @@
 #include "delta/cPartDeflater.h"
 #include "delta/cPatchReader.h"
 #include "disk/WholeFiles.h"
+#include "version/Deflate.h"
+#include "version/Numbers.h"
 #include "version/cPluginId.h"
 
 #include <QtCore/QFileInfo>
@@ -16,12 +18,10 @@
 
 namespace {
 
-constexpr qint64 BufferSize = 256 << 10;
+constexpr qint64 RebuildBuffer = 256 << 10;
 constexpr qint64 MostOldFiles = 65535; // as many entries as a package can have
 constexpr qint64 MostParts = 262144;
-constexpr qint64 MostPerByte = 1032; // deflate's largest repetition, 258 bytes, takes two bits
-constexpr qint64 Any = std::numeric_limits<qint64>::max();
-constexpr int Sha1Size = 20;
+constexpr qint64 AnyNumber = std::numeric_limits<qint64>::max();
 
 struct Part
 {
@@ -39,7 +39,7 @@ public:
         , m_size(size)
         , m_package(package)
         , m_isCancelled(isCancelled)
-        , m_buffer(new char[BufferSize])
+        , m_buffer(new char[RebuildBuffer])
     {
     }
 
@@ -72,7 +72,7 @@ private:
 bool cRun::run(const QString& patchFile)
 {
     qint64 size = 0;
-    if (!m_patch.open(patchFile) || !m_patch.readNumber("the size of the package", Any, size))
+    if (!m_patch.open(patchFile) || !m_patch.readNumber("the size of the package", AnyNumber, size))
         return fail(m_patch.errorString());
     if (size != m_size)
         return damaged(QStringLiteral("it makes a package of %1 bytes, where %2 are stated").arg(size).arg(m_size));
@@ -98,7 +98,7 @@ bool cRun::readOldFiles()
         QString path;
         qint64 size = 0;
         QByteArray sha1;
-        if (!m_patch.readText(path) || !m_patch.readNumber("the size of an old file", Any, size) ||
+        if (!m_patch.readText(path) || !m_patch.readNumber("the size of an old file", AnyNumber, size) ||
             !m_patch.readBytes(Sha1Size, sha1))
             return fail(m_patch.errorString());
         if (!cOldFiles::isInside(path))
@@ -145,7 +145,7 @@ bool cRun::readPart(Part& part)
         if (!part.parameters.areKnown())
             return m_patch.damaged(QStringLiteral("a part is deflated in a way that zlib does not know"));
     }
-    const qint64 most = m_size > Any / MostPerByte ? Any : m_size * MostPerByte;
+    const qint64 most = m_size > AnyNumber / MostPerByte ? AnyNumber : m_size * MostPerByte;
     return m_patch.readNumber("the size of a part", most - m_contentSize, part.size);
 }
 
@@ -155,7 +155,7 @@ bool cRun::make(const Part& part, cContents& contents)
     if (part.isDeflated && !m_deflater.begin(part.parameters))
         return fail(QStringLiteral("there is no memory to deflate the package"));
     for (qint64 left = part.size; left > 0;) {
-        const qint64 size = qMin(left, BufferSize);
+        const qint64 size = qMin(left, RebuildBuffer);
         if (!contents.read(m_buffer.get(), size))
             return fail(contents.errorString());
         if (!(part.isDeflated ? m_deflater.add(m_buffer.get(), size, take) : write(m_buffer.get(), size)))

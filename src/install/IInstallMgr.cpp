@@ -6,7 +6,7 @@
 namespace {
 
 /// The install manager, or null with the reason logged.
-cInstallMgr* managerFor(const char* caller)
+cInstallMgr* installMgrFor(const char* caller)
 {
     cInstallMgr* manager = cInstallMgr::instance();
     if (!manager)
@@ -19,37 +19,37 @@ cInstallMgr* managerFor(const char* caller)
 void IInstallMgr::connectSlots(QObject* receiver, const char* startSlot, const char* progressSlot,
                                const char* finishedSlot)
 {
-    if (cInstallMgr* manager = managerFor("connectSlots()"))
+    if (cInstallMgr* manager = installMgrFor("connectSlots()"))
         manager->connectSlots(receiver, startSlot, progressSlot, finishedSlot);
 }
 
 bool IInstallMgr::installDropbox()
 {
-    cInstallMgr* manager = managerFor("installDropbox()");
+    cInstallMgr* manager = installMgrFor("installDropbox()");
     return manager && manager->installDropbox();
 }
 
 bool IInstallMgr::installFromLocation(const QString& path, bool consume)
 {
-    cInstallMgr* manager = managerFor("installFromLocation()");
+    cInstallMgr* manager = installMgrFor("installFromLocation()");
     return manager && manager->installFromLocation(path, consume);
 }
 
 bool IInstallMgr::installBootstrap()
 {
-    cInstallMgr* manager = managerFor("installBootstrap()");
+    cInstallMgr* manager = installMgrFor("installBootstrap()");
     return manager && manager->installBootstrap();
 }
 
 bool IInstallMgr::installPackage(const QString& path)
 {
-    cInstallMgr* manager = managerFor("installPackage()");
+    cInstallMgr* manager = installMgrFor("installPackage()");
     return manager && manager->installPackage(path);
 }
 
 bool IInstallMgr::uninstallPlugins()
 {
-    cInstallMgr* manager = managerFor("uninstallPlugins()");
+    cInstallMgr* manager = installMgrFor("uninstallPlugins()");
     return manager && manager->uninstallPlugins();
 }
 
@@ -61,18 +61,18 @@ cInstallOutcome IInstallMgr::lastOutcome()
 
 cVerifyOutcome IInstallMgr::verify()
 {
-    cInstallMgr* manager = managerFor("verify()");
+    cInstallMgr* manager = installMgrFor("verify()");
     return manager ? manager->verify() : cVerifyOutcome();
 }
 
 cRepairOutcome IInstallMgr::repair()
 {
-    cInstallMgr* manager = managerFor("repair()");
+    cInstallMgr* manager = installMgrFor("repair()");
     return manager ? manager->repair() : cRepairOutcome();
 }
 
 bool IInstallMgr::installUnsigned(const QString& path)
 {
-    cInstallMgr* manager = managerFor("installUnsigned()");
+    cInstallMgr* manager = installMgrFor("installUnsigned()");
     return manager && manager->installUnsigned(path);
 }

@@ -23,7 +23,7 @@
 
 namespace {
 
-cInstallMgr* s_instance = nullptr;
+cInstallMgr* s_installMgr = nullptr;
 
 const QLatin1String Busy("an installation is under way");
 
@@ -80,17 +80,17 @@ cInstallMgr::cInstallMgr(cConfigurationMgr& configuration, cPluginMgr& plugins)
     : m_configuration(configuration), m_plugins(plugins), m_log(cFrameworkLog::installation())
 {
     qRegisterMetaType<IInstallMgr::OPERATION>("IInstallMgr::OPERATION");
-    s_instance = this;
+    s_installMgr = this;
 }
 
 cInstallMgr::~cInstallMgr()
 {
-    s_instance = nullptr;
+    s_installMgr = nullptr;
 }
 
 cInstallMgr* cInstallMgr::instance()
 {
-    return s_instance;
+    return s_installMgr;
 }
 
 void cInstallMgr::connectSlots(QObject* receiver, const char* startSlot, const char* progressSlot,

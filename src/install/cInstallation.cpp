@@ -9,6 +9,7 @@
 #include "install/cPluginFolders.h"
 #include "install/cStartCheck.h"
 #include "install/cVerification.h"
+#include "plugins/ManifestRules.h"
 #include "plugins/cPluginMgr.h"
 
 #include <Norvale/Corvane.h>
@@ -97,7 +98,7 @@ QSet<cPluginId> cInstallation::present() const
 {
     QSet<cPluginId> present;
     for (const cPluginId& id : pluginsOf(m_configuration.installed().features())) {
-        if (QFile::exists(Corvane::pluginDir(id).absoluteFilePath(QStringLiteral("Manifest.xml"))))
+        if (QFile::exists(Corvane::pluginDir(id).absoluteFilePath(ManifestRules::FileName)))
             present.insert(id);
     }
     return present;

@@ -1,6 +1,7 @@
 #include "install/cPackage.h"
 
 #include "core/Files.h"
+#include "plugins/ManifestRules.h"
 #include "version/Shown.h"
 #include "zip/ZipRecords.h"
 
@@ -137,7 +138,7 @@ bool cPackageUnpacker::unpack(const cPackage& package)
 {
     cZipRecord manifest;
     for (const cZipRecord& record : package.records()) {
-        if (record.name == QLatin1String("Manifest.xml"))
+        if (record.name == ManifestRules::FileName)
             manifest = record;
         else if (record.isListed() && !unpack(package, record))
             return false;

@@ -4,6 +4,7 @@
 #include "core/cXmlReader.h"
 #include "core/cXmlTree.h"
 #include "install/cPackage.h"
+#include "plugins/ManifestRules.h"
 #include "plugins/cManifestReader.h"
 #include "plugins/cStartRules.h"
 #include "version/Shown.h"
@@ -18,8 +19,6 @@
 #include <vector>
 
 namespace {
-
-const QLatin1String ManifestName("Manifest.xml");
 
 // Manifests have a few KiB; reading XML takes a multiple of its size.
 constexpr quint32 MaxManifestSize = 16 << 20;
@@ -118,7 +117,7 @@ QString cEntryNames::addStep(const QString& path, bool isFolder, bool isWay, boo
 QString whereElse(const cPackage& package)
 {
     for (const cZipRecord& record : package.records()) {
-        if (record.name.endsWith(QLatin1Char('/') + ManifestName))
+        if (record.name.endsWith(QLatin1Char('/') + ManifestRules::FileName))
             return QStringLiteral(" but %1: a package holds what is in the plugin's folder, not the folder")
                 .arg(record.name);
     }
@@ -303,18 +302,19 @@ void cPackageCheck::checkContents(const cPackage& package)
 void cPackageCheck::checkManifest(const cPackage& package)
 {
     for (const cZipRecord& record : package.records()) {
-        if (record.name != ManifestName || !record.isListed())
+        if (record.name != ManifestRules::FileName || !record.isListed())
             continue;
         QByteArray xml;
         QString error;
         if (record.uncompressedSize > MaxManifestSize)
-            addFinding(cPackageFinding::Manifest, ManifestName, QStringLiteral("it is larger than a manifest may be"));
+            addFinding(cPackageFinding::Manifest, ManifestRules::FileName,
+                       QStringLiteral("it is larger than a manifest may be"));
         else if (package.readContent(record, &xml, &error))
             readManifest(xml);
         return;
     }
     addFinding(cPackageFinding::Manifest, QString(),
-               QStringLiteral("it has no %1").arg(ManifestName) + whereElse(package));
+               QStringLiteral("it has no %1").arg(ManifestRules::FileName) + whereElse(package));
 }
 
 void cPackageCheck::readManifest(const QByteArray& xml)
@@ -322,13 +322,14 @@ void cPackageCheck::readManifest(const QByteArray& xml)
     cXmlTree tree;
     QString reason;
     if (!cXmlReader::read(xml, tree, &reason)) {
-        addFinding(cPackageFinding::Manifest, ManifestName, reason);
+        addFinding(cPackageFinding::Manifest, ManifestRules::FileName, reason);
         return;
     }
     const cXmlElement plugin = tree.root().firstChild(u"plugin");
     m_id = cPluginId(plugin.attribute(u"name"), cVersion(plugin.attribute(u"version")));
     if (m_id.isNull()) {
-        addFinding(cPackageFinding::Manifest, ManifestName, QStringLiteral("it gives no plugin with a name"));
+        addFinding(cPackageFinding::Manifest, ManifestRules::FileName,
+                   QStringLiteral("it gives no plugin with a name"));
         return;
     }
     checkIdentity();
@@ -340,7 +341,7 @@ void cPackageCheck::checkStart(const QByteArray& xml)
 {
     cManifest manifest;
     cManifestReader reader(m_id, QString(), manifest);
-    if (!reader.read(xml, ManifestName))
+    if (!reader.read(xml, ManifestRules::FileName))
         addFinding(cPackageFinding::Start, QString(), reader.errorString());
     else if (const auto fault = cStartRules().enter(m_id, manifest.runtimeApiVersion, manifest.services))
         addFinding(cPackageFinding::Start, QString(), fault->reason);
@@ -349,10 +350,10 @@ void cPackageCheck::checkStart(const QByteArray& xml)
 void cPackageCheck::checkIdentity()
 {
     if (!m_id.isSafe())
-        addFinding(cPackageFinding::Identity, ManifestName,
+        addFinding(cPackageFinding::Identity, ManifestRules::FileName,
                    QStringLiteral("\"%1\" cannot name a folder").arg(m_id.name()));
     else if (!m_expected.isNull() && m_id != m_expected)
-        addFinding(cPackageFinding::Identity, ManifestName,
+        addFinding(cPackageFinding::Identity, ManifestRules::FileName,
                    QStringLiteral("it is the manifest of %1, where %2 is expected")
                        .arg(m_id.toString(), m_expected.toString()));
 }

@@ -12,6 +12,7 @@
 #include "install/cPluginFolders.h"
 #include "install/cStartCheck.h"
 #include "install/cVerification.h"
+#include "plugins/ManifestRules.h"
 #include "plugins/cPluginInstance.h"
 
 #include <Norvale/Corvane.h>
@@ -61,7 +62,7 @@ bool cPluginReplacement::isFor(const cFeatureCatalogue& installed, const cPlugin
     const cFeatureCatalogue::Features& features = installed.features();
     return id.isSafe() && development && development->findPlugin(id) &&
            std::none_of(features.begin(), features.end(), isOthers) &&
-           QFileInfo::exists(Corvane::pluginDir(id).absoluteFilePath(QStringLiteral("Manifest.xml")));
+           QFileInfo::exists(Corvane::pluginDir(id).absoluteFilePath(ManifestRules::FileName));
 }
 
 cInstallOutcome cPluginReplacement::run(const cPluginId& id, const QString& path, cPackageTrust& trust)

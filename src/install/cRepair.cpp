@@ -16,6 +16,7 @@
 #include "install/cPluginFolders.h"
 #include "install/cRepositorySettings.h"
 #include "install/cUnpacking.h"
+#include "plugins/ManifestRules.h"
 #include "plugins/cPluginMgr.h"
 
 #include <Norvale/Corvane.h>
@@ -25,8 +26,6 @@
 #include <QtCore/QFileInfo>
 
 namespace {
-
-const QLatin1String ManifestName("Manifest.xml");
 
 /// Where packages are fetched to and unpacked; no plugin can have that folder, for it ends in no version.
 QString scratchFolder()
@@ -315,8 +314,8 @@ bool cRepair::putInPlace(const cPluginId& id, const QString& from, const cFileRe
 {
     const QDir folder = Corvane::pluginDir(id);
     QStringList names = files.keys();
-    names.removeAll(ManifestName);
-    names.append(ManifestName);
+    names.removeAll(ManifestRules::FileName);
+    names.append(ManifestRules::FileName);
     cFileRecord::Files placed = files;
     for (const QString& name : qAsConst(names)) {
         const QString path = folder.absoluteFilePath(name);

@@ -3,6 +3,7 @@
 #include "config/cPublication.h"
 #include "core/Files.h"
 #include "install/cInstallPlan.h"
+#include "plugins/ManifestRules.h"
 #include "plugins/cLibraryFile.h"
 #include "plugins/cManifestReader.h"
 #include "plugins/cPluginInstance.h"
@@ -101,7 +102,7 @@ const cStartCandidate& cStartCheck::read(const cPluginId& id, const QDir& folder
     cStartCandidate& candidate = m_candidates[id];
     candidate = cStartCandidate{id, {}, {}};
     cManifestReader reader(id, folder.absolutePath(), candidate.manifest);
-    if (!reader.readFile(folder.absoluteFilePath(QStringLiteral("Manifest.xml"))))
+    if (!reader.readFile(folder.absoluteFilePath(ManifestRules::FileName)))
         candidate.readError = reader.errorString();
     return candidate;
 }

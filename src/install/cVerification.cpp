@@ -7,6 +7,7 @@
 #include "disk/WholeFiles.h"
 #include "install/cInstallMgr.h"
 #include "install/cInstallPlan.h"
+#include "plugins/ManifestRules.h"
 #include "plugins/cManifestReader.h"
 #include "plugins/cPluginInstance.h"
 
@@ -17,8 +18,6 @@
 #include <QtCore/QFileInfo>
 
 namespace {
-
-const QLatin1String ManifestName("Manifest.xml");
 
 /// The files of the suite itself in the plugins folder; a "*" stands for what is written beside one of them.
 const QStringList& ownFiles()
@@ -185,13 +184,13 @@ void cVerification::compareFiles(const cPluginId& id, const QDir& folder)
 
 void cVerification::compareWithoutRecord(const cPluginId& id, const QDir& folder, bool isDevelopment)
 {
-    const QString path = folder.absoluteFilePath(ManifestName);
+    const QString path = folder.absoluteFilePath(ManifestRules::FileName);
     cManifest manifest;
     cManifestReader reader(id, folder.absolutePath(), manifest);
     if (isAbsent(path))
-        return add(Kind::Missing, id, ManifestName, QStringLiteral("is missing"));
+        return add(Kind::Missing, id, ManifestRules::FileName, QStringLiteral("is missing"));
     if (!reader.readFile(path))
-        return add(Kind::Changed, id, ManifestName, reader.errorString());
+        return add(Kind::Changed, id, ManifestRules::FileName, reader.errorString());
     const QString library = manifest.libraryPath + QLatin1String(cPluginInstance::LibrarySuffix);
     if (!manifest.libraryPath.isEmpty() && !QFileInfo(library).isFile())
         add(Kind::Missing, id, folder.relativeFilePath(library), QStringLiteral("is missing"));

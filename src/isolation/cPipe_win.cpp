@@ -11,7 +11,7 @@
 
 namespace {
 
-constexpr DWORD BufferSize = 64 * 1024;
+constexpr DWORD PipeBuffer = 64 * 1024;
 
 /// One transfer that the system may be busy with: it has a buffer of its own, which must stay until it is done. What a
 /// thread has begun is given up by the system when that thread ends, and is begun again.
@@ -23,7 +23,7 @@ struct Transfer
     Transfer& operator=(const Transfer&) = delete;
 
     OVERLAPPED over{};
-    char buffer[BufferSize];
+    char buffer[PipeBuffer];
     DWORD size = 0; // of what is in the buffer
     DWORD at = 0;   // what of it has been taken
     bool isGoingOn = false;
@@ -45,7 +45,7 @@ struct cPipe::Data
 
 bool cPipe::Data::beginRead()
 {
-    in.isGoingOn = ReadFile(pipe, in.buffer, BufferSize, nullptr, &in.over) || GetLastError() == ERROR_IO_PENDING;
+    in.isGoingOn = ReadFile(pipe, in.buffer, PipeBuffer, nullptr, &in.over) || GetLastError() == ERROR_IO_PENDING;
     isClosed = isClosed || !in.isGoingOn;
     return in.isGoingOn;
 }
@@ -81,7 +81,7 @@ cPipe::Ends cPipe::makeEnds()
     const auto* const path = reinterpret_cast<const wchar_t*>(name.utf16());
     const DWORD mode = PIPE_ACCESS_DUPLEX | FILE_FLAG_OVERLAPPED | FILE_FLAG_FIRST_PIPE_INSTANCE;
     const HANDLE own = CreateNamedPipeW(path, mode, PIPE_TYPE_BYTE | PIPE_WAIT | PIPE_REJECT_REMOTE_CLIENTS, 1,
-                                        BufferSize, BufferSize, 0, nullptr);
+                                        PipeBuffer, PipeBuffer, 0, nullptr);
     if (own == INVALID_HANDLE_VALUE)
         return Ends();
     SECURITY_ATTRIBUTES inherited{sizeof inherited, nullptr, TRUE};
@@ -153,7 +153,7 @@ qint64 cPipe::write(const char* bytes, qint64 size)
     if (out.at < out.size)
         return d->beginWrite() ? 0 : -1;
     out.at = 0;
-    out.size = DWORD(std::min<qint64>(size, BufferSize));
+    out.size = DWORD(std::min<qint64>(size, PipeBuffer));
     std::memcpy(out.buffer, bytes, out.size);
     return d->beginWrite() ? out.size : -1;
 }

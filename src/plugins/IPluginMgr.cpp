@@ -9,7 +9,7 @@
 
 namespace {
 
-IPluginMgr* s_instance = nullptr;
+IPluginMgr* s_pluginMgr = nullptr;
 
 /// A signal that nobody has been connected to is a request that nobody hears.
 void reportUnheard(const QString& wanted)
@@ -39,18 +39,18 @@ IPluginMgr::IPluginMgr()
 {
     qRegisterMetaType<bool*>("bool*");
     qRegisterMetaType<cPluginInfo::State>("cPluginInfo::State");
-    s_instance = this;
+    s_pluginMgr = this;
 }
 
 IPluginMgr::~IPluginMgr()
 {
-    if (s_instance == this)
-        s_instance = nullptr;
+    if (s_pluginMgr == this)
+        s_pluginMgr = nullptr;
 }
 
 IPluginMgr* IPluginMgr::instance()
 {
-    return s_instance;
+    return s_pluginMgr;
 }
 
 bool IPluginMgr::load(const QString& name)

@@ -15,6 +15,9 @@ class cXmlElement;
  */
 namespace ManifestRules {
 
+/// The file in a plugin's folder, and in its package.
+inline const QLatin1String FileName("Manifest.xml");
+
 /// What comes of a text that is not what it has to be.
 enum class Breach {
     Finding, ///< It is read all the same; only a check of the manifest tells of it.

@@ -20,7 +20,7 @@ const char RsaPss[] = "\x2a\x86\x48\x86\xf7\x0d\x01\x01\x0a";
 /// A PKCS#8 key of Ed25519 up to its seed: version 0, the algorithm, and an octet string in an octet string.
 const QByteArray PrivateHead = QByteArray::fromHex("302e020100300506032b657004220420");
 
-std::nullopt_t fail(QString* error, const QString& reason)
+std::nullopt_t noKey(QString* error, const QString& reason)
 {
     *error = reason;
     return std::nullopt;
@@ -74,27 +74,27 @@ std::optional<PublicKey> readInfo(const QByteArray& der, QString* error)
     PublicKey key;
     key.point = info.takeBits();
     if (!outer.isDone() || !info.isDone())
-        return fail(error, damaged);
+        return noKey(error, damaged);
     if (id == Rsa || id == RsaPss) {
         if (algorithm.hasMore())
             algorithm.take(cDerReader::Null); // of a key that is bound to other hashes there is more
         const std::optional<PublicKey> rsa = algorithm.isDone() ? readRsa(key.point) : std::nullopt;
-        return rsa ? rsa : fail(error, damaged);
+        return rsa ? rsa : noKey(error, damaged);
     }
     if (id == EllipticCurve) {
         key.scheme = Scheme::EcdsaP256;
         if (algorithm.take(cDerReader::ObjectId) != P256)
-            return fail(error, QStringLiteral("its curve is not P-256"));
+            return noKey(error, QStringLiteral("its curve is not P-256"));
         if (key.point.size() != 65 || key.point[0] != '\x04')
-            return fail(error, QStringLiteral("its point is not an uncompressed one"));
+            return noKey(error, QStringLiteral("its point is not an uncompressed one"));
     } else if (id == Ed25519) {
         if (key.point.size() != 32)
-            return fail(error, damaged);
+            return noKey(error, damaged);
     } else {
-        return fail(error, QStringLiteral("it is no key of Ed25519, ECDSA or RSA"));
+        return noKey(error, QStringLiteral("it is no key of Ed25519, ECDSA or RSA"));
     }
     if (!algorithm.isDone())
-        return fail(error, damaged);
+        return noKey(error, damaged);
     return key;
 }
 
@@ -111,9 +111,9 @@ std::optional<PublicKey> readPublicKey(const QByteArray& pem, QString* error)
     if (label == "PUBLIC KEY")
         return readInfo(der, error);
     if (label != "RSA PUBLIC KEY")
-        return fail(error, QStringLiteral("it is no public key but a \"%1\"").arg(QString::fromLatin1(label)));
+        return noKey(error, QStringLiteral("it is no public key but a \"%1\"").arg(QString::fromLatin1(label)));
     const std::optional<PublicKey> rsa = readRsa(der);
-    return rsa ? rsa : fail(error, QStringLiteral("its content is damaged"));
+    return rsa ? rsa : noKey(error, QStringLiteral("its content is damaged"));
 }
 
 std::optional<KeyPair> readPrivateKey(const QByteArray& pem, QString* error)
@@ -123,17 +123,17 @@ std::optional<KeyPair> readPrivateKey(const QByteArray& pem, QString* error)
     if (der.isEmpty())
         return std::nullopt;
     if (label == "ENCRYPTED PRIVATE KEY")
-        return fail(error, QStringLiteral("it is encrypted; a command that signs with it can take its place"));
+        return noKey(error, QStringLiteral("it is encrypted; a command that signs with it can take its place"));
     if (label != "PRIVATE KEY")
-        return fail(error, QStringLiteral("it is no private key but a \"%1\"").arg(QString::fromLatin1(label)));
+        return noKey(error, QStringLiteral("it is no private key but a \"%1\"").arg(QString::fromLatin1(label)));
     // Seed alone: the form with the public half behind it is not what the common tools write.
     if (!der.startsWith(PrivateHead) || der.size() != PrivateHead.size() + 32)
-        return fail(error, QStringLiteral("it is no private key of Ed25519"));
+        return noKey(error, QStringLiteral("it is no private key of Ed25519"));
     KeyPair pair;
     pair.seed = der.mid(PrivateHead.size());
     pair.point = Cryptography::ed25519PointOf(pair.seed);
     if (pair.point.isEmpty())
-        return fail(error, Cryptography::description());
+        return noKey(error, Cryptography::description());
     return pair;
 }
 

@@ -15,7 +15,7 @@ constexpr bool IsWindows = true;
 constexpr bool IsWindows = false;
 #endif
 
-QString escaped(QChar character)
+QString inHexadecimal(QChar character)
 {
     return QStringLiteral("%%1").arg(QString::number(character.unicode(), 16).toUpper());
 }
@@ -31,7 +31,7 @@ QString safeOnWindows(const QString& name)
         const bool isHex =
             (i > 0 && name.at(i - 1) == QLatin1Char('%')) || (i > 1 && name.at(i - 2) == QLatin1Char('%'));
         const bool isUnsafe = !isHex && (name.at(i).isUpper() || (i == 0 && isDevice));
-        safe += isUnsafe ? escaped(name.at(i)) : QString(name.at(i));
+        safe += isUnsafe ? inHexadecimal(name.at(i)) : QString(name.at(i));
     }
     return safe;
 }

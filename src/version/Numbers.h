@@ -6,6 +6,8 @@
 
 #include <array>
 
+constexpr int Sha1Size = 20; // bytes
+
 /// The number that @p text writes, as `QString::toUInt()` reads it: 0 when it is none, or one of more than 32 bits. All
 /// that stand in catalogues are a few digits, which are read here without a text of their own.
 inline quint32 unsignedNumber(QStringView text)

@@ -1,5 +1,6 @@
 #include "zip/cInflater.h"
 
+#include "version/Deflate.h"
 #include "version/Shown.h"
 #include "zip/cZipReader.h"
 
@@ -13,11 +14,9 @@
 
 namespace {
 
-constexpr int RawDeflate = -15;           // window bits of a stream without a header
 constexpr qint64 LargestFirst = 64 << 20; // a larger buffer is made only when so much has come out
-constexpr qint64 MostPerByte = 1032;      // deflate's largest repetition, 258 bytes, takes two bits
 
-enum class End { Complete, Damaged, CutOff, BufferFull };
+enum class StreamEnd { Complete, Damaged, CutOff, BufferFull };
 
 /// The first buffer for a size that the archive states. What the input can inflate to at most bounds it.
 int firstSize(const QByteArray& in, qint64 stated)
@@ -34,13 +33,13 @@ int inflateInto(z_stream& stream, QByteArray& out, int done)
     return inflate(&stream, Z_FINISH);
 }
 
-End endOf(int answer, const z_stream& stream)
+StreamEnd endOf(int answer, const z_stream& stream)
 {
     if (answer == Z_STREAM_END)
-        return End::Complete;
+        return StreamEnd::Complete;
     if (answer != Z_BUF_ERROR)
-        return End::Damaged;
-    return stream.avail_in == 0 ? End::CutOff : End::BufferFull;
+        return StreamEnd::Damaged;
+    return stream.avail_in == 0 ? StreamEnd::CutOff : StreamEnd::BufferFull;
 }
 
 /// Cuts the buffer to what was produced. It keeps some spare memory, but not much.
@@ -53,14 +52,14 @@ void trim(QByteArray& out, int produced)
 
 /// Inflates from the beginning, as zlib does with a buffer of @p bufferSize bytes, at least 1. The memory for it is
 /// made as it fills. @p out receives what was inflated, also before a failure.
-End inflateWithZlib(const QByteArray& in, qint64 bufferSize, QByteArray& out)
+StreamEnd inflateWithZlib(const QByteArray& in, qint64 bufferSize, QByteArray& out)
 {
     z_stream stream = {};
     stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(in.constData()));
     stream.avail_in = uInt(in.size());
     out.clear();
     if (inflateInit2(&stream, RawDeflate) != Z_OK)
-        return End::Damaged;
+        return StreamEnd::Damaged;
     out = QByteArray(firstSize(in, bufferSize), Qt::Uninitialized);
     int answer = inflateInto(stream, out, 0);
     while (answer == Z_BUF_ERROR && stream.avail_out == 0 && out.size() < bufferSize) {
@@ -68,7 +67,7 @@ End inflateWithZlib(const QByteArray& in, qint64 bufferSize, QByteArray& out)
         out.resize(int(qMin(2 * qint64(done), bufferSize)));
         answer = inflateInto(stream, out, done);
     }
-    const End end = endOf(answer, stream);
+    const StreamEnd end = endOf(answer, stream);
     inflateEnd(&stream);
     trim(out, out.size() - int(stream.avail_out));
     return end;
@@ -89,15 +88,15 @@ bool cInflater::inflate(const QByteArray& in, qint64 limit, Stated stated, QByte
     if (stated.size <= held && inflateStated(in, stated, out))
         return true;
     // One byte more than allowed tells a stream that is too large from one that is cut off.
-    const End end = inflateWithZlib(in, held + 1, *out);
+    const StreamEnd end = inflateWithZlib(in, held + 1, *out);
     const bool isTooLarge = out->size() > held;
-    if (end == End::Complete && !isTooLarge)
+    if (end == StreamEnd::Complete && !isTooLarge)
         return true;
     out->clear();
     if (isTooLarge)
         return fail(error, QStringLiteral("the data inflate to more than %1").arg(counted(held, "byte")));
-    return fail(error, end == End::CutOff ? QStringLiteral("the deflated data are cut off")
-                                          : QStringLiteral("the deflated data are damaged"));
+    return fail(error, end == StreamEnd::CutOff ? QStringLiteral("the deflated data are cut off")
+                                                : QStringLiteral("the deflated data are damaged"));
 }
 
 QByteArray cInflater::inflateEntry(const QByteArray& in, Stated stated)
@@ -106,10 +105,10 @@ QByteArray cInflater::inflateEntry(const QByteArray& in, Stated stated)
     if (inflateStated(in, stated, &out))
         return out;
     for (qint64 bufferSize = qMax<qint64>(stated.size, 1);; bufferSize *= 2) {
-        const End end = inflateWithZlib(in, qMin<qint64>(bufferSize, cZipReader::MaxArray), out);
-        if (end == End::Complete)
+        const StreamEnd end = inflateWithZlib(in, qMin<qint64>(bufferSize, cZipReader::MaxArray), out);
+        if (end == StreamEnd::Complete)
             return out;
-        if (end != End::BufferFull || bufferSize >= cZipReader::MaxArray)
+        if (end != StreamEnd::BufferFull || bufferSize >= cZipReader::MaxArray)
             return QByteArray();
     }
 }

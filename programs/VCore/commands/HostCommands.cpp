@@ -17,8 +17,6 @@
 
 namespace {
 
-const QString RequestMember = QStringLiteral("request");
-
 // Says why @p client did not get its answers.
 ExitCode codeOf(cHostClient::Outcome outcome, const cHostClient& client)
 {
@@ -142,7 +140,7 @@ private:
     {
         const QByteArray message = R"({"command":"LIST","request":"list"})";
         const cHostClient::Outcome outcome = client.ask(message, [&](const QByteArray&, const QJsonObject& answer) {
-            if (answer.value(RequestMember) == QLatin1String("list"))
+            if (answer.value(WireText::RequestMember) == QLatin1String("list"))
                 *report = answer.value(QStringLiteral("value")).toObject();
         });
         return codeOf(outcome, client);
@@ -208,10 +206,10 @@ protected:
                                   {QStringLiteral("service_id"), m_words.at(0)},
                                   {QStringLiteral("method"), m_words.at(1)},
                                   {QStringLiteral("args"), arguments},
-                                  {RequestMember, request}};
+                                  {WireText::RequestMember, request}};
         ExitCode answered = ExitCode::CallFailed;
         const auto print = [&](const QByteArray&, const QJsonObject& answer) {
-            if (answer.value(RequestMember) != request)
+            if (answer.value(WireText::RequestMember) != request)
                 return;
             if (answer.value(QStringLiteral("command")) == QLatin1String("RESULT")) {
                 printResult(answer);

@@ -17,6 +17,9 @@ namespace WireText {
 /// Nesting that is carried over between models; deeper values are refused.
 constexpr int MaxDepth = 256;
 
+/// The member by which the client knows the answers to its request: each repeats it.
+inline const QString RequestMember = QStringLiteral("request");
+
 /// Reads @p payload, JSON in UTF-8. @return false when it is none.
 [[nodiscard]] bool read(const QByteArray& payload, cJsonValue* value);
 

@@ -1,6 +1,7 @@
 #include "lint/InputFile.h"
 
 #include "install/cPackage.h"
+#include "plugins/ManifestRules.h"
 #include "plugins/cLibraryFile.h"
 #include "plugins/cManifest.h"
 #include "report/cFindings.h"
@@ -60,7 +61,7 @@ QByteArray packageManifest(const cPackage& package)
     for (const cZipRecord& record : package.records()) {
         QByteArray xml;
         QString error;
-        if (record.name == QLatin1String("Manifest.xml") && record.isListed())
+        if (record.name == ManifestRules::FileName && record.isListed())
             return record.uncompressedSize <= LargestManifest && package.readContent(record, &xml, &error)
                        ? xml
                        : QByteArray();

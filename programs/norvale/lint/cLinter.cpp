@@ -5,6 +5,7 @@
 #include "lint/InputFile.h"
 #include "lint/cPackageLint.h"
 #include "pack/cPluginFolder.h"
+#include "plugins/ManifestRules.h"
 #include "report/cFindings.h"
 #include "suite/cSuite.h"
 #include "suite/cSuiteReader.h"
@@ -22,7 +23,7 @@ enum class Kind { None, Manifest, Features, Repository, Site };
 
 Kind kindOfName(const QString& fileName)
 {
-    static const QHash<QString, Kind> kinds{{QStringLiteral("Manifest.xml"), Kind::Manifest},
+    static const QHash<QString, Kind> kinds{{ManifestRules::FileName, Kind::Manifest},
                                             {QStringLiteral("features.xml"), Kind::Features},
                                             {QStringLiteral("repository.xml"), Kind::Repository},
                                             {QStringLiteral("site.xml"), Kind::Site}};
@@ -66,7 +67,7 @@ bool cLinter::check(const QString& path)
 void cLinter::checkFolder(const QString& path, QStringList& pending)
 {
     const QDir folder(path);
-    if (folder.exists(QStringLiteral("Manifest.xml")))
+    if (folder.exists(ManifestRules::FileName))
         return checkPluginFolder(path);
     QStringList inside;
     const auto entries =

@@ -1,5 +1,6 @@
 #include "pack/cPluginFolder.h"
 
+#include "plugins/ManifestRules.h"
 #include "report/cFindings.h"
 #include "version/cPluginId.h"
 
@@ -31,7 +32,7 @@ void cPluginFolder::scan(cFindings& findings)
     while (!pending.isEmpty())
         scanFolder(pending.takeLast(), pending, findings);
     std::sort(m_files.begin(), m_files.end(), [](const File& a, const File& b) { return a.name < b.name; });
-    if (!names().contains(QStringLiteral("Manifest.xml")))
+    if (!names().contains(ManifestRules::FileName))
         findings.add(Rule::FolderNoManifest, m_path, QStringLiteral("there is no Manifest.xml"));
 }
 
