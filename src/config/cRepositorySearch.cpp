@@ -73,11 +73,12 @@ QList<cRepositorySearch::cCandidate> cRepositorySearch::candidatesOf(const QShar
         if (!entry.fits(m_name, m_status))
             continue;
         const QString path = pathOf(entry);
-        if (trusted && path.startsWith(QLatin1String("../")))
+        if (trusted && path.startsWith(QLatin1String("../"))) {
             passOver("Not trusted:", url, QStringLiteral("the repository \"%1\" leaves the site").arg(entry.content));
-        else
-            candidates.append(
-                {QSharedPointer<cUpdateLocation>::create(location->resolve(entry.content)), path, trusted});
+            continue;
+        }
+        const auto repository = QSharedPointer<cUpdateLocation>::create(location->resolve(entry.content));
+        candidates.append({repository, path, trusted});
     }
     return candidates;
 }
