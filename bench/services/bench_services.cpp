@@ -240,6 +240,8 @@ void declareCalls(Goals& goals)
         goals.atMost(name, name, bare, 1.3);
         // The time of an iteration is the wall's, shared by both threads, so this is the ratio of calls per second.
         goals.atLeast(twice, name, twice, 1.7);
+        // What two threads of the bare call give is what the machine has to give.
+        goals.growth(bare + "_2_threads", bare, bare + "_2_threads");
     }
 }
 

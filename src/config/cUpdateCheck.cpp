@@ -210,8 +210,11 @@ void cUpdateCheck::collectPlugins()
     std::vector<size_t> begins(size_t(m_available.features().size())); // of a feature's plugins, by its place
     for (const int place : inMemory) {
         begins[size_t(place)] = offered.size();
-        for (const QSharedPointer<cFeaturePlugin>& plugin : m_available.features().at(place)->plugins())
-            offered.push_back({plugin.data(), cSeededHash()(plugin->name()), m_known.isKnown(plugin->id())});
+        for (const QSharedPointer<cFeaturePlugin>& plugin : m_available.features().at(place)->plugins()) {
+            const size_t hash = cSeededHash()(plugin->name());
+            const bool isKnown = m_known.isKnown(plugin->id(), cSeededHash::ofId(hash, plugin->version()));
+            offered.push_back({plugin.data(), hash, isKnown});
+        }
     }
     tsl::robin_set<size_t, NameHash, SameName> names(0, {&offered}, {&offered});
     names.max_load_factor(DenseLoad);

@@ -45,8 +45,8 @@ public:
     /// The record of exactly that plugin; made, with the folder of an installed plugin, if there is none.
     Plugin findOrMake(const cPluginId& id) { return m_suite.findOrMake(id); }
 
-    /// @return true when a record of exactly that plugin has been made.
-    bool isKnown(const cPluginId& id) const { return m_suite.isKnown(id); }
+    /// @return true when a record of exactly the plugin @p id, which has the hash @p hash, has been made.
+    bool isKnown(const cPluginId& id, std::size_t hash) const { return m_suite.isKnown(id, hash); }
 
     bool StartNormal() override;
     void StopNormal() override { m_runner.stopAll(); }

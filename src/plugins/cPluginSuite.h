@@ -61,7 +61,8 @@ public:
 
     /// The record of exactly that plugin; made, with the folder of an installed plugin, if there is none.
     Plugin findOrMake(const cPluginId& id) { return m_records[numberOf(id)].plugin; }
-    bool isKnown(const cPluginId& id) const { return m_numbers.contains(id); }
+    /// @p hash is that of @p id.
+    bool isKnown(const cPluginId& id, std::size_t hash) const { return m_numbers.contains(id, hash); }
 
     /// No record counts as registered until it is registered again.
     void clearAllowed();

@@ -83,11 +83,10 @@ std::size_t cSeededHash::operator()(QLatin1String text) const
     return spread(valueOf(text, drawnPoint()));
 }
 
-std::size_t cSeededHash::operator()(const cPluginId& id) const
+std::size_t cSeededHash::ofId(std::size_t ofName, const cVersion& version)
 {
-    const cVersion& version = id.version();
     const quint64 point = drawnPoint();
-    quint64 value = valueOf(id.name(), point);
+    quint64 value = ofName & Prime;
     for (const qint32 component : {version.major(), version.minor(), version.build()})
         value = step(value, point, quint32(component));
     return spread(value);

@@ -23,7 +23,10 @@ struct cSeededHash
     std::size_t operator()(QStringView text) const;
     std::size_t operator()(const QString& text) const { return (*this)(QStringView(text)); }
     std::size_t operator()(QLatin1String text) const;
-    std::size_t operator()(const cPluginId& id) const;
+    std::size_t operator()(const cPluginId& id) const { return ofId((*this)(id.name()), id.version()); }
+
+    /// That of the id with @p version whose name has the hash @p ofName.
+    static std::size_t ofId(std::size_t ofName, const cVersion& version);
 
     /// Of a key that does not come from outside. Qt 6 has two hashes of an address, with and without `const`.
     template <typename Key>
