@@ -37,7 +37,8 @@ private slots:
         writeFeatures(
             "<r><feature><plugins><plugin name='A'/><plugin name='A' version='1.0'/></plugins></feature></r>");
         QVERIFY(m_manager->publishInstalledPlugins());
-        QVERIFY(m_fixture.plugins.isKnown({"B", cVersion("2.0")}));
+        const cPluginId b("B", cVersion("2.0"));
+        QVERIFY(m_fixture.plugins.isKnown(b, cSeededHash()(b)));
         QVERIFY(m_manager->loadFeatures());
         QVERIFY(!m_manager->publishInstalledPlugins());
         QVERIFY2(m_fixture.plugins.plugins().size() == 3, "a clash leaves the plugin manager alone");
