@@ -130,7 +130,7 @@ int main(int argc, char** argv)
     add("framework", 15);
     add("guarded", 60);
     add("unguarded", 60);
-    Goals goals(Goals::Round::Fastest); // it is the processor's time
+    Goals goals(Goals::Round::Median);
     goals.atMost("startup_200_plugins", "startup/framework", "startup/bare", 1.6);
     goals.atMost("guard_startup", "startup/guarded", "startup/unguarded", 1.01);
     return runBenchmarks(argc, argv, goals);
