@@ -1,6 +1,7 @@
 #include "plugins/cPluginInstance.h"
 
 #include "core/cXmlTree.h"
+#include "plugins/ManifestRules.h"
 #include "plugins/cLibraryFile.h"
 #include "plugins/cManifestReader.h"
 #include "plugins/cVariableExpander.h"
@@ -120,7 +121,7 @@ QStringList cPluginInstance::takeManifestWarnings()
 
 QString cPluginInstance::manifestFile() const
 {
-    return m_folder + QLatin1String("/Manifest.xml");
+    return m_folder + QLatin1Char('/') + ManifestRules::FileName;
 }
 
 bool cPluginInstance::readCommandLines(const cXmlElement& element, QList<cCmdLine>& target)

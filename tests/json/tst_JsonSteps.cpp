@@ -6,7 +6,6 @@
 #include "PlainJsonReader.h"
 
 #include <NotHere.h>
-
 #include <Norvale/cJsonReader.h>
 #include <Norvale/cJsonWriter.h>
 

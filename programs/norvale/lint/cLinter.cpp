@@ -88,7 +88,7 @@ void cLinter::checkInstalled(const QString& path, const QStringList& folders)
 {
     const auto isInstalled = [](const QString& folder) {
         return !cPluginId::parse(QFileInfo(folder).fileName()).isNull() &&
-               QFileInfo(folder + QStringLiteral("/Manifest.xml")).isFile();
+               QFileInfo(folder + QLatin1Char('/') + ManifestRules::FileName).isFile();
     };
     const auto plugin = std::find_if(folders.rbegin(), folders.rend(), isInstalled);
     if (plugin == folders.rend() || QFileInfo(path + QStringLiteral("/features.xml")).isFile())

@@ -3,6 +3,7 @@
 #include "install/cPackage.h"
 #include "install/cPackageCheck.h"
 #include "lint/cManifestLint.h"
+#include "plugins/ManifestRules.h"
 #include "report/cFindings.h"
 
 #include <QtCore/QSet>
@@ -92,7 +93,7 @@ void cPackageLint::checkManifest(const cPackage& package)
             names.insert(record.name);
     }
     const QByteArray xml = packageManifest(package);
-    const QString file = m_file + QStringLiteral("!Manifest.xml");
+    const QString file = m_file + QLatin1Char('!') + ManifestRules::FileName;
     cManifestLint lint(file, m_findings);
     lint.setNeighbours(names);
     lint.check(xml);

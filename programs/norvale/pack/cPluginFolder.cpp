@@ -1,6 +1,5 @@
 #include "pack/cPluginFolder.h"
 
-#include "plugins/ManifestRules.h"
 #include "report/cFindings.h"
 #include "version/cPluginId.h"
 

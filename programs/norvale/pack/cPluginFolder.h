@@ -1,5 +1,7 @@
 #pragma once
 
+#include "plugins/ManifestRules.h"
+
 #include <QtCore/QFileInfo>
 #include <QtCore/QList>
 #include <QtCore/QSet>
@@ -34,7 +36,7 @@ public:
 
     /// The names of files().
     QSet<QString> names() const;
-    QString manifestPath() const { return m_path + QStringLiteral("/Manifest.xml"); }
+    QString manifestPath() const { return m_path + QLatin1Char('/') + ManifestRules::FileName; }
 
 private:
     void scanFolder(const QString& relative, QStringList& pending, cFindings& findings);

@@ -4,6 +4,7 @@
 #include "install/cPackage.h"
 #include "lint/InputFile.h"
 #include "lint/cManifestLint.h"
+#include "plugins/ManifestRules.h"
 #include "report/cFindings.h"
 #include "suite/cSuite.h"
 #include "version/cPluginId.h"
@@ -45,7 +46,7 @@ void cSuiteReader::readInstalled(const QString& folder, const QString& catalogue
 {
     for (const QSharedPointer<cFeaturePlugin>& plugin : suite.plugins()) {
         const cPluginId& id = plugin->id();
-        const QString path = QDir(folder).filePath(id.toString() + QStringLiteral("/Manifest.xml"));
+        const QString path = QDir(folder).filePath(id.toString() + QLatin1Char('/') + ManifestRules::FileName);
         QByteArray xml;
         if (!id.isSafe() || !QFileInfo(path).isFile()) {
             m_findings.add(Rule::SuitePluginMissing, catalogue,
