@@ -108,7 +108,7 @@ void parseBare(benchmark::State& state)
 
 void inThreeSizes(benchmark::internal::Benchmark* benchmark)
 {
-    benchmark->Arg(1000)->Arg(10000)->Arg(100000)->Repetitions(9)->Unit(benchmark::kMillisecond)->UseManualTime();
+    benchmark->Arg(1000)->Arg(10000)->Arg(100000)->Repetitions(15)->Unit(benchmark::kMillisecond)->UseManualTime();
 }
 
 BENCHMARK(checkForUpdates)->Apply(inThreeSizes);

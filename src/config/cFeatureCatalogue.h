@@ -2,6 +2,7 @@
 
 #include "config/cNamedIndex.h"
 #include "config/cUpdateLocation.h"
+#include "version/FlatMap.h"
 #include "version/cPluginId.h"
 
 #include <QtCore/QByteArray>
@@ -46,10 +47,15 @@ class cFeaturePlugin : public QObject
     Q_OBJECT
 
 public:
-    explicit cFeaturePlugin(cPluginId id, quint32 size = 0) : m_id(std::move(id)), m_size(size) {}
+    explicit cFeaturePlugin(cPluginId id, quint32 size = 0)
+        : m_id(std::move(id)), m_size(size), m_nameHash(cSeededHash()(m_id.name()))
+    {
+    }
 
     const cPluginId& id() const { return m_id; }
     const QString& name() const { return m_id.name(); }
+    /// A cSeededHash of the name: who goes through many records then need not look at all their names.
+    size_t nameHash() const { return m_nameHash; }
     const cVersion& version() const { return m_id.version(); }
 
     /// Package size in bytes; 0 when the catalogue does not say.
@@ -100,6 +106,7 @@ public slots:
 private:
     cPluginId m_id;
     quint32 m_size;
+    size_t m_nameHash;
     bool m_isPending = false;
     bool m_isDevelopment = false;
     QVarLengthArray<char, 20> m_hash; // nearly all have one, of this length

@@ -30,7 +30,15 @@ struct cOffered
 {
     cFeaturePlugin* plugin;
     size_t nameHash;
+    quint32 size;
     bool isKnown;
+};
+
+/// The plugins of one feature in a list of them: from the first to behind the last.
+struct cRange
+{
+    size_t begin = 0;
+    size_t end = 0;
 };
 
 /// For a set of places in a list of plugins, which are one when their names are.
@@ -118,8 +126,7 @@ void cUpdateCheck::compare(const QStringList& names)
         return;
     }
     const bool isNewer = !m_features.isEmpty() || m_currentVersion < m_available.version();
-    collectPlugins();
-    m_result["size"] = sizeOf(m_plugins);
+    m_result["size"] = bytes(collectPlugins());
     m_result["result_code"] = isNewer ? IConfigMgr::UpdateFound : IConfigMgr::NothingNewer;
     tellNotes();
 }
@@ -202,31 +209,36 @@ bool cUpdateCheck::logMissing(QStringView feature)
 
 // The records of a large repository are more than the processor's caches hold. They are read in the order in which they
 // lie in memory, and each once; which name comes first is then decided by what has been taken out of them.
-void cUpdateCheck::collectPlugins()
+qint64 cUpdateCheck::collectPlugins()
 {
     std::vector<int> inMemory(m_places);
     std::sort(inMemory.begin(), inMemory.end());
     std::vector<cOffered> offered;
-    std::vector<size_t> begins(size_t(m_available.features().size())); // of a feature's plugins, by its place
+    std::vector<cRange> ofFeature(size_t(m_available.features().size())); // by its place
     for (const int place : inMemory) {
-        begins[size_t(place)] = offered.size();
+        cRange& range = ofFeature[size_t(place)];
+        range.begin = offered.size();
         for (const QSharedPointer<cFeaturePlugin>& plugin : m_available.features().at(place)->plugins()) {
-            const size_t hash = cSeededHash()(plugin->name());
+            const size_t hash = plugin->nameHash();
             const bool isKnown = m_known.isKnown(plugin->id(), cSeededHash::ofId(hash, plugin->version()));
-            offered.push_back({plugin.data(), hash, isKnown});
+            offered.push_back({plugin.data(), hash, plugin->size(), isKnown});
         }
+        range.end = offered.size();
     }
     tsl::robin_set<size_t, NameHash, SameName> names(0, {&offered}, {&offered});
     names.max_load_factor(DenseLoad);
     names.reserve(offered.size());
+    qint64 size = 0;
     for (const int place : m_places) {
-        const size_t begin = begins[size_t(place)];
-        const size_t end = begin + size_t(m_available.features().at(place)->plugins().size());
-        for (size_t i = begin; i < end; ++i) {
-            if (names.insert(i).second)
-                (offered[i].isKnown ? m_knownPlugins : m_plugins).append(offered[i].plugin);
+        const cRange range = ofFeature[size_t(place)];
+        for (size_t i = range.begin; i < range.end; ++i) {
+            if (!names.insert(i).second)
+                continue;
+            (offered[i].isKnown ? m_knownPlugins : m_plugins).append(offered[i].plugin);
+            size += offered[i].isKnown ? 0 : offered[i].size;
         }
     }
+    return size;
 }
 
 // A JSON integer ends at 32 bits without a sign.

@@ -78,7 +78,8 @@ private:
     /// once. False when the new repository lacks one of them.
     bool collectFeatures(const QStringList& names);
     bool logMissing(QStringView feature);
-    void collectPlugins();
+    /// @return the bytes of the packages of plugins().
+    qint64 collectPlugins();
     void tellNotes();
 
     const cFeatureCatalogue& m_installed;
