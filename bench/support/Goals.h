@@ -39,7 +39,12 @@ public:
     /// No goal, only told: `time(over) / time(under)`, where the first does more of the same work.
     void growth(std::string name, std::string over, std::string under)
     {
-        m_growths.push_back({std::move(name), std::move(over), std::move(under)});
+        growth(std::move(name), [=] { return ratio(over, under); });
+    }
+    /// As above, for anything else that was measured in this run.
+    void growth(std::string name, std::function<double()> value)
+    {
+        m_growths.push_back({std::move(name), std::move(value)});
     }
     /// A goal over anything else that was measured in this run, such as memory.
     void custom(std::string name, double target, bool isAtLeast, std::function<double(const Goals&)> value)
@@ -77,13 +82,13 @@ public:
     bool print() const
     {
         for (const Growth& growth : m_growths)
-            std::printf("GROWTH %s %.2f\n", growth.name.c_str(), ratio(growth.over, growth.under));
+            std::printf("GROWTH %s %.2f\n", growth.name.c_str(), growth.value());
         bool all = true;
         for (const Goal& goal : m_goals) {
             const double value = goal.value(*this);
             const bool held = value > 0 && (goal.isAtLeast ? value >= goal.target : value <= goal.target);
             all = all && held;
-            const int digits = goal.target < 0.1 ? 4 : 2;
+            const int digits = goal.target < 0.1 ? 4 : goal.target < 1.05 && goal.target > 1 ? 3 : 2;
             std::printf("GOAL %s %.*f %s%.*f %s\n", goal.name.c_str(), digits, value,
                         goal.isAtLeast ? ">=" : "<=", digits, goal.target, held ? "held" : "short");
         }
@@ -103,8 +108,7 @@ private:
     struct Growth
     {
         std::string name;
-        std::string over;
-        std::string under;
+        std::function<double()> value;
     };
 
     /// Google Benchmark appends settings such as "/repeats:5" or "/real_time" to the name that was registered.

@@ -93,6 +93,8 @@ private:
     std::unique_ptr<cCallWatch> m_calls;
     std::unique_ptr<cWatchdog> m_watchdog;
     bool m_isCallTold = false; // of the watchdog
-    QMutex m_lock;             // guards the innermost step and, while a run is guarded, the slot
+    // Guards the innermost step and, while a run is guarded, the slot. Taking it is inline, which that of QMutex is not
+    // on Qt 5: a library is loaded between one time and the next, and other code is in no cache by then.
+    QBasicMutex m_lock;
     cStep* m_innermost = nullptr;
 };

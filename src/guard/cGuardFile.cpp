@@ -2,7 +2,6 @@
 
 #include "disk/WholeFiles.h"
 
-#include <QtCore/QCryptographicHash>
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>
 #include <QtCore/QThread>
@@ -38,6 +37,15 @@ bool readSlot(QFile& file, cGuardSlot& slot)
            isSound(slot);
 }
 
+/// The FNV-1a hash, which is the same in every run.
+quint32 hashOf(const QByteArray& bytes)
+{
+    quint32 hash = 2166136261U;
+    for (const char byte : bytes)
+        hash = (hash ^ uchar(byte)) * 16777619U;
+    return hash;
+}
+
 /// Whether something else than a file stands there, which may not even be opened without harm.
 bool isOther(const QString& path)
 {
@@ -49,9 +57,7 @@ bool isOther(const QString& path)
 
 QString cGuardFile::pathFor(const QString& dataFolder, const QString& coreFolder)
 {
-    constexpr int Letters = 8;
-    const QByteArray hash = QCryptographicHash::hash(coreFolder.toUtf8(), QCryptographicHash::Sha1).toHex();
-    return dataFolder + QLatin1String("/guard.") + QLatin1String(hash.left(Letters));
+    return QStringLiteral("%1/guard.%2").arg(dataFolder, QString::number(hashOf(coreFolder.toUtf8()), 16));
 }
 
 cGuardSlot* cGuardFile::open(const QString& path)
