@@ -26,7 +26,7 @@ cNotificationInstance::cNotificationInstance(const QString& eventset, QObject* l
 
 void cListenerRegistry::add(const Record& record)
 {
-    const QWriteLocker writer(&m_lock);
+    const cIndexLock::cChange change(m_lock);
     m_sets[record->eventset()].append(record);
     m_ofListener[record->address()].append(record);
 }
@@ -34,7 +34,7 @@ void cListenerRegistry::add(const Record& record)
 void cListenerRegistry::remove(const QString& eventset, const QObject* listener)
 {
     Records withdrawn;
-    const QWriteLocker writer(&m_lock);
+    const cIndexLock::cChange change(m_lock);
     withdrawn = take(listener, [&](const Record& record) { return record->eventset() == eventset; });
     withdrawAll(withdrawn);
 }
@@ -42,7 +42,7 @@ void cListenerRegistry::remove(const QString& eventset, const QObject* listener)
 bool cListenerRegistry::remove(const Record& record)
 {
     Records withdrawn;
-    const QWriteLocker writer(&m_lock);
+    const cIndexLock::cChange change(m_lock);
     withdrawn = take(record->address(), [&](const Record& other) { return other == record; });
     withdrawAll(withdrawn);
     return !withdrawn.isEmpty();
@@ -51,7 +51,7 @@ bool cListenerRegistry::remove(const Record& record)
 cListenerRegistry::Records cListenerRegistry::removeOf(const cCodeImage& image)
 {
     Records withdrawn;
-    const QWriteLocker writer(&m_lock);
+    const cIndexLock::cChange change(m_lock);
     const auto isOfImage = [&](const Record& record) { return image.contains(record->code()); };
     for (const auto& set : m_sets)
         std::copy_if(set.second.begin(), set.second.end(), std::back_inserter(withdrawn), isOfImage);
@@ -64,7 +64,7 @@ cListenerRegistry::Records cListenerRegistry::removeOf(const cCodeImage& image)
 void cListenerRegistry::removeEverywhere(const QObject* listener)
 {
     Records withdrawn;
-    const QWriteLocker writer(&m_lock);
+    const cIndexLock::cChange change(m_lock);
     withdrawn = take(listener, [](const Record&) { return true; });
     withdrawAll(withdrawn);
 }
@@ -90,7 +90,7 @@ cListenerRegistry::Records cListenerRegistry::take(const QObject* listener, Want
 void cListenerRegistry::clear()
 {
     FlatMap<const QObject*, Records> dropped;
-    const QWriteLocker writer(&m_lock);
+    const cIndexLock::cChange change(m_lock);
     dropped.swap(m_ofListener);
     m_sets.clear();
     for (const auto& records : dropped) {
@@ -101,14 +101,17 @@ void cListenerRegistry::clear()
 
 cListenerRegistry::Records cListenerRegistry::ofSet(const QString& eventset) const
 {
-    const QReadLocker reader(&m_lock);
-    const auto found = m_sets.find(eventset);
-    return found == m_sets.end() ? Records() : found->second;
+    const auto isIt = [&](const Records& records) { return records.first()->eventset() == eventset; };
+    const Records* const records = cLastFound<Records>::find(m_lock, eventset, isIt, [&]() -> const Records* {
+        const auto found = m_sets.find(eventset);
+        return found == m_sets.end() ? nullptr : &found->second;
+    });
+    return records ? *records : Records();
 }
 
 bool cListenerRegistry::hasLiving(const QObject* listener) const
 {
-    const QReadLocker reader(&m_lock);
+    const cIndexLock::cRead reader(m_lock);
     const auto found = m_ofListener.find(listener);
     return found != m_ofListener.end() && std::any_of(found->second.begin(), found->second.end(),
                                                       [](const Record& record) { return record->target(); });

@@ -1,12 +1,12 @@
 #pragma once
 
+#include "services/cLastFound.h"
 #include "services/cMethodCall.h"
 #include "version/FlatMap.h"
 #include "version/cCodeImage.h"
 
 #include <QtCore/QObject>
 #include <QtCore/QPointer>
-#include <QtCore/QReadWriteLock>
 #include <QtCore/QSharedPointer>
 #include <QtCore/QString>
 #include <QtCore/QVector>
@@ -94,7 +94,7 @@ private:
     Records take(const QObject* listener, Wanted isWanted);
     void withdrawAll(const Records& records);
 
-    mutable QReadWriteLock m_lock; // guards both members below
+    cIndexLock m_lock; // guards both members below
     FlatMap<QString, Records> m_sets;
     FlatMap<const QObject*, Records> m_ofListener; // the same records, so that a listener is found without a search
 };

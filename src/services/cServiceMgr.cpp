@@ -15,7 +15,7 @@ namespace {
 
 std::atomic<cServiceMgr*> s_current{nullptr};
 
-/// Qt destroys it with its thread; see cLastFound in cServiceRegistry.cpp.
+/// Qt destroys it with its thread; see cLastFound.
 QThreadStorage<QString>& lastErrorOfThread()
 {
     static QThreadStorage<QString> error;

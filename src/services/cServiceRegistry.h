@@ -1,17 +1,15 @@
 #pragma once
 
+#include "services/cLastFound.h"
 #include "version/FlatMap.h"
 #include "version/cCodeImage.h"
 
 #include <QtCore/QObject>
 #include <QtCore/QPointer>
-#include <QtCore/QReadWriteLock>
 #include <QtCore/QSharedPointer>
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 #include <QtCore/QVector>
-
-#include <atomic>
 
 /**
  * One registered service. It never changes after its construction, so any thread may read it.
@@ -74,12 +72,9 @@ public:
     QStringList ids() const;
 
 private:
-    static quint64 nextState();
     /// of(), with the lock held.
     QVector<Record> find(const cCodeImage& image) const;
 
-    mutable QReadWriteLock m_lock; // guards the members below
+    cIndexLock m_lock; // guards what follows
     FlatMap<QString, Record> m_records;
-    // The number of the present state, changed under the lock for writing; threads compare it with what they remember.
-    std::atomic<quint64> m_state{nextState()};
 };
