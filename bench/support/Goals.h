@@ -82,13 +82,14 @@ public:
     bool print() const
     {
         for (const Growth& growth : m_growths)
-            std::printf("GROWTH %s %.2f\n", growth.name.c_str(), growth.value());
+            std::printf("GROWTH %s %.3f\n", growth.name.c_str(), growth.value());
         bool all = true;
         for (const Goal& goal : m_goals) {
             const double value = goal.value(*this);
             const bool held = value > 0 && (goal.isAtLeast ? value >= goal.target : value <= goal.target);
             all = all && held;
-            const int digits = goal.target < 0.1 ? 4 : goal.target < 1.05 && goal.target > 1 ? 3 : 2;
+            const bool isNearOne = goal.target > 1 && goal.target < 1.05;
+            const int digits = goal.target < 0.1 ? 4 : isNearOne ? 3 : 2;
             std::printf("GOAL %s %.*f %s%.*f %s\n", goal.name.c_str(), digits, value,
                         goal.isAtLeast ? ">=" : "<=", digits, goal.target, held ? "held" : "short");
         }

@@ -1,8 +1,6 @@
 #pragma once
 
-#include <QtCore/QHash>
 #include <QtCore/QReadWriteLock>
-#include <QtCore/QStringView>
 #include <QtCore/QThreadStorage>
 
 #include <array>
@@ -64,15 +62,14 @@ class cLastFound
 public:
     ~cLastFound() { s_ofThread = nullptr; }
 
-    /// What the index of @p lock has under @p key.
+    /// What the index of @p lock has under a key.
+    /// @param hash of the key.
     /// @param isIt whether a Found is the one of the key.
     /// @param look gives the address of what the index has, or null; it is called with the lock held for reading.
     /// @return null when there is nothing; otherwise it is valid until the thread calls this again.
     template <typename IsIt, typename Look>
-    static const Found* find(const cIndexLock& lock, QStringView key, IsIt isIt, Look look)
+    static const Found* find(const cIndexLock& lock, std::size_t hash, IsIt isIt, Look look)
     {
-        // Qt's hash, which is the fastest: keys that share theirs are only found more slowly.
-        const std::size_t hash = qHash(key);
         Place& last = placeOf(hash);
         if (last.hash == hash && last.number == lock.number() && isIt(last.found))
             return &last.found;
