@@ -1,11 +1,13 @@
 #pragma once
 
 #include <QtCore/QReadWriteLock>
+#include <QtCore/QStringView>
 #include <QtCore/QThreadStorage>
 
 #include <array>
 #include <atomic>
 #include <cstddef>
+#include <cstring>
 #include <utility>
 
 /**
@@ -62,16 +64,15 @@ class cLastFound
 public:
     ~cLastFound() { s_ofThread = nullptr; }
 
-    /// What the index of @p lock has under a key.
-    /// @param hash of the key.
-    /// @param isIt whether a Found is the one of the key.
+    /// What the index of @p lock has under @p key.
+    /// @param keyOf gives the key of a Found.
     /// @param look gives the address of what the index has, or null; it is called with the lock held for reading.
     /// @return null when there is nothing; otherwise it is valid until the thread calls this again.
-    template <typename IsIt, typename Look>
-    static const Found* find(const cIndexLock& lock, std::size_t hash, IsIt isIt, Look look)
+    template <typename KeyOf, typename Look>
+    static const Found* find(const cIndexLock& lock, QStringView key, KeyOf keyOf, Look look)
     {
-        Place& last = placeOf(hash);
-        if (last.hash == hash && last.number == lock.number() && isIt(last.found))
+        Place& last = ofThread().m_places[placeOf(key)];
+        if (last.number == lock.number() && isSame(keyOf(last.found), key))
             return &last.found;
         Place fresh;
         {
@@ -79,30 +80,59 @@ public:
             const Found* const found = look();
             if (!found)
                 return nullptr;
-            fresh = {lock.number(), hash, *found};
+            fresh = {lock.number(), *found};
         }
         std::swap(last, fresh); // what it was before is destroyed with no lock held
         return &last.found;
     }
 
 private:
-    static constexpr std::size_t PlaceCount = 32; // a thread rarely asks for more of them in turn
+    static constexpr int PlaceBits = 5;
+    static constexpr std::size_t PlaceCount = 1 << PlaceBits; // a thread rarely asks for more of them in turn
 
     struct Place
     {
         quint64 number = 0; // 0 for none
-        std::size_t hash = 0;
         Found found{};
     };
 
-    static Place& placeOf(std::size_t hash)
+    /// The place of a key, told by its first, middle and last letters: keys that share one only displace each other,
+    /// so this need not be a hash that looks at every letter.
+    static std::size_t placeOf(QStringView key)
+    {
+        constexpr qsizetype AtOnce = 4;
+        const qsizetype size = key.size();
+        if (size < AtOnce)
+            return key.isEmpty() ? 0 : key.back().unicode() % PlaceCount;
+        const quint64 mixed = quint64(size) + lettersAt(key, 0) * 0xbf58476d1ce4e5b9U +
+                              lettersAt(key, (size - AtOnce) / 2) * 0x94d049bb133111ebU +
+                              lettersAt(key, size - AtOnce) * 0x9e3779b97f4a7c15U;
+        return std::size_t(mixed >> (64 - PlaceBits));
+    }
+
+    /// Four letters from @p index on.
+    static quint64 lettersAt(QStringView text, qsizetype index)
+    {
+        quint64 letters;
+        std::memcpy(&letters, text.utf16() + index, sizeof letters);
+        return letters;
+    }
+
+    /// What `==` answers, without the call of a function of Qt 6 that decides between kinds of texts first.
+    static bool isSame(QStringView a, QStringView b)
+    {
+        const auto size = std::size_t(a.size()) * sizeof(QChar);
+        return a.size() == b.size() && (size == 0 || std::memcmp(a.utf16(), b.utf16(), size) == 0);
+    }
+
+    static cLastFound& ofThread()
     {
         if (!s_ofThread) {
             // Qt destroys it with its thread; MinGW destroys a thread_local object when its memory is gone already.
             static QThreadStorage<cLastFound*> owner;
             owner.setLocalData(s_ofThread = new cLastFound);
         }
-        return s_ofThread->m_places[hash % PlaceCount];
+        return *s_ofThread;
     }
 
     inline static thread_local cLastFound* s_ofThread = nullptr;

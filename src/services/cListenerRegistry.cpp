@@ -101,10 +101,9 @@ void cListenerRegistry::clear()
 
 cListenerRegistry::Records cListenerRegistry::ofSet(const QString& eventset) const
 {
-    const std::size_t hash = cSeededHash()(eventset);
-    const auto isIt = [&](const Records& records) { return records.first()->eventset() == eventset; };
-    const Records* const records = cLastFound<Records>::find(m_lock, hash, isIt, [&]() -> const Records* {
-        const auto found = m_sets.find(eventset, hash);
+    const auto keyOf = [](const Records& records) { return QStringView(records.first()->eventset()); };
+    const Records* const records = cLastFound<Records>::find(m_lock, eventset, keyOf, [&]() -> const Records* {
+        const auto found = m_sets.find(eventset);
         return found == m_sets.end() ? nullptr : &found->second;
     });
     return records ? *records : Records();

@@ -112,10 +112,9 @@ bool cServiceRegistry::contains(const QString& id) const
 
 QObject* cServiceRegistry::object(const QString& id) const
 {
-    const std::size_t hash = cSeededHash()(id);
-    const auto isIt = [&](const Record& record) { return record->name() == id; };
-    const Record* const record = cLastFound<Record>::find(m_lock, hash, isIt, [&]() -> const Record* {
-        const auto found = m_records.find(id, hash);
+    const auto keyOf = [](const Record& record) { return QStringView(record->name()); };
+    const Record* const record = cLastFound<Record>::find(m_lock, id, keyOf, [&]() -> const Record* {
+        const auto found = m_records.find(id);
         return found == m_records.end() ? nullptr : &found->second;
     });
     return record ? (*record)->service() : nullptr;
