@@ -15,7 +15,6 @@ bool s_isInstalled = false;
 // Both functions stay where they are as long as others, which were put in place later, call them.
 bool s_isTerminateChained = false;
 bool s_isMessageChained = false;
-std::atomic<bool> s_hasBegun{false};
 
 /// Tells what was thrown, and goes on to abort().
 void onTerminate()
@@ -83,11 +82,6 @@ void CrashHandler::remove()
     cCrashReport::instance().forgetSlot();
 }
 
-bool CrashHandler::hasBegun()
-{
-    return s_hasBegun.load(std::memory_order_acquire);
-}
-
 QString CrashHandler::causeText(qint32 cause)
 {
     if (const char* const name = CrashSystem::nameOf(cause))
@@ -100,7 +94,7 @@ qint32 CrashCatching::tell(const cCrash& crash, void (*walk)(cCrash&))
     static std::atomic<quint64> teller{0};
     quint64 other = 0;
     if (teller.compare_exchange_strong(other, crash.thread)) {
-        s_hasBegun.store(true, std::memory_order_release);
+        CrashHandler::hasBegun = true;
         cCrashReport::instance().begin(crash, walk);
     } else if (other != crash.thread) {
         waitForEnd();

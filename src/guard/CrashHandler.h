@@ -2,6 +2,8 @@
 
 #include <QtCore/QString>
 
+#include <atomic>
+
 struct cGuardSlot;
 
 /**
@@ -22,8 +24,8 @@ void install(cGuardSlot* slot, const QString& folder);
 /// Catches nothing any more. Does nothing where install() has not been called.
 void remove();
 
-/// Whether a crash is being told right now: then the slot belongs to the handler. Any thread.
-bool hasBegun();
+/// Whether a crash is being told right now: then the slot belongs to the handler, which sets this. Any thread.
+inline std::atomic<bool> hasBegun{false};
 
 /// Ends the process, whose main thread hangs, as abort() in that thread would: its stack is what the report tells. To
 /// be called from another thread.

@@ -59,7 +59,8 @@ void writeLibraries();
 /// The name of a cause, "SIGSEGV"; null for one that has none.
 const char* nameOf(qint32 cause);
 
-qint64 now(); // ms since 1970 UTC
+/// ms since 1970 UTC, as of the last tick of the system's clock, some ms ago: each step of a plugin asks.
+qint64 now();
 quint64 processId();
 
 } // namespace CrashSystem

@@ -117,7 +117,7 @@ const char* CrashSystem::nameOf(qint32 cause)
 qint64 CrashSystem::now()
 {
     timespec time{};
-    clock_gettime(CLOCK_REALTIME, &time);
+    clock_gettime(CLOCK_REALTIME_COARSE, &time);
     return qint64(time.tv_sec) * 1000 + time.tv_nsec / 1000000;
 }
 

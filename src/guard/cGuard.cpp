@@ -1,6 +1,7 @@
 #include "guard/cGuard.h"
 
 #include "guard/CrashHandler.h"
+#include "guard/CrashSystem.h"
 #include "guard/cPluginImages.h"
 #include "log/cFrameworkLog.h"
 #include "version/cPluginId.h"
@@ -131,7 +132,7 @@ void cGuard::end()
 {
     m_watchdog.reset();
     m_calls.reset();
-    if (!m_slot || CrashHandler::hasBegun())
+    if (!m_slot || CrashHandler::hasBegun)
         return;
     CrashHandler::remove();
     show(nullptr);
@@ -150,6 +151,7 @@ void cGuard::takeOver(cGuardSlot& slot)
     }
     slot.step = cGuardSlot::None;
     slot.end = cGuardSlot::Unknown;
+    slot.report[0] = '\0';
     cGuardFile::setBoot(slot);
 }
 
@@ -192,7 +194,7 @@ cGuard::cStep::cStep(cGuard& guard, cGuardSlot::Step step, const QString& plugin
 {
     if (!m_guard)
         return;
-    m_began = QDateTime::currentMSecsSinceEpoch();
+    m_began = CrashSystem::now();
     m_guard->enter(*this);
 }
 
@@ -230,7 +232,7 @@ void cGuard::leave(const cStep& step)
 // The step is written last, and taken away first: a crash finds a whole slot or none.
 void cGuard::show(const cStep* step)
 {
-    if (CrashHandler::hasBegun())
+    if (CrashHandler::hasBegun)
         return; // another thread has crashed, and the slot tells of it
     volatile quint32& shown = m_slot->step;
     shown = cGuardSlot::None;
@@ -239,10 +241,8 @@ void cGuard::show(const cStep* step)
     if (!step)
         return;
     m_slot->began = step->m_began;
-    m_slot->cause = 0;
     setName(m_slot->plugin, step->m_plugin);
     countInARow();
-    m_slot->report[0] = '\0';
     std::atomic_signal_fence(std::memory_order_seq_cst);
     shown = step->m_step;
 }
@@ -277,7 +277,7 @@ void cGuard::watch()
 
 void cGuard::look(int elapsed)
 {
-    if (CrashHandler::hasBegun())
+    if (CrashHandler::hasBegun)
         return;
     if (!lookAtStep(elapsed))
         lookAtCall(elapsed);
@@ -328,14 +328,12 @@ void cGuard::lookAtCall(int elapsed)
 void cGuard::markCall(const char* plugin, int silence)
 {
     const QMutexLocker locker(&m_lock);
-    if (m_innermost || CrashHandler::hasBegun())
+    if (m_innermost || CrashHandler::hasBegun)
         return;
-    m_slot->began = QDateTime::currentMSecsSinceEpoch() - silence;
+    m_slot->began = CrashSystem::now() - silence;
     m_slot->end = cGuardSlot::Hung;
-    m_slot->cause = 0;
     setName(m_slot->plugin, plugin);
     countInARow();
-    m_slot->report[0] = '\0';
     std::atomic_signal_fence(std::memory_order_seq_cst);
     m_slot->step = cGuardSlot::Running;
     cMainCall::mark(m_slot);

@@ -83,18 +83,20 @@ private:
     static QString reportFolder();
     static cPluginFailure failureIn(const cGuardSlot& slot);
 
-    const cLog m_log;
-    cGuardOptions m_options;
-    cGuardFile m_file;
-    cGuardSlot m_ownSlot = {}; // where the file cannot be had
+    // Each step needs these, so they stand side by side.
     cGuardSlot* m_slot = nullptr;
-    cPluginFailure m_lastFailure;
-    bool m_hasBegun = false;
-    std::unique_ptr<cCallWatch> m_calls;
     std::unique_ptr<cWatchdog> m_watchdog;
-    bool m_isCallTold = false; // of the watchdog
     // Guards the innermost step and, while a run is guarded, the slot. Taking it is inline, which that of QMutex is not
     // on Qt 5: a library is loaded between one time and the next, and other code is in no cache by then.
     QBasicMutex m_lock;
     cStep* m_innermost = nullptr;
+
+    const cLog m_log;
+    cGuardOptions m_options;
+    bool m_hasBegun = false;
+    bool m_isCallTold = false; // of the watchdog
+    cPluginFailure m_lastFailure;
+    std::unique_ptr<cCallWatch> m_calls;
+    cGuardFile m_file;
+    cGuardSlot m_ownSlot = {}; // where the file cannot be had
 };

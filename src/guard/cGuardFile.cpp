@@ -11,7 +11,7 @@
 
 namespace {
 
-constexpr qint64 Size = sizeof(cGuardSlot);
+constexpr int Size = sizeof(cGuardSlot);
 
 /// Who only looks has the lock for a moment.
 constexpr int LockTries = 3;
@@ -30,11 +30,14 @@ bool isSound(const cGuardSlot& slot)
            isText(slot.plugin) && isText(slot.report) && isText(slot.toldPlugin);
 }
 
-/// @return whether the file holds a slot, which is then in @p slot.
+/// @return whether the file, which has just been opened, holds a slot and nothing else; it is then in @p slot.
 bool readSlot(QFile& file, cGuardSlot& slot)
 {
-    return file.size() == Size && file.seek(0) && file.read(reinterpret_cast<char*>(&slot), Size) == Size &&
-           isSound(slot);
+    char bytes[Size + 1];
+    if (file.read(bytes, sizeof bytes) != Size)
+        return false;
+    std::memcpy(&slot, bytes, sizeof slot);
+    return isSound(slot);
 }
 
 /// The FNV-1a hash, which is the same in every run.

@@ -123,7 +123,7 @@ private slots:
         QCOMPARE(bytes.size(), int(sizeof(cGuardSlot)));
         auto* const slot = reinterpret_cast<cGuardSlot*>(bytes.data());
         if (damage == "magic")
-            slot->magic[7] = '2';
+            slot->magic[7] = 'x';
         else if (damage == "text without end")
             std::fill(std::begin(slot->plugin), std::end(slot->plugin), 'B');
         else if (damage == "no such step")
