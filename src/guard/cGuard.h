@@ -4,8 +4,8 @@
 #include "guard/cMainCall.h"
 #include "guard/cWatchdog.h"
 
-#include <Norvale/IPluginMgr.h>
 #include <Norvale/cLog.h>
+#include <Norvale/cPluginFailure.h>
 
 #include <QtCore/QMutex>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <Norvale/IPluginMgr.h>
+#include <Norvale/cPluginFailure.h>
 
 #include <QtCore/QJsonObject>
 #include <QtCore/QString>
