@@ -44,7 +44,8 @@ private slots:
             {nothing, "B load unknown 1", "B start unknown 1", "B stop unknown 1"});
         row("an end in the midst", {"B start exit; start", "; start"}, {nothing, "B start unknown 1"});
         row("what the framework catches", {"B start throw; start, stop", "; start"}, {nothing, nothing});
-        row("with reports", {"B start abort; reports, start", "; last"}, {nothing, "B start SIGABRT 1 report"});
+        row("with and without a report", {"B start abort; reports, start", "B start abort; start", "; last"},
+            {nothing, "B start SIGABRT 1 report", "B start unknown 2"});
         row("a service call",
             {"call abort; reports, start, call", "call abort; reports, start, call", "; start, stop", "; last"},
             {nothing, "B running SIGABRT 1 report", "B running SIGABRT 2 report", nothing});
