@@ -61,6 +61,10 @@ const char* nameOf(qint32 cause);
 
 /// ms since 1970 UTC, as of the last tick of the system's clock, some ms ago: each step of a plugin asks.
 qint64 now();
+
+/// ms since the machine was started, those in which it slept too.
+qint64 uptime();
+
 quint64 processId();
 
 } // namespace CrashSystem

@@ -17,6 +17,13 @@ namespace {
 char s_folder[PATH_MAX];
 int s_file = -1;
 
+qint64 msOf(clockid_t clock)
+{
+    timespec time{};
+    clock_gettime(clock, &time);
+    return qint64(time.tv_sec) * 1000 + time.tv_nsec / 1000000;
+}
+
 /// Writes a line of the system's table when it tells of code that lies in a file.
 void writeLibrary(const char* line, int length)
 {
@@ -116,9 +123,12 @@ const char* CrashSystem::nameOf(qint32 cause)
 
 qint64 CrashSystem::now()
 {
-    timespec time{};
-    clock_gettime(CLOCK_REALTIME_COARSE, &time);
-    return qint64(time.tv_sec) * 1000 + time.tv_nsec / 1000000;
+    return msOf(CLOCK_REALTIME_COARSE);
+}
+
+qint64 CrashSystem::uptime()
+{
+    return msOf(CLOCK_BOOTTIME);
 }
 
 quint64 CrashSystem::processId()

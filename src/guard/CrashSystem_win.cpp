@@ -168,6 +168,11 @@ qint64 CrashSystem::now()
     return (qint64(time.dwHighDateTime) << 32 | time.dwLowDateTime) / 10000 - From1601To1970;
 }
 
+qint64 CrashSystem::uptime()
+{
+    return qint64(GetTickCount64());
+}
+
 quint64 CrashSystem::processId()
 {
     return GetCurrentProcessId();

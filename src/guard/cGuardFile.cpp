@@ -1,6 +1,7 @@
 #include "guard/cGuardFile.h"
 
 #include "disk/WholeFiles.h"
+#include "guard/CrashSystem.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>
@@ -26,8 +27,8 @@ bool isText(const char (&bytes)[Length])
 bool isSound(const cGuardSlot& slot)
 {
     return std::memcmp(slot.magic, cGuardSlot::Magic, sizeof slot.magic) == 0 && slot.step <= cGuardSlot::Running &&
-           slot.end <= cGuardSlot::Hung && slot.toldStep <= cGuardSlot::Running && isText(slot.boot) &&
-           isText(slot.plugin) && isText(slot.report) && isText(slot.toldPlugin);
+           slot.end <= cGuardSlot::Hung && slot.toldStep <= cGuardSlot::Running && isText(slot.plugin) &&
+           isText(slot.report) && isText(slot.toldPlugin);
 }
 
 /// @return whether the file, which has just been opened, holds a slot and nothing else; it is then in @p slot.
@@ -49,7 +50,13 @@ quint32 hashOf(const QByteArray& bytes)
     return hash;
 }
 
-/// Whether something else than a file stands there, which may not even be opened without harm.
+/// When the machine was started, ms since 1970 UTC.
+qint64 bootTime()
+{
+    return CrashSystem::now() - CrashSystem::uptime();
+}
+
+/// Whether something else than a file stands there. To open it for reading may wait for ever.
 bool isOther(const QString& path)
 {
     const QFileInfo info(path);
@@ -67,17 +74,14 @@ cGuardSlot* cGuardFile::open(const QString& path)
 {
     close();
     m_file.setFileName(path);
-    if (isOther(path))
-        return fail(QStringLiteral("it is no file"));
     const QIODevice::OpenMode mode = QIODevice::ReadWrite | QIODevice::Unbuffered;
     if (!m_file.open(mode) && !(QDir().mkpath(QFileInfo(path).absolutePath()) && m_file.open(mode)))
         return fail(causeOf(m_file));
     if (!lockSoon())
         return fail(QStringLiteral("another process has it"));
-    if (!readOrRenew())
+    if (!mapSound() && !(renew() && mapSound()))
         return fail(causeOf(m_file));
-    m_memory = m_file.map(0, Size);
-    return m_memory ? reinterpret_cast<cGuardSlot*>(m_memory) : fail(causeOf(m_file));
+    return slot();
 }
 
 bool cGuardFile::lockSoon()
@@ -90,29 +94,47 @@ bool cGuardFile::lockSoon()
     return true;
 }
 
+/// @return whether the file holds a slot and nothing else, which is looked at where it stays: every start waits for it.
+bool cGuardFile::mapSound()
+{
+    m_memory = m_file.size() == Size ? m_file.map(0, Size) : nullptr;
+    if (m_memory && isSound(*slot()))
+        return true;
+    unmap();
+    return false;
+}
+
 // All bytes are written: in a file that has only got its size, a full disk would be found out by the first write to the
 // memory, which ends the process.
-bool cGuardFile::readOrRenew()
+bool cGuardFile::renew()
 {
     cGuardSlot slot = {};
-    if (readSlot(m_file, slot))
-        return true;
-    slot = {};
     std::copy(std::begin(cGuardSlot::Magic), std::end(cGuardSlot::Magic), slot.magic);
     return m_file.resize(0) && m_file.seek(0) && m_file.write(reinterpret_cast<const char*>(&slot), Size) == Size;
 }
 
-void cGuardFile::close()
+cGuardSlot* cGuardFile::slot() const
+{
+    return reinterpret_cast<cGuardSlot*>(m_memory);
+}
+
+void cGuardFile::unmap()
 {
     if (m_memory)
         m_file.unmap(m_memory);
     m_memory = nullptr;
+}
+
+void cGuardFile::close()
+{
+    unmap();
     m_file.close();
 }
 
 cGuardSlot* cGuardFile::fail(const QString& cause)
 {
-    m_errorString = QStringLiteral("%1: %2").arg(m_file.fileName(), cause);
+    const QString what = isOther(m_file.fileName()) ? QStringLiteral("it is no file") : cause;
+    m_errorString = QStringLiteral("%1: %2").arg(m_file.fileName(), what);
     close();
     return nullptr;
 }
@@ -127,13 +149,14 @@ std::optional<cGuardSlot> cGuardFile::peek(const QString& path)
     return slot;
 }
 
+// A clock is set meanwhile, by seconds as a rule; and no machine is started twice in a minute.
 bool cGuardFile::isOfThisBoot(const cGuardSlot& slot)
 {
-    const QByteArray now = bootId();
-    return now.isEmpty() || slot.boot[0] == '\0' || isSameBoot(slot.boot, now);
+    constexpr qint64 Tolerance = 60000; // ms
+    return qAbs(slot.boot - bootTime()) < Tolerance;
 }
 
 void cGuardFile::setBoot(cGuardSlot& slot)
 {
-    qstrncpy(slot.boot, bootId().constData(), sizeof slot.boot);
+    slot.boot = bootTime();
 }

@@ -45,20 +45,16 @@ public:
     static void setBoot(cGuardSlot& slot);
 
 private:
+    cGuardSlot* slot() const;
     cGuardSlot* fail(const QString& cause);
     bool lockSoon();
-    bool readOrRenew();
+    bool mapSound();
+    bool renew();
+    void unmap();
 
-    // What each system does in its own way: cGuardFile_unix.cpp and cGuardFile_win.cpp.
-
-    /// Locks the open @p file for this process. @return false when another one has it.
+    /// Locks the open @p file for this process, as each system does it: cGuardFile_unix.cpp and cGuardFile_win.cpp.
+    /// @return false when another one has it.
     static bool tryLock(const QFile& file);
-
-    /// Which start of the machine this is; empty where nobody tells.
-    static QByteArray bootId();
-
-    /// Whether two texts that are not empty stand for the same start.
-    static bool isSameBoot(const QByteArray& one, const QByteArray& other);
 
     QFile m_file;
     uchar* m_memory = nullptr;

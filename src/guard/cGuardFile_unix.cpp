@@ -1,7 +1,5 @@
 #include "guard/cGuardFile.h"
 
-#include <QtCore/QSysInfo>
-
 #include <cerrno>
 #include <sys/file.h>
 
@@ -14,14 +12,4 @@ bool cGuardFile::tryLock(const QFile& file)
         result = ::flock(file.handle(), LOCK_EX | LOCK_NB);
     while (result != 0 && errno == EINTR);
     return result == 0;
-}
-
-QByteArray cGuardFile::bootId()
-{
-    return QSysInfo::bootUniqueId();
-}
-
-bool cGuardFile::isSameBoot(const QByteArray& one, const QByteArray& other)
-{
-    return one == other;
 }

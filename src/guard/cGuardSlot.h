@@ -19,12 +19,9 @@ struct cGuardSlot
 
     static constexpr int NameSize = 272; // a plugin's folder has the name, and no system has longer names than 255
 
-    char magic[8];    // Magic
-    char boot[48];    // which start of the machine this is, see bootId(); zero at the end
-    qint32 cause;     // a signal's number, on Windows an exception's code; set by a handler with Crashed
-    quint32 toldStep; // as step, of the last failure that was told to a start
-
-    // From here to the plugin is what a step writes, side by side: every start waits for it.
+    // What a step writes stands side by side, in one line of the cache but for long names: every start waits for it.
+    char magic[8];      // Magic
+    qint64 boot;        // when the machine was started, ms since 1970 UTC, see cGuardFile::isOfThisBoot()
     qint64 began;       // of the step, ms since 1970 UTC; a handler that sets Running sets it, too
     quint32 step;       // Step; None: nothing to tell. A handler may set Running, with the plugin
     quint32 end;        // End; Crashed by a handler, Hung by the watchdog. What is Hung stays so when it is aborted
@@ -32,10 +29,12 @@ struct cGuardSlot
     quint32 toldInARow; // of the last failure that was told; 0: the plugin has passed the step since, or there was none
     char plugin[NameSize]; // "Name-1.02.003", UTF-8, zero at the end
 
-    char toldPlugin[NameSize]; // as plugin, of the last failure that was told
+    qint32 cause;              // a signal's number, on Windows an exception's code; set by a handler with Crashed
+    quint32 toldStep;          // as step, of the last failure that was told
+    char toldPlugin[NameSize]; // as plugin, of the same
     char report[64];           // the report's name in the folder "crashes", zero at the end; set by a handler
 
-    static constexpr char Magic[] = {'N', 'V', 'G', 'U', 'A', 'R', 'D', '2'};
+    static constexpr char Magic[] = {'N', 'V', 'G', 'U', 'A', 'R', 'D', '3'};
 };
 
 static_assert(std::is_trivially_copyable_v<cGuardSlot> && std::is_standard_layout_v<cGuardSlot>);

@@ -176,7 +176,7 @@ private slots:
         take("B start segv; start");
         QByteArray bytes = readFile(m_file);
         auto* const slot = reinterpret_cast<cGuardSlot*>(bytes.data());
-        slot->boot[0] = slot->boot[0] == '1' ? '2' : '1';
+        slot->boot -= 120000;
         writeFile(m_file, bytes);
         QCOMPARE(last(take("; last")), QString("nothing"));
         slot->end = cGuardSlot::Crashed;
