@@ -9,12 +9,14 @@
 #include <Norvale/Corvane.h>
 
 #include <QtCore/QFileInfo>
-#include <QtCore/QMutexLocker>
 
 #include <atomic>
 #include <cstring>
+#include <mutex>
 
 namespace {
+
+using cLocker = std::lock_guard<QBasicMutex>; // whose lock is inline, which that of QMutexLocker is not on Qt 5
 
 bool isNamed(const char (&text)[cGuardSlot::NameSize], const char* plugin)
 {
@@ -206,8 +208,9 @@ cGuard::cStep::~cStep()
 
 void cGuard::enter(cStep& step)
 {
-    watch();
-    const QMutexLocker locker(&m_lock);
+    if (!m_watchdog)
+        watch();
+    const cLocker locker(m_lock);
     step.m_outer = m_innermost;
     m_innermost = &step;
     show(&step);
@@ -216,7 +219,7 @@ void cGuard::enter(cStep& step)
 void cGuard::leave(const cStep& step)
 {
     {
-        const QMutexLocker locker(&m_lock);
+        const cLocker locker(m_lock);
         m_innermost = step.m_outer;
         if (!m_slot)
             return; // the run has ended meanwhile
@@ -225,8 +228,7 @@ void cGuard::leave(const cStep& step)
         show(m_innermost);
     }
     if (step.m_isHung)
-        m_log.warning().noquote() << step.m_plugin << "hangs no longer:" << subjectOf(step.m_step) << "has ended"
-                                  << Qt::endl;
+        tellHungNoLonger(step);
 }
 
 // The step is written last, and taken away first: a crash finds a whole slot or none.
@@ -242,16 +244,15 @@ void cGuard::show(const cStep* step)
         return;
     m_slot->began = step->m_began;
     setName(m_slot->plugin, step->m_plugin);
-    countInARow();
+    m_slot->inARow = m_slot->toldInARow == 0 ? 0 : failuresBefore();
     std::atomic_signal_fence(std::memory_order_seq_cst);
     shown = step->m_step;
 }
 
-/// How often the plugin in the slot has failed before.
-void cGuard::countInARow()
+/// How often the plugin in the slot has failed before, in a row.
+quint32 cGuard::failuresBefore() const
 {
-    const bool isTold = m_slot->toldInARow != 0 && isNamed(m_slot->toldPlugin, m_slot->plugin);
-    m_slot->inARow = isTold ? m_slot->toldInARow : 0;
+    return isNamed(m_slot->toldPlugin, m_slot->plugin) ? m_slot->toldInARow : 0;
 }
 
 /// The plugin has got through a step; if it is the one that had failed, it has not failed in a row. Whoever stops has
@@ -267,7 +268,7 @@ void cGuard::pass(const cStep& step)
 void cGuard::watch()
 {
     constexpr int LooksPerHang = 8; // so one is told an eighth of the time late at most
-    if (m_watchdog || m_options.hangSeconds <= 0)
+    if (m_options.hangSeconds <= 0)
         return;
     m_calls = std::make_unique<cCallWatch>();
     const qint64 interval = m_options.hangSeconds * qint64(1000) / LooksPerHang;
@@ -288,7 +289,7 @@ bool cGuard::lookAtStep(int elapsed)
 {
     QString text;
     {
-        const QMutexLocker locker(&m_lock);
+        const cLocker locker(m_lock);
         if (!m_innermost)
             return false;
         cStep& step = *m_innermost;
@@ -327,16 +328,22 @@ void cGuard::lookAtCall(int elapsed)
 /// The slot tells of a call that does not come back, until a call does.
 void cGuard::markCall(const char* plugin, int silence)
 {
-    const QMutexLocker locker(&m_lock);
+    const cLocker locker(m_lock);
     if (m_innermost || CrashHandler::hasBegun)
         return;
     m_slot->began = CrashSystem::now() - silence;
     m_slot->end = cGuardSlot::Hung;
     setName(m_slot->plugin, plugin);
-    countInARow();
+    m_slot->inARow = failuresBefore();
     std::atomic_signal_fence(std::memory_order_seq_cst);
     m_slot->step = cGuardSlot::Running;
     cMainCall::mark(m_slot);
+}
+
+void cGuard::tellHungNoLonger(const cStep& step)
+{
+    m_log.warning().noquote() << step.m_plugin << "hangs no longer:" << subjectOf(step.m_step) << "has ended"
+                              << Qt::endl;
 }
 
 void cGuard::tellHung(const QString& text)

@@ -71,12 +71,13 @@ private:
     void enter(cStep& step);
     void leave(const cStep& step);
     void show(const cStep* step);
-    void countInARow();
+    quint32 failuresBefore() const;
     void pass(const cStep& step);
     void look(int elapsed);
     bool lookAtStep(int elapsed);
     void lookAtCall(int elapsed);
     void markCall(const char* plugin, int silence);
+    void tellHungNoLonger(const cStep& step);
     void tellHung(const QString& text);
     static QString folder();
     static QString file();
@@ -86,8 +87,8 @@ private:
     // Each step needs these, so they stand side by side.
     cGuardSlot* m_slot = nullptr;
     std::unique_ptr<cWatchdog> m_watchdog;
-    // Guards the innermost step and, while a run is guarded, the slot. Taking it is inline, which that of QMutex is not
-    // on Qt 5: a library is loaded between one time and the next, and other code is in no cache by then.
+    // Guards the innermost step and, while a run is guarded, the slot. A library is loaded between one step and the
+    // next, and what is not inline is in no cache by then.
     QBasicMutex m_lock;
     cStep* m_innermost = nullptr;
 

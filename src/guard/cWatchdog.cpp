@@ -1,49 +1,99 @@
 #include "guard/cWatchdog.h"
 
-#include <QtCore/QElapsedTimer>
+#include <QtCore/QtGlobal>
 
+#include <atomic>
 #include <chrono>
-#include <condition_variable>
-#include <mutex>
-#include <thread>
 
-// A process ends as it is used to while the thread runs, so nobody need join it; a thread of Qt would make itself an
-// event loop, and every start would pay for that.
-struct cWatchdog::Shared
-{
-    const int interval;
-    const std::function<void(int)> look;
-    std::mutex lock; // guards what follows
-    std::condition_variable changed;
-    bool isEnding = false;
-    bool hasEnded = false;
-};
+#ifdef Q_OS_UNIX
+#include <sys/mman.h>
+#endif
 
-cWatchdog::cWatchdog(int interval, const std::function<void(int)>& look) : m_shared(new Shared{interval, look, {}, {}})
+namespace {
+
+#ifdef Q_OS_UNIX
+
+constexpr std::size_t PageSize = 4096;
+constexpr std::size_t StackSize = 1 << 20;
+
+/// The stack of the first watchdog, and as a rule the only one. The system would map eight times as much, and every
+/// start would wait for that; of this, only what is used is ever there.
+alignas(PageSize) char s_watchStack[StackSize];
+std::atomic<bool> s_isStackTaken{false};
+
+/// @return false when another watchdog has it.
+bool takeWatchStack(pthread_attr_t& attributes)
 {
-    std::thread([shared = m_shared] { run(shared); }).detach();
+    if (s_isStackTaken.exchange(true))
+        return false;
+    mprotect(s_watchStack, PageSize, PROT_NONE); // so that a stack that is full ends the process
+    pthread_attr_setstack(&attributes, s_watchStack + PageSize, StackSize - PageSize);
+    return true;
+}
+
+void giveWatchStack()
+{
+    s_isStackTaken = false;
+}
+
+#else
+
+bool takeWatchStack(pthread_attr_t&)
+{
+    return false;
+}
+
+void giveWatchStack() {}
+
+#endif
+
+} // namespace
+
+cWatchdog::cWatchdog(int interval, const std::function<void(int)>& look) : m_interval(interval), m_look(look)
+{
+    start();
 }
 
 cWatchdog::~cWatchdog()
 {
-    std::unique_lock<std::mutex> locker(m_shared->lock);
-    m_shared->isEnding = true;
-    m_shared->changed.notify_all();
-    m_shared->changed.wait(locker, [this] { return m_shared->hasEnded; });
+    {
+        const std::lock_guard<std::mutex> locker(m_lock);
+        m_isEnding = true;
+    }
+    m_changed.notify_all();
+    if (m_isStarted)
+        pthread_join(m_thread, nullptr);
+    if (m_hasOwnStack)
+        giveWatchStack();
 }
 
-void cWatchdog::run(const std::shared_ptr<Shared>& shared)
+// Every start waits for this. A standard thread always has the stack of the system's, and one of Qt makes itself an
+// event loop.
+void cWatchdog::start()
 {
-    QElapsedTimer time;
-    time.start();
-    std::unique_lock<std::mutex> locker(shared->lock);
-    const auto isEnding = [&] { return shared->isEnding; };
-    while (!shared->changed.wait_for(locker, std::chrono::milliseconds(shared->interval), isEnding)) {
-        const int elapsed = int(qMin<qint64>(time.restart(), 2 * shared->interval));
+    pthread_attr_t attributes;
+    pthread_attr_init(&attributes);
+    m_hasOwnStack = takeWatchStack(attributes);
+    const auto enter = [](void* self) -> void* {
+        static_cast<cWatchdog*>(self)->run();
+        return nullptr;
+    };
+    m_isStarted = pthread_create(&m_thread, &attributes, enter, this) == 0;
+    pthread_attr_destroy(&attributes);
+}
+
+void cWatchdog::run()
+{
+    using cClock = std::chrono::steady_clock;
+    using cMilliseconds = std::chrono::milliseconds;
+    cClock::time_point last = cClock::now();
+    std::unique_lock<std::mutex> locker(m_lock);
+    while (!m_changed.wait_for(locker, cMilliseconds(m_interval), [this] { return m_isEnding; })) {
+        const cClock::time_point now = cClock::now();
+        const auto elapsed = std::chrono::duration_cast<cMilliseconds>(now - last).count();
+        last = now;
         locker.unlock();
-        shared->look(elapsed);
+        m_look(int(qMin<qint64>(elapsed, 2 * qint64(m_interval))));
         locker.lock();
     }
-    shared->hasEnded = true;
-    shared->changed.notify_all();
 }

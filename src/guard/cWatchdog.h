@@ -1,10 +1,13 @@
 #pragma once
 
+#include <condition_variable>
 #include <functional>
-#include <memory>
+#include <mutex>
+#include <pthread.h>
 
 /**
- * A thread that looks after something now and then, until it is destroyed.
+ * A thread that looks after something now and then, until it is destroyed. Where the system gives no thread, nobody
+ * looks.
  *
  * It counts only time in which the process ran: when the process, or the machine, has stood still, the next look is
  * told of two intervals at most.
@@ -23,8 +26,15 @@ public:
     cWatchdog& operator=(const cWatchdog&) = delete;
 
 private:
-    struct Shared;
-    static void run(const std::shared_ptr<Shared>& shared);
+    void start();
+    void run();
 
-    std::shared_ptr<Shared> m_shared;
+    const int m_interval;
+    const std::function<void(int)> m_look;
+    bool m_hasOwnStack = false;
+    bool m_isStarted = false;
+    pthread_t m_thread;
+    std::mutex m_lock; // guards what follows
+    std::condition_variable m_changed;
+    bool m_isEnding = false;
 };
