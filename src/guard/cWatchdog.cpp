@@ -5,20 +5,16 @@
 #include <atomic>
 #include <chrono>
 
-#ifdef Q_OS_UNIX
-#include <sys/mman.h>
-#endif
-
 namespace {
 
 #ifdef Q_OS_UNIX
 
-constexpr std::size_t PageSize = 4096;
 constexpr std::size_t StackSize = 1 << 20;
 
-/// The stack of the first watchdog, and as a rule the only one. The system would map eight times as much, and every
-/// start would wait for that; of this, only what is used is ever there.
-alignas(PageSize) char s_watchStack[StackSize];
+/// The stack of the first watchdog, and as a rule the only one: every start would wait until the system has mapped one
+/// and closed the page below it. Of this, only what is used is ever there; a look needs a few kilobytes, and what else
+/// a host does when it is told of a line.
+alignas(4096) char s_watchStack[StackSize];
 std::atomic<bool> s_isStackTaken{false};
 
 /// @return false when another watchdog has it.
@@ -26,8 +22,7 @@ bool takeWatchStack(pthread_attr_t& attributes)
 {
     if (s_isStackTaken.exchange(true))
         return false;
-    mprotect(s_watchStack, PageSize, PROT_NONE); // so that a stack that is full ends the process
-    pthread_attr_setstack(&attributes, s_watchStack + PageSize, StackSize - PageSize);
+    pthread_attr_setstack(&attributes, s_watchStack, StackSize);
     return true;
 }
 
