@@ -79,7 +79,8 @@ cGuardSlot* cGuardFile::open(const QString& path)
         return fail(causeOf(m_file));
     if (!lockSoon())
         return fail(QStringLiteral("another process has it"));
-    if (!mapSound() && !(renew() && mapSound()))
+    // A slot that only cannot be mapped right now keeps what it tells.
+    if (!mapSound() && !(m_file.error() == QFileDevice::NoError && renew() && mapSound()))
         return fail(causeOf(m_file));
     return slot();
 }
